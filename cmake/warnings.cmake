@@ -1,0 +1,24 @@
+# Every target of ours compiles with these; libraries from outside are SYSTEM and are not touched.
+add_compile_options(
+  -Wall
+  -Wextra
+  -Wpedantic
+  -Wconversion
+  -Wsign-conversion
+  -Wshadow
+  -Wnon-virtual-dtor
+  -Wold-style-cast
+  -Wcast-align
+  -Woverloaded-virtual
+  -Wformat=2
+  -Wundef
+  -Werror)
+
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+  add_compile_options(-Wthread-safety)
+endif()
+
+if(TVK_SANITIZE)
+  add_compile_options(-fsanitize=${TVK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${TVK_SANITIZE})
+endif()

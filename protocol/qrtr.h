@@ -1,0 +1,65 @@
+// QRTR: addresses, and the 20-byte control packets by which services are found.
+//   command u32 | server form: service u32, instance word u32, node u32, port u32
+//               | client form: node u32, port u32, 0, 0
+// The instance word is (instance << 8) | version of the service. All integers little-endian.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <optional>
+
+#include "protocol/bytes.h"
+
+namespace protocol::qrtr {
+
+struct address {
+  std::uint32_t node = 0;
+  std::uint32_t port = 0;
+
+  friend bool operator==(const address&, const address&) = default;
+  friend auto operator<=>(const address&, const address&) = default;
+};
+
+constexpr std::uint32_t control_port = 0xFFFFFFFE;
+
+enum class command : std::uint32_t {
+  new_server = 4,
+  del_server = 5,
+  del_client = 6,
+  new_lookup = 10,
+  del_lookup = 11,
+};
+
+/// A service on a port. Service 0 in a lookup asks for any, instance word 0 likewise.
+struct server {
+  std::uint32_t service = 0;
+  std::uint32_t instance_word = 0;
+  address at;
+
+  [[nodiscard]] constexpr std::uint32_t version() const { return instance_word & 0xFF; }
+  [[nodiscard]] constexpr std::uint32_t instance() const { return instance_word >> 8; }
+  /// A NEW_SERVER of zeros ends the list that answers a lookup.
+  [[nodiscard]] constexpr bool is_end_of_list() const { return *this == server{}; }
+
+  friend bool operator==(const server&, const server&) = default;
+};
+
+struct control_packet {
+  command cmd = command::new_server;
+  server about;  ///< client form: only `at`
+};
+
+constexpr std::size_t control_packet_size = 20;
+
+/// Nothing when shorter than 20 bytes or of a command not listed above.
+[[nodiscard]] std::optional<control_packet> parse_control(byte_view datagram);
+
+[[nodiscard]] std::array<std::uint8_t, control_packet_size> build_control(
+    const control_packet& packet);
+
+[[nodiscard]] constexpr bool lookup_matches(const server& lookup, const server& candidate) {
+  return (lookup.service == 0 || lookup.service == candidate.service) &&
+         (lookup.instance_word == 0 || lookup.instance_word == candidate.instance_word);
+}
+
+}  // namespace protocol::qrtr

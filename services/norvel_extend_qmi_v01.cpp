@@ -1,0 +1,62 @@
+#include "services/norvel_extend_qmi_v01.h"
+
+namespace {
+
+constexpr std::int32_t idl_major_version = 1;
+constexpr std::int32_t idl_minor_version = 1;
+
+constexpr std::uint16_t max_message = 529;
+
+constexpr std::uint8_t message_layout[] = {
+    0x01, 0x02, 0x00,                    // 0x01: u32 type
+    0x02, 0x02, 0x04,                    // 0x02: u32 data_len
+    0xC1, 0x10, 0x60, 0x09, 0x00, 0x02,  // 0x10, optional, last: 512 bytes behind data_valid
+};
+
+constexpr qmi_idl_message_table_entry messages[] = {
+    {sizeof(norvel_extend_qmi_msg_v01), message_layout},
+};
+
+extern const qmi_idl_type_table_object type_table;
+const qmi_idl_type_table_object* const referenced_tables[] = {
+    &type_table, &common_qmi_idl_type_table_object_v01};
+const qmi_idl_type_table_object type_table = {
+    .n_types = 0,
+    .n_messages = 1,
+    .n_referenced_tables = 1,
+    .types = nullptr,
+    .messages = messages,
+    .referenced_tables = referenced_tables,
+    .range_checkers = nullptr,
+};
+
+constexpr qmi_idl_service_message_table_entry commands[] = {
+    {norvel_extend_qmi_request_v01, 0, max_message},
+    {0x0003, 0, max_message},
+};
+constexpr qmi_idl_service_message_table_entry indications[] = {
+    {0x0003, 0, max_message},
+};
+
+constexpr qmi_idl_service_object service_object = {
+    .library_version = QMI_IDL_LIBRARY_VERSION,
+    .idl_version = idl_major_version,
+    .service_id = norvel_extend_qmi_service_id_v01,
+    .max_msg_len = max_message,
+    .n_msgs = {2, 2, 1},
+    .msgs = {commands, commands, indications},
+    .p_type_table = &type_table,
+    .idl_minor_version = idl_minor_version,
+    .parent_service_obj = nullptr,
+};
+
+}  // namespace
+
+qmi_idl_service_object_type norvel_extend_qmi_get_service_object_internal_v01(
+    std::int32_t idl_major, std::int32_t idl_minor, std::int32_t library_version) {
+  if (idl_major != idl_major_version || idl_minor != idl_minor_version ||
+      library_version != QMI_IDL_LIBRARY_VERSION) {
+    return nullptr;
+  }
+  return &service_object;
+}
