@@ -45,8 +45,11 @@ bool make_directories(const std::string& path) {
     return false;
   }
   if (::mkdir(path.c_str(), 0700) == 0) return true;
+  if (errno != EEXIST) return false;
   // Another program may have made it between the look and the try.
-  return errno == EEXIST && is_directory(path);
+  if (is_directory(path)) return true;
+  errno = ENOTDIR;
+  return false;
 }
 
 }  // namespace protocol

@@ -35,6 +35,7 @@ enum class error : std::uint16_t {
   invalid_service_type = 31,
   invalid_argument = 48,
   invalid_message_id = 57,
+  invalid_qmi_command = 71,
   not_supported = 94,
 };
 
@@ -104,6 +105,9 @@ class tlv_writer {
   }
   tlv_writer& bytes(std::uint8_t type, byte_view value);
   tlv_writer& standard_response(error code);
+
+  /// Starts over; keeps the memory.
+  void clear() { bytes_.clear(); }
 
   [[nodiscard]] const std::vector<std::uint8_t>& view() const { return bytes_; }
   [[nodiscard]] std::vector<std::uint8_t> take() { return std::move(bytes_); }

@@ -1,0 +1,94 @@
+#include "simulator/command_line.h"
+
+#include <algorithm>
+#include <iterator>
+#include <span>
+
+#include <CLI/CLI.hpp>
+
+#include "protocol/endpoint.h"
+#include "simulator/failure.h"
+#include "simulator/services/services.h"
+
+namespace sim {
+namespace {
+
+struct raw_options {
+  std::string socket;
+  std::string state = protocol::state_directory() + "/modem";
+  bool qrtr = false;
+  bool trace = false;
+  std::vector<std::string> faults;
+};
+
+std::string not_empty(const std::string& path) {
+  return path.empty() ? "empty path" : "";
+}
+
+void add_options(CLI::App& command, raw_options& options, const std::string& default_socket) {
+  command.add_option("--socket", options.socket, "the modem socket [" + default_socket + "]")
+      ->type_name("PATH")
+      ->check(not_empty);
+  command.add_option("--state", options.state, "where the modem keeps what outlives it")
+      ->type_name("DIR")
+      ->check(not_empty)
+      ->capture_default_str();
+  command.add_flag("--qrtr", options.qrtr, "be on the kernel's AF_QIPCRTR sockets as well");
+  command.add_flag("--trace", options.trace, "show every message on standard error");
+  command.add_option("--fault", options.faults, "SERVICE[/MESSAGE[@N]]=ACTION[:VALUE]; repeatable")
+      ->type_name("RULE")
+      ->allow_extra_args(false);
+}
+
+modem_options checked(const raw_options& raw) {
+  modem_options options{
+      .socket = raw.socket, .state = raw.state, .qrtr = raw.qrtr, .trace = raw.trace, .faults = {}};
+  for (const std::string& rule : raw.faults) {
+    options.faults.push_back(parse_fault_rule(rule, all_services()));
+  }
+  return options;
+}
+
+}  // namespace
+
+std::variant<serve_command, exec_command, nothing_to_do> parse_command_line(
+    int argc, const char* const* argv) {
+  // What follows "--" is another program's command line and is not looked at.
+  const std::span<const char* const> all(argv, static_cast<std::size_t>(argc));
+  const auto separator = std::ranges::find(all, std::string_view("--"));
+  const auto ours = static_cast<int>(separator - all.begin());
+
+  raw_options raw;
+  CLI::App app("A simulated modem.", "tvk-modem");
+  app.set_version_flag("--version", "tvk-modem " TVK_MODEM_VERSION);
+  app.require_subcommand(1);
+  CLI::App* const serve = app.add_subcommand("serve", "Run until SIGINT or SIGTERM.");
+  const std::string serve_socket = protocol::runtime_directory() + "/modem.sock";
+  add_options(*serve, raw, serve_socket);
+  CLI::App* const exec = app.add_subcommand(
+      "exec", "Run COMMAND (after --) with a modem for it, found through TVK_MODEM.");
+  add_options(*exec, raw, "a private one");
+  exec->footer("tvk-modem exec [OPTIONS] -- COMMAND [ARGS...]");
+
+  try {
+    app.parse(ours, argv);
+  } catch (const CLI::Success& help_or_version) {
+    app.exit(help_or_version);
+    return nothing_to_do{};
+  } catch (const CLI::ParseError& error) {
+    throw usage_error(error.what());
+  }
+
+  modem_options options = checked(raw);
+  if (exec->parsed()) {
+    if (separator == all.end() || std::next(separator) == all.end()) {
+      throw usage_error("exec needs a command: tvk-modem exec [OPTIONS] -- COMMAND [ARGS...]");
+    }
+    return exec_command{std::move(options), {std::next(separator), all.end()}};
+  }
+  if (separator != all.end()) throw usage_error("serve runs no command: nothing may follow --");
+  if (options.socket.empty()) options.socket = serve_socket;
+  return serve_command{std::move(options)};
+}
+
+}  // namespace sim

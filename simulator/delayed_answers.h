@@ -1,0 +1,46 @@
+// Answers that wait for their time. Those of a client or service that goes away are dropped.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <vector>
+
+#include <asio/io_context.hpp>
+#include <asio/steady_timer.hpp>
+
+#include "simulator/service.h"
+
+namespace sim {
+
+struct answer {
+  client to;
+  const service_row* from = nullptr;
+  std::vector<std::uint8_t> datagram;
+};
+
+class delayed_answers {
+ public:
+  delayed_answers(asio::io_context& io, std::function<void(const answer&)> deliver);
+
+  /// False when too many wait already.
+  [[nodiscard]] bool add(answer waiting, std::chrono::milliseconds delay);
+
+  void drop_client(const client& gone);
+  void drop_service(const service_row& gone);
+
+ private:
+  struct waiting_answer {
+    answer what;
+    asio::steady_timer timer;
+  };
+
+  asio::io_context& io_;
+  std::function<void(const answer&)> deliver_;
+  // By number: a timer that fired may find its answer already dropped.
+  std::map<std::uint64_t, waiting_answer> waiting_;
+  std::uint64_t next_ = 0;
+};
+
+}  // namespace sim

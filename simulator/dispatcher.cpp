@@ -1,0 +1,133 @@
+#include "simulator/dispatcher.h"
+
+#include <fmt/core.h>
+
+#include <cstdio>
+#include <utility>
+
+#include "simulator/failure.h"
+
+namespace sim {
+
+namespace qmi = protocol::qmi;
+using protocol::byte_view;
+
+dispatcher::dispatcher(asio::io_context& io, modem& state, node& node, faults faults, trace& trace)
+    : io_(io),
+      modem_(state),
+      node_(node),
+      faults_(std::move(faults)),
+      trace_(trace),
+      delayed_(io, [this](const answer& due) { deliver(due.to, *due.from, due.datagram); }) {
+  for (const fault_rule& rule : faults_.at_start()) {
+    if (node_.is_up(*rule.service)) take_down(rule);
+  }
+}
+
+void dispatcher::receive(const client& from, protocol::qrtr::address to, byte_view datagram) {
+  if (to == control_address) return node_.control(from, datagram);
+  const service_row* const service = node_.service_at(to);
+  if (service == nullptr) return trace_.dropped(from, to, datagram.size());
+
+  trace_.message(trace::direction::to_modem, from, *service, datagram);
+  const auto message = qmi::parse_message(datagram);
+  if (!message || !qmi::well_formed(message->tlvs)) {
+    return refuse_malformed(from, *service, datagram);
+  }
+  if (message->head.kind == qmi::message_kind::request) serve(from, *service, *message);
+}
+
+void dispatcher::client_gone(const client& gone) {
+  node_.client_gone(gone);
+  delayed_.drop_client(gone);
+}
+
+void dispatcher::serve(const client& from, const service_row& service,
+                       const qmi::message& message) {
+  const fault_rule* const fault = faults_.strike(service, message.head.message_id);
+  if (fault != nullptr) {
+    trace_.fault(fault->text);
+    if (fault->action == fault_action::silent) return;
+    if (fault->action == fault_action::down) return take_down(*fault);
+  }
+
+  answer_request(from, service, message, fault);
+  compose(message.head.transaction, message.head.message_id);
+  if (fault != nullptr) alter_answer(*fault, datagram_);
+  if (fault != nullptr && fault->action == fault_action::delay) {
+    return delay(from, service, std::chrono::milliseconds(*fault->value));
+  }
+  deliver(from, service, datagram_);
+}
+
+void dispatcher::answer_request(const client& from, const service_row& service,
+                                const qmi::message& message, const fault_rule* fault) {
+  auto error = qmi::error::invalid_qmi_command;
+  tlvs_.clear();
+  if (fault != nullptr && fault->action == fault_action::error) {
+    error = static_cast<qmi::error>(*fault->value);
+  } else if (const message_row* const row = service.find(message.head.message_id)) {
+    try {
+      error = row->answer({from, message.head.transaction, message.tlvs, modem_}, tlvs_);
+    } catch (const failure& state_failed) {
+      // The state could not be written, so the request must not seem to have worked.
+      fmt::print(stderr, "tvk-modem: {}\n", state_failed.what());
+      error = qmi::error::internal;
+    }
+  }
+  if (error == qmi::error::none) return;
+  tlvs_.clear();
+  tlvs_.standard_response(error);
+}
+
+void dispatcher::refuse_malformed(const client& from, const service_row& service,
+                                  byte_view datagram) {
+  protocol::byte_reader in(datagram);
+  const auto flags = in.take<std::uint8_t>();
+  const auto transaction = in.take<std::uint16_t>();
+  const auto message_id = in.take<std::uint16_t>();
+  if (!transaction) return;
+  // Two ends that answer each other's malformed answers would never stop.
+  if (*flags == static_cast<std::uint8_t>(qmi::message_kind::response) ||
+      *flags == static_cast<std::uint8_t>(qmi::message_kind::indication)) {
+    return;
+  }
+  tlvs_.clear();
+  tlvs_.standard_response(qmi::error::malformed_message);
+  compose(*transaction, message_id.value_or(0));
+  deliver(from, service, datagram_);
+}
+
+void dispatcher::compose(std::uint16_t transaction, std::uint16_t message_id) {
+  const auto& tlvs = tlvs_.view();
+  datagram_.resize(qmi::header_size);
+  qmi::write_header({qmi::message_kind::response, transaction, message_id,
+                     static_cast<std::uint16_t>(tlvs.size())},
+                    datagram_);
+  datagram_.insert(datagram_.end(), tlvs.begin(), tlvs.end());
+}
+
+void dispatcher::deliver(const client& to, const service_row& from, byte_view datagram) {
+  trace_.message(trace::direction::from_modem, to, from, datagram);
+  to.send(node_.address_of(from), datagram);
+}
+
+void dispatcher::delay(const client& to, const service_row& from, std::chrono::milliseconds time) {
+  if (!delayed_.add({to, &from, datagram_}, time)) {
+    trace_.note("dropped, too many delayed answers");
+  }
+}
+
+void dispatcher::take_down(const fault_rule& fault) {
+  const service_row& service = *fault.service;
+  delayed_.drop_service(service);
+  node_.take_down(service);
+  if (!fault.value) return;
+  auto& restart = restarts_.try_emplace(&service, io_).first->second;
+  restart.expires_after(std::chrono::milliseconds(*fault.value));
+  restart.async_wait([this, &service](const std::error_code& cancelled) {
+    if (!cancelled) node_.bring_up(service);
+  });
+}
+
+}  // namespace sim

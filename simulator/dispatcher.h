@@ -1,0 +1,58 @@
+// What ports receive passes through here: control packets go to the node, requests to the row of
+// their message, and answers, as faults leave them, back to the client.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <vector>
+
+#include <asio/io_context.hpp>
+#include <asio/steady_timer.hpp>
+
+#include "protocol/qmi_message.h"
+#include "simulator/delayed_answers.h"
+#include "simulator/faults.h"
+#include "simulator/modem/modem.h"
+#include "simulator/node.h"
+#include "simulator/trace.h"
+
+namespace sim {
+
+class dispatcher {
+ public:
+  /// Applies the faults of the start.
+  dispatcher(asio::io_context& io, modem& state, node& node, faults faults, trace& trace);
+
+  /// A datagram that a client sent to `to`.
+  void receive(const client& from, protocol::qrtr::address to, protocol::byte_view datagram);
+
+  /// The client's port closed: nothing more can be sent to it.
+  void client_gone(const client& gone);
+
+ private:
+  void serve(const client& from, const service_row& service, const protocol::qmi::message& message);
+  /// Leaves the TLVs of the answer in `tlvs_`.
+  void answer_request(const client& from, const service_row& service,
+                      const protocol::qmi::message& message, const fault_rule* fault);
+  void refuse_malformed(const client& from, const service_row& service,
+                        protocol::byte_view datagram);
+  void compose(std::uint16_t transaction, std::uint16_t message_id);
+  void deliver(const client& to, const service_row& from, protocol::byte_view datagram);
+  void delay(const client& to, const service_row& from, std::chrono::milliseconds time);
+  void take_down(const fault_rule& fault);
+
+  asio::io_context& io_;
+  modem& modem_;
+  node& node_;
+  faults faults_;
+  trace& trace_;
+  delayed_answers delayed_;
+  std::map<const service_row*, asio::steady_timer> restarts_;
+
+  // The answer being made; kept for its memory.
+  protocol::qmi::tlv_writer tlvs_;
+  std::vector<std::uint8_t> datagram_;
+};
+
+}  // namespace sim

@@ -1,0 +1,73 @@
+#include "simulator/faults.h"
+
+#include <utility>
+
+namespace sim {
+namespace {
+
+// Offsets in a QMI message.
+constexpr std::size_t message_id_at = 3;
+constexpr std::size_t tlv_length_at = 5;
+
+void set_result(const fault_rule& rule, std::span<std::uint8_t> datagram) {
+  const std::span tlvs = datagram.subspan(protocol::qmi::header_size);
+  const auto result = protocol::qmi::find_tlv(tlvs, rule.service->result_tlv);
+  if (!result || result->size() != sizeof(std::uint32_t)) return;
+  protocol::store_le(*rule.value,
+                     tlvs.subspan(static_cast<std::size_t>(result->data() - tlvs.data())));
+}
+
+void truncate(std::size_t tlv_bytes, std::vector<std::uint8_t>& datagram) {
+  if (tlv_bytes >= datagram.size() - protocol::qmi::header_size) return;
+  datagram.resize(protocol::qmi::header_size + tlv_bytes);
+  protocol::store_le(static_cast<std::uint16_t>(tlv_bytes),
+                     std::span(datagram).subspan(tlv_length_at));
+}
+
+void set_message_id(const fault_rule& rule, std::span<std::uint8_t> datagram) {
+  const auto id = protocol::load_le<std::uint16_t>(datagram.subspan(message_id_at));
+  protocol::store_le(static_cast<std::uint16_t>(rule.value.value_or(id + 1U)),
+                     datagram.subspan(message_id_at));
+}
+
+}  // namespace
+
+void alter_answer(const fault_rule& rule, std::vector<std::uint8_t>& datagram) {
+  switch (rule.action) {
+    case fault_action::result:
+      return set_result(rule, datagram);
+    case fault_action::truncate:
+      return truncate(*rule.value, datagram);
+    case fault_action::wrong_id:
+      return set_message_id(rule, datagram);
+    case fault_action::silent:
+    case fault_action::delay:
+    case fault_action::error:
+    case fault_action::down:
+      return;
+  }
+}
+
+faults::faults(std::vector<fault_rule> rules) {
+  for (fault_rule& rule : rules) {
+    if (rule.strikes_at_start()) {
+      at_start_.push_back(std::move(rule));
+    } else {
+      on_request_.push_back({std::move(rule)});
+    }
+  }
+}
+
+const fault_rule* faults::strike(const service_row& service, std::uint16_t message_id) {
+  const fault_rule* first = nullptr;
+  // To the end: a rule that comes too late for this request still counts it.
+  for (counted_rule& counted : on_request_) {
+    const fault_rule& rule = counted.rule;
+    if (rule.service != &service || (rule.message && *rule.message != message_id)) continue;
+    ++counted.requests;
+    if (first == nullptr && (!rule.nth || *rule.nth == counted.requests)) first = &rule;
+  }
+  return first;
+}
+
+}  // namespace sim

@@ -1,0 +1,67 @@
+// Faults that the modem is told to have. A rule reads
+//   SERVICE[/MESSAGE[@N]]=ACTION[:VALUE]
+// and strikes every request of the service, of one of its messages, or only the N-th of that
+// message since the start. The first rule given that fits a request is the one that strikes it.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "simulator/service.h"
+
+namespace sim {
+
+enum class fault_action : std::uint8_t {
+  silent,    ///< no answer
+  delay,     ///< the answer comes VALUE milliseconds late
+  error,     ///< a standard response with error VALUE
+  result,    ///< the service's own result becomes VALUE
+  truncate,  ///< only the first VALUE bytes of the TLVs
+  wrong_id,  ///< the answer has message id VALUE, or the next one
+  down,      ///< the service goes down instead, for VALUE milliseconds or for good
+};
+
+struct fault_rule {
+  std::string text;  ///< as the user wrote it
+  const service_row* service = nullptr;
+  std::optional<std::uint16_t> message;
+  std::optional<std::uint32_t> nth;
+  fault_action action = fault_action::silent;
+  std::optional<std::uint32_t> value;
+
+  /// A whole service that is down is so from the start; no request brings that about.
+  [[nodiscard]] bool strikes_at_start() const { return action == fault_action::down && !message; }
+};
+
+/// Throws `usage_error`, which names the rule and the form expected.
+[[nodiscard]] fault_rule parse_fault_rule(std::string_view text,
+                                          std::span<const service_row> services);
+
+/// Changes an answer as `delay` leaves it, or as `result`, `truncate` and `wrong_id` ask.
+void alter_answer(const fault_rule& rule, std::vector<std::uint8_t>& datagram);
+
+class faults {
+ public:
+  explicit faults(std::vector<fault_rule> rules);
+
+  /// Counts a request; the rule that strikes it, or null.
+  [[nodiscard]] const fault_rule* strike(const service_row& service, std::uint16_t message_id);
+
+  /// The rules that strike at the start, in the order given.
+  [[nodiscard]] const std::vector<fault_rule>& at_start() const { return at_start_; }
+
+ private:
+  struct counted_rule {
+    fault_rule rule;
+    std::uint64_t requests = 0;
+  };
+
+  std::vector<counted_rule> on_request_;
+  std::vector<fault_rule> at_start_;
+};
+
+}  // namespace sim

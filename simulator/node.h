@@ -1,0 +1,61 @@
+// The modem's QRTR node: which services are up, at which ports, and which clients look for them.
+#pragma once
+
+#include <span>
+#include <vector>
+
+#include "protocol/modem_socket.h"
+#include "protocol/qrtr.h"
+#include "simulator/service.h"
+#include "simulator/trace.h"
+
+namespace sim {
+
+/// Where lookups go and where their answers come from: a client's own node.
+constexpr protocol::qrtr::address control_address{protocol::modem_socket::local_node,
+                                                  protocol::qrtr::control_port};
+
+class node {
+ public:
+  /// All services are up at first.
+  node(std::span<const service_row> services, trace& trace);
+
+  /// From now on the port hears of services that come and go, at once of those that are up.
+  void attach(port& port);
+
+  /// What a client said to the control port.
+  void control(const client& from, protocol::byte_view datagram);
+  void client_gone(const client& gone);
+
+  void bring_up(const service_row& service);
+  void take_down(const service_row& service);
+  [[nodiscard]] bool is_up(const service_row& service) const;
+
+  /// The service that is up at the address, else null.
+  [[nodiscard]] const service_row* service_at(protocol::qrtr::address at) const;
+  [[nodiscard]] protocol::qrtr::address address_of(const service_row& service) const;
+
+ private:
+  struct entry {
+    const service_row* service;
+    protocol::qrtr::server server;
+    bool up = true;
+  };
+  struct lookup {
+    client from;
+    protocol::qrtr::server asked;
+  };
+
+  void add_lookup(const lookup& added);
+  void remove_lookup(const lookup& removed);
+  void announce(protocol::qrtr::command change, const protocol::qrtr::server& server);
+  void send(const client& to, const protocol::qrtr::control_packet& packet);
+  [[nodiscard]] entry& entry_of(const service_row& service);
+
+  trace& trace_;
+  std::vector<entry> entries_;
+  std::vector<lookup> lookups_;
+  std::vector<port*> ports_;
+};
+
+}  // namespace sim

@@ -1,0 +1,40 @@
+// A port is a way into the modem. It owns sockets; what is said through them it passes to the
+// dispatcher, and it delivers what the modem says.
+#pragma once
+
+#include <compare>
+
+#include "protocol/bytes.h"
+#include "protocol/qrtr.h"
+
+namespace sim {
+
+class port {
+ public:
+  port() = default;
+  port(const port&) = delete;
+  port& operator=(const port&) = delete;
+  virtual ~port() = default;
+
+  /// Never blocks and never calls back; what cannot be delivered is dropped.
+  virtual void send(protocol::qrtr::address to, protocol::qrtr::address from,
+                    protocol::byte_view datagram) = 0;
+
+  /// For a port whose clients look services up elsewhere than at our node.
+  virtual void service_up(const protocol::qrtr::server& /*server*/) {}
+  virtual void service_down(const protocol::qrtr::server& /*server*/) {}
+};
+
+/// Whoever talks to a service. The same address may be in use behind two ports at once.
+struct client {
+  port* via = nullptr;
+  protocol::qrtr::address at;
+
+  void send(protocol::qrtr::address from, protocol::byte_view datagram) const {
+    via->send(at, from, datagram);
+  }
+
+  friend bool operator==(const client&, const client&) = default;
+};
+
+}  // namespace sim

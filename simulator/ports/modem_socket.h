@@ -1,0 +1,55 @@
+// The modem socket: a Unix SOCK_SEQPACKET socket, each connection a port of the local node.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+#include <asio/basic_socket_acceptor.hpp>
+#include <asio/generic/seq_packet_protocol.hpp>
+#include <asio/io_context.hpp>
+#include <asio/steady_timer.hpp>
+
+#include "simulator/dispatcher.h"
+#include "simulator/port.h"
+#include "simulator/ports/socket_path.h"
+#include "simulator/trace.h"
+
+namespace sim {
+
+class modem_connection;
+
+class modem_socket_port : public port {
+ public:
+  /// Binds; throws `failure`.
+  modem_socket_port(asio::io_context& io, const std::string& path, trace& trace);
+  ~modem_socket_port() override;
+
+  /// Accepts connections from here on, and passes what they say to `dispatcher`.
+  void start(dispatcher& dispatcher);
+
+  void send(protocol::qrtr::address to, protocol::qrtr::address from,
+            protocol::byte_view datagram) override;
+
+  // For the connections.
+  void receive(std::uint32_t client_port, protocol::byte_view packet);
+  void remove(std::uint32_t client_port, std::string_view reason);
+
+ private:
+  using protocol_type = asio::generic::seq_packet_protocol;
+
+  void accept();
+  [[nodiscard]] client client_at(std::uint32_t client_port);
+
+  socket_path path_;
+  asio::basic_socket_acceptor<protocol_type> acceptor_;
+  asio::steady_timer accept_again_;
+  trace& trace_;
+  dispatcher* dispatcher_ = nullptr;
+  std::unordered_map<std::uint32_t, std::shared_ptr<modem_connection>> connections_;
+  std::uint32_t next_port_;
+};
+
+}  // namespace sim

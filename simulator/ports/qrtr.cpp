@@ -1,0 +1,130 @@
+#include "simulator/ports/qrtr.h"
+
+#include <fmt/core.h>
+#include <linux/qrtr.h>
+#include <sys/socket.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+#include <asio/buffer.hpp>
+
+#include "simulator/descriptor.h"
+#include "simulator/failure.h"
+
+namespace sim {
+namespace {
+
+using socket_type = asio::generic::datagram_protocol::socket;
+using endpoint = asio::generic::datagram_protocol::endpoint;
+
+constexpr std::size_t max_datagram = 65535;
+
+[[noreturn]] void fail(const char* what) {
+  throw failure(fmt::format("cannot {} AF_QIPCRTR: {}", what, std::strerror(errno)));
+}
+
+endpoint endpoint_of(protocol::qrtr::address at) {
+  sockaddr_qrtr address{};
+  address.sq_family = AF_QIPCRTR;
+  address.sq_node = at.node;
+  address.sq_port = at.port;
+  return {&address, sizeof(address)};
+}
+
+protocol::qrtr::address address_of(const endpoint& from) {
+  sockaddr_qrtr address{};
+  std::memcpy(&address, from.data(), sizeof(address));
+  return {address.sq_node, address.sq_port};
+}
+
+socket_type open_socket(asio::io_context& io) {
+  descriptor made(::socket(AF_QIPCRTR, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+  if (!made) fail("listen on");
+  return {io, asio::generic::datagram_protocol(AF_QIPCRTR, 0), made.release()};
+}
+
+}  // namespace
+
+struct qrtr_port::service_socket {
+  service_socket(protocol::qrtr::address known_by, socket_type opened)
+      : service(known_by),
+        socket(std::move(opened)),
+        // The kernel tells its own node before the socket has a port.
+        name_service(
+            endpoint_of({address_of(socket.local_endpoint()).node, protocol::qrtr::control_port})) {
+  }
+
+  protocol::qrtr::address service;  ///< what the modem knows it by
+  socket_type socket;
+  endpoint name_service;
+  endpoint sender{};
+  std::array<std::uint8_t, max_datagram> buffer{};
+};
+
+qrtr_port::qrtr_port(asio::io_context& io, node& node, dispatcher& dispatcher)
+    : io_(io), dispatcher_(dispatcher) {
+  // Fails here and not later, when a service that is down at the start comes up.
+  (void)open_socket(io);
+  node.attach(*this);
+}
+
+qrtr_port::~qrtr_port() = default;
+
+void qrtr_port::send(protocol::qrtr::address to, protocol::qrtr::address from,
+                     protocol::byte_view datagram) {
+  std::error_code dropped;  // as the network drops what a peer has no room for
+  socket_of(from).socket.send_to(asio::buffer(datagram.data(), datagram.size()), endpoint_of(to), 0,
+                                 dropped);
+}
+
+void qrtr_port::service_up(const protocol::qrtr::server& server) {
+  publish(protocol::qrtr::command::new_server, server);
+}
+
+void qrtr_port::service_down(const protocol::qrtr::server& server) {
+  publish(protocol::qrtr::command::del_server, server);
+}
+
+void qrtr_port::publish(protocol::qrtr::command change, const protocol::qrtr::server& server) {
+  service_socket& from = socket_of(server.at);
+  const auto packet = protocol::qrtr::build_control({change, server});
+  std::error_code error;
+  from.socket.send_to(asio::buffer(packet), from.name_service, 0, error);
+  if (error) fmt::print(stderr, "tvk-modem: cannot publish on AF_QIPCRTR: {}\n", error.message());
+}
+
+qrtr_port::service_socket& qrtr_port::socket_of(protocol::qrtr::address service) {
+  auto& found = sockets_[service];
+  if (!found) {
+    auto socket = open_socket(io_);
+    socket.non_blocking(true);
+    found = std::make_unique<service_socket>(service, std::move(socket));
+    receive(*found);
+  }
+  return *found;
+}
+
+void qrtr_port::receive(service_socket& socket) {
+  socket.socket.async_receive_from(asio::buffer(socket.buffer), socket.sender,
+                                   [this, &socket](const std::error_code& error, std::size_t size) {
+                                     if (error == asio::error::operation_aborted) return;
+                                     if (!error) received(socket, size);
+                                     receive(socket);
+                                   });
+}
+
+void qrtr_port::received(const service_socket& socket, std::size_t size) {
+  const protocol::qrtr::address from = address_of(socket.sender);
+  const auto datagram = protocol::byte_view(socket.buffer).first(size);
+  if (from.port != protocol::qrtr::control_port) {
+    return dispatcher_.receive({this, from}, socket.service, datagram);
+  }
+  const auto packet = protocol::qrtr::parse_control(datagram);
+  if (packet && packet->cmd == protocol::qrtr::command::del_client) {
+    dispatcher_.client_gone({this, packet->about.at});
+  }
+}
+
+}  // namespace sim

@@ -1,0 +1,42 @@
+// The modem's services on the kernel's AF_QIPCRTR: a socket for each, published with the kernel's
+// own name service, which also answers the lookups.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+
+#include <asio/generic/datagram_protocol.hpp>
+#include <asio/io_context.hpp>
+
+#include "simulator/dispatcher.h"
+#include "simulator/node.h"
+#include "simulator/port.h"
+
+namespace sim {
+
+class qrtr_port : public port {
+ public:
+  /// Publishes what is up. Throws `failure` where the kernel has no such sockets.
+  qrtr_port(asio::io_context& io, node& node, dispatcher& dispatcher);
+  ~qrtr_port() override;
+
+  void send(protocol::qrtr::address to, protocol::qrtr::address from,
+            protocol::byte_view datagram) override;
+  void service_up(const protocol::qrtr::server& server) override;
+  void service_down(const protocol::qrtr::server& server) override;
+
+ private:
+  struct service_socket;
+
+  service_socket& socket_of(protocol::qrtr::address service);
+  void publish(protocol::qrtr::command change, const protocol::qrtr::server& server);
+  void receive(service_socket& socket);
+  void received(const service_socket& socket, std::size_t size);
+
+  asio::io_context& io_;
+  dispatcher& dispatcher_;
+  std::map<protocol::qrtr::address, std::unique_ptr<service_socket>> sockets_;
+};
+
+}  // namespace sim

@@ -1,0 +1,121 @@
+#include "simulator/ports/socket_path.h"
+
+#include <fcntl.h>
+#include <fmt/core.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include <cerrno>
+#include <cstring>
+#include <optional>
+
+#include "protocol/endpoint.h"
+#include "simulator/failure.h"
+
+namespace sim {
+namespace {
+
+constexpr mode_t owner_only = 0600;
+
+[[noreturn]] void fail(const char* what, const std::string& path, int reason) {
+  throw failure(fmt::format("cannot {} {}: {}", what, path, std::strerror(reason)));
+}
+
+sockaddr_un address_of(const std::string& path) {
+  sockaddr_un address{};
+  constexpr std::size_t most = sizeof(address.sun_path) - 1;
+  if (path.size() > most) {
+    throw failure(fmt::format("the socket path is too long ({} bytes, at most {}): {}", path.size(),
+                              most, path));
+  }
+  address.sun_family = AF_UNIX;
+  path.copy(std::begin(address.sun_path), most);
+  return address;
+}
+
+const sockaddr* generic(const sockaddr_un& address) {
+  return reinterpret_cast<const sockaddr*>(&address);
+}
+
+descriptor make_socket(int type, const std::string& path) {
+  descriptor made(::socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  if (!made) fail("make a socket for", path, errno);
+  return made;
+}
+
+std::optional<struct stat> status_of(const std::string& path) {
+  struct stat status {};
+  if (::lstat(path.c_str(), &status) == 0) return status;
+  if (errno != ENOENT) fail("look at", path, errno);
+  return std::nullopt;
+}
+
+}  // namespace
+
+socket_path::socket_path(std::string path, int socket_type)
+    : path_(std::move(path)), type_(socket_type) {
+  (void)address_of(path_);
+  const auto slash = path_.find_last_of('/');
+  if (slash != std::string::npos && !protocol::make_directories(path_.substr(0, slash))) {
+    fail("make the directory of", path_, errno);
+  }
+  lock();
+  make_room();
+  bind();
+}
+
+socket_path::~socket_path() {
+  struct stat now {};
+  // The place may have been cleared by hand and taken by another program since.
+  if (::lstat(path_.c_str(), &now) == 0 && now.st_ino == inode_) ::unlink(path_.c_str());
+  // Held until after this, and `lock()` looks whether what it locked is still there.
+  ::unlink((path_ + ".lock").c_str());
+}
+
+void socket_path::lock() {
+  const std::string lock_path = path_ + ".lock";
+  while (true) {
+    descriptor opened(
+        ::open(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, owner_only));
+    if (!opened) fail("open the lock", lock_path, errno);
+    if (::flock(opened.get(), LOCK_EX | LOCK_NB) != 0) {
+      if (errno != EWOULDBLOCK) fail("lock", lock_path, errno);
+      throw failure("another modem already listens on " + path_);
+    }
+    // An owner that was just leaving may have removed the file that was opened.
+    struct stat locked {};
+    const auto there = status_of(lock_path);
+    if (there && ::fstat(opened.get(), &locked) == 0 && locked.st_ino == there->st_ino) {
+      lock_ = std::move(opened);
+      return;
+    }
+  }
+}
+
+void socket_path::make_room() {
+  const auto status = status_of(path_);
+  if (!status) return;
+  if (!S_ISSOCK(status->st_mode)) throw failure(path_ + " exists and is not a socket");
+
+  const sockaddr_un address = address_of(path_);
+  const descriptor probe = make_socket(type_, path_);
+  if (::connect(probe.get(), generic(address), sizeof(address)) == 0 || errno != ECONNREFUSED) {
+    throw failure("another program already listens on " + path_);
+  }
+  if (::unlink(path_.c_str()) != 0) fail("remove the stale socket", path_, errno);
+}
+
+void socket_path::bind() {
+  const sockaddr_un address = address_of(path_);
+  socket_ = make_socket(type_, path_);
+  // The socket's file gets the mode that the socket has.
+  if (::fchmod(socket_.get(), owner_only) != 0 ||
+      ::bind(socket_.get(), generic(address), sizeof(address)) != 0) {
+    fail("bind", path_, errno);
+  }
+  if (const auto status = status_of(path_)) inode_ = status->st_ino;
+}
+
+}  // namespace sim

@@ -1,0 +1,27 @@
+// tvk-modem serve: a modem until it is told to stop.
+#include <fmt/core.h>
+
+#include <cstdio>
+
+#include <asio/io_context.hpp>
+
+#include "simulator/commands.h"
+#include "simulator/signals.h"
+
+namespace sim {
+
+int run(const serve_command& asked) {
+  asio::io_context io(1);
+  const signals stop(io, {SIGINT, SIGTERM}, [&io](const auto& /*which*/) { io.stop(); });
+  const simulated_modem modem(io, asked.modem);
+  fmt::print(stderr, "tvk-modem: listening on unix:{}{}\n", asked.modem.socket,
+             asked.modem.qrtr ? " and AF_QIPCRTR" : "");
+  io.run();
+  return 0;
+}
+
+int run(nothing_to_do /*asked*/) {
+  return 0;
+}
+
+}  // namespace sim

@@ -1,0 +1,55 @@
+// A service of the modem is a row, and so is each message that it answers.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "protocol/qmi_message.h"
+#include "simulator/port.h"
+
+namespace sim {
+
+struct modem;
+
+struct request {
+  const client& from;
+  std::uint16_t transaction;
+  protocol::byte_view tlvs;  ///< well formed as far as lengths go
+  modem& state;
+};
+
+/// Writes the TLVs of the answer. Any error but `none` is answered instead, in a standard response,
+/// and what was written is forgotten.
+using message_handler = protocol::qmi::error (*)(const request& asked,
+                                                 protocol::qmi::tlv_writer& answer);
+
+/// What the trace calls a TLV.
+struct tlv_row {
+  std::uint8_t type;
+  const char* name;
+};
+
+struct message_row {
+  std::uint16_t id;
+  const char* name;
+  message_handler answer;
+  std::span<const tlv_row> request_tlvs;
+  std::span<const tlv_row> response_tlvs;
+};
+
+struct service_row {
+  const char* name;
+  std::uint32_t id;
+  std::uint8_t version;     ///< IDL major version
+  std::uint8_t result_tlv;  ///< the u32 in responses that is the service's own result
+  std::span<const message_row> messages;
+
+  [[nodiscard]] const message_row* find(std::uint16_t message_id) const {
+    for (const message_row& row : messages) {
+      if (row.id == message_id) return &row;
+    }
+    return nullptr;
+  }
+};
+
+}  // namespace sim

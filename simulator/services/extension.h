@@ -1,0 +1,34 @@
+// The vendor's extension service. Its messages share one layout:
+//   TLV 0x01 u32 type (request) or result (response); TLV 0x02 u32 data_len;
+//   TLV 0x10, optional, the payload: 512 bytes of which data_len count.
+// A shorter payload is accepted in requests; an answer's is always 512 bytes.
+#pragma once
+
+#include "services/norvel_extend_qmi_v01.h"
+#include "simulator/service.h"
+
+namespace sim {
+
+constexpr std::uint32_t extension_service_id = norvel_extend_qmi_service_id_v01;
+constexpr std::uint8_t extension_result_tlv = 0x01;
+
+[[nodiscard]] protocol::qmi::error answer_extension(const request& asked,
+                                                    protocol::qmi::tlv_writer& answer);
+
+inline constexpr tlv_row extension_request_tlvs[] = {
+    {0x01, "type"},
+    {0x02, "data_len"},
+    {0x10, "payload"},
+};
+inline constexpr tlv_row extension_response_tlvs[] = {
+    {0x01, "result"},
+    {0x02, "data_len"},
+    {0x10, "payload"},
+};
+inline constexpr message_row extension_messages[] = {
+    {norvel_extend_qmi_request_v01, "request", answer_extension, extension_request_tlvs,
+     extension_response_tlvs},
+    {0x0003, "request 3", answer_extension, extension_request_tlvs, extension_response_tlvs},
+};
+
+}  // namespace sim

@@ -1,0 +1,19 @@
+#include "simulator/services/services.h"
+
+#include "simulator/services/extension.h"
+
+namespace sim {
+namespace {
+
+// A service's port is its place in this table: new ones go to the end.
+constexpr service_row services[] = {
+    {"extension", extension_service_id, 1, extension_result_tlv, extension_messages},
+};
+
+}  // namespace
+
+std::span<const service_row> all_services() {
+  return services;
+}
+
+}  // namespace sim

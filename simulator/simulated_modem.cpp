@@ -1,0 +1,20 @@
+#include "simulator/simulated_modem.h"
+
+#include <cstdio>
+
+#include "simulator/services/services.h"
+
+namespace sim {
+
+simulated_modem::simulated_modem(asio::io_context& io, const modem_options& options)
+    : trace_(options.trace ? stderr : nullptr, all_services()),
+      socket_(io, options.socket, trace_),
+      modem_(options.state),
+      node_(all_services(), trace_),
+      dispatcher_(io, modem_, node_, faults(options.faults), trace_) {
+  if (options.qrtr) qrtr_.emplace(io, node_, dispatcher_);
+  modem_.store.count("boots");
+  socket_.start(dispatcher_);
+}
+
+}  // namespace sim

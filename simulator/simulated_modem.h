@@ -1,0 +1,43 @@
+// A whole modem: its state, its services, and the ports through which they are reached.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <asio/io_context.hpp>
+
+#include "simulator/dispatcher.h"
+#include "simulator/faults.h"
+#include "simulator/modem/modem.h"
+#include "simulator/node.h"
+#include "simulator/ports/modem_socket.h"
+#include "simulator/ports/qrtr.h"
+#include "simulator/trace.h"
+
+namespace sim {
+
+struct modem_options {
+  std::string socket;
+  std::string state;
+  bool qrtr = false;
+  bool trace = false;
+  std::vector<fault_rule> faults;
+};
+
+class simulated_modem {
+ public:
+  /// Accepts connections when it returns; serves them as `io` runs. Throws `failure`.
+  simulated_modem(asio::io_context& io, const modem_options& options);
+
+ private:
+  // The socket's place comes first: a second modem there must not touch the state.
+  trace trace_;
+  modem_socket_port socket_;
+  modem modem_;
+  node node_;
+  dispatcher dispatcher_;
+  std::optional<qrtr_port> qrtr_;
+};
+
+}  // namespace sim

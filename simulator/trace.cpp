@@ -1,0 +1,195 @@
+#include "simulator/trace.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iterator>
+
+namespace sim {
+namespace {
+
+using protocol::byte_view;
+using protocol::qrtr::command;
+namespace qmi = protocol::qmi;
+
+constexpr const char* indent = "            ";
+
+constexpr tlv_row standard_tlvs[] = {{qmi::standard_response_tlv, "standard response"}};
+
+constexpr std::pair<command, const char*> command_names[] = {
+    {command::new_server, "NEW_SERVER"}, {command::del_server, "DEL_SERVER"},
+    {command::del_client, "DEL_CLIENT"}, {command::new_lookup, "NEW_LOOKUP"},
+    {command::del_lookup, "DEL_LOOKUP"},
+};
+
+const char* command_name(command which) {
+  return std::ranges::find(command_names, which, &std::pair<command, const char*>::first)->second;
+}
+
+const char* kind_name(qmi::message_kind kind) {
+  switch (kind) {
+    case qmi::message_kind::request:
+      return "request";
+    case qmi::message_kind::response:
+      return "response";
+    case qmi::message_kind::indication:
+      return "indication";
+  }
+  return "";
+}
+
+/// An answer without the service's own result is a standard response.
+std::span<const tlv_row> names_of(const service_row& service, const qmi::message& message) {
+  const bool response = message.head.kind == qmi::message_kind::response;
+  if (response && !qmi::find_tlv(message.tlvs, service.result_tlv)) return standard_tlvs;
+  const message_row* const row = service.find(message.head.message_id);
+  if (row == nullptr) return {};
+  return response ? row->response_tlvs : row->request_tlvs;
+}
+
+const char* name_of(std::uint8_t type, std::span<const tlv_row> names) {
+  const auto row = std::ranges::find(names, type, &tlv_row::type);
+  return row == names.end() ? "?" : row->name;
+}
+
+std::string describe_bytes(byte_view bytes) {
+  constexpr std::size_t zeros_worth_counting = 4;
+  const auto last = std::find_if(bytes.rbegin(), bytes.rend(), [](auto byte) { return byte != 0; });
+  const auto zeros = static_cast<std::size_t>(last - bytes.rbegin());
+  if (zeros < zeros_worth_counting) return fmt::format("{:02x}", fmt::join(bytes, " "));
+  if (zeros == bytes.size()) return fmt::format("{} zero bytes", zeros);
+  return fmt::format("{:02x} ... {} zero bytes", fmt::join(bytes.first(bytes.size() - zeros), " "),
+                     zeros);
+}
+
+template <typename T>
+std::string describe_integer(byte_view value) {
+  const T number = protocol::load_le<T>(value);
+  return fmt::format("{} (0x{:0{}x})", number, number, 2 * sizeof(T));
+}
+
+}  // namespace
+
+std::string describe_value(byte_view value) {
+  switch (value.size()) {
+    case 0:
+      return "empty";
+    case 1:
+      return describe_integer<std::uint8_t>(value);
+    case 2:
+      return describe_integer<std::uint16_t>(value);
+    case 4:
+      return describe_integer<std::uint32_t>(value);
+    case 8:
+      return describe_integer<std::uint64_t>(value);
+    default:
+      return describe_bytes(value);
+  }
+}
+
+trace::trace(std::FILE* out, std::span<const service_row> services)
+    : out_(out), services_(services) {}
+
+void trace::client_connects(const client& who) {
+  if (on()) write(fmt::format("{}client {}:{} connects\n", seconds(), who.at.node, who.at.port));
+}
+
+void trace::client_leaves(const client& who, std::string_view reason) {
+  if (!on()) return;
+  write(fmt::format("{}client {}:{} leaves: {}\n", seconds(), who.at.node, who.at.port, reason));
+}
+
+void trace::control(direction way, const client& who,
+                    const protocol::qrtr::control_packet& packet) {
+  if (!on()) return;
+  const auto& about = packet.about;
+  std::string line = start_line(way, who, "control") + command_name(packet.cmd);
+  auto out = std::back_inserter(line);
+  if (packet.cmd == command::new_server && about.is_end_of_list()) {
+    fmt::format_to(out, "  end of list");
+  } else if (packet.cmd == command::del_client) {
+    fmt::format_to(out, "  {}:{}", about.at.node, about.at.port);
+  } else {
+    fmt::format_to(out, "  {}  version {}, instance {}", service_name(about.service),
+                   about.version(), about.instance());
+    if (way == direction::from_modem) {
+      fmt::format_to(out, ", at {}:{}", about.at.node, about.at.port);
+    }
+  }
+  write(line + '\n');
+}
+
+void trace::bad_control(const client& who, byte_view datagram) {
+  if (!on()) return;
+  write(fmt::format("{}ignored, no control packet\n{}{}\n",
+                    start_line(direction::to_modem, who, "control"), indent,
+                    describe_bytes(datagram)));
+}
+
+void trace::message(direction way, const client& who, const service_row& service,
+                    byte_view datagram) {
+  if (!on()) return;
+  std::string lines = start_line(way, who, service.name);
+  auto out = std::back_inserter(lines);
+  const auto message = qmi::parse_message(datagram);
+  if (!message) {
+    fmt::format_to(out, "malformed, {} bytes\n{}{}\n", datagram.size(), indent,
+                   describe_bytes(datagram));
+    return write(lines);
+  }
+  const message_row* const row = service.find(message->head.message_id);
+  fmt::format_to(out, "{:<10}  message 0x{:04x} {}, transaction {}, {} TLV bytes\n",
+                 kind_name(message->head.kind), message->head.message_id,
+                 row == nullptr ? "?" : row->name, message->head.transaction,
+                 message->head.tlv_length);
+  qmi::tlv_reader reader(message->tlvs);
+  std::size_t shown = 0;
+  const auto names = names_of(service, *message);
+  while (const auto tlv = reader.next()) {
+    fmt::format_to(out, "{}0x{:02x} {:<17} {:>5}  {}\n", indent, tlv->type,
+                   name_of(tlv->type, names), tlv->value.size(), describe_value(tlv->value));
+    shown += qmi::tlv_header_size + tlv->value.size();
+  }
+  if (reader.malformed()) {
+    fmt::format_to(out, "{}malformed  {}\n", indent, describe_bytes(message->tlvs.subspan(shown)));
+  }
+  write(lines);
+}
+
+void trace::dropped(const client& who, protocol::qrtr::address to, std::size_t size) {
+  if (!on()) return;
+  write(fmt::format("{}dropped, nothing is there, {} bytes\n",
+                    start_line(direction::to_modem, who, fmt::format("{}:{}", to.node, to.port)),
+                    size));
+}
+
+void trace::note(std::string_view text) {
+  if (on()) write(fmt::format("{}{}\n", seconds(), text));
+}
+
+void trace::fault(std::string_view rule) {
+  if (on()) write(fmt::format("{}fault {}\n", seconds(), rule));
+}
+
+void trace::write(const std::string& lines) const {
+  std::fwrite(lines.data(), 1, lines.size(), out_);
+}
+
+std::string trace::start_line(direction way, const client& who, std::string_view other) const {
+  return fmt::format("{}{} {} {:<10} ", seconds(), fmt::format("{}:{}", who.at.node, who.at.port),
+                     way == direction::to_modem ? "->" : "<-", other);
+}
+
+std::string trace::service_name(std::uint32_t id) const {
+  if (id == 0) return "any service";
+  const auto row = std::ranges::find(services_, id, &service_row::id);
+  return row == services_.end() ? fmt::format("service 0x{:04x}", id)
+                                : fmt::format("{} (0x{:04x})", row->name, id);
+}
+
+std::string trace::seconds() const {
+  const std::chrono::duration<double> since = std::chrono::steady_clock::now() - start_;
+  return fmt::format("{:10.3f}  ", since.count());
+}
+
+}  // namespace sim

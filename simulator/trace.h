@@ -1,0 +1,52 @@
+// The exchange as a reader follows it: one line for a message or control packet, one for each TLV,
+// with the names of the service rows.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "protocol/qrtr.h"
+#include "simulator/service.h"
+
+namespace sim {
+
+class trace {
+ public:
+  enum class direction : std::uint8_t { to_modem, from_modem };
+
+  /// Writes to `out`; null traces nothing.
+  trace(std::FILE* out, std::span<const service_row> services);
+
+  void client_connects(const client& who);
+  void client_leaves(const client& who, std::string_view reason);
+  void control(direction way, const client& who, const protocol::qrtr::control_packet& packet);
+  void bad_control(const client& who, protocol::byte_view datagram);
+  void message(direction way, const client& who, const service_row& service,
+               protocol::byte_view datagram);
+  void dropped(const client& who, protocol::qrtr::address to, std::size_t size);
+  /// About what the modem does by itself.
+  void note(std::string_view text);
+  void fault(std::string_view rule);
+
+  [[nodiscard]] bool on() const { return out_ != nullptr; }
+
+ private:
+  void write(const std::string& lines) const;
+  [[nodiscard]] std::string start_line(direction way, const client& who,
+                                       std::string_view other) const;
+  [[nodiscard]] std::string service_name(std::uint32_t id) const;
+  [[nodiscard]] std::string seconds() const;
+
+  std::FILE* out_;
+  std::span<const service_row> services_;
+  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+/// The value of a TLV: an integer in decimal and hexadecimal, else bytes.
+[[nodiscard]] std::string describe_value(protocol::byte_view value);
+
+}  // namespace sim
