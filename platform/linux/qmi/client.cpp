@@ -47,7 +47,7 @@ void client::run() {
 
 bool client::handle_datagram(address from, byte_view datagram) {
   if (const auto event = parse_server_event(from, datagram)) {
-    return event->is_up || event->which.at != server_;
+    return !event->ends(service_->service_id, server_);
   }
   const auto message = protocol::qmi::parse_message(datagram);
   if (!message || from != server_) return true;
