@@ -113,7 +113,7 @@ int send_locked(extension_client& client, unsigned int type, const unsigned char
 int norvel_extend_qmi_send_sync(unsigned int type, unsigned char* req_data, int req_len,
                                 void* rsp_data, unsigned int* rsp_len) {
   if (req_data == nullptr || rsp_data == nullptr || rsp_len == nullptr) {
-    // NOLINTNEXTLINE(*-reinterpret-cast): the line shows where the caller's bytes were to be.
+    // The line shows where the caller's bytes were to be.
     const auto low_bits = static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(req_data));
     print_note("%x,  put Invalid param\n", low_bits);
     return norvel_extend_invalid_argument;
