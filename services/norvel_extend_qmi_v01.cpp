@@ -1,9 +1,8 @@
 #include "services/norvel_extend_qmi_v01.h"
 
-namespace {
+#include "services/service_rows.h"
 
-constexpr std::int32_t idl_major_version = 1;
-constexpr std::int32_t idl_minor_version = 1;
+namespace {
 
 constexpr std::uint16_t max_message = 529;
 
@@ -40,13 +39,13 @@ constexpr qmi_idl_service_message_table_entry indications[] = {
 
 constexpr qmi_idl_service_object service_object = {
     .library_version = QMI_IDL_LIBRARY_VERSION,
-    .idl_version = idl_major_version,
+    .idl_version = 1,
     .service_id = norvel_extend_qmi_service_id_v01,
     .max_msg_len = max_message,
     .n_msgs = {2, 2, 1},
     .msgs = {commands, commands, indications},
     .p_type_table = &type_table,
-    .idl_minor_version = idl_minor_version,
+    .idl_minor_version = 1,
     .parent_service_obj = nullptr,
 };
 
@@ -54,9 +53,5 @@ constexpr qmi_idl_service_object service_object = {
 
 qmi_idl_service_object_type norvel_extend_qmi_get_service_object_internal_v01(
     std::int32_t idl_major, std::int32_t idl_minor, std::int32_t library_version) {
-  if (idl_major != idl_major_version || idl_minor != idl_minor_version ||
-      library_version != QMI_IDL_LIBRARY_VERSION) {
-    return nullptr;
-  }
-  return &service_object;
+  return services::if_version(service_object, idl_major, idl_minor, library_version);
 }

@@ -1,5 +1,13 @@
-// Group 8: one AT command.
+// Group 8: one AT command, written into the modem's AT channel by the shell.
+#include <pthread.h>
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <thread>
 
 #include "tvk/command_group.h"
 #include "tvk/commands.h"
@@ -8,9 +16,15 @@
 namespace {
 
 constexpr command_group at_cmd{.number = 8};
-constexpr int max_at_cmd_len = 100;
 
-bool has_one_short_command(int argc, char** argv) {
+constexpr int max_at_cmd_len = 100;
+using at_text = std::array<char, max_at_cmd_len + 1>;
+using shell_text = std::array<char, 501>;
+
+/// Set by the receiver when it is done, cleared by the sender.
+std::atomic<unsigned char> at_receive_done = 0;
+
+bool is_valid_input(int argc, char** argv) {
   if (argc != 3) {
     print_misuse(at_cmd,
                  "\nnote: The number of inputs should be 2, Pls refer to the following cmd:\n");
@@ -29,9 +43,44 @@ bool has_one_short_command(int argc, char** argv) {
   return true;
 }
 
+/// Does not read the channel: it says that it is not open and lets the sender go on.
+void* norvel_test_at_cmd_receive(void* /*arg*/) {
+  constexpr int g_at_serial_fd = 0;
+  std::puts("The thread to receive data from serial is started");
+  std::printf("The at channel is not opened, g_at_serial_fd %d\n", g_at_serial_fd);
+  at_receive_done = 1;
+  return nullptr;
+}
+
+int norvel_test_at_cmd_send(const char* cmd) {
+  shell_text shell{};
+  std::snprintf(shell.data(), shell.size(), "echo \"%s\r\" > /dev/smd8", cmd);
+  std::printf("at shell cmd: %s\n", shell.data());
+  std::fflush(stdout);  // what the shell says of a missing device comes after it
+  const int ret_sys = std::system(shell.data());
+  std::printf("echo, ret_sys: %d\n", ret_sys);
+  std::puts(ret_sys != 0 ? "Fail to send at shell cmd" : "Success to send at shell cmd");
+  return ret_sys;
+}
+
 }  // namespace
 
 int norvel_test_at_cmd_do(int argc, char** argv) {
-  if (!has_one_short_command(argc, argv)) return 1;
-  return report_no_command(at_cmd);
+  if (!is_valid_input(argc, argv)) return 1;
+
+  at_text cmd{};
+  const int scanned = std::sscanf(argv[2], "%100s\r", cmd.data());
+  std::printf("At cmd you input: sscanf(%d), len (%d), %s\n", scanned,
+              static_cast<int>(std::strlen(cmd.data())), cmd.data());
+  std::puts("Will create a thread to receive data from serial");
+  pthread_t receiver{};
+  if (pthread_create(&receiver, nullptr, norvel_test_at_cmd_receive, nullptr) != 0) {
+    std::printf("Fail to create a thread");
+    show_help(at_cmd.number);
+    return 1;
+  }
+  const int result = norvel_test_at_cmd_send(cmd.data());
+  while (at_receive_done == 0) std::this_thread::sleep_for(std::chrono::seconds(1));
+  at_receive_done = 0;
+  return result;
 }

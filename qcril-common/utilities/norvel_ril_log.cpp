@@ -47,6 +47,16 @@ void norvel_log(norvel_log_site site, const char* fmt, ...) {
   print_note("RIL[%s:%d]: %s\n", site.function, site.line, message.c_str());
 }
 
+void norvel_log_error(norvel_log_site site, const char* fmt, ...) {
+  va_list args;
+  va_start(args, fmt);
+  const std::string message = format(fmt, args);
+  va_end(args);
+  norvel_ril_syslog_err("RIL[%s][%s:%d] %s: %s", "shell", site.source, site.line, site.function,
+                        message.c_str());
+  std::printf("RIL[%s:%d]: %s\n", site.function, site.line, message.c_str());
+}
+
 norvel_log_scope::norvel_log_scope(norvel_log_site site) : site_(site) {
   norvel_log(site_, "function entry ------------->");
 }

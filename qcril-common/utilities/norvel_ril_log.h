@@ -2,6 +2,7 @@
 //   system log       "RIL[shell][SOURCE:LINE] FUNCTION: message"
 //   standard output  "RIL[FUNCTION:LINE]: message", unless quiet
 // SOURCE names the unit, which may be several files: each defines `log_source` for the macros.
+// FUNCTION is the real one, or the one whose name the line is known by (the _AS macros).
 #pragma once
 
 void norvel_ril_syslog_err(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
@@ -15,6 +16,10 @@ struct norvel_log_site {
 
 void norvel_log(norvel_log_site site, const char* fmt, ...) __attribute__((format(printf, 2, 3)));
 
+/// The same at error level; standard output has it even when quiet.
+void norvel_log_error(norvel_log_site site, const char* fmt, ...)
+    __attribute__((format(printf, 2, 3)));
+
 /// Logs the entry of a function now and its exit on every way out.
 class norvel_log_scope {
  public:
@@ -27,9 +32,12 @@ class norvel_log_scope {
   norvel_log_site site_;
 };
 
-#define NORVEL_LOG_SITE            \
+#define NORVEL_LOG_SITE(function)  \
   norvel_log_site {                \
-    log_source, __func__, __LINE__ \
+    log_source, function, __LINE__ \
   }
-#define NORVEL_LOG(...) norvel_log(NORVEL_LOG_SITE, __VA_ARGS__)
-#define NORVEL_LOG_SCOPE() const norvel_log_scope log_scope(NORVEL_LOG_SITE)
+#define NORVEL_LOG_AS(function, ...) norvel_log(NORVEL_LOG_SITE(function), __VA_ARGS__)
+#define NORVEL_LOG(...) NORVEL_LOG_AS(__func__, __VA_ARGS__)
+#define NORVEL_LOG_ERROR(...) norvel_log_error(NORVEL_LOG_SITE(__func__), __VA_ARGS__)
+#define NORVEL_LOG_SCOPE_AS(function) const norvel_log_scope log_scope(NORVEL_LOG_SITE(function))
+#define NORVEL_LOG_SCOPE() NORVEL_LOG_SCOPE_AS(__func__)

@@ -1,0 +1,54 @@
+#include "services/sar_v01.h"
+
+#include "services/service_rows.h"
+
+namespace {
+
+/// The longest message, a list of supported messages: 7 + 5 + 8192 bytes.
+constexpr std::uint16_t max_message = 8204;
+
+constexpr std::uint8_t rf_get_state_resp[] = {
+    0x02, 0x07, 0x00, 0x00, 0x01,  // 0x02: standard response
+    0xC4, 0x10, 0x02, 0x0C,        // 0x10, optional, last: u32 state
+};
+
+constexpr qmi_idl_message_table_entry messages[] = {
+    {0, nullptr},
+    {sizeof(sar_rf_get_state_resp_v01), rf_get_state_resp},
+};
+
+extern const qmi_idl_type_table_object type_table;
+const qmi_idl_type_table_object* const referenced_tables[] = {
+    &type_table, &common_qmi_idl_type_table_object_v01};
+const qmi_idl_type_table_object type_table = {
+    .n_types = 0,
+    .n_messages = 2,
+    .n_referenced_tables = 1,
+    .types = nullptr,
+    .messages = messages,
+    .referenced_tables = referenced_tables,
+    .range_checkers = nullptr,
+};
+
+constexpr qmi_idl_service_message_table_entry requests[] = {{sar_rf_get_state_v01, 0, 0}};
+constexpr qmi_idl_service_message_table_entry responses[] = {{sar_rf_get_state_v01, 1, 14}};
+
+constexpr qmi_idl_service_object service_object = {
+    .library_version = QMI_IDL_LIBRARY_VERSION,
+    .idl_version = 1,
+    .service_id = sar_service_id_v01,
+    .max_msg_len = max_message,
+    .n_msgs = {1, 1, 0},
+    .msgs = {requests, responses, nullptr},
+    .p_type_table = &type_table,
+    .idl_minor_version = 1,
+    .parent_service_obj = nullptr,
+};
+
+}  // namespace
+
+qmi_idl_service_object_type sar_get_service_object_internal_v01(std::int32_t idl_major,
+                                                                std::int32_t idl_minor,
+                                                                std::int32_t library_version) {
+  return services::if_version(service_object, idl_major, idl_minor, library_version);
+}

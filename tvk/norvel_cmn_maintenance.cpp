@@ -1,0 +1,167 @@
+// Restart and full dump of the modem, NV synchronisation, SAR state.
+#include <unistd.h>
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "norvel_extend_qmi/norvel_extend_cmn.h"
+#include "norvel_extend_qmi/norvel_extend_nvefs.h"
+#include "platform/properties.h"
+#include "platform/qmi_client.h"
+#include "qcril-common/utilities/checked.h"
+#include "qcril-common/utilities/norvel_ril_log.h"
+#include "qcril-common/utilities/quiet_notes.h"
+#include "services/sar_v01.h"
+#include "tvk/norvel_cmn.h"
+
+namespace {
+
+constexpr char log_source[] = "norvel_qmi_test_cmn";
+
+constexpr char restart_level[] = "persist.vendor.ssr.restart_level";
+constexpr char restart_level_backup[] = "persist.vendor.ssr.restart_level_bak";
+constexpr char wait_seconds[] = "persist.radio.ssr_wait_s";
+
+/// A crash of the modem restarts it, or ends in a full dump.
+constexpr char restart_on_crash[] = "ALL_ENABLE";
+constexpr char dump_on_crash[] = "ALL_DISABLE";
+
+enum common_message : unsigned int { modem_reset = 31, nv_sync = 35 };
+
+/// Argument of a modem reset.
+enum class reset_kind : std::uint32_t { restart = 0x1000, full_dump = 0x2000 };
+
+constexpr std::string_view ssr_update_count_file = "/nv/item_files/modem/norvel/ssr_update_count";
+
+std::string read_property(const char* name, const char* default_value) {
+  std::array<char, PROPERTY_VALUE_MAX> value{};
+  property_get(name, value.data(), default_value);
+  return value.data();
+}
+
+void send_message(common_message number, void* payload, unsigned int length) {
+  std::array<unsigned char, norvel_common_msg_rsp_size> response{};
+  norvel_send_common_qmi_msg(number, length, payload, response.data());
+}
+
+void reset_modem(reset_kind kind) {
+  send_message(modem_reset, &kind, sizeof kind);
+}
+
+/// False when the wait says that the restart is to be stopped.
+bool wait_for_restart_level() {
+  if (norvel_cmn_test_ssr_wait_s() >= 0) return true;
+  std::puts("wait_s < 0, ssr is stoped");  // sic
+  return false;
+}
+
+std::uint32_t norvel_cmn_test_read_ssr_update_flag() {
+  std::uint32_t count = 0;
+  unsigned int length = sizeof count;
+  const int ret = norvel_efs_read(0, ssr_update_count_file.data(),
+                                  static_cast<unsigned int>(ssr_update_count_file.size()),
+                                  reinterpret_cast<unsigned char*>(&count), &length);
+  NORVEL_LOG("PROP_MODEM_SSR_UPDATE_COUNT read ret: %d, old update_cnt: %d, len: %d", ret,
+             static_cast<int>(count), static_cast<int>(length));
+  if (ret == 0) return count;
+  NORVEL_LOG_ERROR("norvel_efs_read failed, maybe empty");
+  return 0;
+}
+
+/// Counts how often the restart level was switched for a full dump, on the modem itself.
+void norvel_cmn_test_save_ssr_update_flag() {
+  std::uint32_t count = checked_add(norvel_cmn_test_read_ssr_update_flag(), std::uint32_t{1});
+  const int ret = norvel_efs_write(0, ssr_update_count_file.data(),
+                                   static_cast<unsigned int>(ssr_update_count_file.size()),
+                                   reinterpret_cast<unsigned char*>(&count), sizeof count);
+  NORVEL_LOG("PROP_MODEM_SSR_UPDATE_COUNT write ret: %d, new update_cnt: %d", ret,
+             static_cast<int>(count));
+}
+
+/// The SAR state, -1 when it cannot be had.
+int norvel_get_sar_dsi() {
+  NORVEL_LOG_SCOPE();
+  qmi_client_type handle = nullptr;
+  // The library keeps the block as long as the client lives, which is until the process ends.
+  static qmi_client_os_params os_params;
+  auto error = qmi_client_init_instance(
+      sar_get_service_object_internal_v01(1, 1, QMI_IDL_LIBRARY_VERSION), QMI_CLIENT_INSTANCE_ANY,
+      norvel_qcril_qmi_client_common_empty_unsol_ind_cb, nullptr, &os_params, 4, &handle);
+  if (error != QMI_NO_ERR) {
+    NORVEL_LOG("qmi_client_init_instance failed, qmi_client_error = %d", error);
+    return -1;
+  }
+  sar_rf_get_state_resp_v01 response{};
+  constexpr unsigned int timeout_ms = 30000;
+  error = qmi_client_send_msg_sync(handle, sar_rf_get_state_v01, nullptr, 0, &response,
+                                   sizeof response, timeout_ms);
+  if (error != QMI_NO_ERR) {
+    NORVEL_LOG("qmi_client_send_msg_sync failed, qmi_client_error = %d", error);
+    return -1;
+  }
+  NORVEL_LOG("dsi vailid = %d , dsi value = %d", response.sar_rf_state_valid,  // sic
+             response.sar_rf_state);
+  return response.sar_rf_state;
+}
+
+}  // namespace
+
+int norvel_cmn_test_ssr_wait_s() {
+  const int seconds = std::atoi(read_property(wait_seconds, "3").c_str());
+  std::printf("ssr wait_s = %d\n", seconds);
+  if (seconds == 0) {
+    std::puts("modem ssr will not wait");
+    return 0;
+  }
+  std::printf("modem ssr start to wait %ds to init\n", seconds);
+  // A negative number is a wait of many years, as long as nothing interrupts it.
+  ::sleep(static_cast<unsigned int>(seconds));
+  std::printf("modem ssr end to wait %ds to init\n", seconds);
+  return seconds;
+}
+
+void norvel_cmn_test_modem_ssr() {
+  const std::string old_level = read_property(restart_level, dump_on_crash);
+  NORVEL_LOG("Will trigger SSR of modem, the current state: %s\n", old_level.c_str());
+  const bool is_open = old_level == restart_on_crash;
+  if (!is_open) {
+    std::puts("need to open ssr");
+    property_set(restart_level, restart_on_crash);
+    if (!wait_for_restart_level()) return;
+  }
+  reset_modem(reset_kind::restart);
+  if (is_open || !wait_for_restart_level()) return;
+  NORVEL_LOG("back to old ssr state\n");
+  property_set(restart_level, old_level.c_str());
+}
+
+void norvel_cmn_test_full_dump() {
+  const std::string level = read_property(restart_level, restart_on_crash);
+  const std::string backup = read_property(restart_level_backup, "");
+  if (backup.empty()) {
+    std::puts("need to save ssr state");
+    property_set(restart_level_backup, level.c_str());
+  }
+  std::printf("Will trigger Full Dump, the current state: %s, the default state: %s\n",
+              level.c_str(), backup.c_str());
+  if (level != dump_on_crash) {
+    std::puts("need to close ssr");
+    property_set(restart_level, dump_on_crash);
+    norvel_cmn_test_save_ssr_update_flag();
+  }
+  reset_modem(reset_kind::full_dump);
+}
+
+void norvel_cmn_test_nv_sync() {
+  print_note("Will trigger NV SYNC\n");
+  send_message(nv_sync, nullptr, 0);
+}
+
+void norvel_cmn_test_get_sar_dsi() {
+  std::printf("SAR DSI: %d\n", norvel_get_sar_dsi());
+}
