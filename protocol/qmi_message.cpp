@@ -1,5 +1,6 @@
 #include "protocol/qmi_message.h"
 
+#include <algorithm>
 #include <cassert>
 #include <limits>
 
@@ -78,9 +79,9 @@ tlv_writer& tlv_writer::standard_response(error code) {
 std::vector<std::uint8_t> build_message(message_kind kind, std::uint16_t transaction,
                                         std::uint16_t message_id, byte_view tlvs) {
   assert(tlvs.size() <= std::numeric_limits<std::uint16_t>::max());
-  std::vector<std::uint8_t> datagram(header_size);
+  std::vector<std::uint8_t> datagram(header_size + tlvs.size());
   write_header({kind, transaction, message_id, static_cast<std::uint16_t>(tlvs.size())}, datagram);
-  datagram.insert(datagram.end(), tlvs.begin(), tlvs.end());
+  std::ranges::copy(tlvs, datagram.begin() + header_size);
   return datagram;
 }
 
