@@ -28,9 +28,9 @@ class temporary_directory {
   temporary_directory() {
     std::error_code no_such_place;
     path_ = std::filesystem::temp_directory_path(no_such_place) / "tvk-modem-XXXXXX";
-    if (no_such_place || ::mkdtemp(path_.data()) == nullptr) {
-      throw failure(fmt::format("cannot make a temporary directory {}: {}", path_,
-                                no_such_place ? no_such_place.message() : std::strerror(errno)));
+    if (no_such_place) throw failure("TMPDIR names no directory: " + no_such_place.message());
+    if (::mkdtemp(path_.data()) == nullptr) {
+      throw failure(fmt::format("cannot make the directory {}: {}", path_, std::strerror(errno)));
     }
   }
   temporary_directory(const temporary_directory&) = delete;
