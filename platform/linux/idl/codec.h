@@ -1,9 +1,9 @@
-// Encoder and decoder of QMI messages: walk the byte strings of a service object (platform/qmi_idl.h)
-// over a C structure and TLV bytes.
+// Encoder and decoder of QMI messages: walk the byte strings of a service object
+// (platform/qmi_idl.h) over a C structure and TLV bytes.
 //
-// Built: mandatory and optional TLVs; integers of 1, 2, 4 and 8 bytes; enumerations of 1 and 2 bytes
-// (4 in C, signed); fixed and variable arrays with counts of 1 or 2 bytes; nested aggregates. A table
-// with another form is refused with QMI_IDL_UNRECOGNIZED_VERSION.
+// Forms: mandatory and optional TLVs; integers of 1, 2, 4 and 8 bytes; enumerations of 1 and 2
+// bytes (4 in C, signed); fixed and variable arrays with counts of 1 or 2 bytes; nested aggregates.
+// A table with another form is refused with QMI_IDL_UNRECOGNIZED_VERSION.
 #pragma once
 
 #include <cstddef>
@@ -16,12 +16,11 @@ namespace idl {
 
 /// Writes TLV bytes to `out` and their number to `written`. Returns 0 or an IDL code.
 [[nodiscard]] std::int32_t encode(qmi_idl_service_object_type service, qmi_idl_type_of_message kind,
-                                  std::uint16_t message_id,
-                                  std::span<const std::uint8_t> c_struct,
+                                  std::uint16_t message_id, std::span<const std::uint8_t> c_struct,
                                   std::span<std::uint8_t> out, std::size_t& written);
 
-/// Zeroes the C structure, then fills it from TLV bytes of whatever origin. Returns 0 or an IDL code;
-/// after a failure the structure holds what was read until then.
+/// Zeroes the C structure, then fills it from TLV bytes of whatever origin. Returns 0 or an IDL
+/// code; after a failure the structure holds what was read until then.
 [[nodiscard]] std::int32_t decode(qmi_idl_service_object_type service, qmi_idl_type_of_message kind,
                                   std::uint16_t message_id, std::span<const std::uint8_t> tlvs,
                                   std::span<std::uint8_t> c_struct);

@@ -1,0 +1,103 @@
+// The modem socket (protocol/modem_socket.h): one connection is one port.
+#include "protocol/modem_socket.h"
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+#include "platform/linux/qmi/transport.h"
+#include "platform/linux/report.h"
+
+namespace qmi {
+namespace {
+
+namespace wire = protocol::modem_socket;
+
+/// The iovec type is shared by reading and writing calls, so it has no const.
+iovec writable(byte_view bytes) {
+  return {const_cast<std::uint8_t*>(bytes.data()), bytes.size()};  // NOLINT(*-const-cast)
+}
+
+class modem_socket final : public transport {
+ public:
+  using transport::transport;
+
+  io_result send(address to, byte_view datagram) override {
+    const auto prefix = wire::build_address(to);
+    std::array<iovec, 2> parts{writable(prefix), writable(datagram)};
+    msghdr packet{};
+    packet.msg_iov = parts.data();
+    packet.msg_iovlen = parts.size();
+    for (;;) {
+      if (::sendmsg(descriptor(), &packet, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0) {
+        return io_result::done;
+      }
+      if (errno == EAGAIN) return io_result::would_block;
+      if (errno != EINTR) return io_result::gone;
+    }
+  }
+
+  received receive(std::span<std::uint8_t> buffer) override {
+    std::array<std::uint8_t, wire::address_size> prefix{};
+    std::array<iovec, 2> parts{iovec{prefix.data(), prefix.size()},
+                               iovec{buffer.data(), buffer.size()}};
+    msghdr packet{};
+    packet.msg_iov = parts.data();
+    packet.msg_iovlen = parts.size();
+    for (;;) {
+      const ssize_t got = ::recvmsg(descriptor(), &packet, MSG_DONTWAIT | MSG_TRUNC);
+      // A packet without even an address is not the modem's; the connection is of no use then.
+      if (got >= static_cast<ssize_t>(prefix.size())) {
+        return {io_result::done, wire::parse_address(prefix),
+                static_cast<std::size_t>(got) - prefix.size()};
+      }
+      if (got < 0 && errno == EINTR) continue;
+      if (got < 0 && errno == EAGAIN) return {io_result::would_block, {}, 0};
+      return {io_result::gone, {}, 0};
+    }
+  }
+
+  [[nodiscard]] address name_service() const override {
+    return {wire::local_node, protocol::qrtr::control_port};
+  }
+};
+
+opened refuse(const std::string& path, const std::string& why) {
+  platform::report_once("TVK_MODEM=unix:" + path + ": " + why +
+                        "; expected the SOCK_SEQPACKET socket of a modem");
+  return {};
+}
+
+}  // namespace
+
+opened open_modem_socket(const std::string& path) {
+  sockaddr_un name{};
+  name.sun_family = AF_UNIX;
+  if (path.size() >= sizeof name.sun_path) {
+    return refuse(path, "longer than the " + std::to_string(sizeof name.sun_path - 1) +
+                            " bytes of a socket path");
+  }
+  path.copy(static_cast<char*>(name.sun_path), path.size());
+
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) {
+    if (errno == ENOENT) return {open_result::absent, nullptr};
+    return refuse(path, std::strerror(errno));
+  }
+  if (!S_ISSOCK(status.st_mode)) return refuse(path, "not a socket");
+
+  platform::file_descriptor fd(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+  const auto* any_name = reinterpret_cast<const sockaddr*>(&name);  // NOLINT(*-reinterpret-cast)
+  if (!fd.valid() || ::connect(fd.get(), any_name, sizeof name) != 0) {
+    // The socket file of a modem that ended, or one that was removed meanwhile.
+    if (errno == ECONNREFUSED || errno == ENOENT) return {open_result::absent, nullptr};
+    return refuse(path, std::strerror(errno));
+  }
+  return {open_result::open, std::make_unique<modem_socket>(std::move(fd))};
+}
+
+}  // namespace qmi

@@ -1,0 +1,123 @@
+#include "platform/linux/qmi/notifier.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+#include "platform/linux/qmi/os_signal.h"
+#include "platform/linux/report.h"
+
+namespace qmi {
+namespace {
+
+/// How often a missing endpoint is looked for.
+constexpr std::chrono::milliseconds retry_time{20};
+
+}  // namespace
+
+notifier::notifier(qmi_idl_service_object_type service, qmi_client_os_params& signal)
+    : service_(service), signal_(signal) {
+  init_signal(signal_);
+}
+
+qmi_client_error_type notifier::start(qmi_client_type handle) {
+  handle_ = handle;
+  found first = find_servers(service_->service_id);
+  if (first.result == open_result::refused) return QMI_PORT_NOT_OPEN_ERR;
+  take_list(first.servers);
+  thread_ = std::thread([this, held = std::move(first)]() mutable { watch(std::move(held)); });
+  return QMI_NO_ERR;
+}
+
+void notifier::stop() {
+  stop_.set();
+  if (thread_.joinable()) thread_.join();
+}
+
+void notifier::set_callback(qmi_client_notify_cb callback, void* data) {
+  bool is_up = false;
+  {
+    const platform::mutex_lock hold(lock_);
+    callback_ = callback;
+    callback_data_ = data;
+    is_up = !known_.empty();
+  }
+  if (is_up) callback(handle_, service_, QMI_CLIENT_SERVICE_COUNT_INC, data);
+}
+
+void notifier::watch(found first) {
+  for (;;) {
+    if (first.port) run_until_gone(*first.port);
+    first.port.reset();
+    if (stop_.is_set() || stop_.wait_for(retry_time)) return;
+    first = find_servers(service_->service_id);
+    take_list(first.servers);
+  }
+}
+
+void notifier::run_until_gone(transport& port) {
+  std::array<std::uint8_t, protocol::qrtr::control_packet_size> buffer{};
+  const auto handle_event = [this](address from, byte_view datagram) {
+    const auto event = parse_server_event(from, datagram);
+    if (event && event->is_up) server_up(event->which);
+    if (event && !event->is_up) server_down(event->which);
+    return true;
+  };
+  if (receive_loop(port, stop_, buffer, handle_event) == loop_end::stopped) return;
+
+  std::vector<server> lost;
+  {
+    const platform::mutex_lock hold(lock_);
+    lost = known_;
+  }
+  for (const server& which : lost) server_down(which);
+}
+
+void notifier::take_list(const std::vector<server>& servers) {
+  for (const server& which : servers) server_up(which);
+}
+
+void notifier::server_up(const server& which) {
+  if (which.service != service_->service_id || which.version() != service_->idl_version) return;
+  {
+    const platform::mutex_lock hold(lock_);
+    if (std::ranges::find(known_, which) != known_.end()) return;
+    known_.push_back(which);
+  }
+  notify(QMI_CLIENT_SERVICE_COUNT_INC);
+}
+
+void notifier::server_down(const server& which) {
+  {
+    const platform::mutex_lock hold(lock_);
+    if (std::erase_if(known_, [&](const server& known) { return known.at == which.at; }) == 0) {
+      return;
+    }
+  }
+  notify(QMI_CLIENT_SERVICE_COUNT_DEC);
+}
+
+void notifier::notify(qmi_client_notify_event_type event) {
+  qmi_client_notify_cb callback = nullptr;
+  void* data = nullptr;
+  {
+    const platform::mutex_lock hold(lock_);
+    callback = callback_;
+    data = callback_data_;
+  }
+  set_signal(signal_);
+  if (callback != nullptr) callback(handle_, service_, event, data);
+}
+
+void report_waiting(const qmi_client_os_params& signal) {
+  for (const auto& object : all_handles()) {
+    const auto waited_for = std::dynamic_pointer_cast<notifier>(object);
+    if (!waited_for || !waited_for->signals(signal)) continue;
+    std::array<char, 32> service{};
+    std::snprintf(service.data(), service.size(), "0x%02X", waited_for->service_id());
+    platform::report_once(std::string("waiting for QMI service ") + service.data() + " at " +
+                          endpoint_name());
+  }
+}
+
+}  // namespace qmi

@@ -1,0 +1,55 @@
+// Watches the servers of one service, through the coming and going of the modem.
+#pragma once
+
+#include <thread>
+#include <vector>
+
+#include "platform/linux/qmi/handle.h"
+#include "platform/linux/qmi/lookup.h"
+#include "platform/linux/qmi/port_loop.h"
+#include "platform/mutex.h"
+
+namespace qmi {
+
+class notifier final : public handle_object {
+ public:
+  /// `signal` must outlive the notifier.
+  notifier(qmi_idl_service_object_type service, qmi_client_os_params& signal);
+  ~notifier() override { stop(); }
+
+  /// Looks once, then watches on a thread of its own. QMI_PORT_NOT_OPEN_ERR when the endpoint is
+  /// none of a modem; a modem that is not there yet is waited for.
+  [[nodiscard]] qmi_client_error_type start(qmi_client_type handle);
+  void stop() override;
+
+  void set_callback(qmi_client_notify_cb callback, void* data);
+
+  [[nodiscard]] bool signals(const qmi_client_os_params& signal) const {
+    return &signal_ == &signal;
+  }
+  [[nodiscard]] std::uint32_t service_id() const { return service_->service_id; }
+
+ private:
+  void watch(found first);
+  void run_until_gone(transport& port);
+  void take_list(const std::vector<server>& servers);
+  void server_up(const server& which);
+  void server_down(const server& which);
+  void notify(qmi_client_notify_event_type event);
+
+  const qmi_idl_service_object_type service_;
+  qmi_client_os_params& signal_;
+  qmi_client_type handle_ = nullptr;
+  stop_flag stop_;
+  std::thread thread_;
+
+  platform::mutex lock_;
+  std::vector<server> known_ TVK_GUARDED_BY(lock_);
+  qmi_client_notify_cb callback_ TVK_GUARDED_BY(lock_) = nullptr;
+  void* callback_data_ TVK_GUARDED_BY(lock_) = nullptr;
+};
+
+/// Tells the user what a wait on this signal is for.
+void report_waiting(const qmi_client_os_params& signal);
+
+}  // namespace qmi

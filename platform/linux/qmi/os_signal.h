@@ -1,0 +1,13 @@
+// The signal object of the QMI client library, as the library uses it.
+#pragma once
+
+#include "platform/qmi_client.h"
+
+namespace qmi {
+
+/// Makes the caller's block a signal that is not set; its waits run on the monotonic clock.
+void init_signal(qmi_client_os_params& signal);
+
+void set_signal(qmi_client_os_params& signal);
+
+}  // namespace qmi

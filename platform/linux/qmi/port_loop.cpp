@@ -1,0 +1,64 @@
+#include "platform/linux/qmi/port_loop.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <array>
+#include <thread>
+
+namespace qmi {
+namespace {
+
+/// For poll: -1 for ever, else rounded up, so that a wait never ends early.
+int poll_timeout(clock::time_point deadline) {
+  if (deadline == clock::time_point::max()) return -1;
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - clock::now()).count();
+  return static_cast<int>(std::clamp<long long>(left, 0, 1'000'000));
+}
+
+}  // namespace
+
+void stop_flag::set() {
+  is_set_ = true;
+  const std::uint64_t one = 1;
+  // Fails only when the counter is full, and then the flag is set.
+  if (::write(event_.get(), &one, sizeof one) < 0) return;
+}
+
+bool stop_flag::wait_for(std::chrono::milliseconds time) const {
+  pollfd wait{descriptor(), POLLIN, 0};
+  return ::poll(&wait, 1, static_cast<int>(time.count())) > 0;
+}
+
+loop_end receive_loop(transport& port, const stop_flag& stop, std::span<std::uint8_t> buffer,
+                      const datagram_handler& handler, clock::time_point deadline) {
+  std::array<pollfd, 2> waits{pollfd{port.descriptor(), POLLIN, 0},
+                              pollfd{stop.descriptor(), POLLIN, 0}};
+  const bool is_limited = deadline != clock::time_point::max();
+  // Asked before each datagram, not only when there is none: a modem may send without end.
+  while (!stop.is_set()) {
+    if (is_limited && clock::now() >= deadline) return loop_end::deadline;
+    const received got = port.receive(buffer);
+    if (got.result == io_result::gone) return loop_end::gone;
+    if (got.result == io_result::done) {
+      if (got.size <= buffer.size() && !handler(got.from, buffer.first(got.size))) {
+        return loop_end::finished;
+      }
+      continue;
+    }
+    // Interrupted or not, the next round looks at everything again.
+    if (::poll(waits.data(), waits.size(), poll_timeout(deadline)) < 0) continue;
+  }
+  return loop_end::stopped;
+}
+
+io_result send_by(transport& port, address to, byte_view datagram, clock::time_point deadline) {
+  for (;;) {
+    const io_result result = port.send(to, datagram);
+    if (result != io_result::would_block || clock::now() >= deadline) return result;
+    // A full queue says nothing through poll on every kind of port.
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+}
+
+}  // namespace qmi

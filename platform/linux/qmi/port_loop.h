@@ -1,0 +1,45 @@
+// Receiving on a port until it is stopped or the modem goes.
+#pragma once
+
+#include <sys/eventfd.h>
+
+#include <atomic>
+#include <functional>
+#include <vector>
+
+#include "platform/linux/file_descriptor.h"
+#include "platform/linux/qmi/transport.h"
+
+namespace qmi {
+
+/// A flag that a thread can wait for together with a socket.
+class stop_flag {
+ public:
+  stop_flag() : event_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+
+  void set();
+  [[nodiscard]] bool is_set() const { return is_set_; }
+  /// True as soon as the flag is set, false after this time.
+  [[nodiscard]] bool wait_for(std::chrono::milliseconds time) const;
+  [[nodiscard]] int descriptor() const { return event_.get(); }
+
+ private:
+  std::atomic<bool> is_set_ = false;
+  platform::file_descriptor event_;
+};
+
+enum class loop_end : std::uint8_t { stopped, gone, deadline, finished };
+
+/// Takes a datagram; false ends the loop.
+using datagram_handler = std::function<bool(address from, byte_view datagram)>;
+
+/// Hands every datagram that fits the buffer to the handler; longer ones are dropped.
+[[nodiscard]] loop_end receive_loop(transport& port, const stop_flag& stop,
+                                    std::span<std::uint8_t> buffer, const datagram_handler& handler,
+                                    clock::time_point deadline = clock::time_point::max());
+
+/// Sends, waiting for room until the deadline.
+[[nodiscard]] io_result send_by(transport& port, address to, byte_view datagram,
+                                clock::time_point deadline);
+
+}  // namespace qmi

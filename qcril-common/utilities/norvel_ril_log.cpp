@@ -1,0 +1,56 @@
+#include "qcril-common/utilities/norvel_ril_log.h"
+
+#include <syslog.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <string>
+
+#include "qcril-common/utilities/quiet_notes.h"
+
+namespace {
+
+__attribute__((format(printf, 1, 0))) std::string format(const char* fmt, va_list args) {
+  va_list measured;
+  va_copy(measured, args);
+  const int length = std::vsnprintf(nullptr, 0, fmt, measured);
+  va_end(measured);
+  if (length < 0) return {};
+  std::string text(static_cast<std::size_t>(length), '\0');
+  std::vsnprintf(text.data(), text.size() + 1, fmt, args);
+  return text;
+}
+
+}  // namespace
+
+void norvel_ril_syslog_err(const char* fmt, ...) {
+  va_list args;
+  va_start(args, fmt);
+  ::vsyslog(LOG_ERR, fmt, args);
+  va_end(args);
+}
+
+void norvel_ril_syslog_dbg(const char* fmt, ...) {
+  va_list args;
+  va_start(args, fmt);
+  ::vsyslog(LOG_DEBUG, fmt, args);
+  va_end(args);
+}
+
+void norvel_log(norvel_log_site site, const char* fmt, ...) {
+  va_list args;
+  va_start(args, fmt);
+  const std::string message = format(fmt, args);
+  va_end(args);
+  norvel_ril_syslog_dbg("RIL[%s][%s:%d] %s: %s", "shell", site.source, site.line, site.function,
+                        message.c_str());
+  print_note("RIL[%s:%d]: %s\n", site.function, site.line, message.c_str());
+}
+
+norvel_log_scope::norvel_log_scope(norvel_log_site site) : site_(site) {
+  norvel_log(site_, "function entry ------------->");
+}
+
+norvel_log_scope::~norvel_log_scope() {
+  norvel_log(site_, "function exit <-------------");
+}

@@ -1,0 +1,351 @@
+// The extension service's client and the common message sender, against both modems. The client is
+// made once per process and never released, so each test here needs a process of its own.
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdio>
+#include <regex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "norvel_extend_qmi/norvel_extend_cmn.h"
+#include "norvel_extend_qmi/norvel_extend_nvefs.h"
+#include "support/hand_modem.h"
+#include "support/simulated_modem.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+using support::bytes;
+using support::datagram;
+using support::fill;
+using support::hand_modem;
+using support::hex;
+using support::simulated_modem;
+using support::operator+;
+
+const std::string client_made =
+    "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_services = 1\n"
+    "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_entries = 1 num_services = 1\n"
+    "QMI client inited\n";
+
+void use_modem(const std::string& endpoint) {
+  setenv("TVK_MODEM", endpoint.c_str(), 1);
+}
+
+bytes counting(std::size_t size, unsigned first = 1) {
+  bytes out(size);
+  for (std::size_t i = 0; i < size; ++i) out[i] = static_cast<std::uint8_t>(first + i);
+  return out;
+}
+
+/// What the access layer printed during the call, log lines' source line numbers masked.
+template <typename Call>
+std::string printed_by(Call call) {
+  testing::internal::CaptureStdout();
+  call();
+  std::fflush(stdout);
+  static const std::regex source_line(R"((RIL\[\w+:)\d+\]: )");
+  return std::regex_replace(testing::internal::GetCapturedStdout(), source_line, "$1#]: ");
+}
+
+struct exchanged {
+  int result = 1;
+  unsigned int length = 0;
+  bytes received;  ///< the caller's buffer: 512 bytes and a guard, 0xEE where nothing was written
+  std::string printed;
+};
+
+exchanged exchange(bytes request, unsigned int capacity, unsigned int type = 0) {
+  exchanged got;
+  got.length = capacity;
+  got.received = fill(512 + 64, 0xEE);
+  const auto size = static_cast<int>(request.size());
+  request.push_back(0);  // so that an empty request has an address
+  got.printed = printed_by([&] {
+    got.result =
+        norvel_extend_qmi_send_sync(type, request.data(), size, got.received.data(), &got.length);
+  });
+  return got;
+}
+
+TEST(extension_client, whole_payload_is_sent_and_comes_back) {
+  const simulated_modem modem;
+  use_modem(modem.endpoint());
+  const auto got = exchange(counting(512), 512);
+  EXPECT_EQ(got.result, 0);
+  EXPECT_EQ(got.length, 512U);
+  EXPECT_EQ(got.received, counting(512) + fill(64, 0xEE));
+  EXPECT_EQ(got.printed, client_made +
+                             "norvel_extend_qmi_send_sync resp_len:512\n"
+                             "norvel_extend_qmi_handle_req_cb result:0\n");
+}
+
+// Nothing listens at the endpoint: a call that looked for the service would wait for ever.
+TEST(extension_client, arguments_are_refused_before_any_traffic) {
+  const support::temp_dir dir;
+  use_modem("unix:" + dir.file("modem.sock"));
+  bytes data(600);
+  char null_answer[64];
+  std::snprintf(null_answer, sizeof(null_answer), "%x,  put Invalid param\n",
+                static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(data.data())));
+  const struct {
+    const char* name;
+    unsigned char* request;
+    int request_size;
+    void* answer;
+    unsigned int capacity;
+    std::string printed;
+  } rows[] = {
+      {"513 bytes", data.data(), 513, data.data(), 0, "put data_len 513 > max 512\n"},
+      {"room for 513", data.data(), 3, data.data(), 513, "put data_len 3 > max 512\n"},
+      {"no request", nullptr, 3, data.data(), 0, "0,  put Invalid param\n"},
+      {"no request, too long", nullptr, 513, data.data(), 513, "0,  put Invalid param\n"},
+      {"no answer", data.data(), 3, nullptr, 0, null_answer},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    unsigned int length = row.capacity;
+    int result = 0;
+    EXPECT_EQ(printed_by([&] {
+                result = norvel_extend_qmi_send_sync(0, row.request, row.request_size, row.answer,
+                                                     &length);
+              }),
+              row.printed);
+    EXPECT_EQ(result, -1);
+    EXPECT_EQ(length, row.capacity);
+  }
+  unsigned int length = 0;
+  EXPECT_EQ(norvel_extend_qmi_send_sync(0, data.data(), -1, data.data(), &length), -1);
+}
+
+TEST(extension_client, answer_is_cut_to_the_callers_room) {
+  const simulated_modem modem;
+  use_modem(modem.endpoint());
+  const struct {
+    unsigned int capacity;
+    std::size_t copied;
+  } rows[] = {{512, 300}, {301, 300}, {300, 300}, {299, 299}, {100, 100}, {1, 1}, {0, 0}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.capacity);
+    const auto got = exchange(counting(300), row.capacity);
+    EXPECT_EQ(got.result, 0);
+    EXPECT_EQ(got.length, row.copied);
+    EXPECT_EQ(got.received, counting(row.copied) + fill(512 + 64 - row.copied, 0xEE));
+  }
+}
+
+TEST(extension_client, answer_without_payload_reports_length_0) {
+  const simulated_modem modem({"extension/2=truncate:14"});
+  use_modem(modem.endpoint());
+  const auto got = exchange(counting(300), 512);
+  EXPECT_EQ(got.result, 0);
+  EXPECT_EQ(got.length, 0U);
+  EXPECT_EQ(got.received, fill(512 + 64, 0xEE));
+}
+
+TEST(extension_client, announced_length_beyond_the_payload_never_overruns) {
+  hand_modem modem;
+  use_modem(modem.endpoint());
+  for (const auto* length : {"01020000", "58020000", "00000080", "ffffffff"}) {
+    SCOPED_TRACE(length);
+    modem.answer_with_tlvs(hex("01 0400 00000000  02 0400") + hex(length) + hex("10 0002") +
+                           counting(512));
+    const auto got = exchange(hex("01"), 512);
+    EXPECT_EQ(got.result, 0);
+    EXPECT_EQ(got.length, 512U);
+    EXPECT_EQ(got.received, counting(512) + fill(64, 0xEE));
+    EXPECT_EQ(exchange(hex("01"), 7).received, counting(7) + fill(512 + 64 - 7, 0xEE));
+  }
+}
+
+TEST(extension_client, second_request_uses_the_same_client_and_carries_nothing_of_the_first) {
+  hand_modem modem;
+  use_modem(modem.endpoint());
+  modem.answer_with_tlvs(hex("01 0400 00000000  02 0400 00000000"));
+  EXPECT_TRUE(exchange(fill(512, 0x77), 0, 5).printed.starts_with(client_made));
+  EXPECT_EQ(exchange(hex("0a0b"), 0, 0x01020304).printed,
+            "norvel_extend_qmi_send_sync resp_len:0\n"
+            "norvel_extend_qmi_handle_req_cb result:0\n");
+  EXPECT_EQ(exchange({}, 0).result, 0);
+  const auto requests = modem.requests();
+  ASSERT_EQ(requests.size(), 3U);
+  EXPECT_EQ(
+      requests[0].data,
+      hex("00 0100 0200 1102  01 0400 05000000  02 0400 00020000  10 0002") + fill(512, 0x77));
+  EXPECT_EQ(
+      requests[1].data,
+      hex("00 0200 0200 1102  01 0400 04030201  02 0400 02000000  10 0002  0a0b") + fill(510));
+  EXPECT_EQ(requests[2].data,
+            hex("00 0300 0200 1102  01 0400 00000000  02 0400 00000000  10 0002") + fill(512));
+}
+
+TEST(extension_client, failed_exchange_leaves_the_callers_buffer_and_the_next_one_works) {
+  const simulated_modem modem({"extension/2@1=result:9"});
+  use_modem(modem.endpoint());
+  const auto refused = exchange(counting(20), 512);
+  EXPECT_EQ(refused.result, -3);
+  EXPECT_EQ(refused.received, fill(512 + 64, 0xEE));
+  EXPECT_EQ(refused.printed, client_made +
+                                 "9 QMI service framework error. Check client\n"
+                                 "norvel_extend_qmi_handle_req_cb result:-3\n");
+  EXPECT_EQ(exchange(counting(20), 512).length, 20U);
+}
+
+TEST(extension_client, client_that_could_not_be_made_is_tried_again) {
+  use_modem("bogus");
+  const auto failed = exchange(counting(20), 512);
+  EXPECT_EQ(failed.result, -2);
+  EXPECT_TRUE(failed.printed.ends_with("norvel_extend_qmi_handle_req_cb result:-2\n"));
+  const simulated_modem modem;
+  use_modem(modem.endpoint());
+  EXPECT_EQ(exchange(counting(20), 512).result, 0);
+}
+
+TEST(extension_client, service_that_went_away_fails_each_request_at_once) {
+  hand_modem modem;
+  use_modem(modem.endpoint());
+  modem.answer_with_tlvs(hex("01 0400 00000000  02 0400 00000000"));
+  EXPECT_EQ(exchange({}, 0).result, 0);
+  modem.withdraw({});
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));
+  for (int i = 0; i < 2; ++i) {
+    const auto start = std::chrono::steady_clock::now();
+    const auto got = exchange({}, 0);
+    EXPECT_EQ(got.result, -3);
+    EXPECT_EQ(got.printed,
+              "send msg sync failed:-2\n"
+              "norvel_extend_qmi_handle_req_cb result:-3\n");
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1500));
+  }
+}
+
+TEST(extension_client, exchanges_of_eight_threads_do_not_mix) {
+  const simulated_modem modem;
+  use_modem(modem.endpoint());
+  std::atomic<int> good{0};
+  printed_by([&] {
+    std::vector<std::thread> threads;
+    for (unsigned thread = 0; thread < 8; ++thread) {
+      threads.emplace_back([thread, &good] {
+        for (unsigned i = 0; i < 50; ++i) {
+          auto request = counting(20 + 50 * thread + i, 31 * thread + i);
+          bytes answer(512);
+          auto length = static_cast<unsigned int>(answer.size());
+          const int result = norvel_extend_qmi_send_sync(
+              thread % 2, request.data(), static_cast<int>(request.size()), answer.data(), &length);
+          answer.resize(length);
+          if (result == 0 && answer == request) ++good;
+        }
+      });
+    }
+    for (auto& each : threads) each.join();
+  });
+  EXPECT_EQ(good, 400);
+}
+
+/// 508 bytes that the sender must clear, and a guard that it must leave.
+bytes send_common(unsigned int number, unsigned int length, bytes* payload, std::string* printed) {
+  auto answer = fill(508 + 64, 0xEE);
+  *printed = printed_by([&] {
+    norvel_send_common_qmi_msg(number, length, payload ? payload->data() : nullptr, answer.data());
+  });
+  return answer;
+}
+
+const auto common_header = hex("00 0100 0200 1102  01 0400 04000000  02 0400 00020000  10 0002");
+
+TEST(common_message, nv_sync_is_sent_with_an_empty_payload) {
+  hand_modem modem;
+  use_modem(modem.endpoint());
+  modem.answer_with_tlvs(hex("01 0400 00000000  02 0400 04000000  10 0002 a1a2a3a4") +
+                         fill(508, 0x55));
+  std::string printed;
+  const auto answer = send_common(35, 0, nullptr, &printed);
+  ASSERT_EQ(modem.requests().size(), 1U);
+  EXPECT_EQ(modem.requests()[0].data,
+            common_header + hex("02000000 00000000 23000000 00000000") + fill(496));
+  EXPECT_EQ(answer, hex("a1a2a3a4") + fill(504) + fill(64, 0xEE));
+  EXPECT_EQ(printed,
+            "RIL[norvel_send_common_qmi_msg:#]: function entry ------------->\n"
+            "RIL[norvel_send_common_qmi_msg:#]: t 35\n"
+            "RIL[norvel_send_common_qmi_msg:#]: l 0\n" +
+                client_made +
+                "norvel_extend_qmi_send_sync resp_len:4\n"
+                "norvel_extend_qmi_handle_req_cb result:0\n"
+                "RIL[norvel_send_common_qmi_msg:#]: function exit <-------------\n");
+}
+
+TEST(common_message, payload_follows_its_header) {
+  hand_modem modem;
+  use_modem(modem.endpoint());
+  modem.answer_with_tlvs(hex("01 0400 00000000  02 0400 00020000  10 0002") + counting(512));
+  std::string printed;
+  auto payload = hex("c0c1c2c3");
+  // The answer is longer than the room of 508 bytes.
+  EXPECT_EQ(send_common(31, 4, &payload, &printed), counting(508) + fill(64, 0xEE));
+  ASSERT_EQ(modem.requests().size(), 1U);
+  EXPECT_EQ(modem.requests()[0].data,
+            common_header + hex("02000000 00000000 1f000000 04000000  c0c1c2c3") + fill(492));
+}
+
+TEST(common_message, payload_above_496_bytes_is_cut) {
+  hand_modem modem;
+  use_modem(modem.endpoint());
+  modem.answer_with_tlvs(hex("01 0400 00000000  02 0400 00000000"));
+  std::string printed;
+  auto payload = counting(500);
+  send_common(31, 500, &payload, &printed);
+  ASSERT_EQ(modem.requests().size(), 1U);
+  const auto& sent = modem.requests()[0].data;
+  ASSERT_EQ(sent.size(), 536U);
+  EXPECT_EQ(bytes(sent.end() - 496, sent.end()), counting(496));
+}
+
+TEST(common_message, missing_buffers_send_nothing) {
+  const support::temp_dir dir;
+  use_modem("unix:" + dir.file("modem.sock"));
+  std::string printed;
+  EXPECT_EQ(send_common(31, 4, nullptr, &printed), fill(508) + fill(64, 0xEE));
+  EXPECT_TRUE(
+      printed.starts_with("RIL[norvel_send_common_qmi_msg:#]: function entry ------------->\n"
+                          "RIL[norvel_send_common_qmi_msg:#]: t 31\n"
+                          "RIL[norvel_send_common_qmi_msg:#]: l 4\n"
+                          "RIL[norvel_send_common_qmi_msg:#]: v is null\n"))
+      << printed;
+  EXPECT_EQ(printed.find("qmi_client_get_service_list"), std::string::npos);
+
+  bytes payload(4);
+  printed = printed_by([&] { norvel_send_common_qmi_msg(31, 4, payload.data(), nullptr); });
+  EXPECT_TRUE(
+      printed.starts_with("RIL[norvel_send_common_qmi_msg:#]: function entry ------------->\n"
+                          "RIL[norvel_send_common_qmi_msg:#]: rsp is NULL\n"))
+      << printed;
+  EXPECT_EQ(printed.find("qmi_client_get_service_list"), std::string::npos);
+}
+
+TEST(common_message, failed_exchange_leaves_a_cleared_answer) {
+  const simulated_modem modem({"extension/2=result:1"});
+  use_modem(modem.endpoint());
+  std::string printed;
+  EXPECT_EQ(send_common(35, 0, nullptr, &printed), fill(508) + fill(64, 0xEE));
+}
+
+TEST(result_map, client_codes_become_those_of_the_nv_layer_and_others_stay) {
+  const int rows[][2] = {{-1, -101}, {-2, -102}, {-3, -103}, {0, 0},
+                         {-4, -4},   {5, 5},     {1, 1},     {-101, -101}};
+  for (const auto& [old_result, new_result] : rows) {
+    int got = 1;
+    const int asked = old_result;
+    EXPECT_EQ(printed_by([&] { got = norvel_qmi_result_map(asked); }),
+              "RIL[norvel_qmi_result_map:#]: norvel_qmi_result_map, old_result " +
+                  std::to_string(old_result) + ", new_result " + std::to_string(new_result) + "\n");
+    EXPECT_EQ(got, new_result);
+  }
+}
+
+}  // namespace

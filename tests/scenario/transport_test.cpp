@@ -1,0 +1,202 @@
+// `tvk 6 0 1` against the simulated modem with ordered faults, and against what is no modem.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "support/simulated_modem.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+using support::simulated_modem;
+
+const std::vector<std::string> command = {"6", "0", "1"};
+
+bool contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+TEST(transport, fault_gives_this_outcome_at_this_time) {
+  const struct {
+    const char* fault;
+    const char* printed;
+    int result;
+    milliseconds at_least;
+    milliseconds less_than;
+  } rows[] = {
+      {"extension/2=silent", "send msg sync failed:-3\n", -3, milliseconds(2980),
+       milliseconds(6000)},
+      {"extension/2=delay:1000", "resp_len:0\n", 0, milliseconds(1000), milliseconds(2900)},
+      {"extension/2=down", "send msg sync failed:-2\n", -3, milliseconds(0), milliseconds(2500)},
+      {"extension/2=down:5000", "send msg sync failed:-2\n", -3, milliseconds(0),
+       milliseconds(2500)},
+      {"extension/2=wrong-id", "send msg sync failed:-14\n", -3, milliseconds(0),
+       milliseconds(2500)},
+      {"0xFFE4/2=wrong-id:3", "send msg sync failed:-14\n", -3, milliseconds(0),
+       milliseconds(2500)},
+      {"extension/2=result:5", "5 QMI service framework error. Check client\n", -3, milliseconds(0),
+       milliseconds(2500)},
+      // An error response has no type; its length TLV starts with the result 1, and so it counts.
+      {"extension/2=error:48", "resp_len:0\n", 0, milliseconds(0), milliseconds(2500)},
+      {"extension/2=truncate:14", "resp_len:0\n", 0, milliseconds(0), milliseconds(2500)},
+      {"extension/2=truncate:13", "send msg sync failed:-45\n", -3, milliseconds(0),
+       milliseconds(2500)},
+      {"extension/2=truncate:7", "send msg sync failed:-46\n", -3, milliseconds(0),
+       milliseconds(2500)},
+      {"extension/2=truncate:0", "send msg sync failed:-46\n", -3, milliseconds(0),
+       milliseconds(2500)},
+      {"extension/2@2=silent", "resp_len:0\n", 0, milliseconds(0), milliseconds(2500)},
+      {"extension/3=silent", "resp_len:0\n", 0, milliseconds(0), milliseconds(2500)},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.fault);
+    const simulated_modem modem({row.fault});
+    const auto got = support::run_console(modem.endpoint(), command);
+    EXPECT_TRUE(contains(got.output, row.printed)) << got.output;
+    EXPECT_TRUE(contains(got.output, "\nqmi_id = 0, result = " + std::to_string(row.result) + "\n"))
+        << got.output;
+    EXPECT_EQ(got.errors, "");
+    EXPECT_EQ(got.exit_status, 0);
+    EXPECT_GE(got.duration, row.at_least);
+    EXPECT_LT(got.duration, row.less_than);
+  }
+}
+
+TEST(transport, service_that_comes_later_is_waited_for) {
+  const simulated_modem modem({"extension=down:700"});
+  const auto got = support::run_console(modem.endpoint(), command);
+  EXPECT_EQ(got.output,
+            "nl_qmi req data(qmi_id: 0, len: 1[max: 500]):\n"
+            "0x01 \n"
+            "NORVEL_QMI_NV: qmi_client_get_service_list() returned -2 num_services = 0\n"
+            "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_services = 1\n"
+            "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_entries = 1 "
+            "num_services = 1\n"
+            "QMI client inited\n"
+            "norvel_extend_qmi_send_sync resp_len:0\n"
+            "norvel_extend_qmi_handle_req_cb result:0\n"
+            "qmi_id = 0, result = 0\n"
+            "nl_qmi rsp data(qmi_id: 0, len: 0[max: 500]):\n"
+            "\n");
+  EXPECT_EQ(got.exit_status, 0);
+}
+
+TEST(transport, modem_that_starts_later_is_named_once_and_waited_for) {
+  simulated_modem modem({}, simulated_modem::begin::later);
+  const auto console = support::start_console(modem.endpoint(), command);
+  std::this_thread::sleep_for(milliseconds(500));
+  modem.start();
+  const auto got = console->wait(milliseconds(20000));
+  EXPECT_FALSE(got.timed_out);
+  EXPECT_TRUE(contains(got.output, "\nqmi_id = 0, result = 0\n")) << got.output;
+  EXPECT_GE(got.duration, milliseconds(500));
+  EXPECT_TRUE(contains(got.errors, modem.socket())) << got.errors;
+  EXPECT_EQ(std::count(got.errors.begin(), got.errors.end(), '\n'), 1) << got.errors;
+  EXPECT_EQ(got.exit_status, 0);
+}
+
+TEST(transport, socket_left_behind_by_a_dead_modem_is_waited_at) {
+  simulated_modem modem;
+  modem.kill();
+  const auto console = support::start_console(modem.endpoint(), command);
+  ASSERT_TRUE(console->wait_for_error_text(modem.socket()));
+  modem.start();
+  const auto got = console->wait(milliseconds(20000));
+  EXPECT_TRUE(contains(got.output, "\nqmi_id = 0, result = 0\n")) << got.output;
+  EXPECT_EQ(got.exit_status, 0);
+}
+
+TEST(transport, modem_killed_during_a_request_ends_it_at_once) {
+  simulated_modem modem({"extension/2=silent"});
+  const auto console = support::start_console(modem.endpoint(), command);
+  std::this_thread::sleep_for(milliseconds(1000));
+  modem.kill();
+  const auto got = console->wait();
+  EXPECT_TRUE(contains(got.output, "\nsend msg sync failed:-2\n")) << got.output;
+  EXPECT_TRUE(contains(got.output, "\nqmi_id = 0, result = -3\n")) << got.output;
+  EXPECT_LT(got.duration, milliseconds(2900));
+  EXPECT_EQ(got.exit_status, 0);
+}
+
+TEST(transport, several_consoles_at_once_all_work) {
+  const simulated_modem modem;
+  std::vector<std::unique_ptr<support::background_process>> consoles;
+  for (int i = 0; i < 6; ++i) consoles.push_back(support::start_console(modem.endpoint(), command));
+  for (const auto& console : consoles) {
+    const auto got = console->wait();
+    EXPECT_TRUE(contains(got.output, "\nqmi_id = 0, result = 0\n")) << got.output;
+  }
+}
+
+/// Sockets that are there but are no modem.
+class listener {
+ public:
+  listener(int type, const std::string& path) : socket_(socket(AF_UNIX, type | SOCK_CLOEXEC, 0)) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    EXPECT_EQ(bind(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    EXPECT_EQ(listen(socket_, 8), 0);
+  }
+  listener(const listener&) = delete;
+  listener& operator=(const listener&) = delete;
+  ~listener() { close(socket_); }
+
+ private:
+  int socket_;
+};
+
+/// The tool ends by itself, soon, with one line on standard error that names the endpoint.
+void expect_refused(const std::string& endpoint) {
+  SCOPED_TRACE(endpoint);
+  const auto console = support::start_console(endpoint, command);
+  const auto got = console->wait(milliseconds(10000));
+  EXPECT_FALSE(got.timed_out);
+  EXPECT_LT(got.duration, milliseconds(5000));
+  EXPECT_EQ(got.exit_status, 0);
+  EXPECT_TRUE(contains(got.output, "\nnorvel_extend_qmi_handle_req_cb result:-2\n")) << got.output;
+  EXPECT_TRUE(contains(got.output, "\nqmi_id = 0, result = -2\n")) << got.output;
+  EXPECT_TRUE(contains(got.errors, endpoint)) << got.errors;
+  EXPECT_EQ(std::count(got.errors.begin(), got.errors.end(), '\n'), 1) << got.errors;
+}
+
+TEST(transport, endpoint_of_unknown_form_is_refused) {
+  for (const auto* endpoint : {"tcp:1.2.3.4:5", "bogus", "unix", "unix:", "UNIX:/tmp/x"}) {
+    expect_refused(endpoint);
+  }
+  expect_refused("unix:/tmp/" + std::string(300, 'x'));
+}
+
+TEST(transport, file_that_is_no_modem_socket_is_refused) {
+  const support::temp_dir dir;
+  std::ofstream(dir.file("regular")) << "text";
+  expect_refused("unix:" + dir.file("regular"));
+  expect_refused("unix:" + dir.path());
+  const listener stream(SOCK_STREAM, dir.file("stream"));
+  expect_refused("unix:" + dir.file("stream"));
+}
+
+TEST(transport, modem_socket_whose_owner_never_answers_is_given_up) {
+  const support::temp_dir dir;
+  const listener mute(SOCK_SEQPACKET, dir.file("mute"));
+  expect_refused("unix:" + dir.file("mute"));
+}
+
+TEST(transport, directory_without_permission_is_refused) {
+  if (geteuid() == 0) GTEST_SKIP() << "the superuser may search every directory";
+  const support::temp_dir dir;
+  mkdir(dir.file("closed").c_str(), 0000);
+  expect_refused("unix:" + dir.file("closed") + "/modem.sock");
+}
+
+}  // namespace

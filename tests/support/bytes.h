@@ -1,0 +1,40 @@
+// Bytes as tests write them: "01 0400 ff".
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace support {
+
+using bytes = std::vector<std::uint8_t>;
+
+/// Pairs of hexadecimal digits; blanks are skipped.
+[[nodiscard]] inline bytes hex(std::string_view text) {
+  const auto digit = [](char c) -> unsigned {
+    if (c >= '0' && c <= '9') return static_cast<unsigned>(c - '0');
+    if (c >= 'a' && c <= 'f') return static_cast<unsigned>(c - 'a' + 10);
+    if (c >= 'A' && c <= 'F') return static_cast<unsigned>(c - 'A' + 10);
+    throw std::invalid_argument("not a hexadecimal digit in a test's bytes");
+  };
+  bytes out;
+  for (std::size_t i = 0; i < text.size();) {
+    if (text[i] == ' ') {
+      ++i;
+      continue;
+    }
+    if (i + 1 == text.size()) throw std::invalid_argument("half a byte in a test's bytes");
+    out.push_back(static_cast<std::uint8_t>(digit(text[i]) << 4 | digit(text[i + 1])));
+    i += 2;
+  }
+  return out;
+}
+
+[[nodiscard]] inline bytes operator+(bytes left, const bytes& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
+
+}  // namespace support

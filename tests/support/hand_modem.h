@@ -1,0 +1,112 @@
+// A modem of raw socket calls and bytes written by hand. It shares no code with the programs under
+// test: what both take for the modem socket's contract is thereby compared.
+//
+// A thread accepts connections, answers lookups from the servers published here, and hands every
+// packet to a server's port to the test's handler, which says what goes back.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/bytes.h"
+#include "support/temp_dir.h"
+
+namespace support {
+
+/// A datagram with its far address: the source of what the modem sends, the destination of what
+/// it received.
+struct datagram {
+  std::uint32_t node = 0;
+  std::uint32_t port = 0;
+  bytes data;
+};
+
+struct qmi_server {
+  std::uint32_t service = 0xFFE4;
+  std::uint32_t instance_word = 0x0001;  ///< (instance << 8) | version
+  std::uint32_t node = 0;
+  std::uint32_t port = 0x101;
+
+  friend bool operator==(const qmi_server&, const qmi_server&) = default;
+};
+
+/// A response that repeats transaction and message id of `request`.
+[[nodiscard]] bytes qmi_response(const bytes& request, const bytes& tlvs);
+
+/// `count` times the same byte.
+[[nodiscard]] inline bytes fill(std::size_t count, std::uint8_t value = 0) {
+  return bytes(count, value);
+}
+
+class hand_modem {
+ public:
+  /// Gets each request, in the modem's thread, and returns what is sent back on its connection.
+  using handler = std::function<std::vector<datagram>(const datagram& request)>;
+
+  /// Listens at once, with the servers given.
+  explicit hand_modem(std::vector<qmi_server> servers = {qmi_server{}});
+  hand_modem(const hand_modem&) = delete;
+  hand_modem& operator=(const hand_modem&) = delete;
+  ~hand_modem();
+
+  [[nodiscard]] std::string endpoint() const { return "unix:" + dir_.file("modem.sock"); }
+
+  void on_request(handler answer);
+  /// The handler that answers from the port asked, with the same transaction and message id.
+  void answer_with_tlvs(const bytes& tlvs);
+
+  /// NEW_SERVER to the lookups that match, and to those that come.
+  void publish(const qmi_server& server);
+  /// DEL_SERVER to the lookups that match.
+  void withdraw(const qmi_server& server);
+  /// To every connection that has sent data to a server.
+  void send(const datagram& message);
+  void close_connections();
+
+  /// What came for servers so far, control packets left out.
+  [[nodiscard]] std::vector<datagram> requests() const;
+  [[nodiscard]] std::size_t connections_so_far() const { return connections_so_far_; }
+
+ private:
+  struct lookup {
+    std::uint32_t service = 0;
+    std::uint32_t instance_word = 0;
+
+    [[nodiscard]] bool matches(const qmi_server& server) const {
+      return (service == 0 || service == server.service) &&
+             (instance_word == 0 || instance_word == server.instance_word);
+    }
+    friend bool operator==(const lookup&, const lookup&) = default;
+  };
+  struct connection {
+    int socket = -1;
+    std::vector<lookup> lookups;
+    bool talks_to_server = false;
+    bool closing = false;
+  };
+
+  void run();
+  void receive(std::size_t index);
+  void control(connection& from, const bytes& packet);
+  void announce(std::uint32_t command, const qmi_server& server);
+  void wake() const;
+
+  temp_dir dir_;
+  int listener_ = -1;
+  int wake_ = -1;
+  mutable std::mutex mutex_;
+  std::vector<qmi_server> servers_;
+  std::vector<connection> connections_;
+  std::vector<datagram> requests_;
+  handler handler_;
+  std::atomic<std::size_t> connections_so_far_{0};
+  std::atomic<bool> stop_{false};
+  std::thread thread_;
+};
+
+}  // namespace support

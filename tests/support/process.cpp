@@ -1,0 +1,148 @@
+#include "support/process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdlib>
+#include <stdexcept>
+#include <string_view>
+
+// What runs the programs of a cross build; empty when they are this machine's own.
+#ifndef TVK_EMULATOR
+#define TVK_EMULATOR ""
+#endif
+
+namespace support {
+namespace {
+
+std::vector<std::string> environment_with(const environment& additions) {
+  std::vector<std::string> all;
+  for (char** entry = environ; *entry != nullptr; ++entry) {
+    const std::string_view text = *entry;
+    const auto name = text.substr(0, text.find('='));
+    if (name.starts_with("TVK_") || additions.contains(std::string(name))) continue;
+    all.emplace_back(text);
+  }
+  for (const auto& [name, value] : additions) all.push_back(name + "=" + value);
+  return all;
+}
+
+std::vector<char*> pointers(std::vector<std::string>& texts) {
+  std::vector<char*> out;
+  for (auto& text : texts) out.push_back(text.data());
+  out.push_back(nullptr);
+  return out;
+}
+
+std::array<int, 2> make_pipe() {
+  std::array<int, 2> ends{};
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("pipe2");
+  return ends;
+}
+
+}  // namespace
+
+background_process::background_process(const std::string& program,
+                                       const std::vector<std::string>& arguments,
+                                       const environment& additions)
+    : start_(std::chrono::steady_clock::now()) {
+  std::vector<std::string> words;
+  if (*TVK_EMULATOR != '\0') words.emplace_back(TVK_EMULATOR);
+  words.push_back(program);
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  auto variables = environment_with(additions);
+  const auto argv = pointers(words);
+  const auto envp = pointers(variables);
+  const auto output = make_pipe();
+  const auto errors = make_pipe();
+
+  pid_ = fork();
+  if (pid_ < 0) throw std::runtime_error("fork");
+  if (pid_ == 0) {
+    const rlimit no_core{0, 0};
+    setrlimit(RLIMIT_CORE, &no_core);
+    const int null = open("/dev/null", O_RDONLY);
+    dup2(null, STDIN_FILENO);
+    dup2(output[1], STDOUT_FILENO);
+    dup2(errors[1], STDERR_FILENO);
+    execvpe(argv[0], argv.data(), envp.data());
+    _exit(127);
+  }
+  close(output[1]);
+  close(errors[1]);
+  collector_ = std::thread([this, out = output[0], err = errors[0]] { collect(out, err); });
+}
+
+background_process::~background_process() {
+  if (collector_.joinable()) {
+    send_signal(SIGKILL);
+    wait();
+  }
+}
+
+void background_process::collect(int output, int errors) {
+  std::array<pollfd, 2> streams{{{output, POLLIN, 0}, {errors, POLLIN, 0}}};
+  std::array<char, 4096> buffer{};
+  while (streams[0].fd >= 0 || streams[1].fd >= 0) {
+    poll(streams.data(), streams.size(), -1);
+    for (auto& stream : streams) {
+      if (stream.fd < 0 || stream.revents == 0) continue;
+      const ssize_t count = read(stream.fd, buffer.data(), buffer.size());
+      if (count <= 0) {
+        close(stream.fd);
+        stream.fd = -1;
+        continue;
+      }
+      const std::lock_guard lock(mutex_);
+      auto& text = &stream == &streams[0] ? result_.output : result_.errors;
+      text.append(buffer.data(), static_cast<std::size_t>(count));
+      changed_.notify_all();
+    }
+  }
+  const std::lock_guard lock(mutex_);
+  closed_ = true;
+  result_.duration = std::chrono::duration_cast<std::chrono::milliseconds>(
+      std::chrono::steady_clock::now() - start_);
+  changed_.notify_all();
+}
+
+bool background_process::wait_for_error_text(const std::string& text,
+                                             std::chrono::milliseconds limit) {
+  std::unique_lock lock(mutex_);
+  const auto found = [&] { return result_.errors.find(text) != std::string::npos; };
+  changed_.wait_for(lock, limit, [&] { return closed_ || found(); });
+  return found();
+}
+
+void background_process::send_signal(int number) const {
+  kill(pid_, number);
+}
+
+process_result background_process::wait(std::chrono::milliseconds limit) {
+  {
+    std::unique_lock lock(mutex_);
+    if (!changed_.wait_for(lock, limit, [&] { return closed_; })) {
+      result_.timed_out = true;
+      send_signal(SIGKILL);
+    }
+  }
+  collector_.join();
+  int status = 0;
+  waitpid(pid_, &status, 0);
+  if (WIFEXITED(status)) result_.exit_status = WEXITSTATUS(status);
+  if (WIFSIGNALED(status)) result_.signal = WTERMSIG(status);
+  return result_;
+}
+
+process_result run(const std::string& program, const std::vector<std::string>& arguments,
+                   const environment& additions, std::chrono::milliseconds limit) {
+  background_process process(program, arguments, additions);
+  return process.wait(limit);
+}
+
+}  // namespace support

@@ -1,0 +1,62 @@
+// Runs programs the way an engineer's shell does, and collects what they say and how they end.
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <map>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace support {
+
+using environment = std::map<std::string, std::string>;
+
+struct process_result {
+  std::string output;
+  std::string errors;
+  int exit_status = -1;  ///< -1 when ended by a signal
+  int signal = 0;
+  bool timed_out = false;  ///< ended by the time limit
+  std::chrono::milliseconds duration{0};
+};
+
+/// A program that runs in the background. Its environment is this process's without the project's
+/// own variables (TVK_...), plus `additions`. Killed and collected by the destructor.
+class background_process {
+ public:
+  background_process(const std::string& program, const std::vector<std::string>& arguments,
+                     const environment& additions = {});
+  background_process(const background_process&) = delete;
+  background_process& operator=(const background_process&) = delete;
+  ~background_process();
+
+  /// Waits until standard error holds `text`; false when the program ends or time passes first.
+  [[nodiscard]] bool wait_for_error_text(
+      const std::string& text, std::chrono::milliseconds limit = std::chrono::seconds(10));
+
+  void send_signal(int number) const;
+
+  /// Waits for the end, kills the program when `limit` passes. Call once.
+  process_result wait(std::chrono::milliseconds limit = std::chrono::seconds(30));
+
+ private:
+  void collect(int output, int errors);
+
+  pid_t pid_ = -1;
+  std::chrono::steady_clock::time_point start_;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  process_result result_;
+  bool closed_ = false;  ///< both streams have ended
+  std::thread collector_;
+};
+
+process_result run(const std::string& program, const std::vector<std::string>& arguments,
+                   const environment& additions = {},
+                   std::chrono::milliseconds limit = std::chrono::seconds(30));
+
+}  // namespace support

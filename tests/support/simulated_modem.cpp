@@ -1,0 +1,51 @@
+#include "support/simulated_modem.h"
+
+#include <signal.h>
+
+#include <stdexcept>
+
+namespace support {
+
+simulated_modem::simulated_modem(std::vector<std::string> faults, begin when)
+    : faults_(std::move(faults)) {
+  if (when == begin::at_once) start();
+}
+
+simulated_modem::~simulated_modem() {
+  if (!process_) return;
+  process_->send_signal(SIGTERM);
+  process_->wait(std::chrono::seconds(30));
+}
+
+void simulated_modem::start() {
+  std::vector<std::string> arguments = {"serve", "--socket", socket(), "--state",
+                                        dir_.file("state")};
+  for (const auto& fault : faults_) {
+    arguments.emplace_back("--fault");
+    arguments.push_back(fault);
+  }
+  process_ = std::make_unique<background_process>(TVK_MODEM_PROGRAM, arguments);
+  if (process_->wait_for_error_text("listening on")) return;
+  process_->send_signal(SIGKILL);
+  const auto ended = process_->wait();
+  process_.reset();
+  throw std::runtime_error("tvk-modem does not listen: " + ended.errors);
+}
+
+void simulated_modem::kill() {
+  process_->send_signal(SIGKILL);
+  process_->wait();
+  process_.reset();
+}
+
+std::unique_ptr<background_process> start_console(const std::string& endpoint,
+                                                  const std::vector<std::string>& arguments) {
+  return std::make_unique<background_process>(TVK_PROGRAM, arguments,
+                                              environment{{"TVK_MODEM", endpoint}});
+}
+
+process_result run_console(const std::string& endpoint, const std::vector<std::string>& arguments) {
+  return start_console(endpoint, arguments)->wait();
+}
+
+}  // namespace support

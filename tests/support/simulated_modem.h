@@ -1,0 +1,40 @@
+// `tvk-modem serve` in the background, on a socket and a state directory of the test's own.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "support/process.h"
+#include "support/temp_dir.h"
+
+namespace support {
+
+class simulated_modem {
+ public:
+  /// Starts at once unless `later`; throws when the modem does not get to listen.
+  enum class begin { at_once, later };
+  explicit simulated_modem(std::vector<std::string> faults = {}, begin when = begin::at_once);
+  ~simulated_modem();
+
+  void start();
+  /// As when the modem's machine loses power: the socket file stays.
+  void kill();
+
+  [[nodiscard]] std::string endpoint() const { return "unix:" + socket(); }
+  [[nodiscard]] std::string socket() const { return dir_.file("modem.sock"); }
+
+ private:
+  temp_dir dir_;
+  std::vector<std::string> faults_;
+  std::unique_ptr<background_process> process_;
+};
+
+/// tarvik_console with these arguments against the modem at `endpoint`.
+process_result run_console(const std::string& endpoint, const std::vector<std::string>& arguments);
+
+/// The same in the background.
+std::unique_ptr<background_process> start_console(const std::string& endpoint,
+                                                  const std::vector<std::string>& arguments);
+
+}  // namespace support

@@ -1,0 +1,47 @@
+// tarvik_console GROUP [SUB] [ARGS...]: one command a run. The exit status is 0 whatever comes of
+// it; results are read from what is printed.
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+
+#include "tvk/commands.h"
+#include "tvk/usage.h"
+
+namespace {
+
+int not_supported(int /*argc*/, char** /*argv*/) {
+  std::puts("Not support");
+  return 1;
+}
+
+struct group_entry {
+  int number;
+  int (*run)(int argc, char** argv);
+};
+
+constexpr auto groups = std::to_array<group_entry>({
+    {1, not_supported},
+    {2, not_supported},
+    {3, norvel_test_rf_do},
+    {4, norvel_test_nvefs_do},
+    {5, norvel_test_cmn_do},
+    {6, norvel_test_qmi_send_data_do},
+    {7, norvel_test_modem_stats_do},
+    {8, norvel_test_at_cmd_do},
+    {9, norvel_test_qmi_modem_stats_do},
+    {10, norvel_test_mbn_do},
+});
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const int number = argc >= 2 ? std::atoi(argv[1]) : 0;
+  const auto* group = std::ranges::find(groups, number, &group_entry::number);
+  if (group == groups.end()) {
+    show_help(0);
+  } else {
+    group->run(argc, argv);
+  }
+  return 0;
+}
