@@ -1,33 +1,23 @@
 #include <gtest/gtest.h>
-#include <stdlib.h>
-
-#include <filesystem>
-#include <vector>
 
 #include "simulator/modem/modem.h"
 #include "simulator/services/extension.h"
+#include "support/bytes.h"
+#include "support/temp_dir.h"
 
 namespace {
 
-using bytes = std::vector<std::uint8_t>;
 using protocol::qmi::error;
+using support::bytes;
+using support::hex;
+using support::operator+;
 
-bytes operator+(bytes left, const bytes& right) {
-  left.insert(left.end(), right.begin(), right.end());
-  return left;
-}
 bytes zeros(std::size_t count) {
   return bytes(count);
 }
 
-bytes u32_tlv(std::uint8_t tlv, std::uint8_t low, std::uint8_t high = 0) {
-  return {tlv, 4, 0, low, high, 0, 0};
-}
-
 class extension_service : public testing::Test {
  protected:
-  ~extension_service() override { std::filesystem::remove_all(directory_); }
-
   error ask(const bytes& tlvs) {
     answer_.clear();
     const sim::client nobody{};
@@ -38,63 +28,60 @@ class extension_service : public testing::Test {
     return answer_.view();
   }
 
-  char name_[32] = "/tmp/extension_test_XXXXXX";
-  std::filesystem::path directory_ = ::mkdtemp(name_);
-  sim::modem modem_{directory_};
+  support::temp_dir directory_;
+  sim::modem modem_{directory_.path()};
   protocol::qmi::tlv_writer answer_;
 };
 
-TEST_F(extension_service, EchoesTheBytesThatCount) {
-  const bytes payload = bytes{0x10, 0x00, 0x02, 0x11, 0x22, 0x33, 0x44} + zeros(508);
-  for (const std::uint8_t type : {0, 1, 3, 5}) {
-    EXPECT_EQ(
-        answer_to(u32_tlv(1, type) + u32_tlv(2, 3) + payload),
-        u32_tlv(1, 0) + u32_tlv(2, 3) + bytes{0x10, 0x00, 0x02, 0x11, 0x22, 0x33} + zeros(509));
+TEST_F(extension_service, echoes_the_bytes_that_count) {
+  const bytes counted = hex("02 0400 03000000  10 0002 112233");
+  for (const char* type : {"00", "01", "03", "05"}) {
+    EXPECT_EQ(answer_to(hex("01 0400") + hex(type) + zeros(3) + counted + hex("44") + zeros(508)),
+              hex("01 0400 00000000") + counted + zeros(509));
   }
-  // Order is free, a shorter payload and an unknown optional TLV are accepted.
-  EXPECT_EQ(answer_to(bytes{0x10, 2, 0, 0x55, 0x66, 0x11, 1, 0, 9} + u32_tlv(2, 2) + u32_tlv(1, 0)),
-            u32_tlv(1, 0) + u32_tlv(2, 2) + bytes{0x10, 0x00, 0x02, 0x55, 0x66} + zeros(510));
-  EXPECT_EQ(answer_to(u32_tlv(1, 0) + u32_tlv(2, 0)),
-            u32_tlv(1, 0) + u32_tlv(2, 0) + bytes{0x10, 0x00, 0x02} + zeros(512));
-  const bytes full = bytes{0x10, 0x00, 0x02} + bytes(512, 0xAB);
-  EXPECT_EQ(answer_to(u32_tlv(1, 5) + u32_tlv(2, 0, 2) + full),
-            u32_tlv(1, 0) + u32_tlv(2, 0, 2) + full);
+  // Order is free; a shorter payload and an unknown optional TLV are accepted.
+  EXPECT_EQ(answer_to(hex("10 0200 5566  11 0100 09  02 0400 02000000  01 0400 00000000")),
+            hex("01 0400 00000000  02 0400 02000000  10 0002 5566") + zeros(510));
+  EXPECT_EQ(answer_to(hex("01 0400 00000000  02 0400 00000000")),
+            hex("01 0400 00000000  02 0400 00000000  10 0002") + zeros(512));
+  const bytes full = hex("02 0400 00020000  10 0002") + bytes(512, 0xAB);
+  EXPECT_EQ(answer_to(hex("01 0400 05000000") + full), hex("01 0400 00000000") + full);
 }
 
-TEST_F(extension_service, AcceptsAndCountsCommonMessages) {
-  const bytes sync = bytes{0x10, 0x00, 0x02, 2, 0, 0, 0, 0, 0, 0, 0, 35, 0, 0, 0} + zeros(500);
-  const bytes accepted = u32_tlv(1, 0) + u32_tlv(2, 0xFC, 1) + bytes{0x10, 0x00, 0x02} + zeros(512);
-  EXPECT_EQ(answer_to(u32_tlv(1, 4) + u32_tlv(2, 0, 2) + sync), accepted);
-  EXPECT_EQ(answer_to(u32_tlv(1, 4) + u32_tlv(2, 16) + sync), accepted);
+TEST_F(extension_service, accepts_and_counts_common_messages) {
+  const bytes type = hex("01 0400 04000000");
+  const bytes sync = hex("10 0002 02000000 00000000 23000000 00000000") + zeros(496);
+  const bytes accepted = hex("01 0400 00000000  02 0400 fc010000  10 0002") + zeros(512);
+  EXPECT_EQ(answer_to(type + hex("02 0400 00020000") + sync), accepted);
+  EXPECT_EQ(answer_to(type + hex("02 0400 10000000") + sync), accepted);
   EXPECT_EQ(modem_.store.counter("common.35"), 2);
 
-  const bytes not_there = u32_tlv(1, 3) + u32_tlv(2, 0);
-  EXPECT_EQ(answer_to(u32_tlv(1, 4) + u32_tlv(2, 15) + sync), not_there);
-  EXPECT_EQ(answer_to(u32_tlv(1, 4) + u32_tlv(2, 0, 2) + bytes{0x10, 0x00, 0x02, 3} + zeros(511)),
+  const bytes not_there = hex("01 0400 03000000  02 0400 00000000");
+  EXPECT_EQ(answer_to(type + hex("02 0400 0f000000") + sync), not_there);
+  EXPECT_EQ(answer_to(type + hex("02 0400 00020000  10 0002 03000000 00000000 23") + zeros(503)),
             not_there);
   EXPECT_EQ(modem_.store.counter("common.35"), 2);
 }
 
-TEST_F(extension_service, OtherTypesAreNotThere) {
-  for (const bytes& type : {u32_tlv(1, 2), u32_tlv(1, 6), bytes{1, 4, 0, 0, 0, 0, 1}}) {
-    EXPECT_EQ(answer_to(type + u32_tlv(2, 0)), u32_tlv(1, 3) + u32_tlv(2, 0));
+TEST_F(extension_service, other_types_are_not_there) {
+  for (const char* type : {"02000000", "06000000", "00000001", "ffffffff"}) {
+    EXPECT_EQ(answer_to(hex("01 0400") + hex(type) + hex("02 0400 00000000")),
+              hex("01 0400 03000000  02 0400 00000000"));
   }
 }
 
-TEST_F(extension_service, RefusesWhatDoesNotFitTheLayout) {
-  const bytes type = u32_tlv(1, 0);
+TEST_F(extension_service, refuses_what_does_not_fit_the_layout) {
+  const bytes start = hex("01 0400 00000000  02 0400");
   EXPECT_EQ(ask({}), error::missing_argument);
-  EXPECT_EQ(ask(type), error::missing_argument);
-  EXPECT_EQ(ask(u32_tlv(2, 0)), error::missing_argument);
-  EXPECT_EQ(ask(bytes{1, 3, 0, 0, 0, 0} + u32_tlv(2, 0)), error::malformed_message);
-  EXPECT_EQ(ask(type + bytes{2, 5, 0, 0, 0, 0, 0, 0}), error::malformed_message);
-  EXPECT_EQ(ask(type + u32_tlv(2, 0) + bytes{3, 0, 0}), error::malformed_message);
-  EXPECT_EQ(ask(type + u32_tlv(2, 0) + bytes{0x10, 0x01, 0x02} + zeros(513)),
-            error::malformed_message);
-  EXPECT_EQ(ask(type + u32_tlv(2, 1)), error::invalid_argument);
-  EXPECT_EQ(ask(type + u32_tlv(2, 3) + bytes{0x10, 2, 0, 1, 2}), error::invalid_argument);
-  EXPECT_EQ(ask(type + u32_tlv(2, 1, 2) + bytes{0x10, 0x00, 0x02} + zeros(512)),
-            error::invalid_argument);
+  EXPECT_EQ(ask(hex("01 0400 00000000")), error::missing_argument);
+  EXPECT_EQ(ask(hex("02 0400 00000000")), error::missing_argument);
+  EXPECT_EQ(ask(hex("01 0300 000000  02 0400 00000000")), error::malformed_message);
+  EXPECT_EQ(ask(hex("01 0400 00000000  02 0500 0000000000")), error::malformed_message);
+  EXPECT_EQ(ask(start + hex("00000000  03 0000")), error::malformed_message);
+  EXPECT_EQ(ask(start + hex("00000000  10 0102") + zeros(513)), error::malformed_message);
+  EXPECT_EQ(ask(start + hex("01000000")), error::invalid_argument);
+  EXPECT_EQ(ask(start + hex("03000000  10 0200 0102")), error::invalid_argument);
+  EXPECT_EQ(ask(start + hex("01020000  10 0002") + zeros(512)), error::invalid_argument);
 }
 
 }  // namespace

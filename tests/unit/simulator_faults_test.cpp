@@ -19,7 +19,7 @@ sim::fault_rule parse(const char* text) {
   return sim::parse_fault_rule(text, sim::all_services());
 }
 
-TEST(fault_rule, ReadsEveryForm) {
+TEST(fault_rule, reads_every_form) {
   struct row {
     const char* text;
     std::optional<std::uint16_t> message;
@@ -49,7 +49,7 @@ TEST(fault_rule, ReadsEveryForm) {
   }
 }
 
-TEST(fault_rule, RefusalNamesRuleAndForm) {
+TEST(fault_rule, refusal_names_rule_and_form) {
   const char* const wrong[] = {
       "",
       "extension",
@@ -99,7 +99,7 @@ std::vector<std::string> struck(std::vector<const char*> rules, std::vector<int>
   return result;
 }
 
-TEST(faults, FirstRuleWinsAndOthersStillCount) {
+TEST(faults, first_rule_wins_and_others_still_count) {
   EXPECT_EQ(struck({"extension/2@2=silent", "extension/2@3=delay:1", "extension/3=result:1"},
                    {2, 3, 2, 4, 2, 2}),
             (std::vector<std::string>{"", "extension/3=result:1", "extension/2@2=silent", "",
@@ -108,13 +108,13 @@ TEST(faults, FirstRuleWinsAndOthersStillCount) {
             (std::vector<std::string>{"extension=silent"}));
 }
 
-TEST(faults, ServiceDownIsForTheStartOnly) {
+TEST(faults, service_down_is_for_the_start_only) {
   EXPECT_EQ(struck({"extension=down:5"}, {2}), (std::vector<std::string>{""}));
   EXPECT_EQ(sim::faults({parse("extension=down:5"), parse("extension/2=down")}).at_start().size(),
             1U);
 }
 
-TEST(alter_answer, ChangesTheBytesAskedFor) {
+TEST(alter_answer, changes_the_bytes_asked_for) {
   const std::vector<std::uint8_t> answer = {2,    9, 0, 0xFF, 0, 17, 0,  //
                                             2,    4, 0, 1,    0, 0,  0,  //
                                             1,    4, 0, 0,    0, 0,  0,  //

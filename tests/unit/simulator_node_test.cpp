@@ -1,13 +1,15 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <utility>
 #include <vector>
 
 #include "simulator/node.h"
+#include "support/bytes.h"
 
 namespace {
 
-using bytes = std::vector<std::uint8_t>;
+using support::bytes;
 
 constexpr sim::service_row services[] = {
     {.name = "first", .id = 0xFFE4, .version = 1, .result_tlv = 1, .messages = {}},
@@ -30,6 +32,8 @@ const bytes first_down = packet({5, 0xFFE4, 0x101, 0, 1});
 const bytes second_down = packet({5, 0x0B, 0x102, 0, 2});
 const bytes end_of_list = packet({4, 0, 0, 0, 0});
 
+using packets = std::vector<bytes>;
+
 class recording_port : public sim::port {
  public:
   void send(protocol::qrtr::address to, protocol::qrtr::address from,
@@ -44,9 +48,9 @@ class recording_port : public sim::port {
     down.push_back(server.service);
   }
 
-  std::vector<bytes> take() { return std::exchange(sent, {}); }
+  packets take() { return std::exchange(sent, {}); }
 
-  std::vector<bytes> sent;
+  packets sent;
   std::vector<std::uint32_t> receivers;
   std::vector<std::uint32_t> up;
   std::vector<std::uint32_t> down;
@@ -70,32 +74,32 @@ class node : public testing::Test {
   recording_port port_;
 };
 
-TEST_F(node, LookupListsMatchesAndFollowsThem) {
+TEST_F(node, lookup_lists_matches_and_follows_them) {
   look_up(0, 0);
-  EXPECT_EQ(port_.take(), (std::vector{first_up, second_up, end_of_list}));
+  EXPECT_EQ(port_.take(), (packets{first_up, second_up, end_of_list}));
   restart_all();
-  EXPECT_EQ(port_.take(), (std::vector{first_down, second_down, first_up, second_up}));
+  EXPECT_EQ(port_.take(), (packets{first_down, second_down, first_up, second_up}));
   end_look_up(0, 0);
   restart_all();
-  EXPECT_EQ(port_.take(), (std::vector<bytes>{}));
+  EXPECT_EQ(port_.take(), (packets{}));
 }
 
-TEST_F(node, LookupComparesServiceAndWholeInstanceWord) {
+TEST_F(node, lookup_compares_service_and_whole_instance_word) {
   look_up(0x0B, 0x102);
-  EXPECT_EQ(port_.take(), (std::vector{second_up, end_of_list}));
+  EXPECT_EQ(port_.take(), (packets{second_up, end_of_list}));
   look_up(0x0B, 0x002);
-  EXPECT_EQ(port_.take(), (std::vector{end_of_list}));
+  EXPECT_EQ(port_.take(), (packets{end_of_list}));
   look_up(0, 0x101);
-  EXPECT_EQ(port_.take(), (std::vector{first_up, end_of_list}));
+  EXPECT_EQ(port_.take(), (packets{first_up, end_of_list}));
   look_up(0xE4, 0);
-  EXPECT_EQ(port_.take(), (std::vector{end_of_list}));
+  EXPECT_EQ(port_.take(), (packets{end_of_list}));
   // Each lookup that matches is told, and only the one that is ended falls silent.
   end_look_up(0, 0x101);
   restart_all();
-  EXPECT_EQ(port_.take(), (std::vector{second_down, second_up}));
+  EXPECT_EQ(port_.take(), (packets{second_down, second_up}));
 }
 
-TEST_F(node, ServiceThatIsDownIsNotFound) {
+TEST_F(node, service_that_is_down_is_not_found) {
   const protocol::qrtr::address first{0, 1};
   EXPECT_EQ(node_.service_at(first), &services[0]);
   EXPECT_EQ(node_.service_at({1, 1}), nullptr);
@@ -104,10 +108,10 @@ TEST_F(node, ServiceThatIsDownIsNotFound) {
   node_.take_down(services[0]);
   EXPECT_EQ(node_.service_at(first), nullptr);
   look_up(0, 0);
-  EXPECT_EQ(port_.take(), (std::vector{second_up, end_of_list}));
+  EXPECT_EQ(port_.take(), (packets{second_up, end_of_list}));
 }
 
-TEST_F(node, ClientThatLeftIsToldNothing) {
+TEST_F(node, client_that_left_is_told_nothing) {
   look_up(0x0B, 0, 7);
   look_up(0x0B, 0, 8);
   port_.receivers.clear();
@@ -116,7 +120,7 @@ TEST_F(node, ClientThatLeftIsToldNothing) {
   EXPECT_EQ(port_.receivers, (std::vector<std::uint32_t>{8}));
 }
 
-TEST_F(node, OneClientCannotHoldLookupsWithoutEnd) {
+TEST_F(node, one_client_cannot_hold_lookups_without_end) {
   for (int i = 0; i < 1000; ++i) look_up(0x0B, 0);
   look_up(0x0B, 0, 8);
   port_.take();
@@ -124,7 +128,7 @@ TEST_F(node, OneClientCannotHoldLookupsWithoutEnd) {
   EXPECT_EQ(port_.take().size(), 129U);
 }
 
-TEST_F(node, PortsHearOfServices) {
+TEST_F(node, ports_hear_of_services) {
   node_.take_down(services[0]);
   node_.attach(port_);
   EXPECT_EQ(port_.up, (std::vector<std::uint32_t>{0x0B}));
@@ -133,7 +137,7 @@ TEST_F(node, PortsHearOfServices) {
   EXPECT_EQ(port_.down, (std::vector<std::uint32_t>{0x0B}));
 }
 
-TEST_F(node, MalformedControlPacketsAreIgnored) {
+TEST_F(node, malformed_control_packets_are_ignored) {
   const sim::client who{&port_, {1, 7}};
   bytes short_lookup = packet({10, 0, 0, 0, 0});
   short_lookup.pop_back();
@@ -141,7 +145,7 @@ TEST_F(node, MalformedControlPacketsAreIgnored) {
                            packet({4, 1, 1, 1, 1}), packet({6, 1, 7, 0, 0})}) {
     node_.control(who, bad);
   }
-  EXPECT_EQ(port_.take(), (std::vector<bytes>{}));
+  EXPECT_EQ(port_.take(), (packets{}));
 }
 
 }  // namespace

@@ -24,7 +24,7 @@ std::string traced(const bytes& datagram, sim::trace::direction way) {
   return lines.substr(lines.find("1:16384"));
 }
 
-TEST(trace, NamesServiceMessageAndTlvs) {
+TEST(trace, names_service_message_and_tlvs) {
   bytes request{0, 7, 0, 2, 0, 26, 0, 1, 4, 0, 4, 0, 0, 0, 2, 4, 0, 9, 0, 0, 0, 0x10, 9, 0};
   request.insert(request.end(), {0xAA, 0, 0xBB, 0, 0, 0, 0, 0, 0});
   EXPECT_EQ(
@@ -35,7 +35,7 @@ TEST(trace, NamesServiceMessageAndTlvs) {
       "            0x10 payload               9  aa 00 bb ... 6 zero bytes\n");
 }
 
-TEST(trace, TellsStandardResponsesAndBrokenOnes) {
+TEST(trace, tells_standard_responses_and_broken_ones) {
   EXPECT_EQ(
       traced({2, 7, 0, 0x99, 0, 7, 0, 2, 4, 0, 1, 0, 71, 0}, sim::trace::direction::from_modem),
       "1:16384 <- extension  response    message 0x0099 ?, transaction 7, 7 TLV bytes\n"
@@ -48,7 +48,7 @@ TEST(trace, TellsStandardResponsesAndBrokenOnes) {
             "            00 07 00 02\n");
 }
 
-TEST(trace, ShowsValuesByTheirWidth) {
+TEST(trace, shows_values_by_their_width) {
   EXPECT_EQ(sim::describe_value({}), "empty");
   EXPECT_EQ(sim::describe_value(bytes{255}), "255 (0xff)");
   EXPECT_EQ(sim::describe_value(bytes{1, 2}), "513 (0x0201)");
