@@ -118,8 +118,10 @@ void trace::control(direction way, const client& who,
   } else if (packet.cmd == command::del_client) {
     fmt::format_to(out, "  {}:{}", about.at.node, about.at.port);
   } else {
-    fmt::format_to(out, "  {}  version {}, instance {}", service_name(about.service),
-                   about.version(), about.instance());
+    fmt::format_to(out, "  {}", service_name(about.service));
+    if (about.instance_word != 0) {
+      fmt::format_to(out, "  version {}, instance {}", about.version(), about.instance());
+    }
     if (way == direction::from_modem) {
       fmt::format_to(out, ", at {}:{}", about.at.node, about.at.port);
     }

@@ -212,7 +212,7 @@ TEST(tvk_modem_trace, names_what_passes) {
   for (const char* text :
        {"client 1:16384 connects\n", "NEW_LOOKUP  any service",
         "NEW_SERVER  extension (0xffe4)  version 1, instance 1, at 0:1\n", "end of list\n",
-        "message 0x0002 request, transaction 1", "0x10 payload             512  aa bb cc ... 509",
+        "message 0x0002 exchange, transaction 1", "0x10 payload             512  aa bb cc ... 509",
         "fault extension/2@2=silent\n", "client 1:16384 leaves"}) {
     EXPECT_NE(errors.find(text), std::string::npos) << text << " not in\n" << errors;
   }

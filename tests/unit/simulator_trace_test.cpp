@@ -29,7 +29,7 @@ TEST(trace, names_service_message_and_tlvs) {
   request.insert(request.end(), {0xAA, 0, 0xBB, 0, 0, 0, 0, 0, 0});
   EXPECT_EQ(
       traced(request, sim::trace::direction::to_modem),
-      "1:16384 -> extension  request     message 0x0002 request, transaction 7, 26 TLV bytes\n"
+      "1:16384 -> extension  request     message 0x0002 exchange, transaction 7, 26 TLV bytes\n"
       "            0x01 type                  4  4 (0x00000004)\n"
       "            0x02 data_len              4  9 (0x00000009)\n"
       "            0x10 payload               9  aa 00 bb ... 6 zero bytes\n");
@@ -40,9 +40,10 @@ TEST(trace, tells_standard_responses_and_broken_ones) {
       traced({2, 7, 0, 0x99, 0, 7, 0, 2, 4, 0, 1, 0, 71, 0}, sim::trace::direction::from_modem),
       "1:16384 <- extension  response    message 0x0099 ?, transaction 7, 7 TLV bytes\n"
       "            0x02 standard response     4  failure, error 71\n");
-  EXPECT_EQ(traced({2, 7, 0, 2, 0, 4, 0, 2, 4, 0, 1}, sim::trace::direction::from_modem),
-            "1:16384 <- extension  response    message 0x0002 request, transaction 7, 4 TLV bytes\n"
-            "            malformed  02 04 00 01\n");
+  EXPECT_EQ(
+      traced({2, 7, 0, 2, 0, 4, 0, 2, 4, 0, 1}, sim::trace::direction::from_modem),
+      "1:16384 <- extension  response    message 0x0002 exchange, transaction 7, 4 TLV bytes\n"
+      "            malformed  02 04 00 01\n");
   EXPECT_EQ(traced({0, 7, 0, 2}, sim::trace::direction::to_modem),
             "1:16384 -> extension  malformed, 4 bytes\n"
             "            00 07 00 02\n");
