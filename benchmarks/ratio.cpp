@@ -44,7 +44,9 @@ int run_with_ratios(int argc, char** argv, std::span<const ratio> ratios) {
     const double baseline = reporter.median(each.baseline);
     if (baseline <= 0) continue;
     std::cerr << each.subject << " / " << each.baseline << " = "
-              << reporter.median(each.subject) / baseline << " (limit " << each.limit << ")\n";
+              << reporter.median(each.subject) / baseline;
+    if (each.limit > 0) std::cerr << " (limit " << each.limit << ")";
+    std::cerr << "\n";
   }
   return 0;
 }

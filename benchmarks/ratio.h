@@ -6,7 +6,7 @@
 struct ratio {
   const char* subject;
   const char* baseline;
-  double limit;
+  double limit;  ///< 0: none, the ratio is for information
 };
 
 /// Runs the registered benchmarks, then prints each ratio of medians beside its limit. The report

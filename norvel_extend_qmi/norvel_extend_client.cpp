@@ -113,7 +113,7 @@ int send_locked(extension_client& client, unsigned int type, const unsigned char
 int norvel_extend_qmi_send_sync(unsigned int type, unsigned char* req_data, int req_len,
                                 void* rsp_data, unsigned int* rsp_len) {
   if (req_data == nullptr || rsp_data == nullptr || rsp_len == nullptr) {
-    // NOLINTNEXTLINE(*-reinterpret-cast): the line shows where the caller's bytes were to be.
+    // The line shows where the caller's bytes were to be.
     const auto low_bits = static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(req_data));
     print_note("%x,  put Invalid param\n", low_bits);
     return norvel_extend_invalid_argument;
@@ -136,11 +136,9 @@ void norvel_extend_qmi_ind_cb(qmi_client_type user_handle, unsigned int msg_id, 
   std::printf("NORVEL__EXTEND_QMI: Indication msg_id=0x%x buf_len=%d \n", msg_id,
               static_cast<int>(ind_buf_len));
   norvel_extend_qmi_msg_v01 indication{};
-  // What cannot be decoded is of type 0.
-  if (qmi_client_message_decode(user_handle, QMI_IDL_INDICATION, msg_id, ind_buf, ind_buf_len,
-                                &indication, sizeof indication) != QMI_NO_ERR) {
-    indication = {};
-  }
+  // What could not be decoded is told with as much of it as was.
+  static_cast<void>(qmi_client_message_decode(user_handle, QMI_IDL_INDICATION, msg_id, ind_buf,
+                                              ind_buf_len, &indication, sizeof indication));
   if (indication.type < known_indications) {
     std::printf("No function defined to handle indication: %d", static_cast<int>(indication.type));
   } else {

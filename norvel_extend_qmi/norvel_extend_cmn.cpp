@@ -38,8 +38,7 @@ void norvel_send_common_qmi_msg(unsigned int t, unsigned int l, void* v, void* r
   message.l = l;
   if (l != 0) std::memcpy(message.v, v, std::min(l, norvel_common_msg_max_data));
   unsigned int capacity = norvel_common_msg_rsp_size;
-  norvel_extend_qmi_send_sync(
-      norvel_common_msg_request_type,
-      reinterpret_cast<unsigned char*>(&message),  // NOLINT(*-reinterpret-cast)
-      sizeof message, rsp, &capacity);
+  norvel_extend_qmi_send_sync(norvel_common_msg_request_type,
+                              reinterpret_cast<unsigned char*>(&message), sizeof message, rsp,
+                              &capacity);
 }

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdio>
+#include <span>
 #include <string>
 
 #include "qcril-common/utilities/norvel_ril_log.h"
@@ -20,12 +21,13 @@ std::array<char, mask_name_size> g_mask_name{};
 
 }  // namespace
 
+// NOLINTNEXTLINE(readability-non-const-parameter): the product's own signature.
 void norvel_byte_to_hex(unsigned char* in, int len, unsigned char* out) {
-  if (in == nullptr) return;
+  if (in == nullptr || len < 1) return;
   constexpr char digits[] = "0123456789abcdef";
-  for (int i = 0; i < len; ++i) {
-    out[2 * i] = static_cast<unsigned char>(digits[in[i] >> 4]);
-    out[2 * i + 1] = static_cast<unsigned char>(digits[in[i] & 0x0F]);
+  for (const unsigned char byte : std::span(in, static_cast<std::size_t>(len))) {
+    *out++ = static_cast<unsigned char>(digits[byte >> 4]);
+    *out++ = static_cast<unsigned char>(digits[byte & 0x0F]);
   }
 }
 

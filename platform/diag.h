@@ -2,7 +2,7 @@
 // (DCI). Requests and DCI responses are raw packets: no escapes, no checksum, no terminator.
 #pragma once
 
-#include <stdint.h>
+#include <cstdint>
 
 /// Result of every DCI call that did its work.
 constexpr int DIAG_DCI_NO_ERROR = 1001;

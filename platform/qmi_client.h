@@ -3,7 +3,8 @@
 #pragma once
 
 #include <pthread.h>
-#include <stdint.h>
+
+#include <cstdint>
 
 #include "platform/qmi_idl.h"
 

@@ -12,8 +12,8 @@
 // An aggregate's own string is a run of elements ended by 0x20.
 #pragma once
 
-#include <stddef.h>
-#include <stdint.h>
+#include <cstddef>
+#include <cstdint>
 
 #define QMI_IDL_LIBRARY_VERSION 6
 

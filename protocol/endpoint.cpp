@@ -11,7 +11,7 @@ namespace {
 
 std::string environment(const char* name) {
   // Nothing in our programs writes the environment.
-  const char* value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe)
+  const char* value = std::getenv(name);
   return value == nullptr ? std::string() : std::string(value);
 }
 

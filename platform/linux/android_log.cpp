@@ -21,7 +21,7 @@ using platform::file_descriptor;
 
 /// Where lines go: a descriptor, or invalid for the system log.
 file_descriptor open_destination() {
-  const char* name = std::getenv("TVK_ANDROID_LOG");  // NOLINT(concurrency-mt-unsafe)
+  const char* name = std::getenv("TVK_ANDROID_LOG");
   if (name == nullptr || *name == '\0') return {};
   if (std::strcmp(name, "stderr") == 0) return file_descriptor(::dup(STDERR_FILENO));
   file_descriptor file(::open(name, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));

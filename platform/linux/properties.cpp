@@ -27,7 +27,7 @@ using platform::file_descriptor;
 using platform::report_once;
 
 std::string file_path() {
-  const char* path = std::getenv("TVK_PROPERTIES");  // NOLINT(concurrency-mt-unsafe)
+  const char* path = std::getenv("TVK_PROPERTIES");
   if (path != nullptr && *path != '\0') return path;
   return protocol::state_directory() + "/properties";
 }
@@ -131,8 +131,9 @@ file_descriptor lock_file(const std::string& path) {
 }
 
 bool storable(std::string_view name, std::string_view value) {
-  return !name.empty() && name.front() != '#' && name.find_first_of("=\n") == name.npos &&
-         value.size() < PROPERTY_VALUE_MAX && value.find('\n') == value.npos;
+  return !name.empty() && name.front() != '#' &&
+         name.find_first_of("=\n") == std::string_view::npos && value.size() < PROPERTY_VALUE_MAX &&
+         value.find('\n') == std::string_view::npos;
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Arithmetic and indexing that end the process instead of going wrong, in every build type.
+// Arithmetic that ends the process instead of going wrong, in every build type.
 #pragma once
 
 #include <cstdio>
@@ -17,8 +17,9 @@ template <typename T>
   return sum;
 }
 
-/// `index` when it is below `size`.
-[[nodiscard]] inline std::size_t checked_index(std::size_t index, std::size_t size) {
-  if (index >= size) abort_process();
-  return index;
+template <typename T>
+[[nodiscard]] T checked_multiply(T a, T b) {
+  T product;
+  if (__builtin_mul_overflow(a, b, &product)) abort_process();
+  return product;
 }

@@ -47,14 +47,14 @@ void client::run() {
 
 bool client::handle_datagram(address from, byte_view datagram) {
   if (const auto event = parse_server_event(from, datagram)) {
-    return event->is_up || event->which.at != server_;
+    return !event->ends(service_->service_id, server_);
   }
   const auto message = protocol::qmi::parse_message(datagram);
   if (!message || from != server_) return true;
   if (message->head.kind == message_kind::response) handle_response(*message);
   if (message->head.kind == message_kind::indication && indications_.callback != nullptr) {
     // The callback's type has no const; what it points to is this thread's own buffer.
-    auto* tlvs = const_cast<std::uint8_t*>(message->tlvs.data());  // NOLINT(*-const-cast)
+    auto* tlvs = const_cast<std::uint8_t*>(message->tlvs.data());
     indications_.callback(handle_, message->head.message_id, message->tlvs.empty() ? nullptr : tlvs,
                           static_cast<unsigned>(message->tlvs.size()), indications_.data);
   }

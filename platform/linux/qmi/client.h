@@ -52,7 +52,8 @@ class client final : public handle_object {
   void run();
   [[nodiscard]] bool handle_datagram(address from, byte_view datagram);
   void handle_response(const protocol::qmi::message& answer);
-  void finish(exchange& request, qmi_client_error_type result) TVK_REQUIRES(lock_);
+  /// The first result counts. Call with the lock held.
+  static void finish(exchange& request, qmi_client_error_type result);
   [[nodiscard]] qmi_client_error_type wait_for_answer(exchange& request, clock::time_point deadline)
       TVK_REQUIRES(lock_);
   [[nodiscard]] std::uint16_t next_transaction() TVK_REQUIRES(lock_);

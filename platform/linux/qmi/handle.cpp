@@ -23,7 +23,7 @@ handle_table& handles() {
 
 qmi_client_type new_handle() {
   static std::atomic<std::uintptr_t> last = 0;
-  return reinterpret_cast<qmi_client_type>(++last);  // NOLINT(*-reinterpret-cast,*-int-to-ptr)
+  return reinterpret_cast<qmi_client_type>(++last);  // NOLINT(performance-no-int-to-ptr)
 }
 
 void add_handle(qmi_client_type handle, std::shared_ptr<handle_object> object) {

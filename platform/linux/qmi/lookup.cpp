@@ -48,8 +48,8 @@ found find_servers(std::uint32_t service) {
     const auto event = parse_server_event(from, datagram);
     if (event && event->is_end_of_list()) return false;
     if (event && event->is_up) servers.push_back(event->which);
-    if (event && !event->is_up) {
-      std::erase_if(servers, [&](const server& known) { return known.at == event->which.at; });
+    if (event) {
+      std::erase_if(servers, [&](const server& known) { return event->ends(service, known.at); });
     }
     return true;
   };

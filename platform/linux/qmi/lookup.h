@@ -26,6 +26,10 @@ struct server_event {
   server which;  ///< service 0 when a whole port went away
 
   [[nodiscard]] bool is_end_of_list() const { return is_up && which.is_end_of_list(); }
+  /// Whether this is the end of a service at an address, alone or with its whole port.
+  [[nodiscard]] bool ends(std::uint32_t service, address at) const {
+    return !is_up && which.at == at && (which.service == 0 || which.service == service);
+  }
 };
 [[nodiscard]] std::optional<server_event> parse_server_event(address from, byte_view datagram);
 

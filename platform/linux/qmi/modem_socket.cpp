@@ -19,7 +19,7 @@ namespace wire = protocol::modem_socket;
 
 /// The iovec type is shared by reading and writing calls, so it has no const.
 iovec writable(byte_view bytes) {
-  return {const_cast<std::uint8_t*>(bytes.data()), bytes.size()};  // NOLINT(*-const-cast)
+  return {const_cast<std::uint8_t*>(bytes.data()), bytes.size()};
 }
 
 class modem_socket final : public transport {
@@ -91,7 +91,7 @@ opened open_modem_socket(const std::string& path) {
   if (!S_ISSOCK(status.st_mode)) return refuse(path, "not a socket");
 
   platform::file_descriptor fd(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
-  const auto* any_name = reinterpret_cast<const sockaddr*>(&name);  // NOLINT(*-reinterpret-cast)
+  const auto* any_name = reinterpret_cast<const sockaddr*>(&name);
   if (!fd.valid() || ::connect(fd.get(), any_name, sizeof name) != 0) {
     // The socket file of a modem that ended, or one that was removed meanwhile.
     if (errno == ECONNREFUSED || errno == ENOENT) return {open_result::absent, nullptr};

@@ -60,7 +60,7 @@ void notifier::run_until_gone(transport& port) {
   const auto handle_event = [this](address from, byte_view datagram) {
     const auto event = parse_server_event(from, datagram);
     if (event && event->is_up) server_up(event->which);
-    if (event && !event->is_up) server_down(event->which);
+    if (event && !event->is_up) servers_down(*event);
     return true;
   };
   if (receive_loop(port, stop_, buffer, handle_event) == loop_end::stopped) return;
@@ -70,7 +70,7 @@ void notifier::run_until_gone(transport& port) {
     const platform::mutex_lock hold(lock_);
     lost = known_;
   }
-  for (const server& which : lost) server_down(which);
+  for (const server& which : lost) servers_down({.is_up = false, .which = which});
 }
 
 void notifier::take_list(const std::vector<server>& servers) {
@@ -87,12 +87,11 @@ void notifier::server_up(const server& which) {
   notify(QMI_CLIENT_SERVICE_COUNT_INC);
 }
 
-void notifier::server_down(const server& which) {
+void notifier::servers_down(const server_event& event) {
   {
     const platform::mutex_lock hold(lock_);
-    if (std::erase_if(known_, [&](const server& known) { return known.at == which.at; }) == 0) {
-      return;
-    }
+    const auto ended = [&](const server& known) { return event.ends(known.service, known.at); };
+    if (std::erase_if(known_, ended) == 0) return;
   }
   notify(QMI_CLIENT_SERVICE_COUNT_DEC);
 }

@@ -34,7 +34,7 @@ class notifier final : public handle_object {
   void run_until_gone(transport& port);
   void take_list(const std::vector<server>& servers);
   void server_up(const server& which);
-  void server_down(const server& which);
+  void servers_down(const server_event& event);
   void notify(qmi_client_notify_event_type event);
 
   const qmi_idl_service_object_type service_;

@@ -20,14 +20,12 @@ struct sockaddr_qrtr {
 };
 static_assert(sizeof(sockaddr_qrtr) == 12);
 
-// NOLINTBEGIN(*-reinterpret-cast): the socket calls take every family's address as one type.
 const sockaddr* generic(const sockaddr_qrtr& name) {
   return reinterpret_cast<const sockaddr*>(&name);
 }
 sockaddr* generic(sockaddr_qrtr& name) {
   return reinterpret_cast<sockaddr*>(&name);
 }
-// NOLINTEND(*-reinterpret-cast)
 
 platform::file_descriptor open_socket() {
   return platform::file_descriptor(::socket(af_qipcrtr, SOCK_DGRAM | SOCK_CLOEXEC, 0));

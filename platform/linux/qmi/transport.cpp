@@ -8,7 +8,7 @@
 namespace qmi {
 
 std::string endpoint_name() {
-  const char* name = std::getenv("TVK_MODEM");  // NOLINT(concurrency-mt-unsafe)
+  const char* name = std::getenv("TVK_MODEM");
   if (name != nullptr && *name != '\0') return name;
   return have_qrtr() ? "qrtr" : "unix:" + protocol::runtime_directory() + "/modem.sock";
 }
