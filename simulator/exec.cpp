@@ -1,6 +1,6 @@
 // tvk-modem exec: a modem for as long as one command runs.
+#include <fcntl.h>
 #include <fmt/core.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,6 +14,7 @@
 #include <asio/io_context.hpp>
 
 #include "simulator/commands.h"
+#include "simulator/descriptor.h"
 #include "simulator/failure.h"
 #include "simulator/signals.h"
 
@@ -28,9 +29,9 @@ class temporary_directory {
   temporary_directory() {
     std::error_code no_such_place;
     path_ = std::filesystem::temp_directory_path(no_such_place) / "tvk-modem-XXXXXX";
-    if (no_such_place || ::mkdtemp(path_.data()) == nullptr) {
-      throw failure(fmt::format("cannot make a temporary directory {}: {}", path_,
-                                no_such_place ? no_such_place.message() : std::strerror(errno)));
+    if (no_such_place) throw failure("TMPDIR names no directory: " + no_such_place.message());
+    if (::mkdtemp(path_.data()) == nullptr) {
+      throw failure(fmt::format("cannot make the directory {}: {}", path_, std::strerror(errno)));
     }
   }
   temporary_directory(const temporary_directory&) = delete;
@@ -49,17 +50,28 @@ class temporary_directory {
 /// Starts the command with the signals as this program found them. 0 or errno.
 int start(const std::vector<std::string>& command, const sigset_t& mask, pid_t& child) {
   std::vector<char*> arguments;
-  // posix_spawnp only reads them.
+  // execvp only reads them.
   for (const std::string& each : command) arguments.push_back(const_cast<char*>(each.c_str()));
   arguments.push_back(nullptr);
 
-  posix_spawnattr_t attributes;
-  ::posix_spawnattr_init(&attributes);
-  ::posix_spawnattr_setsigmask(&attributes, &mask);
-  ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK);
-  const int error =
-      ::posix_spawnp(&child, arguments[0], nullptr, &attributes, arguments.data(), environ);
-  ::posix_spawnattr_destroy(&attributes);
+  // Ends without a byte when the command runs, and brings errno when it does not.
+  int ends[2];
+  if (::pipe2(ends, O_CLOEXEC) != 0) return errno;
+  const descriptor outcome(ends[0]);
+  descriptor teller(ends[1]);
+  child = ::fork();
+  if (child < 0) return errno;
+  if (child == 0) {
+    ::pthread_sigmask(SIG_SETMASK, &mask, nullptr);
+    ::execvp(arguments[0], arguments.data());
+    const int error = errno;
+    const bool told = ::write(teller.get(), &error, sizeof(error)) == sizeof(error);
+    ::_exit(told ? cannot_start : EXIT_FAILURE);
+  }
+  teller = descriptor();
+  int error = 0;
+  if (::read(outcome.get(), &error, sizeof(error)) != sizeof(error)) return 0;
+  ::waitpid(child, nullptr, 0);
   return error;
 }
 

@@ -68,6 +68,14 @@ std::string describe_integer(byte_view value) {
   return fmt::format("{} (0x{:0{}x})", number, number, 2 * sizeof(T));
 }
 
+std::string describe_standard_response(byte_view value) {
+  protocol::byte_reader in(value);
+  const auto result = in.take<std::uint16_t>();
+  const auto error = in.take<std::uint16_t>();
+  if (!error || !in.empty()) return describe_bytes(value);
+  return *result == 0 ? "success" : fmt::format("failure, error {}", *error);
+}
+
 }  // namespace
 
 std::string describe_value(byte_view value) {
@@ -110,8 +118,10 @@ void trace::control(direction way, const client& who,
   } else if (packet.cmd == command::del_client) {
     fmt::format_to(out, "  {}:{}", about.at.node, about.at.port);
   } else {
-    fmt::format_to(out, "  {}  version {}, instance {}", service_name(about.service),
-                   about.version(), about.instance());
+    fmt::format_to(out, "  {}", service_name(about.service));
+    if (about.instance_word != 0) {
+      fmt::format_to(out, "  version {}, instance {}", about.version(), about.instance());
+    }
     if (way == direction::from_modem) {
       fmt::format_to(out, ", at {}:{}", about.at.node, about.at.port);
     }
@@ -147,7 +157,9 @@ void trace::message(direction way, const client& who, const service_row& service
   const auto names = names_of(service, *message);
   while (const auto tlv = reader.next()) {
     fmt::format_to(out, "{}0x{:02x} {:<17} {:>5}  {}\n", indent, tlv->type,
-                   name_of(tlv->type, names), tlv->value.size(), describe_value(tlv->value));
+                   name_of(tlv->type, names), tlv->value.size(),
+                   names.data() == standard_tlvs ? describe_standard_response(tlv->value)
+                                                 : describe_value(tlv->value));
     shown += qmi::tlv_header_size + tlv->value.size();
   }
   if (reader.malformed()) {

@@ -52,16 +52,42 @@ std::optional<struct stat> status_of(const std::string& path) {
   return std::nullopt;
 }
 
+/// The path, if a socket can have it; makes its directory.
+std::string checked(std::string path) {
+  (void)address_of(path);
+  const auto slash = path.find_last_of('/');
+  if (slash != std::string::npos && !protocol::make_directories(path.substr(0, slash))) {
+    fail("make the directory of", path, errno);
+  }
+  return path;
+}
+
 }  // namespace
 
-socket_path::socket_path(std::string path, int socket_type)
-    : path_(std::move(path)), type_(socket_type) {
-  (void)address_of(path_);
-  const auto slash = path_.find_last_of('/');
-  if (slash != std::string::npos && !protocol::make_directories(path_.substr(0, slash))) {
-    fail("make the directory of", path_, errno);
+path_lock::path_lock(const std::string& path) : file_(path + ".lock") {
+  while (true) {
+    descriptor opened(::open(file_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, owner_only));
+    if (!opened) fail("open the lock", file_, errno);
+    if (::flock(opened.get(), LOCK_EX | LOCK_NB) != 0) {
+      if (errno != EWOULDBLOCK) fail("lock", file_, errno);
+      throw failure("another modem already listens on " + path);
+    }
+    // An owner that was just leaving may have removed the file that was opened.
+    struct stat locked {};
+    const auto there = status_of(file_);
+    if (there && ::fstat(opened.get(), &locked) == 0 && locked.st_ino == there->st_ino) {
+      locked_ = std::move(opened);
+      return;
+    }
   }
-  lock();
+}
+
+path_lock::~path_lock() {
+  ::unlink(file_.c_str());
+}
+
+socket_path::socket_path(std::string path, int socket_type)
+    : path_(checked(std::move(path))), type_(socket_type), lock_(path_) {
   make_room();
   bind();
 }
@@ -70,28 +96,6 @@ socket_path::~socket_path() {
   struct stat now {};
   // The place may have been cleared by hand and taken by another program since.
   if (::lstat(path_.c_str(), &now) == 0 && now.st_ino == inode_) ::unlink(path_.c_str());
-  // Held until after this, and `lock()` looks whether what it locked is still there.
-  ::unlink((path_ + ".lock").c_str());
-}
-
-void socket_path::lock() {
-  const std::string lock_path = path_ + ".lock";
-  while (true) {
-    descriptor opened(
-        ::open(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, owner_only));
-    if (!opened) fail("open the lock", lock_path, errno);
-    if (::flock(opened.get(), LOCK_EX | LOCK_NB) != 0) {
-      if (errno != EWOULDBLOCK) fail("lock", lock_path, errno);
-      throw failure("another modem already listens on " + path_);
-    }
-    // An owner that was just leaving may have removed the file that was opened.
-    struct stat locked {};
-    const auto there = status_of(lock_path);
-    if (there && ::fstat(opened.get(), &locked) == 0 && locked.st_ino == there->st_ino) {
-      lock_ = std::move(opened);
-      return;
-    }
-  }
 }
 
 void socket_path::make_room() {

@@ -11,6 +11,20 @@
 
 namespace sim {
 
+/// Holds the lock of a path; throws `failure` when another holds it.
+class path_lock {
+ public:
+  explicit path_lock(const std::string& path);
+  path_lock(const path_lock&) = delete;
+  path_lock& operator=(const path_lock&) = delete;
+  /// Removes the lock's file while it is still locked.
+  ~path_lock();
+
+ private:
+  std::string file_;
+  descriptor locked_;
+};
+
 class socket_path {
  public:
   /// Takes the place and binds a socket to it, mode 0600, that does not listen yet. Makes the
@@ -19,19 +33,18 @@ class socket_path {
   socket_path(std::string path, int socket_type);
   socket_path(const socket_path&) = delete;
   socket_path& operator=(const socket_path&) = delete;
-  /// Removes the socket and the lock.
+  /// Removes the socket.
   ~socket_path();
 
   [[nodiscard]] descriptor take_socket() { return std::move(socket_); }
 
  private:
-  void lock();
   void make_room();
   void bind();
 
   std::string path_;
   int type_;
-  descriptor lock_;
+  path_lock lock_;
   descriptor socket_;
   ino_t inode_ = 0;
 };

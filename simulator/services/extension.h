@@ -26,9 +26,9 @@ inline constexpr tlv_row extension_response_tlvs[] = {
     {0x10, "payload"},
 };
 inline constexpr message_row extension_messages[] = {
-    {norvel_extend_qmi_request_v01, "request", answer_extension, extension_request_tlvs,
+    {norvel_extend_qmi_request_v01, "exchange", answer_extension, extension_request_tlvs,
      extension_response_tlvs},
-    {0x0003, "request 3", answer_extension, extension_request_tlvs, extension_response_tlvs},
+    {0x0003, "exchange 3", answer_extension, extension_request_tlvs, extension_response_tlvs},
 };
 
 }  // namespace sim

@@ -1,0 +1,221 @@
+// tvk-modem as its user meets it: starting and stopping, what it refuses, exec, the trace.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "support/bytes.h"
+#include "support/modem_connection.h"
+#include "support/process.h"
+#include "support/simulated_modem.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+using namespace support::packets;
+using connection = support::modem_connection;
+using support::address_of;
+using support::bytes;
+using support::simulated_modem;
+using support::temp_dir;
+
+const bytes closed = {};
+
+support::process_result run_modem(const std::vector<std::string>& arguments,
+                                  const support::environment& additions = {}) {
+  return support::run(TVK_MODEM_PROGRAM, arguments, additions);
+}
+
+std::vector<std::string> names_in(const std::string& directory) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
+    names.push_back(entry.path().filename());
+  }
+  return names;
+}
+
+TEST(tvk_modem_serve, removes_its_socket_and_lock_when_told_to_stop) {
+  for (const int signal : {SIGTERM, SIGINT}) {
+    const temp_dir dir;
+    const std::string socket = dir.file("run/modem.sock");
+    support::background_process modem(TVK_MODEM_PROGRAM,
+                                      {"serve", "--socket", socket, "--state", dir.file("state")});
+    ASSERT_TRUE(modem.wait_for_error_text("tvk-modem: listening on unix:" + socket + "\n"));
+    struct stat status {};
+    ASSERT_EQ(::stat(socket.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0600U);
+    ASSERT_EQ(::stat(dir.file("run").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0700U);
+
+    const connection client(socket);
+    modem.send_signal(signal);
+    EXPECT_EQ(modem.wait().exit_status, 0);
+    EXPECT_EQ(client.receive(), closed);
+    EXPECT_EQ(names_in(dir.file("run")), std::vector<std::string>{});
+  }
+}
+
+TEST(tvk_modem_serve, second_start_on_a_socket_is_refused) {
+  const simulated_modem modem;
+  const connection client(modem.socket());
+  const auto second = run_modem({"serve", "--socket", modem.socket(), "--state", "/nowhere"});
+  EXPECT_EQ(second.exit_status, 1);
+  EXPECT_EQ(second.errors, "tvk-modem: another modem already listens on " + modem.socket() + "\n");
+  EXPECT_EQ(client.ask(echo()), echo_answer());
+  EXPECT_EQ(connection(modem.socket()).ask(echo()), echo_answer());
+}
+
+TEST(tvk_modem_serve, one_of_many_simultaneous_starts_wins) {
+  const temp_dir dir;
+  const std::string socket = dir.file("modem.sock");
+  std::vector<std::unique_ptr<support::background_process>> starts;
+  for (int i = 0; i < 8; ++i) {
+    starts.push_back(std::make_unique<support::background_process>(
+        TVK_MODEM_PROGRAM,
+        std::vector<std::string>{"serve", "--socket", socket, "--state", dir.file("state")}));
+  }
+  int listening = 0;
+  for (auto& each : starts) listening += each->wait_for_error_text("listening on") ? 1 : 0;
+  EXPECT_EQ(listening, 1);
+  EXPECT_EQ(connection(socket).ask(echo()), echo_answer());
+}
+
+TEST(tvk_modem_serve, socket_of_a_killed_modem_is_replaced) {
+  simulated_modem modem;
+  modem.kill();
+  ASSERT_TRUE(std::filesystem::exists(modem.socket()));
+  modem.start();
+  EXPECT_EQ(connection(modem.socket()).ask(echo()), echo_answer());
+}
+
+TEST(tvk_modem_serve, what_others_have_at_the_path_stays) {
+  const temp_dir dir;
+  const std::string path = dir.file("modem.sock");
+  const auto refusal = [&] {
+    const auto result = run_modem({"serve", "--socket", path, "--state", dir.file("state")});
+    EXPECT_EQ(result.exit_status, 1);
+    return result.errors;
+  };
+  std::ofstream(path) << "mine";
+  EXPECT_EQ(refusal(), "tvk-modem: " + path + " exists and is not a socket\n");
+  EXPECT_EQ(std::filesystem::file_size(path), 4U);
+
+  for (const int type : {SOCK_SEQPACKET, SOCK_STREAM, SOCK_DGRAM}) {
+    std::filesystem::remove(path);
+    const int theirs = ::socket(AF_UNIX, type | SOCK_CLOEXEC, 0);
+    const sockaddr_un address = address_of(path);
+    ASSERT_EQ(::bind(theirs, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    if (type != SOCK_DGRAM) {
+      ASSERT_EQ(::listen(theirs, 1), 0);
+    }
+    EXPECT_EQ(refusal(), "tvk-modem: another program already listens on " + path + "\n");
+    EXPECT_TRUE(std::filesystem::exists(path));
+    ::close(theirs);
+  }
+  EXPECT_EQ(names_in(dir.path()), std::vector<std::string>{"modem.sock"});
+}
+
+TEST(tvk_modem_serve, what_cannot_be_used_is_named) {
+  const temp_dir dir;
+  std::ofstream(dir.file("file")) << "not a directory, and not a database either";
+  std::filesystem::create_directory(dir.file("bad"));
+  std::filesystem::copy(dir.file("file"), dir.file("bad/modem.db"));
+  const std::string socket = dir.file("modem.sock");
+  const std::string state = dir.file("state");
+  const std::string too_long = "/tmp/" + std::string(103, 'x');
+  struct row {
+    std::vector<std::string> options;
+    int exit_status;
+    std::vector<std::string> said;
+  };
+  const row rows[] = {
+      {{"--socket", too_long}, 1, {too_long, "108 bytes, at most 107"}},
+      {{"--socket", dir.file("file/a/modem.sock")}, 1, {dir.file("file/a"), "Not a directory"}},
+      {{"--socket", ""}, 2, {"--socket"}},
+      {{"--state", dir.file("file/state")}, 1, {dir.file("file/state"), "Not a directory"}},
+      {{"--state", dir.file("bad")}, 1, {dir.file("bad/modem.db"), "not a database"}},
+      {{"--fault", "extension=loud"}, 2, {"extension=loud", "SERVICE[/MESSAGE[@N]]"}},
+      {{"--colour"}, 2, {"--colour"}},
+      {{"--", "true"}, 2, {"--"}},
+  };
+  for (const row& each : rows) {
+    std::vector<std::string> arguments{"serve"};
+    if (each.options[0] != "--socket") arguments.insert(arguments.end(), {"--socket", socket});
+    if (each.options[0] != "--state") arguments.insert(arguments.end(), {"--state", state});
+    arguments.insert(arguments.end(), each.options.begin(), each.options.end());
+    const auto result = run_modem(arguments);
+    SCOPED_TRACE(result.errors);
+    EXPECT_EQ(result.exit_status, each.exit_status);
+    EXPECT_EQ(std::ranges::count(result.errors, '\n'), 1);
+    EXPECT_TRUE(result.errors.starts_with("tvk-modem: "));
+    for (const auto& text : each.said) EXPECT_NE(result.errors.find(text), std::string::npos);
+  }
+}
+
+TEST(tvk_modem_exec, returns_the_status_and_leaves_nothing_behind) {
+  const temp_dir dir;
+  const temp_dir state;
+  struct row {
+    std::vector<std::string> command;
+    int exit_status;
+    std::string output;
+  };
+  const row rows[] = {
+      {{"sh", "-c", "echo \"$1\"; exit 3", "sh", "--help -- serve"}, 3, "--help -- serve\n"},
+      {{"sh", "-c", "kill -9 $$"}, 137, ""},
+      {{"sh", "-c", "test -S \"${TVK_MODEM#unix:}\""}, 0, ""},
+      {{"sh", "-c", "kill -TERM $PPID; exec sleep 20"}, 143, ""},
+      {{"sh", "-c", "trap 'exit 5' INT; kill -INT $PPID; while :; do sleep 0.01; done"}, 5, ""},
+  };
+  for (const row& each : rows) {
+    std::vector<std::string> arguments{"exec", "--state", state.path(), "--"};
+    arguments.insert(arguments.end(), each.command.begin(), each.command.end());
+    const auto result = run_modem(arguments, {{"TMPDIR", dir.path()}});
+    EXPECT_EQ(result.exit_status, each.exit_status) << each.command[2];
+    EXPECT_EQ(result.output, each.output);
+    EXPECT_EQ(result.errors, "");
+    EXPECT_EQ(names_in(dir.path()), std::vector<std::string>{});
+  }
+  const auto missing =
+      run_modem({"exec", "--state", state.path(), "--", "/no/such"}, {{"TMPDIR", dir.path()}});
+  EXPECT_EQ(missing.exit_status, 127);
+  EXPECT_EQ(missing.errors, "tvk-modem: cannot run /no/such: No such file or directory\n");
+  EXPECT_EQ(names_in(dir.path()), std::vector<std::string>{});
+  EXPECT_EQ(run_modem({"exec", "--state", state.path()}).exit_status, 2);
+}
+
+TEST(tvk_modem_trace, names_what_passes) {
+  const temp_dir dir;
+  const std::string socket = dir.file("modem.sock");
+  support::background_process modem(
+      TVK_MODEM_PROGRAM, {"serve", "--socket", socket, "--state", dir.file("state"), "--trace",
+                          "--fault", "extension/2@2=silent"});
+  ASSERT_TRUE(modem.wait_for_error_text("listening"));
+  {
+    const connection client(socket);
+    EXPECT_EQ(client.ask(look_up_all), service_up);
+    EXPECT_EQ(client.ask(echo()), end_of_list);
+    EXPECT_EQ(client.receive(), echo_answer());
+    ASSERT_TRUE(client.send(echo()));
+  }
+  ASSERT_TRUE(modem.wait_for_error_text("leaves"));
+  modem.send_signal(SIGTERM);
+  const std::string errors = modem.wait().errors;
+  for (const char* text :
+       {"client 1:16384 connects\n", "NEW_LOOKUP  any service",
+        "NEW_SERVER  extension (0xffe4)  version 1, instance 1, at 0:1\n", "end of list\n",
+        "message 0x0002 exchange, transaction 1", "0x10 payload             512  aa bb cc ... 509",
+        "fault extension/2@2=silent\n", "client 1:16384 leaves"}) {
+    EXPECT_NE(errors.find(text), std::string::npos) << text << " not in\n" << errors;
+  }
+}
+
+}  // namespace

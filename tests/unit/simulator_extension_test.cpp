@@ -1,0 +1,87 @@
+#include <gtest/gtest.h>
+
+#include "simulator/modem/modem.h"
+#include "simulator/services/extension.h"
+#include "support/bytes.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+using protocol::qmi::error;
+using support::bytes;
+using support::hex;
+using support::operator+;
+
+bytes zeros(std::size_t count) {
+  return bytes(count);
+}
+
+class extension_service : public testing::Test {
+ protected:
+  error ask(const bytes& tlvs) {
+    answer_.clear();
+    const sim::client nobody{};
+    return sim::answer_extension({nobody, 1, tlvs, modem_}, answer_);
+  }
+  bytes answer_to(const bytes& tlvs) {
+    EXPECT_EQ(ask(tlvs), error::none);
+    return answer_.view();
+  }
+
+  support::temp_dir directory_;
+  sim::modem modem_{directory_.path()};
+  protocol::qmi::tlv_writer answer_;
+};
+
+TEST_F(extension_service, echoes_the_bytes_that_count) {
+  const bytes counted = hex("02 0400 03000000  10 0002 112233");
+  for (const char* type : {"00", "01", "03", "05"}) {
+    EXPECT_EQ(answer_to(hex("01 0400") + hex(type) + zeros(3) + counted + hex("44") + zeros(508)),
+              hex("01 0400 00000000") + counted + zeros(509));
+  }
+  // Order is free; a shorter payload and an unknown optional TLV are accepted.
+  EXPECT_EQ(answer_to(hex("10 0200 5566  11 0100 09  02 0400 02000000  01 0400 00000000")),
+            hex("01 0400 00000000  02 0400 02000000  10 0002 5566") + zeros(510));
+  EXPECT_EQ(answer_to(hex("01 0400 00000000  02 0400 00000000")),
+            hex("01 0400 00000000  02 0400 00000000  10 0002") + zeros(512));
+  const bytes full = hex("02 0400 00020000  10 0002") + bytes(512, 0xAB);
+  EXPECT_EQ(answer_to(hex("01 0400 05000000") + full), hex("01 0400 00000000") + full);
+}
+
+TEST_F(extension_service, accepts_and_counts_common_messages) {
+  const bytes type = hex("01 0400 04000000");
+  const bytes sync = hex("10 0002 02000000 00000000 23000000 00000000") + zeros(496);
+  const bytes accepted = hex("01 0400 00000000  02 0400 fc010000  10 0002") + zeros(512);
+  EXPECT_EQ(answer_to(type + hex("02 0400 00020000") + sync), accepted);
+  EXPECT_EQ(answer_to(type + hex("02 0400 10000000") + sync), accepted);
+  EXPECT_EQ(modem_.store.counter("common.35"), 2);
+
+  const bytes not_there = hex("01 0400 03000000  02 0400 00000000");
+  EXPECT_EQ(answer_to(type + hex("02 0400 0f000000") + sync), not_there);
+  EXPECT_EQ(answer_to(type + hex("02 0400 00020000  10 0002 03000000 00000000 23") + zeros(503)),
+            not_there);
+  EXPECT_EQ(modem_.store.counter("common.35"), 2);
+}
+
+TEST_F(extension_service, other_types_are_not_there) {
+  for (const char* type : {"02000000", "06000000", "00000001", "ffffffff"}) {
+    EXPECT_EQ(answer_to(hex("01 0400") + hex(type) + hex("02 0400 00000000")),
+              hex("01 0400 03000000  02 0400 00000000"));
+  }
+}
+
+TEST_F(extension_service, refuses_what_does_not_fit_the_layout) {
+  const bytes start = hex("01 0400 00000000  02 0400");
+  EXPECT_EQ(ask({}), error::missing_argument);
+  EXPECT_EQ(ask(hex("01 0400 00000000")), error::missing_argument);
+  EXPECT_EQ(ask(hex("02 0400 00000000")), error::missing_argument);
+  EXPECT_EQ(ask(hex("01 0300 000000  02 0400 00000000")), error::malformed_message);
+  EXPECT_EQ(ask(hex("01 0400 00000000  02 0500 0000000000")), error::malformed_message);
+  EXPECT_EQ(ask(start + hex("00000000  03 0000")), error::malformed_message);
+  EXPECT_EQ(ask(start + hex("00000000  10 0102") + zeros(513)), error::malformed_message);
+  EXPECT_EQ(ask(start + hex("01000000")), error::invalid_argument);
+  EXPECT_EQ(ask(start + hex("03000000  10 0200 0102")), error::invalid_argument);
+  EXPECT_EQ(ask(start + hex("01020000  10 0002") + zeros(512)), error::invalid_argument);
+}
+
+}  // namespace

@@ -1,0 +1,144 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "simulator/failure.h"
+#include "simulator/faults.h"
+#include "simulator/services/services.h"
+
+namespace {
+
+using sim::fault_action;
+
+const sim::service_row& extension() {
+  return sim::all_services()[0];
+}
+
+sim::fault_rule parse(const char* text) {
+  return sim::parse_fault_rule(text, sim::all_services());
+}
+
+TEST(fault_rule, reads_every_form) {
+  struct row {
+    const char* text;
+    std::optional<std::uint16_t> message;
+    std::optional<std::uint32_t> nth;
+    fault_action action;
+    std::optional<std::uint32_t> value;
+  };
+  const row rows[] = {
+      {"extension=silent", {}, {}, fault_action::silent, {}},
+      {"0xFFE4=delay:250", {}, {}, fault_action::delay, 250},
+      {"65508/2=error:0x47", 2, {}, fault_action::error, 71},
+      {"extension/0x0002@3=result:4294967295", 2, 3, fault_action::result, 0xFFFFFFFF},
+      {"extension/2=truncate:0", 2, {}, fault_action::truncate, 0},
+      {"extension/2=wrong-id", 2, {}, fault_action::wrong_id, {}},
+      {"extension/65535@1=wrong-id:0x0003", 65535, 1, fault_action::wrong_id, 3},
+      {"extension=down", {}, {}, fault_action::down, {}},
+      {"extension/3@2=down:0", 3, 2, fault_action::down, 0},
+  };
+  for (const row& expected : rows) {
+    SCOPED_TRACE(expected.text);
+    const sim::fault_rule rule = parse(expected.text);
+    EXPECT_EQ(rule.service, &extension());
+    EXPECT_EQ(rule.message, expected.message);
+    EXPECT_EQ(rule.nth, expected.nth);
+    EXPECT_EQ(rule.action, expected.action);
+    EXPECT_EQ(rule.value, expected.value);
+  }
+}
+
+TEST(fault_rule, refusal_names_rule_and_form) {
+  const char* const wrong[] = {
+      "",
+      "extension",
+      "=silent",
+      "extension=",
+      "nobody=silent",
+      "0xFFE5=silent",
+      "extension/=silent",
+      "extension/0x=silent",
+      "extension/65536=silent",
+      "extension/2@0=silent",
+      "extension/2@=silent",
+      "extension@2=silent",
+      "extension=silent:1",
+      "extension=delay",
+      "extension=delay:",
+      "extension=delay:-1",
+      "extension=delay:1x",
+      "extension=error:0",
+      "extension=error:65536",
+      "extension=result:4294967296",
+      "extension=Silent",
+  };
+  for (const char* text : wrong) {
+    SCOPED_TRACE(text);
+    try {
+      (void)parse(text);
+      FAIL() << "accepted";
+    } catch (const sim::usage_error& error) {
+      const std::string line = error.what();
+      EXPECT_NE(line.find("--fault " + std::string(text) + ": "), line.npos) << line;
+      EXPECT_NE(line.find("SERVICE[/MESSAGE[@N]]=ACTION[:VALUE]"), line.npos) << line;
+      EXPECT_EQ(line.find('\n'), line.npos);
+    }
+  }
+}
+
+std::vector<std::string> struck(std::vector<const char*> rules, std::vector<int> messages) {
+  std::vector<sim::fault_rule> parsed;
+  for (const char* rule : rules) parsed.push_back(parse(rule));
+  sim::faults faults(std::move(parsed));
+  std::vector<std::string> result;
+  for (const int id : messages) {
+    const auto* const rule = faults.strike(extension(), static_cast<std::uint16_t>(id));
+    result.push_back(rule == nullptr ? "" : rule->text);
+  }
+  return result;
+}
+
+TEST(faults, first_rule_wins_and_others_still_count) {
+  EXPECT_EQ(struck({"extension/2@2=silent", "extension/2@3=delay:1", "extension/3=result:1"},
+                   {2, 3, 2, 4, 2, 2}),
+            (std::vector<std::string>{"", "extension/3=result:1", "extension/2@2=silent", "",
+                                      "extension/2@3=delay:1", ""}));
+  EXPECT_EQ(struck({"extension=silent", "extension/2=delay:1"}, {2}),
+            (std::vector<std::string>{"extension=silent"}));
+}
+
+TEST(faults, service_down_is_for_the_start_only) {
+  EXPECT_EQ(struck({"extension=down:5"}, {2}), (std::vector<std::string>{""}));
+  EXPECT_EQ(sim::faults({parse("extension=down:5"), parse("extension/2=down")}).at_start().size(),
+            1U);
+}
+
+TEST(alter_answer, changes_the_bytes_asked_for) {
+  const std::vector<std::uint8_t> answer = {2,    9, 0, 0xFF, 0, 17, 0,  //
+                                            2,    4, 0, 1,    0, 0,  0,  //
+                                            1,    4, 0, 0,    0, 0,  0,  //
+                                            0x10, 0, 0};
+  const auto altered = [&](const char* rule) {
+    auto bytes = answer;
+    sim::alter_answer(parse(rule), bytes);
+    return bytes;
+  };
+  auto expected = answer;
+  EXPECT_EQ(altered("extension=delay:1"), expected);
+  EXPECT_EQ(altered("extension=truncate:17"), expected);
+
+  expected[17] = 0x04, expected[18] = 0x03, expected[19] = 0x02, expected[20] = 0x01;
+  EXPECT_EQ(altered("extension=result:0x01020304"), expected);
+
+  expected = answer;
+  expected[3] = 0, expected[4] = 1;
+  EXPECT_EQ(altered("extension=wrong-id"), expected);
+  expected[3] = 0x34, expected[4] = 0x12;
+  EXPECT_EQ(altered("extension=wrong-id:0x1234"), expected);
+
+  EXPECT_EQ(altered("extension=truncate:5"),
+            (std::vector<std::uint8_t>{2, 9, 0, 0xFF, 0, 5, 0, 2, 4, 0, 1, 0}));
+}
+
+}  // namespace

@@ -1,0 +1,137 @@
+#include <SQLiteCpp/SQLiteCpp.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "simulator/failure.h"
+#include "simulator/modem/store.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+class store : public testing::Test {
+ protected:
+  void run_sql(const char* sql) {
+    std::filesystem::create_directories(directory_);
+    SQLite::Database(file_, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE).exec(sql);
+  }
+  std::string contents() {
+    std::ifstream in(file_, std::ios::binary);
+    return {std::istreambuf_iterator(in), {}};
+  }
+  /// What opening says; empty when it works.
+  std::string refusal() {
+    try {
+      const sim::store opened(directory_);
+      return {};
+    } catch (const sim::failure& error) {
+      return error.what();
+    }
+  }
+
+  support::temp_dir base_;
+  std::string directory_ = base_.file("a/b");
+  std::string file_ = directory_ + "/modem.db";
+};
+
+TEST_F(store, counters_outlive_it) {
+  {
+    sim::store first(directory_);
+    EXPECT_EQ(first.counter("boots"), 0);
+    first.count("boots");
+    first.count("boots");
+    first.count("common.35");
+  }
+  sim::store second(directory_);
+  EXPECT_EQ(second.counter("boots"), 2);
+  EXPECT_EQ(second.counter("common.35"), 1);
+}
+
+TEST_F(store, survives_a_killed_writer) {
+  int pipe_ends[2];
+  ASSERT_EQ(::pipe(pipe_ends), 0);
+  const pid_t writer = ::fork();
+  if (writer == 0) {
+    sim::store writing(directory_);
+    while (true) {
+      writing.count("boots");
+      if (::write(pipe_ends[1], "x", 1) != 1) ::_exit(1);
+    }
+  }
+  ::close(pipe_ends[1]);
+  std::int64_t told = 0;
+  char byte = 0;
+  while (told < 50 && ::read(pipe_ends[0], &byte, 1) == 1) ++told;
+  ::kill(writer, SIGKILL);
+  while (::read(pipe_ends[0], &byte, 1) == 1) ++told;
+  ::waitpid(writer, nullptr, 0);
+  ::close(pipe_ends[0]);
+
+  ASSERT_GE(told, 50);
+  sim::store after(directory_);
+  // It may have died between the commit and telling.
+  EXPECT_GE(after.counter("boots"), told);
+  EXPECT_LE(after.counter("boots"), told + 1);
+}
+
+TEST_F(store, is_shared_by_two) {
+  constexpr int each = 200;
+  const auto count = [&] {
+    sim::store mine(directory_);
+    for (int i = 0; i < each; ++i) mine.count("common.31");
+  };
+  std::thread other(count);
+  count();
+  other.join();
+  EXPECT_EQ(sim::store(directory_).counter("common.31"), 2 * each);
+}
+
+TEST_F(store, refuses_what_is_not_its_database_and_leaves_it_alone) {
+  struct row {
+    const char* sql;  ///< null: no database at all
+    const char* reason;
+  };
+  const row rows[] = {
+      {nullptr, "not a database"},
+      {"PRAGMA user_version = 2", "schema version 2, this program knows up to 1"},
+      {"CREATE TABLE mine (x)", "another program"},
+      {"CREATE TABLE counters (name, value); PRAGMA user_version = 1", "another program"},
+  };
+  for (const row& wrong : rows) {
+    SCOPED_TRACE(wrong.reason);
+    std::filesystem::remove_all(directory_);
+    if (wrong.sql != nullptr) {
+      run_sql(wrong.sql);
+    } else {
+      std::filesystem::create_directories(directory_);
+      std::ofstream(file_) << std::string(3000, 'x');
+    }
+    const std::string before = contents();
+    const std::string line = refusal();
+    EXPECT_NE(line.find(wrong.reason), line.npos) << line;
+    EXPECT_NE(line.find(file_), line.npos) << line;
+    EXPECT_TRUE(contents() == before) << "changed";
+  }
+}
+
+TEST_F(store, refuses_its_own_database_without_its_table) {
+  run_sql("PRAGMA application_id = 0x54564B4D; PRAGMA user_version = 1");
+  EXPECT_NE(refusal().find(file_ + " is damaged"), std::string::npos) << refusal();
+}
+
+TEST_F(store, names_a_directory_that_cannot_be) {
+  std::ofstream(base_.file("a")) << "in the way";
+  const std::string line = refusal();
+  EXPECT_NE(line.find(directory_), line.npos) << line;
+  EXPECT_NE(line.find("Not a directory"), line.npos) << line;
+}
+
+}  // namespace

@@ -1,0 +1,63 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "simulator/services/services.h"
+#include "simulator/trace.h"
+
+namespace {
+
+using bytes = std::vector<std::uint8_t>;
+
+/// The lines without their times.
+std::string traced(const bytes& datagram, sim::trace::direction way) {
+  char* text = nullptr;
+  std::size_t size = 0;
+  std::FILE* const out = ::open_memstream(&text, &size);
+  const sim::client who{nullptr, {1, 16384}};
+  sim::trace(out, sim::all_services()).message(way, who, sim::all_services()[0], datagram);
+  std::fclose(out);
+  std::string lines(text, size);
+  std::free(text);
+  return lines.substr(lines.find("1:16384"));
+}
+
+TEST(trace, names_service_message_and_tlvs) {
+  bytes request{0, 7, 0, 2, 0, 26, 0, 1, 4, 0, 4, 0, 0, 0, 2, 4, 0, 9, 0, 0, 0, 0x10, 9, 0};
+  request.insert(request.end(), {0xAA, 0, 0xBB, 0, 0, 0, 0, 0, 0});
+  EXPECT_EQ(
+      traced(request, sim::trace::direction::to_modem),
+      "1:16384 -> extension  request     message 0x0002 exchange, transaction 7, 26 TLV bytes\n"
+      "            0x01 type                  4  4 (0x00000004)\n"
+      "            0x02 data_len              4  9 (0x00000009)\n"
+      "            0x10 payload               9  aa 00 bb ... 6 zero bytes\n");
+}
+
+TEST(trace, tells_standard_responses_and_broken_ones) {
+  EXPECT_EQ(
+      traced({2, 7, 0, 0x99, 0, 7, 0, 2, 4, 0, 1, 0, 71, 0}, sim::trace::direction::from_modem),
+      "1:16384 <- extension  response    message 0x0099 ?, transaction 7, 7 TLV bytes\n"
+      "            0x02 standard response     4  failure, error 71\n");
+  EXPECT_EQ(
+      traced({2, 7, 0, 2, 0, 4, 0, 2, 4, 0, 1}, sim::trace::direction::from_modem),
+      "1:16384 <- extension  response    message 0x0002 exchange, transaction 7, 4 TLV bytes\n"
+      "            malformed  02 04 00 01\n");
+  EXPECT_EQ(traced({0, 7, 0, 2}, sim::trace::direction::to_modem),
+            "1:16384 -> extension  malformed, 4 bytes\n"
+            "            00 07 00 02\n");
+}
+
+TEST(trace, shows_values_by_their_width) {
+  EXPECT_EQ(sim::describe_value({}), "empty");
+  EXPECT_EQ(sim::describe_value(bytes{255}), "255 (0xff)");
+  EXPECT_EQ(sim::describe_value(bytes{1, 2}), "513 (0x0201)");
+  EXPECT_EQ(sim::describe_value(bytes{1, 0, 0}), "01 00 00");
+  EXPECT_EQ(sim::describe_value(bytes{0, 0, 0, 0, 0, 0, 0, 0x80}),
+            "9223372036854775808 (0x8000000000000000)");
+  EXPECT_EQ(sim::describe_value(bytes(512)), "512 zero bytes");
+  EXPECT_EQ(sim::describe_value(bytes{1, 0, 0, 0, 0}), "01 ... 4 zero bytes");
+}
+
+}  // namespace
