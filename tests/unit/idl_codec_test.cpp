@@ -81,8 +81,9 @@ bytes structure(std::size_t size, const fields& values) {
 }
 
 std::uint32_t u32_at(const bytes& from, std::size_t offset) {
-  return from[offset] | from[offset + 1] << 8 | from[offset + 2] << 16 |
-         static_cast<std::uint32_t>(from[offset + 3]) << 24;
+  std::uint32_t value = 0;
+  for (std::size_t i = 4; i > 0; --i) value = value << 8 | from.at(offset + i - 1);
+  return value;
 }
 
 struct decoded {
