@@ -301,7 +301,7 @@ TEST(common_message, payload_above_496_bytes_is_cut) {
   auto payload = counting(500);
   send_common(31, 500, &payload, &printed);
   ASSERT_EQ(modem.requests().size(), 1U);
-  const auto& sent = modem.requests()[0].data;
+  const auto sent = modem.requests()[0].data;
   ASSERT_EQ(sent.size(), 536U);
   EXPECT_EQ(bytes(sent.end() - 496, sent.end()), counting(496));
 }
