@@ -484,12 +484,12 @@ TEST_F(qmi_client, pending_request_ends_when_the_server_or_the_connection_goes) 
       SCOPED_TRACE(connection ? "connection" : "server");
       start_modem();
       auto* handle = connect();
-      modem_->on_request([&](const datagram&) {
+      modem_->on_request([connection, &modem = *modem_](const datagram&) {
         std::this_thread::sleep_for(milliseconds(100));
         if (connection) {
-          modem_->close_connections();
+          modem.close_connections();
         } else {
-          modem_->withdraw(server());
+          modem.withdraw(server());
         }
         return std::vector<datagram>{};
       });
