@@ -168,8 +168,8 @@ TEST(raw_exchange, datagram_that_is_no_answer_is_dropped_and_the_answer_behind_i
   std::mt19937 random(2);
   bytes noise(65535);
   for (auto& each : noise) each = static_cast<std::uint8_t>(random());
-  noise[0] = 0x5A;  // no kind of message
-  const auto tlvs = type_0 + len_3;
+  noise[0] = 0x5A;                                    // no kind of message
+  const auto tlvs = hex("01 0400 09000000") + len_3;  // taken for the answer, it would show
   const struct {
     const char* name;
     datagram first;

@@ -11,7 +11,7 @@ namespace support {
 
 using bytes = std::vector<std::uint8_t>;
 
-/// Pairs of hexadecimal digits; blanks are skipped.
+/// Pairs of hexadecimal digits; blanks are skipped; "00*4" is four times the byte.
 [[nodiscard]] inline bytes hex(std::string_view text) {
   const auto digit = [](char c) -> unsigned {
     if (c >= '0' && c <= '9') return static_cast<unsigned>(c - '0');
@@ -23,6 +23,12 @@ using bytes = std::vector<std::uint8_t>;
   for (std::size_t i = 0; i < text.size();) {
     if (text[i] == ' ') {
       ++i;
+      continue;
+    }
+    if (text[i] == '*') {
+      std::size_t times = 0;
+      while (++i < text.size() && text[i] != ' ') times = 10 * times + digit(text[i]);
+      out.insert(out.end(), times - 1, out.back());
       continue;
     }
     if (i + 1 == text.size()) throw std::invalid_argument("half a byte in a test's bytes");

@@ -160,7 +160,6 @@ void hand_modem::run() {
 }
 
 void hand_modem::receive(std::size_t index) {
-  bytes packet(70000);
   handler answer;
   datagram request;
   int socket = -1;
@@ -168,12 +167,12 @@ void hand_modem::receive(std::size_t index) {
     const std::lock_guard lock(mutex_);
     auto& from = connections_[index];
     socket = from.socket;
-    const ssize_t count = recv(socket, packet.data(), packet.size(), 0);
+    const ssize_t count = recv(socket, buffer_.data(), buffer_.size(), 0);
     if (count < 8) {
       from.closing = true;
       return;
     }
-    packet.resize(static_cast<std::size_t>(count));
+    const bytes packet(buffer_.begin(), buffer_.begin() + count);
     if (u32_at(packet, 4) == control_port) return control(from, packet);
     from.talks_to_server = true;
     request = {u32_at(packet, 0), u32_at(packet, 4), bytes(packet.begin() + 8, packet.end())};

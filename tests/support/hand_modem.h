@@ -104,6 +104,7 @@ class hand_modem {
   std::vector<connection> connections_;
   std::vector<datagram> requests_;
   handler handler_;
+  bytes buffer_ = bytes(70000);  ///< the modem thread's
   std::atomic<std::size_t> connections_so_far_{0};
   std::atomic<bool> stop_{false};
   std::thread thread_;
