@@ -7,7 +7,7 @@
 
 #include "platform/linux/idl/codec.h"
 #include "services/norvel_extend_qmi_v01.h"
-#include "support/example_service.h"
+#include "support/test_service.h"
 
 namespace {
 
@@ -24,11 +24,26 @@ void decode_all(qmi_idl_service_object_type service, std::span<const std::uint8_
   }
 }
 
+/// Aggregates in arrays, arrays with long counts, enumerations: what the extension service lacks.
+const support::test_service& statistics_service() {
+  static const support::test_service service(
+      "7136: 02 07 00 00 01  c8 10 57 10 0a 04 00 00; 712: 01 00  01 02  02 04  70 0c bc 02 04  "
+      "20");
+  return service;
+}
+const support::test_service& list_service() {
+  static const support::test_service service(
+      "3324: 01 05 00  44 10 02 08  48 11 57 14 19 04 00 00  c1 e0 80 f9 0c;"
+      "132: 02 00  50 08 7c 04  20");
+  return service;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   decode_all(norvel_extend_qmi_get_service_object_internal_v01(1, 1, QMI_IDL_LIBRARY_VERSION),
              {data, size});
-  decode_all(example_service(), {data, size});
+  decode_all(statistics_service().get(), {data, size});
+  decode_all(list_service().get(), {data, size});
   return 0;
 }

@@ -22,3 +22,8 @@ if(TVK_SANITIZE)
   add_compile_options(-fsanitize=${TVK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${TVK_SANITIZE})
 endif()
+
+if(TVK_FUZZ)
+  # Counts branches everywhere, so that a fuzz target sees where its input leads.
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
