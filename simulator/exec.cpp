@@ -50,6 +50,7 @@ class temporary_directory {
 /// Starts the command with the signals as this program found them. 0 or errno.
 int start(const std::vector<std::string>& command, const sigset_t& mask, pid_t& child) {
   std::vector<char*> arguments;
+  arguments.reserve(command.size() + 1);
   // execvp only reads them.
   for (const std::string& each : command) arguments.push_back(const_cast<char*>(each.c_str()));
   arguments.push_back(nullptr);

@@ -2,8 +2,6 @@
 // dispatcher, and it delivers what the modem says.
 #pragma once
 
-#include <compare>
-
 #include "protocol/bytes.h"
 #include "protocol/qrtr.h"
 

@@ -96,7 +96,7 @@ void qrtr_port::publish(protocol::qrtr::command change, const protocol::qrtr::se
 }
 
 qrtr_port::service_socket& qrtr_port::socket_of(protocol::qrtr::address service) {
-  auto& found = sockets_[service];
+  auto& found = sockets_[service.port];
   if (!found) {
     auto socket = open_socket(io_);
     socket.non_blocking(true);

@@ -36,7 +36,7 @@ class qrtr_port : public port {
 
   asio::io_context& io_;
   dispatcher& dispatcher_;
-  std::map<protocol::qrtr::address, std::unique_ptr<service_socket>> sockets_;
+  std::map<std::uint32_t, std::unique_ptr<service_socket>> sockets_;  ///< by the service's port
 };
 
 }  // namespace sim

@@ -3,9 +3,13 @@
 #include <string>
 #include <vector>
 
+#include <asio/io_context.hpp>
+
+#include "simulator/dispatcher.h"
 #include "simulator/failure.h"
 #include "simulator/faults.h"
 #include "simulator/services/services.h"
+#include "support/temp_dir.h"
 
 namespace {
 
@@ -139,6 +143,29 @@ TEST(alter_answer, changes_the_bytes_asked_for) {
 
   EXPECT_EQ(altered("extension=truncate:5"),
             (std::vector<std::uint8_t>{2, 9, 0, 0xFF, 0, 5, 0, 2, 4, 0, 1, 0}));
+}
+
+TEST(dispatcher, drops_delayed_answers_of_a_client_that_left) {
+  struct : sim::port {
+    void send(protocol::qrtr::address to, protocol::qrtr::address, protocol::byte_view) override {
+      receivers.push_back(to.port);
+    }
+    std::vector<std::uint32_t> receivers;
+  } port;
+  const support::temp_dir state;
+  asio::io_context io;
+  sim::trace trace(nullptr, sim::all_services());
+  sim::modem modem(state.path());
+  sim::node node(sim::all_services(), trace);
+  sim::dispatcher dispatcher(io, modem, node, sim::faults({parse("extension=delay:5")}), trace);
+
+  const std::vector<std::uint8_t> unknown_message = {0, 1, 0, 0x99, 0, 0, 0};
+  for (const std::uint32_t client_port : {7U, 8U, 9U}) {
+    dispatcher.receive({&port, {1, client_port}}, {0, 1}, unknown_message);
+  }
+  dispatcher.client_gone({&port, {1, 8}});
+  io.run();
+  EXPECT_EQ(port.receivers, (std::vector<std::uint32_t>{7, 9}));
 }
 
 }  // namespace
