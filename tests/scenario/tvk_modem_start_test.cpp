@@ -1,11 +1,11 @@
 // tvk-modem as its user meets it: starting and stopping, what it refuses, exec, the trace.
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -76,8 +76,10 @@ TEST(tvk_modem_serve, second_start_on_a_socket_is_refused) {
 TEST(tvk_modem_serve, one_of_many_simultaneous_starts_wins) {
   const temp_dir dir;
   const std::string socket = dir.file("modem.sock");
+  constexpr std::size_t many = 8;
   std::vector<std::unique_ptr<support::background_process>> starts;
-  for (int i = 0; i < 8; ++i) {
+  starts.reserve(many);
+  while (starts.size() < many) {
     starts.push_back(std::make_unique<support::background_process>(
         TVK_MODEM_PROGRAM,
         std::vector<std::string>{"serve", "--socket", socket, "--state", dir.file("state")}));

@@ -182,8 +182,10 @@ TEST(tvk_modem, delayed_answer_is_dropped_with_its_client_or_service) {
 
 TEST(tvk_modem, serves_twenty_clients_at_once) {
   const simulated_modem modem;
+  constexpr std::size_t many = 20;
   std::vector<std::thread> clients;
-  for (int i = 0; i < 20; ++i) {
+  clients.reserve(many);
+  while (clients.size() < many) {
     clients.emplace_back([&modem] {
       const connection client(modem.socket());
       for (int j = 0; j < 200; ++j) ASSERT_EQ(client.ask(echo()), echo_answer());
