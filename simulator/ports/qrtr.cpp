@@ -45,6 +45,12 @@ socket_type open_socket(asio::io_context& io) {
   return {io, asio::generic::datagram_protocol(AF_QIPCRTR, 0), made.release()};
 }
 
+/// Not the library's own call: that sets MSG_NOSIGNAL, and the family refuses every flag but one.
+bool send_to(socket_type& from, const endpoint& to, protocol::byte_view datagram) {
+  return ::sendto(from.native_handle(), datagram.data(), datagram.size(), MSG_DONTWAIT, to.data(),
+                  static_cast<socklen_t>(to.size())) >= 0;
+}
+
 }  // namespace
 
 struct qrtr_port::service_socket {
@@ -74,9 +80,8 @@ qrtr_port::~qrtr_port() = default;
 
 void qrtr_port::send(protocol::qrtr::address to, protocol::qrtr::address from,
                      protocol::byte_view datagram) {
-  std::error_code dropped;  // as the network drops what a peer has no room for
-  socket_of(from).socket.send_to(asio::buffer(datagram.data(), datagram.size()), endpoint_of(to), 0,
-                                 dropped);
+  // Dropped when it cannot be sent, as the network drops what a peer has no room for.
+  (void)send_to(socket_of(from).socket, endpoint_of(to), datagram);
 }
 
 void qrtr_port::service_up(const protocol::qrtr::server& server) {
@@ -90,9 +95,9 @@ void qrtr_port::service_down(const protocol::qrtr::server& server) {
 void qrtr_port::publish(protocol::qrtr::command change, const protocol::qrtr::server& server) {
   service_socket& from = socket_of(server.at);
   const auto packet = protocol::qrtr::build_control({change, server});
-  std::error_code error;
-  from.socket.send_to(asio::buffer(packet), from.name_service, 0, error);
-  if (error) fmt::print(stderr, "tvk-modem: cannot publish on AF_QIPCRTR: {}\n", error.message());
+  if (!send_to(from.socket, from.name_service, packet)) {
+    fmt::print(stderr, "tvk-modem: cannot publish on AF_QIPCRTR: {}\n", std::strerror(errno));
+  }
 }
 
 qrtr_port::service_socket& qrtr_port::socket_of(protocol::qrtr::address service) {

@@ -39,8 +39,9 @@ class qrtr_socket final : public transport {
   io_result send(address to, byte_view datagram) override {
     const sockaddr_qrtr name{af_qipcrtr, to.node, to.port};
     for (;;) {
-      if (::sendto(descriptor(), datagram.data(), datagram.size(), MSG_DONTWAIT | MSG_NOSIGNAL,
-                   generic(name), sizeof name) >= 0) {
+      // MSG_DONTWAIT alone: the family refuses every other flag.
+      if (::sendto(descriptor(), datagram.data(), datagram.size(), MSG_DONTWAIT, generic(name),
+                   sizeof name) >= 0) {
         return io_result::done;
       }
       if (errno == EAGAIN) return io_result::would_block;
@@ -52,8 +53,10 @@ class qrtr_socket final : public transport {
     sockaddr_qrtr name{};
     socklen_t name_size = sizeof name;
     for (;;) {
-      const ssize_t got = ::recvfrom(descriptor(), buffer.data(), buffer.size(),
-                                     MSG_DONTWAIT | MSG_TRUNC, generic(name), &name_size);
+      // The family does not tell the size of a datagram that it cut. One that was cut does not
+      // agree with the length in its own header.
+      const ssize_t got = ::recvfrom(descriptor(), buffer.data(), buffer.size(), MSG_DONTWAIT,
+                                     generic(name), &name_size);
       if (got >= 0) {
         return {io_result::done, {name.node, name.port}, static_cast<std::size_t>(got)};
       }
