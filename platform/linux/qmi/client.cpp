@@ -27,13 +27,13 @@ qmi_client_error_type client::start(qmi_client_type handle, address at) {
       here.servers, [&](const server& candidate) { return candidate.at == server_; });
   if (!is_up) return QMI_SERVICE_ERR;
   port_ = std::move(here.port);
-  thread_ = std::thread([this] { run(); });
+  thread_.start([this] { run(); });
   return QMI_NO_ERR;
 }
 
 void client::stop() {
   stop_.set();
-  if (thread_.joinable()) thread_.join();
+  thread_.wait();
 }
 
 void client::run() {

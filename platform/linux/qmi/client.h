@@ -4,10 +4,10 @@
 #include <condition_variable>
 #include <map>
 #include <optional>
-#include <thread>
 #include <vector>
 
 #include "platform/linux/qmi/handle.h"
+#include "platform/linux/qmi/library_thread.h"
 #include "platform/linux/qmi/lookup.h"
 #include "platform/linux/qmi/port_loop.h"
 #include "platform/mutex.h"
@@ -65,7 +65,7 @@ class client final : public handle_object {
   address server_;
   std::unique_ptr<transport> port_;
   stop_flag stop_;
-  std::thread thread_;
+  library_thread thread_;
 
   platform::mutex lock_;
   std::map<std::uint16_t, exchange*> pending_ TVK_GUARDED_BY(lock_);

@@ -25,13 +25,13 @@ qmi_client_error_type notifier::start(qmi_client_type handle) {
   found first = find_servers(service_->service_id);
   if (first.result == open_result::refused) return QMI_PORT_NOT_OPEN_ERR;
   take_list(first.servers);
-  thread_ = std::thread([this, held = std::move(first)]() mutable { watch(std::move(held)); });
+  thread_.start([this, held = std::move(first)]() mutable { watch(std::move(held)); });
   return QMI_NO_ERR;
 }
 
 void notifier::stop() {
   stop_.set();
-  if (thread_.joinable()) thread_.join();
+  thread_.wait();
 }
 
 void notifier::set_callback(qmi_client_notify_cb callback, void* data) {

@@ -1,10 +1,10 @@
 // Watches the servers of one service, through the coming and going of the modem.
 #pragma once
 
-#include <thread>
 #include <vector>
 
 #include "platform/linux/qmi/handle.h"
+#include "platform/linux/qmi/library_thread.h"
 #include "platform/linux/qmi/lookup.h"
 #include "platform/linux/qmi/port_loop.h"
 #include "platform/mutex.h"
@@ -41,7 +41,7 @@ class notifier final : public handle_object {
   qmi_client_os_params& signal_;
   qmi_client_type handle_ = nullptr;
   stop_flag stop_;
-  std::thread thread_;
+  library_thread thread_;
 
   platform::mutex lock_;
   std::vector<server> known_ TVK_GUARDED_BY(lock_);
