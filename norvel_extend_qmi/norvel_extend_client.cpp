@@ -42,6 +42,7 @@ std::uint32_t wait_for_service(extension_client& client) TVK_REQUIRES(client.loc
     print_note("NORVEL_QMI_NV: qmi_client_get_service_list() returned %d num_services = %d\n",
                error, static_cast<int>(num_services));
     if (error == QMI_NO_ERR) return num_services;
+    std::fflush(stdout);  // the wait may be ended by a signal
     qmi_cci_os_signal_wait(&client.os_params, 0);
   }
 }
