@@ -16,18 +16,7 @@ constexpr qmi_idl_message_table_entry messages[] = {
     {sizeof(norvel_extend_qmi_msg_v01), message_layout},
 };
 
-extern const qmi_idl_type_table_object type_table;
-const qmi_idl_type_table_object* const referenced_tables[] = {
-    &type_table, &common_qmi_idl_type_table_object_v01};
-const qmi_idl_type_table_object type_table = {
-    .n_types = 0,
-    .n_messages = 1,
-    .n_referenced_tables = 1,
-    .types = nullptr,
-    .messages = messages,
-    .referenced_tables = referenced_tables,
-    .range_checkers = nullptr,
-};
+constexpr services::type_table table({}, messages);
 
 constexpr qmi_idl_service_message_table_entry commands[] = {
     {norvel_extend_qmi_request_v01, 0, max_message},
@@ -37,17 +26,9 @@ constexpr qmi_idl_service_message_table_entry indications[] = {
     {0x0003, 0, max_message},
 };
 
-constexpr qmi_idl_service_object service_object = {
-    .library_version = QMI_IDL_LIBRARY_VERSION,
-    .idl_version = 1,
-    .service_id = norvel_extend_qmi_service_id_v01,
-    .max_msg_len = max_message,
-    .n_msgs = {2, 2, 1},
-    .msgs = {commands, commands, indications},
-    .p_type_table = &type_table,
-    .idl_minor_version = 1,
-    .parent_service_obj = nullptr,
-};
+constexpr qmi_idl_service_object service_object = services::make_object(
+    norvel_extend_qmi_service_id_v01, max_message,
+    {.requests = commands, .responses = commands, .indications = indications}, table);
 
 }  // namespace
 

@@ -17,33 +17,14 @@ constexpr qmi_idl_message_table_entry messages[] = {
     {sizeof(sar_rf_get_state_resp_v01), rf_get_state_resp},
 };
 
-extern const qmi_idl_type_table_object type_table;
-const qmi_idl_type_table_object* const referenced_tables[] = {
-    &type_table, &common_qmi_idl_type_table_object_v01};
-const qmi_idl_type_table_object type_table = {
-    .n_types = 0,
-    .n_messages = 2,
-    .n_referenced_tables = 1,
-    .types = nullptr,
-    .messages = messages,
-    .referenced_tables = referenced_tables,
-    .range_checkers = nullptr,
-};
+constexpr services::type_table table({}, messages);
 
 constexpr qmi_idl_service_message_table_entry requests[] = {{sar_rf_get_state_v01, 0, 0}};
 constexpr qmi_idl_service_message_table_entry responses[] = {{sar_rf_get_state_v01, 1, 14}};
 
-constexpr qmi_idl_service_object service_object = {
-    .library_version = QMI_IDL_LIBRARY_VERSION,
-    .idl_version = 1,
-    .service_id = sar_service_id_v01,
-    .max_msg_len = max_message,
-    .n_msgs = {1, 1, 0},
-    .msgs = {requests, responses, nullptr},
-    .p_type_table = &type_table,
-    .idl_minor_version = 1,
-    .parent_service_obj = nullptr,
-};
+constexpr qmi_idl_service_object service_object =
+    services::make_object(sar_service_id_v01, max_message,
+                          {.requests = requests, .responses = responses, .indications = {}}, table);
 
 }  // namespace
 

@@ -1,9 +1,62 @@
-// What every service object repeats: its type table and its accessor's check.
+// From rows to a service object: what the objects of all services have in common.
 #pragma once
+
+#include <cstdint>
+#include <span>
 
 #include "platform/qmi_idl.h"
 
 namespace services {
+
+using rows = std::span<const qmi_idl_service_message_table_entry>;
+using entries = std::span<const qmi_idl_type_table_entry>;
+
+/// A table that refers to itself as table 0 and to the common types as table 1. Lives for ever.
+class type_table {
+ public:
+  constexpr type_table(entries types, entries messages)
+      : referenced_{&object_, &common_qmi_idl_type_table_object_v01},
+        object_{.n_types = static_cast<std::uint16_t>(types.size()),
+                .n_messages = static_cast<std::uint16_t>(messages.size()),
+                .n_referenced_tables = 1,
+                .types = types.data(),
+                .messages = messages.data(),
+                .referenced_tables = referenced_,
+                .range_checkers = nullptr} {}
+  type_table(const type_table&) = delete;
+  type_table& operator=(const type_table&) = delete;
+
+  [[nodiscard]] constexpr const qmi_idl_type_table_object* get() const { return &object_; }
+
+ private:
+  const qmi_idl_type_table_object* referenced_[2];
+  qmi_idl_type_table_object object_;
+};
+
+struct message_rows {
+  rows requests;
+  rows responses;
+  rows indications;
+};
+
+/// IDL version 1.1, library version 6, as all of our services have it.
+constexpr qmi_idl_service_object make_object(std::uint32_t service_id, std::uint32_t max_message,
+                                             const message_rows& messages,
+                                             const type_table& types) {
+  return {
+      .library_version = QMI_IDL_LIBRARY_VERSION,
+      .idl_version = 1,
+      .service_id = service_id,
+      .max_msg_len = max_message,
+      .n_msgs = {static_cast<std::uint16_t>(messages.requests.size()),
+                 static_cast<std::uint16_t>(messages.responses.size()),
+                 static_cast<std::uint16_t>(messages.indications.size())},
+      .msgs = {messages.requests.data(), messages.responses.data(), messages.indications.data()},
+      .p_type_table = types.get(),
+      .idl_minor_version = 1,
+      .parent_service_obj = nullptr,
+  };
+}
 
 /// The object when the numbers are those it was made for, else null.
 inline qmi_idl_service_object_type if_version(const qmi_idl_service_object& object,

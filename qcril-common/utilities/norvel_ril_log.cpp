@@ -21,6 +21,13 @@ __attribute__((format(printf, 1, 0))) std::string format(const char* fmt, va_lis
   return text;
 }
 
+void write_line(norvel_log_site site, void (*system_log)(const char*, ...), bool is_printed,
+                const std::string& message) {
+  system_log("RIL[%s][%s:%d] %s: %s", "shell", site.source, site.line, site.function,
+             message.c_str());
+  if (is_printed) std::printf("RIL[%s:%d]: %s\n", site.function, site.line, message.c_str());
+}
+
 }  // namespace
 
 void norvel_ril_syslog_err(const char* fmt, ...) {
@@ -40,21 +47,15 @@ void norvel_ril_syslog_dbg(const char* fmt, ...) {
 void norvel_log(norvel_log_site site, const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
-  const std::string message = format(fmt, args);
+  write_line(site, norvel_ril_syslog_dbg, notes_are_on(), format(fmt, args));
   va_end(args);
-  norvel_ril_syslog_dbg("RIL[%s][%s:%d] %s: %s", "shell", site.source, site.line, site.function,
-                        message.c_str());
-  print_note("RIL[%s:%d]: %s\n", site.function, site.line, message.c_str());
 }
 
 void norvel_log_error(norvel_log_site site, const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
-  const std::string message = format(fmt, args);
+  write_line(site, norvel_ril_syslog_err, true, format(fmt, args));
   va_end(args);
-  norvel_ril_syslog_err("RIL[%s][%s:%d] %s: %s", "shell", site.source, site.line, site.function,
-                        message.c_str());
-  std::printf("RIL[%s:%d]: %s\n", site.function, site.line, message.c_str());
 }
 
 norvel_log_scope::norvel_log_scope(norvel_log_site site) : site_(site) {
