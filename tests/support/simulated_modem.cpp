@@ -6,8 +6,9 @@
 
 namespace support {
 
-simulated_modem::simulated_modem(std::vector<std::string> faults, begin when)
-    : faults_(std::move(faults)) {
+simulated_modem::simulated_modem(std::vector<std::string> faults, begin when,
+                                 std::vector<std::string> options)
+    : faults_(std::move(faults)), options_(std::move(options)) {
   if (when == begin::at_once) start();
 }
 
@@ -18,8 +19,8 @@ simulated_modem::~simulated_modem() {
 }
 
 void simulated_modem::start() {
-  std::vector<std::string> arguments = {"serve", "--socket", socket(), "--state",
-                                        dir_.file("state")};
+  std::vector<std::string> arguments = {"serve", "--socket", socket(), "--state", state()};
+  arguments.insert(arguments.end(), options_.begin(), options_.end());
   for (const auto& fault : faults_) {
     arguments.emplace_back("--fault");
     arguments.push_back(fault);
