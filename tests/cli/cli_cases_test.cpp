@@ -13,6 +13,7 @@
 //   {exit 3}                                      that exit status
 //   {stderr some text}                            standard error holds the text; otherwise empty
 //   $ tvk-modem nv get 550                        so does this one, on the modem's state
+//   $ sleep 0.5
 //   $ cat properties                              the property file, its lines sorted
 //
 // Commands run in order, against one modem and one property file; both are the case's own.
@@ -27,14 +28,12 @@
 // case belong to its output; the single empty line before the next `==` does not.
 //
 // A case whose modem has an --at-device is skipped unless that path can be made here.
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/file.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -44,8 +43,10 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "support/at_device.h"
 #include "support/process.h"
 #include "support/simulated_modem.h"
 #include "support/temp_dir.h"
@@ -53,7 +54,7 @@
 namespace {
 
 struct step {
-  enum class kind : std::uint8_t { tvk, tvk_modem, echo, cat };
+  enum class kind : std::uint8_t { tvk, tvk_modem, echo, cat, sleep };
   kind what = kind::tvk;
   std::vector<std::string> arguments = {};
   std::vector<std::string> output = {};
@@ -155,6 +156,7 @@ class case_reader {
   }
 
   void take_command(std::vector<std::string> words) {
+    in_output_ = false;
     auto& current = cases_.at(cases_.size() - 1);
     const std::string program = words.at(0);
     words.erase(words.begin());
@@ -173,6 +175,8 @@ class case_reader {
       current.variables[words[0].substr(0, equals)] = words[0].substr(equals + 1);
     } else if (program == "echo" && words.size() == 2 && words[1] == ">>properties") {
       current.steps.push_back({.what = step::kind::echo, .arguments = {words[0]}});
+    } else if (program == "sleep") {
+      current.steps.push_back({.what = step::kind::sleep, .arguments = words});
     } else if (program == "tvk" || program == "tvk-modem") {
       const auto what = program == "tvk" ? step::kind::tvk : step::kind::tvk_modem;
       current.steps.push_back({.what = what, .arguments = words});
@@ -215,7 +219,7 @@ class case_reader {
   std::vector<std::string>& output() { return cases_.back().steps.back().output; }
 
   void finish() {
-    if (!cases_.empty() && !in_output_) {
+    if (!cases_.empty() && cases_.back().steps.empty()) {
       throw std::runtime_error("a case without a command: " + cases_.back().name);
     }
     in_output_ = false;
@@ -244,36 +248,15 @@ bool take_out(std::string& text, const std::vector<std::pair<std::size_t, std::s
   return true;
 }
 
-/// The AT device's path is the same for every process of the machine: one test at a time has it.
-class at_device {
- public:
-  explicit at_device(const std::string& path)
-      : lock_(open("/tmp/tvk-test-at.lock", O_RDWR | O_CREAT | O_CLOEXEC, 0666)) {
-    flock(lock_, LOCK_EX);
-    const auto directory = std::filesystem::path(path).parent_path();
-    usable_ = access(directory.c_str(), W_OK) == 0 &&
-              !std::filesystem::exists(std::filesystem::symlink_status(path));
-  }
-  at_device(const at_device&) = delete;
-  at_device& operator=(const at_device&) = delete;
-  ~at_device() { close(lock_); }
-
-  [[nodiscard]] bool usable() const { return usable_; }
-
- private:
-  int lock_;
-  bool usable_ = false;
-};
-
 class cli_test : public testing::Test {
  public:
   explicit cli_test(cli_case wanted) : wanted_(std::move(wanted)) {}
 
   void TestBody() override {
-    std::unique_ptr<at_device> device;  // given back after the modem has ended
+    std::unique_ptr<support::at_device> device;  // given back after the modem has ended
     const auto option = std::find(wanted_.options.begin(), wanted_.options.end(), "--at-device");
     if (option != wanted_.options.end()) {
-      device = std::make_unique<at_device>(*std::next(option));
+      device = std::make_unique<support::at_device>(*std::next(option));
       if (!device->usable()) GTEST_SKIP() << *std::next(option) << " cannot be made here";
     }
     std::unique_ptr<support::simulated_modem> modem;
@@ -288,6 +271,8 @@ class cli_test : public testing::Test {
       SCOPED_TRACE(joined(each.arguments));
       if (each.what == step::kind::echo) {
         std::ofstream(properties(), std::ios::app) << each.arguments[0] << "\n";
+      } else if (each.what == step::kind::sleep) {
+        std::this_thread::sleep_for(std::chrono::duration<double>(std::stod(each.arguments.at(0))));
       } else if (each.what == step::kind::cat) {
         auto lines = std::filesystem::exists(properties()) ? lines_of(properties())
                                                            : std::vector<std::string>{};

@@ -5,11 +5,14 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "support/at_device.h"
 #include "support/hand_modem.h"
 #include "support/process.h"
 #include "support/temp_dir.h"
@@ -450,6 +453,58 @@ TEST_F(command, debug_info_failures_end_without_a_note) {
                 "norvel_extend_qmi_handle_req_cb result:-3\n"
                 "RIL[norvel_common_qmi_req:1106]: function exit <-------------\n"
                 "norvel_common_qmi_req fail, REQUEST_ID_COMMON, result = -3, rsp.result = 0\n");
+}
+
+// A plain file stands for the device.
+TEST_F(command, at_command_is_written_to_the_device_with_a_carriage_return) {
+  const support::at_device device;
+  if (!device.usable()) GTEST_SKIP() << "/dev/smd8 cannot be made here";
+  const struct {
+    std::string text;
+    std::string sent;
+    std::string written;
+  } rows[] = {
+      {"ATI", "ATI", "ATI\r\n"},
+      {"ATI two", "ATI", "ATI\r\n"},
+      {std::string(100, 'A'), std::string(100, 'A'), std::string(100, 'A') + "\r\n"},
+      // The shell sees the text inside double quotes.
+      {"AT$HOME;", "AT$HOME;", "AT/nowhere;\r\n"},
+      {"\";echo\t", "\";echo", ""},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.text);
+    std::ofstream("/dev/smd8");
+    const auto got = support::run(TVK_PROGRAM, {"8", row.text}, {{"HOME", "/nowhere"}});
+    std::ifstream in("/dev/smd8");
+    const std::string written{std::istreambuf_iterator<char>(in), {}};
+    std::filesystem::remove("/dev/smd8");
+    EXPECT_NE(got.output.find("At cmd you input: sscanf(1), len (" +
+                              std::to_string(row.sent.size()) + "), " + row.sent + "\n"),
+              std::string::npos)
+        << got.output;
+    EXPECT_NE(got.output.find("at shell cmd: echo \"" + row.sent + "\r\" > /dev/smd8\n"),
+              std::string::npos)
+        << got.output;
+    if (!row.written.empty()) {
+      EXPECT_EQ(written, row.written);
+    }
+    EXPECT_FALSE(got.timed_out);
+    EXPECT_EQ(got.exit_status, 0);
+  }
+}
+
+TEST_F(command, at_device_that_cannot_be_written_is_told) {
+  const support::at_device device;
+  if (!device.usable()) GTEST_SKIP() << "/dev/smd8 cannot be made here";
+  std::filesystem::create_directory("/dev/smd8");
+  const auto got = run("8 ATI");
+  std::filesystem::remove("/dev/smd8");
+  // The shell's exit status 1 or 2, as system() returns it.
+  EXPECT_TRUE(
+      got.output.find("echo, ret_sys: 256\nFail to send at shell cmd\n") != std::string::npos ||
+      got.output.find("echo, ret_sys: 512\nFail to send at shell cmd\n") != std::string::npos)
+      << got.output;
+  EXPECT_EQ(got.exit_status, 0);
 }
 
 }  // namespace

@@ -13,9 +13,7 @@ simulated_modem::simulated_modem(std::vector<std::string> faults, begin when,
 }
 
 simulated_modem::~simulated_modem() {
-  if (!process_) return;
-  process_->send_signal(SIGTERM);
-  process_->wait(std::chrono::seconds(30));
+  if (process_) stop();
 }
 
 void simulated_modem::start() {
@@ -37,6 +35,13 @@ void simulated_modem::kill() {
   process_->send_signal(SIGKILL);
   process_->wait();
   process_.reset();
+}
+
+std::string simulated_modem::stop() {
+  process_->send_signal(SIGTERM);
+  const auto ended = process_->wait(std::chrono::seconds(30));
+  process_.reset();
+  return ended.errors;
 }
 
 std::unique_ptr<background_process> start_console(const std::string& endpoint,

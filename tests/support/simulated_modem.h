@@ -21,6 +21,8 @@ class simulated_modem {
   void start();
   /// As when the modem's machine loses power: the socket file stays.
   void kill();
+  /// Ends it in order; what it said on standard error.
+  std::string stop();
 
   [[nodiscard]] std::string endpoint() const { return "unix:" + socket(); }
   [[nodiscard]] std::string state() const { return dir_.file("state"); }
