@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -453,6 +454,46 @@ TEST_F(command, debug_info_failures_end_without_a_note) {
                 "norvel_extend_qmi_handle_req_cb result:-3\n"
                 "RIL[norvel_common_qmi_req:1106]: function exit <-------------\n"
                 "norvel_common_qmi_req fail, REQUEST_ID_COMMON, result = -3, rsp.result = 0\n");
+}
+
+TEST_F(command, sar_state_is_asked_for_with_an_empty_request) {
+  const std::string function = "RIL[norvel_get_sar_dsi:#]: ";
+  const struct {
+    const char* name;
+    bytes tlvs;
+    std::string message;
+    int value;
+  } rows[] = {
+      {"state 20", hex("02 0400 00000000  10 0400 14000000"), "dsi vailid = 1 , dsi value = 20",
+       20},
+      {"state behind 31 bits", hex("02 0400 00000000  10 0400 feffffff"),
+       "dsi vailid = 1 , dsi value = -2", -2},
+      {"no state", hex("02 0400 00000000"), "dsi vailid = 0 , dsi value = 0", 0},
+      {"failure of the service", hex("02 0400 01000300"), "dsi vailid = 0 , dsi value = 0", 0},
+      {"no result", hex("10 0400 14000000"),
+       "qmi_client_send_msg_sync failed, qmi_client_error = -46", -1},
+      {"state of 3 bytes", hex("02 0400 00000000  10 0300 140000"),
+       "qmi_client_send_msg_sync failed, qmi_client_error = -45", -1},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    hand_modem sar({{.service = 0x11, .instance_word = 0x0101, .port = 0x111}});
+    sar.answer_with_tlvs(row.tlvs);
+    const auto got = support::run(TVK_PROGRAM, {"5", "8"}, {{"TVK_MODEM", sar.endpoint()}});
+    static const std::regex source_line(R"((RIL\[\w+:)\d+\]: )");
+    EXPECT_EQ(std::regex_replace(got.output, source_line, "$1#]: "),
+              function + "function entry ------------->\n" + function + row.message + "\n" +
+                  function + "function exit <-------------\nSAR DSI: " + std::to_string(row.value) +
+                  "\n");
+    ASSERT_EQ(sar.requests().size(), 1U);
+    EXPECT_EQ(sar.requests()[0].port, 0x111U);
+    EXPECT_EQ(sar.requests()[0].data, hex("00 0100 0200 0000"));
+  }
+  // The modem of the fixture has no such service: nobody waits for it.
+  const auto none = run("5 8");
+  EXPECT_TRUE(none.output.ends_with("SAR DSI: -1\n")) << none.output;
+  EXPECT_LT(none.duration, std::chrono::milliseconds(2000));
+  EXPECT_EQ(sent(), exchanges{});
 }
 
 // A plain file stands for the device.

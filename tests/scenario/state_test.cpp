@@ -105,7 +105,9 @@ TEST_F(modem_state, reads_end_by_themselves_while_the_modem_restarts) {
         ++reads;
         EXPECT_FALSE(got.timed_out) << got.output;
         EXPECT_EQ(got.exit_status, 0);
-        const bool failed = got.output.find("error_code(-103)") != std::string::npos;
+        // Lost during the exchange, or between the service's listing and the client's making.
+        const bool failed = got.output.find("error_code(-103)") != std::string::npos ||
+                            got.output.find("error_code(-102)") != std::string::npos;
         EXPECT_NE(failed, got.output.ends_with(data)) << got.output;
       }
     });
