@@ -9,6 +9,7 @@
 #include "protocol/endpoint.h"
 #include "simulator/failure.h"
 #include "simulator/services/services.h"
+#include "simulator/state_command_line.h"
 
 namespace sim {
 namespace {
@@ -19,6 +20,9 @@ struct raw_options {
   bool qrtr = false;
   bool trace = false;
   std::vector<std::string> faults;
+  std::vector<std::string> settings;
+  std::uint32_t restart_time = 2000;
+  std::string at_device;
 };
 
 std::string not_empty(const std::string& path) {
@@ -38,21 +42,37 @@ void add_options(CLI::App& command, raw_options& options, const std::string& def
   command.add_option("--fault", options.faults, "SERVICE[/MESSAGE[@N]]=ACTION[:VALUE]; repeatable")
       ->type_name("RULE")
       ->allow_extra_args(false);
+  command
+      .add_option("--set", options.settings, "how the modem is at its start: sar.dsi=N; repeatable")
+      ->type_name("KEY=VALUE")
+      ->allow_extra_args(false);
+  command.add_option("--restart-time", options.restart_time, "how long a restart takes")
+      ->type_name("MS")
+      ->capture_default_str();
+  command.add_option("--at-device", options.at_device, "a terminal that answers AT commands")
+      ->type_name("PATH")
+      ->check(not_empty);
 }
 
 modem_options checked(const raw_options& raw) {
-  modem_options options{
-      .socket = raw.socket, .state = raw.state, .qrtr = raw.qrtr, .trace = raw.trace, .faults = {}};
+  modem_options options{.socket = raw.socket,
+                        .state = raw.state,
+                        .qrtr = raw.qrtr,
+                        .trace = raw.trace,
+                        .faults = {},
+                        .settings = {},
+                        .restart_time = std::chrono::milliseconds(raw.restart_time),
+                        .at_device = raw.at_device};
   for (const std::string& rule : raw.faults) {
     options.faults.push_back(parse_fault_rule(rule, all_services()));
   }
+  for (const std::string& each : raw.settings) options.settings.push_back(parse_setting(each));
   return options;
 }
 
 }  // namespace
 
-std::variant<serve_command, exec_command, nothing_to_do> parse_command_line(
-    int argc, const char* const* argv) {
+command parse_command_line(int argc, const char* const* argv) {
   // What follows "--" is another program's command line and is not looked at.
   const std::span<const char* const> all(argv, static_cast<std::size_t>(argc));
   const auto separator = std::ranges::find(all, std::string_view("--"));
@@ -69,6 +89,7 @@ std::variant<serve_command, exec_command, nothing_to_do> parse_command_line(
       "exec", "Run COMMAND (after --) with a modem for it, found through TVK_MODEM.");
   add_options(*exec, raw, "a private one");
   exec->footer("tvk-modem exec [OPTIONS] -- COMMAND [ARGS...]");
+  const state_command_line state(app);
 
   try {
     app.parse(ours, argv);
@@ -79,14 +100,15 @@ std::variant<serve_command, exec_command, nothing_to_do> parse_command_line(
     throw usage_error(error.what());
   }
 
-  modem_options options = checked(raw);
   if (exec->parsed()) {
     if (separator == all.end() || std::next(separator) == all.end()) {
       throw usage_error("exec needs a command: tvk-modem exec [OPTIONS] -- COMMAND [ARGS...]");
     }
-    return exec_command{std::move(options), {std::next(separator), all.end()}};
+    return exec_command{checked(raw), {std::next(separator), all.end()}};
   }
-  if (separator != all.end()) throw usage_error("serve runs no command: nothing may follow --");
+  if (separator != all.end()) throw usage_error("only exec runs a command: nothing may follow --");
+  if (auto asked = state.parsed()) return *std::move(asked);
+  modem_options options = checked(raw);
   if (options.socket.empty()) options.socket = serve_socket;
   return serve_command{std::move(options)};
 }

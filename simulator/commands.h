@@ -7,6 +7,8 @@ namespace sim {
 
 [[nodiscard]] int run(const serve_command& asked);
 [[nodiscard]] int run(exec_command asked);
+[[nodiscard]] int run(const nv_command& asked);
+[[nodiscard]] int run(const efs_command& asked);
 [[nodiscard]] int run(nothing_to_do asked);
 
 }  // namespace sim

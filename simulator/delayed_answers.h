@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <string>
 #include <vector>
 
 #include <asio/io_context.hpp>
@@ -18,6 +19,7 @@ struct answer {
   client to;
   const service_row* from = nullptr;
   std::vector<std::uint8_t> datagram;
+  std::string meaning;  ///< for the trace
 };
 
 class delayed_answers {

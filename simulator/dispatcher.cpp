@@ -12,34 +12,45 @@ namespace sim {
 namespace qmi = protocol::qmi;
 using protocol::byte_view;
 
-dispatcher::dispatcher(asio::io_context& io, modem& state, node& node, faults faults, trace& trace)
+dispatcher::dispatcher(asio::io_context& io, modem& state, node& node, faults faults,
+                       std::chrono::milliseconds restart_time, trace& trace)
     : io_(io),
       modem_(state),
       node_(node),
       faults_(std::move(faults)),
+      restart_time_(restart_time),
       trace_(trace),
-      delayed_(io, [this](const answer& due) { deliver(due.to, *due.from, due.datagram); }) {
+      delayed_(io, [this](const answer& due) {
+        deliver(due.to, *due.from, due.datagram, due.meaning);
+      }) {
   for (const fault_rule& rule : faults_.at_start()) {
     if (node_.is_up(*rule.service)) take_down(rule);
   }
 }
 
 void dispatcher::receive(const client& from, protocol::qrtr::address to, byte_view datagram) {
-  if (to == control_address) return node_.control(from, datagram);
+  if (to == control_address) {
+    modem_.activity.count(event::control_packet);
+    return node_.control(from, datagram);
+  }
   const service_row* const service = node_.service_at(to);
   if (service == nullptr) return trace_.dropped(from, to, datagram.size());
 
+  modem_.activity.count(event::datagram);
   trace_.message(trace::direction::to_modem, from, *service, datagram);
   const auto message = qmi::parse_message(datagram);
   if (!message || !qmi::well_formed(message->tlvs)) {
     return refuse_malformed(from, *service, datagram);
   }
-  if (message->head.kind == qmi::message_kind::request) serve(from, *service, *message);
+  if (message->head.kind != qmi::message_kind::request) return;
+  modem_.activity.count(event::request);
+  serve(from, *service, *message);
 }
 
 void dispatcher::client_gone(const client& gone) {
   node_.client_gone(gone);
   delayed_.drop_client(gone);
+  modem_.transfers.drop(gone);
 }
 
 void dispatcher::serve(const client& from, const service_row& service,
@@ -54,10 +65,16 @@ void dispatcher::serve(const client& from, const service_row& service,
   answer_request(from, service, message, fault);
   compose(message.head.transaction, message.head.message_id);
   if (fault != nullptr) alter_answer(*fault, datagram_);
+  std::string meaning = trace_.meaning_of_answer(service, message, datagram_);
   if (fault != nullptr && fault->action == fault_action::delay) {
-    return delay(from, service, std::chrono::milliseconds(*fault->value));
+    if (!delayed_.add({from, &service, datagram_, std::move(meaning)},
+                      std::chrono::milliseconds(*fault->value))) {
+      trace_.note("dropped, too many delayed answers");
+    }
+  } else {
+    deliver(from, service, datagram_, meaning);
   }
-  deliver(from, service, datagram_);
+  if (std::exchange(modem_.restart_asked, false)) restart();
 }
 
 void dispatcher::answer_request(const client& from, const service_row& service,
@@ -75,6 +92,7 @@ void dispatcher::answer_request(const client& from, const service_row& service,
       error = qmi::error::internal;
     }
   }
+  modem_.activity.count(error == qmi::error::none ? event::answered : event::refused);
   if (error == qmi::error::none) return;
   tlvs_.clear();
   tlvs_.standard_response(error);
@@ -107,27 +125,39 @@ void dispatcher::compose(std::uint16_t transaction, std::uint16_t message_id) {
   datagram_.insert(datagram_.end(), tlvs.begin(), tlvs.end());
 }
 
-void dispatcher::deliver(const client& to, const service_row& from, byte_view datagram) {
-  trace_.message(trace::direction::from_modem, to, from, datagram);
+void dispatcher::deliver(const client& to, const service_row& from, byte_view datagram,
+                         std::string_view meaning) {
+  trace_.message(trace::direction::from_modem, to, from, datagram, meaning);
   to.send(node_.address_of(from), datagram);
 }
 
-void dispatcher::delay(const client& to, const service_row& from, std::chrono::milliseconds time) {
-  if (!delayed_.add({to, &from, datagram_}, time)) {
-    trace_.note("dropped, too many delayed answers");
-  }
+void dispatcher::take_down(const fault_rule& fault) {
+  delayed_.drop_service(*fault.service);
+  node_.take_down(*fault.service);
+  if (fault.value) come_back(*fault.service, std::chrono::milliseconds(*fault.value));
 }
 
-void dispatcher::take_down(const fault_rule& fault) {
-  const service_row& service = *fault.service;
-  delayed_.drop_service(service);
-  node_.take_down(service);
-  if (!fault.value) return;
-  auto& restart = restarts_.try_emplace(&service, io_).first->second;
-  restart.expires_after(std::chrono::milliseconds(*fault.value));
-  restart.async_wait([this, &service](const std::error_code& cancelled) {
-    if (!cancelled) node_.bring_up(service);
+void dispatcher::come_back(const service_row& service, std::chrono::milliseconds time) {
+  auto& timer = returning_.insert_or_assign(&service, asio::steady_timer(io_, time)).first->second;
+  timer.async_wait([this, &service, due = timer.expiry()](const std::error_code& cancelled) {
+    const auto found = returning_.find(&service);
+    // Another outage may have come on top of this one, too late to cancel.
+    if (cancelled || found == returning_.end() || found->second.expiry() != due) return;
+    returning_.erase(found);
+    node_.bring_up(service);
   });
+}
+
+void dispatcher::restart() {
+  trace_.note("the modem restarts");
+  modem_.activity.count(event::restart);
+  modem_.drop_unfinished();
+  for (const service_row& service : node_.services()) {
+    delayed_.drop_service(service);
+    if (!node_.is_up(service) && !returning_.contains(&service)) continue;
+    node_.take_down(service);
+    come_back(service, restart_time_);
+  }
 }
 
 }  // namespace sim

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 #include <map>
+#include <string_view>
 #include <vector>
 
 #include <asio/io_context.hpp>
@@ -22,7 +23,8 @@ namespace sim {
 class dispatcher {
  public:
   /// Applies the faults of the start.
-  dispatcher(asio::io_context& io, modem& state, node& node, faults faults, trace& trace);
+  dispatcher(asio::io_context& io, modem& state, node& node, faults faults,
+             std::chrono::milliseconds restart_time, trace& trace);
 
   /// A datagram that a client sent to `to`.
   void receive(const client& from, protocol::qrtr::address to, protocol::byte_view datagram);
@@ -38,17 +40,23 @@ class dispatcher {
   void refuse_malformed(const client& from, const service_row& service,
                         protocol::byte_view datagram);
   void compose(std::uint16_t transaction, std::uint16_t message_id);
-  void deliver(const client& to, const service_row& from, protocol::byte_view datagram);
-  void delay(const client& to, const service_row& from, std::chrono::milliseconds time);
+  void deliver(const client& to, const service_row& from, protocol::byte_view datagram,
+               std::string_view meaning = {});
   void take_down(const fault_rule& fault);
+  void come_back(const service_row& service, std::chrono::milliseconds time);
+  /// Every service goes down, with all that is unfinished, and comes back; those that are down for
+  /// good stay down.
+  void restart();
 
   asio::io_context& io_;
   modem& modem_;
   node& node_;
   faults faults_;
+  std::chrono::milliseconds restart_time_;
   trace& trace_;
   delayed_answers delayed_;
-  std::map<const service_row*, asio::steady_timer> restarts_;
+  std::map<const service_row*, asio::steady_timer>
+      returning_;  ///< services that are down for a time
 
   // The answer being made; kept for its memory.
   protocol::qmi::tlv_writer tlvs_;

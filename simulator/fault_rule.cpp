@@ -1,11 +1,11 @@
 // Reading fault rules.
 #include <fmt/core.h>
 
-#include <charconv>
 #include <limits>
 
 #include "simulator/failure.h"
 #include "simulator/faults.h"
+#include "simulator/number.h"
 
 namespace sim {
 namespace {
@@ -32,18 +32,6 @@ constexpr action_row actions[] = {
     {"wrong-id", fault_action::wrong_id, value_use::optional, 0, max_16, "wrong-id[:ID]"},
     {"down", fault_action::down, value_use::optional, 0, max_32, "down[:MS]"},
 };
-
-/// Decimal, or hexadecimal behind 0x.
-std::optional<std::uint32_t> parse_number(std::string_view text, std::uint32_t least,
-                                          std::uint32_t most) {
-  const bool hex = text.starts_with("0x") || text.starts_with("0X");
-  if (hex) text.remove_prefix(2);
-  std::uint32_t value = 0;
-  const char* const end = text.data() + text.size();
-  const auto [stop, error] = std::from_chars(text.data(), end, value, hex ? 16 : 10);
-  if (error != std::errc() || stop != end || value < least || value > most) return std::nullopt;
-  return value;
-}
 
 /// What is before `separator`, and what is behind it where there is one.
 struct split_text {
@@ -104,6 +92,9 @@ void parse_action(std::string_view text, fault_rule& rule) {
   const action_row* const row = find_action(name);
   if (row == nullptr) refuse(rule.text, fmt::format("no action '{}'", name));
   rule.action = row->action;
+  if (rule.action == fault_action::result && rule.service->result_tlv == no_result_tlv) {
+    refuse(rule.text, fmt::format("{} has no result of its own", rule.service->name));
+  }
   if (!value) {
     if (row->value == value_use::needed) refuse(rule.text, fmt::format("{} needs a value", name));
     return;

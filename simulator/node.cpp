@@ -18,7 +18,8 @@ constexpr std::ptrdiff_t max_lookups_of_a_client = 128;
 
 }  // namespace
 
-node::node(std::span<const service_row> services, trace& trace) : trace_(trace) {
+node::node(std::span<const service_row> services, trace& trace)
+    : services_(services), trace_(trace) {
   std::uint32_t port = first_port;
   for (const service_row& row : services) {
     entries_.push_back({&row,

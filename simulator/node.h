@@ -29,6 +29,7 @@ class node {
 
   void bring_up(const service_row& service);
   void take_down(const service_row& service);
+  [[nodiscard]] std::span<const service_row> services() const { return services_; }
   [[nodiscard]] bool is_up(const service_row& service) const;
 
   /// The service that is up at the address, else null.
@@ -52,6 +53,7 @@ class node {
   void send(const client& to, const protocol::qrtr::control_packet& packet);
   [[nodiscard]] entry& entry_of(const service_row& service);
 
+  std::span<const service_row> services_;
   trace& trace_;
   std::vector<entry> entries_;
   std::vector<lookup> lookups_;

@@ -2,6 +2,8 @@
 // dispatcher, and it delivers what the modem says.
 #pragma once
 
+#include <compare>
+
 #include "protocol/bytes.h"
 #include "protocol/qrtr.h"
 
@@ -33,6 +35,7 @@ struct client {
   }
 
   friend bool operator==(const client&, const client&) = default;
+  friend auto operator<=>(const client&, const client&) = default;
 };
 
 }  // namespace sim

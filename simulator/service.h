@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 
 #include "protocol/qmi_message.h"
 #include "simulator/port.h"
@@ -23,6 +24,10 @@ struct request {
 using message_handler = protocol::qmi::error (*)(const request& asked,
                                                  protocol::qmi::tlv_writer& answer);
 
+/// Says in words what the TLVs of a request ask for, or what an answer to it says.
+using request_words = std::string (*)(protocol::byte_view request);
+using answer_words = std::string (*)(protocol::byte_view request, protocol::byte_view answer);
+
 /// What the trace calls a TLV.
 struct tlv_row {
   std::uint8_t type;
@@ -35,13 +40,18 @@ struct message_row {
   message_handler answer;
   std::span<const tlv_row> request_tlvs;
   std::span<const tlv_row> response_tlvs;
+  request_words describe_request = nullptr;  ///< null: the TLVs say enough
+  answer_words describe_answer = nullptr;
 };
+
+/// For a service whose answers begin with a standard response.
+constexpr std::uint8_t no_result_tlv = 0;
 
 struct service_row {
   const char* name;
   std::uint32_t id;
   std::uint8_t version;     ///< IDL major version
-  std::uint8_t result_tlv;  ///< the u32 in responses that is the service's own result
+  std::uint8_t result_tlv;  ///< the u32 in responses that is the service's own result, or none
   std::span<const message_row> messages;
 
   [[nodiscard]] const message_row* find(std::uint16_t message_id) const {

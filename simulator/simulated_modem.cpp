@@ -9,10 +9,12 @@ namespace sim {
 simulated_modem::simulated_modem(asio::io_context& io, const modem_options& options)
     : trace_(options.trace ? stderr : nullptr, all_services()),
       socket_(io, options.socket, trace_),
-      modem_(options.state),
+      modem_(io, options.state),
       node_(all_services(), trace_),
-      dispatcher_(io, modem_, node_, faults(options.faults), trace_) {
+      dispatcher_(io, modem_, node_, faults(options.faults), options.restart_time, trace_) {
   if (options.qrtr) qrtr_.emplace(io, node_, dispatcher_);
+  if (!options.at_device.empty()) at_.emplace(io, options.at_device, modem_, trace_);
+  for (const chosen_setting& each : options.settings) each.row->set(modem_, each.value);
   modem_.store.count("boots");
   socket_.start(dispatcher_);
 }

@@ -1,6 +1,7 @@
 // A whole modem: its state, its services, and the ports through which they are reached.
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -11,8 +12,10 @@
 #include "simulator/faults.h"
 #include "simulator/modem/modem.h"
 #include "simulator/node.h"
+#include "simulator/ports/at_port.h"
 #include "simulator/ports/modem_socket.h"
 #include "simulator/ports/qrtr.h"
+#include "simulator/settable.h"
 #include "simulator/trace.h"
 
 namespace sim {
@@ -23,6 +26,9 @@ struct modem_options {
   bool qrtr = false;
   bool trace = false;
   std::vector<fault_rule> faults;
+  std::vector<chosen_setting> settings;
+  std::chrono::milliseconds restart_time{2000};
+  std::string at_device;  ///< empty: none
 };
 
 class simulated_modem {
@@ -38,6 +44,7 @@ class simulated_modem {
   node node_;
   dispatcher dispatcher_;
   std::optional<qrtr_port> qrtr_;
+  std::optional<at_port> at_;
 };
 
 }  // namespace sim

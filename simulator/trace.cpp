@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
 #include <iterator>
 
 namespace sim {
@@ -41,7 +42,10 @@ const char* kind_name(qmi::message_kind kind) {
 /// An answer without the service's own result is a standard response.
 std::span<const tlv_row> names_of(const service_row& service, const qmi::message& message) {
   const bool response = message.head.kind == qmi::message_kind::response;
-  if (response && !qmi::find_tlv(message.tlvs, service.result_tlv)) return standard_tlvs;
+  if (response && service.result_tlv != no_result_tlv &&
+      !qmi::find_tlv(message.tlvs, service.result_tlv)) {
+    return standard_tlvs;
+  }
   const message_row* const row = service.find(message.head.message_id);
   if (row == nullptr) return {};
   return response ? row->response_tlvs : row->request_tlvs;
@@ -74,6 +78,10 @@ std::string describe_standard_response(byte_view value) {
   const auto error = in.take<std::uint16_t>();
   if (!error || !in.empty()) return describe_bytes(value);
   return *result == 0 ? "success" : fmt::format("failure, error {}", *error);
+}
+
+std::string meaning_line(std::string_view meaning) {
+  return meaning.empty() ? "" : fmt::format("{}{}\n", indent, meaning);
 }
 
 }  // namespace
@@ -137,7 +145,7 @@ void trace::bad_control(const client& who, byte_view datagram) {
 }
 
 void trace::message(direction way, const client& who, const service_row& service,
-                    byte_view datagram) {
+                    byte_view datagram, std::string_view meaning) {
   if (!on()) return;
   std::string lines = start_line(way, who, service.name);
   auto out = std::back_inserter(lines);
@@ -155,16 +163,23 @@ void trace::message(direction way, const client& who, const service_row& service
   qmi::tlv_reader reader(message->tlvs);
   std::size_t shown = 0;
   const auto names = names_of(service, *message);
+  const bool is_request = message->head.kind == qmi::message_kind::request;
+  const bool begins_with_standard_response =
+      !is_request && (names.data() == standard_tlvs || service.result_tlv == no_result_tlv);
   while (const auto tlv = reader.next()) {
     fmt::format_to(out, "{}0x{:02x} {:<17} {:>5}  {}\n", indent, tlv->type,
                    name_of(tlv->type, names), tlv->value.size(),
-                   names.data() == standard_tlvs ? describe_standard_response(tlv->value)
-                                                 : describe_value(tlv->value));
+                   begins_with_standard_response && tlv->type == qmi::standard_response_tlv
+                       ? describe_standard_response(tlv->value)
+                       : describe_value(tlv->value));
     shown += qmi::tlv_header_size + tlv->value.size();
   }
   if (reader.malformed()) {
     fmt::format_to(out, "{}malformed  {}\n", indent, describe_bytes(message->tlvs.subspan(shown)));
+  } else if (is_request && row != nullptr && row->describe_request != nullptr) {
+    lines += meaning_line(row->describe_request(message->tlvs));
   }
+  lines += meaning_line(meaning);
   write(lines);
 }
 
@@ -181,6 +196,27 @@ void trace::note(std::string_view text) {
 
 void trace::fault(std::string_view rule) {
   if (on()) write(fmt::format("{}fault {}\n", seconds(), rule));
+}
+
+void trace::at(direction way, std::string_view text) {
+  if (!on()) return;
+  std::string shown;
+  for (const char each : text) {
+    if (each == '\n') {
+      shown += " | ";
+    } else if (each != '\r') {
+      shown += std::isprint(static_cast<unsigned char>(each)) != 0 ? each : '?';
+    }
+  }
+  write(fmt::format("{}AT {} {}\n", seconds(), way == direction::to_modem ? "->" : "<-", shown));
+}
+
+std::string trace::meaning_of_answer(const service_row& service, const qmi::message& request,
+                                     byte_view answer) const {
+  const message_row* const row = service.find(request.head.message_id);
+  if (!on() || row == nullptr || row->describe_answer == nullptr) return {};
+  const byte_view tlvs = answer.subspan(qmi::header_size);
+  return row->describe_answer(request.tlvs, tlvs);
 }
 
 void trace::write(const std::string& lines) const {

@@ -25,12 +25,20 @@ class trace {
   void client_leaves(const client& who, std::string_view reason);
   void control(direction way, const client& who, const protocol::qrtr::control_packet& packet);
   void bad_control(const client& who, protocol::byte_view datagram);
+  /// An answer comes with its meaning, which is not to be had from its bytes alone.
   void message(direction way, const client& who, const service_row& service,
-               protocol::byte_view datagram);
+               protocol::byte_view datagram, std::string_view meaning = {});
   void dropped(const client& who, protocol::qrtr::address to, std::size_t size);
   /// About what the modem does by itself.
   void note(std::string_view text);
   void fault(std::string_view rule);
+  /// A line of the AT channel.
+  void at(direction way, std::string_view text);
+
+  /// What the answer to a request says, where its row has words for it.
+  [[nodiscard]] std::string meaning_of_answer(const service_row& service,
+                                              const protocol::qmi::message& request,
+                                              protocol::byte_view answer) const;
 
   [[nodiscard]] bool on() const { return out_ != nullptr; }
 

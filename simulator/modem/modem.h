@@ -3,14 +3,43 @@
 
 #include <string>
 
+#include <asio/io_context.hpp>
+
+#include "simulator/modem/activity.h"
+#include "simulator/modem/cards.h"
+#include "simulator/modem/efs_store.h"
+#include "simulator/modem/efs_transfers.h"
+#include "simulator/modem/hot_swap_run.h"
+#include "simulator/modem/nv_store.h"
+#include "simulator/modem/settings.h"
 #include "simulator/modem/store.h"
 
 namespace sim {
 
 struct modem {
-  explicit modem(const std::string& state_directory) : store(state_directory) {}
+  modem(asio::io_context& io, const std::string& state_directory)
+      : store(state_directory),
+        nv(store),
+        efs(store),
+        kept(store),
+        transfers(efs),
+        cards(kept, activity),
+        hot_swap(io, cards) {}
+
+  /// What a restart of the modem's firmware forgets.
+  void drop_unfinished();
 
   sim::store store;
+  nv_store nv;
+  efs_store efs;
+  settings kept;
+  efs_transfers transfers;
+  sim::activity activity;
+  sim::cards cards;
+  hot_swap_run hot_swap;
+
+  /// Set by a request: once its answer is on its way the modem restarts.
+  bool restart_asked = false;
 };
 
 }  // namespace sim

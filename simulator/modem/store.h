@@ -1,32 +1,76 @@
 // What the modem remembers from one start to the next, in the SQLite database DIR/modem.db. Every
-// change is a transaction of its own, so a modem that is killed leaves it whole, and two modems may
-// share a directory.
+// change is a transaction of its own, so a modem that is killed leaves it whole, and modems and
+// programs may share a directory: each sees at once what another changed.
 #pragma once
 
 #include <SQLiteCpp/Database.h>
 #include <SQLiteCpp/Statement.h>
+#include <SQLiteCpp/Transaction.h>
 
 #include <cstdint>
 #include <string>
 
+#include "protocol/bytes.h"
+#include "simulator/failure.h"
+
 namespace sim {
+
+class store;
+
+/// A statement prepared once. Each use ends with it ready again, whatever happened; what goes wrong
+/// is a `failure` that names the database.
+class prepared {
+ public:
+  prepared(store& owner, const char* sql);
+
+  template <typename Action>
+  auto use(Action action) {
+    const struct ready_again {
+      SQLite::Statement& statement;
+      ~ready_again() { statement.tryReset(); }
+    } guard{statement_};
+    try {
+      return action(statement_);
+    } catch (const SQLite::Exception& error) {
+      fail(error);
+    }
+  }
+
+ private:
+  [[noreturn]] void fail(const SQLite::Exception& error) const;
+
+  store& owner_;
+  SQLite::Statement statement_;
+};
 
 class store {
  public:
   /// Makes the directory and the database where they are missing. Throws `failure` when they
-  /// cannot be used: no access, not a database, another program's, or of a newer program.
+  /// cannot be used: no access, not a database, another program's, of a newer program, or damaged.
+  /// Nothing is changed then.
   explicit store(const std::string& directory);
 
-  /// Adds one to a counter. Throws `failure` when it could not be written.
-  void count(const std::string& counter);
+  /// Adds one to a counter; what it is then. Throws `failure` when it could not be written.
+  std::int64_t count(const std::string& counter);
 
   /// 0 for one that never counted.
   [[nodiscard]] std::int64_t counter(const std::string& name);
 
+  /// Moves what is committed from the log into the database, as far as nobody reads it.
+  void checkpoint();
+
+  [[nodiscard]] const std::string& directory() const { return directory_; }
+  [[nodiscard]] std::string path() const { return directory_ + "/modem.db"; }
+  [[nodiscard]] SQLite::Database& database() { return database_; }
+
  private:
-  std::string path_;
+  std::string directory_;
   SQLite::Database database_;
-  SQLite::Statement add_;
+  prepared add_;
+  prepared counter_;
 };
+
+/// The bytes of a BLOB column, for as long as the statement stays on its row.
+[[nodiscard]] protocol::byte_view blob(SQLite::Statement& row, int column);
 
 }  // namespace sim

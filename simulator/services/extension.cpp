@@ -1,10 +1,14 @@
 #include "simulator/services/extension.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <optional>
 
-#include "simulator/modem/modem.h"
+#include "simulator/failure.h"
+#include "simulator/services/extension_type.h"
 
 namespace sim {
 namespace {
@@ -18,17 +22,10 @@ constexpr std::uint8_t payload_tlv = 0x10;
 constexpr std::size_t payload_size = norvel_extend_qmi_max_data_v01;
 
 constexpr std::uint32_t success = 0;
-constexpr std::uint32_t not_there = 3;
 
 struct extension_request {
   std::uint32_t type = 0;
   byte_view data;  ///< the bytes that count
-};
-
-struct extension_response {
-  std::uint32_t result = not_there;
-  byte_view data;
-  std::size_t data_len = 0;  ///< zeros follow `data` up to here
 };
 
 error parse(byte_view tlvs, extension_request& parsed) {
@@ -57,35 +54,23 @@ error parse(byte_view tlvs, extension_request& parsed) {
   return error::none;
 }
 
-extension_response echo(byte_view data, modem& /*state*/) {
-  return {success, data, data.size()};
+extension_response echo(const extension_call& call) {
+  std::ranges::copy(call.data, call.payload.begin());
+  return {success, call.data.size()};
 }
 
-// kind u32, always 2 | 0 u32 | number u32 | length u32 | payload
-extension_response accept_common_message(byte_view data, modem& state) {
-  constexpr std::uint32_t common_kind = 2;
-  constexpr std::size_t answer_size = 508;
-  protocol::byte_reader in(data);
-  const auto kind = in.take<std::uint32_t>();
-  const auto reserved = in.take<std::uint32_t>();
-  const auto number = in.take<std::uint32_t>();
-  const auto length = in.take<std::uint32_t>();
-  if (!reserved || !length || kind != common_kind) return {};
-  state.store.count("common." + std::to_string(*number));
-  return {success, {}, answer_size};
-}
-
-struct type_row {
-  std::uint32_t type;
-  extension_response (*answer)(byte_view data, modem& state);
-};
-constexpr type_row types[] = {
-    {0, echo}, {1, echo}, {3, echo}, {4, accept_common_message}, {5, echo},
+constexpr extension_type_row types[] = {
+    {0, echo, nullptr, nullptr},
+    {1, echo, nullptr, nullptr},
+    {2, answer_nvefs, describe_nvefs_request, describe_nvefs_answer},
+    {3, echo, nullptr, nullptr},
+    {4, answer_common, describe_common_request, describe_common_answer},
+    {5, echo, nullptr, nullptr},
 };
 
-extension_response answer_type(const extension_request& asked, modem& state) {
-  const auto* const row = std::ranges::find(types, asked.type, &type_row::type);
-  return row == std::end(types) ? extension_response{} : row->answer(asked.data, state);
+const extension_type_row* find_type(std::uint32_t type) {
+  const auto* const row = std::ranges::find(types, type, &extension_type_row::type);
+  return row == std::end(types) ? nullptr : row;
 }
 
 }  // namespace
@@ -94,15 +79,57 @@ error answer_extension(const request& asked, protocol::qmi::tlv_writer& answer) 
   extension_request parsed;
   if (const error wrong = parse(asked.tlvs, parsed); wrong != error::none) return wrong;
 
-  const extension_response response = answer_type(parsed, asked.state);
+  std::array<std::uint8_t, payload_size> payload{};
+  extension_response response;
+  if (const auto* const row = find_type(parsed.type)) {
+    response = row->answer({asked.from, parsed.data, payload, asked.state});
+  }
   answer.integer(extension_result_tlv, response.result)
       .integer(data_len_tlv, static_cast<std::uint32_t>(response.data_len));
-  if (response.result == success) {
-    std::array<std::uint8_t, payload_size> payload{};
-    std::ranges::copy(response.data, payload.begin());
-    answer.bytes(payload_tlv, payload);
-  }
+  if (response.result == success) answer.bytes(payload_tlv, payload);
   return error::none;
+}
+
+std::string describe_extension_request(byte_view request) {
+  extension_request parsed;
+  if (parse(request, parsed) != error::none) return {};
+  const auto* const row = find_type(parsed.type);
+  return row == nullptr || row->describe_request == nullptr ? ""
+                                                            : row->describe_request(parsed.data);
+}
+
+std::string describe_extension_answer(byte_view request, byte_view answer) {
+  extension_request parsed;
+  const auto payload = protocol::qmi::find_tlv(answer, payload_tlv);
+  if (!payload || parse(request, parsed) != error::none) return {};
+  const auto* const row = find_type(parsed.type);
+  if (row == nullptr || row->describe_answer == nullptr) return {};
+  return row->describe_answer(parsed.data, *payload);
+}
+
+std::string words_of(outcome result) {
+  switch (result) {
+    case outcome::ok:
+      return "ok";
+    case outcome::not_found:
+      return "not found";
+    case outcome::io_error:
+      return "state not usable";
+    case outcome::bad_argument:
+      return "bad argument";
+    case outcome::too_large:
+      return "too large";
+    case outcome::out_of_order:
+      return "out of order";
+  }
+  return "?";
+}
+
+outcome outcome_of(const std::function<outcome()>& act) try {
+  return act();
+} catch (const failure& state_failed) {
+  fmt::print(stderr, "tvk-modem: {}\n", state_failed.what());
+  return outcome::io_error;
 }
 
 }  // namespace sim

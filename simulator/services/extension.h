@@ -14,6 +14,9 @@ constexpr std::uint8_t extension_result_tlv = 0x01;
 
 [[nodiscard]] protocol::qmi::error answer_extension(const request& asked,
                                                     protocol::qmi::tlv_writer& answer);
+[[nodiscard]] std::string describe_extension_request(protocol::byte_view request);
+[[nodiscard]] std::string describe_extension_answer(protocol::byte_view request,
+                                                    protocol::byte_view answer);
 
 inline constexpr tlv_row extension_request_tlvs[] = {
     {0x01, "type"},
@@ -27,8 +30,9 @@ inline constexpr tlv_row extension_response_tlvs[] = {
 };
 inline constexpr message_row extension_messages[] = {
     {norvel_extend_qmi_request_v01, "exchange", answer_extension, extension_request_tlvs,
-     extension_response_tlvs},
-    {0x0003, "exchange 3", answer_extension, extension_request_tlvs, extension_response_tlvs},
+     extension_response_tlvs, describe_extension_request, describe_extension_answer},
+    {0x0003, "exchange 3", answer_extension, extension_request_tlvs, extension_response_tlvs,
+     describe_extension_request, describe_extension_answer},
 };
 
 }  // namespace sim

@@ -1,6 +1,7 @@
 #include "simulator/services/services.h"
 
 #include "simulator/services/extension.h"
+#include "simulator/services/sar.h"
 
 namespace sim {
 namespace {
@@ -8,6 +9,7 @@ namespace {
 // A service's port is its place in this table: new ones go to the end.
 constexpr service_row services[] = {
     {"extension", extension_service_id, 1, extension_result_tlv, extension_messages},
+    {"sar", sar_service_id, 1, no_result_tlv, sar_messages},
 };
 
 }  // namespace

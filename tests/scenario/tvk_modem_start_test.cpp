@@ -204,6 +204,7 @@ TEST(tvk_modem_trace, names_what_passes) {
   {
     const connection client(socket);
     EXPECT_EQ(client.ask(look_up_all), service_up);
+    EXPECT_EQ(client.receive(), sar_up);
     EXPECT_EQ(client.ask(echo()), end_of_list);
     EXPECT_EQ(client.receive(), echo_answer());
     ASSERT_TRUE(client.send(echo()));

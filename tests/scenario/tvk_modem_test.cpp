@@ -28,6 +28,7 @@ TEST(tvk_modem, lookup_lists_services_and_ends_the_list) {
   const simulated_modem modem;
   const connection client(modem.socket());
   EXPECT_EQ(client.ask(look_up_all), service_up);
+  EXPECT_EQ(client.receive(), sar_up);
   EXPECT_EQ(client.receive(), end_of_list);
   EXPECT_EQ(client.ask(look_up_extension), service_up);
   EXPECT_EQ(client.receive(), end_of_list);
@@ -46,7 +47,7 @@ TEST(tvk_modem, what_is_not_a_request_gets_error_1_or_nothing_and_the_connection
   const simulated_modem modem;
   const connection client(modem.socket());
   const bytes no_answer[] = {
-      hex("00000000 02000000") + hex("00 0100 0200 0000"),  // no such port
+      hex("00000000 63000000") + hex("00 0100 0200 0000"),  // no such port
       hex("00000000 feffffff") + hex("00 0100 0200 0000"),  // not the control port's node
       hex("01000000 01000000") + hex("00 0100 0200 0000"),
       service,
@@ -97,6 +98,7 @@ TEST(tvk_modem, lookups_see_the_service_go_and_come_back) {
   const connection former(modem.socket());
   for (const auto* each : {&client, &watcher, &former}) {
     EXPECT_EQ(each->ask(look_up_all), service_up);
+    EXPECT_EQ(each->receive(), sar_up);
     EXPECT_EQ(each->receive(), end_of_list);
   }
   ASSERT_TRUE(former.send(end_look_up_all));
@@ -120,7 +122,7 @@ TEST(tvk_modem, service_down_at_the_start_comes_later_or_never) {
   for (const bool later : {false, true}) {
     const simulated_modem modem({later ? "extension=down:300" : "0xffe4=down"});
     const connection client(modem.socket());
-    EXPECT_EQ(client.ask(look_up_all), end_of_list);
+    EXPECT_EQ(client.ask(look_up_extension), end_of_list);
     ASSERT_TRUE(client.send(echo()));
     EXPECT_EQ(client.readable(600ms), later);
     if (later) {

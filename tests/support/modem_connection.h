@@ -1,7 +1,8 @@
 // A client of the modem socket: raw socket calls and packets written by hand.
 //
 // A packet is node u32, port u32, datagram. The simulated modem's extension service is 0xFFE4,
-// instance word 0x101, at node 0 port 1; the control port of the local node is 1:0xFFFFFFFE.
+// instance word 0x101, at node 0 port 1, SAR is 0x11 at port 2; the control port of the local node
+// is 1:0xFFFFFFFE.
 #pragma once
 
 #include <poll.h>
@@ -27,6 +28,9 @@ inline const bytes look_up_extension =
 inline const bytes end_look_up_all = control + hex("0b000000 00000000 00000000 00000000 00000000");
 inline const bytes service_up = control + hex("04000000 e4ff0000 01010000 00000000 01000000");
 inline const bytes service_down = control + hex("05000000 e4ff0000 01010000 00000000 01000000");
+inline const bytes sar = hex("00000000 02000000");
+inline const bytes sar_up = control + hex("04000000 11000000 01010000 00000000 02000000");
+inline const bytes sar_down = control + hex("05000000 11000000 01010000 00000000 02000000");
 inline const bytes end_of_list = control + hex("04000000 00000000 00000000 00000000 00000000");
 
 inline const bytes answer_tlvs =

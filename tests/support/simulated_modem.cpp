@@ -6,20 +6,19 @@
 
 namespace support {
 
-simulated_modem::simulated_modem(std::vector<std::string> faults, begin when)
-    : faults_(std::move(faults)) {
+simulated_modem::simulated_modem(std::vector<std::string> faults, begin when,
+                                 std::vector<std::string> options)
+    : faults_(std::move(faults)), options_(std::move(options)) {
   if (when == begin::at_once) start();
 }
 
 simulated_modem::~simulated_modem() {
-  if (!process_) return;
-  process_->send_signal(SIGTERM);
-  process_->wait(std::chrono::seconds(30));
+  if (process_) stop();
 }
 
 void simulated_modem::start() {
-  std::vector<std::string> arguments = {"serve", "--socket", socket(), "--state",
-                                        dir_.file("state")};
+  std::vector<std::string> arguments = {"serve", "--socket", socket(), "--state", state()};
+  arguments.insert(arguments.end(), options_.begin(), options_.end());
   for (const auto& fault : faults_) {
     arguments.emplace_back("--fault");
     arguments.push_back(fault);
@@ -36,6 +35,13 @@ void simulated_modem::kill() {
   process_->send_signal(SIGKILL);
   process_->wait();
   process_.reset();
+}
+
+std::string simulated_modem::stop() {
+  process_->send_signal(SIGTERM);
+  const auto ended = process_->wait(std::chrono::seconds(30));
+  process_.reset();
+  return ended.errors;
 }
 
 std::unique_ptr<background_process> start_console(const std::string& endpoint,

@@ -155,9 +155,10 @@ TEST(dispatcher, drops_delayed_answers_of_a_client_that_left) {
   const support::temp_dir state;
   asio::io_context io;
   sim::trace trace(nullptr, sim::all_services());
-  sim::modem modem(state.path());
+  sim::modem modem(io, state.path());
   sim::node node(sim::all_services(), trace);
-  sim::dispatcher dispatcher(io, modem, node, sim::faults({parse("extension=delay:5")}), trace);
+  sim::dispatcher dispatcher(io, modem, node, sim::faults({parse("extension=delay:5")}),
+                             std::chrono::milliseconds(0), trace);
 
   const std::vector<std::uint8_t> unknown_message = {0, 1, 0, 0x99, 0, 0, 0};
   for (const std::uint32_t client_port : {7U, 8U, 9U}) {

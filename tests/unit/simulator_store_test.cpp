@@ -101,7 +101,7 @@ TEST_F(store, refuses_what_is_not_its_database_and_leaves_it_alone) {
   };
   const row rows[] = {
       {nullptr, "not a database"},
-      {"PRAGMA user_version = 2", "schema version 2, this program knows up to 1"},
+      {"PRAGMA user_version = 3", "schema version 3, this program knows up to 2"},
       {"CREATE TABLE mine (x)", "another program"},
       {"CREATE TABLE counters (name, value); PRAGMA user_version = 1", "another program"},
   };

@@ -32,7 +32,8 @@ TEST(trace, names_service_message_and_tlvs) {
       "1:16384 -> extension  request     message 0x0002 exchange, transaction 7, 26 TLV bytes\n"
       "            0x01 type                  4  4 (0x00000004)\n"
       "            0x02 data_len              4  9 (0x00000009)\n"
-      "            0x10 payload               9  aa 00 bb ... 6 zero bytes\n");
+      "            0x10 payload               9  aa 00 bb ... 6 zero bytes\n"
+      "            common request of unknown kind\n");
 }
 
 TEST(trace, tells_standard_responses_and_broken_ones) {

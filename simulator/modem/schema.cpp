@@ -1,0 +1,111 @@
+#include "simulator/modem/schema.h"
+
+#include <SQLiteCpp/Statement.h>
+#include <SQLiteCpp/Transaction.h>
+#include <fmt/core.h>
+
+#include "simulator/failure.h"
+#include "simulator/modem/efs_seed.h"
+#include "simulator/modem/nv_seed.h"
+
+namespace sim {
+namespace {
+
+constexpr int application_id = 0x54564B4D;  // "TVKM": tells our databases from others
+constexpr int busy_timeout_ms = 5000;
+
+constexpr const char* counters =
+    "CREATE TABLE counters (name TEXT PRIMARY KEY NOT NULL, value INTEGER NOT NULL) WITHOUT ROWID";
+
+constexpr const char* items_files_and_settings =
+    "CREATE TABLE nv_items ("
+    "  subscription INTEGER NOT NULL, id INTEGER NOT NULL, data BLOB NOT NULL,"
+    "  PRIMARY KEY (subscription, id)) WITHOUT ROWID;"
+    "CREATE TABLE efs_files ("
+    "  subscription INTEGER NOT NULL, path TEXT NOT NULL, data BLOB NOT NULL,"
+    "  PRIMARY KEY (subscription, path));"
+    "CREATE TABLE settings (name TEXT PRIMARY KEY NOT NULL, value INTEGER NOT NULL) WITHOUT ROWID";
+
+struct step {
+  const char* tables;
+  void (*fill)(SQLite::Database& database);
+};
+
+/// From schema version N to N + 1, for each N from 0.
+constexpr step steps[] = {
+    {counters, nullptr},
+    {items_files_and_settings,
+     [](SQLite::Database& database) {
+       seed_nv_items(database);
+       seed_efs_files(database);
+     }},
+};
+constexpr int schema_version = std::size(steps);
+
+/// Every column that is used; fails to compile where one is missing.
+constexpr const char* expected[] = {
+    "SELECT name, value FROM counters",
+    "SELECT subscription, id, data FROM nv_items",
+    "SELECT subscription, path, data FROM efs_files",
+    "SELECT name, value FROM settings",
+};
+
+int number(SQLite::Database& database, const char* query) {
+  return database.execAndGet(query).getInt();
+}
+
+void check_owner(SQLite::Database& database, const std::string& path) {
+  const int found = number(database, "PRAGMA user_version");
+  if (found > schema_version) {
+    throw failure(fmt::format("{} has schema version {}, this program knows up to {}", path, found,
+                              schema_version));
+  }
+  const bool blank = found == 0 && number(database, "SELECT count(*) FROM sqlite_master") == 0;
+  if (!blank && number(database, "PRAGMA application_id") != application_id) {
+    throw failure(path + " is a database of another program");
+  }
+}
+
+void check_whole(SQLite::Database& database, const std::string& path) {
+  const std::string check = database.execAndGet("PRAGMA quick_check(1)").getString();
+  if (check != "ok") throw failure(fmt::format("{} is damaged: {}", path, check));
+}
+
+void check_tables(SQLite::Database& database, const std::string& path) try {
+  for (const char* const query : expected) const SQLite::Statement compiled(database, query);
+} catch (const SQLite::Exception& error) {
+  // The version says it is ours, the tables are not.
+  throw failure(fmt::format("{} is damaged: {}", path, error.what()));
+}
+
+void bring_up_to_date(SQLite::Database& database, const std::string& path) {
+  // Another modem may make the same database just now.
+  SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
+  check_owner(database, path);
+  for (int at = number(database, "PRAGMA user_version"); at < schema_version; ++at) {
+    database.exec(steps[at].tables);
+    if (steps[at].fill != nullptr) steps[at].fill(database);
+    database.exec(fmt::format("PRAGMA user_version = {}", at + 1));
+    database.exec(fmt::format("PRAGMA application_id = {}", application_id));
+  }
+  check_tables(database, path);
+  transaction.commit();
+}
+
+}  // namespace
+
+SQLite::Database open_database(const std::string& path) try {
+  SQLite::Database database(path, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE, busy_timeout_ms);
+  // Before the first write, so that a foreign or damaged file stays as it is.
+  check_owner(database, path);
+  check_whole(database, path);
+  bring_up_to_date(database, path);
+  // Synchronous NORMAL: a commit survives the death of the process without waiting for the disk.
+  database.exec("PRAGMA journal_mode = WAL");
+  database.exec("PRAGMA synchronous = NORMAL");
+  return database;
+} catch (const SQLite::Exception& error) {
+  throw failure(fmt::format("cannot use {}: {}", path, error.what()));
+}
+
+}  // namespace sim

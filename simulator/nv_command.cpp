@@ -1,0 +1,51 @@
+// tvk-modem nv: the NV items in a state directory, whether or not a modem runs on it.
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "simulator/commands.h"
+#include "simulator/modem/nv_seed.h"
+#include "simulator/modem/nv_store.h"
+#include "simulator/signals.h"
+
+namespace sim {
+namespace {
+
+void list(nv_store& items, std::uint8_t subscription) {
+  constexpr static std::size_t shown = 16;
+  items.for_each(subscription, [](std::uint16_t id, protocol::byte_view data) {
+    fmt::print("{:>4}  {:<36} {:>3}  {:02x}{}\n", id, nv_item_name(id), data.size(),
+               fmt::join(data.first(std::min(shown, data.size())), " "),
+               data.size() > shown ? " ..." : "");
+  });
+}
+
+void get(nv_store& items, const nv_command& asked) {
+  const auto data = items.read(asked.subscription, asked.id);
+  if (!data) {
+    throw failure(fmt::format("no NV item {} of subscription {}", asked.id, asked.subscription));
+  }
+  fmt::print("{:02x}\n", fmt::join(*data, " "));
+}
+
+}  // namespace
+
+int run(const nv_command& asked) {
+  block_file_size_signal();
+  store opened(asked.state);
+  nv_store items(opened);
+  switch (asked.what) {
+    case nv_command::verb::list:
+      list(items, asked.subscription);
+      break;
+    case nv_command::verb::get:
+      get(items, asked);
+      break;
+    case nv_command::verb::set:
+      items.write(asked.subscription, asked.id, asked.data);
+      break;
+  }
+  return 0;
+}
+
+}  // namespace sim

@@ -1,0 +1,56 @@
+// The AT channel: a pseudo-terminal, found through a symbolic link, on which the modem answers line
+// by line. PATH.lock is held as for a socket, so a link whose lock is free was a killed modem's.
+#pragma once
+
+#include <array>
+#include <string>
+
+#include <asio/io_context.hpp>
+#include <asio/posix/stream_descriptor.hpp>
+
+#include "simulator/at_commands.h"
+#include "simulator/descriptor.h"
+#include "simulator/ports/socket_path.h"
+#include "simulator/trace.h"
+
+namespace sim {
+
+/// The link from a chosen path to the terminal.
+class terminal_link {
+ public:
+  /// Throws `failure`, and has then changed nothing that is not a dead modem's.
+  terminal_link(const std::string& path, std::string terminal);
+  terminal_link(const terminal_link&) = delete;
+  terminal_link& operator=(const terminal_link&) = delete;
+  /// Removes the link.
+  ~terminal_link();
+
+ private:
+  std::string path_;
+  std::string terminal_;
+  bool lock_was_there_;
+  path_lock lock_;
+};
+
+class at_port {
+ public:
+  at_port(asio::io_context& io, const std::string& path, modem& state, trace& trace);
+
+ private:
+  void receive();
+  void received(std::string_view bytes);
+  void line_ends();
+  void send(std::string_view bytes);
+
+  descriptor
+      terminal_;  ///< the clients' side; held open, so that one who closes it hangs up nobody
+  asio::posix::stream_descriptor ours_;
+  terminal_link link_;
+  at_commands commands_;
+  trace& trace_;
+  std::array<char, 256> buffer_{};
+  std::string line_;
+  bool too_long_ = false;
+};
+
+}  // namespace sim

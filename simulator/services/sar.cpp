@@ -1,0 +1,29 @@
+#include "simulator/services/sar.h"
+
+#include "simulator/modem/modem.h"
+
+namespace sim {
+
+using protocol::qmi::error;
+
+error set_rf_state(const request& asked, protocol::qmi::tlv_writer& answer) {
+  constexpr std::uint8_t state_tlv = 0x01;
+  const auto value = protocol::qmi::find_tlv(asked.tlvs, state_tlv);
+  if (!value) return error::missing_argument;
+  if (value->size() != sizeof(std::uint32_t)) return error::malformed_message;
+  const auto state = protocol::load_le<std::uint32_t>(*value);
+  if (state > last_sar_state) return error::invalid_argument;
+  asked.state.kept.set(setting::sar_state, state);
+  asked.state.activity.count(event::rf_state_set);
+  answer.standard_response(error::none);
+  return error::none;
+}
+
+error get_rf_state(const request& asked, protocol::qmi::tlv_writer& answer) {
+  constexpr std::uint8_t state_tlv = 0x10;
+  const auto state = asked.state.kept.get(setting::sar_state, 0);
+  answer.standard_response(error::none).integer(state_tlv, static_cast<std::uint32_t>(state));
+  return error::none;
+}
+
+}  // namespace sim

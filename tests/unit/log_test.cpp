@@ -1,0 +1,288 @@
+// Log lines and the allocation that logs. The system log is this program's own: see vsyslog below.
+#include <gtest/gtest.h>
+#include <stdlib.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "modem_stats/orvax_log.h"
+#include "modem_stats/orvax_memory.h"
+#include "norvel_extend_qmi/norvel_extend_nvefs.h"
+#include "norvel_extend_qmi/norvel_text.h"
+#include "platform/properties.h"
+#include "qcril-common/utilities/Logger.h"
+#include "qcril-common/utilities/norvel_ril_log.h"
+#include "qcril-common/utilities/qcril_memory_management.h"
+#include "qcril-common/utilities/quiet_notes.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+std::vector<std::pair<int, std::string>> system_log;
+
+}  // namespace
+
+// Stands before the C library's. The checked form is what optimised builds call.
+extern "C" {
+// NOLINTBEGIN(bugprone-reserved-identifier): names of the C library and the sanitizers.
+void vsyslog(int priority, const char* format, va_list args) noexcept {
+  std::array<char, 20000> text{};
+  std::vsnprintf(text.data(), text.size(), format, args);
+  system_log.emplace_back(priority, text.data());
+}
+void __vsyslog_chk(int priority, int /*flag*/, const char* format, va_list args) {
+  vsyslog(priority, format, args);
+}
+// A request for too much memory is to fail, not to end the process.
+const char* __asan_default_options() {
+  return "allocator_may_return_null=1";
+}
+const char* __tsan_default_options() {
+  return "allocator_may_return_null=1";
+}
+// NOLINTEND(bugprone-reserved-identifier)
+}
+
+namespace {
+
+constexpr std::size_t too_much = SIZE_MAX / 2 - 4096;
+
+template <typename Call>
+std::string printed_by(Call call) {
+  testing::internal::CaptureStdout();
+  call();
+  std::fflush(stdout);
+  static const std::regex source_line(R"((RIL\[\w+:)\d+\]: )");
+  return std::regex_replace(testing::internal::GetCapturedStdout(), source_line, "$1#]: ");
+}
+
+/// "priority text" of each line since the last call, source line numbers masked.
+std::vector<std::string> logged() {
+  static const std::regex source_line(R"((RIL\[shell\]\[\w+:)\d+\] )");
+  std::vector<std::string> lines;
+  for (const auto& [priority, text] : std::exchange(system_log, {})) {
+    lines.push_back(std::to_string(priority) + " " +
+                    std::regex_replace(text, source_line, "$1#] "));
+  }
+  return lines;
+}
+
+using texts = std::vector<std::string>;
+
+/// The Android log in a file of the test's own; made before the first line is logged.
+class android_log_file {
+ public:
+  android_log_file() { setenv("TVK_ANDROID_LOG", path().c_str(), 1); }
+
+  [[nodiscard]] std::string text() const {
+    std::ifstream in(path());
+    return {std::istreambuf_iterator<char>(in), {}};
+  }
+
+ private:
+  [[nodiscard]] std::string path() const { return dir_.file("log"); }
+  support::temp_dir dir_;
+};
+
+/// Property files of the test's own.
+void use_properties(const support::temp_dir& dir) {
+  setenv("TVK_PROPERTIES", dir.file("properties").c_str(), 1);
+}
+
+TEST(system_log, priorities_are_those_of_error_and_debug) {
+  norvel_ril_syslog_err("%s %d", "sub", 2);
+  norvel_ril_syslog_dbg("%d%%", 5);
+  EXPECT_EQ(logged(), (texts{"3 sub 2", "7 5%"}));
+}
+
+TEST(system_log, a_line_has_the_same_message_in_both_places) {
+  EXPECT_EQ(printed_by([] { norvel_qmi_result_map(-1); }),
+            "RIL[norvel_qmi_result_map:#]: norvel_qmi_result_map, old_result -1, "
+            "new_result -101\n");
+  EXPECT_EQ(logged(), (texts{"7 RIL[shell][norvel_extend_nvefs:#] norvel_qmi_result_map: "
+                             "norvel_qmi_result_map, old_result -1, new_result -101"}));
+}
+
+TEST(system_log, line_number_is_the_same_in_both_places) {
+  testing::internal::CaptureStdout();
+  norvel_qmi_result_map(0);
+  std::fflush(stdout);
+  const auto printed = testing::internal::GetCapturedStdout();
+  std::smatch on_output;
+  std::smatch in_log;
+  ASSERT_EQ(system_log.size(), 1U);
+  ASSERT_TRUE(std::regex_search(printed, on_output, std::regex(R"(^RIL\[\w+:([1-9]\d*)\]: )")));
+  ASSERT_TRUE(std::regex_search(system_log[0].second, in_log,
+                                std::regex(R"(^RIL\[shell\]\[\w+:([1-9]\d*)\] )")));
+  EXPECT_EQ(on_output[1], in_log[1]);
+}
+
+TEST(system_log, long_line_is_whole_in_both_places) {
+  std::string bytes(4096, '\x11');
+  std::string wanted = "data hex show, len(4096), data: 11";
+  for (int i = 1; i < 4096; ++i) wanted += " 11";
+  const auto printed = printed_by(
+      [&] { norvel_print_data_with_hex(reinterpret_cast<unsigned char*>(bytes.data()), 4096); });
+  EXPECT_EQ(printed, "RIL[norvel_print_data_with_hex:#]: " + wanted + "\n");
+  ASSERT_EQ(system_log.size(), 1U);
+  EXPECT_TRUE(system_log[0].second.ends_with("] norvel_print_data_with_hex: " + wanted));
+}
+
+TEST(system_log, quiet_flag_silences_standard_output_only) {
+  quiet_notes = 1;
+  EXPECT_EQ(printed_by([] { norvel_qmi_result_map(-3); }), "");
+  EXPECT_EQ(printed_by([] { norvel_print_data_with_hex(nullptr, 1); }), "");
+  EXPECT_EQ(printed_by([] {
+              unsigned int len = 1;
+              EXPECT_EQ(norvel_efs_read(2, "/a", 2, nullptr, &len), -104);
+            }),
+            "");
+  const auto lines = logged();
+  ASSERT_EQ(lines.size(), 6U);
+  EXPECT_EQ(lines[0],
+            "7 RIL[shell][norvel_extend_nvefs:#] norvel_qmi_result_map: "
+            "norvel_qmi_result_map, old_result -3, new_result -103");
+  EXPECT_TRUE(lines[1].ends_with("norvel_print_data_with_hex: print_data_with_hex, data is null"));
+  const std::string efs = "7 RIL[shell][norvel_extend_nvefs:#] norvel_efs_read: ";
+  EXPECT_EQ(lines[2], efs + "function entry ------------->");
+  EXPECT_EQ(lines[3], efs + "norvel_efs_read, sub_id 2, path_len: 2");
+  EXPECT_EQ(lines[4], efs + "sub invalid");
+  EXPECT_EQ(lines[5], efs + "function exit <-------------");
+}
+
+TEST(system_log, error_line_is_printed_even_when_quiet) {
+  quiet_notes = 1;
+  EXPECT_EQ(printed_by([] {
+              norvel_log_error({"norvel_diag_send", "norvel_work", 17}, "lost %d of %s", 3, "five");
+            }),
+            "RIL[norvel_work:#]: lost 3 of five\n");
+  ASSERT_EQ(system_log.size(), 1U);
+  EXPECT_EQ(system_log[0].first, LOG_ERR);
+  EXPECT_EQ(system_log[0].second, "RIL[shell][norvel_diag_send:17] norvel_work: lost 3 of five");
+}
+
+TEST(logger, line_of_every_level_reaches_the_android_log_and_long_ones_are_cut_safely) {
+  using qti::ril::logger::Logger;
+  using qti::ril::logger::LogLevel;
+  const android_log_file log;
+  Logger::log(LogLevel::ERROR, "util", "[%s: %d] gone", "unit", 7);
+  const std::string long_text(3000, 'x');
+  Logger::log(LogLevel::WARN, "util", "%s", long_text.c_str());
+  const auto text = log.text();
+  EXPECT_NE(text.find("util: [unit: 7] gone\n"), std::string::npos) << text;
+  EXPECT_NE(text.find("util: " + long_text.substr(0, 900)), std::string::npos);
+  EXPECT_EQ(text.back(), '\n');
+}
+
+TEST(allocation, is_zero_filled_and_null_may_be_freed) {
+  // Dirty blocks first, so that a reused one would show.
+  for (int round = 0; round < 8; ++round) {
+    auto* block = static_cast<unsigned char*>(qcril_malloc_adv(4000, "maker", 1));
+    ASSERT_NE(block, nullptr);
+    for (int i = 0; i < 4000; ++i) ASSERT_EQ(block[i], 0) << i;
+    std::memset(block, 0xA5, 4000);
+    qcril_free_adv(block);
+  }
+  qcril_free_adv(nullptr);
+  orvax_free_adv(nullptr);
+}
+
+TEST(allocation, failure_is_logged_with_thread_and_process) {
+  const android_log_file log;
+  void* block = &system_log;
+  long thread_id = 0;
+  std::thread([&] {
+    pthread_setname_np(pthread_self(), "collector");
+    thread_id = gettid();
+    block = qcril_malloc_adv(too_much, "decode_cell", 77);
+  }).join();
+  EXPECT_EQ(block, nullptr);
+  const auto line = "util: [qcril_memory_management: 77] [collector(" + std::to_string(getpid()) +
+                    "," + std::to_string(thread_id) + ")] decode_cell: Fail to allocate memory\n";
+  EXPECT_NE(log.text().find(line), std::string::npos) << log.text() << "wanted: " << line;
+}
+
+TEST(allocation, of_the_statistics_tells_once_that_the_trace_property_is_missing) {
+  const android_log_file log;
+  const support::temp_dir properties;
+  use_properties(properties);
+  void* block = orvax_malloc_adv(100);
+  EXPECT_NE(block, nullptr);
+  orvax_free_adv(block);
+  EXPECT_EQ(orvax_malloc_adv(too_much), nullptr);
+  EXPECT_EQ(log.text(),
+            "D/ORVAX: orvax_mem_init: ORVAX_MEM_TRACE_PROP not exist\n"
+            "E/ORVAX: orvax_malloc_adv: Fail to allocate memory\n");
+  EXPECT_EQ(orvax_mem_traced_blocks(), 0U);
+}
+
+TEST(allocation, of_the_statistics_is_on_record_until_freed) {
+  const android_log_file log;
+  const support::temp_dir properties;
+  use_properties(properties);
+  ASSERT_EQ(property_set("persist.orvax.mem_trace", "1"), 0);
+  constexpr std::size_t threads = 4;
+  constexpr std::size_t blocks = 50;
+  std::array<std::array<void*, blocks>, threads> held{};
+  const auto in_threads = [&](auto work) {
+    std::vector<std::thread> running;
+    for (auto& mine : held) {
+      running.emplace_back([&mine, work] {
+        for (auto& each : mine) work(each);
+      });
+    }
+    for (auto& each : running) each.join();
+  };
+  in_threads([](void*& each) { each = orvax_malloc_adv(16); });
+  EXPECT_EQ(orvax_mem_traced_blocks(), threads * blocks);
+  orvax_free_adv(held[2][7]);
+  held[2][7] = nullptr;
+  orvax_free_adv(nullptr);
+  EXPECT_EQ(orvax_mem_traced_blocks(), threads * blocks - 1);
+  in_threads([](void*& each) { orvax_free_adv(each); });
+  EXPECT_EQ(orvax_mem_traced_blocks(), 0U);
+  EXPECT_EQ(orvax_malloc_adv(too_much), nullptr);
+  EXPECT_EQ(orvax_mem_traced_blocks(), 0U);
+  EXPECT_EQ(log.text(), "E/ORVAX: orvax_malloc_adv: Fail to allocate memory\n");
+}
+
+TEST(statistics_log, texts_are_cut_at_their_room) {
+  const std::string long_text(600, 'y');
+  std::array<char, 700> room{};
+  room.fill('#');
+  EXPECT_EQ(orvax_log_buf(room.data(), "%s", long_text.c_str()), 600);
+  EXPECT_EQ(std::string(room.data()), std::string(101, 'y'));
+  EXPECT_EQ(room[102], '#');
+  EXPECT_EQ(orvax_log_buf(room.data(), "%d-%s", 4, "x"), 3);
+  EXPECT_STREQ(room.data(), "4-x");
+
+  room.fill('#');
+  orvax_log_format_log_msg(room.data(), "%s", long_text.c_str());
+  EXPECT_EQ(std::string(room.data()), std::string(511, 'y'));
+  EXPECT_EQ(room[512], '#');
+}
+
+TEST(statistics_log, line_names_its_function) {
+  const android_log_file log;
+  ORVAX_LOG(ANDROID_LOG_ERROR, "parse_cell", "cell %d of %s%%", 3, "9");
+  ORVAX_LOG(ANDROID_LOG_DEBUG, "parse_cell", "done");
+  const std::string long_text(600, 'y');
+  ORVAX_LOG(ANDROID_LOG_DEBUG, "parse", "%s", long_text.c_str());
+  EXPECT_EQ(log.text(),
+            "E/ORVAX: parse_cell: cell 3 of 9%\nD/ORVAX: parse_cell: done\nD/ORVAX: parse: " +
+                std::string(504, 'y') + "\n");
+}
+
+}  // namespace

@@ -1,0 +1,274 @@
+// The file behind the system properties, and processes that write it at once.
+#include "platform/properties.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/temp_dir.h"
+
+namespace {
+
+std::string get(const std::string& name, const char* default_value = "unset") {
+  std::array<char, PROPERTY_VALUE_MAX + 8> value{};
+  value.fill('#');
+  const int length = property_get(name.c_str(), value.data(), default_value);
+  for (std::size_t i = PROPERTY_VALUE_MAX; i < value.size(); ++i) EXPECT_EQ(value.at(i), '#');
+  EXPECT_EQ(static_cast<std::size_t>(length), std::strlen(value.data()));
+  return value.data();
+}
+
+int set(const std::string& name, const std::string& value) {
+  return property_set(name.c_str(), value.c_str());
+}
+
+class properties : public testing::Test {
+ protected:
+  properties() { setenv("TVK_PROPERTIES", path().c_str(), 1); }
+
+  [[nodiscard]] std::string path() const { return dir_.file("properties"); }
+  void write(const std::string& text) const { std::ofstream(path()) << text; }
+  [[nodiscard]] std::string text() const {
+    std::ifstream in(path());
+    return {std::istreambuf_iterator<char>(in), {}};
+  }
+  [[nodiscard]] std::vector<std::string> lines() const {
+    std::ifstream in(path());
+    std::vector<std::string> all;
+    for (std::string line; std::getline(in, line);) all.push_back(line);
+    return all;
+  }
+
+  support::temp_dir dir_;
+};
+
+/// A process that runs `work` and ends with 0, or 1 when `work` returns false.
+template <typename Work>
+pid_t process(Work work) {
+  const pid_t pid = fork();
+  if (pid == 0) _exit(work() ? 0 : 1);
+  return pid;
+}
+
+int status_of(pid_t pid) {
+  int status = -1;
+  waitpid(pid, &status, 0);
+  return status;
+}
+
+TEST_F(properties, unset_gives_the_default_and_set_gives_the_value) {
+  EXPECT_EQ(get("persist.x"), "unset");
+  EXPECT_EQ(get("persist.x", ""), "");
+  EXPECT_EQ(get("persist.x", nullptr), "");
+  EXPECT_FALSE(std::filesystem::exists(path()));
+  EXPECT_EQ(set("persist.x", "ALL_ENABLE"), 0);
+  EXPECT_EQ(get("persist.x"), "ALL_ENABLE");
+  EXPECT_EQ(get("persist.X"), "unset");
+  EXPECT_EQ(get("persist"), "unset");
+  EXPECT_EQ(get("persist.x.y"), "unset");
+  EXPECT_EQ(text(), "persist.x=ALL_ENABLE\n");
+  EXPECT_EQ(set("persist.y", "a=b =c"), 0);
+  EXPECT_EQ(set("persist.x", "3"), 0);
+  EXPECT_EQ(get("persist.y"), "a=b =c");
+  auto got = lines();
+  std::sort(got.begin(), got.end());
+  EXPECT_EQ(got, (std::vector<std::string>{"persist.x=3", "persist.y=a=b =c"}));
+}
+
+TEST_F(properties, lines_of_others_stay_as_they_are) {
+  write("# made by hand\n\npersist.a=1\n  # indented\npersist.b = spaced\npersist.c=3");
+  EXPECT_EQ(get("persist.a"), "1");
+  EXPECT_EQ(get("persist.c"), "3");
+  EXPECT_EQ(set("persist.a", "10"), 0);
+  EXPECT_EQ(set("persist.d", "4"), 0);
+  const auto kept = lines();
+  const std::multiset<std::string> got(kept.begin(), kept.end());
+  EXPECT_EQ(got, (std::multiset<std::string>{"# made by hand", "", "persist.a=10", "  # indented",
+                                             "persist.b = spaced", "persist.c=3", "persist.d=4"}));
+  EXPECT_EQ(kept.at(0), "# made by hand");
+  EXPECT_EQ(get("persist.c"), "3");
+}
+
+TEST_F(properties, malformed_line_is_named_and_the_rest_works) {
+  write("persist.a=1\nno equals sign here\npersist.b=2\n");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(get("persist.b"), "2");
+  EXPECT_EQ(get("persist.a"), "1");
+  EXPECT_EQ(set("persist.c", "3"), 0);
+  EXPECT_EQ(get("persist.c"), "3");
+  const auto errors = testing::internal::GetCapturedStderr();
+  EXPECT_NE(errors.find("no equals sign here"), std::string::npos) << errors;
+  EXPECT_NE(errors.find(path()), std::string::npos) << errors;
+  EXPECT_NE(text().find("no equals sign here\n"), std::string::npos) << text();
+}
+
+TEST_F(properties, longest_value_has_91_bytes) {
+  const std::string longest(91, 'v');
+  EXPECT_EQ(set("persist.x", longest), 0);
+  EXPECT_EQ(get("persist.x"), longest);
+  EXPECT_LT(set("persist.x", longest + "v"), 0);
+  EXPECT_EQ(get("persist.x"), longest);
+  // One in the file is the file's owner's mistake: whatever is given fits the room.
+  write("persist.y=" + longest + "vvvvvvvv\npersist.z=1\n");
+  EXPECT_LE(get("persist.y").size(), 91U);
+  EXPECT_EQ(get("persist.z"), "1");
+  // So is a default.
+  EXPECT_LE(get("persist.none", (longest + "vvv").c_str()).size(), 91U);
+}
+
+TEST_F(properties, name_or_value_that_would_break_a_line_is_refused) {
+  write("persist.a=1\n");
+  for (const char* name : {"", "a=b", "=", "a\nb", "#a"}) {
+    SCOPED_TRACE(name);
+    EXPECT_LT(set(name, "2"), 0);
+    EXPECT_EQ(get(name), "unset");
+  }
+  EXPECT_LT(set("persist.b", "1\npersist.a=7"), 0);
+  EXPECT_EQ(text(), "persist.a=1\n");
+}
+
+TEST_F(properties, file_that_cannot_be_used_is_named_and_gives_defaults) {
+  const std::string under_a_file = dir_.file("plain") + "/properties";
+  std::ofstream(dir_.file("plain")) << "x";
+  std::filesystem::create_directory(dir_.file("directory"));
+  for (const auto& bad : {under_a_file, dir_.file("directory")}) {
+    SCOPED_TRACE(bad);
+    // What was said once is not said again: each file needs a process of its own.
+    const pid_t pid = process([&] {
+      setenv("TVK_PROPERTIES", bad.c_str(), 1);
+      testing::internal::CaptureStderr();
+      const bool refused = set("persist.x", "1") < 0;
+      const bool unset = get("persist.x") == "unset";
+      const auto errors = testing::internal::GetCapturedStderr();
+      return refused && unset && errors.find(bad) != std::string::npos;
+    });
+    EXPECT_EQ(status_of(pid), 0);
+  }
+  EXPECT_TRUE(std::filesystem::is_directory(dir_.file("directory")));
+}
+
+TEST_F(properties, directory_without_write_permission_refuses_and_keeps_what_is_there) {
+  write("persist.x=1\n");
+  chmod(dir_.path().c_str(), 0500);
+  // Root may write anywhere: the work is done as nobody.
+  const pid_t pid = process([&] {
+    if (geteuid() == 0 && (chown(dir_.path().c_str(), 65534, 65534) != 0 ||
+                           chown(path().c_str(), 65534, 65534) != 0 || setuid(65534) != 0)) {
+      return false;
+    }
+    testing::internal::CaptureStderr();
+    const int result = set("persist.y", "2");
+    const auto errors = testing::internal::GetCapturedStderr();
+    return (result == 0 || !errors.empty()) && get("persist.x") == "1" &&
+           (result == 0) == (get("persist.y") == "2");
+  });
+  EXPECT_EQ(status_of(pid), 0);
+  chmod(dir_.path().c_str(), 0700);
+  EXPECT_TRUE(text().starts_with("persist.x=1\n")) << text();
+}
+
+TEST_F(properties, two_processes_that_write_different_names_lose_nothing) {
+  constexpr int each = 200;
+  const auto writer = [](const std::string& prefix) {
+    return process([prefix] {
+      for (int i = 0; i < each; ++i) {
+        const auto number = std::to_string(i);
+        if (set(prefix + number, prefix + "value." + number) != 0) return false;
+      }
+      return true;
+    });
+  };
+  const pid_t first = writer("first.");
+  const pid_t second = writer("second.");
+  EXPECT_EQ(status_of(first), 0);
+  EXPECT_EQ(status_of(second), 0);
+  for (const std::string prefix : {"first.", "second."}) {
+    for (int i = 0; i < each; ++i) {
+      const auto number = std::to_string(i);
+      EXPECT_EQ(get(prefix + number), prefix + "value." + number);
+    }
+  }
+  EXPECT_EQ(lines().size(), 2U * each);
+}
+
+TEST_F(properties, reader_sees_a_whole_value_while_two_processes_write_it) {
+  const std::string short_value = "s";
+  const std::string long_value(91, 'L');
+  ASSERT_EQ(set("persist.before", "b"), 0);
+  ASSERT_EQ(set("persist.x", short_value), 0);
+  ASSERT_EQ(set("persist.behind", "e"), 0);
+  const auto writer = [](const std::string& value) {
+    return process([value] {
+      for (int i = 0; i < 200; ++i) {
+        if (set("persist.x", value) != 0) return false;
+      }
+      return true;
+    });
+  };
+  writer(short_value);
+  writer(long_value);
+  std::map<std::string, int> seen;
+  int running = 2;
+  while (running > 0) {
+    ++seen[get("persist.x")];
+    ++seen[get("persist.before") + get("persist.behind")];
+    int status = 0;
+    if (waitpid(-1, &status, WNOHANG) > 0) {
+      --running;
+      EXPECT_EQ(status, 0);
+    }
+  }
+  for (const auto& [value, times] : seen) {
+    EXPECT_TRUE(value == short_value || value == long_value || value == "be")
+        << value << ", times " << times;
+  }
+  EXPECT_EQ(lines().size(), 3U);
+}
+
+TEST_F(properties, killed_writers_leave_a_readable_file_that_can_be_written) {
+  const std::string value(80, 'k');
+  for (int i = 0; i < 20; ++i) ASSERT_EQ(set("steady." + std::to_string(i), value), 0);
+  for (int round = 0; round < 25; ++round) {
+    const pid_t pid = process([&] {
+      for (int i = 0;; ++i) set("moving." + std::to_string(i % 20), value);
+      return true;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(1 + 3 * (round % 5)));
+    kill(pid, SIGKILL);
+    status_of(pid);
+    for (int i = 0; i < 20; ++i) {
+      const auto number = std::to_string(i);
+      ASSERT_EQ(get("steady." + number), value) << "round " << round;
+      const auto moving = get("moving." + number);
+      ASSERT_TRUE(moving == value || moving == "unset") << moving;
+    }
+    ASSERT_EQ(set("round", std::to_string(round)), 0);
+    ASSERT_EQ(get("round"), std::to_string(round));
+  }
+  EXPECT_LE(lines().size(), 41U);
+  // A writer that was killed may leave its own unfinished file, not one each.
+  int files = 0;
+  for (const auto& entry : std::filesystem::directory_iterator(dir_.path())) {
+    files += entry.path().empty() ? 0 : 1;
+  }
+  EXPECT_LE(files, 4);
+}
+
+}  // namespace
