@@ -28,8 +28,8 @@ struct common_answer {
 static_assert(sizeof(common_answer) == norvel_common_msg_rsp_size);
 
 void print_answer(const common_answer& answer) {
-  if (answer.data_len > max_printed_bytes) abort_process();
   std::printf("\ndata len(%d)\ndata:", static_cast<int>(answer.data_len));
+  if (answer.data_len > max_printed_bytes) abort_process();
   const auto* bytes = reinterpret_cast<const unsigned char*>(&answer);
   print_bytes({bytes + offsetof(common_answer, first_data_word), answer.data_len});
 }
