@@ -144,7 +144,8 @@ int property_get(const char* key, char* value, const char* default_value) {
   if (const auto all = read_lines(path)) {
     report_malformed(path, *all);
     for (const std::string& line : *all) {
-      if (const auto set = value_in(line, key)) found = *set;
+      const auto set = value_in(line, key);
+      if (set && !set->empty()) found = *set;
     }
   }
   found.resize(std::min(found.size(), static_cast<std::size_t>(PROPERTY_VALUE_MAX - 1)));

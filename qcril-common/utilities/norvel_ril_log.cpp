@@ -2,6 +2,7 @@
 
 #include <syslog.h>
 
+#include <array>
 #include <cstdarg>
 #include <cstdio>
 #include <string>
@@ -11,13 +12,16 @@
 namespace {
 
 __attribute__((format(printf, 1, 0))) std::string format(const char* fmt, va_list args) {
-  va_list measured;
-  va_copy(measured, args);
-  const int length = std::vsnprintf(nullptr, 0, fmt, measured);
-  va_end(measured);
-  if (length < 0) return {};
-  std::string text(static_cast<std::size_t>(length), '\0');
-  std::vsnprintf(text.data(), text.size() + 1, fmt, args);
+  va_list again;
+  va_copy(again, args);
+  std::array<char, 256> most{};  // lines are rarely longer
+  const int length = std::vsnprintf(most.data(), most.size(), fmt, args);
+  std::string text(most.data());
+  if (length >= static_cast<int>(most.size())) {
+    text.resize(static_cast<std::size_t>(length));
+    std::vsnprintf(text.data(), text.size() + 1, fmt, again);
+  }
+  va_end(again);
   return text;
 }
 

@@ -17,7 +17,7 @@ std::size_t receive_buffer_size(qmi_idl_service_object_type service) {
 }  // namespace
 
 client::client(qmi_idl_service_object_type service, indication_receiver indications)
-    : service_(service), indications_(indications) {}
+    : service_(service), indications_(indications), buffer_(receive_buffer_size(service)) {}
 
 qmi_client_error_type client::start(qmi_client_type handle, address at) {
   handle_ = handle;
@@ -27,6 +27,7 @@ qmi_client_error_type client::start(qmi_client_type handle, address at) {
       here.servers, [&](const server& candidate) { return candidate.at == server_; });
   if (!is_up) return QMI_SERVICE_ERR;
   port_ = std::move(here.port);
+  wakes_.emplace(port_->descriptor(), stop_);
   thread_.start([this] { run(); });
   return QMI_NO_ERR;
 }
@@ -37,12 +38,86 @@ void client::stop() {
 }
 
 void client::run() {
-  std::vector<std::uint8_t> buffer(receive_buffer_size(service_));
-  const auto handler = [this](address from, byte_view datagram) {
-    return handle_datagram(from, datagram);
+  while (!work_is_over()) wakes_->wait();
+  end_all(stop_.is_set() ? QMI_CLIENT_INVALID_CLNT : QMI_SERVICE_ERR);
+}
+
+/// Does all the work there is; true when there will be no more.
+bool client::work_is_over() {
+  // With the turn, nothing is left over behind what is received next: the order stays.
+  const bool has_turn = take_turn();
+  bool goes_on = handle_left_overs();
+  if (has_turn) {
+    goes_on = goes_on && receive_what_is_there();
+    end_turn();
+  }
+  return !goes_on || stop_.is_set();
+}
+
+bool client::handle_left_overs() {
+  for (;;) {
+    left_over next;
+    {
+      const platform::mutex_lock hold(lock_);
+      if (left_overs_.empty()) return true;
+      next = std::move(left_overs_.front());
+      left_overs_.pop_front();
+    }
+    if (!handle_datagram(next.from, next.datagram)) return false;
+  }
+}
+
+bool client::receive_what_is_there() {
+  while (!stop_.is_set()) {
+    const received got = port_->receive(buffer_);
+    if (got.result == io_result::gone) return false;
+    if (got.result == io_result::would_block) return true;
+    if (got.size > buffer_.size()) continue;
+    if (!handle_datagram(got.from, std::span(buffer_).first(got.size))) return false;
+  }
+  return true;
+}
+
+bool client::take_turn() {
+  const platform::mutex_lock hold(lock_);
+  if (is_receiving_) return false;
+  is_receiving_ = true;
+  wakes_->leave_out_port();
+  return true;
+}
+
+void client::end_turn() {
+  const platform::mutex_lock hold(lock_);
+  is_receiving_ = false;
+  // Whatever is there now, the end of the connection too, wakes the client's thread.
+  wakes_->take_in_port();
+}
+
+bool client::is_answered(const exchange& request) {
+  const platform::mutex_lock hold(lock_);
+  return request.result.has_value();
+}
+
+void client::leave_over(address from, byte_view datagram) {
+  {
+    const platform::mutex_lock hold(lock_);
+    left_overs_.push_back({from, {datagram.begin(), datagram.end()}});
+  }
+  wakes_->wake();
+}
+
+void client::receive_until_answered(const exchange& request, clock::time_point deadline) {
+  const auto take = [&](address from, byte_view datagram) {
+    const auto message = protocol::qmi::parse_message(datagram);
+    if (message && from == server_ && message->head.kind == message_kind::response) {
+      handle_response(*message);
+      return !is_answered(request);
+    }
+    leave_over(from, datagram);
+    // News of servers may be the end of this one, which the client's thread then tells.
+    return from.port != protocol::qrtr::control_port;
   };
-  const bool stopped = receive_loop(*port_, stop_, buffer, handler) == loop_end::stopped;
-  end_all(stopped ? QMI_CLIENT_INVALID_CLNT : QMI_SERVICE_ERR);
+  static_cast<void>(receive_loop(*port_, stop_, buffer_, take, deadline));
 }
 
 bool client::handle_datagram(address from, byte_view datagram) {
@@ -52,13 +127,17 @@ bool client::handle_datagram(address from, byte_view datagram) {
   const auto message = protocol::qmi::parse_message(datagram);
   if (!message || from != server_) return true;
   if (message->head.kind == message_kind::response) handle_response(*message);
-  if (message->head.kind == message_kind::indication && indications_.callback != nullptr) {
-    // The callback's type has no const; what it points to is this thread's own buffer.
-    auto* tlvs = const_cast<std::uint8_t*>(message->tlvs.data());
-    indications_.callback(handle_, message->head.message_id, message->tlvs.empty() ? nullptr : tlvs,
-                          static_cast<unsigned>(message->tlvs.size()), indications_.data);
-  }
+  if (message->head.kind == message_kind::indication) handle_indication(*message);
   return true;
+}
+
+void client::handle_indication(const protocol::qmi::message& indication) {
+  if (indications_.callback == nullptr) return;
+  // The callback's type has no const; what it points to is this thread's own.
+  auto* tlvs = const_cast<std::uint8_t*>(indication.tlvs.data());
+  indications_.callback(handle_, indication.head.message_id,
+                        indication.tlvs.empty() ? nullptr : tlvs,
+                        static_cast<unsigned>(indication.tlvs.size()), indications_.data);
 }
 
 void client::handle_response(const protocol::qmi::message& answer) {
@@ -111,7 +190,13 @@ qmi_client_error_type client::send_sync(std::uint16_t message_id,
   protocol::qmi::write_header(
       {message_kind::request, transaction, message_id, static_cast<std::uint16_t>(tlv_length)},
       datagram);
+  // Before it is sent, so that its answer cannot wake the client's thread.
+  const bool has_turn = take_turn();
   const io_result sent = send_by(*port_, server_, datagram, deadline);
+  if (has_turn) {
+    if (sent == io_result::done) receive_until_answered(exchanged, deadline);
+    end_turn();
+  }
 
   const platform::mutex_lock hold(lock_);
   if (sent == io_result::gone) finish(exchanged, QMI_SERVICE_ERR);

@@ -1,0 +1,30 @@
+// What the thread of a client waits for: its port, left-over work, the end.
+#pragma once
+
+#include "platform/linux/file_descriptor.h"
+#include "platform/linux/qmi/port_loop.h"
+
+namespace qmi {
+
+class wake_set {
+ public:
+  wake_set(int port, const stop_flag& stop);
+
+  /// Returns when there is something to do.
+  void wait();
+  /// Ends a wait, or the next one.
+  void wake() const;
+
+  /// While the port is left out, its datagrams end no wait: another thread receives them.
+  void leave_out_port() const;
+  void take_in_port() const;
+
+ private:
+  void add(int descriptor) const;
+
+  int port_;
+  platform::file_descriptor epoll_;
+  platform::file_descriptor event_;
+};
+
+}  // namespace qmi
