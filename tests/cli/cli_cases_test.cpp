@@ -47,6 +47,7 @@
 #include <vector>
 
 #include "support/at_device.h"
+#include "support/printed.h"
 #include "support/process.h"
 #include "support/simulated_modem.h"
 #include "support/temp_dir.h"
@@ -292,8 +293,7 @@ class cli_test : public testing::Test {
   [[nodiscard]] std::string properties() const { return dir_.file("properties"); }
 
   static void check(const support::process_result& got, const step& wanted) {
-    static const std::regex source_line(R"((RIL\[\w+:)\d+\]: )");
-    auto output = std::regex_replace(got.output, source_line, "$1#]: ");
+    auto output = support::masked(got.output);
     EXPECT_TRUE(take_out(output, wanted.anywhere));
     EXPECT_EQ(output, joined(wanted.output));
     EXPECT_FALSE(got.timed_out);

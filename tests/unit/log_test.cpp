@@ -26,6 +26,7 @@
 #include "qcril-common/utilities/norvel_ril_log.h"
 #include "qcril-common/utilities/qcril_memory_management.h"
 #include "qcril-common/utilities/quiet_notes.h"
+#include "support/printed.h"
 #include "support/temp_dir.h"
 
 namespace {
@@ -36,8 +37,9 @@ std::vector<std::pair<int, std::string>> system_log;
 
 // Stands before the C library's. The checked form is what optimised builds call.
 extern "C" {
-// NOLINTBEGIN(bugprone-reserved-identifier): names of the C library and the sanitizers.
-void vsyslog(int priority, const char* format, va_list args) noexcept {
+// NOLINTBEGIN(bugprone-reserved-identifier,readability-*): names of the C library and the
+// sanitizers.
+void vsyslog(int priority, const char* format, va_list args) {
   std::array<char, 20000> text{};
   std::vsnprintf(text.data(), text.size(), format, args);
   system_log.emplace_back(priority, text.data());
@@ -52,29 +54,20 @@ const char* __asan_default_options() {
 const char* __tsan_default_options() {
   return "allocator_may_return_null=1";
 }
-// NOLINTEND(bugprone-reserved-identifier)
+// NOLINTEND(bugprone-reserved-identifier,readability-*)
 }
 
 namespace {
 
-constexpr std::size_t too_much = SIZE_MAX / 2 - 4096;
+using support::printed_by;
 
-template <typename Call>
-std::string printed_by(Call call) {
-  testing::internal::CaptureStdout();
-  call();
-  std::fflush(stdout);
-  static const std::regex source_line(R"((RIL\[\w+:)\d+\]: )");
-  return std::regex_replace(testing::internal::GetCapturedStdout(), source_line, "$1#]: ");
-}
+constexpr std::size_t too_much = SIZE_MAX / 2 - 4096;
 
 /// "priority text" of each line since the last call, source line numbers masked.
 std::vector<std::string> logged() {
-  static const std::regex source_line(R"((RIL\[shell\]\[\w+:)\d+\] )");
   std::vector<std::string> lines;
   for (const auto& [priority, text] : std::exchange(system_log, {})) {
-    lines.push_back(std::to_string(priority) + " " +
-                    std::regex_replace(text, source_line, "$1#] "));
+    lines.push_back(std::to_string(priority) + " " + support::masked(text));
   }
   return lines;
 }
@@ -238,6 +231,7 @@ TEST(allocation, of_the_statistics_is_on_record_until_freed) {
   std::array<std::array<void*, blocks>, threads> held{};
   const auto in_threads = [&](auto work) {
     std::vector<std::thread> running;
+    running.reserve(threads);
     for (auto& mine : held) {
       running.emplace_back([&mine, work] {
         for (auto& each : mine) work(each);
