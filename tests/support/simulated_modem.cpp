@@ -6,20 +6,19 @@
 
 namespace support {
 
-simulated_modem::simulated_modem(std::vector<std::string> faults, begin when)
-    : faults_(std::move(faults)) {
+simulated_modem::simulated_modem(std::vector<std::string> faults, begin when,
+                                 std::vector<std::string> more_options)
+    : faults_(std::move(faults)), more_options_(std::move(more_options)) {
   if (when == begin::at_once) start();
 }
 
 simulated_modem::~simulated_modem() {
-  if (!process_) return;
-  process_->send_signal(SIGTERM);
-  process_->wait(std::chrono::seconds(30));
+  if (process_) stop();
 }
 
 void simulated_modem::start() {
-  std::vector<std::string> arguments = {"serve", "--socket", socket(), "--state",
-                                        dir_.file("state")};
+  std::vector<std::string> arguments = {"serve", "--socket", socket(), "--state", state()};
+  arguments.insert(arguments.end(), more_options_.begin(), more_options_.end());
   for (const auto& fault : faults_) {
     arguments.emplace_back("--fault");
     arguments.push_back(fault);
@@ -30,6 +29,12 @@ void simulated_modem::start() {
   const auto ended = process_->wait();
   process_.reset();
   throw std::runtime_error("tvk-modem does not listen: " + ended.errors);
+}
+
+void simulated_modem::stop() {
+  process_->send_signal(SIGTERM);
+  process_->wait(std::chrono::seconds(30));
+  process_.reset();
 }
 
 void simulated_modem::kill() {
