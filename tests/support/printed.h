@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
-#include <regex>
 #include <string>
 
 namespace support {
@@ -12,8 +12,19 @@ namespace support {
 /// `RIL[name:123]: ` as `RIL[name:#]: `, on standard output and, with its source, in the system
 /// log.
 inline std::string masked(const std::string& text) {
-  static const std::regex source_line(R"((RIL(?:\[shell\])?\[\w+:)\d+(\](?:: | )))");
-  return std::regex_replace(text, source_line, "$1#$2");
+  const std::string digits = "0123456789";
+  std::string out;
+  std::size_t done = 0;
+  for (auto at = text.find("RIL["); at != std::string::npos; at = text.find("RIL[", at + 1)) {
+    const auto name = at + (text.compare(at, 11, "RIL[shell][") == 0 ? 11 : 4);
+    const auto colon = text.find_first_of(":] \n", name);
+    const auto end = text.find_first_not_of(digits, std::min(colon, text.size() - 1) + 1);
+    if (end == std::string::npos || text[colon] != ':' || end == colon + 1) continue;
+    if (text[end] != ']' || colon < done) continue;
+    out.append(text, done, colon + 1 - done).append("#");
+    done = end;
+  }
+  return out.append(text, done);
 }
 
 template <typename Call>
