@@ -2,8 +2,6 @@
 // dispatcher, and it delivers what the modem says.
 #pragma once
 
-#include <compare>
-
 #include "protocol/bytes.h"
 #include "protocol/qrtr.h"
 
@@ -35,7 +33,6 @@ struct client {
   }
 
   friend bool operator==(const client&, const client&) = default;
-  friend auto operator<=>(const client&, const client&) = default;
 };
 
 }  // namespace sim

@@ -7,6 +7,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "protocol/bytes.h"
@@ -53,9 +54,14 @@ class efs_transfers {
     std::size_t next = 0;            ///< read: the offset that goes on
   };
 
+  using transfers = std::map<std::tuple<port*, std::uint32_t, std::uint32_t>, transfer>;
+  static transfers::key_type key_of(const client& who) {
+    return {who.via, who.at.node, who.at.port};
+  }
+
   efs_store& files_;
-  std::map<client, transfer> reads_;
-  std::map<client, transfer> writes_;
+  transfers reads_;
+  transfers writes_;
 };
 
 }  // namespace sim

@@ -2,12 +2,12 @@
 
 #include <fcntl.h>
 #include <fmt/core.h>
-#include <stdlib.h>
 #include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 

@@ -92,16 +92,16 @@ outcome hot_swap(arguments in, modem& state, std::uint32_t& /*value*/) {
 
 struct common_row {
   std::uint32_t number;
+  bool has_value;
   const char* name;
   std::size_t words;  ///< arguments that it must have
   outcome (*act)(arguments in, modem& state, std::uint32_t& value);
-  bool has_value;
 };
 constexpr common_row messages[] = {
-    {31, "restart", 1, restart, false},           {35, "NV sync", 0, sync, false},
-    {39, "card status query", 0, any_card, true}, {55, "card status get", 1, card_in_slot, true},
-    {56, "card type query", 0, card_count, true}, {57, "card status set", 3, set_card, false},
-    {80, "hot-swap run", 1, hot_swap, false},     {84, "switch notice", 2, switch_notice, false},
+    {31, false, "restart", 1, restart},           {35, false, "NV sync", 0, sync},
+    {39, true, "card status query", 0, any_card}, {55, true, "card status get", 1, card_in_slot},
+    {56, true, "card type query", 0, card_count}, {57, false, "card status set", 3, set_card},
+    {80, false, "hot-swap run", 1, hot_swap},     {84, false, "switch notice", 2, switch_notice},
 };
 
 const common_row* find_message(std::uint32_t number) {

@@ -128,19 +128,19 @@ enum class subject : std::uint8_t { item, file };
 
 struct operation_row {
   std::uint8_t number;
-  const char* name;
   subject of;
+  bool has_chunk;  ///< the trace shows where in the file
+  const char* name;
   std::size_t least;  ///< bytes of the request
   outcome (*act)(const fields& in, const extension_call& call, answer& out);
-  bool has_chunk;  ///< the trace shows where in the file
 };
 constexpr operation_row operations[] = {
-    {1, "NV read", subject::item, path_length_at, read_item, false},
-    {2, "NV write", subject::item, data_at, write_item, false},
-    {3, "NV delete", subject::item, path_length_at, erase_item, false},
-    {4, "EFS read", subject::file, data_at, read_file, true},
-    {5, "EFS write", subject::file, data_at, write_file, true},
-    {6, "EFS delete", subject::file, total_at, erase_file, false},
+    {1, subject::item, false, "NV read", path_length_at, read_item},
+    {2, subject::item, false, "NV write", data_at, write_item},
+    {3, subject::item, false, "NV delete", path_length_at, erase_item},
+    {4, subject::file, true, "EFS read", data_at, read_file},
+    {5, subject::file, true, "EFS write", data_at, write_file},
+    {6, subject::file, false, "EFS delete", total_at, erase_file},
 };
 
 const operation_row* find_operation(std::uint8_t number) {
@@ -152,7 +152,7 @@ bool names_something(const fields& in, subject of) {
   if (in.subscription() > last_subscription) return false;
   if (of == subject::item) return in.item() <= last_nv_item;
   const std::string path = in.path();
-  return !path.empty() && path.size() == in.path_length() && path.find('\0') == path.npos;
+  return !path.empty() && path.size() == in.path_length() && path.find('\0') == std::string::npos;
 }
 
 outcome act(const extension_call& call, answer& out) {

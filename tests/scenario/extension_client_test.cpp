@@ -7,7 +7,6 @@
 #include <array>
 #include <atomic>
 #include <cstdio>
-#include <regex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -15,6 +14,7 @@
 #include "norvel_extend_qmi/norvel_extend_cmn.h"
 #include "norvel_extend_qmi/norvel_extend_nvefs.h"
 #include "support/hand_modem.h"
+#include "support/printed.h"
 #include "support/simulated_modem.h"
 #include "support/temp_dir.h"
 
@@ -25,6 +25,7 @@ using support::datagram;
 using support::fill;
 using support::hand_modem;
 using support::hex;
+using support::printed_by;
 using support::simulated_modem;
 using support::operator+;
 
@@ -41,16 +42,6 @@ bytes counting(std::size_t size, unsigned first = 1) {
   bytes out(size);
   for (std::size_t i = 0; i < size; ++i) out[i] = static_cast<std::uint8_t>(first + i);
   return out;
-}
-
-/// What the access layer printed during the call, log lines' source line numbers masked.
-template <typename Call>
-std::string printed_by(Call call) {
-  testing::internal::CaptureStdout();
-  call();
-  std::fflush(stdout);
-  static const std::regex source_line(R"((RIL\[\w+:)\d+\]: )");
-  return std::regex_replace(testing::internal::GetCapturedStdout(), source_line, "$1#]: ");
 }
 
 struct exchanged {

@@ -13,7 +13,6 @@
 #include <functional>
 #include <map>
 #include <mutex>
-#include <regex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -21,6 +20,7 @@
 #include "norvel_extend_qmi/norvel_extend_nvefs.h"
 #include "qcril-common/utilities/quiet_notes.h"
 #include "support/hand_modem.h"
+#include "support/printed.h"
 
 namespace {
 
@@ -29,6 +29,7 @@ using support::datagram;
 using support::fill;
 using support::hand_modem;
 using support::hex;
+using support::printed_by;
 using support::qmi_response;
 using support::operator+;
 
@@ -79,15 +80,6 @@ bytes pattern(std::size_t size, unsigned seed) {
     out[i] = static_cast<std::uint8_t>(seed + i * 7 + i / 251);
   }
   return out;
-}
-
-template <typename Call>
-std::string printed_by(Call call) {
-  testing::internal::CaptureStdout();
-  call();
-  std::fflush(stdout);
-  static const std::regex source_line(R"((RIL\[\w+:)\d+\]: )");
-  return std::regex_replace(testing::internal::GetCapturedStdout(), source_line, "$1#]: ");
 }
 
 std::string lines(const std::string& function, const std::vector<std::string>& messages) {
@@ -214,70 +206,24 @@ TEST_F(nvefs, read_checks_in_order) {
     unsigned char* buf;
     unsigned int* p_buf_len;
     int code;
-    std::vector<std::string> messages;
+    const char* message;
   } rows[] = {
-      {2,
-       nullptr,
-       0,
-       nullptr,
-       nullptr,
-       -104,
-       {"norvel_efs_read, sub_id 2, path_len: 0", "sub invalid"}},
-      {0xFFFFFFFF,
-       path.data(),
-       5,
-       room.data(),
-       &capacity,
-       -104,
-       {"norvel_efs_read, sub_id -1, path_len: 5", "sub invalid"}},
-      {1,
-       nullptr,
-       0,
-       nullptr,
-       nullptr,
-       -105,
-       {"norvel_efs_read, sub_id 1, path_len: 0", "efs_path is null"}},
-      {0,
-       path.data(),
-       0,
-       nullptr,
-       nullptr,
-       -106,
-       {"norvel_efs_read, sub_id 0, path_len: 0", "len invalid"}},
-      {0,
-       path.data(),
-       72,
-       nullptr,
-       nullptr,
-       -106,
-       {"norvel_efs_read, sub_id 0, path_len: 72", "len invalid"}},
-      {0,
-       path.data(),
-       71,
-       nullptr,
-       nullptr,
-       -107,
-       {"norvel_efs_read, sub_id 0, path_len: 71", "buf is null"}},
-      {0,
-       path.data(),
-       71,
-       room.data(),
-       nullptr,
-       -108,
-       {"norvel_efs_read, sub_id 0, path_len: 71", "p_buf_len is null"}},
-      {0,
-       path.data(),
-       1,
-       room.data(),
-       &capacity,
-       -108,
-       {"norvel_efs_read, sub_id 0, path_len: 1", "buf_len: 0", "buf_len is invalid"}},
+      {2, nullptr, 0, nullptr, nullptr, -104, "sub invalid"},
+      {0xFFFFFFFF, path.data(), 5, room.data(), &capacity, -104, "sub invalid"},
+      {1, nullptr, 0, nullptr, nullptr, -105, "efs_path is null"},
+      {0, path.data(), 0, nullptr, nullptr, -106, "len invalid"},
+      {0, path.data(), 72, nullptr, nullptr, -106, "len invalid"},
+      {0, path.data(), 71, nullptr, nullptr, -107, "buf is null"},
+      {0, path.data(), 71, room.data(), nullptr, -108, "p_buf_len is null"},
+      {0, path.data(), 1, room.data(), &capacity, -108, "buf_len is invalid"},
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.messages.back());
-    auto wanted = row.messages;
-    wanted.insert(wanted.begin(), entry);
-    wanted.push_back(exit_line);
+    SCOPED_TRACE(row.message);
+    std::vector<std::string> wanted = {entry, "norvel_efs_read, sub_id " +
+                                                  std::to_string(static_cast<int>(row.sub)) +
+                                                  ", path_len: " + std::to_string(row.path_len)};
+    if (row.message == std::string("buf_len is invalid")) wanted.emplace_back("buf_len: 0");
+    wanted.insert(wanted.end(), {row.message, exit_line});
     int code = 0;
     EXPECT_EQ(printed_by([&] {
                 code = norvel_efs_read(row.sub, row.path, row.path_len, row.buf, row.p_buf_len);

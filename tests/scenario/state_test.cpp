@@ -98,6 +98,7 @@ TEST_F(modem_state, reads_end_by_themselves_while_the_modem_restarts) {
   std::atomic<bool> restarting = true;
   std::atomic<int> reads = 0;
   std::vector<std::thread> readers;
+  readers.reserve(3);
   for (int i = 0; i < 3; ++i) {
     readers.emplace_back([&] {
       while (restarting) {

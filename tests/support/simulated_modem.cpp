@@ -7,8 +7,8 @@
 namespace support {
 
 simulated_modem::simulated_modem(std::vector<std::string> faults, begin when,
-                                 std::vector<std::string> options)
-    : faults_(std::move(faults)), options_(std::move(options)) {
+                                 std::vector<std::string> more_options)
+    : faults_(std::move(faults)), more_options_(std::move(more_options)) {
   if (when == begin::at_once) start();
 }
 
@@ -18,7 +18,7 @@ simulated_modem::~simulated_modem() {
 
 void simulated_modem::start() {
   std::vector<std::string> arguments = {"serve", "--socket", socket(), "--state", state()};
-  arguments.insert(arguments.end(), options_.begin(), options_.end());
+  arguments.insert(arguments.end(), more_options_.begin(), more_options_.end());
   for (const auto& fault : faults_) {
     arguments.emplace_back("--fault");
     arguments.push_back(fault);
@@ -31,17 +31,17 @@ void simulated_modem::start() {
   throw std::runtime_error("tvk-modem does not listen: " + ended.errors);
 }
 
-void simulated_modem::kill() {
-  process_->send_signal(SIGKILL);
-  process_->wait();
-  process_.reset();
-}
-
 std::string simulated_modem::stop() {
   process_->send_signal(SIGTERM);
   const auto ended = process_->wait(std::chrono::seconds(30));
   process_.reset();
   return ended.errors;
+}
+
+void simulated_modem::kill() {
+  process_->send_signal(SIGKILL);
+  process_->wait();
+  process_.reset();
 }
 
 std::unique_ptr<background_process> start_console(const std::string& endpoint,

@@ -15,23 +15,24 @@ class simulated_modem {
   /// Starts at once unless `later`; throws when the modem does not get to listen.
   enum class begin { at_once, later };
   explicit simulated_modem(std::vector<std::string> faults = {}, begin when = begin::at_once,
-                           std::vector<std::string> options = {});
+                           std::vector<std::string> more_options = {});
   ~simulated_modem();
 
   void start();
-  /// As when the modem's machine loses power: the socket file stays.
-  void kill();
   /// Ends it in order; what it said on standard error.
   std::string stop();
+  /// As when the modem's machine loses power: the socket file stays.
+  void kill();
 
   [[nodiscard]] std::string endpoint() const { return "unix:" + socket(); }
-  [[nodiscard]] std::string state() const { return dir_.file("state"); }
   [[nodiscard]] std::string socket() const { return dir_.file("modem.sock"); }
+  [[nodiscard]] std::string state() const { return dir_.file("state"); }
+  [[nodiscard]] background_process& process() { return *process_; }
 
  private:
   temp_dir dir_;
   std::vector<std::string> faults_;
-  std::vector<std::string> options_;
+  std::vector<std::string> more_options_;
   std::unique_ptr<background_process> process_;
 };
 

@@ -5,24 +5,16 @@
 
 #include <climits>
 #include <cstdio>
-#include <regex>
 #include <string>
 
 #include "norvel_extend_qmi/norvel_text.h"
 #include "qcril-common/utilities/quiet_notes.h"
 #include "support/bytes.h"
+#include "support/printed.h"
 
 namespace {
 
-/// The call's output, its source line numbers masked.
-template <typename Call>
-std::string printed_by(Call call) {
-  testing::internal::CaptureStdout();
-  call();
-  std::fflush(stdout);
-  static const std::regex source_line(R"((RIL\[\w+:)\d+\]: )");
-  return std::regex_replace(testing::internal::GetCapturedStdout(), source_line, "$1#]: ");
-}
+using support::printed_by;
 
 int string_to_int(std::string text) {
   return norvel_string_to_int(text.data());

@@ -5,17 +5,12 @@
 #include <string>
 
 #include "support/bytes.h"
+#include "support/printed.h"
 #include "tvk/modem_stats_debug_info.h"
 
 namespace {
 
-template <typename Call>
-std::string printed_by(Call call) {
-  testing::internal::CaptureStdout();
-  call();
-  std::fflush(stdout);
-  return testing::internal::GetCapturedStdout();
-}
+using support::printed_by;
 
 TEST(debug_info, block_sizes_and_null) {
   const struct {

@@ -1,0 +1,151 @@
+// The AT channel of tvk-modem, over its pseudo-terminal.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <array>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "support/process.h"
+#include "support/simulated_modem.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+using support::simulated_modem;
+using support::temp_dir;
+
+class terminal {
+ public:
+  explicit terminal(const std::string& path)
+      : descriptor_(::open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC)) {
+    // Nobody read the answers to what was echoed into it.
+    ::tcflush(descriptor_, TCIFLUSH);
+  }
+  terminal(const terminal&) = delete;
+  terminal& operator=(const terminal&) = delete;
+  ~terminal() { ::close(descriptor_); }
+
+  void send(const std::string& text) const {
+    ASSERT_EQ(::write(descriptor_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  }
+
+  /// Up to `end`, or what came in five seconds.
+  [[nodiscard]] std::string receive(const std::string& end) const {
+    std::string text;
+    pollfd one{descriptor_, POLLIN, 0};
+    while (!text.ends_with(end) && ::poll(&one, 1, 5000) == 1) {
+      std::array<char, 256> buffer{};
+      const ssize_t size = ::read(descriptor_, buffer.data(), buffer.size());
+      if (size <= 0) break;
+      text.append(buffer.data(), static_cast<std::size_t>(size));
+    }
+    return text;
+  }
+
+ private:
+  int descriptor_;
+};
+
+std::vector<std::string> at_options(const temp_dir& dir) {
+  return {"--trace", "--at-device", dir.file("at")};
+}
+
+TEST(tvk_modem_at, commands_are_answered_line_by_line) {
+  const temp_dir dir;
+  const simulated_modem modem({}, simulated_modem::begin::at_once, at_options(dir));
+  const terminal at(dir.file("at"));
+  at.send("AT\r");
+  EXPECT_EQ(at.receive("OK\r\n"), "AT\r\r\nOK\r\n") << "echoes at first";
+  at.send("ate0\r");
+  EXPECT_EQ(at.receive("OK\r\n"), "ate0\r\r\nOK\r\n");
+  struct row {
+    const char* line;
+    const char* answer;
+  };
+  const row rows[] = {
+      {"AT+CGSN", "001017001234569\r\n\r\nOK"},
+      {"at+cpin?", "+CPIN: READY\r\n\r\nOK"},
+      {"AT+CIMI", "001010123456789\r\n\r\nOK"},
+      {"AT+CSQ", "+CSQ: 20,99\r\n\r\nOK"},
+      {"AT+CREG?", "+CREG: 0,1\r\n\r\nOK"},
+      {"AT+COPS?", "+COPS: 0,2,\"00101\",7\r\n\r\nOK"},
+      {"AT+CFUN=4", "OK"},
+      {"AT+CFUN?", "+CFUN: 4\r\n\r\nOK"},
+      {"AT+CREG?", "+CREG: 0,0\r\n\r\nOK"},
+      {"AT+CFUN=2", "ERROR"},
+      {"AT+CFUN=", "ERROR"},
+      {"AT+NONE", "ERROR"},
+      {"hello", "ERROR"},
+      {"A", "ERROR"},
+      {"AT=", "ERROR"},
+  };
+  for (const row& each : rows) {
+    at.send(std::string(each.line) + "\r");
+    const std::string expected = "\r\n" + std::string(each.answer) + "\r\n";
+    EXPECT_EQ(at.receive(expected), expected) << each.line;
+  }
+  at.send(std::string(600, 'A') + "\r\n\r\n");
+  EXPECT_EQ(at.receive("ERROR\r\n"), "\r\nERROR\r\n");
+  at.send("A");
+  at.send("T\nAT+NONE\r\n");
+  EXPECT_EQ(at.receive("ERROR\r\n"), "\r\nOK\r\n\r\nERROR\r\n") << "halves, and two at once";
+}
+
+TEST(tvk_modem_at, survives_writers_that_never_read) {
+  const temp_dir dir;
+  simulated_modem modem({}, simulated_modem::begin::at_once, at_options(dir));
+  const std::string echo = "for i in 1 2 3; do echo \"AT+CGSN\\r\" > \"$0\"; done";
+  EXPECT_EQ(support::run("sh", {"-c", echo, dir.file("at")}).exit_status, 0);
+  EXPECT_TRUE(modem.process().wait_for_error_text("AT <- 001017001234569 |  | OK\n"));
+  {
+    const terminal deaf(dir.file("at"));
+    for (int i = 0; i < 20000; ++i) deaf.send("ATI\r");
+    deaf.send("AT+LAST\r");
+    EXPECT_TRUE(modem.process().wait_for_error_text("AT -> AT+LAST\n"));
+  }
+  const terminal at(dir.file("at"));
+  at.send("ATE0\rAT+CFUN?\r");
+  EXPECT_TRUE(at.receive("+CFUN: 1\r\n\r\nOK\r\n").ends_with("+CFUN: 1\r\n\r\nOK\r\n"));
+}
+
+TEST(tvk_modem_at, link_of_a_killed_modem_is_replaced_and_nothing_else) {
+  const temp_dir dir;
+  const std::string path = dir.file("at");
+  simulated_modem modem({}, simulated_modem::begin::at_once, at_options(dir));
+  const auto refusal = [&] {
+    const temp_dir other;
+    return support::run(TVK_MODEM_PROGRAM, {"serve", "--socket", other.file("s"), "--state",
+                                            other.file("state"), "--at-device", path})
+        .errors;
+  };
+  EXPECT_EQ(refusal(), "tvk-modem: another modem already listens on " + path + "\n");
+  modem.kill();
+  ASSERT_TRUE(std::filesystem::is_symlink(path));
+  modem.start();
+  {
+    const terminal at(path);
+    at.send("AT\r");
+    EXPECT_EQ(at.receive("OK\r\n"), "AT\r\r\nOK\r\n");
+  }
+  modem.stop();
+  EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
+
+  const std::string in_the_way =
+      "tvk-modem: " + path + " exists and is not the terminal of a modem that was killed\n";
+  std::ofstream(path) << "mine";
+  EXPECT_EQ(refusal(), in_the_way);
+  EXPECT_EQ(std::filesystem::file_size(path), 4U);
+  for (const char* target : {"/dev/null", "/dev/pts/0"}) {
+    std::filesystem::remove(path);
+    std::filesystem::create_symlink(target, path);
+    EXPECT_EQ(refusal(), in_the_way);
+    EXPECT_EQ(std::filesystem::read_symlink(path), target);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,371 @@
+// What tvk-modem keeps: items and files through kills, full disks and concurrent clients, restarts,
+// and the programs that show and change a state directory.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/extension_packets.h"
+#include "support/modem_connection.h"
+#include "support/process.h"
+#include "support/simulated_modem.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using namespace support::packets;
+using connection = support::modem_connection;
+using support::bytes;
+using support::chunk_of;
+using support::common_message;
+using support::file_request;
+using support::hex;
+using support::item_request;
+using support::nvefs_answer;
+using support::simulated_modem;
+using support::temp_dir;
+using support::u32;
+using support::operator+;
+
+constexpr std::size_t largest = 102410;
+
+bytes request(std::uint32_t type, const bytes& payload) {
+  return service + hex("00 0100 0200 1102") + support::extension_tlvs(type, payload);
+}
+
+template <typename Request>
+nvefs_answer ask(const connection& client, const Request& asked) {
+  bytes answer = client.ask(request(2, asked.payload()));
+  answer.erase(answer.begin(), answer.begin() + 15);
+  return nvefs_answer(answer);
+}
+
+/// The message's own result.
+std::uint32_t ask_common(const connection& client, std::uint32_t number, const bytes& payload) {
+  return support::u32_at(client.ask(request(4, common_message(number, payload))), 36);
+}
+
+file_request chunk_write(const bytes& file, std::size_t offset) {
+  return {.operation = 5,
+          .offset = static_cast<std::uint32_t>(offset),
+          .total = static_cast<std::uint32_t>(file.size()),
+          .data = chunk_of(file, offset)};
+}
+
+std::uint32_t write(const connection& client, const bytes& file) {
+  for (std::size_t at = 0; at < file.size(); at += 414) {
+    if (const auto result = ask(client, chunk_write(file, at)).result; result != 0) return result;
+  }
+  return 0;
+}
+
+bytes read(const connection& client) {
+  bytes file;
+  nvefs_answer chunk(ask(client, file_request{}));
+  const std::uint32_t total = chunk.total;
+  while (!chunk.data.empty()) {
+    EXPECT_EQ(chunk.total, total);
+    file = file + chunk.data;
+    if (file.size() >= total) break;
+    chunk = ask(client, file_request{.offset = static_cast<std::uint32_t>(file.size())});
+  }
+  EXPECT_EQ(file.size(), total);
+  return file;
+}
+
+support::process_result program(std::vector<std::string> arguments, const std::string& state) {
+  arguments.insert(arguments.end(), {"--state", state});
+  return support::run(TVK_MODEM_PROGRAM, arguments);
+}
+
+/// Files that this process and its children write end here, as on a full disk.
+class file_size_limit {
+ public:
+  explicit file_size_limit(rlim_t most) {
+    ::getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit limited{most, before_.rlim_max};
+    ::setrlimit(RLIMIT_FSIZE, &limited);
+  }
+  file_size_limit(const file_size_limit&) = delete;
+  file_size_limit& operator=(const file_size_limit&) = delete;
+  ~file_size_limit() { ::setrlimit(RLIMIT_FSIZE, &before_); }
+
+ private:
+  rlimit before_{};
+};
+
+class killed_write : public testing::TestWithParam<int> {};
+
+TEST_P(killed_write, leaves_the_old_file_or_the_new_one) {
+  constexpr int exchanges = 248;
+  constexpr int parts = 4;
+  simulated_modem modem({}, simulated_modem::begin::later);
+  std::uint8_t fill = 1;
+  std::string before;
+  for (int last = 1 + GetParam(); last <= exchanges; last += parts, ++fill) {
+    modem.start();
+    const bytes file(largest, fill);
+    {
+      const connection client(modem.socket());
+      for (int i = 0; i < last; ++i) {
+        const auto packet =
+            request(2, chunk_write(file, 414 * static_cast<std::size_t>(i)).payload());
+        ASSERT_TRUE(client.send(packet));
+        // The modem dies with the last chunk on its way.
+        if (i + 1 < last) {
+          ASSERT_FALSE(client.receive().empty());
+        }
+      }
+      modem.kill();
+    }
+    const auto after = program({"efs", "cat", "/f"}, modem.state());
+    const bool is_old = after.output == before;
+    const bool is_new = after.output == std::string(file.begin(), file.end());
+    ASSERT_TRUE(is_old || (is_new && last == exchanges)) << "killed at exchange " << last;
+    // Something to be left alone by the next.
+    if (before.empty()) {
+      modem.start();
+      ASSERT_EQ(write(connection(modem.socket()), bytes(largest, 0xEE)), 0U);
+      modem.kill();
+      before = std::string(largest, '\xEE');
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(quarters, killed_write, testing::Range(0, 4));
+
+TEST(tvk_modem_state, acknowledged_changes_survive_a_kill) {
+  simulated_modem modem;
+  const bytes file(largest, 0x77);
+  {
+    const connection client(modem.socket());
+    ASSERT_EQ(write(client, file), 0U);
+    ASSERT_EQ(ask(client, item_request{.operation = 2, .item = 71, .data = hex("0102")}).result,
+              0U);
+    ASSERT_EQ(ask(client, item_request{.operation = 3, .item = 85}).result, 0U);
+    ASSERT_EQ(ask_common(client, 57, u32(1) + u32(0) + u32(0)), 0U);
+    (void)client.ask(sar + hex("00 0100 0100 0700  01 0400 14000000"));
+  }
+  modem.kill();
+  modem.start();
+  const connection client(modem.socket());
+  EXPECT_EQ(read(client), file);
+  EXPECT_EQ(ask(client, item_request{.item = 71}).data, hex("0102"));
+  EXPECT_EQ(ask(client, item_request{.item = 85}).result, 2U) << "seeded only once";
+  EXPECT_EQ(client.ask(request(4, common_message(56))).at(40), 1);
+  EXPECT_EQ(client.ask(sar + hex("00 0200 0200 0000")),
+            sar + hex("02 0200 0200 0e00  02 0400 0000 0000  10 0400 14000000"));
+}
+
+TEST(tvk_modem_state, concurrent_writers_never_tear_a_file_or_an_item) {
+  const simulated_modem modem;
+  const auto writer = [&](std::uint8_t own) {
+    const connection client(modem.socket());
+    for (int i = 0; i < 200; ++i) {
+      // Sizes differ with the writer, so that halves of two cannot look whole.
+      const bytes file(1000U + own, own);
+      ASSERT_EQ(write(client, file), 0U);
+      ASSERT_EQ(
+          ask(client, item_request{.operation = 2, .item = 71, .data = bytes(own, own)}).result,
+          0U);
+      const bytes seen = read(client);
+      ASSERT_FALSE(seen.empty());
+      ASSERT_EQ(seen, bytes(1000U + seen[0], seen[0]));
+      const bytes item = ask(client, item_request{.item = 71}).data;
+      ASSERT_FALSE(item.empty());
+      ASSERT_EQ(item, bytes(item[0], item[0]));
+    }
+  };
+  std::thread other(writer, std::uint8_t{10});
+  writer(20);
+  other.join();
+}
+
+TEST(tvk_modem_state, full_disk_is_result_5_and_keeps_the_old) {
+  simulated_modem modem({}, simulated_modem::begin::later);
+  ASSERT_EQ(program({"nv", "list"}, modem.state()).exit_status, 0);
+  {
+    const file_size_limit limit(80'000);
+    modem.start();
+  }
+  const connection client(modem.socket());
+  const bytes old(700, 0x01);
+  ASSERT_EQ(write(client, old), 0U);
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(write(client, bytes(largest, 0x02)), 5U);
+  EXPECT_EQ(read(client), old);
+  // Until nothing fits any more; then it must still be what it was.
+  bytes item = hex("00");
+  std::uint32_t result = 0;
+  for (int i = 0; i < 200 && result == 0; ++i) {
+    const bytes next = bytes(300, static_cast<std::uint8_t>(i + 1));
+    result = ask(client, item_request{.operation = 2, .item = 71, .data = next}).result;
+    if (result == 0) item = next;
+  }
+  EXPECT_EQ(result, 5U);
+  EXPECT_EQ(ask(client, item_request{.item = 71}).data, item);
+  EXPECT_EQ(ask_common(client, 57, u32(0) + u32(0) + u32(0)), 5U);
+  EXPECT_EQ(client.ask(sar + hex("00 0100 0100 0700  01 0400 05000000")),
+            sar + hex("02 0100 0100 0700  02 0400 0100 0300"));
+  EXPECT_EQ(client.ask(echo()), echo_answer());
+
+  modem.kill();
+  modem.start();
+  EXPECT_EQ(read(connection(modem.socket())), old);
+}
+
+TEST(tvk_modem_state, start_on_a_full_disk_is_refused_and_changes_nothing) {
+  const temp_dir dir;
+  const std::string state = dir.file("state");
+  const std::vector<std::string> serve = {"serve", "--socket", dir.file("modem.sock"), "--state",
+                                          state};
+  ASSERT_EQ(program({"nv", "list"}, state).exit_status, 0);
+  const auto size = std::filesystem::file_size(state + "/modem.db");
+  for (const rlim_t limit : {0U, 1000U, 4096U}) {
+    const file_size_limit limited(limit);
+    for (const std::string& directory : {state, dir.file("new")}) {
+      auto arguments = serve;
+      arguments.back() = directory;
+      const auto refused = support::run(TVK_MODEM_PROGRAM, arguments);
+      EXPECT_EQ(refused.exit_status, 1);
+      EXPECT_EQ(refused.signal, 0);
+      EXPECT_NE(refused.errors.find(directory + "/modem.db"), std::string::npos) << refused.errors;
+    }
+  }
+  EXPECT_EQ(std::filesystem::file_size(state + "/modem.db"), size);
+  EXPECT_EQ(program({"nv", "get", "550"}, state).output, "08 0a 10 10 07 10 32 54 96\n");
+}
+
+TEST(tvk_modem_state, restart_answers_first_and_forgets_what_is_unfinished) {
+  const simulated_modem modem({"extension/3=delay:300", "sar/0x0009=down"},
+                              simulated_modem::begin::at_once, {"--restart-time", "150"});
+  const connection client(modem.socket());
+  ASSERT_TRUE(client.send(look_up_all));
+  for (const bytes& seen : {service_up, sar_up, end_of_list}) EXPECT_EQ(client.receive(), seen);
+  const bytes file(500, 0x33);
+  ASSERT_EQ(ask(client, chunk_write(file, 0)).result, 0U);
+  ASSERT_EQ(ask_common(client, 80, u32(1) + u32(9) + u32(9) + u32(9)), 0U);
+  bytes delayed = echo("0900");
+  delayed[11] = 0x03;
+  ASSERT_TRUE(client.send(delayed));
+
+  const auto start = std::chrono::steady_clock::now();
+  const bytes answer = client.ask(request(4, common_message(31, u32(0x1000))));
+  EXPECT_EQ(bytes(answer.begin(), answer.begin() + 40),
+            service + hex("02 0100 0200 1102  01 0400 00000000  02 0400 fc010000  10 0002"
+                          "1f000000 00000000"));
+  for (const bytes& seen : {service_down, sar_down, service_up, sar_up}) {
+    EXPECT_EQ(client.receive(), seen);
+  }
+  EXPECT_GE(std::chrono::steady_clock::now() - start, 150ms);
+  EXPECT_EQ(ask(client, chunk_write(file, 414)).result, 29U);
+  EXPECT_EQ(client.ask(request(4, common_message(55, u32(0)))).at(40), 1)
+      << "the hot-swap run ended with the card in";
+  EXPECT_FALSE(client.readable(400ms)) << "the delayed answer";
+
+  // A service that is down for good stays so.
+  EXPECT_EQ(client.ask(sar + hex("00 0100 0900 0000")), sar_down);
+  EXPECT_EQ(ask_common(client, 31, u32(0x1000)), 0U);
+  EXPECT_EQ(client.receive(), service_down);
+  EXPECT_EQ(client.receive(), service_up);
+  EXPECT_FALSE(client.readable(100ms));
+}
+
+TEST(tvk_modem_state, full_dump_is_a_readable_file_of_its_own) {
+  const simulated_modem modem({}, simulated_modem::begin::at_once, {"--restart-time", "0"});
+  const connection client(modem.socket());
+  EXPECT_EQ(client.ask(look_up_extension), service_up);
+  EXPECT_EQ(client.receive(), end_of_list);
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(ask_common(client, 31, u32(0x2000)), 0U);
+    EXPECT_EQ(client.receive(), service_down);
+    EXPECT_EQ(client.receive(), service_up);
+  }
+  std::ifstream in(modem.state() + "/dump-2.bin");
+  const std::string text((std::istreambuf_iterator(in)), {});
+  EXPECT_TRUE(text.starts_with("tvk-modem dump 2\ntime 2")) << text.substr(0, 100);
+  for (const char* line : {"\nboots 1\nreason full dump asked for by a client\n",
+                           "\nnv 0 550 9: 08 0a 10 10 07 10 32 54 96\n",
+                           "\nefs 1 /nv/item_files/modem/lte/rrc/cap/fgi 4: 7f ff fe 1e\n"}) {
+    EXPECT_NE(text.find(line), std::string::npos) << line;
+  }
+  EXPECT_TRUE(std::filesystem::exists(modem.state() + "/dump-1.bin"));
+  EXPECT_FALSE(std::filesystem::exists(modem.state() + "/dump-2.bin.part"));
+}
+
+TEST(tvk_modem_state, programs_and_a_running_modem_see_each_others_changes) {
+  const simulated_modem modem;
+  const connection client(modem.socket());
+  const std::string& state = modem.state();
+  EXPECT_EQ(program({"nv", "set", "71", "0x41", "66", "--sub", "1"}, state).exit_status, 0);
+  EXPECT_EQ(ask(client, item_request{.item = 71, .subscription = 1}).data, hex("4142"));
+  const auto listed = program({"nv", "list", "--sub", "1"}, state).output;
+  EXPECT_NE(listed.find("\n  71  Banner                                 2  41 42\n"),
+            std::string::npos)
+      << listed;
+
+  const temp_dir dir;
+  std::ofstream(dir.file("in")) << std::string(500, 'z');
+  EXPECT_EQ(program({"efs", "put", "/f", dir.file("in")}, state).exit_status, 0);
+  EXPECT_EQ(read(client), bytes(500, 'z'));
+  ASSERT_EQ(write(client, bytes{'a', 0, 'b'}), 0U);
+  EXPECT_EQ(program({"efs", "cat", "/f"}, state).output, std::string("a\0b", 3));
+  EXPECT_NE(program({"efs", "ls"}, state).output.find("     3  /f\n"), std::string::npos);
+  EXPECT_EQ(program({"efs", "rm", "/f"}, state).exit_status, 0);
+  EXPECT_EQ(ask(client, file_request{}).result, 2U);
+}
+
+TEST(tvk_modem_state, programs_say_what_is_wrong) {
+  const temp_dir dir;
+  std::ofstream(dir.file("large")) << std::string(largest + 1, 'x');
+  struct row {
+    std::vector<std::string> arguments;
+    int exit_status;
+    std::string said;
+  };
+  const row rows[] = {
+      {{"nv", "get", "7000"}, 1, "no NV item 7000 of subscription 0"},
+      {{"nv", "get", "7233"}, 2, "NV item 7233: expected a number up to 7232"},
+      {{"nv", "set", "71", "256"}, 2, "byte 256: expected a number up to 255"},
+      {{"nv", "list", "--sub", "2"}, 2, "--sub 2: expected a number up to 1"},
+      {{"nv", "set", "71"}, 2, "BYTE is required"},
+      {{"efs", "cat", "/none"}, 1, "no EFS file /none of subscription 0"},
+      {{"efs", "rm", "/none", "--sub", "1"}, 1, "no EFS file /none of subscription 1"},
+      {{"efs", "put", "/f"}, 1, "- has no bytes, an EFS file has 1 to 102410"},
+      {{"efs", "put", "/f", dir.file("large")}, 1, "has too many bytes"},
+      {{"efs", "put", "/f", "/none"}, 1, "cannot read /none: No such file"},
+      {{"efs", "put", std::string(72, 'p')}, 2, "an EFS path has 1 to 71 bytes"},
+      {{"serve", "--set", "sar.dsi=21"}, 2, "expected sar.dsi from 0 to 20"},
+      {{"serve", "--set", "volume=1"}, 2, "expected one of sar.dsi=0..20"},
+  };
+  for (const row& each : rows) {
+    const auto result = program(each.arguments, dir.file("state"));
+    EXPECT_EQ(result.exit_status, each.exit_status) << each.said;
+    EXPECT_NE(result.errors.find(each.said), std::string::npos) << result.errors;
+    EXPECT_EQ(result.output, "");
+  }
+}
+
+TEST(tvk_modem_state, sar_state_is_set_and_range_checked) {
+  const simulated_modem modem({}, simulated_modem::begin::at_once, {"--set", "sar.dsi=7"});
+  const connection client(modem.socket());
+  const bytes get = sar + hex("00 0100 0200 0000");
+  EXPECT_EQ(client.ask(get), sar + hex("02 0100 0200 0e00  02 0400 0000 0000  10 0400 07000000"));
+  const auto error = [](const char* code) {
+    return sar + hex("02 0200 0100 0700  02 0400 0100") + hex(code);
+  };
+  EXPECT_EQ(client.ask(sar + hex("00 0200 0100 0700  01 0400 15000000")), error("3000"));
+  EXPECT_EQ(client.ask(sar + hex("00 0200 0100 0000")), error("1100"));
+  EXPECT_EQ(client.ask(sar + hex("00 0200 0100 0400  01 0100 05")), error("0100"));
+  EXPECT_EQ(client.ask(sar + hex("00 0200 0100 0700  01 0400 14000000")),
+            sar + hex("02 0200 0100 0700  02 0400 0000 0000"));
+  EXPECT_EQ(client.ask(get), sar + hex("02 0100 0200 0e00  02 0400 0000 0000  10 0400 14000000"));
+}
+
+}  // namespace

@@ -1,0 +1,98 @@
+// Extension requests for NV items, EFS files and common messages, byte by byte, and what their
+// answers hold.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+
+#include "support/bytes.h"
+
+namespace support {
+
+inline bytes u32(std::uint32_t value) {
+  return {static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8),
+          static_cast<std::uint8_t>(value >> 16), static_cast<std::uint8_t>(value >> 24)};
+}
+
+inline std::uint32_t u32_at(const bytes& from, std::size_t at) {
+  return static_cast<std::uint32_t>(from.at(at)) |
+         static_cast<std::uint32_t>(from.at(at + 1)) << 8 |
+         static_cast<std::uint32_t>(from.at(at + 2)) << 16 |
+         static_cast<std::uint32_t>(from.at(at + 3)) << 24;
+}
+
+/// TLVs of a request of this type with a payload of 512 bytes, zeros at its end.
+inline bytes extension_tlvs(std::uint32_t type, bytes payload) {
+  payload.resize(512);
+  return hex("01 0400") + u32(type) + hex("02 0400 00020000  10 0002") + payload;
+}
+
+// Offset 76: total length, 80: bytes in this chunk, 84: offset, 88: data.
+struct file_request {
+  std::uint8_t operation = 4;
+  std::string path = "/f";
+  std::uint32_t offset = 0;
+  std::uint32_t total = 0;
+  bytes data = {};
+  std::uint8_t subscription = 0;
+  std::uint8_t path_length = static_cast<std::uint8_t>(path.size());
+
+  [[nodiscard]] bytes payload() const {
+    bytes out = {operation, subscription, 0, 0, path_length};
+    out.insert(out.end(), path.begin(), path.end());
+    out.resize(76);
+    return out + u32(total) + u32(static_cast<std::uint32_t>(data.size())) + u32(offset) + data;
+  }
+};
+
+struct item_request {
+  std::uint8_t operation = 1;
+  std::uint16_t item = 550;
+  bytes data = {};
+  std::uint8_t subscription = 0;
+  std::uint32_t length = static_cast<std::uint32_t>(data.size());
+
+  [[nodiscard]] bytes payload() const {
+    bytes out = {operation, subscription, static_cast<std::uint8_t>(item),
+                 static_cast<std::uint8_t>(item >> 8)};
+    out.resize(76);
+    out = out + u32(length);
+    out.resize(88);
+    return out + data;
+  }
+};
+
+/// The chunk of a file that begins at `offset`, as the console cuts files.
+inline bytes chunk_of(const bytes& file, std::size_t offset) {
+  const std::size_t size = std::min<std::size_t>(414, file.size() - offset);
+  const auto start = file.begin() + static_cast<std::ptrdiff_t>(offset);
+  return {start, start + static_cast<std::ptrdiff_t>(size)};
+}
+
+/// What an answer to either holds. `tlvs`: result 0, data_len 444, 512 bytes of payload.
+struct nvefs_answer {
+  explicit nvefs_answer(const bytes& tlvs) {
+    const bytes head = hex("01 0400 00000000  02 0400 bc010000  10 0002");
+    if (tlvs.size() != head.size() + 512 || !std::equal(head.begin(), head.end(), tlvs.begin())) {
+      throw std::runtime_error("no answer to an NV or EFS request");
+    }
+    total = u32_at(tlvs, head.size() + 4);
+    const std::uint32_t chunk = u32_at(tlvs, head.size() + 8);
+    result = u32_at(tlvs, head.size() + 16);
+    data.assign(tlvs.begin() + static_cast<std::ptrdiff_t>(head.size() + 20), tlvs.end());
+    data.resize(chunk);
+  }
+
+  std::uint32_t total = 0;
+  std::uint32_t result = 0;
+  bytes data;  ///< as many as the answer counts
+};
+
+/// A common message of kind 2.
+inline bytes common_message(std::uint32_t number, const bytes& payload = {}) {
+  return u32(2) + u32(0) + u32(number) + u32(static_cast<std::uint32_t>(payload.size())) + payload;
+}
+
+}  // namespace support

@@ -1,0 +1,38 @@
+// What a call prints, and log lines without the source line numbers that nobody promises.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <string>
+
+namespace support {
+
+/// `RIL[name:123]: ` as `RIL[name:#]: `, on standard output and, with its source, in the system
+/// log.
+inline std::string masked(const std::string& text) {
+  const std::string digits = "0123456789";
+  std::string out;
+  std::size_t done = 0;
+  for (auto at = text.find("RIL["); at != std::string::npos; at = text.find("RIL[", at + 1)) {
+    const auto name = at + (text.compare(at, 11, "RIL[shell][") == 0 ? 11 : 4);
+    const auto colon = text.find_first_of(":] \n", name);
+    const auto end = text.find_first_not_of(digits, std::min(colon, text.size() - 1) + 1);
+    if (end == std::string::npos || text[colon] != ':' || end == colon + 1) continue;
+    if (text[end] != ']' || colon < done) continue;
+    out.append(text, done, colon + 1 - done).append("#");
+    done = end;
+  }
+  return out.append(text, done);
+}
+
+template <typename Call>
+std::string printed_by(Call call) {
+  testing::internal::CaptureStdout();
+  call();
+  std::fflush(stdout);
+  return masked(testing::internal::GetCapturedStdout());
+}
+
+}  // namespace support
