@@ -37,7 +37,7 @@ struct file_request {
   std::uint32_t total = 0;
   bytes data = {};
   std::uint32_t subscription = 0;
-  std::size_t path_length = path.size();
+  std::uint32_t path_length = static_cast<std::uint32_t>(path.size());
 
   [[nodiscard]] bytes payload() const {
     bytes out = {static_cast<std::uint8_t>(operation), static_cast<std::uint8_t>(subscription), 0,
