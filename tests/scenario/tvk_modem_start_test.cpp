@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "support/bytes.h"
+#include "support/extension_packets.h"
 #include "support/modem_connection.h"
 #include "support/process.h"
 #include "support/simulated_modem.h"
@@ -24,8 +25,14 @@ using namespace support::packets;
 using connection = support::modem_connection;
 using support::address_of;
 using support::bytes;
+using support::common_message;
+using support::extension_tlvs;
+using support::file_request;
+using support::hex;
 using support::simulated_modem;
 using support::temp_dir;
+using support::u32;
+using support::operator+;
 
 const bytes closed = {};
 
@@ -208,6 +215,11 @@ TEST(tvk_modem_trace, names_what_passes) {
     EXPECT_EQ(client.ask(echo()), end_of_list);
     EXPECT_EQ(client.receive(), echo_answer());
     ASSERT_TRUE(client.send(echo()));
+    const bytes head = service + hex("00 0100 0200 1102");
+    EXPECT_FALSE(
+        client.ask(head + extension_tlvs(2, file_request{.path = "/none"}.payload())).empty());
+    const auto query = common_message(55, u32(1));
+    EXPECT_FALSE(client.ask(head + extension_tlvs(4, query)).empty());
   }
   ASSERT_TRUE(modem.wait_for_error_text("leaves"));
   modem.send_signal(SIGTERM);
@@ -216,7 +228,9 @@ TEST(tvk_modem_trace, names_what_passes) {
        {"client 1:16384 connects\n", "NEW_LOOKUP  any service",
         "NEW_SERVER  extension (0xffe4)  version 1, instance 1, at 0:1\n", "end of list\n",
         "message 0x0002 exchange, transaction 1", "0x10 payload             512  aa bb cc ... 509",
-        "fault extension/2@2=silent\n", "client 1:16384 leaves"}) {
+        "fault extension/2@2=silent\n", "  EFS read, subscription 0, /none, from 0\n",
+        "  EFS read: 2 (not found)\n", "  common message 55, card status get: 1\n",
+        "  common message 55, card status get: 0 (ok), value 1\n", "client 1:16384 leaves"}) {
     EXPECT_NE(errors.find(text), std::string::npos) << text << " not in\n" << errors;
   }
 }

@@ -1,7 +1,6 @@
 // What tvk-modem keeps: items and files through kills, full disks and concurrent clients, restarts,
 // and the programs that show and change a state directory.
 #include <gtest/gtest.h>
-#include <signal.h>
 #include <sys/resource.h>
 
 #include <filesystem>

@@ -31,16 +31,17 @@ inline bytes extension_tlvs(std::uint32_t type, bytes payload) {
 
 // Offset 76: total length, 80: bytes in this chunk, 84: offset, 88: data.
 struct file_request {
-  std::uint8_t operation = 4;
+  std::uint32_t operation = 4;
   std::string path = "/f";
   std::uint32_t offset = 0;
   std::uint32_t total = 0;
   bytes data = {};
-  std::uint8_t subscription = 0;
-  std::uint8_t path_length = static_cast<std::uint8_t>(path.size());
+  std::uint32_t subscription = 0;
+  std::uint32_t path_length = static_cast<std::uint32_t>(path.size());
 
   [[nodiscard]] bytes payload() const {
-    bytes out = {operation, subscription, 0, 0, path_length};
+    bytes out = {static_cast<std::uint8_t>(operation), static_cast<std::uint8_t>(subscription), 0,
+                 0, static_cast<std::uint8_t>(path_length)};
     out.insert(out.end(), path.begin(), path.end());
     out.resize(76);
     return out + u32(total) + u32(static_cast<std::uint32_t>(data.size())) + u32(offset) + data;

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "simulator/failure.h"
+#include "simulator/modem/nv_store.h"
 #include "simulator/modem/store.h"
 #include "support/temp_dir.h"
 
@@ -125,6 +126,30 @@ TEST_F(store, refuses_what_is_not_its_database_and_leaves_it_alone) {
 TEST_F(store, refuses_its_own_database_without_its_table) {
   run_sql("PRAGMA application_id = 0x54564B4D; PRAGMA user_version = 1");
   EXPECT_NE(refusal().find(file_ + " is damaged"), std::string::npos) << refusal();
+}
+
+TEST_F(store, damaged_pages_are_refused_and_stay) {
+  { const sim::store made(directory_); }
+  std::string bytes = contents();
+  ASSERT_GT(bytes.size(), 3U * 4096);
+  bytes.replace(4096, bytes.size() - 4096, bytes.size() - 4096, '\x5A');
+  std::ofstream(file_, std::ios::binary) << bytes;
+  EXPECT_NE(refusal().find(file_), std::string::npos) << refusal();
+  EXPECT_TRUE(contents() == bytes) << "changed";
+}
+
+TEST_F(store, older_database_keeps_its_counters_and_gets_the_items) {
+  run_sql(
+      "CREATE TABLE counters (name TEXT PRIMARY KEY NOT NULL, value INTEGER NOT NULL) "
+      "WITHOUT ROWID; INSERT INTO counters VALUES ('boots', 5);"
+      "PRAGMA application_id = 0x54564B4D; PRAGMA user_version = 1");
+  for (int start = 0; start < 2; ++start) {
+    sim::store opened(directory_);
+    EXPECT_EQ(opened.counter("boots"), 5);
+    sim::nv_store items(opened);
+    EXPECT_EQ(items.read(1, 85).has_value(), start == 0) << "seeded only once";
+    (void)items.erase(1, 85);
+  }
 }
 
 TEST_F(store, names_a_directory_that_cannot_be) {
