@@ -23,7 +23,8 @@ if(TVK_SANITIZE)
   add_link_options(-fsanitize=${TVK_SANITIZE})
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     # Guesses about memory that the sanitizers' own code leads astray, and that they check for real.
-    add_compile_options(-Wno-array-bounds -Wno-maybe-uninitialized -Wno-stringop-overflow)
+    add_compile_options(-Wno-array-bounds -Wno-maybe-uninitialized -Wno-stringop-overflow
+      -Wno-stringop-overread)
   endif()
 endif()
 
