@@ -8,7 +8,6 @@
 
 #include "simulator/commands.h"
 #include "simulator/modem/efs_store.h"
-#include "simulator/signals.h"
 
 namespace sim {
 namespace {
@@ -59,7 +58,6 @@ void put(efs_store& files, const efs_command& asked) {
 }  // namespace
 
 int run(const efs_command& asked) {
-  block_file_size_signal();
   store opened(asked.state);
   efs_store files(opened);
   switch (asked.what) {

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -64,6 +65,7 @@ int start(const std::vector<std::string>& command, const sigset_t& mask, pid_t& 
   if (child < 0) return errno;
   if (child == 0) {
     ::pthread_sigmask(SIG_SETMASK, &mask, nullptr);
+    std::signal(SIGXFSZ, SIG_DFL);
     ::execvp(arguments[0], arguments.data());
     const int error = errno;
     const bool told = ::write(teller.get(), &error, sizeof(error)) == sizeof(error);

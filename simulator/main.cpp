@@ -1,5 +1,6 @@
 #include <fmt/core.h>
 
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <variant>
@@ -9,6 +10,8 @@
 #include "simulator/failure.h"
 
 int main(int argc, char** argv) try {
+  // A file that has reached its limit is an error of the writing call, as a full disk is.
+  std::signal(SIGXFSZ, SIG_IGN);
   return std::visit([](auto command) { return sim::run(std::move(command)); },
                     sim::parse_command_line(argc, argv));
 } catch (const sim::usage_error& error) {

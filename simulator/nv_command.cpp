@@ -6,7 +6,6 @@
 #include "simulator/commands.h"
 #include "simulator/modem/nv_seed.h"
 #include "simulator/modem/nv_store.h"
-#include "simulator/signals.h"
 
 namespace sim {
 namespace {
@@ -31,7 +30,6 @@ void get(nv_store& items, const nv_command& asked) {
 }  // namespace
 
 int run(const nv_command& asked) {
-  block_file_size_signal();
   store opened(asked.state);
   nv_store items(opened);
   switch (asked.what) {

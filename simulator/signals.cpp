@@ -13,19 +13,11 @@ int open_descriptor(std::initializer_list<int> numbers, sigset_t& before) {
   for (const int number : numbers) ::sigaddset(&watched, number);
   sigset_t blocked = watched;
   ::sigaddset(&blocked, SIGPIPE);
-  ::sigaddset(&blocked, SIGXFSZ);
   ::pthread_sigmask(SIG_BLOCK, &blocked, &before);
   return ::signalfd(-1, &watched, SFD_CLOEXEC | SFD_NONBLOCK);
 }
 
 }  // namespace
-
-void block_file_size_signal() {
-  sigset_t blocked;
-  ::sigemptyset(&blocked);
-  ::sigaddset(&blocked, SIGXFSZ);
-  ::pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
-}
 
 signals::signals(asio::io_context& io, std::initializer_list<int> numbers, handler handle)
     : descriptor_(io, open_descriptor(numbers, mask_before_)), handle_(std::move(handle)) {

@@ -12,16 +12,12 @@
 
 namespace sim {
 
-/// Makes a file that has reached its limit an error like a full disk.
-void block_file_size_signal();
-
 class signals {
  public:
   using handler = std::function<void(const signalfd_siginfo&)>;
 
   /// Blocks the signals, for as long as the program runs, and passes them to `handle`. Blocks
-  /// SIGPIPE as well, since whoever reads the trace may leave, and the signal of a file
-  /// that is too large.
+  /// SIGPIPE as well, since whoever reads the trace may leave.
   signals(asio::io_context& io, std::initializer_list<int> numbers, handler handle);
 
   /// What was blocked before, for programs that are started from here.

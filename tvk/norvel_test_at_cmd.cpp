@@ -79,6 +79,7 @@ int norvel_test_at_cmd_do(int argc, char** argv) {
     show_help(at_cmd.number);
     return 1;
   }
+  pthread_detach(receiver);
   const int result = norvel_test_at_cmd_send(cmd.data());
   while (at_receive_done == 0) std::this_thread::sleep_for(std::chrono::seconds(1));
   at_receive_done = 0;
