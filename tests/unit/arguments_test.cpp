@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <cstdio>
+#include <initializer_list>
 #include <string>
 
 #include "norvel_extend_qmi/norvel_text.h"
@@ -67,18 +67,16 @@ TEST(arguments, hexadecimal_digits_without_prefix) {
   EXPECT_EQ(hex_string_to_int(std::string(50, 'g')), 0);
 }
 
-TEST(arguments, null_is_reported_unless_quiet) {
-  int value = 1;
-  EXPECT_EQ(printed_by([&] { value = norvel_string_to_int(nullptr); }), "\ninput is null\n");
-  EXPECT_EQ(value, 0);
-  value = 1;
-  EXPECT_EQ(printed_by([&] { value = norvel_hex_string_to_int(nullptr); }), "\ninput is null\n");
-  EXPECT_EQ(value, 0);
-  quiet_notes = 1;
-  EXPECT_EQ(printed_by([] { norvel_string_to_int(nullptr); }), "");
-  EXPECT_EQ(printed_by([] { norvel_hex_string_to_int(nullptr); }), "");
-  quiet_notes = 2;
-  EXPECT_EQ(printed_by([] { norvel_hex_string_to_int(nullptr); }), "\ninput is null\n");
+TEST(arguments, null_is_0_and_reported_unless_quiet) {
+  for (const auto quiet : std::initializer_list<unsigned char>{0, 1, 2}) {
+    quiet_notes = quiet;
+    for (auto* convert : {norvel_string_to_int, norvel_hex_string_to_int}) {
+      int value = 1;
+      EXPECT_EQ(printed_by([&] { value = convert(nullptr); }),
+                quiet == 1 ? "" : "\ninput is null\n");
+      EXPECT_EQ(value, 0);
+    }
+  }
 }
 
 TEST(arguments_death, hexadecimal_out_of_bounds_aborts) {

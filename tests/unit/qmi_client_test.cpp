@@ -352,26 +352,6 @@ TEST_F(qmi_client, sizes_that_are_not_the_tables_are_refused_unsent) {
   EXPECT_EQ(qmi_client_release(handle), 0);
 }
 
-TEST_F(qmi_client, requests_count_transactions_from_1_and_end_where_their_tlvs_end) {
-  start_modem();
-  auto* handle = connect();
-  EXPECT_EQ(send(handle, 0x01020304, 2000), 0);
-  modem_->answer_with_tlvs(no_error);
-  answer got{};
-  EXPECT_EQ(qmi_client_send_msg_sync(handle, 2, nullptr, 0, &got, sizeof(got), 2000), 0);
-  EXPECT_EQ(qmi_client_send_msg_sync(handle, 1, nullptr, 0, &got, sizeof(got), 2000), 0);
-  auto* second = connect();
-  EXPECT_EQ(send(second, 5, 2000), 0);
-  const auto sent = modem_->requests();
-  ASSERT_EQ(sent.size(), 4U);
-  EXPECT_EQ(sent[0].data, hex("00 0100 0100 0700  01 0400 04030201"));
-  EXPECT_EQ(sent[1].data, hex("00 0200 0200 0000"));
-  EXPECT_EQ(sent[2].data, hex("00 0300 0100 0000"));
-  EXPECT_EQ(sent[3].data, hex("00 0100 0100 0700  01 0400 05000000"));
-  EXPECT_EQ(qmi_client_release(handle), 0);
-  EXPECT_EQ(qmi_client_release(second), 0);
-}
-
 TEST_F(qmi_client, refusal_of_the_service_is_an_answer) {
   start_modem();
   auto* handle = connect();
