@@ -21,6 +21,7 @@
 namespace {
 
 using support::bytes;
+using support::client_made;
 using support::datagram;
 using support::fill;
 using support::hand_modem;
@@ -28,10 +29,6 @@ using support::hex;
 using support::qmi_response;
 using support::operator+;
 
-const std::string client_made =
-    "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_services = 1\n"
-    "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_entries = 1 num_services = 1\n"
-    "QMI client inited\n";
 const std::string exchanged =
     "norvel_extend_qmi_send_sync resp_len:508\n"
     "norvel_extend_qmi_handle_req_cb result:0\n";

@@ -19,6 +19,7 @@
 namespace {
 
 using support::bytes;
+using support::client_made;
 using support::datagram;
 using support::fill;
 using support::hand_modem;
@@ -26,11 +27,6 @@ using support::hex;
 using support::printed_by;
 using support::simulated_modem;
 using support::operator+;
-
-const std::string client_made =
-    "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_services = 1\n"
-    "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_entries = 1 num_services = 1\n"
-    "QMI client inited\n";
 
 void use_modem(const std::string& endpoint) {
   setenv("TVK_MODEM", endpoint.c_str(), 1);
@@ -182,24 +178,6 @@ TEST(extension_client, client_that_could_not_be_made_is_tried_again) {
   const simulated_modem modem;
   use_modem(modem.endpoint());
   EXPECT_EQ(exchange(counting(20), 512).result, 0);
-}
-
-TEST(extension_client, service_that_went_away_fails_each_request_at_once) {
-  hand_modem modem;
-  use_modem(modem.endpoint());
-  modem.answer_with_tlvs(hex("01 0400 00000000  02 0400 00000000"));
-  EXPECT_EQ(exchange({}, 0).result, 0);
-  modem.withdraw({});
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));
-  for (int i = 0; i < 2; ++i) {
-    const auto start = std::chrono::steady_clock::now();
-    const auto got = exchange({}, 0);
-    EXPECT_EQ(got.result, -3);
-    EXPECT_EQ(got.printed,
-              "send msg sync failed:-2\n"
-              "norvel_extend_qmi_handle_req_cb result:-3\n");
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1500));
-  }
 }
 
 TEST(extension_client, exchanges_of_eight_threads_do_not_mix) {

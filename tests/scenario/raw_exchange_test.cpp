@@ -11,6 +11,7 @@
 
 #include "support/bytes.h"
 #include "support/hand_modem.h"
+#include "support/printed.h"
 #include "support/simulated_modem.h"
 
 namespace {
@@ -25,10 +26,8 @@ using support::operator+;
 
 const std::string up_to_the_exchange =
     "nl_qmi req data(qmi_id: 0, len: 3[max: 500]):\n"
-    "0x1F 0xFF 0x00 \n"
-    "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_services = 1\n"
-    "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_entries = 1 num_services = 1\n"
-    "QMI client inited\n";
+    "0x1F 0xFF 0x00 \n" +
+    support::client_made;
 const std::string success =
     "norvel_extend_qmi_send_sync resp_len:0\n"
     "norvel_extend_qmi_handle_req_cb result:0\n"
