@@ -21,6 +21,7 @@
 namespace {
 
 using support::bytes;
+using support::client_made;
 using support::datagram;
 using support::fill;
 using support::hand_modem;
@@ -28,10 +29,6 @@ using support::hex;
 using support::qmi_response;
 using support::operator+;
 
-const std::string client_made =
-    "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_services = 1\n"
-    "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_entries = 1 num_services = 1\n"
-    "QMI client inited\n";
 const std::string exchanged =
     "norvel_extend_qmi_send_sync resp_len:508\n"
     "norvel_extend_qmi_handle_req_cb result:0\n";
@@ -106,27 +103,20 @@ TEST_F(command, request_bytes) {
   const bytes tx_path =
       hex("2f6e762f6974656d5f66696c65732f6d6f64656d2f616e74656e6e612f"
           "616e745f74785f636f6e666967");
-  ASSERT_EQ(gpio_path.size(), 0x2EU);
-  ASSERT_EQ(tx_path.size(), 0x2AU);
   const struct {
     std::string line;
     unsigned type;
     bytes payload;
   } rows[] = {
-      {"3 0", 4, {}},
       {"3 0 1 -1 0x10 70000 x", 4,
        hex("00000000 00000000 05000000  01000000 ffffffff 00000000 70110100 00000000")},
       {"3 0" + sixty, 4, hex("00000000 00000000 3c000000") + fifty},
       {"3 3 1 4 0x10", 4, hex("01000000 00000000 01000000 04000000 10000000 00000000")},
-      {"3 3 0 2 0xFFFFFFFFFFFFFFFF", 4,
-       hex("01000000 00000000 00000000 02000000 ffffffff ffffffff")},
       {"3 3 -1 70000 4294967298", 4, hex("01000000 00000000 ffffffff 70110100 02000000 01000000")},
-      {"3 3 1 3 010", 4, hex("01000000 00000000 01000000 03000000 08000000 00000000")},
       {"3 1", 2, hex("04 00 0000 2e") + gpio_path},
       {"3 2", 2, hex("06 00 0000 2e") + gpio_path},
       {"3 4", 2, hex("04 00 0000 2a") + tx_path},
       {"3 5", 2, hex("06 00 0000 2a") + tx_path},
-      {"4 1 0 0", 2, hex("01 00 0000")},
       {"4 1 7 550", 2, hex("01 01 2602")},
       {"4 2 1 550 1 2 0x10", 2, padded(hex("02 01 2602"), 76) + hex("03000000 00*8 010200")},
       {"4 2 0 1 256 -1 300x", 2, padded(hex("02 00 0100"), 76) + hex("03000000 00*8 00ff2c")},
@@ -140,19 +130,14 @@ TEST_F(command, request_bytes) {
        padded(hex("05 01 0000 02 2f61"), 76) + hex("6d010000 6d010000 00000000 5a*365")},
       {"4 6 1 /a", 2, hex("06 00 0000 02 2f61")},
       {"5 1", 4, hex("02000000 00000000 27000000 00000000")},
-      {"5 2 0", 4, hex("02000000 00000000 37000000 04000000 00000000")},
       {"5 2 -3", 4, hex("02000000 00000000 37000000 04000000 01000000")},
       {"5 3 1 0 7", 4, hex("02000000 00000000 39000000 0c000000 01000000 00000000 01000000")},
       {"5 4", 4, hex("02000000 00000000 38000000 00000000")},
       {"5 9 0", 4, hex("02000000 00000000 50000000 04000000 00000000")},
-      {"5 9 0 4 5", 4, hex("02000000 00000000 50000000 04000000 00000000")},
-      {"5 9 1 10 10 5", 4,
-       hex("02000000 00000000 50000000 10000000 01000000 0a000000 0a000000 05000000")},
       {"5 9 2 -1 70000 0", 4,
        hex("02000000 00000000 50000000 10000000 02000000 ffffffff 70110100 00000000")},
       {"5 7", 4, hex("02000000 00000000 23000000 00000000")},
       {"7 2 255", 4, hex("14000000")},
-      {"7 2 0", 4, hex("14000000")},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.line.substr(0, 40));
@@ -178,57 +163,51 @@ TEST_F(command, misuse_sends_nothing) {
   }
 }
 
-const bytes restart = hex("02000000 00000000 1f000000 04000000 00100000");
-const bytes dump = hex("02000000 00000000 1f000000 04000000 00200000");
-
 TEST_F(command, restart_is_one_message) {
   std::ofstream(properties()) << "persist.vendor.ssr.restart_level=ALL_ENABLE\n";
   const auto got = run("5 5");
-  EXPECT_EQ(sent(), (exchanges{{4, padded(restart)}})) << got.output;
+  EXPECT_EQ(sent(), (exchanges{{4, padded(hex("02000000 00000000 1f000000 04000000 00100000"))}}))
+      << got.output;
 }
 
 TEST_F(command, full_dump_counts_the_switch_before_it_asks) {
   const bytes path =
       hex("2f6e762f6974656d5f66696c65732f6d6f64656d2f6e6f7276656c2f"
           "7373725f7570646174655f636f756e74");
-  const bytes get = hex("04 00 0000 2c") + path;
-  const auto put = [&](const bytes& count) {
-    return padded(hex("05 00 0000 2c") + path, 76) + hex("04000000 04000000 00000000") + count;
-  };
+  const auto get = padded(hex("04 00 0000 2c") + path);
+  const auto put = padded(hex("05 00 0000 2c") + path, 76) + hex("04000000 04000000 00000000");
+  const auto dump = padded(hex("02000000 00000000 1f000000 04000000 00200000"));
   const struct {
-    const char* name;
-    bytes read_answer;
-    bytes written;
+    const char* level;
+    const char* result_and_count;
+    exchanges sent;
+    int signal;
   } rows[] = {
-      {"255", fill(4) + hex("04000000 04000000 00*4 00000000 ff000000"), hex("00010000")},
-      {"near the end", fill(4) + hex("04000000 04000000 00*4 00000000 feffffff"), hex("ffffffff")},
+      {"ALL_ENABLE",
+       "00000000 ff000000",
+       {{2, get}, {2, padded(put + hex("00010000"))}, {4, dump}},
+       0},
+      {"ALL_ENABLE",
+       "00000000 feffffff",
+       {{2, get}, {2, padded(put + hex("ffffffff"))}, {4, dump}},
+       0},
+      // A failed read counts as 0, whatever the answer holds. The write fails too: nobody minds.
+      {"anything",
+       "02000000 ff000000",
+       {{2, get}, {2, padded(put + hex("01000000"))}, {4, dump}},
+       0},
+      {"ALL_ENABLE", "00000000 ffffffff", {{2, get}}, SIGABRT},
+      {"ALL_DISABLE", "00000000 00000000", {{4, dump}}, 0},
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    std::ofstream(properties()) << "persist.vendor.ssr.restart_level=ALL_ENABLE\n";
-    answer(row.read_answer, {});
+    SCOPED_TRACE(row.result_and_count);
+    std::ofstream(properties()) << "persist.vendor.ssr.restart_level=" << row.level << "\n";
+    answer(fill(4) + hex("04000000 04000000 00*4") + hex(row.result_and_count), {});
     const auto got = run("5 6");
-    EXPECT_EQ(sent(),
-              (exchanges{{2, padded(get)}, {2, padded(put(row.written))}, {4, padded(dump)}}))
-        << got.output;
+    EXPECT_EQ(got.signal, row.signal);
+    EXPECT_EQ(got.output.find("error_code"), std::string::npos) << got.output;
+    EXPECT_EQ(sent(), row.sent) << got.output;
   }
-
-  // A failed read counts as 0, whatever the answer holds. The write fails too: nobody minds.
-  std::ofstream(properties()) << "persist.vendor.ssr.restart_level=anything\n";
-  answer(fill(4) + hex("04000000 04000000 00*4 02000000 ff000000"), {});
-  const auto failed = run("5 6");
-  EXPECT_EQ(sent(),
-            (exchanges{{2, padded(get)}, {2, padded(put(hex("01000000")))}, {4, padded(dump)}}));
-  EXPECT_EQ(failed.output.find("error_code"), std::string::npos) << failed.output;
-
-  std::ofstream(properties()) << "persist.vendor.ssr.restart_level=ALL_ENABLE\n";
-  answer(fill(4) + hex("04000000 04000000 00*4 00000000 ffffffff"), {});
-  EXPECT_EQ(run("5 6").signal, SIGABRT);
-  EXPECT_EQ(sent(), (exchanges{{2, padded(get)}}));
-
-  std::ofstream(properties()) << "persist.vendor.ssr.restart_level=ALL_DISABLE\n";
-  (void)run("5 6");
-  EXPECT_EQ(sent(), (exchanges{{4, padded(dump)}}));
 }
 
 TEST_F(command, printed_answer_of_a_common_message) {
@@ -236,31 +215,19 @@ TEST_F(command, printed_answer_of_a_common_message) {
       "norvel_cmn_card_status_query\nparam(cnt: 0):\nnorvel_cmn_cmd_send, t: 39, l: 0\n" +
       client_made + exchanged;
   const struct {
-    const char* name;
     bytes words;
     std::string output;
   } rows[] = {
-      {"one value", hex("eeeeeeee 00000000 01000000 04000000"),
-       "result = 0, rsp.result = 0\n\ndata len(4)\ndata: 01 00 00 00\n"},
-      {"data runs over its length", hex("00*8 0a0b0c0d 06000000 ff"),
-       "result = 0, rsp.result = 0\n\ndata len(6)\ndata: 0A 0B 0C 0D 06 00\n"},
-      {"nothing", {}, "result = 0, rsp.result = 0\n\ndata len(0)\ndata:\n"},
-      {"500 bytes", hex("00*8 c3c3c3c3 f4010000 c3*492"),
-       "result = 0, rsp.result = 0\n\ndata len(500)\ndata: C3 C3 C3 C3 F4 01 00 00" +
-           repeated(" C3", 492) + "\n"},
+      // The data runs over its length.
+      {hex("00*8 0a0b0c0d 06000000 ff"), "0\n\ndata len(6)\ndata: 0A 0B 0C 0D 06 00\n"},
+      {hex("00*8 c3c3c3c3 f4010000 c3*492"),
+       "0\n\ndata len(500)\ndata: C3 C3 C3 C3 F4 01 00 00" + repeated(" C3", 492) + "\n"},
       // The exchange itself went well: no error is shown.
-      {"result of the modem", hex("00*4 07000000 01000000 04000000"),
-       "result = 0, rsp.result = 7\nrsp.result fail\n"},
-      {"negative result", hex("00*4 ffffffff 01000000 04000000"),
-       "result = 0, rsp.result = -1\nrsp.result fail\n"},
+      {hex("00*4 ffffffff 01000000 04000000"), "-1\nrsp.result fail\n"},
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
     answer({}, row.words);
-    const auto got = run("5 1");
-    EXPECT_EQ(got.output, start + row.output);
-    EXPECT_EQ(got.errors, "");
-    EXPECT_EQ(got.exit_status, 0);
+    EXPECT_EQ(run("5 1").output, start + "result = 0, rsp.result = " + row.output);
   }
 }
 
@@ -273,29 +240,24 @@ TEST_F(command, answer_above_500_bytes_aborts_behind_its_length) {
       << got.output;
 }
 
-TEST_F(command, item_and_file_data_are_printed_and_long_ones_cut) {
+TEST_F(command, item_and_file_data_are_cut_to_365_bytes) {
   const auto data = hex("00 0f a0") + fill(421, 0x7B);
-  const struct {
-    const char* line;
-    bytes answer;
-    std::string end;
-  } rows[] = {
-      {"4 1 0 5", hex("00*4 03000000 00*8 00*4") + data, "\ndata len(3)\ndata:  00 0F A0\n"},
-      {"4 1 0 5", hex("00*4 6e010000 00*8 00*4") + data,
-       "\ndata len(365)\ndata:  00 0F A0" + repeated(" 7B", 362) + "\n"},
-      {"4 4 0 /a", hex("00*4 03000000 03000000 00*4 00*4") + data,
-       "\ndata len(3)\ndata:  00 0F A0\n"},
-      {"4 4 0 /a", hex("00*4 a8010000 a8010000 00*4 00*4") + data,
-       "\ndata len(365)\ndata:  00 0F A0" + repeated(" 7B", 362) + "\n"},
-      {"3 4", hex("00*4 03000000 03000000 00*4 00*4") + data, "\ndata len(3)\ndata:  00 0F A0\n"},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.line);
-    answer(row.answer, {});
-    const auto got = run(row.line);
-    EXPECT_TRUE(got.output.ends_with(row.end)) << got.output;
-    EXPECT_EQ(got.exit_status, 0);
+  answer(hex("00*4 6e010000 a8010000 00*4 00*4") + data, {});
+  for (const char* line : {"4 1 0 5", "4 4 0 /a"}) {
+    const auto got = run(line).output;
+    EXPECT_TRUE(got.ends_with("\ndata len(365)\ndata:  00 0F A0" + repeated(" 7B", 362) + "\n"))
+        << got;
   }
+}
+
+/// "size name value" of each counter, as the program prints a block.
+std::string block(const std::string& name, const std::string& counters, int end) {
+  std::string text = "-------- stats " + name + " info start --------\n";
+  std::istringstream in(counters);
+  for (std::string size, counter, value; in >> size >> counter >> value;) {
+    text += "UNPK[size:" + size + "], " + counter + " = " + value + "\n";
+  }
+  return text + "-------- stats " + name + " info end, cnt(" + std::to_string(end) + ") --------\n";
 }
 
 // version 3 | main | diag | cm | uim, every counter with a value of its own
@@ -308,72 +270,46 @@ const bytes debug_answer =
         "1e000000 1f000000 20000000 21000000 22000000"
         "06 07 23000000 24000000");
 const std::string main_block =
-    "-------- stats main info start --------\n"
-    "UNPK[size:1], g_modem_stats_feature_enable_status = 1\n"
-    "UNPK[size:8], g_pk_version_not_support_num = 0\n"
-    "UNPK[size:8], g_modem_stats_cmd_ok_count = 72623859790382856\n"
-    "UNPK[size:8], g_modem_stats_cmd_fail_count = 18446744073709551615\n"
-    "-------- stats main info end, cnt(26) --------\n";
+    block("main",
+          "1 g_modem_stats_feature_enable_status 1 8 g_pk_version_not_support_num 0 "
+          "8 g_modem_stats_cmd_ok_count 72623859790382856 "
+          "8 g_modem_stats_cmd_fail_count 18446744073709551615",
+          26);
 const std::string other_blocks =
-    "-------- stats diag info start --------\n"
-    "UNPK[size:1], init_state = 1\n"
-    "UNPK[size:4], listener_event_num = 10\n"
-    "UNPK[size:1], listener_event_state = 2\n"
-    "UNPK[size:4], listener_event_call_num = 11\n"
-    "UNPK[size:4], listener_event_parse_num = 12\n"
-    "UNPK[size:4], listener_log_num = 13\n"
-    "UNPK[size:1], listener_log_state = 3\n"
-    "UNPK[size:8], listener_log_call_num = 4294967310\n"
-    "UNPK[size:8], listener_log_parse_num = 15\n"
-    "UNPK[size:4], poll_update_call_num = 16\n"
-    "UNPK[size:4], poll_update_parse_num = 4294967295\n"
-    "-------- stats diag info end, cnt(69) --------\n"
-    "-------- stats cm info start --------\n"
-    "UNPK[size:1], init_state = 4\n"
-    "UNPK[size:1], listener_state = 5\n"
-    "UNPK[size:4], listener_call_event_call_num = 21\n"
-    "UNPK[size:4], listener_call_event_parse_num = 22\n"
-    "UNPK[size:4], listener_subs_event_call_num = 23\n"
-    "UNPK[size:4], listener_subs_event_parse_num = 24\n"
-    "UNPK[size:4], listener_ss_event_call_num = 25\n"
-    "UNPK[size:4], listener_ss_event_parse_num = 26\n"
-    "UNPK[size:4], listener_stats_event_call_num = 27\n"
-    "UNPK[size:4], listener_stats_event_parse_num = 28\n"
-    "UNPK[size:4], poll_update_rf_call_num = 29\n"
-    "UNPK[size:4], poll_update_rf_parse_num = 30\n"
-    "UNPK[size:4], poll_update_lte_call_num = 31\n"
-    "UNPK[size:4], poll_update_lte_parse_num = 32\n"
-    "UNPK[size:4], poll_update_nr5g_call_num = 33\n"
-    "UNPK[size:4], poll_update_nr5g_parse_num = 34\n"
-    "-------- stats cm info end, cnt(127) --------\n"
-    "-------- stats uim info start --------\n"
-    "UNPK[size:1], init_state = 6\n"
-    "UNPK[size:1], listener_state = 7\n"
-    "UNPK[size:4], listener_event_call_num = 35\n"
-    "UNPK[size:4], listener_event_parse_num = 36\n"
-    "-------- stats uim info end, cnt(137) --------\n";
-// The diag names over the bytes of the main block and the start of the diag block.
+    block("diag",
+          "1 init_state 1 4 listener_event_num 10 1 listener_event_state 2 "
+          "4 listener_event_call_num 11 4 listener_event_parse_num 12 4 listener_log_num 13 "
+          "1 listener_log_state 3 8 listener_log_call_num 4294967310 8 listener_log_parse_num 15 "
+          "4 poll_update_call_num 16 4 poll_update_parse_num 4294967295",
+          69) +
+    block("cm",
+          "1 init_state 4 1 listener_state 5 4 listener_call_event_call_num 21 "
+          "4 listener_call_event_parse_num 22 4 listener_subs_event_call_num 23 "
+          "4 listener_subs_event_parse_num 24 4 listener_ss_event_call_num 25 "
+          "4 listener_ss_event_parse_num 26 4 listener_stats_event_call_num 27 "
+          "4 listener_stats_event_parse_num 28 4 poll_update_rf_call_num 29 "
+          "4 poll_update_rf_parse_num 30 4 poll_update_lte_call_num 31 "
+          "4 poll_update_lte_parse_num 32 4 poll_update_nr5g_call_num 33 "
+          "4 poll_update_nr5g_parse_num 34",
+          127) +
+    block("uim",
+          "1 init_state 6 1 listener_state 7 4 listener_event_call_num 35 "
+          "4 listener_event_parse_num 36",
+          137);
+// The names over the bytes of the main block and the start of the diag block.
 const std::string misplaced_diag_block =
-    "-------- stats diag info start --------\n"
-    "UNPK[size:1], init_state = 1\n"
-    "UNPK[size:4], listener_event_num = 0\n"
-    "UNPK[size:1], listener_event_state = 0\n"
-    "UNPK[size:4], listener_event_call_num = 134217728\n"
-    "UNPK[size:4], listener_event_parse_num = 67438087\n"
-    "UNPK[size:4], listener_log_num = 4278256131\n"
-    "UNPK[size:1], listener_log_state = 255\n"
-    "UNPK[size:8], listener_log_call_num = 721138890332700671\n"
-    "UNPK[size:8], listener_log_parse_num = 47278194688\n"
-    "UNPK[size:4], poll_update_call_num = 12\n"
-    "UNPK[size:4], poll_update_parse_num = 13\n"
-    "-------- stats diag info end, cnt(44) --------\n";
+    block("diag",
+          "1 init_state 1 4 listener_event_num 0 1 listener_event_state 0 "
+          "4 listener_event_call_num 134217728 4 listener_event_parse_num 67438087 "
+          "4 listener_log_num 4278256131 1 listener_log_state 255 "
+          "8 listener_log_call_num 721138890332700671 8 listener_log_parse_num 47278194688 "
+          "4 poll_update_call_num 12 4 poll_update_parse_num 13",
+          44);
 const std::string misplaced_uim_block =
-    "-------- stats uim info start --------\n"
-    "UNPK[size:1], init_state = 1\n"
-    "UNPK[size:1], listener_state = 0\n"
-    "UNPK[size:4], listener_event_call_num = 0\n"
-    "UNPK[size:4], listener_event_parse_num = 134217728\n"
-    "-------- stats uim info end, cnt(11) --------\n";
+    block("uim",
+          "1 init_state 1 1 listener_state 0 4 listener_event_call_num 0 "
+          "4 listener_event_parse_num 134217728",
+          11);
 
 std::string debug_start(const std::string& mask) {
   return "Get the debug info of modem_stats, mask = " + mask +
@@ -392,12 +328,10 @@ TEST_F(command, debug_info_blocks) {
     std::string blocks;
   } rows[] = {
       {"7 2 255", "0xff", main_block + other_blocks},
-      {"7 2 15", "0xf", main_block + other_blocks},
       {"7 2 -1", "0xffffffff", main_block + other_blocks},
       {"7 2 1", "0x1", main_block},
       {"7 2 2", "0x2", misplaced_diag_block},
       {"7 2 8 extra", "0x8", misplaced_uim_block},
-      {"7 2 16", "0x10", ""},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.line);
@@ -419,7 +353,6 @@ TEST_F(command, debug_info_verdict) {
   } rows[] = {
       {hex("03 01 00*8 0807060504030201 ffffffffffffffff"),
        "3, 1, 0, 72623859790382856, 18446744073709551615", good},
-      {hex("ff 02 00*8 00*8 00*8"), "255, 2, 0, 0, 0", good},
       {hex("03 00 00*8 01 00*7 00*8"), "3, 0, 0, 1, 0", bad},
       {hex("03 01 00*7 80 00*8 00*8"), "3, 1, 9223372036854775808, 0, 0", bad},
   };
@@ -441,19 +374,10 @@ TEST_F(command, debug_info_verdict) {
   }
 }
 
-TEST_F(command, debug_info_failures_end_without_a_note) {
+TEST_F(command, debug_info_that_the_modem_refuses_ends_without_a_note) {
   answer({}, hex("00*4 fbffffff 03"));
   EXPECT_EQ(run("7 2 255").output,
             debug_start("0xff") + "qmi response fail, result = -5, rsp.result = -5\n");
-  modem_.answer_with_tlvs(hex("01 0400 03000000  02 0400 00000000"));
-  EXPECT_EQ(run("7 2 1").output,
-            "Get the debug info of modem_stats, mask = 0x1\n"
-            "RIL[norvel_common_qmi_req:1068]: function entry ------------->\n" +
-                client_made +
-                "3 QMI service framework error. Check client\n"
-                "norvel_extend_qmi_handle_req_cb result:-3\n"
-                "RIL[norvel_common_qmi_req:1106]: function exit <-------------\n"
-                "norvel_common_qmi_req fail, REQUEST_ID_COMMON, result = -3, rsp.result = 0\n");
 }
 
 TEST_F(command, sar_state_is_asked_for_with_an_empty_request) {
@@ -464,12 +388,9 @@ TEST_F(command, sar_state_is_asked_for_with_an_empty_request) {
     std::string message;
     int value;
   } rows[] = {
-      {"state 20", hex("02 0400 00000000  10 0400 14000000"), "dsi vailid = 1 , dsi value = 20",
-       20},
       {"state behind 31 bits", hex("02 0400 00000000  10 0400 feffffff"),
        "dsi vailid = 1 , dsi value = -2", -2},
       {"no state", hex("02 0400 00000000"), "dsi vailid = 0 , dsi value = 0", 0},
-      {"failure of the service", hex("02 0400 01000300"), "dsi vailid = 0 , dsi value = 0", 0},
       {"no result", hex("10 0400 14000000"),
        "qmi_client_send_msg_sync failed, qmi_client_error = -46", -1},
       {"state of 3 bytes", hex("02 0400 00000000  10 0300 140000"),
@@ -488,11 +409,6 @@ TEST_F(command, sar_state_is_asked_for_with_an_empty_request) {
     EXPECT_EQ(sar.requests()[0].port, 0x111U);
     EXPECT_EQ(sar.requests()[0].data, hex("00 0100 0200 0000"));
   }
-  // The modem of the fixture has no such service: nobody waits for it.
-  const auto none = run("5 8");
-  EXPECT_TRUE(none.output.ends_with("SAR DSI: -1\n")) << none.output;
-  EXPECT_LT(none.duration, std::chrono::milliseconds(2000));
-  EXPECT_EQ(sent(), exchanges{});
 }
 
 // A plain file stands for the device.
@@ -500,16 +416,13 @@ TEST_F(command, at_command_is_written_to_the_device_with_a_carriage_return) {
   const support::at_device device;
   if (!device.usable()) GTEST_SKIP() << "/dev/smd8 cannot be made here";
   const struct {
-    std::string text;
-    std::string sent;
-    std::string written;
+    const char* text;
+    const char* written;
   } rows[] = {
-      {"ATI", "ATI", "ATI\r\n"},
-      {"ATI two", "ATI", "ATI\r\n"},
-      {std::string(100, 'A'), std::string(100, 'A'), std::string(100, 'A') + "\r\n"},
+      {"ATI two", "ATI\r\n"},
       // The shell sees the text inside double quotes.
-      {"AT$HOME;", "AT$HOME;", "AT/nowhere;\r\n"},
-      {"\";echo\t", "\";echo", ""},
+      {"AT$HOME;", "AT/nowhere;\r\n"},
+      {"\";echo\t", nullptr},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.text);
@@ -518,13 +431,7 @@ TEST_F(command, at_command_is_written_to_the_device_with_a_carriage_return) {
     std::ifstream in("/dev/smd8");
     const std::string written{std::istreambuf_iterator<char>(in), {}};
     std::filesystem::remove("/dev/smd8");
-    std::string wanted = "At cmd you input: sscanf(1), len (";
-    wanted.append(std::to_string(row.sent.size())).append("), ").append(row.sent).append("\n");
-    EXPECT_NE(got.output.find(wanted), std::string::npos) << got.output;
-    wanted = "at shell cmd: echo \"";
-    wanted.append(row.sent).append("\r\" > /dev/smd8\n");
-    EXPECT_NE(got.output.find(wanted), std::string::npos) << got.output;
-    if (!row.written.empty()) {
+    if (row.written != nullptr) {
       EXPECT_EQ(written, row.written);
     }
     EXPECT_FALSE(got.timed_out);

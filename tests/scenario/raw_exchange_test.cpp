@@ -11,6 +11,7 @@
 
 #include "support/bytes.h"
 #include "support/hand_modem.h"
+#include "support/printed.h"
 #include "support/simulated_modem.h"
 
 namespace {
@@ -25,10 +26,8 @@ using support::operator+;
 
 const std::string up_to_the_exchange =
     "nl_qmi req data(qmi_id: 0, len: 3[max: 500]):\n"
-    "0x1F 0xFF 0x00 \n"
-    "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_services = 1\n"
-    "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_entries = 1 num_services = 1\n"
-    "QMI client inited\n";
+    "0x1F 0xFF 0x00 \n" +
+    support::client_made;
 const std::string success =
     "norvel_extend_qmi_send_sync resp_len:0\n"
     "norvel_extend_qmi_handle_req_cb result:0\n"
@@ -110,19 +109,9 @@ TEST(raw_exchange, answer_with_these_tlvs_gives_this_outcome) {
       {"nothing", {}, failure_with(-46)},
       {"no length", type_0 + payload, failure_with(-46)},
       {"unknown mandatory TLV", type_0 + len_3 + hex("03 0400 00000000"), failure_with(-49)},
-      {"TLV 0", hex("00 0000") + type_0 + len_3, failure_with(-49)},
       {"type twice", type_0 + type_0 + len_3, failure_with(-44)},
-      {"length twice", type_0 + len_3 + len_3, failure_with(-44)},
-      {"type of 3 bytes", hex("01 0300 000000") + len_3, failure_with(-45)},
-      {"type of 5 bytes", hex("01 0500 0000000000") + len_3, failure_with(-45)},
-      {"length past the end", type_0 + hex("02 0500 03000000"), failure_with(-45)},
       {"unknown TLV past the end", type_0 + len_3 + hex("77 ffff 00"), failure_with(-45)},
-      {"half a TLV header", type_0 + len_3 + hex("10 00"), failure_with(-45)},
       {"payload of 511 bytes", type_0 + len_3 + hex("10 ff01") + fill(511), failure_with(-45)},
-      {"payload of 0 bytes", type_0 + len_3 + hex("10 0000"), failure_with(-45)},
-      {"payload past the end", type_0 + len_3 + hex("10 0002") + fill(511), failure_with(-45)},
-      {"result 3", hex("01 0400 03000000") + len_3,
-       "3 QMI service framework error. Check client\n" + failure},
       {"result -1", hex("01 0400 ffffffff") + len_3,
        "-1 QMI service framework error. Check client\n" + failure},
       {"length above the payload's room", type_0 + hex("02 0400 ffffffff") + payload, success},
@@ -201,26 +190,12 @@ TEST(raw_exchange, datagram_that_is_no_answer_is_dropped_and_the_answer_behind_i
   }
 }
 
-TEST(raw_exchange, dropped_datagram_alone_ends_in_a_time_out) {
-  hand_modem modem;
-  modem.on_request([](const datagram& request) {
-    return std::vector<datagram>{
-        {request.node, request.port, hex("02 0100 0200 0f00") + type_0 + len_3}};
-  });
-  const auto got = exchange(modem);
-  expect_output(got, failure_with(-3));
-  EXPECT_GE(got.duration, std::chrono::milliseconds(2980));
-}
-
 TEST(raw_exchange, indication_is_printed_and_the_answer_still_counts) {
   const struct {
     const char* name;
     bytes indication;
     const char* printed;
   } rows[] = {
-      {"known number", hex("04 0000 0300 0e00  01 0400 05000000  02 0400 00000000"),
-       "NORVEL__EXTEND_QMI: Indication msg_id=0x3 buf_len=14 \n"
-       "No function defined to handle indication: 5"},
       {"last known number, our transaction",
        hex("04 0100 0300 0e00  01 0400 06000000  02 0400 00000000"),
        "NORVEL__EXTEND_QMI: Indication msg_id=0x3 buf_len=14 \n"

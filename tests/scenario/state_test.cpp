@@ -1,12 +1,9 @@
 // What the simulated modem keeps, through programs and the library, several at once.
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
-#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <string>
@@ -46,11 +43,6 @@ class modem_state : public testing::Test {
     return support::run(TVK_PROGRAM, arguments,
                         {{"TVK_MODEM", modem_->endpoint()}, {"TVK_PROPERTIES", properties()}},
                         std::chrono::seconds(20));
-  }
-
-  /// An EFS file of subscription 0.
-  std::string file(const std::string& path) {
-    return support::run(TVK_MODEM_PROGRAM, {"efs", "cat", path, "--state", modem_->state()}).output;
   }
 
   [[nodiscard]] std::string properties() const { return dir_.file("properties"); }
@@ -124,105 +116,6 @@ TEST_F(modem_state, reads_end_by_themselves_while_the_modem_restarts) {
   EXPECT_GE(reads, 3);
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
   EXPECT_TRUE(run({"4", "4", "0", "/a"}).output.ends_with(data));
-}
-
-TEST_F(modem_state, item_and_file_that_two_programs_write_hold_the_value_of_one) {
-  start({});
-  const auto writer = [&](const std::string& value) {
-    words item = {"4", "2", "0", "600"};
-    words file = {"4", "5", "0", "/shared"};
-    item.insert(item.end(), 365, value);
-    file.insert(file.end(), 365, value);
-    for (int i = 0; i < 100; ++i) {
-      for (const auto& each : {item, file}) {
-        const auto got = run(each);
-        EXPECT_EQ(got.output.find("error_code"), std::string::npos) << got.output;
-        EXPECT_EQ(got.exit_status, 0);
-      }
-    }
-  };
-  std::thread first(writer, "17");
-  std::thread second(writer, "34");
-  first.join();
-  second.join();
-  const auto printed = [](const char* byte) {
-    std::string text = "\ndata len(365)\ndata: ";
-    for (int i = 0; i < 365; ++i) text += byte;
-    return text + "\n";
-  };
-  for (const auto& read : {words{"4", "1", "0", "600"}, words{"4", "4", "0", "/shared"}}) {
-    const auto got = run(read).output;
-    EXPECT_TRUE(got.ends_with(printed(" 11")) || got.ends_with(printed(" 22"))) << got;
-  }
-}
-
-// Files of five chunks. The writers begin before the modem: so they are made while this process has
-// one thread.
-TEST_F(modem_state, long_file_that_two_processes_write_is_never_mixed) {
-  simulated_modem modem({}, simulated_modem::begin::later);
-  setenv("TVK_MODEM", modem.endpoint().c_str(), 1);
-  quiet_notes = 1;
-  const bytes values[] = {pattern(2000, 1), pattern(1900, 100)};
-  pid_t writers[2];
-  for (int i = 0; i < 2; ++i) {
-    writers[i] = fork();
-    if (writers[i] != 0) continue;
-    int failures = 0;
-    for (int round = 0; round < 100; ++round) {
-      const bytes& mine = values[i];
-      failures +=
-          norvel_efs_write(0, "/long", 5, mine.data(), static_cast<unsigned int>(mine.size())) != 0;
-      bytes room(3000);
-      auto length = static_cast<unsigned int>(room.size());
-      failures += norvel_efs_read(0, "/long", 5, room.data(), &length) != 0;
-      room.resize(length);
-      failures += room != values[0] && room != values[1];
-    }
-    _exit(std::min(failures, 100));
-  }
-  modem.start();
-  for (const auto writer : writers) {
-    int status = -1;
-    waitpid(writer, &status, 0);
-    EXPECT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 0) << "of 300 operations failed";
-  }
-  const auto kept =
-      support::run(TVK_MODEM_PROGRAM, {"efs", "cat", "/long", "--state", modem.state()}).output;
-  EXPECT_TRUE(bytes(kept.begin(), kept.end()) == values[0] ||
-              bytes(kept.begin(), kept.end()) == values[1]);
-}
-
-TEST_F(modem_state, each_switch_for_a_full_dump_is_counted_and_each_dump_leaves_a_file) {
-  start({"--restart-time", "50"});
-  const auto dumps = [&] {
-    int files = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(modem_->state())) {
-      const auto name = entry.path().filename().string();
-      if (!name.starts_with("dump-") || !name.ends_with(".bin")) continue;
-      EXPECT_GT(entry.file_size(), 0U) << name;
-      ++files;
-    }
-    return files;
-  };
-  const std::string counter = "/nv/item_files/modem/norvel/ssr_update_count";
-  EXPECT_EQ(file(counter), "");
-  EXPECT_EQ(dumps(), 0);
-  const struct {
-    const char* level;
-    char counted;
-  } rows[] = {{"ALL_ENABLE", 1}, {"ALL_ENABLE", 2}, {"ALL_DISABLE", 2}};
-  int dumped = 0;
-  for (const auto& row : rows) {
-    set_level(row.level);
-    EXPECT_EQ(run({"5", "6"}).exit_status, 0);
-    EXPECT_EQ(file(counter), std::string({row.counted, '\0', '\0', '\0'}));
-    EXPECT_EQ(dumps(), ++dumped);
-  }
-  // A plain restart leaves none.
-  set_level("ALL_ENABLE");
-  EXPECT_EQ(run({"5", "5"}).exit_status, 0);
-  EXPECT_EQ(dumps(), dumped);
 }
 
 }  // namespace

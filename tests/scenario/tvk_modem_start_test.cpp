@@ -97,14 +97,6 @@ TEST(tvk_modem_serve, one_of_many_simultaneous_starts_wins) {
   EXPECT_EQ(connection(socket).ask(echo()), echo_answer());
 }
 
-TEST(tvk_modem_serve, socket_of_a_killed_modem_is_replaced) {
-  simulated_modem modem;
-  modem.kill();
-  ASSERT_TRUE(std::filesystem::exists(modem.socket()));
-  modem.start();
-  EXPECT_EQ(connection(modem.socket()).ask(echo()), echo_answer());
-}
-
 TEST(tvk_modem_serve, what_others_have_at_the_path_stays) {
   const temp_dir dir;
   const std::string path = dir.file("modem.sock");

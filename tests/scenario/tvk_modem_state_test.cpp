@@ -286,6 +286,8 @@ TEST(tvk_modem_state, full_dump_is_a_readable_file_of_its_own) {
     EXPECT_EQ(client.receive(), service_down);
     EXPECT_EQ(client.receive(), service_up);
   }
+  EXPECT_EQ(ask_common(client, 31, u32(0x1000)), 0U);
+  EXPECT_FALSE(std::filesystem::exists(modem.state() + "/dump-3.bin")) << "of a plain restart";
   std::ifstream in(modem.state() + "/dump-2.bin");
   const std::string text((std::istreambuf_iterator(in)), {});
   EXPECT_TRUE(text.starts_with("tvk-modem dump 2\ntime 2")) << text.substr(0, 100);

@@ -154,7 +154,6 @@ void hand_modem::run() {
       const std::lock_guard lock(mutex_);
       connections_.push_back(
           {accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC), {}, false, false});
-      ++connections_so_far_;
     }
   }
 }

@@ -70,7 +70,6 @@ class hand_modem {
 
   /// What came for servers so far, control packets left out.
   [[nodiscard]] std::vector<datagram> requests() const;
-  [[nodiscard]] std::size_t connections_so_far() const { return connections_so_far_; }
 
  private:
   struct lookup {
@@ -105,7 +104,6 @@ class hand_modem {
   std::vector<datagram> requests_;
   handler handler_;
   bytes buffer_ = bytes(70000);  ///< the modem thread's
-  std::atomic<std::size_t> connections_so_far_{0};
   std::atomic<bool> stop_{false};
   std::thread thread_;
 };

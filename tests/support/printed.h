@@ -9,6 +9,12 @@
 
 namespace support {
 
+/// What making the extension client prints.
+inline const std::string client_made =
+    "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_services = 1\n"
+    "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_entries = 1 num_services = 1\n"
+    "QMI client inited\n";
+
 /// `RIL[name:123]: ` as `RIL[name:#]: `, on standard output and, with its source, in the system
 /// log.
 inline std::string masked(const std::string& text) {

@@ -3,13 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <initializer_list>
 #include <iterator>
 #include <memory>
 #include <sstream>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "platform/linux/idl/codec.h"
@@ -100,18 +98,9 @@ const example examples[] = {
      "8: 01; 12: 02000000; 16: 0100 0200 52000000 03000000 aabbcc; 728: 0000 ffff 53000000",
      "02 0400 0000 0000  10 1800 02  0100 0200 52000000 0300 aabbcc  0000 ffff 53000000 0000",
      "12: 10; 24: 700; 736: 700"},
-    {"feature switch", QMI_IDL_REQUEST, "8: 01 02 00  41 10 00 05  c1 11 00 07",
-     "0: 02000000 01 01 01 00", "01 0400 02000000  10 0100 01  11 0100 00"},
-    {"power off", QMI_IDL_REQUEST, "4: 81 04 00", "0: 05000000", "01 0100 05"},
     {"1-byte enumeration, negative", QMI_IDL_REQUEST, "4: 81 04 00", "0: feffffff", "01 0100 fe"},
     {"power on", QMI_IDL_REQUEST, power_on_layout, "0: 02000000 01 01 01 00 00000000",
      "01 0100 02  10 0100 01  11 0100 00"},
-    {"power on, options absent", QMI_IDL_REQUEST, power_on_layout, "0: 01000000", "01 0100 01"},
-    {"standard response", QMI_IDL_RESPONSE, "8: 82 07 00 00 01", "0: 01000000 30000000",
-     "02 0400 0100 3000"},
-    {"EID", QMI_IDL_RESPONSE, "32: 02 07 00 00 01  c8 10 50 10 10 04",
-     "8: 01; 12: 10000000; 16: 89049032000000000000000000000066",
-     "02 0400 0000 0000  10 1100 10 89049032000000000000000000000066", "12: 16"},
     {"send APDU", QMI_IDL_REQUEST, send_apdu_layout,
      "0: 01000000; 4: 05000000; 8: 00a4000402; 1032: 01 02 01; 1036: 01000000",
      "01 0100 01  02 0700 0500 00a4000402  10 0100 02  11 0100 01", "4: 1024"},
@@ -119,8 +108,6 @@ const example examples[] = {
      "276: 02 07 00 00 01  41 10 00 09  41 11 07 0b 00 00  c7 12 50 14 ff 04; 2: 00 00 00 01 20",
      "8: 01 03 01 90 00 01; 16: 02000000; 20: 6f00",
      "02 0400 0000 0000  10 0100 03  11 0200 9000  12 0300 02 6f00", "16: 255"},
-    {"RF state", QMI_IDL_RESPONSE, "40: 02 07 00 00 01  c4 10 02 0c", "8: 01; 12: 07000000",
-     "02 0400 0000 0000  10 0400 07000000"},
     {"configuration list", QMI_IDL_INDICATION, list_layout,
      "4: 01; 8: 78563412; 12: 01; 16: 02000000; 20: 01000000 02000000 aabb; 3320: 01 01",
      "01 0200 0000  10 0400 78563412  11 0d00 02 01000000 02 aabb 00000000 00  e0 0100 01",

@@ -119,21 +119,6 @@ TEST_F(common_request, restart_is_asked_for_by_two_arguments_only) {
   EXPECT_EQ(modem_.store.counter("common.1000"), 1);
 }
 
-TEST_F(common_request, antenna_settings_become_efs_files) {
-  const auto file = [&](const char* path) { return modem_.efs.read(0, path).value_or(bytes{}); };
-  const char* const gpio = "/nv/item_files/modem/norvel/rf_ant_port_config";
-  EXPECT_EQ(ask(u32(0) + u32(0) + u32(2) + u32(7) + u32(0xFFFFFFFF)), result(0, 0));
-  EXPECT_EQ(file(gpio), hex("02000000 07000000 ffffffff"));
-  EXPECT_EQ(ask(u32(0) + u32(0) + u32(60) + bytes(240, 0x11)), result(0, 0));
-  EXPECT_EQ(file(gpio), hex("3c000000") + bytes(200, 0x11));
-  EXPECT_EQ(ask(u32(0)), result(0, 0));
-  EXPECT_EQ(file(gpio), u32(0));
-
-  EXPECT_EQ(ask(u32(1) + u32(0) + u32(1) + u32(4) + hex("1000000000000080")), result(1, 0));
-  EXPECT_EQ(file("/nv/item_files/modem/antenna/ant_tx_config"),
-            hex("01000000 04000000 1000000000000080"));
-}
-
 TEST_F(common_request, statistics_count_what_the_modem_did) {
   modem_.activity.count(sim::event::answered);
   modem_.activity.count(sim::event::refused);

@@ -3,8 +3,6 @@
 #include <string>
 #include <vector>
 
-#include <asio/io_context.hpp>
-
 #include "simulator/dispatcher.h"
 #include "simulator/failure.h"
 #include "simulator/faults.h"
@@ -116,57 +114,6 @@ TEST(faults, service_down_is_for_the_start_only) {
   EXPECT_EQ(struck({"extension=down:5"}, {2}), (std::vector<std::string>{""}));
   EXPECT_EQ(sim::faults({parse("extension=down:5"), parse("extension/2=down")}).at_start().size(),
             1U);
-}
-
-TEST(alter_answer, changes_the_bytes_asked_for) {
-  const std::vector<std::uint8_t> answer = {2,    9, 0, 0xFF, 0, 17, 0,  //
-                                            2,    4, 0, 1,    0, 0,  0,  //
-                                            1,    4, 0, 0,    0, 0,  0,  //
-                                            0x10, 0, 0};
-  const auto altered = [&](const char* rule) {
-    auto bytes = answer;
-    sim::alter_answer(parse(rule), bytes);
-    return bytes;
-  };
-  auto expected = answer;
-  EXPECT_EQ(altered("extension=delay:1"), expected);
-  EXPECT_EQ(altered("extension=truncate:17"), expected);
-
-  expected[17] = 0x04, expected[18] = 0x03, expected[19] = 0x02, expected[20] = 0x01;
-  EXPECT_EQ(altered("extension=result:0x01020304"), expected);
-
-  expected = answer;
-  expected[3] = 0, expected[4] = 1;
-  EXPECT_EQ(altered("extension=wrong-id"), expected);
-  expected[3] = 0x34, expected[4] = 0x12;
-  EXPECT_EQ(altered("extension=wrong-id:0x1234"), expected);
-
-  EXPECT_EQ(altered("extension=truncate:5"),
-            (std::vector<std::uint8_t>{2, 9, 0, 0xFF, 0, 5, 0, 2, 4, 0, 1, 0}));
-}
-
-TEST(dispatcher, drops_delayed_answers_of_a_client_that_left) {
-  struct : sim::port {
-    void send(protocol::qrtr::address to, protocol::qrtr::address, protocol::byte_view) override {
-      receivers.push_back(to.port);
-    }
-    std::vector<std::uint32_t> receivers;
-  } port;
-  const support::temp_dir state;
-  asio::io_context io;
-  sim::trace trace(nullptr, sim::all_services());
-  sim::modem modem(io, state.path());
-  sim::node node(sim::all_services(), trace);
-  sim::dispatcher dispatcher(io, modem, node, sim::faults({parse("extension=delay:5")}),
-                             std::chrono::milliseconds(0), trace);
-
-  const std::vector<std::uint8_t> unknown_message = {0, 1, 0, 0x99, 0, 0, 0};
-  for (const std::uint32_t client_port : {7U, 8U, 9U}) {
-    dispatcher.receive({&port, {1, client_port}}, {0, 1}, unknown_message);
-  }
-  dispatcher.client_gone({&port, {1, 8}});
-  io.run();
-  EXPECT_EQ(port.receivers, (std::vector<std::uint32_t>{7, 9}));
 }
 
 }  // namespace

@@ -74,16 +74,6 @@ class node : public testing::Test {
   recording_port port_;
 };
 
-TEST_F(node, lookup_lists_matches_and_follows_them) {
-  look_up(0, 0);
-  EXPECT_EQ(port_.take(), (packets{first_up, second_up, end_of_list}));
-  restart_all();
-  EXPECT_EQ(port_.take(), (packets{first_down, second_down, first_up, second_up}));
-  end_look_up(0, 0);
-  restart_all();
-  EXPECT_EQ(port_.take(), (packets{}));
-}
-
 TEST_F(node, lookup_compares_service_and_whole_instance_word) {
   look_up(0x0B, 0x102);
   EXPECT_EQ(port_.take(), (packets{second_up, end_of_list}));
@@ -135,17 +125,6 @@ TEST_F(node, ports_hear_of_services) {
   restart_all();
   EXPECT_EQ(port_.up, (std::vector<std::uint32_t>{0x0B, 0xFFE4, 0x0B}));
   EXPECT_EQ(port_.down, (std::vector<std::uint32_t>{0x0B}));
-}
-
-TEST_F(node, malformed_control_packets_are_ignored) {
-  const sim::client who{&port_, {1, 7}};
-  bytes short_lookup = packet({10, 0, 0, 0, 0});
-  short_lookup.pop_back();
-  for (const bytes& bad : {bytes{}, bytes{10, 0, 0, 0}, short_lookup, packet({12, 0, 0, 0, 0}),
-                           packet({4, 1, 1, 1, 1}), packet({6, 1, 7, 0, 0})}) {
-    node_.control(who, bad);
-  }
-  EXPECT_EQ(port_.take(), (packets{}));
 }
 
 }  // namespace

@@ -52,24 +52,6 @@ class nvefs : public testing::Test {
   sim::modem modem_{io_, directory_.path()};
 };
 
-TEST_F(nvefs, items_of_both_subscriptions_are_seeded_written_and_deleted) {
-  EXPECT_EQ(ask(item_request{}).data, hex("08 0a 10 10 07 10 32 54 96"));
-  EXPECT_EQ(ask(item_request{.subscription = 1}).data, hex("08 0a 10 10 07 10 32 54 77"));
-
-  const bytes longest(365, 0x5A);
-  for (const std::uint16_t item : std::initializer_list<std::uint16_t>{0, 7231, 7232}) {
-    EXPECT_EQ(ask(item_request{.operation = 2, .item = item, .data = longest}).result, ok);
-    const auto read = ask(item_request{.item = item});
-    EXPECT_EQ(read.data, longest);
-    EXPECT_EQ(read.total, 365U);
-  }
-  EXPECT_EQ(ask(item_request{.operation = 2, .item = 7232, .data = hex("01")}).result, ok);
-  EXPECT_EQ(ask(item_request{.item = 7232}).data, hex("01"));
-  EXPECT_EQ(ask(item_request{.item = 7232, .subscription = 1}).result, not_found);
-  EXPECT_EQ(ask(item_request{.operation = 3, .item = 7232}).result, ok);
-  EXPECT_EQ(ask(item_request{.operation = 3, .item = 7232}).result, not_found);
-}
-
 TEST_F(nvefs, requests_that_cannot_be_met_get_their_result) {
   struct row {
     bytes payload;

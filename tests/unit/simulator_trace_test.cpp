@@ -24,18 +24,6 @@ std::string traced(const bytes& datagram, sim::trace::direction way) {
   return lines.substr(lines.find("1:16384"));
 }
 
-TEST(trace, names_service_message_and_tlvs) {
-  bytes request{0, 7, 0, 2, 0, 26, 0, 1, 4, 0, 4, 0, 0, 0, 2, 4, 0, 9, 0, 0, 0, 0x10, 9, 0};
-  request.insert(request.end(), {0xAA, 0, 0xBB, 0, 0, 0, 0, 0, 0});
-  EXPECT_EQ(
-      traced(request, sim::trace::direction::to_modem),
-      "1:16384 -> extension  request     message 0x0002 exchange, transaction 7, 26 TLV bytes\n"
-      "            0x01 type                  4  4 (0x00000004)\n"
-      "            0x02 data_len              4  9 (0x00000009)\n"
-      "            0x10 payload               9  aa 00 bb ... 6 zero bytes\n"
-      "            common request of unknown kind\n");
-}
-
 TEST(trace, tells_standard_responses_and_broken_ones) {
   EXPECT_EQ(
       traced({2, 7, 0, 0x99, 0, 7, 0, 2, 4, 0, 1, 0, 71, 0}, sim::trace::direction::from_modem),
