@@ -118,4 +118,27 @@ TEST_F(modem_state, reads_end_by_themselves_while_the_modem_restarts) {
   EXPECT_TRUE(run({"4", "4", "0", "/a"}).output.ends_with(data));
 }
 
+// 200 times each the same item and the same file, from two programs at once.
+TEST_F(modem_state, item_and_file_that_two_programs_write_hold_the_value_of_one) {
+  start({});
+  const auto write_both = [&](const std::string& value) {
+    words item = {"4", "2", "0", "600"};
+    words file = {"4", "5", "0", "/shared"};
+    item.insert(item.end(), 365, value);
+    file.insert(file.end(), 365, value);
+    for (int i = 0; i < 100; ++i) {
+      EXPECT_EQ(run(item).output.find("error_code"), std::string::npos);
+      EXPECT_EQ(run(file).output.find("error_code"), std::string::npos);
+    }
+  };
+  std::thread first(write_both, "17");
+  std::thread second(write_both, "34");
+  first.join();
+  second.join();
+  for (const auto& read : {words{"4", "1", "0", "600"}, words{"4", "4", "0", "/shared"}}) {
+    const auto got = run(read).output;
+    EXPECT_NE(count(got, " 11") == 365, count(got, " 22") == 365) << got;
+  }
+}
+
 }  // namespace
