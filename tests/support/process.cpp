@@ -58,7 +58,9 @@ background_process::background_process(const std::string& program,
                                        const environment& additions)
     : start_(std::chrono::steady_clock::now()) {
   std::vector<std::string> words;
-  if (*TVK_EMULATOR != '\0') words.emplace_back(TVK_EMULATOR);
+  // A name without a folder is one of this machine's own programs, as sh.
+  const bool is_ours = program.find('/') != std::string::npos;
+  if (is_ours && *TVK_EMULATOR != '\0') words.emplace_back(TVK_EMULATOR);
   words.push_back(program);
   words.insert(words.end(), arguments.begin(), arguments.end());
   auto variables = environment_with(additions);
