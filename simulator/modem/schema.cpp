@@ -3,6 +3,10 @@
 #include <SQLiteCpp/Statement.h>
 #include <SQLiteCpp/Transaction.h>
 #include <fmt/core.h>
+#include <sqlite3.h>
+
+#include <chrono>
+#include <thread>
 
 #include "simulator/failure.h"
 #include "simulator/modem/efs_seed.h"
@@ -94,7 +98,9 @@ void bring_up_to_date(SQLite::Database& database, const std::string& path) {
 
 }  // namespace
 
-SQLite::Database open_database(const std::string& path) try {
+namespace {
+
+SQLite::Database open_once(const std::string& path) {
   SQLite::Database database(path, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE, busy_timeout_ms);
   // Before the first write, so that a foreign or damaged file stays as it is.
   check_owner(database, path);
@@ -104,6 +110,22 @@ SQLite::Database open_database(const std::string& path) try {
   database.exec("PRAGMA journal_mode = WAL");
   database.exec("PRAGMA synchronous = NORMAL");
   return database;
+}
+
+}  // namespace
+
+SQLite::Database open_database(const std::string& path) try {
+  const auto deadline =
+      std::chrono::steady_clock::now() + std::chrono::milliseconds(busy_timeout_ms);
+  for (;;) {
+    try {
+      return open_once(path);
+    } catch (const SQLite::Exception& error) {
+      // Changing the journal does not wait for another that opens the database at the same time.
+      if (error.getErrorCode() != SQLITE_BUSY || std::chrono::steady_clock::now() > deadline) throw;
+      std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+  }
 } catch (const SQLite::Exception& error) {
   throw failure(fmt::format("cannot use {}: {}", path, error.what()));
 }
