@@ -43,7 +43,8 @@ void vsyslog(int priority, const char* format, va_list args) {
   std::vsnprintf(text.data(), text.size(), format, args);
   system_log.emplace_back(priority, text.data());
 }
-void __vsyslog_chk(int priority, int /*flag*/, const char* format, va_list args) {
+__attribute__((format(printf, 3, 0))) void __vsyslog_chk(int priority, int /*flag*/,
+                                                         const char* format, va_list args) {
   vsyslog(priority, format, args);
 }
 // A request for too much memory is to fail, not to end the process.
