@@ -23,3 +23,10 @@ template <typename T>
   if (__builtin_mul_overflow(a, b, &product)) abort_process();
   return product;
 }
+
+template <typename T>
+[[nodiscard]] T checked_subtract(T a, T b) {
+  T difference;
+  if (__builtin_sub_overflow(a, b, &difference)) abort_process();
+  return difference;
+}

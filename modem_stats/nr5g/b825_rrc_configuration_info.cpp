@@ -1,0 +1,163 @@
+// Log 0xB825, NR5G RRC configuration info: carriers and radio bearers in use.
+// Layout: docs/formats/nr5g_mac_rrc.md.
+#include <array>
+
+#include "modem_stats/packet_decoder.h"
+#include "modem_stats/parsers.h"
+#include "modem_stats/records/nr5g_mac_rrc.h"
+
+namespace modem_stats {
+namespace {
+
+struct header_layout {
+  unsigned version;
+  bit_field<u8> rrc_state;
+  bit_field<u8> conn_mode;
+  bit_field<u8> num_groups;
+  bit_field<u8> num_nrdc_groups;
+  bit_field<u8> num_carriers;
+  bit_field<u8> num_nrdc_carriers;
+  bit_field<u8> num_bearers;
+  unsigned lists;           // byte
+  unsigned carrier_stride;  // bytes
+  unsigned band;            // byte of a carrier, from which on the rest of it follows
+  unsigned ul_rohc;         // byte of a bearer
+};
+
+struct header_places {
+  unsigned rrc_state, conn_mode, counts;
+  bool has_nrdc;
+};
+
+constexpr header_layout layout(unsigned version, header_places at, unsigned carrier_stride,
+                               unsigned band, unsigned ul_rohc) {
+  const auto* const nrdc_groups = "num_nrdc_scg_contiguous_cc_groups";
+  const auto* const nrdc_carriers = "num_nrdc_scg_active_cc";
+  unsigned byte = at.counts;
+  header_layout row{.version = version,
+                    .rrc_state = at_byte<u8>("rrc_state", at.rrc_state),
+                    .conn_mode = at_byte<u8>("conn_mode", at.conn_mode),
+                    .num_groups = at_byte<u8>("num_contiguous_cc_groups", byte++),
+                    .num_nrdc_groups = absent<u8>,
+                    .num_carriers = absent<u8>,
+                    .num_nrdc_carriers = absent<u8>,
+                    .num_bearers = absent<u8>,
+                    .lists = 0,
+                    .carrier_stride = carrier_stride,
+                    .band = band,
+                    .ul_rohc = ul_rohc};
+  if (at.has_nrdc) row.num_nrdc_groups = at_byte<u8>(nrdc_groups, byte++);
+  row.num_carriers = at_byte<u8>("num_active_cc", byte++);
+  if (at.has_nrdc) row.num_nrdc_carriers = at_byte<u8>(nrdc_carriers, byte++);
+  row.num_bearers = at_byte<u8>("num_active_rb", byte++);
+  row.lists = byte;
+  return row;
+}
+
+constexpr header_places before_3{4, 6, 58, false};
+constexpr header_places of_3_3{12, 14, 66, true};
+constexpr header_places from_3_4{12, 14, 67, true};
+
+constexpr header_layout layouts[] = {
+    layout(0x00008, before_3, 18, 11, 9),  layout(0x0000A, before_3, 22, 15, 9),
+    layout(0x20000, before_3, 22, 15, 9),  layout(0x30003, of_3_3, 23, 15, 9),
+    layout(0x30004, from_3_4, 23, 15, 10), layout(0x30006, from_3_4, 25, 15, 10),
+};
+
+constexpr unsigned group_stride = 4;
+constexpr unsigned bearer_stride = 18;
+constexpr unsigned max_groups = 8;
+constexpr unsigned max_carriers = 16;
+constexpr unsigned max_bearers = 32;
+
+struct carrier {
+  u16 pci;
+  u32 arfcn_dl, arfcn_ul;
+  u16 band;
+  u8 band_type, bw_dl, bw_ul;
+};
+
+struct bearer {
+  u8 dl_type, dl_path, dl_rohc, ul_type, ul_path, ul_rohc;
+};
+
+carrier read_carrier(packet_decoder& in, unsigned band) {
+  return {.pci = in.bits(at_byte<u16>("pci", 1)),
+          .arfcn_dl = in.bits(at_byte<u32>("arfcn_dl", 3)),
+          .arfcn_ul = in.bits(at_byte<u32>("arfcn_ul", 7)),
+          .band = in.bits(at_byte<u16>("band", band)),
+          .band_type = in.bits(at_byte<u8>("band_type", band + 2)),
+          .bw_dl = in.bits(at_byte<u8>("bw_dl", band + 3)),
+          .bw_ul = in.bits(at_byte<u8>("bw_ul", band + 4))};
+}
+
+bearer read_bearer(packet_decoder& in, unsigned ul_rohc) {
+  return {.dl_type = in.bits(at_byte<u8>("dl_rb_type", 2)),
+          .dl_path = in.bits(at_byte<u8>("dl_rb_path", 3)),
+          .dl_rohc = in.bits(at_byte<u8>("dl_rohc_enable", 4)),
+          .ul_type = in.bits(at_byte<u8>("ul_rb_type", 7)),
+          .ul_path = in.bits(at_byte<u8>("ul_rb_path", 8)),
+          .ul_rohc = in.bits(at_byte<u8>("ul_rohc_enable", ul_rohc))};
+}
+
+}  // namespace
+}  // namespace modem_stats
+
+void modem_stats_parse_b825_diag_log_nr5g_rrc_configuration_info(
+    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+  using namespace modem_stats;
+  packet_decoder in(__func__, data_id_out, record_out);
+  const auto version = in.next<u32>("version");
+  const auto& layout = in.layout_for(version, layouts);
+  const auto rrc_state = in.bits(layout.rrc_state);
+  const auto conn_mode = in.bits(layout.conn_mode);
+  const auto num_groups = in.bits(layout.num_groups);
+  const auto num_nrdc_groups = in.bits_or(layout.num_nrdc_groups, u8{0});
+  const auto num_carriers = in.bits(layout.num_carriers);
+  const auto num_nrdc_carriers = in.bits_or(layout.num_nrdc_carriers, u8{0});
+  const auto num_bearers = in.bits(layout.num_bearers);
+  in.check_count(num_groups, max_groups, "num_contiguous_cc_groups");
+  in.check_count(num_nrdc_groups, max_groups, "num_nrdc_scg_contiguous_cc_groups");
+  in.check_count(num_carriers, max_carriers, "num_active_cc");
+  in.check_count(num_nrdc_carriers, max_carriers, "num_nrdc_scg_active_cc");
+  if (!in.check_count(num_bearers, max_bearers, "num_active_rb")) return;
+
+  std::array<carrier, 2 * max_carriers> carriers{};
+  std::array<bearer, max_bearers> bearers{};
+  const unsigned all_carriers = num_carriers + num_nrdc_carriers;
+  unsigned byte = layout.lists + group_stride * (num_groups + num_nrdc_groups);
+  for (unsigned i = 0; i < all_carriers; ++i, byte += layout.carrier_stride) {
+    in.block_at(byte);
+    carriers[i] = read_carrier(in, layout.band);
+  }
+  for (unsigned i = 0; i < num_bearers; ++i, byte += bearer_stride) {
+    in.block_at(byte);
+    bearers[i] = read_bearer(in, layout.ul_rohc);
+  }
+
+  in.print(
+      "version = %d, num_contiguous_cc_groups = %d, num_nrdc_scg_contiguous_cc_groups = %d, "
+      "num_active_cc = %d, num_nrdc_scg_active_cc = %d, num_active_rb = %d",
+      version, num_groups, num_nrdc_groups, num_carriers, num_nrdc_carriers, num_bearers);
+  in.add(nr5g_rrc_configuration_head, version, num_groups, num_nrdc_groups, num_carriers,
+         num_nrdc_carriers, num_bearers);
+  for (const auto& one : std::span(carriers).first(all_carriers)) {
+    in.print(
+        "pci = %d, arfcn_dl = %d, arfcn_ul = %d, band = %d, band_type = %d, bw_dl = %d, "
+        "bw_ul = %d",
+        one.pci, one.arfcn_dl, one.arfcn_ul, one.band, one.band_type, one.bw_dl, one.bw_ul);
+    in.add(nr5g_rrc_configuration_carrier, one.pci, one.arfcn_dl, one.arfcn_ul, one.band,
+           one.band_type, one.bw_dl, one.bw_ul);
+  }
+  for (const auto& one : std::span(bearers).first(num_bearers)) {
+    in.print(
+        "dl_rb_type = %d, dl_rb_path = %d, dl_rohc_enable = %d, ul_rb_type = %d, "
+        "ul_rb_path = %d, ul_rohc_enable = %d",
+        one.dl_type, one.dl_path, one.dl_rohc, one.ul_type, one.ul_path, one.ul_rohc);
+    in.add(nr5g_rrc_configuration_bearer, one.dl_type, one.dl_path, one.dl_rohc, one.ul_type,
+           one.ul_path, one.ul_rohc);
+  }
+  in.print("rrc_state = %d, conn_mode = %d", rrc_state, conn_mode);
+  in.add(nr5g_rrc_configuration_tail, rrc_state, conn_mode);
+  in.publish_added(nr5g_rrc_configuration_record);
+}

@@ -1,0 +1,209 @@
+#include "modem_stats/packet_decoder.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "qcril-common/utilities/checked.h"
+
+namespace modem_stats {
+
+namespace {
+
+constexpr int sliding_window = 2000;
+constexpr unsigned word_bits = 64;
+
+}  // namespace
+
+packet_decoder::packet_decoder(const char* parser, modem_stats_data_id_e_type* data_id_out,
+                               modem_stats_single_data_common_type** record_out)
+    : context_(this_context()),
+      parser_(parser),
+      data_id_out_(data_id_out),
+      record_out_(record_out),
+      left_(context_.end == window_end::sliding ? sliding_window
+                                                : static_cast<int>(context_.payload.size())) {}
+
+std::uint64_t packet_decoder::load(std::size_t byte, unsigned width) const {
+  std::uint64_t word = 0;
+  const auto payload = context_.payload;
+  if (byte < payload.size()) {
+    std::memcpy(&word, payload.data() + byte, std::min<std::size_t>(width, payload.size() - byte));
+  }
+  return word;
+}
+
+std::uint64_t packet_decoder::next_bytes(const char* name, unsigned width) {
+  if (!ok_) return 0;
+  if (context_.payload.data() == nullptr) {
+    fail("MODEM_STATS_DATA_UNPK, g_pk_data_ptr is NULL, name: %s, id(0x%x)", name, context_.id);
+    return 0;
+  }
+  if (left_ < static_cast<int>(width)) {
+    fail("g_pk_data_left(%d) is not enough for %s, id(0x%x)", left_, name, context_.id);
+    return 0;
+  }
+  if (cursor_ < 0) {
+    // sic
+    fail("g_pK_DATA_CNT(%d) is can not < 0 for %s, id(0x%x)", cursor_, name, context_.id);
+    return 0;
+  }
+  const auto value = load(static_cast<std::size_t>(base_ + cursor_), width);
+  cursor_ += static_cast<int>(width);
+  left_ -= static_cast<int>(width);
+  bit_position_ = 8 * static_cast<unsigned>(base_ + cursor_);
+  return value;
+}
+
+void packet_decoder::skip(unsigned bytes) {
+  cursor_ += static_cast<int>(bytes);
+  left_ -= static_cast<int>(bytes);
+}
+
+void packet_decoder::block_at(unsigned byte) {
+  block_ = byte;
+  if (ok_ && position_is_good(8 * byte)) cursor_ = static_cast<int>(byte) - base_;
+}
+
+/// Sets base, cursor and the bytes left for a read at this bit of the payload.
+bool packet_decoder::position_is_good(unsigned bit) {
+  const int byte = static_cast<int>(bit / 8);
+  if (context_.end == window_end::of_packet) {
+    base_ = 0;
+    cursor_ = byte;
+    left_ = std::max(static_cast<int>(context_.payload.size()) - byte, 0);
+    return true;
+  }
+  base_ = static_cast<int>(bit_position_ / 8);
+  const int position = byte - base_;
+  if (sliding_window <= position) {
+    fail("UNPK_SET_POS, pos(%d) should be[0, %d), id(0x%x)", position, sliding_window, context_.id);
+    return false;
+  }
+  cursor_ = position;
+  left_ = sliding_window - position;
+  return true;
+}
+
+std::uint64_t packet_decoder::field_bits(const char* name, unsigned bit, unsigned width,
+                                         unsigned room, bool is_signed) {
+  if (!ok_) return 0;
+  const unsigned first = 8 * block_ + bit;
+  if (!position_is_good(first)) return 0;
+  const auto low = static_cast<int>(first % 8 + 1);
+  const auto high = low + static_cast<int>(width) - 1;
+  // The sliding window always loads a word; a packet's last field need not have one behind it.
+  const int needed =
+      context_.end == window_end::sliding ? static_cast<int>(sizeof(u64)) : (high + 7) / 8;
+  if (left_ < needed) {
+    fail("g_pk_data_left(%d) is not enough for %s_tmp, id(0x%x)", left_, name, context_.id);
+    return 0;
+  }
+  if (high < 1 || high > static_cast<int>(word_bits)) {
+    fail("UNPK_MID, high(%d) should be in [1, %d] for %s_tmp, id(0x%x)", high, word_bits, name,
+         context_.id);
+    return 0;
+  }
+  if (low > high) {
+    fail("UNPK_MID, low(%d) should <= high(%d) for %s_tmp, id(0x%x)", low, high, name, context_.id);
+    return 0;
+  }
+  if (width > room) {
+    fail("UNPK_LOW, bit_num(%d) should be in [1, %d] for %s_tmp, id(0x%x)", width, room, name,
+         context_.id);
+    return 0;
+  }
+  const u64 word = load(static_cast<std::size_t>(base_ + cursor_), sizeof(u64));
+  bit_position_ = first + width;
+  u64 value = word >> (low - 1);
+  const unsigned unused = word_bits - width;
+  value <<= unused;
+  return is_signed ? static_cast<u64>(static_cast<std::int64_t>(value) >> unused) : value >> unused;
+}
+
+void packet_decoder::check_version(std::uint32_t version,
+                                   std::initializer_list<std::uint32_t> supported) {
+  if (std::find(supported.begin(), supported.end(), version) == supported.end()) {
+    reject_version(version, parser_);
+  }
+}
+
+void packet_decoder::reject_version(std::uint32_t version, const char* name) {
+  if (!ok_) return;
+  auto& count = context_.versions_not_supported;
+  count = checked_add<std::uint64_t>(count, 1);
+  fail("VERSION_NOT_SUPPORT, version(%d), not_support_num(%lu), name(%s), id(0x%x)", version, count,
+       name, context_.id);
+}
+
+void packet_decoder::reject_value(int value, const char* name) {
+  fail("DATA_IS_NOT_VALID(%d), name(%s), id(0x%x)", value, name == nullptr ? parser_ : name,
+       context_.id);
+}
+
+bool packet_decoder::check_count(std::uint32_t count, std::uint32_t max, const char* name) {
+  if (count > max) {
+    fail("Cur(%d) reached max(%d), for %s, id(0x%x)", count, max, name, context_.id);
+  }
+  return ok_;
+}
+
+void packet_decoder::put_bytes(const void* value, std::size_t size) {
+  if (!ok_) return;
+  if (size > staging_.size() - written_) {
+    fail("Cur(%d) reached max(%d), for %s, id(0x%x)", static_cast<int>(written_),
+         modem_stats_max_data_len, parser_, context_.id);
+    return;
+  }
+  std::memcpy(staging_.data() + written_, value, size);
+  written_ += size;
+}
+
+void packet_decoder::finish(const record_schema& schema) {
+  if (!ok_) return;
+  const auto length = written_;
+  written_ = 0;
+  if (context_.records != nullptr) {
+    context_.records->record(schema, std::span(staging_).first(length));
+    if (data_id_out_ != nullptr) *data_id_out_ = schema.id;
+    return;
+  }
+  modem_stats_single_data_common_type* record = nullptr;
+  if (!modem_stats_new_single_ex(schema.id, static_cast<unsigned>(length), 0, &record)) {
+    ok_ = false;
+    return;
+  }
+  std::memcpy(record->data, staging_.data(), length);
+  modem_stats_free_single(*record_out_);
+  *record_out_ = record;
+  *data_id_out_ = schema.id;
+}
+
+void packet_decoder::print_line(const char* format, std::va_list args) {
+  std::array<char, 1024> text;
+  const int length = std::vsnprintf(text.data(), text.size() - 1, format, args);
+  if (length < 0) return;
+  auto size = std::min(static_cast<std::size_t>(length), text.size() - 2);
+  text[size++] = '\n';
+  context_.lines->write({text.data(), size});
+}
+
+void packet_decoder::print(const char* format, ...) {
+  if (!ok_ || context_.lines == nullptr) return;
+  std::va_list args;
+  va_start(args, format);
+  print_line(format, args);
+  va_end(args);
+}
+
+void packet_decoder::fail(const char* format, ...) {
+  if (!ok_) return;
+  ok_ = false;
+  if (context_.lines == nullptr) return;
+  std::va_list args;
+  va_start(args, format);
+  print_line(format, args);
+  va_end(args);
+}
+
+}  // namespace modem_stats

@@ -1,0 +1,144 @@
+// How parsers read a packet and write its record. The first check that fails prints its one line;
+// from then on reads give 0, and lines and records are dropped, so that a parser reads from top to
+// bottom without error branches:
+//
+//   packet_decoder in(__func__, data_id_out, record_out);
+//   const auto version = in.next<u8>("version");
+//   in.check_version(version, {1});
+//   const auto count = in.bits(at::num_records);
+//   in.print("version = %d, num_records = %d", version, count);
+//   in.publish(some_record, version, count);
+#pragma once
+
+#include <array>
+#include <concepts>
+#include <cstdarg>
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <span>
+#include <type_traits>
+
+#include "modem_stats/bit_field.h"
+#include "modem_stats/decoding_context.h"
+#include "modem_stats/record.h"
+#include "modem_stats/record_schema.h"
+
+namespace modem_stats {
+
+class packet_decoder {
+ public:
+  /// `parser` is named in messages.
+  packet_decoder(const char* parser, modem_stats_data_id_e_type* data_id_out,
+                 modem_stats_single_data_common_type** record_out);
+  packet_decoder(const packet_decoder&) = delete;
+  packet_decoder& operator=(const packet_decoder&) = delete;
+  ~packet_decoder() = default;
+
+  /// The little-endian value at the byte cursor, which moves behind it.
+  template <std::integral T>
+  T next(const char* name) {
+    return static_cast<T>(next_bytes(name, sizeof(T)));
+  }
+
+  /// Passes over bytes, whatever they are and even if they are not there.
+  void skip(unsigned bytes);
+
+  /// Fields are placed relative to this byte of the payload from now on, and the byte cursor stands
+  /// there.
+  void block_at(unsigned byte);
+  [[nodiscard]] unsigned block() const { return block_; }
+
+  template <std::integral T>
+  [[nodiscard]] T bits(const bit_field<T>& field) {
+    return static_cast<T>(
+        field_bits(field.name, field.bit, field.width, 8 * sizeof(T), std::is_signed_v<T>));
+  }
+
+  /// As bits(), or `otherwise` where the version at hand does not have the field.
+  template <std::integral T>
+  [[nodiscard]] T bits_or(const bit_field<T>& field, T otherwise) {
+    return field.name == nullptr ? otherwise : bits(field);
+  }
+
+  /// Rejects a version that is not listed. `name` is the parser's unless a sub-packet's is given.
+  void check_version(std::uint32_t version, std::initializer_list<std::uint32_t> supported);
+  void reject_version(std::uint32_t version, const char* name);
+
+  /// The row of `version`; when there is none, the version is rejected and the row returned is of
+  /// no consequence.
+  template <typename Row, std::size_t n>
+  [[nodiscard]] const Row& layout_for(std::uint32_t version, const Row (&rows)[n],
+                                      const char* name = nullptr) {
+    for (const Row& row : rows) {
+      if (row.version == version) return row;
+    }
+    reject_version(version, name == nullptr ? parser_ : name);
+    return rows[0];
+  }
+
+  /// Ends the decoding unless `valid`; `value` and `name` (the parser's unless given) are told.
+  template <std::integral T>
+  void check_valid(bool valid, T value, const char* name = nullptr) {
+    if (!valid) reject_value(static_cast<int>(value), name);
+  }
+
+  /// False, and the decoding ends, when more are announced than there may be. Also false after an
+  /// earlier failure.
+  bool check_count(std::uint32_t count, std::uint32_t max, const char* name);
+
+  /// Prints a line.
+  void print(const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+  /// Makes the record. A slot holds one: the next replaces it.
+  template <typename... T>
+  void publish(const fixed_record<T...>& schema, std::type_identity_t<T>... values) {
+    (put(values), ...);
+    finish(schema);
+  }
+
+  /// Adds one part of a record, whose schema is given at the end.
+  template <typename... T>
+  void add(const field_list<T...>& /*list*/, std::type_identity_t<T>... values) {
+    (put(values), ...);
+  }
+  void publish_added(const record_schema& schema) { finish(schema); }
+
+  /// No check has failed so far.
+  [[nodiscard]] bool ok() const { return ok_; }
+  [[nodiscard]] const char* parser() const { return parser_; }
+  [[nodiscard]] decoding_context& context() const { return context_; }
+
+ private:
+  std::uint64_t next_bytes(const char* name, unsigned width);
+  std::uint64_t field_bits(const char* name, unsigned bit, unsigned width, unsigned room,
+                           bool is_signed);
+  [[nodiscard]] bool position_is_good(unsigned bit);
+  [[nodiscard]] std::uint64_t load(std::size_t byte, unsigned width) const;
+
+  template <typename T>
+  void put(T value) {
+    put_bytes(&value, sizeof value);
+  }
+  void put_bytes(const void* value, std::size_t size);
+  void finish(const record_schema& schema);
+
+  void reject_value(int value, const char* name);
+  void fail(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  void print_line(const char* format, std::va_list args);
+
+  decoding_context& context_;
+  const char* parser_;
+  modem_stats_data_id_e_type* data_id_out_;
+  modem_stats_single_data_common_type** record_out_;  // what it holds is null or a record
+  bool ok_ = true;
+  unsigned block_ = 0;  // byte of the payload
+  int base_ = 0;        // "byte base"
+  int cursor_ = 0;      // "g_pK_DATA_CNT": from base_
+  int left_;            // "g_pk_data_left"
+  unsigned bit_position_ = 0;
+  std::size_t written_ = 0;
+  std::array<std::uint8_t, modem_stats_max_data_len> staging_;
+};
+
+}  // namespace modem_stats

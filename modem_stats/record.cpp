@@ -1,0 +1,27 @@
+#include "modem_stats/record.h"
+
+#include <cstdlib>
+
+#include "modem_stats/decoding_context.h"
+
+bool modem_stats_new_single_ex(modem_stats_data_id_e_type data_id, unsigned data_len,
+                               unsigned char /*flag*/, modem_stats_single_data_common_type** out) {
+  if (data_len - 1 >= modem_stats_max_data_len) {
+    modem_stats::print_text("data_len(%d) should be in (0, %d]", data_len,
+                            modem_stats_max_data_len);
+    return false;
+  }
+  auto* record = static_cast<modem_stats_single_data_common_type*>(
+      std::malloc(sizeof(modem_stats_single_data_common_type)));
+  *out = record;
+  record->data = static_cast<unsigned char*>(std::malloc(data_len));
+  record->data_len = data_len;
+  record->data_id = data_id;
+  return true;
+}
+
+void modem_stats_free_single(modem_stats_single_data_common_type* record) {
+  if (record == nullptr) return;
+  std::free(record->data);
+  std::free(record);
+}

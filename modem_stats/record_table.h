@@ -1,0 +1,16 @@
+// Every kind of record.
+#pragma once
+
+#include <span>
+
+#include "modem_stats/record_schema.h"
+
+namespace modem_stats {
+
+/// In order of data ids.
+[[nodiscard]] std::span<const record_schema* const> record_table();
+
+/// Null for an id that no record has.
+[[nodiscard]] const record_schema* find_record_schema(modem_stats_data_id_e_type id);
+
+}  // namespace modem_stats

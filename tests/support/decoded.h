@@ -1,0 +1,63 @@
+// A packet through its decoder, as a captured packet comes: with its own length.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "modem_stats/decoding_context.h"
+#include "modem_stats/dispatch.h"
+#include "support/bytes.h"
+
+namespace support {
+
+/// A record as "DATA_ID: hexadecimal bytes".
+class decoded final : modem_stats::line_sink, modem_stats::record_sink {
+ public:
+  std::string lines;  // without the dispatcher's own
+  std::vector<std::string> records;
+
+  static decoded log(std::uint16_t code, std::string_view payload) {
+    return decoded(modem_stats::packet_kind::log, code, hex(payload));
+  }
+  static decoded event(std::uint16_t id, std::string_view payload) {
+    return decoded(modem_stats::packet_kind::event, id, hex(payload));
+  }
+  /// Only the first `length` bytes of the payload are there.
+  static decoded cut(std::uint16_t code, std::string_view payload, std::size_t length) {
+    auto whole = hex(payload);
+    whole.resize(length);
+    return decoded(modem_stats::packet_kind::log, code, whole);
+  }
+
+ private:
+  decoded(modem_stats::packet_kind kind, std::uint16_t id, const bytes& payload) {
+    auto& context = modem_stats::this_context();
+    const auto before = context;
+    context.lines = this;
+    context.records = this;
+    context.versions_not_supported = 0;
+    modem_stats::decode_packet(kind, 0, id, payload);
+    const auto state = context.lte_rrc_last_state;
+    context = before;
+    context.lte_rrc_last_state = state;
+    lines.erase(0, lines.find('\n') + 1);
+  }
+
+  void write(std::string_view text) override { lines += text; }
+
+  void record(const modem_stats::record_schema& schema,
+              std::span<const std::uint8_t> data) override {
+    std::string text = std::to_string(schema.id) + ":";
+    constexpr std::string_view digits = "0123456789abcdef";
+    for (const auto byte : data) {
+      text += digits[byte >> 4];
+      text += digits[byte & 0x0F];
+    }
+    records.push_back(text);
+  }
+};
+
+}  // namespace support

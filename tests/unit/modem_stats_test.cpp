@@ -1,0 +1,268 @@
+// The ground of the decoders: records, conversions, windows and checks.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <string>
+
+#include "modem_stats/conversions.h"
+#include "modem_stats/packet_decoder.h"
+#include "modem_stats/record_table.h"
+#include "support/decoded.h"
+#include "support/printed.h"
+
+namespace {
+
+using namespace modem_stats;
+using support::decoded;
+
+using records = std::vector<std::string>;
+
+TEST(record, length_is_1_to_700) {
+  for (const unsigned length : {0U, 701U}) {
+    modem_stats_single_data_common_type* record = nullptr;
+    EXPECT_EQ(support::printed_by([&] {
+                EXPECT_FALSE(modem_stats_new_single_ex(MODEM_STATS_DATA_ID_LTE_TX_POWER, length, 0,
+                                                       &record));
+              }),
+              "data_len(" + std::to_string(length) + ") should be in (0, 700]");
+    EXPECT_EQ(record, nullptr);
+  }
+  for (const unsigned length : {1U, 700U}) {
+    modem_stats_single_data_common_type* record = nullptr;
+    ASSERT_TRUE(modem_stats_new_single_ex(MODEM_STATS_DATA_ID_LTE_TX_POWER, length, 0, &record));
+    record->data[length - 1] = 1;
+    EXPECT_EQ(record->data_len, length);
+    EXPECT_EQ(record->data_id, 83U);
+    modem_stats_free_single(record);
+  }
+}
+
+TEST(conversion, digits_are_rounded_one_by_one) {
+  EXPECT_EQ(modem_stats_i2f_rsrp(0), -180.00F);
+  EXPECT_EQ(modem_stats_i2f_rsrp(1000), -117.50F);
+  EXPECT_EQ(modem_stats_i2f_rsrq(-5), -30.31F);
+  EXPECT_EQ(modem_stats_i2f_rssi(690), -66.88F);
+  EXPECT_EQ(modem_stats_i2f_snr(284), 8.49F);  // not 8.40: the third digit's product says 9
+  EXPECT_EQ(modem_stats_nr5g_rsrp(-13801), -107.82F);
+  EXPECT_EQ(modem_stats_nr5g_rsrq(-1526), -11.92F);
+  EXPECT_EQ(modem_stats_nr5g_rssi(3535), -70.13F);
+  EXPECT_EQ(modem_stats_nr5g_snr(2048), 3.01F);
+  EXPECT_EQ(modem_stats_nr5g_rsrp_ex(-12016), -93.875F);
+  EXPECT_EQ(modem_stats_lte_rssi(755), -67.25F);
+  EXPECT_EQ(modem_stats_wcdma_rssi(-364), -91.20F);
+  EXPECT_EQ(modem_stats_gsm_rssi(-1053), -65.81F);
+  const float almost_zero = modem_stats_nr5g_rsrp(-0);
+  EXPECT_FALSE(std::signbit(almost_zero));
+}
+
+TEST(conversion, what_was_not_measured_is_65535) {
+  EXPECT_EQ(modem_stats_nr5g_snr(0), 65535.0F);
+  EXPECT_EQ(modem_stats_nr5g_rsrp_ex(0), 65535.0F);
+  EXPECT_EQ(modem_stats_nr5g_rsrp(0), 0.0F);
+}
+
+TEST(conversion_death_test, overflow_ends_the_process) {
+  EXPECT_DEATH((void)modem_stats_i2f_rsrp(INT32_MIN), "");
+  EXPECT_DEATH((void)modem_stats_nr5g_rssi(INT32_MIN), "");
+}
+
+TEST(dispatch, header_of_a_packet_without_parser_or_payload) {
+  unsigned char payload[108] = {9};
+  EXPECT_EQ(support::printed_by([&] {
+              modem_stats_diag_process_log_ex(1, 0xB170, 108, payload);
+              modem_stats_diag_process_event_ex(0, 0xB062, 108, payload);
+              modem_stats_diag_process_log_ex(0, 0xB062, 108, nullptr);
+            }),
+            "modem_stats_diag_process_log_ex: log_id 0xb170, length 108, sub_id = 1\n"
+            "modem_stats_diag_process_event_ex: event_id 45154, length 108, sub_id = 0\n"
+            "modem_stats_diag_process_log_ex: log_id 0xb062, length 108, sub_id = 0\n"
+            "MODEM_STATS_DATA_UNPK_START, payload is NULL, id(0xb062)\n");
+}
+
+TEST(dispatch, record_lies_in_the_slot_of_a_caller_without_sink) {
+  const auto bytes = support::hex("0d013412d4c3b2a100710200010021002000000f0008010000");
+  this_context().lines = nullptr;
+  const auto made = decode_packet(packet_kind::log, 0, 0x1568, bytes);
+  const auto none = decode_packet(packet_kind::log, 0, 0x1568, std::span(bytes).first(21));
+  this_context().lines = &standard_output();
+  ASSERT_EQ(made.data_id, MODEM_STATS_DATA_ID_IMS_RTP_SN_AND_PAYLOAD);
+  EXPECT_EQ((support::bytes(made.record->data, made.record->data + made.record->data_len)),
+            support::hex("0d0108"));
+  modem_stats_free_single(made.record);
+  EXPECT_EQ(none.data_id, MODEM_STATS_DATA_ID_NONE);
+  EXPECT_EQ(none.record, nullptr);
+}
+
+TEST(record_table, every_repeated_part_is_counted_by_fields_of_the_first) {
+  for (const auto* const schema : record_table()) {
+    const auto first = schema->parts().front();
+    EXPECT_FALSE(first.repeated()) << schema->name;
+    for (const auto& part : schema->parts()) {
+      for (const char* const count : part.counts) {
+        if (count == nullptr) continue;
+        EXPECT_TRUE(std::ranges::any_of(
+            first.rows, [&](const field_row& row) { return std::string_view(row.name) == count; }))
+            << schema->name << ": " << count;
+      }
+    }
+  }
+}
+
+// A decoder of its own for each check.
+class reading : public testing::Test, line_sink {
+ protected:
+  void decode(std::string_view payload, window_end end) {
+    payload_ = support::hex(payload);
+    auto& context = this_context();
+    context = {.id = 0x1234, .payload = payload_, .end = end, .lines = this};
+  }
+  void TearDown() override { this_context() = {}; }
+
+  modem_stats_data_id_e_type id = MODEM_STATS_DATA_ID_NONE;
+  modem_stats_single_data_common_type* record = nullptr;
+  std::string lines;
+
+ private:
+  void write(std::string_view text) override { lines += text; }
+
+  support::bytes payload_;
+};
+
+constexpr auto three_fields = fields(field<u8>{"a"}, field<u16>{"b"}, field<i8>{"c"});
+constexpr fixed_record three{MODEM_STATS_DATA_ID_LTE_TX_POWER, "three", three_fields};
+
+TEST_F(reading, byte_reads_stop_at_the_end_and_say_it_once) {
+  decode("01 0203 04", window_end::of_packet);
+  packet_decoder in("parser", &id, &record);
+  EXPECT_EQ(in.next<u8>("a"), 1);
+  EXPECT_EQ(in.next<u16>("b"), 0x0302);
+  EXPECT_EQ(in.next<u16>("c"), 0);
+  EXPECT_EQ(in.next<u8>("d"), 0);
+  in.print("dropped");
+  in.publish(three, 1, 2, 3);
+  EXPECT_EQ(lines, "g_pk_data_left(1) is not enough for c, id(0x1234)\n");
+  EXPECT_EQ(record, nullptr);
+}
+
+TEST_F(reading, field_at_the_end_of_a_packet_needs_no_word_behind_it) {
+  decode("00 00 a5", window_end::of_packet);
+  packet_decoder in("parser", &id, &record);
+  EXPECT_EQ(in.bits(bit_field<u8>{"high", 20, 4}), 0x0A);
+  EXPECT_EQ(in.bits(bit_field<i8>{"sign", 20, 4}), -6);
+  EXPECT_EQ(in.bits(bit_field<u8>{"beyond", 20, 5}), 0);
+  EXPECT_EQ(lines, "g_pk_data_left(1) is not enough for beyond_tmp, id(0x1234)\n");
+}
+
+TEST_F(reading, sliding_window_reads_zeros_and_ends_after_2000_bytes) {
+  decode("07", window_end::sliding);
+  packet_decoder in("parser", &id, &record);
+  EXPECT_EQ(in.next<u8>("version"), 7);
+  EXPECT_EQ(in.bits(bit_field<u64>{"far", 8 * 1000}), 0U);
+  EXPECT_EQ(in.bits(bit_field<u8>{"last", 8 * (1008 + 1992)}), 0);  // from behind the one before
+  EXPECT_TRUE(in.ok());
+  EXPECT_EQ(in.bits(bit_field<u8>{"too_near_the_end", 8 * (3001 + 1993)}), 0);
+  packet_decoder outside("parser", &id, &record);
+  EXPECT_EQ(outside.bits(bit_field<u8>{"outside", 8 * 2000}), 0);
+  EXPECT_EQ(lines,
+            "g_pk_data_left(7) is not enough for too_near_the_end_tmp, id(0x1234)\n"
+            "UNPK_SET_POS, pos(2000) should be[0, 2000), id(0x1234)\n");
+}
+
+TEST_F(reading, field_that_does_not_fit_its_word_or_its_value_is_refused) {
+  decode("ff*16", window_end::sliding);
+  const auto refused = [&](const auto& field) {
+    lines.clear();
+    packet_decoder in("parser", &id, &record);
+    EXPECT_EQ(in.bits(field), 0U);
+    return lines;
+  };
+  EXPECT_EQ(refused(bit_field<u64>{"wide", 1, 64}),
+            "UNPK_MID, high(65) should be in [1, 64] for wide_tmp, id(0x1234)\n");
+  EXPECT_EQ(refused(bit_field<u8>{"narrow", 0, 9}),
+            "UNPK_LOW, bit_num(9) should be in [1, 8] for narrow_tmp, id(0x1234)\n");
+  EXPECT_EQ(refused(bit_field<u8>{"empty", 2, 0}),
+            "UNPK_MID, low(3) should <= high(2) for empty_tmp, id(0x1234)\n");
+}
+
+TEST_F(reading, payload_that_is_not_there) {
+  packet_decoder in("parser", &id, &record);
+  this_context().lines = &standard_output();
+  EXPECT_EQ(support::printed_by([&] { (void)in.next<u8>("version"); }),
+            "MODEM_STATS_DATA_UNPK, g_pk_data_ptr is NULL, name: version, id(0x0)\n");
+}
+
+TEST_F(reading, cursor_before_the_window) {
+  decode("00*40", window_end::sliding);
+  packet_decoder in("parser", &id, &record);
+  (void)in.bits(at_byte<u8>("far", 30));
+  in.block_at(10);
+  EXPECT_EQ(in.next<u8>("back"), 0);
+  EXPECT_EQ(lines, "g_pK_DATA_CNT(-21) is can not < 0 for back, id(0x1234)\n");
+}
+
+TEST_F(reading, checks_name_what_they_refuse) {
+  decode("00", window_end::of_packet);
+  packet_decoder(__func__, &id, &record).check_valid(false, -1);
+  packet_decoder("parser", &id, &record).check_valid(false, 6, "sub_packet_id");
+  EXPECT_FALSE(packet_decoder("parser", &id, &record).check_count(21, 20, "num"));
+  packet_decoder("parser", &id, &record).check_version(2, {1, 3});
+  packet_decoder("parser", &id, &record).check_version(0x40009, {1, 3});
+  EXPECT_EQ(lines,
+            "DATA_IS_NOT_VALID(-1), name(TestBody), id(0x1234)\n"
+            "DATA_IS_NOT_VALID(6), name(sub_packet_id), id(0x1234)\n"
+            "Cur(21) reached max(20), for num, id(0x1234)\n"
+            "VERSION_NOT_SUPPORT, version(2), not_support_num(1), name(parser), id(0x1234)\n"
+            "VERSION_NOT_SUPPORT, version(262153), not_support_num(2), name(parser), id(0x1234)\n");
+}
+
+TEST_F(reading, record_is_packed_and_never_longer_than_700_bytes) {
+  decode("00", window_end::of_packet);
+  packet_decoder in("parser", &id, &record);
+  in.publish(three, 1, 0x0302, -1);
+  in.publish(three, 2, 0x0302, -1);  // takes the place of the first
+  ASSERT_NE(record, nullptr);
+  EXPECT_EQ((support::bytes(record->data, record->data + record->data_len)),
+            support::hex("02 0203 ff"));
+  modem_stats_free_single(record);
+  record = nullptr;
+  for (int i = 0; i < 176; ++i) in.add(three_fields, 0, 0, 0);
+  in.publish_added(three);
+  EXPECT_EQ(lines, "Cur(700) reached max(700), for parser, id(0x1234)\n");
+  EXPECT_EQ(record, nullptr);
+}
+
+// Packets of the formats that the other decoders follow.
+
+TEST(lte_mac_rach_attempt, failed_attempt_makes_a_record) {
+  const std::string success =
+      "01010000063134000100010001070aff98ff0000011c48070018e2000007000000523b7dfd69b6000000f5540000"
+      "ff0001000000d6040000";
+  EXPECT_EQ(decoded::log(0xB062, success).lines, "rach is success, do nothing\n");
+
+  const auto edited = [&](int byte, const char* hex) {
+    return std::string(success).replace(static_cast<std::size_t>(2 * byte), 2, hex);
+  };
+  const auto failed = decoded::log(0xB062, edited(11, "01"));
+  EXPECT_EQ(failed.lines,
+            "sub_id = 0, version = 1, num_records = 1, version_sub = 49, rach_result = 1\n");
+  EXPECT_EQ(failed.records, (records{"132:013101"}));
+  const auto negative = decoded::log(0xB062, edited(11, "80"));
+  EXPECT_EQ(negative.lines,
+            "sub_id = 0, version = 1, num_records = 1, version_sub = 49, rach_result = -128\n"
+            "DATA_IS_NOT_VALID(-128), name(modem_stats_parse_b062_diag_log_lte_mac_rach_attempt), "
+            "id(0xb062)\n");
+  EXPECT_TRUE(negative.records.empty());
+  EXPECT_EQ(decoded::log(0xB062, edited(4, "07")).lines,
+            "DATA_IS_NOT_VALID(7), name(sub_packet_id), id(0xb062)\n");
+  EXPECT_EQ(decoded::log(0xB062, edited(5, "32")).lines,
+            "VERSION_NOT_SUPPORT, version(50), not_support_num(1), name(lte_mac_rach_attempt), "
+            "id(0xb062)\n");
+  EXPECT_EQ(decoded::cut(0xB062, success, 11).lines,
+            "g_pk_data_left(0) is not enough for rach_result_tmp, id(0xb062)\n");
+  EXPECT_EQ(decoded::log(0xB062, "01000000").lines,
+            "sub_id = 0, version = 1, num_records = 0, version_sub = 0, rach_result = -1\n"
+            "DATA_IS_NOT_VALID(-1), name(modem_stats_parse_b062_diag_log_lte_mac_rach_attempt), "
+            "id(0xb062)\n");
+}
+
+}  // namespace
