@@ -37,11 +37,25 @@ enum class window_end : std::uint8_t {
   of_packet,  // the last byte of the packet
 };
 
+/// Why a packet made no record, or no further one.
+enum class rejection : std::uint8_t {
+  none,
+  version,  // not supported
+  value,    // not valid
+  count,    // more of something than there may be
+  length,   // the packet ends too early
+};
+
 struct decoding_context {
   // Set by the dispatcher.
   std::uint32_t id = 0;  // log code or event id
   std::span<const std::uint8_t> payload;
   window_end end = window_end::sliding;
+
+  // Told by the decoder.
+  rejection rejected = rejection::none;
+  std::uint32_t version = 0;      // of the packet; 0 where packets have none
+  std::uint32_t sub_version = 0;  // of its first sub-packet
 
   // The caller's.
   line_sink* lines = &standard_output();  // null: no lines

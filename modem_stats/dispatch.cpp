@@ -37,6 +37,8 @@ decoded_packet decode(packet_kind kind, int sub_id, std::uint16_t id, int length
   context.id = id;
   context.payload = payload;
   context.end = end;
+  context.rejected = rejection::none;
+  context.version = context.sub_version = 0;
   const dispatch_row* const row = row_of(kind, id);
   if (row != nullptr) row->parse(sub_id, &decoded.data_id, &decoded.record);
   return decoded;

@@ -36,16 +36,19 @@ std::uint64_t packet_decoder::load(std::size_t byte, unsigned width) const {
 std::uint64_t packet_decoder::next_bytes(const char* name, unsigned width) {
   if (!ok_) return 0;
   if (context_.payload.data() == nullptr) {
-    fail("MODEM_STATS_DATA_UNPK, g_pk_data_ptr is NULL, name: %s, id(0x%x)", name, context_.id);
+    fail(rejection::length, "MODEM_STATS_DATA_UNPK, g_pk_data_ptr is NULL, name: %s, id(0x%x)",
+         name, context_.id);
     return 0;
   }
   if (left_ < static_cast<int>(width)) {
-    fail("g_pk_data_left(%d) is not enough for %s, id(0x%x)", left_, name, context_.id);
+    fail(rejection::length, "g_pk_data_left(%d) is not enough for %s, id(0x%x)", left_, name,
+         context_.id);
     return 0;
   }
   if (cursor_ < 0) {
     // sic
-    fail("g_pK_DATA_CNT(%d) is can not < 0 for %s, id(0x%x)", cursor_, name, context_.id);
+    fail(rejection::length, "g_pK_DATA_CNT(%d) is can not < 0 for %s, id(0x%x)", cursor_, name,
+         context_.id);
     return 0;
   }
   const auto value = load(static_cast<std::size_t>(base_ + cursor_), width);
@@ -77,7 +80,8 @@ bool packet_decoder::position_is_good(unsigned bit) {
   base_ = static_cast<int>(bit_position_ / 8);
   const int position = byte - base_;
   if (sliding_window <= position) {
-    fail("UNPK_SET_POS, pos(%d) should be[0, %d), id(0x%x)", position, sliding_window, context_.id);
+    fail(rejection::length, "UNPK_SET_POS, pos(%d) should be[0, %d), id(0x%x)", position,
+         sliding_window, context_.id);
     return false;
   }
   cursor_ = position;
@@ -96,21 +100,23 @@ std::uint64_t packet_decoder::field_bits(const char* name, unsigned bit, unsigne
   const int needed =
       context_.end == window_end::sliding ? static_cast<int>(sizeof(u64)) : (high + 7) / 8;
   if (left_ < needed) {
-    fail("g_pk_data_left(%d) is not enough for %s_tmp, id(0x%x)", left_, name, context_.id);
+    fail(rejection::length, "g_pk_data_left(%d) is not enough for %s_tmp, id(0x%x)", left_, name,
+         context_.id);
     return 0;
   }
   if (high < 1 || high > static_cast<int>(word_bits)) {
-    fail("UNPK_MID, high(%d) should be in [1, %d] for %s_tmp, id(0x%x)", high, word_bits, name,
-         context_.id);
+    fail(rejection::length, "UNPK_MID, high(%d) should be in [1, %d] for %s_tmp, id(0x%x)", high,
+         word_bits, name, context_.id);
     return 0;
   }
   if (low > high) {
-    fail("UNPK_MID, low(%d) should <= high(%d) for %s_tmp, id(0x%x)", low, high, name, context_.id);
+    fail(rejection::length, "UNPK_MID, low(%d) should <= high(%d) for %s_tmp, id(0x%x)", low, high,
+         name, context_.id);
     return 0;
   }
   if (width > room) {
-    fail("UNPK_LOW, bit_num(%d) should be in [1, %d] for %s_tmp, id(0x%x)", width, room, name,
-         context_.id);
+    fail(rejection::length, "UNPK_LOW, bit_num(%d) should be in [1, %d] for %s_tmp, id(0x%x)",
+         width, room, name, context_.id);
     return 0;
   }
   const u64 word = load(static_cast<std::size_t>(base_ + cursor_), sizeof(u64));
@@ -123,27 +129,38 @@ std::uint64_t packet_decoder::field_bits(const char* name, unsigned bit, unsigne
 
 void packet_decoder::check_version(std::uint32_t version,
                                    std::initializer_list<std::uint32_t> supported) {
+  note_version(version);
   if (std::find(supported.begin(), supported.end(), version) == supported.end()) {
     reject_version(version, parser_);
   }
+}
+
+/// The first is the packet's, the second a sub-packet's.
+void packet_decoder::note_version(std::uint32_t version) {
+  if (!ok_) return;
+  if (versions_ == 0) context_.version = version;
+  if (versions_ == 1) context_.sub_version = version;
+  ++versions_;
 }
 
 void packet_decoder::reject_version(std::uint32_t version, const char* name) {
   if (!ok_) return;
   auto& count = context_.versions_not_supported;
   count = checked_add<std::uint64_t>(count, 1);
-  fail("VERSION_NOT_SUPPORT, version(%d), not_support_num(%lu), name(%s), id(0x%x)", version, count,
+  fail(rejection::version,
+       "VERSION_NOT_SUPPORT, version(%d), not_support_num(%lu), name(%s), id(0x%x)", version, count,
        name, context_.id);
 }
 
 void packet_decoder::reject_value(int value, const char* name) {
-  fail("DATA_IS_NOT_VALID(%d), name(%s), id(0x%x)", value, name == nullptr ? parser_ : name,
-       context_.id);
+  fail(rejection::value, "DATA_IS_NOT_VALID(%d), name(%s), id(0x%x)", value,
+       name == nullptr ? parser_ : name, context_.id);
 }
 
 bool packet_decoder::check_count(std::uint32_t count, std::uint32_t max, const char* name) {
   if (count > max) {
-    fail("Cur(%d) reached max(%d), for %s, id(0x%x)", count, max, name, context_.id);
+    fail(rejection::count, "Cur(%d) reached max(%d), for %s, id(0x%x)", count, max, name,
+         context_.id);
   }
   return ok_;
 }
@@ -151,7 +168,7 @@ bool packet_decoder::check_count(std::uint32_t count, std::uint32_t max, const c
 void packet_decoder::put_bytes(const void* value, std::size_t size) {
   if (!ok_) return;
   if (size > staging_.size() - written_) {
-    fail("Cur(%d) reached max(%d), for %s, id(0x%x)", static_cast<int>(written_),
+    fail(rejection::count, "Cur(%d) reached max(%d), for %s, id(0x%x)", static_cast<int>(written_),
          modem_stats_max_data_len, parser_, context_.id);
     return;
   }
@@ -196,9 +213,10 @@ void packet_decoder::print(const char* format, ...) {
   va_end(args);
 }
 
-void packet_decoder::fail(const char* format, ...) {
+void packet_decoder::fail(rejection why, const char* format, ...) {
   if (!ok_) return;
   ok_ = false;
+  context_.rejected = why;
   if (context_.lines == nullptr) return;
   std::va_list args;
   va_start(args, format);

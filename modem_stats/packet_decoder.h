@@ -61,15 +61,15 @@ class packet_decoder {
     return field.name == nullptr ? otherwise : bits(field);
   }
 
-  /// Rejects a version that is not listed. `name` is the parser's unless a sub-packet's is given.
+  /// Rejects a version that is not listed.
   void check_version(std::uint32_t version, std::initializer_list<std::uint32_t> supported);
-  void reject_version(std::uint32_t version, const char* name);
 
   /// The row of `version`; when there is none, the version is rejected and the row returned is of
-  /// no consequence.
+  /// no consequence. `name` is the parser's unless a sub-packet's is given.
   template <typename Row, std::size_t n>
   [[nodiscard]] const Row& layout_for(std::uint32_t version, const Row (&rows)[n],
                                       const char* name = nullptr) {
+    note_version(version);
     for (const Row& row : rows) {
       if (row.version == version) return row;
     }
@@ -123,8 +123,10 @@ class packet_decoder {
   void put_bytes(const void* value, std::size_t size);
   void finish(const record_schema& schema);
 
+  void note_version(std::uint32_t version);
+  void reject_version(std::uint32_t version, const char* name);
   void reject_value(int value, const char* name);
-  void fail(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  void fail(rejection why, const char* format, ...) __attribute__((format(printf, 3, 4)));
   void print_line(const char* format, std::va_list args);
 
   decoding_context& context_;
@@ -132,6 +134,7 @@ class packet_decoder {
   modem_stats_data_id_e_type* data_id_out_;
   modem_stats_single_data_common_type** record_out_;  // what it holds is null or a record
   bool ok_ = true;
+  int versions_ = 0;    // met so far
   unsigned block_ = 0;  // byte of the payload
   int base_ = 0;        // "byte base"
   int cursor_ = 0;      // "g_pK_DATA_CNT": from base_
