@@ -1,6 +1,8 @@
 #include "modem_stats/record_schema.h"
 
+#include <algorithm>
 #include <bit>
+#include <cctype>
 #include <cstring>
 
 namespace modem_stats {
@@ -46,6 +48,29 @@ field_value load_field(const field_row& row, std::span<const u8> bytes) {
       break;
   }
   return {.type = row.type, .real = load<f32>(bytes)};
+}
+
+std::size_t repetitions(const record_schema& schema, const record_part& part,
+                        std::span<const u8> data) {
+  u64 sum = 0;
+  for (const auto& row : schema.parts().front().rows) {
+    for (const char* const count : part.counts) {
+      if (count != nullptr && std::string_view(count) == row.name) {
+        sum += load_field(row, data).unsigned_number;
+      }
+    }
+    data = data.subspan(size_of(row.type));
+  }
+  return sum;
+}
+
+std::string column_name(const field_row& row) {
+  std::string name = row.name;
+  if (*row.unit == '\0') return name;
+  name.append("_").append(row.unit);
+  std::ranges::replace_if(
+      name, [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
+  return name;
 }
 
 }  // namespace modem_stats

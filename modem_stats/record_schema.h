@@ -9,7 +9,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string>
 #include <string_view>
+#include <type_traits>
 
 #include "modem_stats/record.h"
 
@@ -116,5 +118,12 @@ struct field_value {
   };
 };
 [[nodiscard]] field_value load_field(const field_row& row, std::span<const u8> bytes);
+
+/// How often `part`, a repeated part of `schema`, occurs in the record `data`.
+[[nodiscard]] std::size_t repetitions(const record_schema& schema, const record_part& part,
+                                      std::span<const u8> data);
+
+/// What a table calls the field: its name and unit.
+[[nodiscard]] std::string column_name(const field_row& row);
 
 }  // namespace modem_stats

@@ -3,12 +3,12 @@
 
 packages_to_build=(
   ca-certificates g++ cmake ninja-build ccache
-  libasio-dev libbenchmark-dev libcli11-dev libfmt-dev libgtest-dev libsqlite3-dev libsqlitecpp-dev
+  libarchive-dev libasio-dev libbenchmark-dev libcli11-dev libfmt-dev libgtest-dev libsqlite3-dev libsqlitecpp-dev
 )
 packages_to_check=(
   clang clang-format clang-tidy libclang-rt-14-dev
   g++-aarch64-linux-gnu qemu-user-static
-  libc6:arm64 libstdc++6:arm64 libfmt-dev:arm64 libgtest-dev:arm64 libsqlite3-dev:arm64
+  libc6:arm64 libstdc++6:arm64 libarchive-dev:arm64 libfmt-dev:arm64 libgtest-dev:arm64 libsqlite3-dev:arm64
   libsqlitecpp-dev:arm64
 )
 

@@ -1,0 +1,14 @@
+// Decoding captures: files, directories and standard input.
+#pragma once
+
+#include "decode/options.h"
+#include "decode/output/record_output.h"
+
+namespace decode {
+
+struct summary;
+
+/// False when something could not be read, which was told. Throws output_error.
+[[nodiscard]] bool decode_files(const options& chosen, record_store& store, summary& counts);
+
+}  // namespace decode

@@ -1,0 +1,25 @@
+// Which packets and records are wanted.
+#pragma once
+
+#include <bitset>
+#include <cstdint>
+
+namespace decode {
+
+struct filter {
+  std::bitset<65536> logs;
+  std::bitset<4096> events;
+  std::bitset<256> data_ids;
+  std::int64_t from = INT64_MIN;  // microseconds, Unix; both ends belong to the range
+  std::int64_t to = INT64_MAX;
+  std::uint32_t radio = 0;  // 0: all
+
+  /// Everything that has a decoder.
+  [[nodiscard]] static filter all();
+
+  [[nodiscard]] bool wants(std::int64_t time, std::uint32_t packet_radio) const {
+    return from <= time && time <= to && (radio == 0 || radio == packet_radio);
+  }
+};
+
+}  // namespace decode

@@ -1,0 +1,85 @@
+#include "decode/input/capture_kind.h"
+
+#include <algorithm>
+
+#include "decode/input/unframed.h"
+#include "protocol/hdlc.h"
+#include "protocol/log_packet.h"
+
+namespace decode {
+
+namespace {
+
+using protocol::byte_view;
+using protocol::load_le;
+
+/// Packets in a row that settle an unframed kind, when there are so many.
+constexpr int enough_packets = 16;
+
+/// Pieces that are tried for frames: a capture may begin in the middle of one or with damage.
+constexpr int enough_pieces = 64;
+
+/// One in 65,536 pieces of anything has a good checksum by chance.
+constexpr int enough_frames = 2;
+
+/// The length of a .qmdl2 header, 0 when there is none: u32 length, u8 version 2, u8 data type,
+/// u32 g, g GUIDs of 16 bytes, u32 d, d entries of 47 bytes.
+std::size_t qmdl2_header(byte_view front) {
+  constexpr std::size_t guids_at = 10;
+  constexpr std::size_t guid_size = 16;
+  constexpr std::size_t entry_size = 47;
+  if (front.size() < guids_at || front[4] != 2) return 0;
+  const std::uint64_t entries_at = guids_at + guid_size * load_le<std::uint32_t>(front.subspan(6));
+  if (entries_at + 4 > front.size()) return 0;
+  const std::uint64_t entries = load_le<std::uint32_t>(front.subspan(entries_at));
+  const std::uint64_t header = entries_at + 4 + entry_size * entries;
+  return header == load_le<std::uint32_t>(front) && header <= front.size() ? header : 0;
+}
+
+/// `prefix` bytes stand before each inner log packet; the last two of them repeat its length.
+bool is_chain(byte_view front, std::size_t prefix) {
+  constexpr std::size_t header_size = 12;
+  int packets = 0;
+  while (packets < enough_packets && !front.empty()) {
+    if (front.size() < prefix + header_size) return false;
+    const std::size_t length = load_le<std::uint16_t>(front.subspan(prefix));
+    if (length < header_size || load_le<std::uint16_t>(front.subspan(prefix + 2)) == 0)
+      return false;
+    if (prefix != 0 && (front[0] != protocol::diag::log_code ||
+                        load_le<std::uint16_t>(front.subspan(2)) != length)) {
+      return false;
+    }
+    if (front.size() < prefix + length) return false;
+    front = front.subspan(prefix + length);
+    ++packets;
+  }
+  return packets > 0;
+}
+
+int good_frames(byte_view front) {
+  protocol::hdlc::deframer frames;
+  byte_view packet;
+  int good = 0;
+  for (int i = 0; i < enough_pieces && !front.empty(); ++i) {
+    const auto end = std::ranges::find(front, protocol::hdlc::terminator);
+    auto piece =
+        front.first(static_cast<std::size_t>(end - front.begin()) + (end == front.end() ? 0U : 1U));
+    front = front.subspan(piece.size());
+    if (frames.next(piece, packet)) ++good;
+  }
+  return good;
+}
+
+}  // namespace
+
+// The first bytes of frames make a chain of unframed packets more often than one would think.
+recognised recognise(byte_view front) {
+  if (const auto header = qmdl2_header(front); header != 0) return {capture_kind::hdlc, header};
+  const int frames = good_frames(front);
+  if (frames >= enough_frames) return {};
+  if (is_chain(front, logs_prefix)) return {capture_kind::logs};
+  if (frames == 0 && is_chain(front, bare_prefix)) return {capture_kind::bare};
+  return {};
+}
+
+}  // namespace decode

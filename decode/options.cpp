@@ -1,0 +1,124 @@
+#include "decode/options.h"
+
+#include <algorithm>
+#include <charconv>
+#include <map>
+#include <thread>
+
+#include <CLI/CLI.hpp>
+
+#include "decode/output/time_text.h"
+#include "decode/pipeline.h"
+
+namespace decode {
+
+namespace {
+
+constexpr int wrong_usage = 2;
+
+/// Sets exactly the listed numbers of those that are `possible`.
+template <std::size_t N>
+void select(std::bitset<N>& wanted, const std::vector<std::string>& list, const char* what) {
+  const auto possible = wanted;
+  wanted.reset();
+  for (const auto& text : list) {
+    const bool hex = text.starts_with("0x") || text.starts_with("0X");
+    const char* const first = text.data() + (hex ? 2 : 0);
+    const char* const last = text.data() + text.size();
+    std::size_t number = 0;
+    const auto result = std::from_chars(first, last, number, hex ? 16 : 10);
+    if (result.ec != std::errc() || result.ptr != last || number >= N || !possible[number]) {
+      throw CLI::ValidationError(std::string("--") + what,
+                                 "'" + text + "' is none that has a decoder");
+    }
+    wanted.set(number);
+  }
+}
+
+std::int64_t to_time(const char* option, const std::string& text) {
+  const auto time = parse_time(text);
+  if (!time) {
+    throw CLI::ValidationError(
+        option, "'" + text + "' is no time; expected UTC like 2016-03-23T21:55:49.316");
+  }
+  return *time;
+}
+
+}  // namespace
+
+std::optional<options> parse_command_line(int argc, char** argv, int& exit_code) {
+  options chosen;
+  chosen.threads = std::clamp(std::thread::hardware_concurrency(), 1U, max_threads);
+
+  CLI::App app(
+      "Decodes modem diagnostic logs: captures (.qmdl, .qmdl2, .mi2log, .dlf, packed or not) or a "
+      "live DIAG port to statistics records.",
+      "tvk-decode");
+  app.set_version_flag("--version", "tvk-decode " TVK_DECODE_VERSION);
+  app.get_formatter()->column_width(34);
+
+  app.add_option("input", chosen.inputs, "files, directories, - for standard input");
+  std::string live;
+  auto* const live_option =
+      app.add_option("--live", live,
+                     "decode what comes from a DIAG port, unix:PATH, tcp:HOST:PORT or tty:PATH, "
+                     "until interrupted; without value, what TVK_DIAG names")
+          ->expected(0, 1);
+  app.add_option("--save", chosen.save, "keep what comes from the port in a .qmdl file")
+      ->needs(live_option);
+
+  const std::map<std::string, output_format> formats{{"text", output_format::text},
+                                                     {"jsonl", output_format::json_lines},
+                                                     {"csv", output_format::csv},
+                                                     {"none", output_format::none}};
+  app.add_option("-f,--format", chosen.format, "text, jsonl, csv or none; text unless given")
+      ->transform(CLI::CheckedTransformer(formats, CLI::ignore_case).description(""));
+  app.add_option("-o,--output", chosen.output,
+                 "file to write, or directory for csv; standard output unless given");
+  app.add_flag("--time", chosen.with_time, "text: each line begins with time and radio");
+  app.add_flag("--raw", chosen.with_raw_bytes, "jsonl, csv: the record's bytes as well");
+  app.add_flag("--summary", chosen.with_summary,
+               "counts, at the end: on standard output with -f none, else on standard error");
+
+  std::vector<std::string> codes;
+  std::vector<std::string> events;
+  std::vector<std::string> data_ids;
+  std::string from;
+  std::string to;
+  app.add_option("--code", codes, "only these log codes: 0xB193,0xB0C2")->delimiter(',');
+  app.add_option("--event", events, "only these event ids: 1606")->delimiter(',');
+  app.add_option("--data-id", data_ids, "only records of these ids: 82,108")->delimiter(',');
+  app.add_option("--from", from, "only from this time on, UTC: 2016-03-23T21:55:49.316");
+  app.add_option("--to", to, "only up to this time");
+  app.add_option("--radio", chosen.wanted.radio, "only this radio; 1 is the first")
+      ->check(CLI::PositiveNumber);
+
+  app.add_flag("--strict", chosen.strict, "exit with 1 when anything was lost or rejected");
+  app.add_option("-j,--threads", chosen.threads, "threads; one for each core unless given")
+      ->check(CLI::Range(1U, max_threads));
+
+  try {
+    app.parse(argc, argv);
+    if (live_option->count() > 0) chosen.live = live;
+    if (!codes.empty() || !events.empty()) {
+      select(chosen.wanted.logs, codes, "code");
+      select(chosen.wanted.events, events, "event");
+    }
+    if (!data_ids.empty()) select(chosen.wanted.data_ids, data_ids, "data-id");
+    if (!from.empty()) chosen.wanted.from = to_time("--from", from);
+    if (!to.empty()) chosen.wanted.to = to_time("--to", to);
+    if (chosen.inputs.empty() == !chosen.live.has_value()) {
+      throw CLI::RequiredError(chosen.live ? "Either input or --live, not both"
+                                           : "An input or --live");
+    }
+    if (chosen.format == output_format::csv && chosen.output.empty()) {
+      throw CLI::RequiredError("--output DIRECTORY for csv");
+    }
+  } catch (const CLI::ParseError& e) {
+    exit_code = app.exit(e) == 0 ? 0 : wrong_usage;
+    return std::nullopt;
+  }
+  return chosen;
+}
+
+}  // namespace decode

@@ -1,0 +1,163 @@
+// CSV: a file for each kind of record, named for it. Fields stand under their names with their
+// units; a repeated part is one column that holds a JSON array. What was not measured is empty.
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+
+#include <array>
+#include <cerrno>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <system_error>
+
+#include "decode/output/file_output.h"
+#include "decode/output/record_output.h"
+#include "decode/output/time_text.h"
+#include "decode/output/value_text.h"
+#include "modem_stats/record_table.h"
+#include "platform/linux/file_descriptor.h"
+
+namespace decode {
+
+namespace {
+
+using modem_stats::record_part;
+using modem_stats::record_schema;
+
+class csv_files final : public record_store {
+ public:
+  csv_files(std::string directory, bool with_raw_bytes)
+      : directory_(std::move(directory)), with_raw_bytes_(with_raw_bytes) {
+    std::error_code error;
+    std::filesystem::create_directories(directory_, error);
+    if (error) throw output_error(fmt::format("{}: {}", directory_, error.message()));
+  }
+
+  std::unique_ptr<record_writer> make_writer() override;
+
+  void write(std::size_t data_id, std::string_view rows) {
+    auto found = files_.find(data_id);
+    if (found == files_.end()) found = files_.emplace(data_id, begin(data_id)).first;
+    write_whole(found->second.file.get(), found->second.path, rows);
+  }
+
+  [[nodiscard]] bool with_raw_bytes() const { return with_raw_bytes_; }
+
+ private:
+  struct output_file {
+    std::string path;
+    platform::file_descriptor file;
+  };
+
+  output_file begin(std::size_t data_id) const {
+    const auto& schema =
+        *modem_stats::find_record_schema(static_cast<modem_stats_data_id_e_type>(data_id));
+    output_file made{.path = fmt::format("{}/{}.csv", directory_, schema.name), .file = {}};
+    made.file = platform::file_descriptor(
+        ::open(made.path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+    if (!made.file.valid()) {
+      throw output_error(fmt::format("{}: {}", made.path, std::generic_category().message(errno)));
+    }
+    std::string header = "time,radio,source";
+    for (const auto& part : schema.parts()) {
+      if (part.repeated()) {
+        header.append(",").append(part.name);
+        continue;
+      }
+      for (const auto& row : part.rows) header.append(",").append(modem_stats::column_name(row));
+    }
+    if (with_raw_bytes_) header += ",raw";
+    write_whole(made.file.get(), made.path, header + "\n");
+    return made;
+  }
+
+  const std::string directory_;
+  const bool with_raw_bytes_;
+  std::map<std::size_t, output_file> files_;
+};
+
+class csv_rows final : public record_writer {
+ public:
+  explicit csv_rows(csv_files& to) : to_(to) {}
+
+  void record(const packet_source& source, const record_schema& schema,
+              std::span<const std::uint8_t> data) override {
+    auto& text = rows_.at(schema.id);
+    char* out = text.room(time_text_size);
+    times_.write(source.time, out);
+    text.commit(out + time_text_size);
+    if (source.kind == modem_stats::packet_kind::log) {
+      text.append(fmt::format(",{},0x{:04X}", source.radio, source.id));
+    } else {
+      text.append(fmt::format(",{},{}", source.radio, source.id));
+    }
+    const std::uint8_t* bytes = data.data();
+    for (const auto& part : schema.parts()) {
+      if (part.repeated()) {
+        put_array(text, part, modem_stats::repetitions(schema, part, data), bytes);
+        continue;
+      }
+      for (const auto& row : part.rows) {
+        text.append(",");
+        put_value(text, row, bytes, "");
+      }
+    }
+    if (to_.with_raw_bytes()) {
+      text.append(",");
+      text.commit(write_hex(text.room(2 * data.size()), data));
+    }
+    text.append("\n");
+  }
+
+  void flush() override {
+    for (std::size_t id = 0; id < rows_.size(); ++id) {
+      if (!rows_.at(id).view().empty()) to_.write(id, rows_.at(id).view());
+    }
+    clear();
+  }
+
+  void clear() override {
+    for (auto& rows : rows_) rows.clear();
+  }
+
+ private:
+  static void put_value(text_buffer& text, const modem_stats::field_row& row,
+                        const std::uint8_t*& bytes, std::string_view not_measured) {
+    text.commit(write_value(text.room(max_value_size), row, bytes, not_measured));
+    bytes += modem_stats::size_of(row.type);
+  }
+
+  static void put_array(text_buffer& text, const record_part& part, std::size_t count,
+                        const std::uint8_t*& bytes) {
+    text.append(",\"[");
+    for (std::size_t i = 0; i < count; ++i) {
+      text.append(i == 0 ? "{" : ",{");
+      std::string_view separator;
+      for (const auto& row : part.rows) {
+        text.append(separator);
+        text.append(fmt::format("\"\"{}\"\":", modem_stats::column_name(row)));
+        put_value(text, row, bytes, "null");
+        separator = ",";
+      }
+      text.append("}");
+    }
+    text.append("]\"");
+  }
+
+  csv_files& to_;
+  time_writer times_;
+  std::array<text_buffer, 256> rows_;  // by data id
+};
+
+std::unique_ptr<record_writer> csv_files::make_writer() {
+  return std::make_unique<csv_rows>(*this);
+}
+
+}  // namespace
+
+std::unique_ptr<record_store> csv_store(const std::string& directory, bool with_raw_bytes) {
+  return std::make_unique<csv_files>(directory, with_raw_bytes);
+}
+
+}  // namespace decode

@@ -1,0 +1,178 @@
+// JSON lines: {"time":"...Z","radio":1,"log":"0xB193","name":"...","data_id":82, then the fields
+// under their names with their units, repeated parts as arrays of objects}. What was not measured
+// is null.
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <string>
+#include <vector>
+
+#include "decode/output/file_output.h"
+#include "decode/output/record_output.h"
+#include "decode/output/time_text.h"
+#include "decode/output/value_text.h"
+#include "modem_stats/record_table.h"
+
+namespace decode {
+
+namespace {
+
+using modem_stats::field_row;
+using modem_stats::record_part;
+using modem_stats::record_schema;
+
+/// A field with the text in front of its value.
+struct column {
+  const field_row* row;
+  std::string key;  // "rsrp_rx0_dBm": with quotes, colon and what separates it from the one before
+};
+
+struct part_form {
+  const record_part* part;
+  std::vector<column> columns;
+  std::size_t bytes = 0;     // of one repetition in the record
+  std::size_t max_text = 0;  // of one repetition
+};
+
+/// All that is the same in every record of a kind.
+struct record_form {
+  std::string name;  // "name":"...","data_id":82
+  std::vector<part_form> parts;
+};
+
+part_form form_of(const record_part& part) {
+  part_form form{.part = &part, .columns = {}};
+  for (const auto& row : part.rows) {
+    const bool first = part.repeated() && form.columns.empty();
+    form.columns.push_back({&row, fmt::format("{}\"{}\":", first ? "{" : ",", column_name(row))});
+    form.bytes += modem_stats::size_of(row.type);
+    form.max_text += form.columns.back().key.size() + max_value_size;
+  }
+  form.max_text += 2;  // "}" and ","
+  return form;
+}
+
+using form_table = std::array<record_form, 256>;
+
+const form_table& forms() {
+  static const form_table all = [] {
+    form_table table;
+    for (const auto* const schema : modem_stats::record_table()) {
+      auto& form = table.at(schema->id);
+      form.name = fmt::format(",\"name\":\"{}\",\"data_id\":{}", schema->name,
+                              static_cast<unsigned>(schema->id));
+      for (const auto& part : schema->parts()) form.parts.push_back(form_of(part));
+    }
+    return table;
+  }();
+  return all;
+}
+
+char* put(char* out, std::string_view text) {
+  return std::copy(text.begin(), text.end(), out);
+}
+
+char* put_fields(char* out, const part_form& form, const std::uint8_t*& bytes) {
+  for (const auto& column : form.columns) {
+    out = put(out, column.key);
+    out = write_value(out, *column.row, bytes, "null");
+    bytes += modem_stats::size_of(column.row->type);
+  }
+  return out;
+}
+
+class json_lines final : public record_writer {
+ public:
+  json_lines(int file, bool with_raw_bytes) : file_(file), with_raw_bytes_(with_raw_bytes) {}
+
+  void record(const packet_source& source, const record_schema& schema,
+              std::span<const std::uint8_t> data) override;
+
+  void flush() override {
+    write_whole(file_, "standard output", text_.view());
+    clear();
+  }
+  void clear() override { text_.clear(); }
+
+ private:
+  void begin(const packet_source& source, std::string_view name);
+
+  const int file_;
+  const bool with_raw_bytes_;
+  time_writer times_;
+  text_buffer text_;
+};
+
+void json_lines::begin(const packet_source& source, std::string_view name) {
+  constexpr std::size_t fixed_text = 128;
+  char* out = text_.room(fixed_text + name.size());
+  out = put(out, R"({"time":")");
+  times_.write(source.time, out);
+  out += time_text_size;
+  out = put(out, R"(","radio":)");
+  out = std::to_chars(out, out + max_value_size, source.radio).ptr;
+  if (source.kind == modem_stats::packet_kind::log) {
+    out = put(out, R"(,"log":"0x)");
+    constexpr std::string_view digits = "0123456789ABCDEF";
+    for (const int shift : {12, 8, 4, 0}) *out++ = digits[source.id >> shift & 0x0F];
+    *out++ = '"';
+  } else {
+    out = put(out, R"(,"event":)");
+    out = std::to_chars(out, out + max_value_size, source.id).ptr;
+  }
+  out = put(out, name);
+  text_.commit(out);
+}
+
+void json_lines::record(const packet_source& source, const record_schema& schema,
+                        std::span<const std::uint8_t> data) {
+  const auto& form = forms().at(schema.id);
+  begin(source, form.name);
+  const std::uint8_t* bytes = data.data();
+  for (const auto& part : form.parts) {
+    if (!part.part->repeated()) {
+      char* out = text_.room(part.max_text);
+      text_.commit(put_fields(out, part, bytes));
+      continue;
+    }
+    const auto count = modem_stats::repetitions(schema, *part.part, data);
+    text_.append(fmt::format(",\"{}\":[", part.part->name));
+    for (std::size_t i = 0; i < count; ++i) {
+      char* out = text_.room(part.max_text);
+      if (i > 0) *out++ = ',';
+      out = put_fields(out, part, bytes);
+      *out++ = '}';
+      text_.commit(out);
+    }
+    text_.append("]");
+  }
+  if (with_raw_bytes_) {
+    text_.append(R"(,"raw":")");
+    text_.commit(write_hex(text_.room(2 * data.size()), data));
+    text_.append("\"");
+  }
+  text_.append("}\n");
+}
+
+class json_lines_all final : public record_store {
+ public:
+  json_lines_all(int file, bool with_raw_bytes) : file_(file), with_raw_bytes_(with_raw_bytes) {}
+
+  std::unique_ptr<record_writer> make_writer() override {
+    return std::make_unique<json_lines>(file_, with_raw_bytes_);
+  }
+
+ private:
+  int file_;
+  bool with_raw_bytes_;
+};
+
+}  // namespace
+
+std::unique_ptr<record_store> json_lines_store(int file, bool with_raw_bytes) {
+  return std::make_unique<json_lines_all>(file, with_raw_bytes);
+}
+
+}  // namespace decode

@@ -1,0 +1,75 @@
+// The parsers' own lines, with or without the packet's time and radio in front.
+#include <fmt/format.h>
+
+#include "decode/output/file_output.h"
+#include "decode/output/record_output.h"
+#include "decode/output/time_text.h"
+
+namespace decode {
+
+namespace {
+
+class text_lines final : public record_writer {
+ public:
+  text_lines(int file, bool with_time) : file_(file), with_time_(with_time) {}
+
+  void record(const packet_source& /*source*/, const modem_stats::record_schema& /*schema*/,
+              std::span<const std::uint8_t> /*data*/) override {}
+
+  void lines(const packet_source& source, std::string_view text) override {
+    if (with_time_) {
+      text_.append(fmt::format("{} {}: ", time_text(source.time), source.radio));
+    }
+    text_.append(text);
+  }
+
+  void flush() override {
+    write_whole(file_, "standard output", text_.view());
+    clear();
+  }
+  void clear() override { text_.clear(); }
+
+ private:
+  const int file_;
+  const bool with_time_;
+  text_buffer text_;
+};
+
+class text_lines_all final : public record_store {
+ public:
+  text_lines_all(int file, bool with_time) : file_(file), with_time_(with_time) {}
+
+  std::unique_ptr<record_writer> make_writer() override {
+    return std::make_unique<text_lines>(file_, with_time_);
+  }
+  [[nodiscard]] bool wants_lines() const override { return true; }
+
+ private:
+  int file_;
+  bool with_time_;
+};
+
+class nothing final : public record_writer {
+ public:
+  void record(const packet_source& /*source*/, const modem_stats::record_schema& /*schema*/,
+              std::span<const std::uint8_t> /*data*/) override {}
+  void flush() override {}
+  void clear() override {}
+};
+
+class nothing_at_all final : public record_store {
+ public:
+  std::unique_ptr<record_writer> make_writer() override { return std::make_unique<nothing>(); }
+};
+
+}  // namespace
+
+std::unique_ptr<record_store> text_store(int file, bool with_time) {
+  return std::make_unique<text_lines_all>(file, with_time);
+}
+
+std::unique_ptr<record_store> no_store() {
+  return std::make_unique<nothing_at_all>();
+}
+
+}  // namespace decode

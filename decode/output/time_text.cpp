@@ -1,0 +1,94 @@
+#include "decode/output/time_text.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+
+namespace decode {
+
+namespace {
+
+using namespace std::chrono;
+
+/// Takes `digits` digits off the front.
+std::optional<int> take_number(std::string_view& text, std::size_t digits) {
+  int number = 0;
+  if (text.size() < digits) return std::nullopt;
+  const auto* const end = text.data() + digits;
+  const auto result = std::from_chars(text.data(), end, number);
+  if (result.ec != std::errc() || result.ptr != end || text[0] == '-') return std::nullopt;
+  text.remove_prefix(digits);
+  return number;
+}
+
+bool take(std::string_view& text, char mark) {
+  if (text.empty() || text[0] != mark) return false;
+  text.remove_prefix(1);
+  return true;
+}
+
+}  // namespace
+
+void time_writer::write(std::int64_t unix_microseconds, char* out) {
+  const auto time = sys_time<microseconds>(microseconds(unix_microseconds));
+  const auto second = floor<seconds>(time);
+  if (second.time_since_epoch().count() != second_) {
+    second_ = second.time_since_epoch().count();
+    const auto day = floor<days>(second);
+    const year_month_day date(day);
+    const hh_mm_ss clock(second - day);
+    fmt::format_to_n(text_, sizeof text_, "{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.000000Z",
+                     static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+                     static_cast<unsigned>(date.day()), clock.hours().count(),
+                     clock.minutes().count(), clock.seconds().count());
+  }
+  std::copy_n(text_, time_text_size, out);
+  auto fraction = (time - second).count();
+  for (char* digit = out + time_text_size - 2; fraction > 0; fraction /= 10) {
+    *digit-- = static_cast<char>('0' + fraction % 10);
+  }
+}
+
+std::string time_text(std::int64_t unix_microseconds) {
+  std::string text(time_text_size, ' ');
+  time_writer().write(unix_microseconds, text.data());
+  return text;
+}
+
+std::optional<std::int64_t> parse_time(std::string_view text) {
+  const auto y = take_number(text, 4);
+  if (!y || !take(text, '-')) return std::nullopt;
+  const auto m = take_number(text, 2);
+  if (!m || !take(text, '-')) return std::nullopt;
+  const auto d = take_number(text, 2);
+  if (!d) return std::nullopt;
+  const auto date = year(*y) / *m / *d;
+  if (!date.ok()) return std::nullopt;
+  auto time = sys_time<microseconds>(sys_days(date));
+  if (take(text, 'T') || take(text, ' ')) {
+    const auto hour = take_number(text, 2);
+    if (!hour || *hour > 23 || !take(text, ':')) return std::nullopt;
+    const auto minute = take_number(text, 2);
+    if (!minute || *minute > 59) return std::nullopt;
+    time += hours(*hour) + minutes(*minute);
+    if (take(text, ':')) {
+      const auto second = take_number(text, 2);
+      if (!second || *second > 59) return std::nullopt;
+      time += seconds(*second);
+      if (take(text, '.')) {
+        const auto digits = std::min(text.find_first_not_of("0123456789"), text.size());
+        if (digits == 0 || digits > 6) return std::nullopt;
+        auto fraction = *take_number(text, digits);
+        for (auto i = digits; i < 6; ++i) fraction *= 10;
+        time += microseconds(fraction);
+      }
+    }
+  }
+  take(text, 'Z');
+  if (!text.empty()) return std::nullopt;
+  return time.time_since_epoch().count();
+}
+
+}  // namespace decode

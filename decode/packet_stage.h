@@ -1,0 +1,60 @@
+// From packets to records: takes packets as they come out of frames, decodes those that are wanted
+// and hands records and lines to a writer.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "decode/filter.h"
+#include "decode/output/record_output.h"
+#include "decode/summary.h"
+#include "modem_stats/decoding_context.h"
+#include "protocol/bytes.h"
+#include "protocol/log_packet.h"
+
+namespace decode {
+
+/// What decoders remember from packet to packet.
+struct stream_state {
+  std::uint64_t versions_not_supported = 0;
+  std::uint8_t lte_rrc_last_state = 0;
+};
+
+/// While it lives, this thread's decoders write to it.
+class packet_stage final : modem_stats::line_sink, modem_stats::record_sink {
+ public:
+  packet_stage(const filter& wanted, bool with_lines, const stream_state& state,
+               record_writer& writer, summary& counts);
+  packet_stage(const packet_stage&) = delete;
+  packet_stage& operator=(const packet_stage&) = delete;
+  ~packet_stage();
+
+  /// A packet out of a frame: a log, an event report, or anything else, which is only counted.
+  void packet(protocol::byte_view whole);
+  /// A packet of a capture without frames.
+  void inner_log(protocol::byte_view inner);
+
+  [[nodiscard]] stream_state state() const;
+  /// A packet was decoded whose result hangs on the LTE RRC state before it.
+  [[nodiscard]] bool used_rrc_state() const { return used_rrc_state_; }
+
+ private:
+  void log(const protocol::diag::log_packet& log, std::uint32_t radio);
+  void events(protocol::byte_view report, std::uint32_t radio);
+  void decode(protocol::byte_view payload);
+
+  void write(std::string_view text) override { writer_.lines(source_, text); }
+  void record(const modem_stats::record_schema& schema,
+              std::span<const std::uint8_t> data) override;
+
+  const filter& wanted_;
+  record_writer& writer_;
+  summary& counts_;
+  modem_stats::decoding_context& context_;
+  const modem_stats::decoding_context before_;
+  packet_source source_{};
+  bool used_rrc_state_ = false;
+};
+
+}  // namespace decode

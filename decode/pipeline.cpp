@@ -1,0 +1,181 @@
+#include "decode/pipeline.h"
+
+#include <condition_variable>
+#include <deque>
+#include <exception>
+#include <memory>
+#include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "decode/input/unframed.h"
+#include "protocol/hdlc.h"
+
+namespace decode {
+
+namespace {
+
+using protocol::byte_view;
+
+void decode_frames(byte_view bytes, packet_stage& stage, summary& counts) {
+  protocol::hdlc::deframer frames;
+  byte_view packet;
+  while (frames.next(bytes, packet)) stage.packet(packet);
+  frames.finish();
+  const auto& met = frames.counts();
+  counts.bad_crc += met.bad_crc;
+  counts.too_short += met.too_short;
+  counts.too_long += met.too_long;
+  counts.skipped_bytes += met.skipped_bytes;
+}
+
+void decode_unframed(byte_view bytes, std::size_t prefix, packet_stage& stage, summary& counts) {
+  while (const auto inner = next_unframed(bytes, prefix, counts.skipped_bytes)) {
+    stage.inner_log(*inner);
+  }
+  if (bytes.empty()) return;
+  ++counts.too_short;
+  counts.skipped_bytes += bytes.size();
+}
+
+}  // namespace
+
+/// A chunk and what becomes of it.
+struct pipeline::task {
+  chunk input;
+  std::unique_ptr<record_writer> writer;
+  summary counts;
+  stream_state from;  // what decoders were taken to remember
+  stream_state to;
+  bool used_rrc_state = false;
+  bool done = false;
+};
+
+pipeline::pipeline(const pipeline_options& options, record_store& store)
+    : options_(options), store_(store) {}
+
+void pipeline::decode(task& one, const stream_state& from) const {
+  one.counts.clear();
+  one.writer->clear();
+  one.from = from;
+  packet_stage stage(options_.wanted, store_.wants_lines(), from, *one.writer, one.counts);
+  switch (one.input.kind) {
+    case capture_kind::hdlc:
+      decode_frames(one.input.view(), stage, one.counts);
+      break;
+    case capture_kind::logs:
+      decode_unframed(one.input.view(), logs_prefix, stage, one.counts);
+      break;
+    case capture_kind::bare:
+      decode_unframed(one.input.view(), bare_prefix, stage, one.counts);
+      break;
+  }
+  one.counts.too_long += one.input.lost_frames;
+  one.counts.skipped_bytes += one.input.lost_bytes;
+  one.to = stage.state();
+  one.used_rrc_state = stage.used_rrc_state();
+}
+
+/// In order of chunks. A chunk on another thread was decoded before it was known what the one
+/// before it leaves behind; when that matters it is decoded once more.
+void pipeline::finish(task& one) {
+  if (one.used_rrc_state && one.from.lte_rrc_last_state != state_.lte_rrc_last_state) {
+    decode(one, state_);
+  }
+  state_.versions_not_supported += one.to.versions_not_supported - one.from.versions_not_supported;
+  if (one.used_rrc_state) state_.lte_rrc_last_state = one.to.lte_rrc_last_state;
+  one.writer->flush();
+  counts_.add(one.counts);
+  if (options_.progress) options_.progress();
+}
+
+void pipeline::run(chunker& chunks) {
+  // The parsers' lines count rejections through the whole input, so one thread writes them.
+  if (options_.threads > 1 && !store_.wants_lines()) {
+    run_threads(chunks);
+  } else {
+    run_alone(chunks);
+  }
+}
+
+void pipeline::run_alone(chunker& chunks) {
+  task one;
+  one.writer = store_.make_writer();
+  while (chunks.next(one.input)) {
+    decode(one, state_);
+    finish(one);
+  }
+}
+
+void pipeline::run_threads(chunker& chunks) {
+  std::mutex mutex;
+  std::condition_variable to_do_grew;
+  std::condition_variable one_is_done;
+  std::deque<task*> to_do;
+  bool ended = false;
+
+  const auto work = [&] {
+    std::unique_lock lock(mutex);
+    while (true) {
+      to_do_grew.wait(lock, [&] { return ended || !to_do.empty(); });
+      if (to_do.empty()) return;
+      task& one = *to_do.front();
+      to_do.pop_front();
+      lock.unlock();
+      decode(one, {});
+      lock.lock();
+      one.done = true;
+      one_is_done.notify_one();
+    }
+  };
+
+  std::vector<task> tasks(2 * options_.threads);
+  for (auto& one : tasks) one.writer = store_.make_writer();
+  std::vector<std::jthread> workers;
+  const auto end = [&] {
+    const std::lock_guard lock(mutex);
+    ended = true;
+    to_do.clear();
+    to_do_grew.notify_all();
+  };
+  std::size_t begun = 0;
+  std::size_t finished = 0;
+  const auto finish_oldest = [&] {
+    task& oldest = tasks[finished % tasks.size()];
+    {
+      std::unique_lock lock(mutex);
+      one_is_done.wait(lock, [&] { return oldest.done; });
+    }
+    ++finished;
+    finish(oldest);
+  };
+
+  std::exception_ptr input_failure;
+  try {
+    for (unsigned i = 0; i < options_.threads; ++i) workers.emplace_back(work);
+    while (true) {
+      if (begun - finished == tasks.size()) finish_oldest();
+      task& next = tasks[begun % tasks.size()];
+      next.done = false;
+      try {
+        if (!chunks.next(next.input)) break;
+      } catch (...) {
+        input_failure = std::current_exception();
+        break;
+      }
+      ++begun;
+      const std::lock_guard lock(mutex);
+      to_do.push_back(&next);
+      to_do_grew.notify_one();
+    }
+    while (finished < begun) finish_oldest();
+  } catch (...) {
+    end();
+    throw;
+  }
+  end();
+  if (input_failure) std::rethrow_exception(input_failure);
+}
+
+}  // namespace decode

@@ -1,0 +1,79 @@
+// What was found in captures and what became of it.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "modem_stats/decoding_context.h"
+#include "modem_stats/dispatch.h"
+
+namespace decode {
+
+/// Counts per number below N, of which few occur.
+template <std::size_t N>
+class counter_table {
+ public:
+  counter_table() : counts_(N) {}
+
+  void add(std::size_t number, std::uint64_t count = 1) {
+    if (counts_[number] == 0) used_.push_back(static_cast<std::uint32_t>(number));
+    counts_[number] += count;
+  }
+  void add(const counter_table& other) {
+    for (const auto number : other.used_) add(number, other.counts_[number]);
+  }
+  void clear() {
+    for (const auto number : used_) counts_[number] = 0;
+    used_.clear();
+  }
+  [[nodiscard]] std::uint64_t operator[](std::size_t number) const { return counts_[number]; }
+  /// In the order of their first occurrence.
+  [[nodiscard]] const std::vector<std::uint32_t>& used() const { return used_; }
+
+ private:
+  std::vector<std::uint64_t> counts_;
+  std::vector<std::uint32_t> used_;
+};
+
+/// Packets of one version of one code or event, by what became of them.
+struct version_count {
+  modem_stats::packet_kind kind;
+  std::uint16_t id;
+  std::uint32_t version;
+  std::uint32_t sub_version;
+  std::array<std::uint64_t, 5> outcomes{};  // index: modem_stats::rejection
+};
+
+struct summary {
+  std::uint64_t bytes = 0;  // as they were packed in files, or came
+  std::uint64_t frames = 0;
+  std::uint64_t bad_crc = 0;
+  std::uint64_t too_short = 0;
+  std::uint64_t too_long = 0;
+  std::uint64_t skipped_bytes = 0;
+  std::uint64_t with_radio = 0;       // behind a radio prefix
+  std::uint64_t damaged_packets = 0;  // good frames whose log or event lengths are wrong
+  counter_table<256> messages;        // frames by first byte, behind a radio prefix
+  counter_table<65536> logs;
+  counter_table<4096> events;
+  counter_table<256> records;  // by data id
+  std::vector<version_count> versions;
+  std::int64_t first_time = INT64_MAX;  // microseconds, Unix
+  std::int64_t last_time = INT64_MIN;
+
+  void count(modem_stats::packet_kind kind, std::uint16_t id,
+             const modem_stats::decoding_context& outcome);
+  void add(const summary& other);
+  void clear();
+
+  /// Something could not be read or was refused.
+  [[nodiscard]] bool has_rejections() const;
+};
+
+/// For people; a run that took `seconds`.
+[[nodiscard]] std::string to_text(const summary& all, double seconds);
+
+}  // namespace decode
