@@ -38,10 +38,68 @@ inline constexpr auto lte_mac_rach_attempt_fields =
 inline constexpr fixed_record lte_mac_rach_attempt_record{
     MODEM_STATS_DATA_ID_LTE_MAC_RACH_ATTEMPT, "lte_mac_rach_attempt", lte_mac_rach_attempt_fields};
 
+inline constexpr auto lte_mac_ul_transport_block_fields =
+    fields(field<u8>{"version"}, field<u16>{"phr_ind"}, field<u32>{"bsr_lcg3_avg", "byte"},
+           field<u16>{"bsr_lcg3_num"}, field<u32>{"bsr_lcg3_bytes", "byte"});
+inline constexpr fixed_record lte_mac_ul_transport_block_record{
+    MODEM_STATS_DATA_ID_LTE_MAC_UL_TRANSPORT_BLOCK, "lte_mac_ul_transport_block",
+    lte_mac_ul_transport_block_fields};
+
+inline constexpr auto lte_rrc_serving_cell_fields =
+    fields(field<u8>{"version"}, field<u16>{"mcc"}, field<u8>{"mnc_num"}, field<u16>{"mnc"},
+           field<u16>{"tac"}, field<u32>{"cgi"}, field<u16>{"pci"}, field<u32>{"freq_band_ind"},
+           field<u32>{"dl_earfcn"}, field<u8>{"dl_bw", "RB"}, field<u32>{"ul_earfcn"},
+           field<u8>{"ul_bw", "RB"}, field<u8>{"allow_access"});
+inline constexpr fixed_record lte_rrc_serving_cell_record{
+    MODEM_STATS_DATA_ID_LTE_RRC_SERVING_CELL_INFO, "lte_rrc_serving_cell_info",
+    lte_rrc_serving_cell_fields};
+
+inline constexpr auto lte_rx_agc_fields =
+    fields(field<u8>{"version"}, field<u8>{"num_records"}, field<f32>{"rssi0", "dBm"},
+           field<f32>{"rssi1", "dBm"}, field<f32>{"rssi2", "dBm"}, field<f32>{"rssi3", "dBm"});
+inline constexpr fixed_record lte_rx_agc_record{MODEM_STATS_DATA_ID_LTE_LL1_RX_AGC,
+                                                "lte_ll1_rx_agc", lte_rx_agc_fields};
+
+inline constexpr auto lte_pusch_csf_fields =
+    fields(field<u8>{"version"}, field<u8>{"rank_idx"}, field<u16>{"wideband_cqi_cw0"});
+inline constexpr fixed_record lte_pusch_csf_record{MODEM_STATS_DATA_ID_LTE_PUSCH_CSF,
+                                                   "lte_pusch_csf", lte_pusch_csf_fields};
+
+inline constexpr auto lte_tx_power_head = fields(field<u8>{"version"}, field<u8>{"num"});
+inline constexpr auto lte_tx_power_report = fields(
+    field<i8>{"pucch_tx_power", "dBm"}, field<u8>{"pusch_num_res_blocks", "RB"},
+    field<u8>{"pusch_modulation_type"}, field<i8>{"pusch_tx_power", "dBm"}, field<u8>{"pusch_mcs"});
+inline constexpr record_schema lte_tx_power_record = record_of_parts(
+    MODEM_STATS_DATA_ID_LTE_TX_POWER, "lte_tx_power", record_part{lte_tx_power_head.rows},
+    record_part{lte_tx_power_report.rows, "reports", {"num"}});
+
+inline constexpr auto lte_pusch_power_fields =
+    fields(field<u8>{"version"}, field<u8>{"num_records"}, field<i8>{"pusch_tx_power", "dBm"},
+           field<u8>{"dl_path_loss", "dB"});
+inline constexpr fixed_record lte_pusch_power_record{
+    MODEM_STATS_DATA_ID_LTE_PUSCH_POWER_CONTROL, "lte_pusch_power_control", lte_pusch_power_fields};
+inline constexpr auto lte_pucch_power_fields =
+    fields(field<u8>{"version"}, field<u8>{"num_records"}, field<i8>{"pucch_tx_power", "dBm"},
+           field<u8>{"dl_path_loss", "dB"});
+inline constexpr fixed_record lte_pucch_power_record{
+    MODEM_STATS_DATA_ID_LTE_PUCCH_POWER_CONTROL, "lte_pucch_power_control", lte_pucch_power_fields};
+
+inline constexpr auto lte_pdsch_stat_fields =
+    fields(field<u8>{"version"}, field<u8>{"num_records"}, field<u8>{"pdsch_mcs"},
+           field<u8>{"pdsch_rb", "RB"}, field<u8>{"pdsch_mod_type"}, field<u8>{"pdsch_rnti_type"},
+           field<u8>{"num_layers"}, field<u32>{"tb_bytes", "byte"}, field<u8>{"num_layers_crnti"},
+           field<u64>{"tb_bytes_crnti", "byte"}, field<u8>{"crc_result"});
+inline constexpr fixed_record lte_pdsch_stat_record{MODEM_STATS_DATA_ID_LTE_PDSCH_STAT_INDICATION,
+                                                    "lte_pdsch_stat_indication",
+                                                    lte_pdsch_stat_fields};
+
 inline constexpr const record_schema* lte_records[] = {
-    &lte_srv_meas_pcc_record,  &lte_srv_meas_scc1_record,    &lte_srv_meas_scc2_record,
-    &lte_srv_meas_scc3_record, &lte_srv_meas_scc4_record,    &lte_srv_meas_scc5_record,
-    &lte_srv_meas_scc6_record, &lte_mac_rach_attempt_record,
+    &lte_srv_meas_pcc_record,     &lte_srv_meas_scc1_record,    &lte_srv_meas_scc2_record,
+    &lte_srv_meas_scc3_record,    &lte_srv_meas_scc4_record,    &lte_srv_meas_scc5_record,
+    &lte_srv_meas_scc6_record,    &lte_mac_rach_attempt_record, &lte_mac_ul_transport_block_record,
+    &lte_rrc_serving_cell_record, &lte_rx_agc_record,           &lte_pusch_csf_record,
+    &lte_tx_power_record,         &lte_pusch_power_record,      &lte_pucch_power_record,
+    &lte_pdsch_stat_record,
 };
 
 }  // namespace modem_stats

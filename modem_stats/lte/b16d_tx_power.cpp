@@ -1,0 +1,97 @@
+// Log 0xB16D, LTE TX power: one record of all reports in the packet.
+// Layout: docs/formats/lte.md; three positions of version 48 are our own.
+#include "modem_stats/packet_decoder.h"
+#include "modem_stats/parsers.h"
+#include "modem_stats/records/lte.h"
+
+namespace modem_stats {
+namespace {
+
+namespace at {
+constexpr auto num = at_byte<u8>("num", 3);
+constexpr unsigned reports = 4;  // byte
+// Of a report:
+constexpr bit_field<u8> chan_type{"chan_type", 32, 1};
+}  // namespace at
+
+struct report_places {
+  unsigned tx_power;  // bit; of the channel that was sent
+  bit_field<u8> num_res_blocks;
+  bit_field<u8> mcs;
+  bit_field<u8> modulation_type;
+  unsigned stride;  // bytes
+};
+
+constexpr report_places places(unsigned tx_power, unsigned num_res_blocks, unsigned mcs,
+                               bit_field<u8> modulation_type, unsigned stride) {
+  return {.tx_power = tx_power,
+          .num_res_blocks = {"pusch_num_res_blocks", num_res_blocks, 7},
+          .mcs = {"pusch_mcs", mcs, 5},
+          .modulation_type = modulation_type,
+          .stride = stride};
+}
+
+constexpr report_places of_48 = places(64, 72, 325, {"pusch_modulation_type", 344, 4}, 52);
+
+/// In version 49 an acknowledgement mask of this many bytes is in front.
+constexpr report_places of_49(unsigned mask) {
+  const unsigned channel = 8 * (10 + mask);
+  return places(8 * (8 + mask) + 6, channel + 39, channel + 46,
+                {"pusch_modulation_type", channel + 28, 3}, 34 + mask);
+}
+
+struct report_layout {
+  unsigned version;
+  bit_field<u8> ca_mode_enable;
+  report_places places[2];  // by ca_mode_enable
+};
+constexpr report_layout layouts[] = {
+    {48, {"ca_mode_enable", 61, 1}, {of_48, of_48}},
+    {49, {"ca_mode_enable", 57, 1}, {of_49(2), of_49(14)}},
+};
+
+constexpr unsigned max_reports = 20;
+constexpr u8 pusch = 1;  // channel
+constexpr i8 not_sent = -128;
+
+}  // namespace
+}  // namespace modem_stats
+
+void modem_stats_parse_b16d_diag_log_lte_tx_power(
+    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+  using namespace modem_stats;
+  packet_decoder in(__func__, data_id_out, record_out);
+  const auto version = in.next<u8>("version");
+  const auto& layout = in.layout_for(version, layouts);
+  const auto num = in.bits(at::num);
+  in.check_valid(num > 0, num, "num");
+  if (!in.check_count(num, max_reports, "num")) return;
+  in.add(lte_tx_power_head, version, num);
+  unsigned byte = at::reports;
+  for (unsigned i = 0; i < num; ++i) {
+    in.block_at(byte);
+    const auto chan_type = in.bits(at::chan_type);
+    const auto& places = layout.places[in.bits(layout.ca_mode_enable)];
+    i8 pucch_tx_power = not_sent;
+    i8 pusch_tx_power = not_sent;
+    u8 num_res_blocks = 0;
+    u8 modulation_type = 0;
+    u8 mcs = 0;
+    if (chan_type == pusch) {
+      pusch_tx_power = in.bits(bit_field<i8>{"pusch_tx_power", places.tx_power});
+      num_res_blocks = in.bits(places.num_res_blocks);
+      mcs = in.bits(places.mcs);
+      modulation_type = in.bits(places.modulation_type);
+    } else {
+      pucch_tx_power = in.bits(bit_field<i8>{"pucch_tx_power", places.tx_power});
+    }
+    in.print(
+        "version = %d, num = %d, pucch_tx_power %d, pusch_num_res_blocks = %d, "
+        "pusch_modulation_type = %d, pusch_tx_power = %d, pusch_mcs = %d",
+        version, num, pucch_tx_power, num_res_blocks, modulation_type, pusch_tx_power, mcs);
+    in.add(lte_tx_power_report, pucch_tx_power, num_res_blocks, modulation_type, pusch_tx_power,
+           mcs);
+    byte += places.stride;
+  }
+  in.publish_added(lte_tx_power_record);
+}

@@ -1,0 +1,66 @@
+// Logs 0xB16E and 0xB16F, LTE PUSCH and PUCCH power control: the last entry makes a record.
+// Layout: docs/formats/lte.md.
+#include "modem_stats/packet_decoder.h"
+#include "modem_stats/parsers.h"
+#include "modem_stats/records/lte.h"
+
+namespace modem_stats {
+namespace {
+
+namespace at {
+constexpr auto num_records = at_byte<u8>("num_records", 3);
+constexpr unsigned records = 4;  // byte
+}  // namespace at
+
+struct entry_layout {
+  unsigned version;
+  bit_field<i8> tx_power;
+  bit_field<u8> dl_path_loss;
+};
+constexpr entry_layout pusch_layouts[] = {
+    {4, {"pusch_tx_power", 14}, {"dl_path_loss", 46}},
+    {5, {"pusch_tx_power", 14}, {"dl_path_loss", 54}},
+    {25, {"pusch_tx_power", 17}, {"dl_path_loss", 54}},
+};
+constexpr entry_layout pucch_layouts[] = {
+    {4, {"pucch_tx_power", 14}, {"dl_path_loss", 43, 7}},
+    {24, {"pucch_tx_power", 14}, {"dl_path_loss", 43}},
+};
+
+constexpr unsigned stride = 12;  // bytes
+constexpr unsigned max_records = 50;
+
+template <std::size_t n>
+void power_control(packet_decoder in, const entry_layout (&layouts)[n],
+                   const fixed_record<u8, u8, i8, u8>& record) {
+  const auto version = in.next<u8>("version");
+  const auto& layout = in.layout_for(version, layouts);
+  const auto num_records = in.bits(at::num_records);
+  if (!in.check_count(num_records, max_records, "num_records")) return;
+  i8 tx_power = 0;
+  u8 dl_path_loss = 0;
+  if (num_records > 0) {
+    in.block_at(at::records + (num_records - 1U) * stride);
+    tx_power = in.bits(layout.tx_power);
+    dl_path_loss = in.bits(layout.dl_path_loss);
+  }
+  in.print("version = %d, num_records = %d, %s %d, dl_path_loss %d", version, num_records,
+           layout.tx_power.name, tx_power, dl_path_loss);
+  in.check_valid(num_records > 0, num_records, "num_records");
+  in.publish(record, version, num_records, tx_power, dl_path_loss);
+}
+
+}  // namespace
+}  // namespace modem_stats
+
+void modem_stats_parse_b16e_diag_log_lte_pusch_power_control(
+    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+  using namespace modem_stats;
+  power_control({__func__, data_id_out, record_out}, pusch_layouts, lte_pusch_power_record);
+}
+
+void modem_stats_parse_b16f_diag_log_lte_pucch_power_control(
+    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+  using namespace modem_stats;
+  power_control({__func__, data_id_out, record_out}, pucch_layouts, lte_pucch_power_record);
+}

@@ -1,0 +1,32 @@
+// The sub-packets of LTE logs: a count in byte 1 of the packet, then from byte 4 on one behind the
+// other, each with the head id u8, version u8, size u16 (bytes, with the head).
+#pragma once
+
+#include "modem_stats/packet_decoder.h"
+
+namespace modem_stats::lte {
+
+constexpr unsigned max_sub_packets = 4;
+constexpr unsigned sub_packet_head = 4;  // bytes
+
+/// Calls decode(byte, version) for every sub-packet, which must have this id; the block is at
+/// `byte`. Returns how many there are.
+template <typename Decode>
+u8 for_each_sub_packet(packet_decoder& in, u8 id, const char* id_name, const Decode& decode) {
+  const auto num_subpkt = in.bits(at_byte<u8>("num_subpkt", 1));
+  if (!in.check_count(num_subpkt, max_sub_packets, "num_subpkt")) return num_subpkt;
+  unsigned byte = 4;
+  for (unsigned i = 0; i < num_subpkt && in.ok(); ++i) {
+    in.block_at(byte);
+    const auto id_found = in.bits(at_byte<u8>(id_name, 0));
+    in.check_valid(id_found == id, id_found, id_name);
+    const auto version_sub = in.bits(at_byte<u8>("version_sub", 1));
+    const auto size = in.bits(at_byte<u16>("size_sub", 2));
+    in.check_valid(size >= sub_packet_head, size, "size_sub");
+    decode(byte, version_sub);
+    byte += size;
+  }
+  return num_subpkt;
+}
+
+}  // namespace modem_stats::lte
