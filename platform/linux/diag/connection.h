@@ -22,8 +22,8 @@ using protocol::byte_view;
 /// Everything is called on the connection's thread, one after the other, without its locks.
 struct listeners {
   std::function<void(byte_view inner)> log;  ///< an inner log packet: length, code, time, payload
-  /// length u16, event word u16 with a full time, time u64, then the payload; a payload of more
-  /// than two bytes behind its u8 length
+  /// length u16, event word u16 of a full time, time u64, payload: none, one byte, two, or any
+  /// number behind its u8; in the shortest of these forms
   std::function<void(byte_view event)> event;
   std::function<void(bool is_there)> port;  ///< the port came back, or went
 };
