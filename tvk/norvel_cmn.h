@@ -10,6 +10,7 @@ extern const command_group g_cmn_group;
 /// client's result. A null `v`, or an `l` above 499, sends no payload; 497 to 499 end the process.
 int norvel_cmn_cmd_send(int t, unsigned int l, char* v);
 
+int norvel_cmn_diag_cmd_send(int argc, char** argv);
 int norvel_cmn_card_status_query(int argc, char** argv);
 int norvel_cmn_card_status_get(int argc, char** argv);
 int norvel_cmn_card_status_set(int argc, char** argv);

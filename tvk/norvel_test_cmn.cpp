@@ -13,6 +13,7 @@ int without_result(int /*argc*/, char** /*argv*/) {
 }
 
 constexpr sub_command cmn_commands[] = {
+    {0, norvel_cmn_diag_cmd_send},
     {1, norvel_cmn_card_status_query},
     {2, norvel_cmn_card_status_get},
     {3, norvel_cmn_card_status_set},

@@ -11,8 +11,8 @@
 #include <optional>
 #include <vector>
 
+#include "platform/linux/library_thread.h"
 #include "platform/linux/qmi/handle.h"
-#include "platform/linux/qmi/library_thread.h"
 #include "platform/linux/qmi/lookup.h"
 #include "platform/linux/qmi/port_loop.h"
 #include "platform/linux/qmi/wake_set.h"
@@ -90,7 +90,7 @@ class client final : public handle_object {
   std::unique_ptr<transport> port_;
   stop_flag stop_;
   std::optional<wake_set> wakes_;
-  library_thread thread_;
+  platform::library_thread thread_;
 
   std::vector<std::uint8_t> buffer_;  ///< of the thread whose turn it is
 

@@ -3,8 +3,8 @@
 
 #include <vector>
 
+#include "platform/linux/library_thread.h"
 #include "platform/linux/qmi/handle.h"
-#include "platform/linux/qmi/library_thread.h"
 #include "platform/linux/qmi/lookup.h"
 #include "platform/linux/qmi/port_loop.h"
 #include "platform/mutex.h"
@@ -41,7 +41,7 @@ class notifier final : public handle_object {
   qmi_client_os_params& signal_;
   qmi_client_type handle_ = nullptr;
   stop_flag stop_;
-  library_thread thread_;
+  platform::library_thread thread_;
 
   platform::mutex lock_;
   std::vector<server> known_ TVK_GUARDED_BY(lock_);

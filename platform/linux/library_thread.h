@@ -7,7 +7,7 @@
 #include <thread>
 #include <utility>
 
-namespace qmi {
+namespace platform {
 
 class library_thread {
  public:
@@ -29,4 +29,4 @@ class library_thread {
   std::shared_ptr<std::latch> ended_;
 };
 
-}  // namespace qmi
+}  // namespace platform

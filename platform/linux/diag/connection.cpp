@@ -1,0 +1,177 @@
+#include "platform/linux/diag/connection.h"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <utility>
+
+#include "platform/linux/diag/answer.h"
+#include "protocol/hdlc.h"
+#include "protocol/log_packet.h"
+
+namespace diag {
+namespace {
+
+namespace wire = protocol::diag;
+
+/// Requests that a modem leaves without an answer are not kept for ever.
+constexpr std::size_t max_waiting = 32;
+
+constexpr std::size_t read_size = std::size_t{1} << 16;
+
+void tell_log(const listeners& to, byte_view packet) {
+  constexpr std::size_t outer_header_size = 4;
+  constexpr std::size_t inner_header_size = 12;
+  const auto log = wire::parse_log(packet);
+  if (!log) return;
+  to.log(packet.subspan(outer_header_size, inner_header_size + log->payload.size()));
+}
+
+void tell_events(const listeners& to, byte_view report) {
+  wire::event_reader events(report);
+  while (const auto event = events.next()) {
+    // A report of one event is the listener's structure behind its code.
+    const auto alone = wire::build_event_report(*event);
+    to.event(byte_view(alone).subspan(1));
+  }
+}
+
+}  // namespace
+
+connection::connection(listeners to)
+    : to_(std::move(to)), wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+
+bool connection::start() {
+  if (!port()) return false;
+  thread_.start([self = shared_from_this()] { self->run(); });
+  return true;
+}
+
+void connection::stop() {
+  stopping_ = true;
+  wake();
+  if (own_thread_ != std::this_thread::get_id()) thread_.wait();
+}
+
+bool connection::send(byte_view request, int owner, answer_handler handler) {
+  const platform::mutex_lock hold_sending(sending_);
+  const shared_port to = port();
+  if (!to) return false;
+  {
+    // Before it is sent: the answer may be faster than this thread.
+    const platform::mutex_lock hold(lock_);
+    if (waiting_.size() == max_waiting) waiting_.erase(waiting_.begin());
+    waiting_.push_back({owner, {request.begin(), request.end()}, std::move(handler)});
+  }
+  std::vector<std::uint8_t> frame;
+  protocol::hdlc::append_frame(frame, request);
+  if (write_all(to->get(), frame)) return true;
+  lose(to);
+  return false;
+}
+
+void connection::forget(int owner) {
+  const auto drop = [&] {
+    const platform::mutex_lock hold(lock_);
+    std::erase_if(waiting_, [&](const waiting& each) { return each.owner == owner; });
+  };
+  if (own_thread_ == std::this_thread::get_id()) return drop();
+  const platform::mutex_lock nothing_runs(calling_);
+  drop();
+}
+
+connection::shared_port connection::present_port() {
+  const platform::mutex_lock hold(lock_);
+  return port_;
+}
+
+connection::shared_port connection::port() {
+  if (auto present = present_port()) return present;
+  auto opened = open_port();
+  if (!opened.valid()) return nullptr;
+  const platform::mutex_lock hold(lock_);
+  port_ = std::make_shared<platform::file_descriptor>(std::move(opened));
+  wake();
+  return port_;
+}
+
+void connection::lose(const shared_port& lost) {
+  const platform::mutex_lock hold(lock_);
+  if (port_ != lost) return;
+  port_.reset();
+  waiting_.clear();
+  wake();
+}
+
+void connection::wake() const {
+  const std::uint64_t one = 1;
+  // Fails only when the counter is full, and then the thread is awake.
+  if (::write(wake_.get(), &one, sizeof one) < 0) return;
+}
+
+void connection::run() {
+  own_thread_ = std::this_thread::get_id();
+  std::vector<std::uint8_t> buffer(read_size);
+  protocol::hdlc::deframer frames;
+  shared_port from = present_port();
+  while (!stopping_) {
+    if (auto now = present_port(); now != from) {
+      if (from) tell_port(false);
+      if (now) tell_port(true);
+      from = std::move(now);
+      frames = {};
+    }
+    wait_for_bytes(from);
+    if (!from) continue;
+    const ssize_t got = ::read(from->get(), buffer.data(), buffer.size());
+    if (got > 0) {
+      byte_view rest(buffer.data(), static_cast<std::size_t>(got));
+      for (byte_view packet; !stopping_ && frames.next(rest, packet);) handle(packet);
+    } else if (got == 0 || (errno != EAGAIN && errno != EINTR)) {
+      lose(from);
+    }
+  }
+}
+
+void connection::tell_port(bool is_there) {
+  const platform::mutex_lock hold(calling_);
+  to_.port(is_there);
+}
+
+void connection::wait_for_bytes(const shared_port& from) const {
+  std::array<pollfd, 2> waits{pollfd{wake_.get(), POLLIN, 0},
+                              pollfd{from ? from->get() : -1, POLLIN, 0}};
+  if (::poll(waits.data(), waits.size(), -1) < 0) return;
+  std::uint64_t wakes = 0;
+  // Nothing to read when bytes ended the wait.
+  if (::read(wake_.get(), &wakes, sizeof wakes) < 0) return;
+}
+
+void connection::handle(byte_view packet) {
+  const platform::mutex_lock hold(calling_);
+  const auto inner = wire::unwrap_radio(packet);
+  if (!inner) return;
+  const std::uint8_t code = inner->packet[0];
+  if (code == wire::log_code) tell_log(to_, inner->packet);
+  if (code == wire::event_code) tell_events(to_, inner->packet);
+  handle_answer(packet);
+}
+
+void connection::handle_answer(byte_view packet) {
+  answer_handler handler;
+  {
+    const platform::mutex_lock hold(lock_);
+    const auto answered = std::ranges::find_if(
+        waiting_, [&](const waiting& each) { return is_answer(each.request, packet); });
+    if (answered == waiting_.end()) return;
+    handler = answered->handler;
+    if (is_last_answer(packet)) waiting_.erase(answered);
+  }
+  handler(packet);
+}
+
+}  // namespace diag

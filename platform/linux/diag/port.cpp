@@ -1,0 +1,159 @@
+#include "platform/linux/diag/port.h"
+
+#include <fcntl.h>
+#include <netdb.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <termios.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "platform/linux/report.h"
+#include "protocol/endpoint.h"
+
+namespace diag {
+namespace {
+
+using platform::file_descriptor;
+
+constexpr int connect_timeout_ms = 3000;
+constexpr int write_timeout_ms = 3000;
+
+/// A port, or why there is none.
+struct opened {
+  file_descriptor port;
+  std::string error;
+};
+
+opened failed(int error) {
+  return {{}, std::strerror(error)};
+}
+
+/// 0, or the error of a connection that was begun.
+int connect_in_time(int socket, const sockaddr* address, socklen_t size) {
+  if (::connect(socket, address, size) == 0) return 0;
+  if (errno != EINPROGRESS) return errno;
+  pollfd wait{socket, POLLOUT, 0};
+  const int ready = ::poll(&wait, 1, connect_timeout_ms);
+  if (ready <= 0) return ready == 0 ? ETIMEDOUT : errno;
+  int error = 0;
+  socklen_t error_size = sizeof error;
+  ::getsockopt(socket, SOL_SOCKET, SO_ERROR, &error, &error_size);
+  return error;
+}
+
+opened connect_socket(int family, const sockaddr* address, socklen_t size) {
+  file_descriptor port(::socket(family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  if (!port.valid()) return failed(errno);
+  if (const int error = connect_in_time(port.get(), address, size); error != 0) {
+    return failed(error);
+  }
+  return {std::move(port), {}};
+}
+
+opened open_unix(const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  if (path.size() >= sizeof address.sun_path) return failed(ENAMETOOLONG);
+  path.copy(static_cast<char*>(address.sun_path), path.size());
+  return connect_socket(AF_UNIX, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+}
+
+/// An IPv6 address stands in brackets.
+opened open_tcp(const std::string& text) {
+  const auto colon = text.find_last_of(':');
+  if (colon == std::string::npos) return {{}, "no port number"};
+  std::string host = text.substr(0, colon);
+  if (host.starts_with('[') && host.ends_with(']')) host = host.substr(1, host.size() - 2);
+  addrinfo hints{};
+  hints.ai_socktype = SOCK_STREAM;
+  addrinfo* found = nullptr;
+  const int error = ::getaddrinfo(host.c_str(), text.c_str() + colon + 1, &hints, &found);
+  if (error != 0) return {{}, ::gai_strerror(error)};
+  const std::unique_ptr<addrinfo, decltype(&::freeaddrinfo)> all(found, ::freeaddrinfo);
+
+  opened result;
+  for (const addrinfo* each = found; each != nullptr; each = each->ai_next) {
+    result = connect_socket(each->ai_family, each->ai_addr, each->ai_addrlen);
+    if (!result.port.valid()) continue;
+    const int at_once = 1;
+    ::setsockopt(result.port.get(), IPPROTO_TCP, TCP_NODELAY, &at_once, sizeof at_once);
+    break;
+  }
+  return result;
+}
+
+/// Raw: every byte passes as it is. The speed stays what it was set to.
+opened open_tty(const std::string& path) {
+  file_descriptor port(::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+  termios settings{};
+  if (!port.valid() || ::tcgetattr(port.get(), &settings) != 0) return failed(errno);
+  ::cfmakeraw(&settings);
+  if (::tcsetattr(port.get(), TCSANOW, &settings) != 0) return failed(errno);
+  return {std::move(port), {}};
+}
+
+struct kind {
+  std::string_view scheme;
+  opened (*open)(const std::string& rest);
+};
+constexpr kind kinds[] = {{"unix", open_unix}, {"tcp", open_tcp}, {"tty", open_tty}};
+
+std::string endpoint() {
+  // Nothing in our programs writes the environment.
+  const char* chosen = std::getenv("TVK_DIAG");
+  if (chosen != nullptr && *chosen != '\0') return chosen;
+  return "unix:" + protocol::runtime_directory() + "/diag.sock";
+}
+
+opened open_endpoint(const std::string& text) {
+  const auto parts = protocol::split_endpoint(text);
+  const auto* kind = std::ranges::find(kinds, parts.scheme, &kind::scheme);
+  if (kind == std::end(kinds)) return {{}, "no such kind of port"};
+  return kind->open(std::string(parts.rest));
+}
+
+/// write, and for sockets without the signal that a closed far end brings.
+ssize_t write_some(int port, protocol::byte_view bytes) {
+  const ssize_t sent = ::send(port, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+  if (sent >= 0 || errno != ENOTSOCK) return sent;
+  return ::write(port, bytes.data(), bytes.size());
+}
+
+}  // namespace
+
+file_descriptor open_port() {
+  const std::string text = endpoint();
+  opened result = open_endpoint(text);
+  if (!result.port.valid()) {
+    platform::report_once("TVK_DIAG=" + text + ": " + result.error +
+                          "; expected the DIAG port of a modem (unix:PATH, tcp:HOST:PORT or "
+                          "tty:PATH)");
+  }
+  return std::move(result.port);
+}
+
+bool write_all(int port, protocol::byte_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t sent = write_some(port, bytes);
+    if (sent >= 0) {
+      bytes = bytes.subspan(static_cast<std::size_t>(sent));
+      continue;
+    }
+    if (errno == EINTR) continue;
+    if (errno != EAGAIN) return false;
+    pollfd wait{port, POLLOUT, 0};
+    if (::poll(&wait, 1, write_timeout_ms) == 0) return false;
+  }
+  return true;
+}
+
+}  // namespace diag

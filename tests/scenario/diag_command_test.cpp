@@ -1,0 +1,309 @@
+// `tvk 5 0` against a DIAG port written byte by byte.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <deque>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "support/bytes.h"
+#include "support/hand_diag.h"
+#include "support/printed.h"
+#include "support/process.h"
+
+namespace {
+
+using support::bytes;
+using support::diag_frame;
+using support::hand_diag;
+using support::hex;
+using support::operator+;
+using namespace std::chrono_literals;
+
+using lines = std::deque<std::string>;
+
+const std::string callback_mode = "0";
+const std::string dci_mode = "1";
+const std::vector<std::string> request_arguments{"0x4b", "0x0b", "0x00", "0x00"};
+const bytes answer = hex("4B0B0000 7E7D01");
+
+support::process_result run_diag(const std::string& endpoint, const std::string& mode,
+                                 const std::string& time_out,
+                                 const std::vector<std::string>& request = request_arguments) {
+  std::vector<std::string> arguments{"5", "0", mode, "0", time_out};
+  arguments.insert(arguments.end(), request.begin(), request.end());
+  auto got = support::run(TVK_PROGRAM, arguments, {{"TVK_DIAG", endpoint}});
+  EXPECT_EQ(got.exit_status, 0);
+  EXPECT_FALSE(got.timed_out);
+  got.output = support::masked(got.output);
+  return got;
+}
+
+/// The program's output against a port that answers with these bytes.
+support::process_result run_answered(const bytes& wire, const std::string& mode,
+                                     const std::string& time_out = "3000") {
+  hand_diag port;
+  port.on_request([&](const bytes&) { port.write(wire); });
+  auto got = run_diag(port.endpoint(), mode, time_out);
+  EXPECT_EQ(port.requests(), std::vector<bytes>{hex("4B0B0000")});
+  EXPECT_EQ(got.errors, "");
+  return got;
+}
+
+bool contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+bytes answer_of(std::size_t size) {
+  bytes packet = hex("4B0B0000");
+  packet.resize(size, 0x5A);
+  return diag_frame(packet);
+}
+
+/// Every line is the next one of some thread, and no thread has lines left.
+void expect_threads(const std::string& output, std::vector<lines> threads) {
+  std::size_t start = 0;
+  for (std::size_t end = 0; (end = output.find('\n', start)) != std::string::npos;
+       start = end + 1) {
+    const auto line = output.substr(start, end - start);
+    bool known = contains(line, "RIL[norvel_diag_cmd_send_with_result_wait_thread_proc:");
+    for (auto& thread : threads) {
+      if (known || thread.empty() || thread.front() != line) continue;
+      thread.pop_front();
+      known = true;
+    }
+    EXPECT_TRUE(known) << line;
+  }
+  for (const auto& thread : threads) EXPECT_TRUE(thread.empty()) << "missing: " << thread.front();
+}
+
+const lines start_of_both{
+    "RIL[norvel_diag_comand_input_check:#]: diag_comand, data_len = 4",
+    "RIL[norvel_print_data_with_hex:#]: data hex show, len(4), data: 4B 0B 00 00",
+    "RIL[norvel_diag_comand_output_check:#]: reply_len = 10240",
+    "RIL[norvel_diag_init_with_result:#]: function entry ------------->",
+    "RIL[norvel_diag_init_with_result:#]: function exit <-------------",
+};
+
+lines joined(lines first, const lines& second) {
+  first.insert(first.end(), second.begin(), second.end());
+  return first;
+}
+
+TEST(diag_command, dci_transcript) {
+  const auto got = run_answered(diag_frame(answer), dci_mode);
+  const std::string own = "RIL[norvel_diag_cmd_send_with_result_by_dci_mode:#]: ";
+  const std::string create = "RIL[norvel_diag_cmd_send_with_result_wait_create_thread:#]: ";
+  expect_threads(
+      got.output,
+      {joined(joined({"diag cmd:", "0x4B 0x0B 0x00 0x00 ", "dci mode with result"}, start_of_both),
+              {own + "Successfully registered with DCI for ch:0, client ID = 1",
+               own + "DCI Status on Processors for ch0:", own + "MPSS on ch:0: UP",
+               own + "Opening Data Stream, registering listeners for ch:0",
+               own + "Sending Asynchronous Command for ch:0", own + "Dci Command time = 30",
+               create + "function entry ------------->",
+               create + "norvel daig is created, conf = 0", create + "function exit <-------------",
+               own + "req end, data_size = 7, g_qcril_diag_rsp_buf.length = 7, reply_len = 10240",
+               "RIL[norvel_diag_deinit_with_result:#]: function entry ------------->",
+               "RIL[norvel_diag_deinit_with_result:#]: function exit <-------------",
+               own + "Releasing DCI connection, err: 1002, errno: 2", "", "rsp data len(7)",
+               "rsp data: 0x4B 0x0B 0x00 0x00 0x7E 0x7D 0x01"}),
+       {"RIL[norvel_diag_cmd_response_check:#]: context_data is null",
+        "RIL[norvel_diag_cmd_response_check:#]: ================ response from -1[Unknown], len = "
+        "7 "
+        "========================",
+        "RIL[norvel_print_data_with_hex:#]: data hex show, len(7), data: 4B 0B 00 00 7E 7D 01",
+        "RIL[norvel_diag_cmd_response_by_dci:#]: response, cmd_code = 0x4b, data_size = 7"}});
+}
+
+TEST(diag_command, callback_transcript_with_default_time) {
+  const auto got = run_answered(diag_frame(answer), callback_mode, "0");
+  const std::string own = "RIL[norvel_diag_cmd_send_with_result_by_callback_mode:#]: ";
+  const std::string create = "RIL[norvel_diag_cmd_send_with_result_wait_create_thread:#]: ";
+  expect_threads(
+      got.output,
+      {joined(joined({"diag cmd:", "0x4B 0x0B 0x00 0x00 ", "callback mode with result"},
+                     start_of_both),
+              {"RIL[norvel_diag_register_callback:#]: register call back, g_diag_channel = [0]MSM, "
+               "data_primary = 0, remote_mask = [0]",
+               own + "ret_send = 0, will wait callback", own + "Time out is invalid, set default",
+               own + "Command time = 30 * 100ms", create + "function entry ------------->",
+               create + "norvel daig is created, conf = 0", create + "function exit <-------------",
+               own + "req end, data_size = 7, g_qcril_diag_rsp_buf.length = 7, reply_len = 10240",
+               "RIL[norvel_diag_deinit_with_result:#]: function entry ------------->",
+               "RIL[norvel_diag_deinit_with_result:#]: function exit <-------------", "",
+               "rsp data len(7)", "rsp data: 0x4B 0x0B 0x00 0x00 0x7E 0x7D 0x01"}),
+       {"RIL[norvel_diag_cmd_response_by_callback:#]: function entry ------------->",
+        "RIL[norvel_diag_cmd_response_check:#]: ================ response from 0[MSM], len = 7 "
+        "========================",
+        "RIL[norvel_print_data_with_hex:#]: data hex show, len(7), data: 4B 0B 00 00 7E 7D 01",
+        "RIL[norvel_diag_cmd_response_by_callback:#]: callback, cmd_code = 0x4b, data_size = 7"}});
+}
+
+TEST(diag_command, request_of_this_many_bytes) {
+  const std::vector<std::string> most(4096, "0x7e");
+  for (const auto& mode : {callback_mode, dci_mode}) {
+    hand_diag port;
+    port.on_request([&](const bytes& request) { port.write(diag_frame(request)); });
+    EXPECT_EQ(run_diag(port.endpoint(), mode, "3000", {}).output,
+              "\nnote: Too few inputs, Pls refer to the following cmd:\n");
+    EXPECT_TRUE(contains(run_diag(port.endpoint(), mode, "3000", {"0x1c"}).output,
+                         "\nrsp data len(1)\nrsp data: 0x1C\n"));
+    // Its echo is a full piece, after which the DCI path waits for more until the time is over.
+    EXPECT_TRUE(contains(run_diag(port.endpoint(), mode, "100", most).output,
+                         "\nrsp data len(4096)\nrsp data: 0x7E 0x7E"));
+    auto too_many = most;
+    too_many.emplace_back("1");
+    const auto refused = run_diag(port.endpoint(), mode, "3000", too_many).output;
+    EXPECT_TRUE(contains(refused, "Invalid input parameter, data_len = 4097\n"));
+    EXPECT_TRUE(contains(refused,
+                         "norvel_diag_comand_param_check fail\nnorvel_diag_cmd_send fail\n"
+                         "\nnote: Error happen! error_code(1)\n"));
+    EXPECT_EQ(port.requests(), (std::vector<bytes>{hex("1C"), bytes(4096, 0x7E)}));
+  }
+}
+
+TEST(diag_command, answer_of_this_many_bytes) {
+  const std::string full = "stop waiting, receive success, length is times of 4096\n";
+  const struct {
+    std::string mode;
+    std::size_t size;
+    std::string req_end;  ///< empty: the response is refused
+    std::string printed;
+    bool ends_by_watcher;
+  } rows[] = {
+      {callback_mode, 4096, "4096, g_qcril_diag_rsp_buf.length = 4096", "(4096)", false},
+      {callback_mode, 4196, "4196, g_qcril_diag_rsp_buf.length = 4196", "(4196)", false},
+      {callback_mode, 10240, "10240, g_qcril_diag_rsp_buf.length = 10240", "(10240)", false},
+      {callback_mode, 10241, "", "", true},
+      {dci_mode, 4096, "4096, g_qcril_diag_rsp_buf.length = 4096", "(4096)", true},
+      {dci_mode, 4196, "4196, g_qcril_diag_rsp_buf.length = 4196", "(4196)", false},
+      {dci_mode, 8192, "8192, g_qcril_diag_rsp_buf.length = 8192", "(8192)", true},
+      {dci_mode, 10241, "10240, g_qcril_diag_rsp_buf.length = 10241", "(10240)", false},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE("mode " + row.mode + ", " + std::to_string(row.size) + " bytes");
+    const auto got =
+        run_answered(answer_of(row.size), row.mode, row.ends_by_watcher ? "400" : "9000");
+    if (row.req_end.empty()) {
+      EXPECT_TRUE(contains(got.output, "Invalid parameter, len = 10241\n"));
+      EXPECT_TRUE(contains(got.output, "norvel_diag_cmd_send fail\n"));
+    } else {
+      EXPECT_TRUE(contains(got.output, "req end, data_size = " + row.req_end)) << got.output;
+      EXPECT_TRUE(contains(got.output, "\nrsp data len" + row.printed + "\nrsp data: 0x4B 0x0B"));
+      EXPECT_EQ(contains(got.output, full), row.ends_by_watcher);
+    }
+    EXPECT_EQ(got.duration >= 400ms, row.ends_by_watcher) << got.duration.count();
+  }
+}
+
+TEST(diag_command, time_out_bounds_the_wait) {
+  const auto longest = run_answered(diag_frame(answer), callback_mode, "60000");
+  EXPECT_TRUE(contains(longest.output, "Command time = 600 * 100ms\n"));
+  EXPECT_FALSE(contains(longest.output, "Time out is invalid"));
+  for (const std::string invalid : {"60001", "-1"}) {
+    const auto too_long = run_answered(diag_frame(answer), callback_mode, invalid);
+    EXPECT_TRUE(contains(too_long.output, "Time out is invalid, set default\n"));
+    EXPECT_TRUE(contains(too_long.output, "Command time = 30 * 100ms\n"));
+  }
+  const struct {
+    std::string mode, time_out, command_time;
+    int ticks;
+  } rows[] = {
+      {dci_mode, "0", "Dci Command time = 0\n", 1},
+      {dci_mode, "-500", "Dci Command time = -5\n", 1},
+      {callback_mode, "99", "Command time = 0 * 100ms\n", 1},
+      {callback_mode, "399", "Command time = 3 * 100ms\n", 3},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.mode + " " + row.time_out);
+    const auto got = run_answered({}, row.mode, row.time_out);
+    const std::string own = "norvel_diag_cmd_send_with_result_wait_thread_proc, cnt_of_100ms = ";
+    EXPECT_TRUE(contains(got.output, row.command_time));
+    EXPECT_TRUE(contains(got.output, own + std::to_string(row.ticks) + "\n"));
+    EXPECT_FALSE(contains(got.output, own + std::to_string(row.ticks + 1) + "\n"));
+    EXPECT_TRUE(contains(got.output, ": stop waiting\n"));
+    EXPECT_TRUE(contains(got.output, "norvel_diag_cmd_send fail\n"));
+    EXPECT_GE(got.duration, row.ticks * 100ms);
+  }
+}
+
+TEST(diag_command, what_is_not_the_answer_is_passed_over) {
+  bytes damaged = diag_frame(hex("4B0B0000 EE"));
+  damaged[4] ^= 0x01;
+  const bytes before =
+      hex("31 32 7E 7E 7D 7E") +  // from the middle of a frame, an empty one, a broken escape
+      damaged + diag_frame(hex("1000 0C00 0C00 01B0 0000000000000000")) +  // log
+      diag_frame(hex("60 0B00 4A26 BE0C0A9E34DDD400 06")) +                // event report
+      diag_frame(hex("79 00 00 00 0000000000000000 0100 0200 04000000 6100 6200")) +
+      diag_frame(hex("92 00 00 00 0000000000000000 0100 0200 04000000 11223344")) +
+      diag_frame(hex("99 00 00 00 0000000000000000 0100 0200 11223344")) +
+      diag_frame(hex("98010000 01000000 1000 0C00 0C00 01B0 0000000000000000")) +
+      diag_frame(hex("98010000 02000000 4B0B0000 EE")) +  // another radio's
+      diag_frame(hex("4B0B0100 EE")) + diag_frame(hex("4B")) + diag_frame(hex("13 4B0C0000"));
+  for (const auto& mode : {callback_mode, dci_mode}) {
+    const auto got = run_answered(before + diag_frame(answer), mode);
+    EXPECT_TRUE(
+        got.output.ends_with("\nrsp data len(7)\nrsp data: 0x4B 0x0B 0x00 0x00 0x7E 0x7D 0x01\n"))
+        << got.output;
+    // Streams are DCI's alone: the plain log and the wrapped one, and the event by itself.
+    const bool dci = mode == dci_mode;
+    EXPECT_EQ(contains(got.output, "len(12), data: 0C 00 01 B0 00 00 00 00 00 00 00 00\n"), dci);
+    EXPECT_EQ(contains(got.output, "len(13), data: 0B 00 4A 26 BE 0C 0A 9E 34 DD D4 00 06\n"), dci);
+    const auto refused = run_answered(diag_frame(hex("13 4B0B0000")), mode);
+    EXPECT_TRUE(refused.output.ends_with("\nrsp data: 0x13 0x4B 0x0B 0x00 0x00\n"));
+  }
+}
+
+TEST(diag_command, late_answer_ends_the_wait_and_a_lost_port_does_not_hang) {
+  hand_diag port;
+  port.on_request([&](const bytes&) {
+    std::this_thread::sleep_for(500ms);
+    port.write(diag_frame(answer));
+  });
+  for (const auto& mode : {callback_mode, dci_mode}) {
+    const auto got = run_diag(port.endpoint(), mode, "9000");
+    EXPECT_TRUE(contains(got.output, "rsp data len(7)")) << got.output;
+    EXPECT_GE(got.duration, 500ms);
+    EXPECT_LT(got.duration, 5s);
+  }
+  port.on_request([&](const bytes&) {
+    port.write(hex("4B0B"));
+    port.close_connection();
+  });
+  for (const auto& mode : {callback_mode, dci_mode}) {
+    const auto got = run_diag(port.endpoint(), mode, "300");
+    EXPECT_TRUE(contains(got.output, "norvel_diag_cmd_send fail\n")) << got.output;
+    EXPECT_EQ(got.signal, 0);
+  }
+}
+
+TEST(diag_command, missing_port_is_named_and_the_command_fails) {
+  const support::temp_dir dir;
+  const struct {
+    std::string endpoint;
+    std::string error;
+  } rows[] = {
+      {"unix:" + dir.file("none.sock"), "No such file or directory"},
+      {"unix:" + std::string(200, 'x'), "File name too long"},
+      {"tty:" + dir.path(), "Is a directory"},
+      {"tty:/dev/null", "Inappropriate ioctl for device"},
+      {"tcp:127.0.0.1", "no port number"},
+      {"usb:1", "no such kind of port"},
+  };
+  for (const auto& row : rows) {
+    for (const auto& mode : {callback_mode, dci_mode}) {
+      const auto got = run_diag(row.endpoint, mode, "3000");
+      EXPECT_EQ(got.errors, "tvk: TVK_DIAG=" + row.endpoint + ": " + row.error +
+                                "; expected the DIAG port of a modem (unix:PATH, tcp:HOST:PORT or "
+                                "tty:PATH)\n");
+      EXPECT_TRUE(contains(got.output, "LSM init failed\n"));
+      EXPECT_TRUE(contains(got.output, "norvel_diag_cmd_send fail\n"));
+      EXPECT_EQ(contains(got.output, "ret_send = -1, will wait callback\n"), mode == callback_mode);
+      EXPECT_EQ(contains(got.output, "Could not register with DCI, err: "), mode == dci_mode);
+    }
+  }
+}
+
+}  // namespace

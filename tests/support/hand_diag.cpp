@@ -1,0 +1,169 @@
+#include "support/hand_diag.h"
+
+#include <fcntl.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <stdlib.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace support {
+namespace {
+
+constexpr std::uint8_t frame_end = 0x7E;
+constexpr std::uint8_t escape = 0x7D;
+
+unsigned crc_of(const bytes& packet) {
+  unsigned crc = 0xFFFF;
+  for (const auto byte : packet) {
+    crc ^= byte;
+    for (int bit = 0; bit < 8; ++bit) crc = (crc & 1) != 0 ? (crc >> 1) ^ 0x8408 : crc >> 1;
+  }
+  return crc ^ 0xFFFF;
+}
+
+/// A frame without its end; its CRC is not looked at.
+bytes packet_of(const bytes& frame) {
+  bytes out;
+  for (std::size_t i = 0; i < frame.size(); ++i) {
+    out.push_back(frame[i] == escape ? frame.at(++i) ^ 0x20 : frame[i]);
+  }
+  out.resize(out.size() - 2);
+  return out;
+}
+
+void check(bool done, const char* what) {
+  if (!done) throw std::runtime_error(what);
+}
+
+}  // namespace
+
+bytes diag_frame(const bytes& packet) {
+  bytes whole = packet;
+  const unsigned crc = crc_of(packet);
+  whole.push_back(static_cast<std::uint8_t>(crc));
+  whole.push_back(static_cast<std::uint8_t>(crc >> 8));
+  bytes out;
+  for (const auto byte : whole) {
+    const bool special = byte == frame_end || byte == escape;
+    if (special) out.push_back(escape);
+    out.push_back(special ? byte ^ 0x20 : byte);
+  }
+  out.push_back(frame_end);
+  return out;
+}
+
+hand_diag::hand_diag(kind which) {
+  if (which == kind::unix_socket) {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    const auto path = dir_.file("diag.sock");
+    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    listener_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    check(bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0,
+          "bind");
+    endpoint_ = "unix:" + path;
+  } else if (which == kind::tcp) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t size = sizeof address;
+    listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    check(bind(listener_, reinterpret_cast<const sockaddr*>(&address), size) == 0, "bind");
+    getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size);
+    endpoint_ = "tcp:127.0.0.1:" + std::to_string(ntohs(address.sin_port));
+  } else {
+    connection_ = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    check(grantpt(connection_) == 0 && unlockpt(connection_) == 0, "pty");
+    const std::string path = ptsname(connection_);
+    terminal_ = open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    endpoint_ = "tty:" + path;
+  }
+  if (listener_ >= 0) check(listen(listener_, 4) == 0, "listen");
+  thread_ = std::thread([this] { run(); });
+}
+
+hand_diag::~hand_diag() {
+  stop_ = true;
+  if (listener_ >= 0) shutdown(listener_, SHUT_RDWR);
+  close_connection();
+  thread_.join();
+  for (const int each : {listener_, terminal_, connection_}) {
+    if (each >= 0) close(each);
+  }
+}
+
+void hand_diag::on_request(handler answer) {
+  const std::lock_guard lock(mutex_);
+  handler_ = std::move(answer);
+}
+
+void hand_diag::write(const bytes& wire) {
+  const std::lock_guard lock(mutex_);
+  for (std::size_t done = 0; done < wire.size();) {
+    const ssize_t count =
+        listener_ >= 0 ? send(connection_, wire.data() + done, wire.size() - done, MSG_NOSIGNAL)
+                       : ::write(connection_, wire.data(), wire.size());
+    if (count <= 0) return;  // the program may have left
+    done += static_cast<std::size_t>(count);
+  }
+}
+
+void hand_diag::close_connection() {
+  const std::lock_guard lock(mutex_);
+  if (listener_ >= 0 && connection_ >= 0) shutdown(connection_, SHUT_RDWR);
+}
+
+std::vector<bytes> hand_diag::requests() const {
+  const std::lock_guard lock(mutex_);
+  return requests_;
+}
+
+void hand_diag::run() {
+  if (listener_ < 0) return serve(connection_);
+  while (!stop_) {
+    const int accepted = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
+    if (accepted < 0) continue;
+    {
+      const std::lock_guard lock(mutex_);
+      if (connection_ >= 0) close(connection_);
+      connection_ = accepted;
+      if (stop_) return;
+    }
+    serve(accepted);
+  }
+}
+
+void hand_diag::serve(int connection) {
+  bytes frame;
+  bytes buffer(4096);
+  while (!stop_) {
+    pollfd wait{connection, POLLIN, 0};
+    if (poll(&wait, 1, 50) == 0) continue;
+    const ssize_t count = read(connection, buffer.data(), buffer.size());
+    if (count <= 0) return;
+    for (ssize_t i = 0; i < count; ++i) {
+      const auto byte = buffer[static_cast<std::size_t>(i)];
+      if (byte != frame_end) {
+        frame.push_back(byte);
+        continue;
+      }
+      handler answer;
+      const bytes request = packet_of(frame);
+      frame.clear();
+      {
+        const std::lock_guard lock(mutex_);
+        requests_.push_back(request);
+        answer = handler_;
+      }
+      if (answer) answer(request);
+    }
+  }
+}
+
+}  // namespace support

@@ -1,0 +1,206 @@
+// The DIAG library of this host against a port written byte by byte: every kind of port, a port
+// that comes and goes, what a DCI client gets and may not do.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <stdlib.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/diag.h"
+#include "platform/linux/diag/answer.h"
+#include "support/bytes.h"
+#include "support/hand_diag.h"
+
+namespace {
+
+using support::bytes;
+using support::diag_frame;
+using support::hand_diag;
+using support::hex;
+using support::operator+;
+using namespace std::chrono_literals;
+
+/// What callbacks got, in order.
+struct inbox {
+  std::mutex lock;
+  std::condition_variable changed;
+  std::vector<bytes> all;
+
+  void add(const unsigned char* data, int length) {
+    const std::lock_guard hold(lock);
+    all.emplace_back(data, data + length);
+    changed.notify_all();
+  }
+  /// As soon as there are so many.
+  std::vector<bytes> take(std::size_t count) {
+    std::unique_lock hold(lock);
+    changed.wait_for(hold, 5s, [&] { return all.size() >= count; });
+    return std::exchange(all, {});
+  }
+};
+inbox answers;
+inbox logs;
+inbox events;
+std::atomic<int> data_signals{0};
+std::atomic<int> port_signal{0};
+
+int keep_answer(unsigned char* data, int length, void*) {
+  answers.add(data, length);
+  return 0;
+}
+
+bool send(bytes request) {
+  return diag_callback_send_data(0, request.data(), static_cast<int>(request.size())) == 0;
+}
+
+void begin_callback_mode(const hand_diag& port) {
+  setenv("TVK_DIAG", port.endpoint().c_str(), 1);
+  ASSERT_NE(Diag_LSM_Init(nullptr), 0);
+  diag_register_callback(keep_answer, nullptr);
+  diag_switch_logging(DIAG_CALLBACK_MODE, nullptr);
+}
+
+TEST(diag_library, every_kind_of_port_carries_every_byte) {
+  bytes every;
+  for (unsigned i = 0; i < 512; ++i) every.push_back(static_cast<std::uint8_t>(i));
+  for (const auto kind :
+       {hand_diag::kind::unix_socket, hand_diag::kind::tcp, hand_diag::kind::tty}) {
+    hand_diag port(kind);
+    SCOPED_TRACE(port.endpoint());
+    port.on_request([&](const bytes& request) { port.write(diag_frame(request + every)); });
+    begin_callback_mode(port);
+    EXPECT_TRUE(send(hex("1D") + every));
+    EXPECT_EQ(answers.take(1), std::vector<bytes>{hex("1D") + every + every});
+    EXPECT_NE(Diag_LSM_DeInit(), 0);
+    EXPECT_FALSE(send(hex("1D")));
+  }
+}
+
+TEST(diag_library, port_that_goes_is_opened_by_a_later_request) {
+  hand_diag port;
+  begin_callback_mode(port);
+  port.on_request([&](const bytes&) { port.close_connection(); });
+  EXPECT_TRUE(send(hex("1D")));
+  port.on_request([&](const bytes& request) { port.write(diag_frame(request)); });
+  // Until the library has seen the end, a request may go the way of the connection.
+  bool answered = false;
+  for (int i = 0; i < 50 && !answered; ++i) {
+    answered = send(hex("1C")) && answers.take(1) == std::vector<bytes>{hex("1C")};
+  }
+  EXPECT_TRUE(answered);
+  diag_switch_logging(DIAG_USB_MODE, nullptr);
+  EXPECT_TRUE(send(hex("1C")));  // its answer goes elsewhere
+  diag_switch_logging(DIAG_CALLBACK_MODE, nullptr);
+  Diag_LSM_DeInit();
+}
+
+TEST(diag_library, dci_client_gets_pieces_streams_and_signals_with_a_handler) {
+  hand_diag port;
+  setenv("TVK_DIAG", port.endpoint().c_str(), 1);
+  ASSERT_NE(Diag_LSM_Init(nullptr), 0);
+  int client = 0;
+  int signal = SIGRTMIN + 4;
+  std::uint16_t peripherals = DIAG_CON_MPSS;
+  ASSERT_EQ(diag_register_dci_client(&client, &peripherals, 0, &signal), DIAG_DCI_NO_ERROR);
+  // Nobody handles it yet: raised, it would end this process.
+  ASSERT_EQ(diag_register_dci_signal_data(client, SIGRTMIN + 5), DIAG_DCI_NO_ERROR);
+  ASSERT_EQ(diag_register_dci_stream_proc(
+                client, [](unsigned char* data, int length) { logs.add(data, length); },
+                [](unsigned char* data, int length) { events.add(data, length); }),
+            DIAG_DCI_NO_ERROR);
+  const auto ask = [&](bytes request, bytes& room) {
+    return diag_send_dci_async_req(
+        client, request.data(), static_cast<int>(request.size()), room.data(),
+        static_cast<int>(room.size()),
+        [](unsigned char* data, int length, void*) { answers.add(data, length); }, nullptr);
+  };
+  bytes room(16384);
+  const bytes log = hex("1000 0E00 0E00 62B0 28B79C9C34DDD400 7E7D");
+  const bytes report = hex("60 1900 4A46 BE0C0A9E34DDD400 0689 B7A6 0C0A 1A 01E0 0C0A 03 5A5B5C");
+  port.on_request([&](const bytes& request) {
+    port.write(diag_frame(log) + diag_frame(hex("98010000 02000000") + log) + diag_frame(report) +
+               diag_frame(request + bytes(8188, 0x11)));
+  });
+  EXPECT_EQ(ask(hex("4B0B0000"), room), DIAG_DCI_NO_ERROR);
+  EXPECT_EQ(answers.take(2),
+            (std::vector<bytes>{hex("4B0B0000") + bytes(4092, 0x11), bytes(4096, 0x11)}));
+  const bytes inner = hex("0E00 62B0 28B79C9C34DDD400 7E7D");
+  EXPECT_EQ(logs.take(2), (std::vector<bytes>{inner, inner}));
+  // Times that were cut are whole again; each event is alone, with its length.
+  EXPECT_EQ(events.take(3), (std::vector<bytes>{hex("0C00 4A46 BE0C0A9E34DDD400 0689"),
+                                                hex("0B00 B726 000C0A9E34DDD400 1A"),
+                                                hex("0E00 0160 000C0A9E34DDD400 03 5A5B5C")}));
+
+  struct sigaction action {};
+  action.sa_sigaction = [](int number, siginfo_t* info, void*) {
+    if (number == SIGRTMIN + 4) port_signal = info->si_value.sival_int;
+    if (number == SIGRTMIN + 5) ++data_signals;
+  };
+  action.sa_flags = SA_SIGINFO | SA_RESTART;
+  sigaction(SIGRTMIN + 4, &action, nullptr);
+  sigaction(SIGRTMIN + 5, &action, nullptr);
+  port.on_request([&](const bytes& request) { port.write(diag_frame(request)); });
+  EXPECT_EQ(ask(hex("1C"), room), DIAG_DCI_NO_ERROR);
+  answers.take(1);
+  const auto soon = [](auto condition) {
+    for (int i = 0; i < 500 && !condition(); ++i) std::this_thread::sleep_for(10ms);
+    return condition();
+  };
+  EXPECT_TRUE(soon([] { return data_signals == 1; }));
+  port.close_connection();
+  EXPECT_TRUE(soon([] { return port_signal == 0x20002; }));
+  EXPECT_EQ(diag_get_dci_support_list_proc(0, &peripherals), DIAG_DCI_NO_ERROR);
+  EXPECT_EQ(peripherals, DIAG_CON_APSS);
+
+  // Masks belong to all clients.
+  for (const auto* refused : {"60 01", "73 000000 00000000", "7D 05 0000 00000000", "4B12 1802"}) {
+    EXPECT_EQ(ask(hex(refused), room), 1006) << refused;
+  }
+  EXPECT_EQ(ask(bytes(16385, 0x1C), room), 1005);
+  EXPECT_EQ(diag_release_dci_client(&client), DIAG_DCI_NO_ERROR);
+  EXPECT_EQ(diag_release_dci_client(&client), 1002);
+  Diag_LSM_DeInit();
+}
+
+TEST(diag_library, answers_by_their_leading_bytes) {
+  const struct {
+    const char* request;
+    const char* packet;
+    bool answers;
+  } rows[] = {
+      {"60 01", "60 0000", true},
+      {"60 01", "60 0B00 4A26 BE0C0A9E34DDD400 06", false},
+      {"4B 12 51 00", "4B 12 51 00 01", true},
+      {"4B 12 51 00", "4B 12 51 01 01", false},
+      {"4B 12 51 00", "4B 12 51", false},
+      {"7D 01", "7D 02 00", false},
+      {"26 2602 00*130", "26 2602 01", true},
+      {"26 2602 00*130", "26 2702 01", false},
+      {"73 000000 01000000", "73 000000 01000000 00000000", true},
+      {"4B 12 51 00", "47 4B 12 51 00", true},
+      {"4B 12 51 00", "96 4B", true},
+      {"4B 12 51 00", "13", false},
+      {"13", "13 13", true},
+      {"10", "10 00 0C00 0C00 01B0 0000000000000000", false},
+      {"98010000 02000000 1C", "98010000 02000000 1C 08 00", true},
+      {"98010000 02000000 1C", "98010000 01000000 1C 08 00", false},
+      {"1C", "98010000 01000000 1C 08 00", false},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(diag::is_answer(hex(row.request), hex(row.packet)), row.answers)
+        << row.request << " / " << row.packet;
+  }
+  // status u32, delayed id u16, count u16: the last has id 0 or a count up to 0FFF.
+  EXPECT_TRUE(diag::is_last_answer(hex("80 12 0100 00000000 0000 0000")));
+  EXPECT_FALSE(diag::is_last_answer(hex("80 12 0100 00000000 0500 0000")));
+  EXPECT_FALSE(diag::is_last_answer(hex("80 12 0100 00000000 0500 0010")));
+  EXPECT_TRUE(diag::is_last_answer(hex("80 12 0100 00000000 0500 0100")));
+}
+
+}  // namespace
