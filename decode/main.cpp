@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "decode/files.h"
+#include "decode/live.h"
 #include "decode/options.h"
 #include "decode/output/file_output.h"
 #include "decode/output/record_output.h"
@@ -52,7 +53,8 @@ int run(const options& chosen) {
   const auto file = open_output(chosen);
   const auto store = make_store(chosen, file.get());
   summary counts;
-  const bool all_read = decode_files(chosen, *store, counts);
+  const bool all_read =
+      chosen.live ? decode_live(chosen, *store, counts) : decode_files(chosen, *store, counts);
   if (chosen.with_summary) {
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
     const bool is_output = chosen.format == output_format::none && chosen.output.empty();

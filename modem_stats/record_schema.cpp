@@ -66,8 +66,14 @@ std::size_t repetitions(const record_schema& schema, const record_part& part,
 
 std::string column_name(const field_row& row) {
   std::string name = row.name;
-  if (*row.unit == '\0') return name;
-  name.append("_").append(row.unit);
+  const std::string_view unit = row.unit;
+  const auto same = [](char a, char b) {
+    return std::tolower(static_cast<unsigned char>(a)) ==
+           std::tolower(static_cast<unsigned char>(b));
+  };
+  // "tb_bytes" and "pdsch_rb" say it already.
+  if (!std::ranges::search(name, unit, same).empty() || unit.empty()) return name;
+  name.append("_").append(unit);
   std::ranges::replace_if(
       name, [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
   return name;

@@ -295,9 +295,9 @@ TEST(diag_command, missing_port_is_named_and_the_command_fails) {
   for (const auto& row : rows) {
     for (const auto& mode : {callback_mode, dci_mode}) {
       const auto got = run_diag(row.endpoint, mode, "3000");
-      EXPECT_EQ(got.errors, "tvk: TVK_DIAG=" + row.endpoint + ": " + row.error +
-                                "; expected the DIAG port of a modem (unix:PATH, tcp:HOST:PORT or "
-                                "tty:PATH)\n");
+      EXPECT_EQ(got.errors, "tvk: DIAG port " + row.endpoint + ": " + row.error +
+                                "; expected one of a modem, as TVK_DIAG=unix:PATH, tcp:HOST:PORT "
+                                "or tty:PATH\n");
       EXPECT_TRUE(contains(got.output, "LSM init failed\n"));
       EXPECT_TRUE(contains(got.output, "norvel_diag_cmd_send fail\n"));
       EXPECT_EQ(contains(got.output, "ret_send = -1, will wait callback\n"), mode == callback_mode);

@@ -91,7 +91,7 @@ connection::shared_port connection::present_port() {
 
 connection::shared_port connection::port() {
   if (auto present = present_port()) return present;
-  auto opened = open_port();
+  auto opened = open_port(named_port());
   if (!opened.valid()) return nullptr;
   const platform::mutex_lock hold(lock_);
   port_ = std::make_shared<platform::file_descriptor>(std::move(opened));

@@ -107,13 +107,6 @@ struct kind {
 };
 constexpr kind kinds[] = {{"unix", open_unix}, {"tcp", open_tcp}, {"tty", open_tty}};
 
-std::string endpoint() {
-  // Nothing in our programs writes the environment.
-  const char* chosen = std::getenv("TVK_DIAG");
-  if (chosen != nullptr && *chosen != '\0') return chosen;
-  return "unix:" + protocol::runtime_directory() + "/diag.sock";
-}
-
 opened open_endpoint(const std::string& text) {
   const auto parts = protocol::split_endpoint(text);
   const auto* kind = std::ranges::find(kinds, parts.scheme, &kind::scheme);
@@ -130,13 +123,19 @@ ssize_t write_some(int port, protocol::byte_view bytes) {
 
 }  // namespace
 
-file_descriptor open_port() {
-  const std::string text = endpoint();
+std::string named_port() {
+  // Nothing in our programs writes the environment.
+  const char* chosen = std::getenv("TVK_DIAG");
+  if (chosen != nullptr && *chosen != '\0') return chosen;
+  return "unix:" + protocol::runtime_directory() + "/diag.sock";
+}
+
+file_descriptor open_port(const std::string& text) {
   opened result = open_endpoint(text);
   if (!result.port.valid()) {
-    platform::report_once("TVK_DIAG=" + text + ": " + result.error +
-                          "; expected the DIAG port of a modem (unix:PATH, tcp:HOST:PORT or "
-                          "tty:PATH)");
+    platform::report_once("DIAG port " + text + ": " + result.error +
+                          "; expected one of a modem, as TVK_DIAG=unix:PATH, tcp:HOST:PORT "
+                          "or tty:PATH");
   }
   return std::move(result.port);
 }

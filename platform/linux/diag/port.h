@@ -1,15 +1,20 @@
 // The byte stream to a modem's DIAG port.
 #pragma once
 
+#include <string>
+
 #include "platform/linux/file_descriptor.h"
 #include "protocol/bytes.h"
 
 namespace diag {
 
-/// Opens what TVK_DIAG names: unix:PATH, tcp:HOST:PORT or tty:PATH; unset is diag.sock in the
-/// runtime directory. Not valid when there is no port: what is wrong is told once on standard
-/// error. Reading and writing do not block.
-[[nodiscard]] platform::file_descriptor open_port();
+/// What TVK_DIAG names: unix:PATH, tcp:HOST:PORT or tty:PATH; unset is diag.sock in the runtime
+/// directory.
+[[nodiscard]] std::string named_port();
+
+/// Not valid when there is no such port: what is wrong is told once on standard error. Reading and
+/// writing do not block.
+[[nodiscard]] platform::file_descriptor open_port(const std::string& text);
 
 /// Writes all, waiting for room. False when the port is gone or has no room for too long: part of
 /// the bytes may be written then.
