@@ -46,8 +46,8 @@ record<T> make_record(const char* function) {
 void error_cb(qmi_client_type /*handle*/, qmi_client_error_type error, void* /*data*/) {
   NORVEL_LOG("QMI error callback %d", error);
   if (error != QMI_SERVICE_ERR) return;
-  NORVEL_LOG("SSR Detected, set SSR_Detected 1");
   g_uim.ssr_detected = true;
+  NORVEL_LOG("SSR Detected, set SSR_Detected 1");
 }
 
 void norvel_uim_qmi_client_unsol_ind_cb(qmi_client_type handle, unsigned int msg_id, void* ind_buf,
