@@ -80,7 +80,7 @@ bytes get_info_2(byte_view /*request*/, profile_store& profiles) {
   add(bytes_of_hex("85 04 06 7f 36 c0"));  // UICC capabilities
   add(bytes_of_hex("88 02 04 90"));        // of remote provisioning
   add(bytes_of_hex(info_issuers));
-  add(bytes_of_hex("99 02 06 40"));     // no forbidden rules but one
+  add(bytes_of_hex("99 02 06 40"));     // policy rule 1 is forbidden
   add(bytes_of_hex("04 03 01 00 00"));  // protection profile 1.0.0
   ber::append(content, 0x0C, view_of("TV-KM-UP-0001"));
   return ber::made(0xBF22, content);
@@ -117,9 +117,10 @@ bytes info_of(const profile& each, std::optional<byte_view> wanted) {
   for (const auto& field : fields) {
     bytes written_tag;
     ber::append_tag(written_tag, field.tag);
-    if (!wanted || !std::ranges::search(*wanted, written_tag).empty()) {
-      ber::append(content, field.tag, field.value);
-    }
+    const bool is_wanted =
+        !wanted || std::search(wanted->begin(), wanted->end(), written_tag.begin(),
+                               written_tag.end()) != wanted->end();
+    if (is_wanted) ber::append(content, field.tag, field.value);
   }
   return ber::made(tag::profile_info, content);
 }

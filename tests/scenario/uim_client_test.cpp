@@ -51,7 +51,8 @@ void wait_until_printed(const std::string& text) {
     std::this_thread::sleep_for(2ms);
     std::fflush(stdout);
     const auto size = ::pread(STDOUT_FILENO, all.data(), all.size(), 0);
-    if (size > 0 && all.substr(0, static_cast<std::size_t>(size)).find(text) != all.npos) return;
+    if (size > 0 && all.substr(0, static_cast<std::size_t>(size)).find(text) != std::string::npos)
+      return;
   } while (std::chrono::steady_clock::now() < deadline);
   FAIL() << text;
 }

@@ -161,6 +161,11 @@ TEST(uim_service, euicc_answers_the_profile_assistant_and_remembers) {
     EXPECT_EQ(say("bf2000"), hex("bf2035 8203020202"
                                  "a916 0414 f54172bdf98a95d65cbeb88a38a1c11d800a85c3"
                                  "aa16 0414 f54172bdf98a95d65cbeb88a38a1c11d800a85c3 9000"));
+    EXPECT_EQ(say("bf2200"), hex("bf2272 8103020100 8203020202 8303010000"
+                                 "840f 810102 820400060000 830400004000 8504067f36c0 88020490"
+                                 "a916 0414 f54172bdf98a95d65cbeb88a38a1c11d800a85c3"
+                                 "aa16 0414 f54172bdf98a95d65cbeb88a38a1c11d800a85c3"
+                                 "99020640 0403010000 0c0d 54562d4b4d2d55502d30303031 9000"));
     // Whole entries, in the order of their AIDs.
     EXPECT_EQ(say("bf2d00"),
               hex("bf2d819a a08197"
