@@ -33,10 +33,14 @@ enum class error : std::uint16_t {
   no_effect = 26,
   missing_argument = 17,
   invalid_service_type = 31,
+  sim_not_initialized = 37,
   invalid_argument = 48,
   invalid_message_id = 57,
+  insufficient_resources = 68,
   invalid_qmi_command = 71,
+  sim_file_not_found = 80,
   not_supported = 94,
+  no_sim = 102,
 };
 
 struct header {

@@ -51,6 +51,7 @@ void dispatcher::client_gone(const client& gone) {
   node_.client_gone(gone);
   delayed_.drop_client(gone);
   modem_.transfers.drop(gone);
+  modem_.uicc.drop_client(gone);
 }
 
 void dispatcher::serve(const client& from, const service_row& service,

@@ -16,6 +16,7 @@ int norvel_cmn_card_status_get(int argc, char** argv);
 int norvel_cmn_card_status_set(int argc, char** argv);
 int norvel_cmn_card_type_query(int argc, char** argv);
 int norvel_cmn_card_hotswap_test(int argc, char** argv);
+int norvel_cmn_esim_test(int argc, char** argv);
 
 /// Waits as many seconds as the property "persist.radio.ssr_wait_s" tells, and returns them.
 int norvel_cmn_test_ssr_wait_s();

@@ -23,6 +23,7 @@ constexpr sub_command cmn_commands[] = {
     {7, without_result<norvel_cmn_test_nv_sync>},
     {8, without_result<norvel_cmn_test_get_sar_dsi>},
     {9, norvel_cmn_card_hotswap_test},
+    {10, norvel_cmn_esim_test},
 };
 
 }  // namespace

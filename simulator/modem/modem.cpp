@@ -10,6 +10,7 @@ void modem::drop_unfinished() {
   transfers.drop_all();
   try {
     hot_swap.stop();
+    uicc.restart();
   } catch (const failure& error) {
     fmt::print(stderr, "tvk-modem: {}\n", error.what());
   }

@@ -9,10 +9,12 @@
 #include "simulator/modem/cards.h"
 #include "simulator/modem/efs_store.h"
 #include "simulator/modem/efs_transfers.h"
+#include "simulator/modem/euicc.h"
 #include "simulator/modem/hot_swap_run.h"
 #include "simulator/modem/nv_store.h"
 #include "simulator/modem/settings.h"
 #include "simulator/modem/store.h"
+#include "simulator/modem/uicc_slots.h"
 
 namespace sim {
 
@@ -24,7 +26,9 @@ struct modem {
         kept(store),
         transfers(efs),
         cards(kept, activity),
-        hot_swap(io, cards) {}
+        hot_swap(io, cards),
+        euicc(store),
+        uicc(kept, cards, euicc) {}
 
   /// What a restart of the modem's firmware forgets.
   void drop_unfinished();
@@ -37,6 +41,8 @@ struct modem {
   sim::activity activity;
   sim::cards cards;
   hot_swap_run hot_swap;
+  sim::euicc euicc;
+  uicc_slots uicc;
 
   /// Set by a request: once its answer is on its way the modem restarts.
   bool restart_asked = false;

@@ -11,6 +11,7 @@
 #include "simulator/failure.h"
 #include "simulator/modem/efs_seed.h"
 #include "simulator/modem/nv_seed.h"
+#include "simulator/modem/profile_store.h"
 
 namespace sim {
 namespace {
@@ -30,6 +31,11 @@ constexpr const char* items_files_and_settings =
     "  PRIMARY KEY (subscription, path));"
     "CREATE TABLE settings (name TEXT PRIMARY KEY NOT NULL, value INTEGER NOT NULL) WITHOUT ROWID";
 
+constexpr const char* euicc_profiles =
+    "CREATE TABLE euicc_profiles ("
+    "  isdp_aid BLOB PRIMARY KEY NOT NULL, iccid BLOB NOT NULL, enabled INTEGER NOT NULL,"
+    "  provider TEXT NOT NULL, name TEXT NOT NULL) WITHOUT ROWID";
+
 struct step {
   const char* tables;
   void (*fill)(SQLite::Database& database);
@@ -43,6 +49,7 @@ constexpr step steps[] = {
        seed_nv_items(database);
        seed_efs_files(database);
      }},
+    {euicc_profiles, seed_profiles},
 };
 constexpr int schema_version = std::size(steps);
 
@@ -52,6 +59,7 @@ constexpr const char* expected[] = {
     "SELECT subscription, id, data FROM nv_items",
     "SELECT subscription, path, data FROM efs_files",
     "SELECT name, value FROM settings",
+    "SELECT isdp_aid, iccid, enabled, provider, name FROM euicc_profiles",
 };
 
 int number(SQLite::Database& database, const char* query) {

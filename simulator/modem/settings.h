@@ -23,6 +23,7 @@ class settings {
 
 namespace setting {
 inline constexpr const char* sar_state = "sar.state";
+inline constexpr const char* slots_crossed = "uicc.crossed";   ///< 1: each over the other's place
 inline constexpr const char* switch_notice = "switch.notice";  ///< second word << 32 | first word
 }  // namespace setting
 

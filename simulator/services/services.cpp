@@ -2,6 +2,7 @@
 
 #include "simulator/services/extension.h"
 #include "simulator/services/sar.h"
+#include "simulator/services/uim.h"
 
 namespace sim {
 namespace {
@@ -10,6 +11,7 @@ namespace {
 constexpr service_row services[] = {
     {"extension", extension_service_id, 1, extension_result_tlv, extension_messages},
     {"sar", sar_service_id, 1, no_result_tlv, sar_messages},
+    {"uim", uim_service_id, 1, no_result_tlv, uim_messages},
 };
 
 }  // namespace

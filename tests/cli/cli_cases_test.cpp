@@ -24,8 +24,10 @@
 //   {exchanged 444}   what an exchange prints of which 444 bytes came back
 //   {anywhere TEXT}   the line TEXT, here or later: another thread's
 // In commands and output {3*"ab"} stands for ababab and {cr} for a carriage return. A source line
-// number is masked: `RIL[name:123]: ` must be given as `RIL[name:#]: `. Empty lines at the end of a
-// case belong to its output; the single empty line before the next `==` does not.
+// number is masked: `RIL[name:123]: ` must be given as `RIL[name:#]: `, and a UIM client's handle
+// as
+// `#`. Empty lines at the end of a case belong to its output; the single empty line before the next
+// `==` does not.
 //
 // A case whose modem has an --at-device is skipped unless that path can be made here.
 #include <gtest/gtest.h>

@@ -1,4 +1,5 @@
-// What a call prints, and log lines without the source line numbers that nobody promises.
+// What a call prints, and log lines without what nobody promises: the source line numbers, and the
+// values of UIM client handles.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -15,6 +16,18 @@ inline const std::string client_made =
     "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_entries = 1 num_services = 1\n"
     "QMI client inited\n";
 
+/// The handle behind each of the words that a line has before one, as "#".
+inline std::string without_handles(std::string text) {
+  for (const std::string before : {"uim_qmi_client ", "qmi_client_release "}) {
+    for (auto at = text.find(before); at != std::string::npos; at = text.find(before, at)) {
+      at += before.size();
+      const auto end = text.find('\n', at);
+      if (text.compare(at, 2, "0x") == 0) text.replace(at, end - at, "#");
+    }
+  }
+  return text;
+}
+
 /// `RIL[name:123]: ` as `RIL[name:#]: `, on standard output and, with its source, in the system
 /// log.
 inline std::string masked(const std::string& text) {
@@ -30,7 +43,7 @@ inline std::string masked(const std::string& text) {
     out.append(text, done, colon + 1 - done).append("#");
     done = end;
   }
-  return out.append(text, done);
+  return without_handles(out.append(text, done));
 }
 
 template <typename Call>

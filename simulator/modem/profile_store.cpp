@@ -1,0 +1,96 @@
+#include "simulator/modem/profile_store.h"
+
+#include <algorithm>
+
+#include "simulator/modem/hex.h"
+
+namespace sim {
+namespace {
+
+struct profile_seed_row {
+  const char* isdp_aid;
+  const char* iccid;
+  int enabled;
+  const char* provider;
+  const char* name;
+};
+
+// 8900101000000000019 and 8900101000000000027: of the test network 001 01.
+constexpr profile_seed_row seed[] = {
+    {"a0 00 00 05 59 10 10 ff ff ff ff 89 00 00 10 00", "98 00 01 01 00 00 00 00 10 f9", 1,
+     "Brightwater Mobile", "Brightwater Home"},
+    {"a0 00 00 05 59 10 10 ff ff ff ff 89 00 00 11 00", "98 00 01 01 00 00 00 00 20 f7", 0,
+     "Fernhill Telecom", "Fernhill Travel"},
+};
+
+std::vector<std::uint8_t> bytes_in(SQLite::Statement& row, int column) {
+  const auto bytes = blob(row, column);
+  return {bytes.begin(), bytes.end()};
+}
+
+void bind_bytes(SQLite::Statement& statement, int at, protocol::byte_view bytes) {
+  statement.bindNoCopy(at, bytes.data(), static_cast<int>(bytes.size()));
+}
+
+}  // namespace
+
+profile_store::profile_store(store& store)
+    : list_(store,
+            "SELECT isdp_aid, iccid, enabled, provider, name FROM euicc_profiles "
+            "ORDER BY isdp_aid"),
+      enable_(store, "UPDATE euicc_profiles SET enabled = (isdp_aid IS ?)"),
+      erase_(store, "DELETE FROM euicc_profiles WHERE isdp_aid = ?"),
+      erase_all_(store, "DELETE FROM euicc_profiles") {}
+
+std::vector<profile> profile_store::all() {
+  return list_.use([](SQLite::Statement& query) {
+    std::vector<profile> found;
+    while (query.executeStep()) {
+      found.push_back({bytes_in(query, 0), bytes_in(query, 1), query.getColumn(2).getInt() != 0,
+                       query.getColumn(3).getString(), query.getColumn(4).getString()});
+    }
+    return found;
+  });
+}
+
+std::optional<profile> profile_store::enabled() {
+  auto profiles = all();
+  const auto found = std::ranges::find(profiles, true, &profile::enabled);
+  if (found == profiles.end()) return std::nullopt;
+  return std::move(*found);
+}
+
+void profile_store::enable_only(protocol::byte_view isdp_aid) {
+  enable_.use([&](SQLite::Statement& update) {
+    bind_bytes(update, 1, isdp_aid);
+    update.exec();
+  });
+}
+
+void profile_store::erase(protocol::byte_view isdp_aid) {
+  erase_.use([&](SQLite::Statement& remove) {
+    bind_bytes(remove, 1, isdp_aid);
+    remove.exec();
+  });
+}
+
+int profile_store::erase_all() {
+  return erase_all_.use([](SQLite::Statement& remove) { return remove.exec(); });
+}
+
+void seed_profiles(SQLite::Database& database) {
+  SQLite::Statement insert(database, "INSERT INTO euicc_profiles VALUES (?, ?, ?, ?, ?)");
+  for (const profile_seed_row& row : seed) {
+    const auto aid = bytes_of_hex(row.isdp_aid);
+    const auto iccid = bytes_of_hex(row.iccid);
+    bind_bytes(insert, 1, aid);
+    bind_bytes(insert, 2, iccid);
+    insert.bind(3, row.enabled);
+    insert.bind(4, row.provider);
+    insert.bind(5, row.name);
+    insert.exec();
+    insert.reset();
+  }
+}
+
+}  // namespace sim

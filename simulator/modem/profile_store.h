@@ -1,0 +1,49 @@
+// The operator profiles on the eUICC; at most one of them is enabled.
+#pragma once
+
+#include <SQLiteCpp/Database.h>
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "protocol/bytes.h"
+#include "simulator/modem/store.h"
+
+namespace sim {
+
+struct profile {
+  std::vector<std::uint8_t> isdp_aid;  ///< 16 bytes
+  std::vector<std::uint8_t> iccid;     ///< 10 bytes, the digits of each pair swapped
+  bool enabled = false;
+  std::string provider;
+  std::string name;
+};
+
+/// Every function throws `failure` when the state cannot be read or written.
+class profile_store {
+ public:
+  explicit profile_store(store& store);
+
+  /// In the order of their AIDs.
+  [[nodiscard]] std::vector<profile> all();
+  [[nodiscard]] std::optional<profile> enabled();
+
+  /// Enables this one alone; without an AID none.
+  void enable_only(protocol::byte_view isdp_aid);
+  void erase(protocol::byte_view isdp_aid);
+  /// How many there were.
+  int erase_all();
+
+ private:
+  prepared list_;
+  prepared enable_;
+  prepared erase_;
+  prepared erase_all_;
+};
+
+/// Writes the profiles of a new eUICC, within the caller's transaction.
+void seed_profiles(SQLite::Database& database);
+
+}  // namespace sim

@@ -1,0 +1,98 @@
+// What the modem does with cards: power, slots, channels. Two physical slots, of which the second
+// has an eUICC and a SIM behind one set of contacts: a switch notice says which of them the next
+// power-up connects. Two logical slots, each over a physical one.
+//
+// Power, slots and the connected card outlive a run. Channels belong to the client that opened
+// them.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <utility>
+#include <vector>
+
+#include "protocol/bytes.h"
+#include "simulator/modem/cards.h"
+#include "simulator/modem/euicc.h"
+#include "simulator/modem/settings.h"
+#include "simulator/port.h"
+
+namespace sim {
+
+/// Why a card does not do what was asked.
+enum class card_error : std::uint8_t {
+  none,
+  no_slot,
+  no_card,
+  no_power,
+  no_application,
+  no_channel,  ///< it is not open
+  no_channel_free,
+};
+
+/// What can be selected on a card.
+enum class application : std::uint8_t { none, usim, isd_r };
+
+[[nodiscard]] protocol::byte_view aid_of(application what);
+
+struct card {
+  bool is_euicc = false;
+  std::vector<std::uint8_t> iccid;  ///< empty: an eUICC without an enabled profile
+  [[nodiscard]] bool has_usim() const { return !iccid.empty(); }
+};
+
+struct opened_channel {
+  std::uint8_t id = 0;
+  std::vector<std::uint8_t> select_response;
+};
+
+/// Slots are numbers from 1; each function that takes a logical one refuses those that are not
+/// there. Every function throws `failure` when the state cannot be read or written.
+class uicc_slots {
+ public:
+  uicc_slots(settings& settings, cards& cards, euicc& euicc)
+      : settings_(settings), cards_(cards), euicc_(euicc) {}
+
+  [[nodiscard]] unsigned physical_of(unsigned logical);
+  [[nodiscard]] bool has_card(unsigned physical);
+
+  /// The card in a physical slot, as far as it can be asked.
+  [[nodiscard]] card_error look(unsigned physical, card& found);
+  [[nodiscard]] card_error look_logical(unsigned logical, card& found);
+
+  [[nodiscard]] card_error power_down(unsigned logical);
+  /// Without a card only when `blindly`.
+  [[nodiscard]] card_error power_up(unsigned logical, bool blindly);
+
+  /// Puts a logical slot over this physical one, and the other over the one that becomes free.
+  /// False when it is there already.
+  [[nodiscard]] bool assign(unsigned logical, unsigned physical);
+
+  [[nodiscard]] card_error open_channel(const client& who, unsigned logical,
+                                        protocol::byte_view aid, opened_channel& opened);
+  [[nodiscard]] card_error close_channel(unsigned logical, std::uint8_t id);
+  /// The card's answer, status words at its end. Channel 0 is always open.
+  [[nodiscard]] card_error transmit(unsigned logical, std::uint8_t channel,
+                                    protocol::byte_view apdu, std::vector<std::uint8_t>& answer);
+
+  void drop_client(const client& gone);
+  /// Every card comes up anew.
+  void restart();
+
+ private:
+  struct channel_state {
+    client owner;  ///< of the basic channel: nobody
+    application selected = application::none;
+  };
+  using channels = std::map<std::pair<unsigned, std::uint8_t>, channel_state>;  // by physical slot
+
+  void connect(unsigned physical, bool up);
+  void close_channels(unsigned physical);
+
+  settings& settings_;
+  cards& cards_;
+  euicc& euicc_;
+  channels channels_;
+};
+
+}  // namespace sim

@@ -1,0 +1,56 @@
+// UIM, the standard service of cards. Slots are numbers from 1: logical ones, but in slot status,
+// which is about the physical ones, and in switch slot, which puts one over the other.
+#pragma once
+
+#include "simulator/service.h"
+
+namespace sim {
+
+constexpr std::uint32_t uim_service_id = 0x0B;
+
+using uim_answer = protocol::qmi::error(const request& asked, protocol::qmi::tlv_writer& answer);
+
+[[nodiscard]] uim_answer get_card_status, get_slot_status, power_off_card, power_on_card,
+    switch_card_slot, get_card_eid, send_card_apdu, open_card_channel, use_card_channel;
+
+inline constexpr tlv_row uim_result_tlvs[] = {{0x02, "standard response"}};
+inline constexpr tlv_row uim_slot_tlvs[] = {{0x01, "slot"}};
+inline constexpr tlv_row uim_card_status_request_tlvs[] = {{0x10, "extended status"}};
+inline constexpr tlv_row uim_card_status_tlvs[] = {
+    {0x02, "standard response"}, {0x10, "card status"}, {0x13, "extended card status"}};
+inline constexpr tlv_row uim_power_on_tlvs[] = {
+    {0x01, "slot"}, {0x10, "ignore hot-swap switch"}, {0x11, "card mode"}};
+inline constexpr tlv_row uim_send_apdu_request_tlvs[] = {
+    {0x01, "slot"}, {0x02, "APDU"}, {0x10, "channel"}, {0x11, "procedure bytes"}};
+inline constexpr tlv_row uim_send_apdu_tlvs[] = {{0x02, "standard response"}, {0x10, "APDU"}};
+inline constexpr tlv_row uim_open_channel_request_tlvs[] = {
+    {0x01, "slot"}, {0x10, "AID"}, {0x11, "file control information"}};
+inline constexpr tlv_row uim_channel_request_tlvs[] = {{0x01, "slot"},
+                                                       {0x10, "AID"},
+                                                       {0x11, "channel to close"},
+                                                       {0x12, "file control information"},
+                                                       {0x13, "terminate application"}};
+inline constexpr tlv_row uim_channel_tlvs[] = {{0x02, "standard response"},
+                                               {0x10, "channel"},
+                                               {0x11, "card result"},
+                                               {0x12, "select response"}};
+inline constexpr tlv_row uim_switch_slot_tlvs[] = {{0x01, "logical slot"}, {0x02, "physical slot"}};
+inline constexpr tlv_row uim_slot_status_tlvs[] = {
+    {0x02, "standard response"}, {0x10, "slots"}, {0x11, "cards"}, {0x12, "EIDs"}};
+inline constexpr tlv_row uim_eid_tlvs[] = {{0x02, "standard response"}, {0x10, "EID"}};
+
+inline constexpr message_row uim_messages[] = {
+    {0x002F, "get card status", get_card_status, uim_card_status_request_tlvs,
+     uim_card_status_tlvs},
+    {0x0030, "power off", power_off_card, uim_slot_tlvs, uim_result_tlvs},
+    {0x0031, "power on", power_on_card, uim_power_on_tlvs, uim_result_tlvs},
+    {0x003B, "send APDU", send_card_apdu, uim_send_apdu_request_tlvs, uim_send_apdu_tlvs},
+    {0x003F, "logical channel", use_card_channel, uim_channel_request_tlvs, uim_channel_tlvs},
+    {0x0042, "open logical channel", open_card_channel, uim_open_channel_request_tlvs,
+     uim_channel_tlvs},
+    {0x0046, "switch slot", switch_card_slot, uim_switch_slot_tlvs, uim_result_tlvs},
+    {0x0047, "get slot status", get_slot_status, {}, uim_slot_status_tlvs},
+    {0x0065, "get EID", get_card_eid, uim_slot_tlvs, uim_eid_tlvs},
+};
+
+}  // namespace sim
