@@ -289,7 +289,8 @@ TEST(diag_command, missing_port_is_named_and_the_command_fails) {
       {"unix:" + std::string(200, 'x'), "File name too long"},
       {"tty:" + dir.path(), "Is a directory"},
       {"tty:/dev/null", "Inappropriate ioctl for device"},
-      {"tcp:127.0.0.1", "no port number"},
+      {"tcp:127.0.0.1", "not a numeric address (or localhost) and a port number"},
+      {"tcp:localhost:1", "Connection refused"},
       {"usb:1", "no such kind of port"},
   };
   for (const auto& row : rows) {

@@ -67,6 +67,7 @@ void norvel_diag::sleep_for(std::chrono::milliseconds time) {
   std::this_thread::sleep_for(time / norvel_diag::tick * std::chrono::microseconds(one_tick));
 }
 
+// NOLINTBEGIN(readability-non-const-parameter): the library's signatures.
 unsigned char Diag_LSM_Init(unsigned char*) {
   return library.record("init") ? 1 : 0;
 }
@@ -123,6 +124,8 @@ int diag_send_dci_async_req(int, unsigned char*, int length, unsigned char*, int
 int diag_release_dci_client(int* client_id) {
   return dci(library.record("release", " " + std::to_string(*client_id)));
 }
+
+// NOLINTEND(readability-non-const-parameter)
 
 namespace {
 

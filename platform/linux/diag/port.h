@@ -6,9 +6,9 @@
 
 namespace diag {
 
-/// Opens what TVK_DIAG names: unix:PATH, tcp:HOST:PORT or tty:PATH; unset is diag.sock in the
-/// runtime directory. Not valid when there is no port: what is wrong is told once on standard
-/// error. Reading and writing do not block.
+/// Opens what TVK_DIAG names: unix:PATH, tcp:HOST:PORT (a numeric address or localhost) or
+/// tty:PATH; unset is diag.sock in the runtime directory. Not valid when there is no port: what is
+/// wrong is told once on standard error. Reading and writing do not block.
 [[nodiscard]] platform::file_descriptor open_port();
 
 /// Writes all, waiting for room. False when the port is gone or has no room for too long: part of
