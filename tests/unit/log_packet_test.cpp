@@ -1,0 +1,139 @@
+#include "protocol/log_packet.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+#include "support/bytes.h"
+
+namespace {
+
+namespace diag = protocol::diag;
+using support::bytes;
+using support::hex;
+using support::operator+;
+
+constexpr const char* attempt =  // of 2016-03-23 21:55:49.316192 UTC
+    "10 00 3800 3800 62B0 28B79C9C34DDD400"
+    "01010000 06022800 01000107 02FF92FF 00000159 2305004C C0000009 00072006"
+    "1F5FD83C 87340600 9FFFFFFF";
+
+bytes of(protocol::byte_view view) {
+  return {view.begin(), view.end()};
+}
+
+TEST(log_packet, time_stamps_are_utc) {
+  struct row {
+    diag::time_stamp time;
+    std::int64_t microseconds;
+  };
+  for (const row& each : {row{0x00D4DD349E0A0CBE, 1458770149772582},
+                          row{0x00D10E4FF6AB0096, 1438325157973753}, row{0, 315964800000000}}) {
+    EXPECT_EQ(diag::to_unix_microseconds(each.time), each.microseconds);
+  }
+  // 1250 us and 312 us more, of which 12268.3 parts are cut; and what no stamp can say.
+  EXPECT_EQ(diag::from_unix_microseconds(315964800'001562), 0x12FECU);
+  EXPECT_EQ(diag::from_unix_microseconds(0), 0U);
+}
+
+TEST(log_packet, reads_and_builds_a_captured_packet) {
+  const bytes packet = hex(attempt);
+  const auto log = diag::parse_log(packet);
+  ASSERT_TRUE(log);
+  EXPECT_EQ(log->code, 0xB062);
+  EXPECT_EQ(diag::to_unix_microseconds(log->time), 1458770149316192);
+  EXPECT_EQ(log->payload.size(), 44U);
+  EXPECT_EQ(diag::build_log(*log), packet);
+
+  const bytes longer = packet + hex("00");
+  EXPECT_FALSE(diag::parse_log(longer));
+  bytes inner_differs = packet;
+  inner_differs[4] = 0x37;
+  EXPECT_FALSE(diag::parse_log(inner_differs));
+  EXPECT_FALSE(diag::parse_log(hex("10 00 0B00 0B00 62B0 00*7")));
+  EXPECT_FALSE(diag::parse_log({}));
+}
+
+TEST(log_packet, wrapper_names_the_radio) {
+  struct row {
+    const char* packet;
+    std::optional<std::uint32_t> radio;
+    const char* inner;
+  };
+  for (const row& each :
+       {row{"98 01 0000 02000000 10 22", 2, "10 22"}, row{"98 01 0000 00000000 10", 1, "10"},
+        row{"98 01 0000 FFFFFFFF 10", 1, "10"}, row{"10 22", 1, "10 22"},
+        row{"98 01 0000 01000000", {}, ""}, row{"98 01", {}, ""}}) {
+    SCOPED_TRACE(each.packet);
+    const bytes packet = hex(each.packet);
+    const auto found = diag::unwrap_radio(packet);
+    ASSERT_EQ(found.has_value(), each.radio.has_value());
+    if (!found) continue;
+    EXPECT_EQ(found->radio, *each.radio);
+    EXPECT_EQ(of(found->packet), hex(each.inner));
+  }
+}
+
+struct seen {
+  std::uint16_t id;
+  diag::time_stamp time;
+  bytes payload;
+  friend bool operator==(const seen&, const seen&) = default;
+};
+
+std::vector<seen> events_of(const bytes& report, bool& damaged) {
+  diag::event_reader reader(report);
+  std::vector<seen> all;
+  while (const auto one = reader.next()) all.push_back({one->id, one->time, of(one->payload)});
+  damaged = reader.damaged();
+  return all;
+}
+
+TEST(event_report, completes_truncated_times) {
+  const bytes report =
+      hex("60 3100"
+          "4A46 BE0C0A9E34DDD400 0689"
+          "B7A6 0C0A 1A"
+          "6D62 267A0F9E34DDD400 08 EA03000300000000"
+          "6DE2 7A0F 08 4E04000300000000");
+  bool damaged = true;
+  EXPECT_EQ(events_of(report, damaged),
+            (std::vector<seen>{{1610, 0x00D4DD349E0A0CBE, hex("0689")},
+                               {1719, 0x00D4DD349E0A0C00, hex("1A")},
+                               {621, 0x00D4DD349E0F7A26, hex("EA03000300000000")},
+                               {621, 0x00D4DD349E0F7A00, hex("4E04000300000000")}}));
+  EXPECT_FALSE(damaged);
+
+  // 320 ms wrapped between the two.
+  EXPECT_EQ(events_of(hex("60 0E00 4606 BE0CFF9E34DDD400 4686 0100"), damaged)[1].time,
+            0x00D4DD349F000100U);
+}
+
+TEST(event_report, gives_what_is_whole_of_a_damaged_one) {
+  struct row {
+    const char* report;
+    std::size_t events;
+  };
+  for (const row& each : {row{"60 0400 4686 0100", 0},                           // nothing full
+                          row{"60 0D00 4606 BE0C0A9E34DDD400 4666 00", 1},       // cut time
+                          row{"60 0E00 4606 BE0C0A9E34DDD400", 1},               // too few
+                          row{"60 0900 4606 BE0C0A9E34DDD400", 0},               // too many
+                          row{"60 0E00 4606 BE0C0A9E34DDD400 46A6 0100", 1}}) {  // no payload
+    SCOPED_TRACE(each.report);
+    bool damaged = false;
+    EXPECT_EQ(events_of(hex(each.report), damaged).size(), each.events);
+    EXPECT_TRUE(damaged);
+  }
+}
+
+TEST(event_report, form_follows_the_payload) {
+  const auto built = [](const bytes& payload) {
+    return diag::build_event_report({.id = 1606, .time = 0x00D4DD349E0A0CBE, .payload = payload});
+  };
+  EXPECT_EQ(built({}), hex("60 0A00 4606 BE0C0A9E34DDD400"));
+  EXPECT_EQ(built(hex("02")), hex("60 0B00 4626 BE0C0A9E34DDD400 02"));
+  EXPECT_EQ(built(hex("0203")), hex("60 0C00 4646 BE0C0A9E34DDD400 0203"));
+  EXPECT_EQ(built(hex("020304")), hex("60 0E00 4666 BE0C0A9E34DDD400 03 020304"));
+}
+
+}  // namespace
