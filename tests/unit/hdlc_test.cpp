@@ -1,0 +1,142 @@
+// Frames of the DIAG byte stream, whole and in pieces, good and bad.
+#include "protocol/hdlc.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "support/bytes.h"
+
+namespace {
+
+using protocol::byte_view;
+using protocol::hdlc::append_frame;
+using protocol::hdlc::deframer;
+using support::bytes;
+using support::hex;
+
+bytes frame_of(byte_view packet) {
+  bytes frame;
+  append_frame(frame, packet);
+  return frame;
+}
+
+/// The packets of a stream that comes in pieces of `piece` bytes.
+std::vector<bytes> packets_of(deframer& in, byte_view stream, std::size_t piece = SIZE_MAX) {
+  std::vector<bytes> packets;
+  while (!stream.empty()) {
+    // A copy of the exact size: a sanitizer sees a step outside.
+    const auto front = stream.first(std::min(piece, stream.size()));
+    const bytes part(front.begin(), front.end());
+    stream = stream.subspan(part.size());
+    byte_view rest = part;
+    for (byte_view packet; in.next(rest, packet);)
+      packets.emplace_back(packet.begin(), packet.end());
+  }
+  return packets;
+}
+
+std::uint16_t crc_bit_by_bit(byte_view packet) {
+  unsigned crc = 0xFFFF;
+  for (const auto byte : packet) {
+    crc ^= byte;
+    for (int i = 0; i < 8; ++i) crc = (crc & 1) != 0 ? (crc >> 1) ^ 0x8408 : crc >> 1;
+  }
+  return static_cast<std::uint16_t>(~crc);
+}
+
+TEST(hdlc, published_frames_both_ways) {
+  const struct {
+    const char* packet;
+    const char* frame;
+  } cases[] = {
+      {"00", "00 78 F0 7E"},
+      {"1C", "1C 95 2A 7E"},
+      {"60 00", "60 00 12 6A 7E"},
+      {"73 00 00 00 00 00 00 00", "73 00 00 00 00 00 00 00 DA 81 7E"},
+      {"7D 05 00 00 00 00 00 00", "7D 5D 05 00 00 00 00 00 00 74 41 7E"},
+      {"4B 12 51 00", "4B 12 51 00 7D 5E D0 7E"},
+      {"4B 12 04 00", "4B 12 04 00 31 7D 5D 7E"},
+  };
+  for (const auto& each : cases) {
+    EXPECT_EQ(frame_of(hex(each.packet)), hex(each.frame)) << each.packet;
+    deframer in;
+    EXPECT_EQ(packets_of(in, hex(each.frame)), std::vector<bytes>{hex(each.packet)}) << each.frame;
+  }
+}
+
+TEST(hdlc, crc_is_the_same_however_it_is_computed) {
+  EXPECT_EQ(protocol::hdlc::crc16(hex("31 32 33 34 35 36 37 38 39")), 0x906E);
+  std::mt19937 random(1);
+  bytes packet;
+  for (std::size_t size = 0; size < 400; ++size) {
+    const auto expected = crc_bit_by_bit(packet);
+    EXPECT_EQ(protocol::hdlc::crc16(packet), expected) << size;
+    EXPECT_EQ(protocol::hdlc::crc16_by_tables(packet), expected) << size;
+    packet.push_back(static_cast<std::uint8_t>(random()));
+  }
+}
+
+TEST(hdlc, round_trip_in_pieces_of_every_size) {
+  std::mt19937 random(2);
+  std::vector<bytes> packets{bytes(70, 0x7E), bytes(70, 0x7D), hex("7D"), hex("5E 7E 7D 5D")};
+  for (std::size_t size = 1; size < 90; ++size) {
+    bytes packet(size);
+    for (auto& byte : packet) byte = static_cast<std::uint8_t>(random() % 4 == 0 ? 0x7D : random());
+    packets.push_back(packet);
+  }
+  packets.emplace_back(protocol::hdlc::max_packet_size, 0x7E);
+  bytes stream;
+  for (const auto& packet : packets) append_frame(stream, packet);
+  for (std::size_t piece = 1; piece < 150; ++piece) {
+    deframer in;
+    ASSERT_EQ(packets_of(in, stream, piece), packets) << piece;
+    ASSERT_EQ(in.counts().good, packets.size());
+    ASSERT_EQ(in.counts().skipped_bytes, 0U);
+  }
+}
+
+TEST(hdlc, bad_frames_are_counted_and_the_next_good_one_is_found) {
+  const bytes good = hex("1C 95 2A 7E");
+  const bytes endless(protocol::hdlc::max_frame_size, 0x11);
+  const struct {
+    const char* what;
+    bytes stream;
+    std::uint64_t bad_crc, too_short, too_long;
+  } cases[] = {
+      {"empty frames", hex("7E 7E"), 0, 0, 0},
+      {"one bit", hex("1D 95 2A 7E"), 1, 0, 0},
+      {"two bytes, one of them escaped", hex("95 7D 0A 7E"), 0, 1, 0},
+      {"an escape before the end", hex("1C 95 2A 7D 7E"), 1, 0, 0},
+      {"the end of an earlier frame", hex("00 00 DA 81 7E"), 1, 0, 0},
+      {"too long", endless, 0, 0, 1},
+  };
+  for (const auto& each : cases) {
+    for (const std::size_t piece : {1U, 3U, 4096U, 1U << 20}) {
+      SCOPED_TRACE(std::string(each.what) + " in pieces of " + std::to_string(piece));
+      bytes stream = each.stream;
+      if (stream.back() != 0x7E) stream.push_back(0x7E);
+      const bool bad = each.bad_crc + each.too_short + each.too_long > 0;
+      const std::size_t lost = bad ? stream.size() : 0;
+      stream.insert(stream.end(), good.begin(), good.end());
+      deframer in;
+      EXPECT_EQ(packets_of(in, stream, piece), std::vector<bytes>{hex("1C")});
+      EXPECT_EQ(in.counts().bad_crc, each.bad_crc);
+      EXPECT_EQ(in.counts().too_short, each.too_short);
+      EXPECT_EQ(in.counts().too_long, each.too_long);
+      EXPECT_EQ(in.counts().skipped_bytes, lost);
+    }
+  }
+  deframer in;
+  EXPECT_TRUE(packets_of(in, hex("1C 95 2A")).empty());
+  in.finish();
+  EXPECT_EQ(in.counts().skipped_bytes, 3U);
+  EXPECT_EQ(packets_of(in, good), std::vector<bytes>{hex("1C")});
+}
+
+}  // namespace
