@@ -30,6 +30,10 @@ constexpr const char* items_files_and_settings =
     "  PRIMARY KEY (subscription, path));"
     "CREATE TABLE settings (name TEXT PRIMARY KEY NOT NULL, value INTEGER NOT NULL) WITHOUT ROWID";
 
+constexpr const char* modes_directories_and_links =
+    "CREATE TABLE efs_entries ("
+    "  path TEXT PRIMARY KEY NOT NULL, mode INTEGER NOT NULL, target TEXT NOT NULL) WITHOUT ROWID";
+
 struct step {
   const char* tables;
   void (*fill)(SQLite::Database& database);
@@ -43,6 +47,7 @@ constexpr step steps[] = {
        seed_nv_items(database);
        seed_efs_files(database);
      }},
+    {modes_directories_and_links, nullptr},
 };
 constexpr int schema_version = std::size(steps);
 
@@ -52,6 +57,7 @@ constexpr const char* expected[] = {
     "SELECT subscription, id, data FROM nv_items",
     "SELECT subscription, path, data FROM efs_files",
     "SELECT name, value FROM settings",
+    "SELECT path, mode, target FROM efs_entries",
 };
 
 int number(SQLite::Database& database, const char* query) {
