@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -24,6 +25,10 @@ constexpr std::size_t log_time_at = 8;
 constexpr std::size_t report_header_size = 3;
 
 std::vector<std::uint8_t> read_file(const std::string& path) {
+  std::error_code none;
+  if (std::filesystem::is_directory(path, none)) {
+    throw failure("cannot read " + path + ": it is a directory");
+  }
   std::ifstream file(path, std::ios::binary);
   std::vector<std::uint8_t> bytes{std::istreambuf_iterator<char>(file), {}};
   if (!file) throw failure("cannot read " + path + ": " + std::strerror(errno));

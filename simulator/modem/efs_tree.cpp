@@ -33,7 +33,8 @@ efs_tree::efs_tree(store& store, efs_store& files)
       forget_(store, "DELETE FROM efs_entries WHERE path = ?"),
       list_(store,
             "SELECT path FROM efs_files WHERE subscription = 0 AND path BETWEEN ?1 AND ?2 UNION "
-            "SELECT path FROM efs_entries WHERE path BETWEEN ?1 AND ?2 ORDER BY path") {}
+            "SELECT path FROM efs_entries WHERE path BETWEEN ?1 AND ?2 AND mode & 61440 != 32768 "
+            "ORDER BY path") {}
 
 std::string efs_tree::normal(std::string_view path) {
   std::string clean = "/";
@@ -86,10 +87,15 @@ std::vector<std::string> efs_tree::paths_below(const std::string& directory) {
 
 std::optional<efs_status> efs_tree::status(const std::string& path) {
   const auto known = entry_of(path);
+  const bool of_file = known && (known->mode & efs_type_bits) == efs_file;
   if (const auto data = files_.read(subscription, path)) {
-    return efs_status{known ? known->mode : default_file, static_cast<std::uint32_t>(data->size())};
+    return efs_status{of_file ? known->mode : default_file,
+                      static_cast<std::uint32_t>(data->size())};
   }
-  if (known) return efs_status{known->mode, static_cast<std::uint32_t>(known->target.size())};
+  // The mode of a file outlives it when QMI deletes the file.
+  if (known && !of_file) {
+    return efs_status{known->mode, static_cast<std::uint32_t>(known->target.size())};
+  }
   if (path == "/" || !paths_below(path).empty()) return efs_status{default_directory, 0};
   return std::nullopt;
 }
@@ -139,7 +145,9 @@ int efs_tree::cannot_be_made(const std::string& path) {
 int efs_tree::write(const std::string& path, protocol::byte_view data) {
   if (data.size() > max_efs_file_size) return EFBIG;
   if (const int error = cannot_be_made(path); error != 0) return error;
-  if (is_directory(path)) return EISDIR;
+  const auto found = status(path);
+  if (found && (found->mode & efs_type_bits) == efs_directory) return EISDIR;
+  if (!found) forget(path);
   files_.write(subscription, path, data);
   return 0;
 }
@@ -167,11 +175,12 @@ int efs_tree::change_mode(const std::string& path, std::uint32_t mode) {
 }
 
 int efs_tree::remove_file(const std::string& path) {
-  if (is_directory(path)) return EISDIR;
-  const bool was_file = files_.erase(subscription, path);
-  const bool was_link = entry_of(path).has_value();
+  const auto found = status(path);
+  if (!found) return ENOENT;
+  if ((found->mode & efs_type_bits) == efs_directory) return EISDIR;
+  (void)files_.erase(subscription, path);
   forget(path);
-  return was_file || was_link ? 0 : ENOENT;
+  return 0;
 }
 
 int efs_tree::remove_directory(const std::string& path) {
