@@ -49,12 +49,13 @@ constexpr auto tables = make_tables();
 
 /// At most one block: the look-ups do not wait for each other.
 inline std::uint16_t add_block(std::uint16_t crc, const std::uint8_t* bytes, std::size_t count) {
-  std::uint16_t next = count < 2 ? static_cast<std::uint16_t>(crc >> (8 * count)) : 0;
+  const unsigned before = crc;
+  unsigned next = count < 2 ? before >> (8 * count) : 0U;
   for (std::size_t i = 0; i < count; ++i) {
-    const unsigned from_crc = i < 2 ? crc >> (8 * i) : 0U;
+    const unsigned from_crc = i < 2 ? before >> (8 * i) : 0U;
     next ^= tables[count - 1 - i][(bytes[i] ^ from_crc) & 0xFFU];
   }
-  return next;
+  return static_cast<std::uint16_t>(next);
 }
 
 std::uint16_t add_by_tables(std::uint16_t crc, byte_view bytes) {
