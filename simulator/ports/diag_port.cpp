@@ -63,7 +63,7 @@ diag_port::diag_port(asio::io_context& io, const diag_ways& ways)
   if (ways.tcp) {
     tcp_port_ = *ways.tcp;
     descriptor bound = bind_tcp(tcp_port_);
-    tcp_.emplace(asio::basic_socket_acceptor<protocol_type>(io), asio::steady_timer(io));
+    tcp_.emplace(listener{asio::basic_socket_acceptor<protocol_type>(io), asio::steady_timer(io)});
     tcp_->acceptor.assign(protocol_type(AF_INET, IPPROTO_TCP), bound.release());
   }
   if (!ways.terminal.empty()) {
