@@ -127,8 +127,9 @@ void diag_port::wait_for_terminal() {
     descriptor stream(::fcntl(terminal_.get(), F_DUPFD_CLOEXEC, 0));
     if (stream) {
       return add(std::move(stream), [this] {
-        // The next client is not to read what this one left.
-        ::tcflush(terminal_.get(), TCIOFLUSH);
+        // The next client is not to read what this one left; only its own side can throw that away.
+        const descriptor theirs = open_terminal(terminal_of(terminal_.get()));
+        ::tcflush(theirs.get(), TCIFLUSH);
         wait_for_terminal();
       });
     }
