@@ -28,9 +28,9 @@ double signed_byte(const json& value) {
 }
 
 double resource_blocks(const json& bandwidth) {
-  static const std::map<std::string, double> blocks{{"1.4 MHz", 6}, {"3 MHz", 15},
-                                                    {"5 MHz", 25},  {"10 MHz", 50},
-                                                    {"15 MHz", 75}, {"20 MHz", 100}};
+  static const std::map<std::string, double> blocks{{"0 MHz", 0},   {"1.4 MHz", 6}, {"3 MHz", 15},
+                                                    {"5 MHz", 25},  {"10 MHz", 50}, {"15 MHz", 75},
+                                                    {"20 MHz", 100}};
   return blocks.at(bandwidth.get<std::string>());
 }
 
@@ -41,9 +41,9 @@ double modulation(const json& name) {
 }
 
 double rnti(const json& name) {
-  static const std::map<std::string, double> types{
-      {"C-RNTI", 0},      {"SPS-RNTI", 1},         {"P-RNTI", 2}, {"RA-RNTI", 3},
-      {"Temp-C-RNTI", 4}, {"Temporary-C-RNTI", 4}, {"SI-RNTI", 5}};
+  static const std::map<std::string, double> types{{"C-RNTI", 0},           {"P-RNTI", 2},
+                                                   {"RA-RNTI", 3},          {"Temp-C-RNTI", 4},
+                                                   {"Temporary-C-RNTI", 4}, {"SI-RNTI", 5}};
   return types.at(name.get<std::string>());
 }
 
