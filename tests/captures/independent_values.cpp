@@ -15,7 +15,7 @@ using expected = std::vector<expectation>;
 // tenths have no exact float, one tenth.
 constexpr double exact = 0;
 constexpr double hundredth = 0.0101;
-constexpr double tenth = 0.0951;
+constexpr double tenth = 0.1001;
 
 double number(const json& value) {
   return value.is_string() ? std::stod(value.get<std::string>()) : value.get<double>();

@@ -131,13 +131,12 @@ const packet packets[] = {
      "= 3, pusch_tx_power = 7, pusch_mcs = 15\n",
      "83:3103 800403070f f400008000 800403070f"},
     {0xB16D,
-     "30000002 f3bf12005a8e7d00 f4 00*15 c316 00*10 0c 00*4 8881014a09000017000000 "
-     "fad7350091736403 00*22 c3160d20a01880aa26206701000217171600 41090000",
+     "30000002 00000000 1066e623 f4 00*43 00000000 1166e623 07040000 00*28 e001000300000000 00*4",
      "version = 48, num = 2, pucch_tx_power -12, pusch_num_res_blocks = 0, pusch_modulation_type = "
      "0, pusch_tx_power = -128, pusch_mcs = 0\n"
-     "version = 48, num = 2, pucch_tx_power -128, pusch_num_res_blocks = 10, pusch_modulation_type "
-     "= 2, pusch_tx_power = 13, pusch_mcs = 11\n",
-     "83:3002 f400008000 800a020d0b"},
+     "version = 48, num = 2, pucch_tx_power -128, pusch_num_res_blocks = 4, pusch_modulation_type "
+     "= 3, pusch_tx_power = 7, pusch_mcs = 15\n",
+     "83:3002 f400008000 800403070f"},
 
     {0xB16E, "190000021850f22102370019f983fc0b18b0f82104710019f93ffe0b",
      "version = 25, num_records = 2, pusch_tx_power -4, dl_path_loss 100\n", "98:1902fc64"},
