@@ -123,7 +123,8 @@ void walk_uplink_control_elements(packet_decoder& in, bytes octets, bool has_oth
     if (length == told) {
       const std::size_t width = bits(first, 6, 1) != 0 ? 2 : 1;
       if (octets.size() < width) return;
-      length = width == 2 ? octets[0] << 8 | octets[1] : octets[0];
+      length = octets[0];
+      if (width == 2) length = length << 8 | octets[1];
       octets = octets.subspan(width);
     }
     if (octets.size() < length) return;
