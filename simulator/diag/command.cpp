@@ -37,8 +37,7 @@ std::optional<command_id> identify(byte_view bytes) {
 }
 
 const command_row* find(const command_id& id) {
-  command_id whole = id;
-  whole.number.reset();
+  const command_id whole{.code = id.code, .subsystem = id.subsystem};
   for (const auto table :
        {identity_commands(), state_commands(), mask_commands(), nv_commands(), efs_commands()}) {
     for (const command_row& row : table) {

@@ -54,8 +54,9 @@ std::optional<byte_view> counted_bytes(byte_view value) {
 }
 
 std::vector<std::uint8_t> with_count(byte_view data) {
-  std::vector<std::uint8_t> out = {static_cast<std::uint8_t>(data.size())};
-  out.insert(out.end(), data.begin(), data.end());
+  std::vector<std::uint8_t> out(1 + data.size());
+  out[0] = static_cast<std::uint8_t>(data.size());
+  std::copy(data.begin(), data.end(), out.begin() + 1);
   return out;
 }
 
