@@ -23,6 +23,12 @@ struct raw_options {
   std::vector<std::string> settings;
   std::uint32_t restart_time = 2000;
   std::string at_device;
+  std::string diag_socket;
+  std::optional<std::uint16_t> diag_tcp;
+  std::string diag_pty;
+  std::string play;
+  std::optional<std::uint32_t> rate;
+  bool play_now = false;
 };
 
 std::string not_empty(const std::string& path) {
@@ -42,8 +48,7 @@ void add_options(CLI::App& command, raw_options& options, const std::string& def
   command.add_option("--fault", options.faults, "SERVICE[/MESSAGE[@N]]=ACTION[:VALUE]; repeatable")
       ->type_name("RULE")
       ->allow_extra_args(false);
-  command
-      .add_option("--set", options.settings, "how the modem is at its start: sar.dsi=N; repeatable")
+  command.add_option("--set", options.settings, "how the modem is at its start; repeatable")
       ->type_name("KEY=VALUE")
       ->allow_extra_args(false);
   command.add_option("--restart-time", options.restart_time, "how long a restart takes")
@@ -52,19 +57,49 @@ void add_options(CLI::App& command, raw_options& options, const std::string& def
   command.add_option("--at-device", options.at_device, "a terminal that answers AT commands")
       ->type_name("PATH")
       ->check(not_empty);
+  command
+      .add_option("--diag-socket", options.diag_socket,
+                  "the DIAG socket [diag.sock beside the modem socket]")
+      ->type_name("PATH")
+      ->check(not_empty);
+  command
+      .add_option("--diag-tcp", options.diag_tcp,
+                  "DIAG on a TCP port of 127.0.0.1 as well, 0 for a free one")
+      ->type_name("PORT");
+  command.add_option("--diag-pty", options.diag_pty, "DIAG on a terminal as well")
+      ->type_name("LINK")
+      ->check(not_empty);
+  CLI::Option* const play =
+      command.add_option("--play", options.play, "send what a capture of HDLC frames holds")
+          ->type_name("FILE")
+          ->check(not_empty);
+  command
+      .add_option("--rate", options.rate,
+                  "play so many packets a second, 0 for no limit [as their time stamps say]")
+      ->type_name("N")
+      ->needs(play);
+  command.add_flag("--play-now", options.play_now, "play with the time stamps of now")->needs(play);
 }
 
 modem_options checked(const raw_options& raw) {
-  modem_options options{.socket = raw.socket,
-                        .state = raw.state,
-                        .qrtr = raw.qrtr,
-                        .trace = raw.trace,
-                        .faults = {},
-                        .settings = {},
-                        .restart_time = std::chrono::milliseconds(raw.restart_time),
-                        .at_device = raw.at_device};
+  modem_options options{
+      .socket = raw.socket,
+      .state = raw.state,
+      .qrtr = raw.qrtr,
+      .trace = raw.trace,
+      .faults = {},
+      .settings = {},
+      .restart_time = std::chrono::milliseconds(raw.restart_time),
+      .at_device = raw.at_device,
+      .diag = {.socket = raw.diag_socket, .tcp = raw.diag_tcp, .terminal = raw.diag_pty},
+      .diag_faults = {},
+      .play = {.file = raw.play, .rate = raw.rate, .now = raw.play_now}};
   for (const std::string& rule : raw.faults) {
-    options.faults.push_back(parse_fault_rule(rule, all_services()));
+    if (target_of_rule(rule) == diag::fault_target) {
+      options.diag_faults.push_back(diag::parse_fault_rule(rule));
+    } else {
+      options.faults.push_back(parse_fault_rule(rule, all_services()));
+    }
   }
   for (const std::string& each : raw.settings) options.settings.push_back(parse_setting(each));
   return options;
@@ -86,7 +121,7 @@ command parse_command_line(int argc, const char* const* argv) {
   const std::string serve_socket = protocol::runtime_directory() + "/modem.sock";
   add_options(*serve, raw, serve_socket);
   CLI::App* const exec = app.add_subcommand(
-      "exec", "Run COMMAND (after --) with a modem for it, found through TVK_MODEM.");
+      "exec", "Run COMMAND (after --) with a modem for it, found through TVK_MODEM and TVK_DIAG.");
   add_options(*exec, raw, "a private one");
   exec->footer("tvk-modem exec [OPTIONS] -- COMMAND [ARGS...]");
   const state_command_line state(app);
@@ -110,6 +145,7 @@ command parse_command_line(int argc, const char* const* argv) {
   if (auto asked = state.parsed()) return *std::move(asked);
   modem_options options = checked(raw);
   if (options.socket.empty()) options.socket = serve_socket;
+  if (options.diag.socket.empty()) options.diag.socket = diag_socket_beside(options.socket);
   return serve_command{std::move(options)};
 }
 

@@ -15,7 +15,7 @@ struct serve_command {
 };
 
 struct exec_command {
-  modem_options modem;  ///< with an empty socket: a private one
+  modem_options modem;  ///< with an empty socket: a private one; and so for DIAG
   std::vector<std::string> command;
 };
 

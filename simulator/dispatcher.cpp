@@ -75,6 +75,10 @@ void dispatcher::serve(const client& from, const service_row& service,
   } else {
     deliver(from, service, datagram_, meaning);
   }
+  restart_if_asked();
+}
+
+void dispatcher::restart_if_asked() {
   if (std::exchange(modem_.restart_asked, false)) restart();
 }
 
@@ -153,6 +157,9 @@ void dispatcher::restart() {
   trace_.note("the modem restarts");
   modem_.activity.count(event::restart);
   modem_.drop_unfinished();
+  const radio::time now = modem_.radio.now();
+  modem_.radio.turn(false, now);
+  modem_.radio.turn(true, now + restart_time_);
   for (const service_row& service : node_.services()) {
     delayed_.drop_service(service);
     if (!node_.is_up(service) && !returning_.contains(&service)) continue;

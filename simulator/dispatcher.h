@@ -29,6 +29,9 @@ class dispatcher {
   /// A datagram that a client sent to `to`.
   void receive(const client& from, protocol::qrtr::address to, protocol::byte_view datagram);
 
+  /// To be called once the answer to a request, which may have asked for it, is on its way.
+  void restart_if_asked();
+
   /// The client's port closed: nothing more can be sent to it.
   void client_gone(const client& gone);
 

@@ -92,6 +92,9 @@ int run(exec_command asked) {
   }
   // The command may go to another directory before it looks for the modem.
   asked.modem.socket = std::filesystem::absolute(asked.modem.socket);
+  std::string& diag_socket = asked.modem.diag.socket;
+  if (diag_socket.empty()) diag_socket = diag_socket_beside(asked.modem.socket);
+  diag_socket = std::filesystem::absolute(diag_socket);
 
   // Where the caller ignored it the kernel would throw the exit status away.
   ::signal(SIGCHLD, SIG_DFL);
@@ -109,6 +112,7 @@ int run(exec_command asked) {
   const simulated_modem modem(io, asked.modem);
 
   ::setenv("TVK_MODEM", ("unix:" + asked.modem.socket).c_str(), 1);
+  ::setenv("TVK_DIAG", ("unix:" + diag_socket).c_str(), 1);
   if (const int error = start(asked.command, events.mask_before(), child); error != 0) {
     fmt::print(stderr, "tvk-modem: cannot run {}: {}\n", asked.command[0], std::strerror(error));
     return cannot_start;

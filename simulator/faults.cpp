@@ -53,21 +53,15 @@ faults::faults(std::vector<fault_rule> rules) {
     if (rule.strikes_at_start()) {
       at_start_.push_back(std::move(rule));
     } else {
-      on_request_.push_back({std::move(rule)});
+      on_request_.add(std::move(rule));
     }
   }
 }
 
 const fault_rule* faults::strike(const service_row& service, std::uint16_t message_id) {
-  const fault_rule* first = nullptr;
-  // To the end: a rule that comes too late for this request still counts it.
-  for (counted_rule& counted : on_request_) {
-    const fault_rule& rule = counted.rule;
-    if (rule.service != &service || (rule.message && *rule.message != message_id)) continue;
-    ++counted.requests;
-    if (first == nullptr && (!rule.nth || *rule.nth == counted.requests)) first = &rule;
-  }
-  return first;
+  return on_request_.strike([&](const fault_rule& rule) {
+    return rule.service == &service && (!rule.message || *rule.message == message_id);
+  });
 }
 
 }  // namespace sim

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+#include "simulator/rule_text.h"
 #include "simulator/service.h"
 
 namespace sim {
@@ -55,12 +56,7 @@ class faults {
   [[nodiscard]] const std::vector<fault_rule>& at_start() const { return at_start_; }
 
  private:
-  struct counted_rule {
-    fault_rule rule;
-    std::uint64_t requests = 0;
-  };
-
-  std::vector<counted_rule> on_request_;
+  counted_rules<fault_rule> on_request_;
   std::vector<fault_rule> at_start_;
 };
 

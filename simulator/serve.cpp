@@ -14,6 +14,11 @@ int run(const serve_command& asked) {
   asio::io_context io(1);
   const signals stop(io, {SIGINT, SIGTERM}, [&io](const auto& /*which*/) { io.stop(); });
   const simulated_modem modem(io, asked.modem);
+  const std::string tcp =
+      asked.modem.diag.tcp ? fmt::format(", tcp:127.0.0.1:{}", modem.diag_tcp_port()) : "";
+  const std::string& terminal = asked.modem.diag.terminal;
+  fmt::print(stderr, "tvk-modem: DIAG on unix:{}{}{}{}\n", asked.modem.diag.socket, tcp,
+             terminal.empty() ? "" : ", tty:", terminal);
   fmt::print(stderr, "tvk-modem: listening on unix:{}{}\n", asked.modem.socket,
              asked.modem.qrtr ? " and AF_QIPCRTR" : "");
   io.run();

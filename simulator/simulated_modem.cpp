@@ -2,21 +2,42 @@
 
 #include <cstdio>
 
+#include "simulator/diag/scenario.h"
 #include "simulator/services/services.h"
 
 namespace sim {
+namespace {
+
+std::unique_ptr<diag::source> packets_to_send(const diag::play_options& play, const radio& seen) {
+  if (play.file.empty()) return std::make_unique<diag::scenario>(seen);
+  return std::make_unique<diag::capture>(play);
+}
+
+}  // namespace
+
+std::string diag_socket_beside(const std::string& modem_socket) {
+  return modem_socket.substr(0, modem_socket.find_last_of('/') + 1) + "diag.sock";
+}
 
 simulated_modem::simulated_modem(asio::io_context& io, const modem_options& options)
     : trace_(options.trace ? stderr : nullptr, all_services()),
       socket_(io, options.socket, trace_),
+      diag_port_(io, options.diag),
       modem_(io, options.state),
       node_(all_services(), trace_),
-      dispatcher_(io, modem_, node_, faults(options.faults), options.restart_time, trace_) {
+      dispatcher_(io, modem_, node_, faults(options.faults), options.restart_time, trace_),
+      diag_packets_(packets_to_send(options.play, modem_.radio)),
+      diag_{.state = modem_,
+            .packets = *diag_packets_,
+            .faults = diag::faults(options.diag_faults),
+            .trace = trace_,
+            .after_request = [this] { dispatcher_.restart_if_asked(); }} {
   if (options.qrtr) qrtr_.emplace(io, node_, dispatcher_);
   if (!options.at_device.empty()) at_.emplace(io, options.at_device, modem_, trace_);
   for (const chosen_setting& each : options.settings) each.row->set(modem_, each.value);
   modem_.store.count("boots");
   socket_.start(dispatcher_);
+  diag_port_.start(diag_);
 }
 
 }  // namespace sim

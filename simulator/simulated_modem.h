@@ -2,17 +2,22 @@
 #pragma once
 
 #include <chrono>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include <asio/io_context.hpp>
 
+#include "simulator/diag/faults.h"
+#include "simulator/diag/play.h"
+#include "simulator/diag/server.h"
 #include "simulator/dispatcher.h"
 #include "simulator/faults.h"
 #include "simulator/modem/modem.h"
 #include "simulator/node.h"
 #include "simulator/ports/at_port.h"
+#include "simulator/ports/diag_port.h"
 #include "simulator/ports/modem_socket.h"
 #include "simulator/ports/qrtr.h"
 #include "simulator/settable.h"
@@ -29,22 +34,34 @@ struct modem_options {
   std::vector<chosen_setting> settings;
   std::chrono::milliseconds restart_time{2000};
   std::string at_device;  ///< empty: none
+  diag_ways diag;
+  std::vector<diag::fault_rule> diag_faults;
+  diag::play_options play;
 };
+
+/// Where clients look for DIAG when they have been told nothing else.
+[[nodiscard]] std::string diag_socket_beside(const std::string& modem_socket);
 
 class simulated_modem {
  public:
   /// Accepts connections when it returns; serves them as `io` runs. Throws `failure`.
   simulated_modem(asio::io_context& io, const modem_options& options);
 
+  [[nodiscard]] std::uint16_t diag_tcp_port() const { return diag_port_.tcp_port(); }
+
  private:
-  // The socket's place comes first: a second modem there must not touch the state.
+  // The sockets' places come first: a second modem there must not touch the
+  // state.
   trace trace_;
   modem_socket_port socket_;
+  diag_port diag_port_;
   modem modem_;
   node node_;
   dispatcher dispatcher_;
   std::optional<qrtr_port> qrtr_;
   std::optional<at_port> at_;
+  std::unique_ptr<diag::source> diag_packets_;
+  diag::server diag_;
 };
 
 }  // namespace sim

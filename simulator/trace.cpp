@@ -198,6 +198,17 @@ void trace::fault(std::string_view rule) {
   if (on()) write(fmt::format("{}fault {}\n", seconds(), rule));
 }
 
+void trace::diag(direction way, unsigned number, std::string_view name, byte_view packet) {
+  if (!on()) return;
+  write(fmt::format("{}diag {} {} {}  {} bytes\n{}{}\n", seconds(), number,
+                    way == direction::to_modem ? "->" : "<-", name, packet.size(), indent,
+                    describe_bytes(packet)));
+}
+
+void trace::diag_note(unsigned number, std::string_view text) {
+  if (on()) write(fmt::format("{}diag {} {}\n", seconds(), number, text));
+}
+
 void trace::at(direction way, std::string_view text) {
   if (!on()) return;
   std::string shown;

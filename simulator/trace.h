@@ -32,6 +32,9 @@ class trace {
   /// About what the modem does by itself.
   void note(std::string_view text);
   void fault(std::string_view rule);
+  /// A packet of the DIAG port's client `number`.
+  void diag(direction way, unsigned number, std::string_view name, protocol::byte_view packet);
+  void diag_note(unsigned number, std::string_view text);
   /// A line of the AT channel.
   void at(direction way, std::string_view text);
 

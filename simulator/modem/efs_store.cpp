@@ -26,7 +26,9 @@ void efs_store::write(std::uint8_t subscription, const std::string& path,
   write_.use([&](SQLite::Statement& insert) {
     insert.bind(1, subscription);
     insert.bind(2, path);
-    insert.bindNoCopy(3, data.data(), static_cast<int>(data.size()));
+    // A null pointer would not be an empty BLOB.
+    insert.bindNoCopy(3, data.empty() ? "" : static_cast<const void*>(data.data()),
+                      static_cast<int>(data.size()));
     insert.exec();
   });
 }

@@ -10,8 +10,10 @@
 #include "simulator/modem/efs_store.h"
 #include "simulator/modem/efs_transfers.h"
 #include "simulator/modem/euicc.h"
+#include "simulator/modem/efs_tree.h"
 #include "simulator/modem/hot_swap_run.h"
 #include "simulator/modem/nv_store.h"
+#include "simulator/modem/radio.h"
 #include "simulator/modem/settings.h"
 #include "simulator/modem/store.h"
 #include "simulator/modem/uicc_slots.h"
@@ -23,6 +25,7 @@ struct modem {
       : store(state_directory),
         nv(store),
         efs(store),
+        tree(store, efs),
         kept(store),
         transfers(efs),
         cards(kept, activity),
@@ -36,6 +39,7 @@ struct modem {
   sim::store store;
   nv_store nv;
   efs_store efs;
+  efs_tree tree;
   settings kept;
   efs_transfers transfers;
   sim::activity activity;
@@ -43,6 +47,10 @@ struct modem {
   hot_swap_run hot_swap;
   sim::euicc euicc;
   uicc_slots uicc;
+  sim::radio radio;
+
+  /// Bytes of an answer of the factory test.
+  std::uint32_t factory_answer = 64;
 
   /// Set by a request: once its answer is on its way the modem restarts.
   bool restart_asked = false;

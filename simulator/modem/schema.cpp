@@ -35,6 +35,9 @@ constexpr const char* euicc_profiles =
     "CREATE TABLE euicc_profiles ("
     "  isdp_aid BLOB PRIMARY KEY NOT NULL, iccid BLOB NOT NULL, enabled INTEGER NOT NULL,"
     "  provider TEXT NOT NULL, name TEXT NOT NULL) WITHOUT ROWID";
+constexpr const char* modes_directories_and_links =
+    "CREATE TABLE efs_entries ("
+    "  path TEXT PRIMARY KEY NOT NULL, mode INTEGER NOT NULL, target TEXT NOT NULL) WITHOUT ROWID";
 
 struct step {
   const char* tables;
@@ -50,6 +53,7 @@ constexpr step steps[] = {
        seed_efs_files(database);
      }},
     {euicc_profiles, seed_profiles},
+    {modes_directories_and_links, nullptr},
 };
 constexpr int schema_version = std::size(steps);
 
@@ -60,6 +64,7 @@ constexpr const char* expected[] = {
     "SELECT subscription, path, data FROM efs_files",
     "SELECT name, value FROM settings",
     "SELECT isdp_aid, iccid, enabled, provider, name FROM euicc_profiles",
+    "SELECT path, mode, target FROM efs_entries",
 };
 
 int number(SQLite::Database& database, const char* query) {

@@ -29,7 +29,11 @@ prepared::prepared(store& owner, const char* sql)
     : owner_(owner), statement_(owner.database(), sql) {}
 
 void prepared::fail(const SQLite::Exception& error) const {
-  throw failure(fmt::format("cannot use {}: {}", owner_.path(), error.what()));
+  owner_.fail(error);
+}
+
+void store::fail(const SQLite::Exception& error) const {
+  throw failure(fmt::format("cannot use {}: {}", path(), error.what()));
 }
 
 store::store(const std::string& directory)
@@ -59,7 +63,7 @@ void store::checkpoint() try {
   // Passive: one that waits for readers would hold every client up.
   database_.exec("PRAGMA wal_checkpoint(PASSIVE)");
 } catch (const SQLite::Exception& error) {
-  throw failure(fmt::format("cannot use {}: {}", path(), error.what()));
+  fail(error);
 }
 
 protocol::byte_view blob(SQLite::Statement& row, int column) {

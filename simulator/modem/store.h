@@ -59,9 +59,24 @@ class store {
   /// Moves what is committed from the log into the database, as far as nobody reads it.
   void checkpoint();
 
+  /// What the action changes is one change. Throws `failure`, and nothing is changed then.
+  template <typename Action>
+  void together(Action action) {
+    try {
+      SQLite::Transaction all(database_, SQLite::TransactionBehavior::IMMEDIATE);
+      action();
+      all.commit();
+    } catch (const SQLite::Exception& error) {
+      fail(error);
+    }
+  }
+
   [[nodiscard]] const std::string& directory() const { return directory_; }
   [[nodiscard]] std::string path() const { return directory_ + "/modem.db"; }
   [[nodiscard]] SQLite::Database& database() { return database_; }
+
+  /// Throws the `failure` that names the database.
+  [[noreturn]] void fail(const SQLite::Exception& error) const;
 
  private:
   std::string directory_;

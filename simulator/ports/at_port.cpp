@@ -1,101 +1,23 @@
 #include "simulator/ports/at_port.h"
 
-#include <fcntl.h>
-#include <fmt/core.h>
-#include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstdlib>
-#include <cstring>
-#include <filesystem>
-
 #include <asio/buffer.hpp>
-
-#include "protocol/endpoint.h"
-#include "simulator/failure.h"
 
 namespace sim {
 namespace {
 
 constexpr std::size_t longest_line = 512;
 
-[[noreturn]] void fail(const char* what, const std::string& about) {
-  throw failure(fmt::format("cannot {} {}: {}", what, about, std::strerror(errno)));
-}
-
-descriptor open_ours() {
-  descriptor ours(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
-  if (!ours || ::grantpt(ours.get()) != 0 || ::unlockpt(ours.get()) != 0) {
-    fail("make", "a pseudo-terminal");
-  }
-  return ours;
-}
-
-std::string name_of_terminal(int ours) {
-  std::array<char, 64> name{};
-  if (::ptsname_r(ours, name.data(), name.size()) != 0) fail("name", "a pseudo-terminal");
-  return name.data();
-}
-
-/// Raw, so that nobody's answers come back as commands.
-descriptor open_terminal(const std::string& name) {
-  descriptor terminal(::open(name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
-  termios mode{};
-  if (!terminal || ::tcgetattr(terminal.get(), &mode) != 0) fail("open", name);
-  ::cfmakeraw(&mode);
-  if (::tcsetattr(terminal.get(), TCSANOW, &mode) != 0) fail("set up", name);
-  return terminal;
-}
-
-std::string target_of(const std::string& path) {
-  std::error_code no_link;
-  return std::filesystem::read_symlink(path, no_link).string();
-}
-
-bool is_there(const std::string& path) {
-  struct stat status {};
-  return ::lstat(path.c_str(), &status) == 0;
-}
-
-const std::string& with_directory(const std::string& path) {
-  const auto slash = path.find_last_of('/');
-  if (slash != std::string::npos && slash != 0 &&
-      !protocol::make_directories(path.substr(0, slash))) {
-    fail("make the directory of", path);
-  }
-  return path;
-}
-
 }  // namespace
 
-terminal_link::terminal_link(const std::string& path, std::string terminal)
-    : path_(with_directory(path)),
-      terminal_(std::move(terminal)),
-      lock_was_there_(is_there(path + ".lock")),
-      lock_(path) {
-  if (is_there(path_)) {
-    const std::string target = target_of(path_);
-    if (!lock_was_there_ || !target.starts_with("/dev/pts/")) {
-      throw failure(path_ + " exists and is not the terminal of a modem that was killed");
-    }
-    if (::unlink(path_.c_str()) != 0) fail("remove the stale link", path_);
-  }
-  if (::symlink(terminal_.c_str(), path_.c_str()) != 0) fail("make the link", path_);
-}
-
-terminal_link::~terminal_link() {
-  // The place may have been cleared by hand and taken by another program since.
-  if (target_of(path_) == terminal_) ::unlink(path_.c_str());
-}
-
 at_port::at_port(asio::io_context& io, const std::string& path, modem& state, trace& trace)
-    : ours_(io, open_ours().release()),
-      link_(path, name_of_terminal(ours_.native_handle())),
+    : ours_(io, open_pseudo_terminal().release()),
+      link_(path, terminal_of(ours_.native_handle())),
       commands_(state),
       trace_(trace) {
-  terminal_ = open_terminal(name_of_terminal(ours_.native_handle()));
+  terminal_ = open_terminal(terminal_of(ours_.native_handle()));
   receive();
 }
 

@@ -1,5 +1,5 @@
 // The AT channel: a pseudo-terminal, found through a symbolic link, on which the modem answers line
-// by line. PATH.lock is held as for a socket, so a link whose lock is free was a killed modem's.
+// by line.
 #pragma once
 
 #include <array>
@@ -10,27 +10,10 @@
 
 #include "simulator/at_commands.h"
 #include "simulator/descriptor.h"
-#include "simulator/ports/socket_path.h"
+#include "simulator/ports/terminal_link.h"
 #include "simulator/trace.h"
 
 namespace sim {
-
-/// The link from a chosen path to the terminal.
-class terminal_link {
- public:
-  /// Throws `failure`, and has then changed nothing that is not a dead modem's.
-  terminal_link(const std::string& path, std::string terminal);
-  terminal_link(const terminal_link&) = delete;
-  terminal_link& operator=(const terminal_link&) = delete;
-  /// Removes the link.
-  ~terminal_link();
-
- private:
-  std::string path_;
-  std::string terminal_;
-  bool lock_was_there_;
-  path_lock lock_;
-};
 
 class at_port {
  public:

@@ -1,0 +1,93 @@
+#include "simulator/diag/command.h"
+
+#include <fmt/core.h>
+
+#include <cstdio>
+
+namespace sim::diag {
+namespace {
+
+/// Nothing when the packet is too short to say.
+std::optional<command_id> identify(byte_view bytes) {
+  if (bytes.empty()) return std::nullopt;
+  protocol::byte_reader in(bytes);
+  command_id id{.code = *in.take<std::uint8_t>()};
+  switch (id.code) {
+    case subsystem_code: {
+      const auto subsystem = in.take<std::uint8_t>();
+      const auto number = in.take<std::uint16_t>();
+      if (!number) return std::nullopt;
+      id.subsystem = *subsystem;
+      id.number = *number;
+      return id;
+    }
+    case log_config_code:
+      (void)in.take_bytes(3);
+      id.number = in.take<std::uint32_t>();
+      return id.number && bytes.size() >= 8 ? std::optional(id) : std::nullopt;
+    case message_config_code: {
+      const auto operation = in.take<std::uint8_t>();
+      if (!operation) return std::nullopt;
+      id.number = *operation;
+      return id;
+    }
+    default:
+      return id;
+  }
+}
+
+const command_row* find(const command_id& id) {
+  command_id whole = id;
+  whole.number.reset();
+  for (const auto table :
+       {identity_commands(), state_commands(), mask_commands(), nv_commands(), efs_commands()}) {
+    for (const command_row& row : table) {
+      if (row.id == id || row.id == whole) return &row;
+    }
+  }
+  return nullptr;
+}
+
+/// An operation that a known command does not have is another error than a command that is unknown.
+refusal unknown(const command_id& id) {
+  return id.code == log_config_code || id.code == message_config_code ? refusal::bad_parameter
+                                                                      : refusal::bad_command;
+}
+
+refusal try_to_answer(byte_view bytes, session& from, modem& state, packet& answer) {
+  const auto id = identify(bytes);
+  if (!id) return refusal::bad_length;
+  const command_row* const row = find(*id);
+  if (row == nullptr) return unknown(*id);
+  if (bytes.size() < row->least || bytes.size() > row->most) return refusal::bad_length;
+  answer.assign(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(row->repeated));
+  try {
+    return row->answer({bytes, from, state}, answer);
+  } catch (const failure& state_failed) {
+    fmt::print(stderr, "tvk-modem: {}\n", state_failed.what());
+    return refusal::bad_parameter;
+  }
+}
+
+}  // namespace
+
+const char* name_of(byte_view bytes) {
+  const auto id = identify(bytes);
+  const command_row* const row = id ? find(*id) : nullptr;
+  return row == nullptr ? "?" : row->name;
+}
+
+packet refuse(std::uint8_t code, byte_view bytes) {
+  packet answer(1 + bytes.size());
+  answer[0] = code;
+  std::ranges::copy(bytes, answer.begin() + 1);
+  return answer;
+}
+
+packet answer(byte_view bytes, session& from, modem& state) {
+  packet made;
+  const refusal error = try_to_answer(bytes, from, state, made);
+  return error == refusal::none ? made : refuse(static_cast<std::uint8_t>(error), bytes);
+}
+
+}  // namespace sim::diag

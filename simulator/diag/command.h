@@ -1,0 +1,101 @@
+// A DIAG command that the modem answers is a row.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "protocol/bytes.h"
+#include "simulator/diag/efs_handles.h"
+#include "simulator/diag/masks.h"
+#include "simulator/modem/modem.h"
+
+namespace sim::diag {
+
+/// What the modem knows of one client.
+struct session {
+  diag::masks masks;
+  efs_handles files;
+};
+
+struct request {
+  byte_view bytes;  ///< the whole packet, as long as its row allows
+  session& from;
+  modem& state;
+
+  template <std::unsigned_integral T>
+  [[nodiscard]] T at(std::size_t offset) const {
+    return protocol::load_le<T>(bytes.subspan(offset));
+  }
+};
+
+using packet = std::vector<std::uint8_t>;
+
+/// An answer that refuses is this code and the whole request.
+enum class refusal : std::uint8_t {
+  none = 0,
+  bad_command = 0x13,
+  bad_parameter = 0x14,
+  bad_length = 0x15,
+};
+
+/// Appends to the answer, which already repeats the begin of the request.
+using handler = refusal (*)(const request& asked, packet& answer);
+
+/// Which command a packet is: by its code alone, or with what subdivides it.
+struct command_id {
+  std::uint8_t code = 0;
+  std::uint8_t subsystem = 0;                ///< of code 4B
+  std::optional<std::uint32_t> number = {};  ///< of 4B, 73 and 7D
+
+  friend bool operator==(const command_id&, const command_id&) = default;
+};
+constexpr std::uint8_t subsystem_code = 0x4B;
+constexpr std::uint8_t log_config_code = 0x73;
+constexpr std::uint8_t message_config_code = 0x7D;
+
+constexpr command_id plain(std::uint8_t code) {
+  return {.code = code};
+}
+constexpr command_id subsystem(std::uint8_t number, std::uint16_t command) {
+  return {.code = subsystem_code, .subsystem = number, .number = command};
+}
+/// Every command of a subsystem.
+constexpr command_id whole_subsystem(std::uint8_t number) {
+  return {.code = subsystem_code, .subsystem = number};
+}
+constexpr command_id log_config(std::uint32_t operation) {
+  return {.code = log_config_code, .number = operation};
+}
+constexpr command_id message_config(std::uint8_t operation) {
+  return {.code = message_config_code, .number = operation};
+}
+
+constexpr std::size_t any_size = 16384;  ///< the longest packet
+
+struct command_row {
+  command_id id;
+  const char* name;
+  std::size_t least;  ///< bytes of the request
+  std::size_t most;
+  std::size_t repeated;  ///< bytes of the request that the answer begins with
+  handler answer;
+};
+
+[[nodiscard]] std::span<const command_row> identity_commands();
+[[nodiscard]] std::span<const command_row> state_commands();
+[[nodiscard]] std::span<const command_row> mask_commands();
+[[nodiscard]] std::span<const command_row> nv_commands();
+[[nodiscard]] std::span<const command_row> efs_commands();
+
+/// What the trace calls a request.
+[[nodiscard]] const char* name_of(byte_view bytes);
+
+/// The answer to a request, whatever it is.
+[[nodiscard]] packet answer(byte_view bytes, session& from, modem& state);
+
+/// code | the whole request
+[[nodiscard]] packet refuse(std::uint8_t code, byte_view bytes);
+
+}  // namespace sim::diag

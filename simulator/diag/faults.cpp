@@ -1,0 +1,69 @@
+#include "simulator/diag/faults.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <charconv>
+#include <limits>
+
+namespace sim::diag {
+namespace {
+
+constexpr std::uint32_t max_8 = std::numeric_limits<std::uint8_t>::max();
+constexpr std::uint32_t max_16 = std::numeric_limits<std::uint16_t>::max();
+constexpr std::uint32_t max_32 = std::numeric_limits<std::uint32_t>::max();
+
+/// In the order of `fault_action`.
+constexpr action_form actions[] = {
+    {"silent", value_use::none, 0, 0, "silent"},
+    {"delay", value_use::needed, 0, max_32, "delay:MS"},
+    {"error", value_use::needed, 1, max_8, "error:CODE"},
+    {"bad-crc", value_use::none, 0, 0, "bad-crc"},
+    {"split", value_use::optional, 1, max_16, "split[:BYTES]"},
+    {"truncate", value_use::needed, 1, max_16, "truncate:BYTES"},
+    {"log", value_use::optional, 1, max_16, "log[:COUNT]"},
+    {"disconnect", value_use::none, 0, 0, "disconnect"},
+};
+static_assert(actions[static_cast<std::size_t>(fault_action::disconnect)].name == "disconnect");
+
+/// Pairs of digits behind 0x, in the order of the wire.
+std::optional<std::vector<std::uint8_t>> parse_bytes(std::string_view text) {
+  if (!text.starts_with("0x") || text.size() == 2 || text.size() % 2 != 0) return std::nullopt;
+  std::vector<std::uint8_t> bytes;
+  for (std::size_t at = 2; at < text.size(); at += 2) {
+    const char* const end = text.data() + at + 2;
+    const auto [stop, error] = std::from_chars(text.data() + at, end, bytes.emplace_back(), 16);
+    if (error != std::errc() || stop != end) return std::nullopt;
+  }
+  return bytes;
+}
+
+}  // namespace
+
+fault_rule parse_fault_rule(std::string_view text) {
+  const rule_text read = read_rule(text, actions);
+  fault_rule rule{.text = read.text,
+                  .bytes = {},
+                  .nth = read.nth,
+                  .action = static_cast<fault_action>(read.action),
+                  .value = read.value};
+  if (read.message) {
+    auto bytes = parse_bytes(*read.message);
+    if (!bytes) {
+      refuse_rule(text,
+                  fmt::format("'{}' is not the begin of a request, such as 0x4B0B", *read.message),
+                  actions);
+    }
+    rule.bytes = *std::move(bytes);
+  }
+  return rule;
+}
+
+const fault_rule* faults::strike(protocol::byte_view request) {
+  return rules_.strike([&](const fault_rule& rule) {
+    return rule.bytes.size() <= request.size() &&
+           std::ranges::equal(rule.bytes, request.first(rule.bytes.size()));
+  });
+}
+
+}  // namespace sim::diag

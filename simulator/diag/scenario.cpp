@@ -1,0 +1,286 @@
+#include "simulator/diag/scenario.h"
+
+#include <algorithm>
+#include <cmath>
+#include <deque>
+#include <iterator>
+
+#include "protocol/log_packet.h"
+
+namespace sim::diag {
+namespace {
+
+namespace wire = protocol::diag;
+using protocol::append_le;
+using std::chrono::milliseconds;
+
+using payload = std::vector<std::uint8_t>;
+
+/// Into the 32-bit word at `at`, from bit `first` on.
+void put_bits(payload& out, std::size_t at, unsigned first, std::uint32_t value) {
+  const auto word = std::span(out).subspan(at);
+  protocol::store_le(protocol::load_le<std::uint32_t>(word) | value << first, word);
+}
+
+/// A level in steps above the lowest that the log can say.
+std::uint32_t steps(double level, double lowest, double per_unit, std::uint32_t most) {
+  return static_cast<std::uint32_t>(
+      std::clamp(std::round((level - lowest) * per_unit), 0.0, static_cast<double>(most)));
+}
+
+/// How many of these were before; sub-frames, HARQ ids and the like count with it.
+using number = std::uint32_t;
+
+/// Version 3.
+payload lte_serving_cell(const radio_values& seen, number /*nth*/) {
+  const lte_cell& cell = seen.lte;
+  payload out{3};
+  append_le(out, cell.pci);
+  append_le(out, cell.dl_earfcn);
+  append_le(out, cell.ul_earfcn);
+  out.push_back(cell.resource_blocks);
+  out.push_back(cell.resource_blocks);
+  append_le(out, cell.cell_identity);
+  append_le(out, cell.tracking_area);
+  append_le(out, std::uint32_t{cell.band});
+  append_le(out, seen.network.mcc);
+  out.push_back(seen.network.mnc_digits);
+  append_le(out, seen.network.mnc);
+  out.push_back(1);
+  return out;
+}
+
+/// Version 1, sub-packet 25 version 36: four cells, of which one is there, with four antennas.
+payload lte_measurement(const radio_values& seen, number nth) {
+  constexpr std::size_t size = 528;
+  constexpr std::size_t body = 8;
+  constexpr std::size_t cell = body + 8;
+  constexpr std::uint16_t sub_packet = 25 | 36 << 8;
+  constexpr std::uint32_t serving = 1U << 12;
+  // Antennas as a phone has them: the first is the best, and what is combined is its level.
+  struct antenna {
+    std::size_t rsrp, rsrq, rssi, snr;
+    unsigned rsrp_bit, rsrq_bit, rssi_bit, snr_bit;
+    double weaker;  // dB
+  };
+  constexpr antenna antennas[] = {
+      {16, 36, 48, 80, 10, 0, 0, 0, 0},
+      {20, 36, 48, 80, 12, 20, 11, 9, 2},
+      {24, 40, 52, 84, 12, 10, 0, 0, 5},
+      {28, 40, 52, 84, 0, 20, 11, 9, 6},
+  };
+  const auto rsrp = [](double dbm) { return steps(dbm, -180, 16, 0xFFF); };
+  const auto rsrq = [](double db) { return steps(db, -30, 16, 0x3FF); };
+  const auto rssi = [](double dbm) { return steps(dbm, -110, 16, 0x7FF); };
+  const auto snr = [](double db) { return steps(db, -20, 10, 0x1FF); };
+
+  const lte_cell& from = seen.lte;
+  payload out(size);
+  const std::span whole(out);
+  out[0] = 1;
+  out[1] = 1;
+  protocol::store_le(sub_packet, whole.subspan(4));
+  protocol::store_le(static_cast<std::uint16_t>(size - 4), whole.subspan(6));
+  protocol::store_le(from.dl_earfcn, whole.subspan(body));
+  protocol::store_le(std::uint16_t{1}, whole.subspan(body + 4));
+  protocol::store_le(std::uint16_t{0xF}, whole.subspan(body + 6));
+  put_bits(out, cell, 0, from.pci | serving);
+  put_bits(out, cell + 4, 0, nth * 50 % 1024);
+  for (const antenna& each : antennas) {
+    put_bits(out, cell + each.rsrp, each.rsrp_bit, rsrp(from.rsrp - each.weaker));
+    put_bits(out, cell + each.rsrq, each.rsrq_bit, rsrq(from.rsrq));
+    put_bits(out, cell + each.rssi, each.rssi_bit, rssi(from.rssi() - each.weaker));
+    put_bits(out, cell + each.snr, each.snr_bit, snr(from.sinr - each.weaker));
+  }
+  constexpr std::uint32_t combined_lower = 640;
+  put_bits(out, cell + 28, 12, rsrp(from.rsrp) - std::min(rsrp(from.rsrp), combined_lower));
+  put_bits(out, cell + 44, 0, rsrq(from.rsrq));
+  put_bits(out, cell + 56, 0, rssi(from.rssi()));
+  return out;
+}
+
+/// A better signal, a higher modulation: index, code and bits of a symbol.
+struct modulation {
+  double sinr;  // dB, from here on
+  std::uint8_t mcs;
+  std::uint8_t code;
+};
+constexpr modulation modulations[] = {{-20, 4, 2}, {6, 13, 4}, {14, 24, 6}};
+
+const modulation& modulation_at(double sinr) {
+  const auto* const next = std::ranges::upper_bound(modulations, sinr, {}, &modulation::sinr);
+  return next == std::begin(modulations) ? *next : *std::prev(next);
+}
+
+/// Version 24: one record with one block, of which every tenth fails.
+payload lte_downlink(const radio_values& seen, number nth) {
+  constexpr std::uint16_t block_bytes = 1500;
+  constexpr std::uint8_t blocks_resource = 20;
+  constexpr std::uint8_t passed = 0x80;
+  const modulation& best = modulation_at(seen.lte.sinr);
+  payload out{24, 1, 0, 0};
+  append_le(out, static_cast<std::uint16_t>(nth % 10 | nth * 30 % 1024 << 4));
+  for (const unsigned each : {unsigned{blocks_resource}, 2U, 1U, 0U}) {
+    out.push_back(static_cast<std::uint8_t>(each));
+  }
+  out.push_back(static_cast<std::uint8_t>(nth % 8 | (nth % 10 == 9 ? 0U : passed)));
+  out.push_back(0);
+  append_le(out, block_bytes);
+  for (const std::uint8_t each : {best.mcs, blocks_resource, best.code, std::uint8_t{0}}) {
+    out.push_back(each);
+  }
+  out.resize(28);
+  return out;
+}
+
+/// Version 1, sub-packet 8 version 2: one sample with a short buffer status and a power headroom.
+payload lte_uplink(const radio_values& seen, number nth) {
+  constexpr std::uint8_t group_3 = 3 << 6;
+  constexpr double power_at_cell = 15;  // dBm
+  // 23 dBm less what the path takes; the index counts from -23 dB.
+  const double loss = power_at_cell - seen.lte.rsrp;
+  const auto headroom = steps(23 - (loss - 90), -23, 1, 63);
+  payload out{1, 1, 0, 0, 8, 2};
+  append_le(out, std::uint16_t{24});
+  for (const unsigned each : {1U, 1U, 0U, nth % 8, 0U}) {
+    out.push_back(static_cast<std::uint8_t>(each));
+  }
+  append_le(out, static_cast<std::uint16_t>(nth % 10 | nth * 50 % 1024 << 4));
+  append_le(out, std::uint16_t{57});
+  out.push_back(1);
+  append_le(out, std::uint16_t{0});
+  out.push_back(1);
+  out.push_back(3);
+  out.push_back(5);
+  for (const unsigned each : {0x3DU, 0x3AU, 0x03U, group_3 | nth % 40, headroom}) {
+    out.push_back(static_cast<std::uint8_t>(each));
+  }
+  return out;
+}
+
+/// Version 2.7: one layer with its serving cell, whose one beam two antennas receive.
+payload nr_measurement(const radio_values& seen, number nth) {
+  const auto raw = [](double level) {
+    return static_cast<std::uint32_t>(static_cast<std::int32_t>(std::lround(level * 128)));
+  };
+  constexpr double second_weaker = 3;
+  constexpr std::uint16_t none = 0xFFFF;
+  const nr_cell& cell = seen.nr;
+  payload out;
+  append_le(out, std::uint32_t{0x20007});
+  for (const int each : {1, 20, 0, 0}) out.push_back(static_cast<std::uint8_t>(each));
+  append_le(out, std::uint32_t{0});
+  append_le(out, std::uint32_t{0});
+
+  append_le(out, cell.arfcn);
+  out.push_back(1);
+  out.push_back(0);
+  append_le(out, cell.pci);
+  append_le(out, std::uint32_t{0});
+  append_le(out, std::uint32_t{0});
+  append_le(out, std::uint32_t{0});
+  for (const std::uint16_t each : {none, none, std::uint16_t{0}, std::uint16_t{0}, none, none}) {
+    append_le(out, each);
+  }
+
+  append_le(out, cell.pci);
+  append_le(out, static_cast<std::uint16_t>(nth * 100 % 1024));
+  append_le(out, std::uint32_t{1});
+  append_le(out, raw(cell.rsrp));
+  append_le(out, raw(cell.rsrq));
+
+  out.resize(out.size() + 20);
+  append_le(out, raw(cell.rsrp));
+  append_le(out, raw(cell.rsrp - second_weaker));
+  append_le(out, raw(cell.rsrp));
+  append_le(out, raw(cell.rsrq));
+  append_le(out, raw(cell.rsrp));
+  append_le(out, raw(cell.rsrq));
+  return out;
+}
+
+enum class logged_when : std::uint8_t { camped, connected };
+
+struct log_row {
+  std::uint16_t code;
+  logged_when when;
+  milliseconds every;
+  payload (*build)(const radio_values& seen, number nth);
+};
+constexpr log_row logs[] = {
+    {0xB0C2, logged_when::camped, milliseconds(5000), lte_serving_cell},
+    {0xB193, logged_when::camped, milliseconds(500), lte_measurement},
+    {0xB173, logged_when::connected, milliseconds(400), lte_downlink},
+    {0xB064, logged_when::connected, milliseconds(1000), lte_uplink},
+    {0xB97F, logged_when::connected, milliseconds(1000), nr_measurement},
+};
+constexpr std::uint16_t rrc_state_event = 1606;
+constexpr milliseconds step{100};  // every period is a multiple
+
+bool is_logged(logged_when when, lte_rrc_state state) {
+  return when == logged_when::camped ? state != lte_rrc_state::idle_not_camped
+                                     : state == lte_rrc_state::connected;
+}
+
+class scenario_cursor : public cursor {
+ public:
+  explicit scenario_cursor(const radio& seen)
+      : radio_(seen), begin_(seen.now()), begin_utc_(std::chrono::system_clock::now()) {}
+
+  std::optional<std::chrono::microseconds> due() override {
+    // What the radio does later is not settled yet, so no step is made before its time.
+    while (ready_.empty() && begin_ + at_ <= radio_.now()) make_step();
+    return at_made_ ? *at_made_ : at_;
+  }
+
+  protocol::byte_view take() override {
+    if (ready_.empty()) return {};
+    taken_ = std::move(ready_.front());
+    ready_.pop_front();
+    if (ready_.empty()) at_made_.reset();
+    return taken_;
+  }
+
+ private:
+  void make_step() {
+    const radio_values seen = radio_.at(begin_ + at_);
+    const auto utc = std::chrono::duration_cast<std::chrono::microseconds>(
+        (begin_utc_ + at_).time_since_epoch());
+    const wire::time_stamp time = wire::from_unix_microseconds(utc.count());
+    if (seen.rrc != last_) {
+      const auto state = static_cast<std::uint8_t>(seen.rrc);
+      ready_.push_back(
+          wire::build_event_report({.id = rrc_state_event, .time = time, .payload = {&state, 1}}));
+    }
+    last_ = seen.rrc;
+    for (const log_row& row : logs) {
+      if (at_ % row.every != milliseconds(0) || !is_logged(row.when, seen.rrc)) continue;
+      const auto made = row.build(seen, static_cast<number>(at_ / row.every));
+      ready_.push_back(wire::build_log({.code = row.code, .time = time, .payload = made}));
+    }
+    if (!ready_.empty()) at_made_ = at_;
+    at_ += step;
+  }
+
+  const radio& radio_;
+  radio::time begin_;
+  std::chrono::system_clock::time_point begin_utc_;
+  milliseconds at_{0};
+  std::optional<milliseconds> at_made_;
+  std::optional<lte_rrc_state> last_;
+  std::deque<std::vector<std::uint8_t>> ready_;
+  std::vector<std::uint8_t> taken_;
+};
+
+}  // namespace
+
+std::vector<std::uint8_t> serving_cell_log(const radio_values& seen, std::uint64_t time) {
+  const auto made = lte_serving_cell(seen, 0);
+  return wire::build_log({.code = logs[0].code, .time = time, .payload = made});
+}
+
+std::unique_ptr<cursor> scenario::begin() const {
+  return std::make_unique<scenario_cursor>(radio_);
+}
+
+}  // namespace sim::diag

@@ -1,0 +1,27 @@
+// What the modem logs by itself: measurements of its radio, its cells, its data, and event 1606 as
+// its RRC state changes.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "simulator/diag/stream.h"
+#include "simulator/modem/radio.h"
+
+namespace sim::diag {
+
+class scenario : public source {
+ public:
+  explicit scenario(const radio& seen) : radio_(seen) {}
+
+  [[nodiscard]] std::unique_ptr<cursor> begin() const override;
+
+ private:
+  const radio& radio_;
+};
+
+/// Log 0xB0C2, the serving cell, which faults send unasked.
+[[nodiscard]] std::vector<std::uint8_t> serving_cell_log(const radio_values& seen,
+                                                         std::uint64_t time);
+
+}  // namespace sim::diag

@@ -1,0 +1,22 @@
+// The DIAG side of the modem as its connections share it: what answers, what is sent unasked, what
+// goes wrong.
+#pragma once
+
+#include <functional>
+
+#include "simulator/diag/faults.h"
+#include "simulator/diag/stream.h"
+#include "simulator/modem/modem.h"
+#include "simulator/trace.h"
+
+namespace sim::diag {
+
+struct server {
+  modem& state;
+  const source& packets;
+  diag::faults faults;
+  sim::trace& trace;
+  std::function<void()> after_request;  ///< a request may ask the whole modem to restart
+};
+
+}  // namespace sim::diag

@@ -1,0 +1,37 @@
+// Log packets and events that the modem sends by itself. Every client has a cursor of its own, so
+// that one who is slow gets all of them, later, and holds up nobody.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <optional>
+
+#include "protocol/bytes.h"
+
+namespace sim::diag {
+
+class cursor {
+ public:
+  cursor() = default;
+  cursor(const cursor&) = delete;
+  cursor& operator=(const cursor&) = delete;
+  virtual ~cursor() = default;
+
+  /// When the next packet is to be sent, since the cursor was made; nothing at the end.
+  [[nodiscard]] virtual std::optional<std::chrono::microseconds> due() = 0;
+  /// The next packet, with its code and, where it has one, its radio wrapper; empty when nothing
+  /// has come up at that time. Not at the end. Good until the next call.
+  [[nodiscard]] virtual protocol::byte_view take() = 0;
+};
+
+class source {
+ public:
+  source() = default;
+  source(const source&) = delete;
+  source& operator=(const source&) = delete;
+  virtual ~source() = default;
+
+  [[nodiscard]] virtual std::unique_ptr<cursor> begin() const = 0;
+};
+
+}  // namespace sim::diag

@@ -1,0 +1,82 @@
+// One client of the DIAG port, on any byte stream: requests and answers in order, and the packets
+// that its masks select. Who reads slowly is read from slowly, and gets all of it in the end.
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+#include <asio/io_context.hpp>
+#include <asio/posix/stream_descriptor.hpp>
+#include <asio/steady_timer.hpp>
+
+#include "protocol/hdlc.h"
+#include "simulator/descriptor.h"
+#include "simulator/diag/command.h"
+#include "simulator/diag/server.h"
+
+namespace sim {
+
+class diag_connection : public std::enable_shared_from_this<diag_connection> {
+ public:
+  /// Calls `left` from the event loop when the stream ends, with the reason.
+  using left_handler = std::function<void(std::string_view reason)>;
+  diag_connection(asio::io_context& io, diag::server& server, unsigned number, descriptor stream,
+                  left_handler left);
+
+  void start() { receive(); }
+  /// Forgets the client: nothing is sent any more.
+  void close(std::string_view reason);
+
+ private:
+  void receive();
+  void work_off_requests();
+  void serve(protocol::byte_view request);
+  void answer(const diag::packet& packet, const diag::fault_rule* fault);
+  void send_pieces(std::vector<std::uint8_t> frame, std::size_t piece);
+  /// Requests wait meanwhile, so that answers keep their order.
+  void pause(std::chrono::milliseconds time, std::function<void()> then);
+  void resume();
+
+  void request_seen();
+  void begin_stream();
+  void pump();
+  void pump_at(std::chrono::steady_clock::time_point when);
+
+  void send_packet(protocol::byte_view packet);
+  void send_frame(protocol::byte_view frame);
+  void write_queued();
+
+  diag::server& server_;
+  unsigned number_;
+  asio::posix::stream_descriptor stream_;
+  left_handler left_;
+  bool closed_ = false;
+
+  std::array<std::uint8_t, 4096> buffer_{};
+  protocol::byte_view unread_;  ///< in `buffer_`
+  protocol::hdlc::deframer deframer_;
+  std::uint64_t bad_frames_ = 0;
+  diag::session session_;
+  std::uint64_t restarts_ = 0;
+
+  asio::steady_timer pause_;
+  bool paused_ = false;
+  bool in_frame_ = false;  ///< a frame goes out in pieces: nothing may come between
+  bool stalled_ = false;   ///< nothing is read while too much waits to be written
+
+  std::vector<std::uint8_t> queue_;
+  std::size_t written_ = 0;  ///< of the queue
+  std::vector<std::uint8_t> frame_;
+  std::vector<std::uint8_t> shortened_;
+
+  asio::steady_timer stream_timer_;
+  std::unique_ptr<diag::cursor> cursor_;
+  std::chrono::steady_clock::time_point stream_begin_;
+};
+
+}  // namespace sim

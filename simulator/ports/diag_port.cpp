@@ -1,0 +1,143 @@
+#include "simulator/ports/diag_port.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <fmt/core.h>
+#include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <termios.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+
+#include "simulator/failure.h"
+
+namespace sim {
+namespace {
+
+constexpr std::chrono::milliseconds accept_retry{100};
+constexpr std::chrono::milliseconds terminal_retry{50};
+
+[[noreturn]] void fail(const char* what, unsigned port) {
+  throw failure(fmt::format("cannot {} TCP port {}: {}", what, port, std::strerror(errno)));
+}
+
+sockaddr* generic(sockaddr_in& address) {
+  return reinterpret_cast<sockaddr*>(&address);
+}
+
+/// Bound to this host only. `port` becomes the one that the kernel chose.
+descriptor bind_tcp(std::uint16_t& port) {
+  descriptor made(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  if (!made) fail("make a socket for", port);
+  const int on = 1;
+  ::setsockopt(made.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
+  sockaddr_in address{};
+  socklen_t size = sizeof(address);
+  address.sin_family = AF_INET;
+  address.sin_port = htons(port);
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  if (::bind(made.get(), generic(address), size) != 0) fail("use", port);
+  if (::getsockname(made.get(), generic(address), &size) != 0) fail("ask for", port);
+  port = ntohs(address.sin_port);
+  return made;
+}
+
+/// Answers are small and waited for.
+void send_at_once(const descriptor& stream) {
+  const int on = 1;
+  ::setsockopt(stream.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
+}
+
+}  // namespace
+
+diag_port::diag_port(asio::io_context& io, const diag_ways& ways)
+    : io_(io),
+      path_(ways.socket, SOCK_STREAM),
+      unix_{asio::basic_socket_acceptor<protocol_type>(io), asio::steady_timer(io)},
+      terminal_again_(io) {
+  unix_.acceptor.assign(protocol_type(AF_UNIX, 0), path_.take_socket().release());
+  if (ways.tcp) {
+    tcp_port_ = *ways.tcp;
+    descriptor bound = bind_tcp(tcp_port_);
+    tcp_.emplace(listener{asio::basic_socket_acceptor<protocol_type>(io), asio::steady_timer(io)});
+    tcp_->acceptor.assign(protocol_type(AF_INET, IPPROTO_TCP), bound.release());
+  }
+  if (!ways.terminal.empty()) {
+    terminal_ = open_pseudo_terminal();
+    const std::string name = terminal_of(terminal_.get());
+    // Nobody may be seen to hold it; once it was open, its being closed shows.
+    (void)open_terminal(name);
+    link_.emplace(ways.terminal, name);
+  }
+}
+
+diag_port::~diag_port() = default;
+
+void diag_port::start(diag::server& server) {
+  server_ = &server;
+  unix_.acceptor.listen();
+  accept(unix_);
+  if (tcp_) {
+    tcp_->acceptor.listen();
+    accept(*tcp_);
+  }
+  if (terminal_) wait_for_terminal();
+}
+
+void diag_port::accept(listener& from) {
+  from.acceptor.async_accept([this, &from](const std::error_code& error, auto socket) {
+    if (error == asio::error::operation_aborted) return;
+    if (error) {
+      // No descriptors left: somebody has to leave first.
+      from.again.expires_after(accept_retry);
+      return from.again.async_wait([this, &from](const std::error_code& cancelled) {
+        if (!cancelled) accept(from);
+      });
+    }
+    descriptor stream(socket.release());
+    if (tcp_ && &from == &*tcp_) send_at_once(stream);
+    add(std::move(stream), [] {});
+    accept(from);
+  });
+}
+
+void diag_port::add(descriptor stream, std::function<void()> afterwards) {
+  const unsigned number = next_++;
+  server_->trace.diag_note(number, "connects");
+  const auto connection = std::make_shared<diag_connection>(
+      io_, *server_, number, std::move(stream),
+      [this, number, afterwards = std::move(afterwards)](std::string_view reason) {
+        connections_.erase(number);
+        server_->trace.diag_note(number, fmt::format("leaves: {}", reason));
+        afterwards();
+      });
+  connections_.emplace(number, connection);
+  connection->start();
+}
+
+void diag_port::wait_for_terminal() {
+  pollfd ours{terminal_.get(), POLLIN, 0};
+  const bool somebody =
+      ::poll(&ours, 1, 0) >= 0 && ((ours.revents & POLLHUP) == 0 || (ours.revents & POLLIN) != 0);
+  if (somebody) {
+    descriptor stream(::fcntl(terminal_.get(), F_DUPFD_CLOEXEC, 0));
+    if (stream) {
+      return add(std::move(stream), [this] {
+        // The next client is not to read what this one left; only its own side can throw that away.
+        const descriptor theirs = open_terminal(terminal_of(terminal_.get()));
+        ::tcflush(theirs.get(), TCIFLUSH);
+        wait_for_terminal();
+      });
+    }
+  }
+  terminal_again_.expires_after(terminal_retry);
+  terminal_again_.async_wait([this](const std::error_code& cancelled) {
+    if (!cancelled) wait_for_terminal();
+  });
+}
+
+}  // namespace sim

@@ -1,0 +1,89 @@
+#include "simulator/ports/terminal_link.h"
+
+#include <fcntl.h>
+#include <fmt/core.h>
+#include <sys/stat.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+
+#include "protocol/endpoint.h"
+#include "simulator/failure.h"
+
+namespace sim {
+namespace {
+
+[[noreturn]] void fail(const char* what, const std::string& about) {
+  throw failure(fmt::format("cannot {} {}: {}", what, about, std::strerror(errno)));
+}
+
+std::string target_of(const std::string& path) {
+  std::error_code no_link;
+  return std::filesystem::read_symlink(path, no_link).string();
+}
+
+bool is_there(const std::string& path) {
+  struct stat status {};
+  return ::lstat(path.c_str(), &status) == 0;
+}
+
+const std::string& with_directory(const std::string& path) {
+  const auto slash = path.find_last_of('/');
+  if (slash != std::string::npos && slash != 0 &&
+      !protocol::make_directories(path.substr(0, slash))) {
+    fail("make the directory of", path);
+  }
+  return path;
+}
+
+}  // namespace
+
+descriptor open_pseudo_terminal() {
+  descriptor ours(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
+  if (!ours || ::grantpt(ours.get()) != 0 || ::unlockpt(ours.get()) != 0) {
+    fail("make", "a pseudo-terminal");
+  }
+  return ours;
+}
+
+std::string terminal_of(int ours) {
+  std::array<char, 64> name{};
+  if (::ptsname_r(ours, name.data(), name.size()) != 0) fail("name", "a pseudo-terminal");
+  return name.data();
+}
+
+descriptor open_terminal(const std::string& name) {
+  descriptor terminal(::open(name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+  termios mode{};
+  if (!terminal || ::tcgetattr(terminal.get(), &mode) != 0) fail("open", name);
+  ::cfmakeraw(&mode);
+  if (::tcsetattr(terminal.get(), TCSANOW, &mode) != 0) fail("set up", name);
+  return terminal;
+}
+
+terminal_link::terminal_link(const std::string& path, std::string terminal)
+    : path_(with_directory(path)),
+      terminal_(std::move(terminal)),
+      lock_was_there_(is_there(path + ".lock")),
+      lock_(path) {
+  if (is_there(path_)) {
+    const std::string target = target_of(path_);
+    if (!lock_was_there_ || !target.starts_with("/dev/pts/")) {
+      throw failure(path_ + " exists and is not the terminal of a modem that was killed");
+    }
+    if (::unlink(path_.c_str()) != 0) fail("remove the stale link", path_);
+  }
+  if (::symlink(terminal_.c_str(), path_.c_str()) != 0) fail("make the link", path_);
+}
+
+terminal_link::~terminal_link() {
+  // The place may have been cleared by hand and taken by another program since.
+  if (target_of(path_) == terminal_) ::unlink(path_.c_str());
+}
+
+}  // namespace sim

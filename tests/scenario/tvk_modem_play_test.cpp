@@ -1,0 +1,213 @@
+// Captures that tvk-modem plays: whole, in order, and to each client as its masks say.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <list>
+#include <utility>
+
+#include "support/diag_client.h"
+#include "support/simulated_modem.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+using std::chrono::milliseconds;
+using support::bytes;
+using support::diag_client;
+using support::diag_frame;
+using support::hex;
+using support::simulated_modem;
+using support::operator+;
+
+void write_file(const std::string& path, const bytes& content) {
+  std::ofstream(path, std::ios::binary)
+      .write(reinterpret_cast<const char*>(content.data()),
+             static_cast<std::streamsize>(content.size()));
+}
+
+bytes read_file(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+class player {
+ public:
+  explicit player(const std::string& capture, std::vector<std::string> more = {"--rate", "0"})
+      : modem_({}, simulated_modem::begin::at_once, play(capture, std::move(more))) {}
+
+  [[nodiscard]] std::string socket() const {
+    return std::filesystem::path(modem_.socket()).replace_filename("diag.sock");
+  }
+
+ private:
+  static std::vector<std::string> play(const std::string& capture, std::vector<std::string> more) {
+    more.insert(more.end(), {"--play", capture});
+    return more;
+  }
+
+  simulated_modem modem_;
+};
+
+void want_everything(diag_client& client) {
+  const bytes bits = hex("00100000") + bytes(512, 0xFF);
+  for (const char* equipment : {"01", "04", "05", "07", "0A", "0B", "0D"}) {
+    client.ask(hex("73000000 03000000") + hex(equipment) + hex("000000") + bits);
+  }
+  client.ask(hex("60 01"));
+}
+
+std::vector<bytes> receive(diag_client& client, std::size_t count) {
+  std::vector<bytes> packets;
+  while (packets.size() < count) packets.push_back(client.receive());
+  return packets;
+}
+
+/// Of 2016-03-23; the payload is 4 bytes.
+bytes log_packet(const char* code, const char* payload = "01020304") {
+  return hex("10 00 1000 1000") + hex(code) + hex("28B79C9C34DDD400") + hex(payload);
+}
+
+const bytes first = log_packet("C2B0");
+const bytes wrapped = hex("98 01 0000 02000000") + log_packet("93B1", "7D7E0000");
+const bytes report = hex("60 1400 4A46 BE0C0A9E34DDD400 0689  4686 0F0D 0A84 1F0D");
+const bytes last = log_packet("7941");
+
+bytes capture() {
+  bytes broken = diag_frame(first);
+  broken[16] ^= 1;
+  return hex("AABB 7E") + diag_frame(first) + diag_frame(hex("79 00 0000")) + broken +
+         diag_frame(wrapped) + diag_frame(report) + diag_frame(last) + hex("10 00 10");
+}
+
+TEST(tvk_modem_play, logs_and_events_come_as_they_are) {
+  const support::temp_dir dir;
+  write_file(dir.file("capture"), capture());
+  const player modem(dir.file("capture"));
+  diag_client all(modem.socket());
+  diag_client some(modem.socket());
+  want_everything(all);
+  // Event 1610 is not wanted: the others, whose times hung on it, get times of their own.
+  bytes mask(512, 0xFF);
+  mask[201] = 0xFB;
+  some.ask(hex("82 00 0000 0010") + mask);
+  some.ask(hex("60 01"));
+
+  EXPECT_EQ(receive(all, 4), (std::vector<bytes>{first, wrapped, report, last}));
+  EXPECT_EQ(some.receive(), hex("60 1400 4606 000F0D9E34DDD400 0A04 001F0D9E34DDD400"));
+  EXPECT_TRUE(all.quiet(milliseconds(100)));
+  EXPECT_TRUE(some.quiet(milliseconds(0)));
+
+  // Who wants nothing and then something again gets it from its start.
+  all.ask(hex("60 00"));
+  all.ask(hex("73000000 00000000"));
+  want_everything(all);
+  EXPECT_EQ(all.receive(), first);
+}
+
+std::int64_t unix_seconds(const bytes& packet, std::size_t at) {
+  std::uint64_t time = 0;
+  for (std::size_t i = 8; i-- > 0;) time = time << 8 | packet.at(at + i);
+  return static_cast<std::int64_t>((time >> 16) / 800) + 315964800;
+}
+
+TEST(tvk_modem_play, times_become_those_of_the_playing) {
+  const support::temp_dir dir;
+  write_file(dir.file("capture"), capture());
+  const player modem(dir.file("capture"), {"--rate", "20", "--play-now"});
+  diag_client client(modem.socket());
+  want_everything(client);
+  const auto begin = std::chrono::steady_clock::now();
+  const auto packets = receive(client, 4);
+  // 1.5 s of quiet, then three twentieths of a second.
+  EXPECT_GE(std::chrono::steady_clock::now() - begin, milliseconds(1600));
+  const std::int64_t now = std::time(nullptr);
+  // Log, wrapped log, both times of the report.
+  for (const auto& [packet, at] :
+       {std::pair<std::size_t, std::size_t>(0, 8), {1, 16}, {2, 5}, {2, 17}}) {
+    EXPECT_LE(std::abs(unix_seconds(packets.at(packet), at) - now), 2) << packet;
+  }
+}
+
+TEST(tvk_modem_play, slow_client_gets_all_and_holds_up_nobody) {
+  constexpr std::size_t count = 20000;
+  const support::temp_dir dir;
+  bytes stream;
+  std::vector<bytes> packets;
+  for (std::size_t i = 0; i < count; ++i) {
+    packets.push_back(hex("10 00 D000 D000 C2B0 28B79C9C34DDD400") +
+                      bytes(196, static_cast<std::uint8_t>(i % 251)));
+    const bytes frame = diag_frame(packets.back());
+    stream.insert(stream.end(), frame.begin(), frame.end());
+  }
+  write_file(dir.file("capture"), stream);
+  const player modem(dir.file("capture"));
+  diag_client slow(modem.socket());
+  diag_client fast(modem.socket());
+  want_everything(slow);
+  want_everything(fast);
+  EXPECT_TRUE(receive(fast, count) == packets);
+  EXPECT_TRUE(receive(slow, count) == packets);
+  EXPECT_TRUE(slow.quiet(milliseconds(100)));
+}
+
+TEST(tvk_modem_play, file_without_packets_is_refused) {
+  const support::temp_dir dir;
+  write_file(dir.file("noise"), bytes(5000, 0x33));
+  for (const std::string& name : {dir.file("noise"), dir.file("nowhere"), dir.path()}) {
+    const auto ended = support::run(TVK_MODEM_PROGRAM, {"serve", "--socket", dir.file("s"),
+                                                        "--state", dir.file("d"), "--play", name});
+    EXPECT_EQ(ended.exit_status, 1);
+    EXPECT_NE(ended.errors.find(name), std::string::npos) << ended.errors;
+  }
+}
+
+/// Log packets and event reports of a stream of frames.
+std::vector<bytes> packets_of(const bytes& stream) {
+  std::vector<bytes> packets;
+  for (auto at = stream.begin(); at != stream.end();) {
+    auto end = std::find(at, stream.end(), 0x7E);
+    if (end == stream.end()) break;
+    if (end - at >= 3) {
+      const bytes packet = support::diag_packet(bytes(at, ++end));
+      if (packet[0] == 0x10 || packet[0] == 0x98 || packet[0] == 0x60) packets.push_back(packet);
+    } else {
+      ++end;
+    }
+    at = end;
+  }
+  return packets;
+}
+
+TEST(tvk_modem_play, real_captures_arrive_complete) {
+  const std::filesystem::path folder = TVK_CAPTURES_DIR;
+  if (!std::filesystem::is_directory(folder)) GTEST_SKIP() << "no captures in " << folder;
+  struct playing {
+    std::filesystem::path file;
+    player modem;
+    diag_client client;
+    explicit playing(const std::filesystem::path& path)
+        : file(path), modem(path), client(modem.socket()) {
+      want_everything(client);
+    }
+  };
+  std::list<playing> all;  // at once: each begins after a time of quiet
+  for (const auto& file : std::filesystem::directory_iterator(folder)) {
+    const std::string kind = file.path().extension();
+    if (kind == ".mi2log" || kind == ".qmdl") all.emplace_back(file.path());
+  }
+  EXPECT_FALSE(all.empty());
+  for (playing& each : all) {
+    SCOPED_TRACE(each.file);
+    const auto expected = packets_of(read_file(each.file));
+    EXPECT_TRUE(receive(each.client, expected.size()) == expected);
+    EXPECT_TRUE(each.client.quiet(milliseconds(50)));
+  }
+}
+
+}  // namespace
