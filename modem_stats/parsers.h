@@ -97,6 +97,13 @@ void modem_stats_parse_1433_diag_event_ims_sip_session_failure(
 void modem_stats_parse_1606_diag_event_lte_rrc_state_change(
     int sub_id, modem_stats_data_id_e_type* data_id_out,
     modem_stats_single_data_common_type** record_out);
+/// The steps of event 1606: the first records the state, the second counts it when it comes to be
+/// connected and remembers it. A negative state is the last one.
+void modem_stats_update_1606_diag_event_lte_rrc_state_change(int sub_id, int state_in);
+void modem_stats_update_1606_diag_event_lte_rrc_state_change_stats(
+    int state_in, modem_stats_data_id_e_type* data_id_out,
+    modem_stats_single_data_common_type** record_out);
+
 void modem_stats_parse_1632_diag_event_lte_emm_timer_expiry(
     int sub_id, modem_stats_data_id_e_type* data_id_out,
     modem_stats_single_data_common_type** record_out);

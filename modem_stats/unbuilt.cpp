@@ -1,16 +1,6 @@
 // Parsers that are not there yet.
 #include "modem_stats/parsers.h"
 
-__attribute__((weak)) void modem_stats_parse_156e_diag_log_ims_sip_message(
-    modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
-__attribute__((weak)) void modem_stats_parse_1830_diag_log_ims_volte_session_setup(
-    modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
-__attribute__((weak)) void modem_stats_parse_1831_diag_log_ims_volte_session_end(
-    modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
-__attribute__((weak)) void modem_stats_parse_4179_diag_log_wcdma_pn_search_edition2(
-    modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
-__attribute__((weak)) void modem_stats_parse_5096_diag_log_gsm_l1_rx_diversity_metrics(
-    modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
 __attribute__((weak)) void modem_stats_parse_b823_diag_log_nr5g_rrc_serving_cell_info(
     modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
 __attribute__((weak)) void modem_stats_parse_b872_diag_log_nr5g_l2_ul_tb(
@@ -27,38 +17,3 @@ __attribute__((weak)) void modem_stats_parse_b88a_diag_log_nr5g_mac_rach_attempt
     int, modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
 __attribute__((weak)) void modem_stats_parse_b8a7_diag_log_nr5g_mac_csf_report(
     modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
-__attribute__((weak)) void modem_stats_parse_b8c9_diag_log_nr5g_ll1_fw_rx_control_agc(
-    modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
-__attribute__((weak)) void modem_stats_parse_b8d2_diag_log_nr5g_ll1_fw_mac_tx_iu_power(
-    modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
-__attribute__((weak)) void modem_stats_parse_b8d8_diag_log_nr5g_ll1_log_serving_snr(
-    modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
-__attribute__((weak)) void modem_stats_parse_b8dd_diag_log_nr5g_ll1_fw_serving_ftl(
-    modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
-__attribute__((weak)) void modem_stats_parse_b975_diag_log_nr5g_mac_ml1_srv_beam(
-    modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
-__attribute__((weak)) void modem_stats_parse_b97f_diag_log_nr5g_ml1_meas_database_update_ext(int) {}
-__attribute__((weak)) void modem_stats_parse_b981_diag_log_nr5g_ml1_fc_information(
-    int, modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
-__attribute__((weak)) void modem_stats_parse_b98f_diag_log_nr5g_ml1_antenna_switch_diversity(
-    modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
-__attribute__((weak)) void modem_stats_parse_629_diag_event_cm_call_event_orig(
-    modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
-__attribute__((weak)) void modem_stats_parse_631_diag_event_cm_call_event_end(
-    modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
-__attribute__((weak)) void modem_stats_parse_1606_diag_event_lte_rrc_state_change(
-    int, modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
-__attribute__((weak)) void modem_stats_parse_1632_diag_event_lte_emm_timer_expiry(
-    int, modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
-__attribute__((weak)) void modem_stats_parse_1995_diag_event_lte_rrc_radio_link_failure_stat(
-    int, modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
-__attribute__((weak)) void modem_stats_parse_2568_diag_event_lte_rrc_new_cell_ind_ext_earfcn(
-    modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
-__attribute__((weak)) void modem_stats_parse_2622_diag_event_mcs_trm_asdiv(
-    modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
-__attribute__((weak)) void modem_stats_parse_3184_diag_event_nr5g_rrc_new_cell_ind_v2ssb(
-    modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
-__attribute__((weak)) void modem_stats_parse_3215_diag_event_nr5g_emm_timer_expiry(
-    int, modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}
-__attribute__((weak)) void modem_stats_parse_3243_diag_event_event_nr5g_rrc_scg_failure(
-    int, modem_stats_data_id_e_type*, modem_stats_single_data_common_type**) {}

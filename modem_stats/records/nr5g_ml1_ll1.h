@@ -11,11 +11,39 @@ inline constexpr auto nr5g_rssi_fields =
 inline constexpr fixed_record nr5g_ll1_fw_rx_control_agc_record{
     MODEM_STATS_DATA_ID_NR5G_LL1_FW_RX_CONTROL_AGC, "nr5g_ll1_fw_rx_control_agc", nr5g_rssi_fields};
 
+inline constexpr auto nr5g_tx_power_fields =
+    fields(field<u32>{"version"}, field<u8>{"version_power"}, field<u8>{"loop_num"},
+           field<i16>{"pusch_tx", "dBm"}, field<i16>{"pusch_path_loss", "dB"},
+           field<i16>{"pusch_mtpl", "dBm"}, field<i16>{"pucch_tx", "dBm"},
+           field<i16>{"pucch_path_loss", "dB"}, field<i16>{"pucch_mtpl", "dBm"},
+           field<i16>{"srs_tx", "dBm"}, field<i16>{"srs_path_loss", "dB"},
+           field<i16>{"srs_mtpl", "dBm"}, field<i16>{"prach_tx", "dBm"},
+           field<i16>{"prach_path_loss", "dB"}, field<i16>{"prach_mtpl", "dBm"});
+inline constexpr fixed_record nr5g_ll1_fw_mac_tx_iu_power_record{
+    MODEM_STATS_DATA_ID_NR5G_LL1_FW_MAC_TX_IU_POWER, "nr5g_ll1_fw_mac_tx_iu_power",
+    nr5g_tx_power_fields};
+
 inline constexpr auto nr5g_snr_fields =
     fields(field<u32>{"version"}, field<f32>{"snr0", "dB"}, field<f32>{"snr1", "dB"},
            field<f32>{"snr2", "dB"}, field<f32>{"snr3", "dB"});
 inline constexpr fixed_record nr5g_ll1_fw_serving_ftl_record{
     MODEM_STATS_DATA_ID_NR5G_LL1_FW_SERVING_FTL, "nr5g_ll1_fw_serving_ftl", nr5g_snr_fields};
+
+inline constexpr fixed_record nr5g_ll1_log_serving_snr_record{
+    MODEM_STATS_DATA_ID_NR5G_LL1_LOG_SERVING_SNR, "nr5g_ll1_log_serving_snr", nr5g_snr_fields};
+
+inline constexpr auto nr5g_srv_beam_fields =
+    fields(field<u32>{"version"}, field<f32>{"rsrp", "dBm"}, field<f32>{"rsrq", "dB"});
+inline constexpr fixed_record nr5g_ml1_srv_beam_record{MODEM_STATS_DATA_ID_NR5G_ML1_SRV_BEAM,
+                                                       "nr5g_ml1_srv_beam", nr5g_srv_beam_fields};
+
+inline constexpr auto nr5g_fc_information_fields =
+    fields(field<u32>{"version"}, field<u8>{"state_last"}, field<u8>{"state_current"},
+           field<u8>{"num_action"}, field<u8>{"action_type"}, field<u8>{"level_last"},
+           field<u8>{"level_current"});
+inline constexpr fixed_record nr5g_ml1_fc_information_record{
+    MODEM_STATS_DATA_ID_NR5G_ML1_FC_INFORMATION, "nr5g_ml1_fc_information",
+    nr5g_fc_information_fields};
 
 inline constexpr auto nr5g_antenna_switch_fields =
     fields(field<u32>{"version"}, field<u8>{"ant_rx_0_old"}, field<u8>{"ant_rx_0_new"},
@@ -40,7 +68,11 @@ inline constexpr fixed_record nr5g_ml1_meas_scc2_record{MODEM_STATS_DATA_ID_NR5G
 
 inline constexpr const record_schema* nr5g_ml1_ll1_records[] = {
     &nr5g_ll1_fw_rx_control_agc_record,
+    &nr5g_ll1_fw_mac_tx_iu_power_record,
     &nr5g_ll1_fw_serving_ftl_record,
+    &nr5g_ll1_log_serving_snr_record,
+    &nr5g_ml1_srv_beam_record,
+    &nr5g_ml1_fc_information_record,
     &nr5g_ml1_antenna_switch_diversity_record,
     &nr5g_ml1_meas_pcc_record,
     &nr5g_ml1_meas_scc1_record,

@@ -21,10 +21,32 @@ inline constexpr auto ims_rtp_fields =
 inline constexpr fixed_record ims_rtp_record{MODEM_STATS_DATA_ID_IMS_RTP_SN_AND_PAYLOAD,
                                              "ims_rtp_sn_and_payload", ims_rtp_fields};
 
+inline constexpr auto ims_sip_message_fields =
+    fields(field<u8>{"version"}, field<u8>{"direction"}, field<u8>{"sdp_presence"},
+           field<u8>{"sip_call_id_len", "byte"}, field<u16>{"sip_msg_len", "byte"},
+           field<u16>{"sip_msg_logged_bytes", "byte"}, field<u16>{"msg_id"},
+           field<u16>{"response_code"}, field<u32>{"cm_call_id"});
+inline constexpr fixed_record ims_sip_message_record{MODEM_STATS_DATA_ID_IMS_SIP_MESSAGE,
+                                                     "ims_sip_message", ims_sip_message_fields};
+
+/// `outcome` is where setup and end differ.
+consteval auto ims_volte_session_fields(const char* outcome) {
+  return fields(field<u8>{"version"}, field<u8>{"direction"}, field<u16>{outcome},
+                field<u32>{"call_setup_delay", "ms"}, field<u8>{"rat"},
+                field<u8>{"originating_url_len", "byte"}, field<u8>{"terminating_url_len", "byte"});
+}
+inline constexpr auto ims_volte_session_setup_fields = ims_volte_session_fields("result");
+inline constexpr fixed_record ims_volte_session_setup_record{
+    MODEM_STATS_DATA_ID_IMS_VOLTE_SESSION_SETUP, "ims_volte_session_setup",
+    ims_volte_session_setup_fields};
+inline constexpr auto ims_volte_session_end_fields = ims_volte_session_fields("end_cause");
+inline constexpr fixed_record ims_volte_session_end_record{
+    MODEM_STATS_DATA_ID_IMS_VOLTE_SESSION_END, "ims_volte_session_end",
+    ims_volte_session_end_fields};
+
 inline constexpr const record_schema* wcdma_gsm_ims_records[] = {
-    &wcdma_pn_search_record,
-    &gsm_l1_rx_diversity_record,
-    &ims_rtp_record,
+    &wcdma_pn_search_record, &gsm_l1_rx_diversity_record,     &ims_rtp_record,
+    &ims_sip_message_record, &ims_volte_session_setup_record, &ims_volte_session_end_record,
 };
 
 }  // namespace modem_stats
