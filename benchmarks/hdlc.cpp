@@ -50,7 +50,7 @@ void byte_by_byte(benchmark::State& state) {
   constexpr unsigned good_residue = 0xF0B8;
   std::size_t packets = 0;
   std::vector<std::uint8_t> packet;
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     bool escaped = false;
     unsigned crc = 0xFFFF;
     packet.clear();
@@ -80,7 +80,7 @@ BENCHMARK(byte_by_byte)->UseRealTime();
 void deframe(benchmark::State& state) {
   constexpr std::size_t piece_size = std::size_t{1} << 16;
   std::size_t packets = 0;
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     protocol::hdlc::deframer in;
     for (protocol::byte_view rest = stream(); !rest.empty();) {
       protocol::byte_view piece = rest.first(std::min(piece_size, rest.size()));

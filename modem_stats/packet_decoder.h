@@ -127,7 +127,7 @@ class packet_decoder {
   void reject_version(std::uint32_t version, const char* name);
   void reject_value(int value, const char* name);
   void fail(rejection why, const char* format, ...) __attribute__((format(printf, 3, 4)));
-  void print_line(const char* format, std::va_list args);
+  void print_line(const char* format, std::va_list args) __attribute__((format(printf, 2, 0)));
 
   decoding_context& context_;
   const char* parser_;

@@ -72,7 +72,10 @@ std::string column_name(const field_row& row) {
            std::tolower(static_cast<unsigned char>(b));
   };
   // "tb_bytes" and "pdsch_rb" say it already.
-  if (!std::ranges::search(name, unit, same).empty() || unit.empty()) return name;
+  if (std::search(name.begin(), name.end(), unit.begin(), unit.end(), same) != name.end() ||
+      unit.empty()) {
+    return name;
+  }
   name.append("_").append(unit);
   std::ranges::replace_if(
       name, [](unsigned char c) { return std::isalnum(c) == 0; }, '_');

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cstddef>
 #include <span>
 
@@ -142,6 +141,7 @@ int norvel_diag_comand_output_check(const unsigned char* reply_buf, const int* p
   return 0;
 }
 
+// NOLINTBEGIN(readability-non-const-parameter): the reply is written through `to`.
 int norvel_diag_cmd_send_with_result_by_callback_mode(unsigned char* data, unsigned int data_len,
                                                       unsigned char* reply_buf, int* p_reply_len,
                                                       int time_out) {
@@ -208,3 +208,4 @@ int norvel_diag_cmd_send_with_result_by_dci_mode(unsigned char* data, unsigned i
                            .close = norvel_diag_deinit_with_result},
                           request, {response.get(), norvel_diag::dci_response_size});
 }
+// NOLINTEND(readability-non-const-parameter)

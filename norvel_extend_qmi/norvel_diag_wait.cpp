@@ -70,7 +70,7 @@ std::uint64_t response_wait::connection() {
   return connection_;
 }
 
-bool response_wait::waits(std::uint64_t connection) {
+bool response_wait::waits(std::uint64_t connection) const {
   return waiting_ && connection == connection_;
 }
 

@@ -43,7 +43,7 @@ class response_wait {
 
  private:
   void post_locked() TVK_REQUIRES(lock_);
-  [[nodiscard]] bool waits(std::uint64_t connection) TVK_REQUIRES(lock_);
+  [[nodiscard]] bool waits(std::uint64_t connection) const TVK_REQUIRES(lock_);
 
   platform::mutex lock_;
   sem_t semaphore_{};  // waited on without the lock

@@ -15,16 +15,16 @@ constexpr unsigned samples = 5;
 
 struct sample_layout {
   unsigned version;
+  unsigned mac_header;  // byte
   bit_field<u16> grant;
   bit_field<u8> hdr_len;
-  unsigned mac_header;
 };
 
 constexpr sample_layout without_carrier(unsigned version) {
-  return {version, at_byte<u16>("grant", 4), at_byte<u8>("hdr_len", 11), 12};
+  return {version, 12, at_byte<u16>("grant", 4), at_byte<u8>("hdr_len", 11)};
 }
 constexpr sample_layout with_carrier(unsigned version) {
-  return {version, at_byte<u16>("grant", 6), at_byte<u8>("hdr_len", 13), 14};
+  return {version, 14, at_byte<u16>("grant", 6), at_byte<u8>("hdr_len", 13)};
 }
 
 constexpr sample_layout layouts[] = {

@@ -1,5 +1,6 @@
 // Log 0xB16D, LTE TX power: one record of all reports in the packet.
-// Layout: docs/formats/lte.md; three positions of version 48 are our own.
+// Layout: docs/formats/lte.md; of version 48 the places of power, resource blocks and
+// ca_mode_enable are our own.
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"
 #include "modem_stats/records/lte.h"
@@ -16,28 +17,24 @@ constexpr bit_field<u8> chan_type{"chan_type", 32, 1};
 
 struct report_places {
   unsigned tx_power;  // bit; of the channel that was sent
-  bit_field<u8> num_res_blocks;
-  bit_field<u8> mcs;
-  bit_field<u8> modulation_type;
+  bit_field<u8> num_res_blocks, mcs, modulation_type;
   unsigned stride;  // bytes
 };
 
-constexpr report_places places(unsigned tx_power, unsigned num_res_blocks, unsigned mcs,
-                               bit_field<u8> modulation_type, unsigned stride) {
-  return {.tx_power = tx_power,
-          .num_res_blocks = {"pusch_num_res_blocks", num_res_blocks, 7},
-          .mcs = {"pusch_mcs", mcs, 5},
-          .modulation_type = modulation_type,
-          .stride = stride};
-}
-
-constexpr report_places of_48 = places(64, 72, 325, {"pusch_modulation_type", 344, 4}, 52);
+constexpr report_places of_48{.tx_power = 64,
+                              .num_res_blocks = {"pusch_num_res_blocks", 72, 7},
+                              .mcs = {"pusch_mcs", 325, 5},
+                              .modulation_type = {"pusch_modulation_type", 344, 4},
+                              .stride = 52};
 
 /// In version 49 an acknowledgement mask of this many bytes is in front.
 constexpr report_places of_49(unsigned mask) {
   const unsigned channel = 8 * (10 + mask);
-  return places(8 * (8 + mask) + 6, channel + 39, channel + 46,
-                {"pusch_modulation_type", channel + 28, 3}, 34 + mask);
+  return {.tx_power = 8 * (8 + mask) + 6,
+          .num_res_blocks = {"pusch_num_res_blocks", channel + 39, 7},
+          .mcs = {"pusch_mcs", channel + 46, 5},
+          .modulation_type = {"pusch_modulation_type", channel + 28, 3},
+          .stride = 34 + mask};
 }
 
 struct report_layout {
@@ -72,18 +69,21 @@ void modem_stats_parse_b16d_diag_log_lte_tx_power(
     in.block_at(byte);
     const auto chan_type = in.bits(at::chan_type);
     const auto& places = layout.places[in.bits(layout.ca_mode_enable)];
+    const bool is_pusch = chan_type == pusch;
+    const auto tx_power =
+        in.bits(bit_field<i8>{is_pusch ? "pusch_tx_power" : "pucch_tx_power", places.tx_power});
     i8 pucch_tx_power = not_sent;
     i8 pusch_tx_power = not_sent;
     u8 num_res_blocks = 0;
     u8 modulation_type = 0;
     u8 mcs = 0;
-    if (chan_type == pusch) {
-      pusch_tx_power = in.bits(bit_field<i8>{"pusch_tx_power", places.tx_power});
+    if (is_pusch) {
+      pusch_tx_power = tx_power;
       num_res_blocks = in.bits(places.num_res_blocks);
       mcs = in.bits(places.mcs);
       modulation_type = in.bits(places.modulation_type);
     } else {
-      pucch_tx_power = in.bits(bit_field<i8>{"pucch_tx_power", places.tx_power});
+      pucch_tx_power = tx_power;
     }
     in.print(
         "version = %d, num = %d, pucch_tx_power %d, pusch_num_res_blocks = %d, "

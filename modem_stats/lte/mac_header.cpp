@@ -16,12 +16,12 @@ constexpr u8 truncated_bsr = 28;
 constexpr u8 short_bsr = 29;
 constexpr u8 long_bsr = 30;
 
-constexpr i8 unknown = -1;
-constexpr i8 as_sub_header = -2;  // its length is in the sub-header
-constexpr i8 data = -3;           // no control element, and a length in the sub-header
+constexpr int unknown = -1;
+constexpr int as_sub_header = -2;  // its length is in the sub-header
+constexpr int data = -3;           // no control element, and a length in the sub-header
 
 /// Bytes of the control element, by LCID.
-constexpr i8 element_sizes[] = {
+constexpr int element_sizes[] = {
     data,          data,          data, data,    data,    data,    data,    data,     // 0
     data,          data,          data, unknown, unknown, unknown, unknown, unknown,  // 8
     unknown,       unknown,       4,    1,       2,       0,       unknown, unknown,  // 16
@@ -103,7 +103,7 @@ void read_mac_header(packet_decoder& in, u8 hdr_len, unsigned count_tb, mac_repo
     more = (first & another_follows) != 0;
     auto& header = sub_headers[num];
     header.lcid = static_cast<u8>(first & lcid_mask);
-    const i8 size = element_sizes[header.lcid];
+    const int size = element_sizes[header.lcid];
     if (size == unknown) {
       return in.print("not support lcid_data_array[%d] = %d", num, header.lcid);
     }

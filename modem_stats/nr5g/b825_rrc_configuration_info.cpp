@@ -9,60 +9,48 @@
 namespace modem_stats {
 namespace {
 
-struct header_layout {
+/// The counts stand side by side, the lists behind them.
+struct counts_layout {
+  bit_field<u8> groups;
+  bit_field<u8> nrdc_groups;
+  bit_field<u8> carriers;
+  bit_field<u8> nrdc_carriers;
+  bit_field<u8> bearers;
+  unsigned size;  // bytes
+};
+constexpr counts_layout three_counts{.groups = at_byte<u8>("num_contiguous_cc_groups", 0),
+                                     .nrdc_groups = absent<u8>,
+                                     .carriers = at_byte<u8>("num_active_cc", 1),
+                                     .nrdc_carriers = absent<u8>,
+                                     .bearers = at_byte<u8>("num_active_rb", 2),
+                                     .size = 3};
+constexpr counts_layout five_counts{
+    .groups = at_byte<u8>("num_contiguous_cc_groups", 0),
+    .nrdc_groups = at_byte<u8>("num_nrdc_scg_contiguous_cc_groups", 1),
+    .carriers = at_byte<u8>("num_active_cc", 2),
+    .nrdc_carriers = at_byte<u8>("num_nrdc_scg_active_cc", 3),
+    .bearers = at_byte<u8>("num_active_rb", 4),
+    .size = 5};
+
+struct configuration_layout {
   unsigned version;
-  bit_field<u8> rrc_state;
-  bit_field<u8> conn_mode;
-  bit_field<u8> num_groups;
-  bit_field<u8> num_nrdc_groups;
-  bit_field<u8> num_carriers;
-  bit_field<u8> num_nrdc_carriers;
-  bit_field<u8> num_bearers;
-  unsigned lists;           // byte
+  unsigned state;           // byte
+  unsigned counts;          // byte
   unsigned carrier_stride;  // bytes
   unsigned band;            // byte of a carrier, from which on the rest of it follows
   unsigned ul_rohc;         // byte of a bearer
+  const counts_layout& count;
+};
+constexpr configuration_layout layouts[] = {
+    {0x00008, 4, 58, 18, 11, 9, three_counts},  {0x0000A, 4, 58, 22, 15, 9, three_counts},
+    {0x20000, 4, 58, 22, 15, 9, three_counts},  {0x30003, 12, 66, 23, 15, 9, five_counts},
+    {0x30004, 12, 67, 23, 15, 10, five_counts}, {0x30006, 12, 67, 25, 15, 10, five_counts},
 };
 
-struct header_places {
-  unsigned rrc_state, conn_mode, counts;
-  bool has_nrdc;
-};
-
-constexpr header_layout layout(unsigned version, header_places at, unsigned carrier_stride,
-                               unsigned band, unsigned ul_rohc) {
-  const auto* const nrdc_groups = "num_nrdc_scg_contiguous_cc_groups";
-  const auto* const nrdc_carriers = "num_nrdc_scg_active_cc";
-  unsigned byte = at.counts;
-  header_layout row{.version = version,
-                    .rrc_state = at_byte<u8>("rrc_state", at.rrc_state),
-                    .conn_mode = at_byte<u8>("conn_mode", at.conn_mode),
-                    .num_groups = at_byte<u8>("num_contiguous_cc_groups", byte++),
-                    .num_nrdc_groups = absent<u8>,
-                    .num_carriers = absent<u8>,
-                    .num_nrdc_carriers = absent<u8>,
-                    .num_bearers = absent<u8>,
-                    .lists = 0,
-                    .carrier_stride = carrier_stride,
-                    .band = band,
-                    .ul_rohc = ul_rohc};
-  if (at.has_nrdc) row.num_nrdc_groups = at_byte<u8>(nrdc_groups, byte++);
-  row.num_carriers = at_byte<u8>("num_active_cc", byte++);
-  if (at.has_nrdc) row.num_nrdc_carriers = at_byte<u8>(nrdc_carriers, byte++);
-  row.num_bearers = at_byte<u8>("num_active_rb", byte++);
-  row.lists = byte;
-  return row;
-}
-
-constexpr header_places before_3{4, 6, 58, false};
-constexpr header_places of_3_3{12, 14, 66, true};
-constexpr header_places from_3_4{12, 14, 67, true};
-
-constexpr header_layout layouts[] = {
-    layout(0x00008, before_3, 18, 11, 9),  layout(0x0000A, before_3, 22, 15, 9),
-    layout(0x20000, before_3, 22, 15, 9),  layout(0x30003, of_3_3, 23, 15, 9),
-    layout(0x30004, from_3_4, 23, 15, 10), layout(0x30006, from_3_4, 25, 15, 10),
-};
+namespace at {
+constexpr auto rrc_state = at_byte<u8>("rrc_state", 0);
+constexpr auto conn_mode = at_byte<u8>("conn_mode", 2);
+}  // namespace at
 
 constexpr unsigned group_stride = 4;
 constexpr unsigned bearer_stride = 18;
@@ -109,23 +97,26 @@ void modem_stats_parse_b825_diag_log_nr5g_rrc_configuration_info(
   packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u32>("version");
   const auto& layout = in.layout_for(version, layouts);
-  const auto rrc_state = in.bits(layout.rrc_state);
-  const auto conn_mode = in.bits(layout.conn_mode);
-  const auto num_groups = in.bits(layout.num_groups);
-  const auto num_nrdc_groups = in.bits_or(layout.num_nrdc_groups, u8{0});
-  const auto num_carriers = in.bits(layout.num_carriers);
-  const auto num_nrdc_carriers = in.bits_or(layout.num_nrdc_carriers, u8{0});
-  const auto num_bearers = in.bits(layout.num_bearers);
+  in.block_at(layout.state);
+  const auto rrc_state = in.bits(at::rrc_state);
+  const auto conn_mode = in.bits(at::conn_mode);
+  in.block_at(layout.counts);
+  const auto num_groups = in.bits(layout.count.groups);
+  const auto num_nrdc_groups = in.bits_or(layout.count.nrdc_groups, u8{0});
+  const auto num_carriers = in.bits(layout.count.carriers);
+  const auto num_nrdc_carriers = in.bits_or(layout.count.nrdc_carriers, u8{0});
+  const auto num_bearers = in.bits(layout.count.bearers);
   in.check_count(num_groups, max_groups, "num_contiguous_cc_groups");
   in.check_count(num_nrdc_groups, max_groups, "num_nrdc_scg_contiguous_cc_groups");
   in.check_count(num_carriers, max_carriers, "num_active_cc");
   in.check_count(num_nrdc_carriers, max_carriers, "num_nrdc_scg_active_cc");
   if (!in.check_count(num_bearers, max_bearers, "num_active_rb")) return;
 
-  std::array<carrier, 2 * max_carriers> carriers{};
+  std::array<carrier, std::size_t{2} * max_carriers> carriers{};
   std::array<bearer, max_bearers> bearers{};
   const unsigned all_carriers = num_carriers + num_nrdc_carriers;
-  unsigned byte = layout.lists + group_stride * (num_groups + num_nrdc_groups);
+  const unsigned lists = layout.counts + layout.count.size;
+  unsigned byte = lists + group_stride * (num_groups + num_nrdc_groups);
   for (unsigned i = 0; i < all_carriers; ++i, byte += layout.carrier_stride) {
     in.block_at(byte);
     carriers[i] = read_carrier(in, layout.band);

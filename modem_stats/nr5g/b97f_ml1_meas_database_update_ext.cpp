@@ -147,7 +147,8 @@ class database_walk {
 constexpr const fixed_record<u32, f32, f32, f32, f32, f32>* record_of_kind[] = {
     &nr5g_ml1_meas_pcc_record, &nr5g_ml1_meas_scc1_record, &nr5g_ml1_meas_scc2_record};
 
-void publish(packet_decoder& in, u32 version, unsigned number, const entry& one) {
+/// False for a kind of carrier that has no record: it ends the packet.
+bool publish(packet_decoder& in, u32 version, unsigned number, const entry& one) {
   const f32 rsrp0 = modem_stats_nr5g_rsrp_ex(one.serving.first_beam.rsrp_i0);
   const f32 rsrp1 = modem_stats_nr5g_rsrp_ex(one.serving.first_beam.rsrp_i1);
   const f32 rsrp2 = modem_stats_nr5g_rsrp_ex(one.rsrp_i2);
@@ -155,9 +156,9 @@ void publish(packet_decoder& in, u32 version, unsigned number, const entry& one)
   const f32 rsrq = modem_stats_nr5g_rsrq(one.serving.rsrq_i);
   in.print("pk[%d]: rsrp0 = %.2f, rsrp1 = %.2f, rsrp2 = %.2f, rsrp3 = %.2f, rsrq = %.2f", number,
            rsrp0, rsrp1, rsrp2, rsrp3, rsrq);
-  in.check_valid(one.kind < std::size(record_of_kind), one.kind);
-  if (!in.ok()) return;
+  if (one.kind >= std::size(record_of_kind)) return false;
   in.publish(*record_of_kind[one.kind], version, rsrp0, rsrp1, rsrp2, rsrp3, rsrq);
+  return in.ok();
 }
 
 }  // namespace
@@ -179,5 +180,7 @@ void modem_stats_parse_b97f_diag_log_nr5g_ml1_meas_database_update_ext(int /*sub
   for (u8 i = 0; i < num_layers; ++i) {
     if (const auto found = walk.next_layer(i)) entries[num_entries++] = *found;
   }
-  for (unsigned i = 0; i < num_entries; ++i) publish(in, version, i, entries[i]);
+  for (unsigned i = 0; i < num_entries; ++i) {
+    if (!publish(in, version, i, entries[i])) return;
+  }
 }

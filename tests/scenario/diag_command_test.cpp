@@ -120,15 +120,17 @@ TEST(diag_command, dci_transcript) {
 TEST(diag_command, callback_transcript_with_default_time) {
   const auto got = run_answered(diag_frame(answer), callback_mode, "0");
   const std::string own = "RIL[norvel_diag_cmd_send_with_result_by_callback_mode:#]: ";
+  const std::string registered =
+      "RIL[norvel_diag_register_callback:#]: register call back, g_diag_channel = [0]MSM, "
+      "data_primary = 0, remote_mask = [0]";
   const std::string create = "RIL[norvel_diag_cmd_send_with_result_wait_create_thread:#]: ";
   expect_threads(
       got.output,
       {joined(joined({"diag cmd:", "0x4B 0x0B 0x00 0x00 ", "callback mode with result"},
                      start_of_both),
-              {"RIL[norvel_diag_register_callback:#]: register call back, g_diag_channel = [0]MSM, "
-               "data_primary = 0, remote_mask = [0]",
-               own + "ret_send = 0, will wait callback", own + "Time out is invalid, set default",
-               own + "Command time = 30 * 100ms", create + "function entry ------------->",
+              {registered, own + "ret_send = 0, will wait callback",
+               own + "Time out is invalid, set default", own + "Command time = 30 * 100ms",
+               create + "function entry ------------->",
                create + "norvel daig is created, conf = 0", create + "function exit <-------------",
                own + "req end, data_size = 7, g_qcril_diag_rsp_buf.length = 7, reply_len = 10240",
                "RIL[norvel_diag_deinit_with_result:#]: function entry ------------->",
@@ -289,7 +291,8 @@ TEST(diag_command, missing_port_is_named_and_the_command_fails) {
       {"unix:" + std::string(200, 'x'), "File name too long"},
       {"tty:" + dir.path(), "Is a directory"},
       {"tty:/dev/null", "Inappropriate ioctl for device"},
-      {"tcp:127.0.0.1", "no port number"},
+      {"tcp:127.0.0.1", "not a numeric address (or localhost) and a port number"},
+      {"tcp:localhost:1", "Connection refused"},
       {"usb:1", "no such kind of port"},
   };
   for (const auto& row : rows) {

@@ -20,7 +20,10 @@ class decoded final : modem_stats::line_sink, modem_stats::record_sink {
   std::vector<std::string> records;
 
   static decoded log(std::uint16_t code, std::string_view payload) {
-    return decoded(modem_stats::packet_kind::log, code, hex(payload));
+    return log(code, hex(payload));
+  }
+  static decoded log(std::uint16_t code, const bytes& payload) {
+    return decoded(modem_stats::packet_kind::log, code, payload);
   }
   static decoded event(std::uint16_t id, std::string_view payload) {
     return decoded(modem_stats::packet_kind::event, id, hex(payload));

@@ -15,7 +15,6 @@
 #include "norvel_extend_qmi/norvel_diag_send.h"
 #include "norvel_extend_qmi/norvel_diag_wait.h"
 #include "platform/diag.h"
-#include "qcril-common/utilities/quiet_notes.h"
 #include "support/bytes.h"
 #include "support/printed.h"
 
@@ -68,6 +67,7 @@ void norvel_diag::sleep_for(std::chrono::milliseconds time) {
   std::this_thread::sleep_for(time / norvel_diag::tick * std::chrono::microseconds(one_tick));
 }
 
+// NOLINTBEGIN(readability-non-const-parameter): the library's signatures.
 unsigned char Diag_LSM_Init(unsigned char*) {
   return library.record("init") ? 1 : 0;
 }
@@ -124,6 +124,8 @@ int diag_send_dci_async_req(int, unsigned char*, int length, unsigned char*, int
 int diag_release_dci_client(int* client_id) {
   return dci(library.record("release", " " + std::to_string(*client_id)));
 }
+
+// NOLINTEND(readability-non-const-parameter)
 
 namespace {
 
@@ -311,7 +313,6 @@ TEST_F(diag_channel, worker_sends_though_the_modem_is_down_and_refuses_no_reques
 // what the loser says must not reach the next request.
 TEST_F(diag_channel, response_in_the_instant_of_the_time_out) {
   one_tick = 200;
-  quiet_notes = 1;
   std::vector<std::thread> responders;
   library.when_sent = [&] {
     responders.emplace_back([callback = library.callback, context = library.context] {
@@ -323,15 +324,17 @@ TEST_F(diag_channel, response_in_the_instant_of_the_time_out) {
   };
   int answered = 0;
   int gave_up = 0;
-  for (int i = 0; i < 1000; ++i) {
-    bytes reply(10240);
-    int reply_len = 10240;
-    (send(false, 100, reply, reply_len) == 0 ? answered : gave_up) += 1;
-    ASSERT_TRUE(reply_len == 0 || reply_len == 100 || reply_len == 4096);
-    if (i % 2 == 0) continue;
-    for (auto& each : responders) each.join();
-    responders.clear();
-  }
+  printed_by([&] {
+    for (int i = 0; i < 1000; ++i) {
+      bytes reply(10240);
+      int reply_len = 10240;
+      (send(false, 100, reply, reply_len) == 0 ? answered : gave_up) += 1;
+      ASSERT_TRUE(reply_len == 0 || reply_len == 100 || reply_len == 4096);
+      if (i % 2 == 0) continue;
+      for (auto& each : responders) each.join();
+      responders.clear();
+    }
+  });
   for (auto& each : responders) each.join();
   EXPECT_GT(answered, 0);
   EXPECT_GT(gave_up, 0);

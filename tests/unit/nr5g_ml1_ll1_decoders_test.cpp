@@ -146,9 +146,7 @@ TEST(nr5g_ml1_ll1, measurement_database_as_captured) {
            "02" + layer_2_9 + frequency + "03" + layer_2_9,
        "version = 131081, num_layers = 3\n" + lines_of_layer_2_9("0", "0") +
            lines_of_layer_2_9("1", "2") + lines_of_layer_2_9("2", "3") + "pk[0]: " + levels_2_9 +
-           "pk[1]: " + levels_2_9 + "pk[2]: " + levels_2_9 +
-           "DATA_IS_NOT_VALID(3), "
-           "name(modem_stats_parse_b97f_diag_log_nr5g_ml1_meas_database_update_ext), id(0xb97f)\n",
+           "pk[1]: " + levels_2_9 + "pk[2]: " + levels_2_9,
        {"135:" + bytes_2_9, "7:" + bytes_2_9}},
   };
   support::expect_decoded(rows);

@@ -218,7 +218,7 @@ int diag_has_remote_device(std::uint16_t* mask) {
   return 1;
 }
 
-// NOLINTNEXTLINE(readability-non-const-parameter): the library's own signature.
+// NOLINTBEGIN(readability-non-const-parameter): the library's own signatures.
 int diag_callback_send_data(int processor, unsigned char* request, int length) {
   const auto link = diag::the_library().present_link();
   if (!link || processor != diag::local_processor || !diag::has_good_size(request, length)) {
@@ -228,9 +228,8 @@ int diag_callback_send_data(int processor, unsigned char* request, int length) {
   return link->send(bytes, diag::callback_mode_owner, diag::tell_callback) ? 0 : -1;
 }
 
-// NOLINTNEXTLINE(readability-non-const-parameter): the library's own signature.
 int diag_register_dci_client(int* client_id, std::uint16_t* peripherals, int processor,
-                             int* signal) {  // NOLINT(readability-non-const-parameter)
+                             int* signal) {
   if (client_id == nullptr || peripherals == nullptr || processor != diag::local_processor) {
     return diag::fail(diag::dci_not_supported, EINVAL);
   }
@@ -265,7 +264,6 @@ int diag_register_dci_stream_proc(int client_id, diag_dci_stream log, diag_dci_s
   });
 }
 
-// NOLINTNEXTLINE(readability-non-const-parameter): the library's own signature.
 int diag_send_dci_async_req(int client_id, unsigned char* request, int length,
                             unsigned char* response, int response_size, diag_dci_response handler,
                             void* context) {
@@ -301,3 +299,4 @@ int diag_release_dci_client(int* client_id) {
   *client_id = 0;
   return DIAG_DCI_NO_ERROR;
 }
+// NOLINTEND(readability-non-const-parameter)

@@ -1,7 +1,7 @@
 #include "platform/linux/diag/port.h"
 
+#include <arpa/inet.h>
 #include <fcntl.h>
-#include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
@@ -11,10 +11,13 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string>
+#include <string_view>
+#include <utility>
 
 #include "platform/linux/report.h"
 #include "protocol/endpoint.h"
@@ -67,28 +70,39 @@ opened open_unix(const std::string& path) {
   return connect_socket(AF_UNIX, reinterpret_cast<const sockaddr*>(&address), sizeof address);
 }
 
-/// An IPv6 address stands in brackets.
-opened open_tcp(const std::string& text) {
-  const auto colon = text.find_last_of(':');
-  if (colon == std::string::npos) return {{}, "no port number"};
-  std::string host = text.substr(0, colon);
-  if (host.starts_with('[') && host.ends_with(']')) host = host.substr(1, host.size() - 2);
-  addrinfo hints{};
-  hints.ai_socktype = SOCK_STREAM;
-  addrinfo* found = nullptr;
-  const int error = ::getaddrinfo(host.c_str(), text.c_str() + colon + 1, &hints, &found);
-  if (error != 0) return {{}, ::gai_strerror(error)};
-  const std::unique_ptr<addrinfo, decltype(&::freeaddrinfo)> all(found, ::freeaddrinfo);
-
-  opened result;
-  for (const addrinfo* each = found; each != nullptr; each = each->ai_next) {
-    result = connect_socket(each->ai_family, each->ai_addr, each->ai_addrlen);
-    if (!result.port.valid()) continue;
-    const int at_once = 1;
+opened connect_tcp(int family, const sockaddr* address, socklen_t size) {
+  opened result = connect_socket(family, address, size);
+  const int at_once = 1;
+  if (result.port.valid()) {
     ::setsockopt(result.port.get(), IPPROTO_TCP, TCP_NODELAY, &at_once, sizeof at_once);
-    break;
   }
   return result;
+}
+
+/// Names but "localhost" are not looked up: the programs are linked statically, and the C library's
+/// look-up then needs its own shared libraries on the host. An IPv6 address stands in brackets.
+opened open_tcp(const std::string& text) {
+  const auto colon = text.find_last_of(':');
+  std::string host = text.substr(0, colon);
+  if (host == "localhost") host = "127.0.0.1";
+  if (host.starts_with('[') && host.ends_with(']')) host = host.substr(1, host.size() - 2);
+  std::uint16_t number = 0;
+  if (colon != std::string::npos) {
+    std::from_chars(text.data() + colon + 1, text.data() + text.size(), number);
+  }
+  sockaddr_in v4{};
+  v4.sin_family = AF_INET;
+  v4.sin_port = htons(number);
+  sockaddr_in6 v6{};
+  v6.sin6_family = AF_INET6;
+  v6.sin6_port = htons(number);
+  if (number != 0 && ::inet_pton(AF_INET, host.c_str(), &v4.sin_addr) == 1) {
+    return connect_tcp(AF_INET, reinterpret_cast<const sockaddr*>(&v4), sizeof v4);
+  }
+  if (number != 0 && ::inet_pton(AF_INET6, host.c_str(), &v6.sin6_addr) == 1) {
+    return connect_tcp(AF_INET6, reinterpret_cast<const sockaddr*>(&v6), sizeof v6);
+  }
+  return {{}, "not a numeric address (or localhost) and a port number"};
 }
 
 /// Raw: every byte passes as it is. The speed stays what it was set to.
