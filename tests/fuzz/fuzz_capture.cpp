@@ -58,7 +58,7 @@ std::string json_lines(std::span<const std::uint8_t> capture, unsigned threads) 
 bool is_object(std::string_view line) {
   int depth = 0;
   bool quoted = false;
-  for (const char c : line) {
+  for (const char& c : line) {
     if (static_cast<unsigned char>(c) < 0x20 || c == '\\') return false;
     if (c == '"') quoted = !quoted;
     if (quoted) continue;
