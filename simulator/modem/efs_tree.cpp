@@ -112,8 +112,7 @@ std::vector<std::string> efs_tree::list(const std::string& directory) {
     names.push_back(path.substr(head, path.find('/', head) - head));
   }
   std::ranges::sort(names);
-  const auto same = std::ranges::unique(names);
-  names.erase(same.begin(), same.end());
+  names.erase(std::unique(names.begin(), names.end()), names.end());
   return names;
 }
 

@@ -7,6 +7,7 @@
 #include <span>
 #include <vector>
 
+#include "modem_stats/decoding_context.h"
 #include "modem_stats/dispatch.h"
 #include "modem_stats/dispatch_rows.h"
 #include "modem_stats/record_table.h"
