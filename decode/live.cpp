@@ -100,6 +100,7 @@ class session {
   void set_log_masks();
   void set_events();
   void restore_masks();
+  void close();
   [[nodiscard]] bool reconnect();
 
   const options& chosen_;
@@ -117,8 +118,14 @@ class session {
 
 bool session::open() {
   port_ = diag::open_port(chosen_.live->empty() ? diag::named_port() : *chosen_.live);
-  frames_ = {};
   return port_.valid();
+}
+
+void session::close() {
+  port_ = {};
+  frames_.finish();
+  add_losses(counts_, frames_.counts());
+  frames_ = {};
 }
 
 session::step session::receive(clock::time_point until, byte_view request) {
@@ -245,11 +252,15 @@ bool session::run() {
   while (!ending_) {
     if (receive(clock::time_point::max(), {}) == step::gone) {
       earlier_ = {};
+      close();
       if (!reconnect()) break;
     }
   }
   ending_ = true;
-  if (port_.valid()) restore_masks();
+  if (port_.valid()) {
+    restore_masks();
+    close();
+  }
   return true;
 }
 

@@ -85,9 +85,13 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
   std::vector<std::string> data_ids;
   std::string from;
   std::string to;
-  app.add_option("--code", codes, "only these log codes: 0xB193,0xB0C2")->delimiter(',');
-  app.add_option("--event", events, "only these event ids: 1606")->delimiter(',');
-  app.add_option("--data-id", data_ids, "only records of these ids: 82,108")->delimiter(',');
+  const auto add_list = [&](const char* name, std::vector<std::string>& list, const char* what) {
+    // What follows the list is an input.
+    app.add_option(name, list, what)->delimiter(',')->allow_extra_args(false);
+  };
+  add_list("--code", codes, "only these log codes: 0xB193,0xB0C2");
+  add_list("--event", events, "only these event ids: 1606");
+  add_list("--data-id", data_ids, "only records of these ids: 82,108");
   app.add_option("--from", from, "only from this time on, UTC: 2016-03-23T21:55:49.316");
   app.add_option("--to", to, "only up to this time");
   app.add_option("--radio", chosen.wanted.radio, "only this radio; 1 is the first")

@@ -77,9 +77,7 @@ void packet_stage::inner_log(byte_view inner) {
 
 void packet_stage::log(const diag::log_packet& log, std::uint32_t radio) {
   counts_.logs.add(log.code);
-  source_ = {packet_kind::log, log.code, radio, diag::to_unix_microseconds(log.time)};
-  counts_.first_time = std::min(counts_.first_time, source_.time);
-  counts_.last_time = std::max(counts_.last_time, source_.time);
+  begin({packet_kind::log, log.code, radio, diag::to_unix_microseconds(log.time)});
   if (wanted_.logs[log.code]) decode(log.payload);
 }
 
@@ -87,10 +85,16 @@ void packet_stage::events(byte_view report, std::uint32_t radio) {
   diag::event_reader reader(report);
   while (const auto event = reader.next()) {
     counts_.events.add(event->id);
-    source_ = {packet_kind::event, event->id, radio, diag::to_unix_microseconds(event->time)};
+    begin({packet_kind::event, event->id, radio, diag::to_unix_microseconds(event->time)});
     if (wanted_.events[event->id]) decode(event->payload);
   }
   if (reader.damaged()) ++counts_.damaged_packets;
+}
+
+void packet_stage::begin(const packet_source& source) {
+  source_ = source;
+  counts_.first_time = std::min(counts_.first_time, source.time);
+  counts_.last_time = std::max(counts_.last_time, source.time);
 }
 
 void packet_stage::decode(byte_view payload) {

@@ -42,6 +42,7 @@ class packet_stage final : modem_stats::line_sink, modem_stats::record_sink {
  private:
   void log(const protocol::diag::log_packet& log, std::uint32_t radio);
   void events(protocol::byte_view report, std::uint32_t radio);
+  void begin(const packet_source& source);
   void decode(protocol::byte_view payload);
 
   void write(std::string_view text) override { writer_.lines(source_, text); }

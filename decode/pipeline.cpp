@@ -23,11 +23,7 @@ void decode_frames(byte_view bytes, packet_stage& stage, summary& counts) {
   byte_view packet;
   while (frames.next(bytes, packet)) stage.packet(packet);
   frames.finish();
-  const auto& met = frames.counts();
-  counts.bad_crc += met.bad_crc;
-  counts.too_short += met.too_short;
-  counts.too_long += met.too_long;
-  counts.skipped_bytes += met.skipped_bytes;
+  add_losses(counts, frames.counts());
 }
 
 void decode_unframed(byte_view bytes, std::size_t prefix, packet_stage& stage, summary& counts) {
@@ -77,8 +73,8 @@ void pipeline::decode(task& one, const stream_state& from) const {
   one.used_rrc_state = stage.used_rrc_state();
 }
 
-/// In order of chunks. A chunk on another thread was decoded before it was known what the one
-/// before it leaves behind; when that matters it is decoded once more.
+/// In order of chunks. A chunk on another thread was decoded before it was known what the ones
+/// before it leave behind; when they changed what matters to it, it is decoded once more.
 void pipeline::finish(task& one) {
   if (one.used_rrc_state && one.from.lte_rrc_last_state != state_.lte_rrc_last_state) {
     decode(one, state_);
@@ -123,14 +119,14 @@ void pipeline::run_threads(chunker& chunks) {
       task& one = *to_do.front();
       to_do.pop_front();
       lock.unlock();
-      decode(one, {});
+      decode(one, one.from);
       lock.lock();
       one.done = true;
       one_is_done.notify_one();
     }
   };
 
-  std::vector<task> tasks(2 * options_.threads);
+  std::vector<task> tasks(options_.threads + 1);
   for (auto& one : tasks) one.writer = store_.make_writer();
   std::vector<std::jthread> workers;
   const auto end = [&] {
@@ -158,6 +154,7 @@ void pipeline::run_threads(chunker& chunks) {
       if (begun - finished == tasks.size()) finish_oldest();
       task& next = tasks[begun % tasks.size()];
       next.done = false;
+      next.from = state_;
       try {
         if (!chunks.next(next.input)) break;
       } catch (...) {

@@ -14,7 +14,7 @@ namespace decode {
 
 /// Threads beyond this would hold more chunks than the memory that is promised.
 constexpr unsigned max_threads = 8;
-constexpr std::size_t chunk_size = std::size_t{512} * 1024;
+constexpr std::size_t chunk_size = std::size_t{64} * 1024;
 
 struct pipeline_options {
   unsigned threads = 1;  // at most max_threads

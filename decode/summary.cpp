@@ -95,6 +95,13 @@ bool summary::has_rejections() const {
          });
 }
 
+void add_losses(summary& counts, const protocol::hdlc::frame_counts& lost) {
+  counts.bad_crc += lost.bad_crc;
+  counts.too_short += lost.too_short;
+  counts.too_long += lost.too_long;
+  counts.skipped_bytes += lost.skipped_bytes;
+}
+
 std::string to_text(const summary& all, double seconds) {
   std::string text;
   const auto out = std::back_inserter(text);

@@ -9,6 +9,7 @@
 
 #include "modem_stats/decoding_context.h"
 #include "modem_stats/dispatch.h"
+#include "protocol/hdlc.h"
 
 namespace decode {
 
@@ -72,6 +73,9 @@ struct summary {
   /// Something could not be read or was refused.
   [[nodiscard]] bool has_rejections() const;
 };
+
+/// Adds what a deframer lost.
+void add_losses(summary& counts, const protocol::hdlc::frame_counts& lost);
 
 /// For people; a run that took `seconds`.
 [[nodiscard]] std::string to_text(const summary& all, double seconds);

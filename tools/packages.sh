@@ -4,6 +4,7 @@
 packages_to_build=(
   ca-certificates g++ cmake ninja-build ccache
   libarchive-dev libasio-dev libbenchmark-dev libcli11-dev libfmt-dev libgtest-dev libsqlite3-dev libsqlitecpp-dev
+  nlohmann-json3-dev
 )
 packages_to_check=(
   clang clang-format clang-tidy libclang-rt-14-dev

@@ -101,7 +101,7 @@ class packed_source final : public byte_source {
     if (archive_read_open(archive_.get(), this, nullptr, &packed_source::give, nullptr) !=
             ARCHIVE_OK ||
         archive_read_next_header(archive_.get(), &entry) != ARCHIVE_OK) {
-      fail(path_, archive_error_string(archive_.get()));
+      fail_to_unpack();
     }
   }
 
@@ -113,7 +113,7 @@ class packed_source final : public byte_source {
       if (count < 0) {
         // What could be unpacked before is worth having; the next call tells.
         if (done > 0) break;
-        fail(path_, archive_error_string(archive_.get()));
+        fail_to_unpack();
       }
       done += static_cast<std::size_t>(count);
     }
@@ -123,6 +123,12 @@ class packed_source final : public byte_source {
   [[nodiscard]] std::uint64_t consumed() const override { return consumed_; }
 
  private:
+  [[noreturn]] void fail_to_unpack() const {
+    // The library does not always say why.
+    const char* const why = archive_error_string(archive_.get());
+    fail(path_, why == nullptr ? "cannot be unpacked" : why);
+  }
+
   static constexpr std::size_t block_size = std::size_t{256} * 1024;
 
   struct release {

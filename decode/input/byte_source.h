@@ -22,8 +22,8 @@ class byte_source {
   byte_source& operator=(const byte_source&) = delete;
   virtual ~byte_source() = default;
 
-  /// Fills the front of `out` and gives how much: less than asked only at the end. Throws
-  /// input_error.
+  /// Fills the front of `out` and gives how much: less than asked only at the end or where no more
+  /// can be read, which the next call tells. Throws input_error.
   [[nodiscard]] virtual std::size_t read(std::span<std::uint8_t> out) = 0;
 
   /// Bytes taken from the file so far, packed as they are there.

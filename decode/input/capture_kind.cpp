@@ -4,7 +4,6 @@
 
 #include "decode/input/unframed.h"
 #include "protocol/hdlc.h"
-#include "protocol/log_packet.h"
 
 namespace decode {
 
@@ -36,24 +35,15 @@ std::size_t qmdl2_header(byte_view front) {
   return header == load_le<std::uint32_t>(front) && header <= front.size() ? header : 0;
 }
 
-/// `prefix` bytes stand before each inner log packet; the last two of them repeat its length.
-bool is_chain(byte_view front, std::size_t prefix) {
-  constexpr std::size_t header_size = 12;
+/// Packets without framing that follow each other at the front, up to enough_packets. One with
+/// something else behind it is chance.
+int packets_in_chain(byte_view front, std::size_t prefix) {
   int packets = 0;
-  while (packets < enough_packets && !front.empty()) {
-    if (front.size() < prefix + header_size) return false;
-    const std::size_t length = load_le<std::uint16_t>(front.subspan(prefix));
-    if (length < header_size || load_le<std::uint16_t>(front.subspan(prefix + 2)) == 0)
-      return false;
-    if (prefix != 0 && (front[0] != protocol::diag::log_code ||
-                        load_le<std::uint16_t>(front.subspan(2)) != length)) {
-      return false;
-    }
-    if (front.size() < prefix + length) return false;
-    front = front.subspan(prefix + length);
+  std::uint64_t skipped = 0;
+  while (packets < enough_packets && next_unframed(front, prefix, skipped) && skipped == 0) {
     ++packets;
   }
-  return packets > 0;
+  return packets == 1 && !front.empty() ? 0 : packets;
 }
 
 int good_frames(byte_view front) {
@@ -72,13 +62,14 @@ int good_frames(byte_view front) {
 
 }  // namespace
 
-// The first bytes of frames make a chain of unframed packets more often than one would think.
+// The first bytes of frames make a chain of unframed packets more often than one would think, and
+// a frame that is not escaped begins like a bare packet.
 recognised recognise(byte_view front) {
   if (const auto header = qmdl2_header(front); header != 0) return {capture_kind::hdlc, header};
   const int frames = good_frames(front);
   if (frames >= enough_frames) return {};
-  if (is_chain(front, logs_prefix)) return {capture_kind::logs};
-  if (frames == 0 && is_chain(front, bare_prefix)) return {capture_kind::bare};
+  if (packets_in_chain(front, bare_prefix) > frames) return {capture_kind::bare};
+  if (packets_in_chain(front, logs_prefix) > frames) return {capture_kind::logs};
   return {};
 }
 

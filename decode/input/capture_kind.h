@@ -20,7 +20,7 @@ struct recognised {
 };
 
 /// How much of a capture is looked at.
-constexpr std::size_t recognised_from = std::size_t{256} * 1024;
+constexpr std::size_t recognised_from = std::size_t{64} * 1024;
 
 /// `front` is the first recognised_from bytes of a capture, or all there are. What is nothing else
 /// is taken for frames, which may yet come.

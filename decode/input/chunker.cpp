@@ -23,7 +23,6 @@ chunker::chunker(byte_source& from, std::size_t chunk_size)
     : from_(from), chunk_size_(std::max(chunk_size, recognised_from)) {
   rest_.resize(recognised_from);
   rest_.resize(from_.read(rest_));
-  at_end_ = rest_.size() < recognised_from;
   const auto found = recognise(rest_);
   kind_ = found.kind;
   rest_.erase(rest_.begin(), rest_.begin() + static_cast<std::ptrdiff_t>(found.header));
@@ -67,9 +66,10 @@ bool chunker::next(chunk& next) {
     next.size = rest_.size();
     rest_.clear();
     if (!at_end_) {
-      const auto more = from_.read(std::span(next.bytes).subspan(next.size));
+      const auto room = std::span(next.bytes).subspan(next.size);
+      const auto more = from_.read(room);
       next.size += more;
-      at_end_ = next.size < next.bytes.size();
+      at_end_ = more == 0 && !room.empty();
     }
     if (dropping_) drop_endless_frame(next);
     if (at_end_) return next.size > 0 || next.lost_bytes > 0;

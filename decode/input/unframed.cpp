@@ -1,5 +1,6 @@
 #include "decode/input/unframed.h"
 
+#include "protocol/hdlc.h"
 #include "protocol/log_packet.h"
 
 namespace decode {
@@ -10,20 +11,41 @@ using protocol::byte_view;
 using protocol::load_le;
 
 constexpr std::size_t header_size = 12;
+constexpr std::size_t time_at = 4;
+
+/// Of the upper 16 bits of times: until 2153. What is no packet has more, as a rule.
+constexpr unsigned last_time = 0x0400;
+
+/// That follow each other before bytes are taken for packets again.
+constexpr int enough_headers = 3;
 
 enum class header : std::uint8_t { good, bad, unfinished };
 
 header look_at(byte_view bytes, std::size_t prefix, std::size_t& length) {
   if (bytes.size() < prefix + header_size) return header::unfinished;
   length = load_le<std::uint16_t>(bytes.subspan(prefix));
-  if (length < header_size || load_le<std::uint16_t>(bytes.subspan(prefix + 2)) == 0) {
+  if (length < header_size || length > protocol::hdlc::max_packet_size ||
+      load_le<std::uint16_t>(bytes.subspan(prefix + 2)) == 0) {
     return header::bad;
   }
   if (prefix != 0 && (bytes[0] != protocol::diag::log_code ||
                       load_le<std::uint16_t>(bytes.subspan(2)) != length)) {
     return header::bad;
   }
+  if (load_le<std::uint16_t>(bytes.subspan(prefix + time_at + 6)) >= last_time) return header::bad;
   return header::good;
+}
+
+/// False when the bytes are too few to hold the first packet.
+bool packets_follow(byte_view bytes, std::size_t prefix) {
+  for (int i = 0; i < enough_headers; ++i) {
+    std::size_t length = 0;
+    const auto found = look_at(bytes, prefix, length);
+    if (found != header::good) return found == header::unfinished && i > 0;
+    if (bytes.size() < prefix + length) return i > 0;
+    bytes = bytes.subspan(prefix + length);
+  }
+  return true;
 }
 
 }  // namespace
@@ -37,12 +59,8 @@ std::optional<byte_view> next_unframed(byte_view& bytes, std::size_t prefix,
     if (found == header::unfinished) return std::nullopt;
     if (found == header::bad) continue;
     const std::size_t whole = prefix + length;
-    if (bytes.size() < whole) {
-      if (in_step) return std::nullopt;
-      continue;
-    }
-    std::size_t next_length = 0;
-    if (!in_step && look_at(bytes.subspan(whole), prefix, next_length) == header::bad) continue;
+    if (in_step && bytes.size() < whole) return std::nullopt;
+    if (!in_step && !packets_follow(bytes, prefix)) continue;
     const auto packet = bytes.subspan(prefix, length);
     bytes = bytes.subspan(whole);
     return packet;

@@ -1,6 +1,8 @@
 // The parsers' own lines, with or without the packet's time and radio in front.
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include "decode/output/file_output.h"
 #include "decode/output/record_output.h"
 #include "decode/output/time_text.h"
@@ -17,10 +19,14 @@ class text_lines final : public record_writer {
               std::span<const std::uint8_t> /*data*/) override {}
 
   void lines(const packet_source& source, std::string_view text) override {
-    if (with_time_) {
-      text_.append(fmt::format("{} {}: ", time_text(source.time), source.radio));
+    if (!with_time_) return text_.append(text);
+    const auto front = fmt::format("{} {}: ", time_text(source.time), source.radio);
+    while (!text.empty()) {
+      const auto line = text.substr(0, std::min(text.find('\n'), text.size() - 1) + 1);
+      text_.append(front);
+      text_.append(line);
+      text.remove_prefix(line.size());
     }
-    text_.append(text);
   }
 
   void flush() override {

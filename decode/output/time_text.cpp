@@ -32,7 +32,9 @@ bool take(std::string_view& text, char mark) {
 }  // namespace
 
 void time_writer::write(std::int64_t unix_microseconds, char* out) {
-  const auto time = sys_time<microseconds>(microseconds(unix_microseconds));
+  // A damaged time may be beyond the years that have four digits.
+  constexpr auto last = sys_days(year(9999) / 12 / 31) + days(1) - microseconds(1);
+  const auto time = std::min(sys_time<microseconds>(microseconds(unix_microseconds)), last);
   const auto second = floor<seconds>(time);
   if (second.time_since_epoch().count() != second_) {
     second_ = second.time_since_epoch().count();

@@ -1,0 +1,91 @@
+// Whatever a capture holds: nothing is read or written out of bounds, no byte is decoded and
+// counted as lost too, threads change nothing, and every line is an object of its own.
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "decode/pipeline.h"
+#include "platform/linux/file_descriptor.h"
+
+namespace {
+
+class memory_source final : public decode::byte_source {
+ public:
+  explicit memory_source(std::span<const std::uint8_t> content) : rest_(content) {}
+
+  std::size_t read(std::span<std::uint8_t> out) override {
+    const auto count = std::min(out.size(), rest_.size());
+    std::copy_n(rest_.begin(), count, out.begin());
+    rest_ = rest_.subspan(count);
+    return count;
+  }
+  [[nodiscard]] std::uint64_t consumed() const override { return 0; }
+
+ private:
+  std::span<const std::uint8_t> rest_;
+};
+
+decode::summary decode_to(decode::record_store& store, std::span<const std::uint8_t> capture,
+                          unsigned threads) {
+  memory_source source(capture);
+  const decode::pipeline_options how{
+      .threads = threads, .wanted = decode::filter::all(), .progress = {}};
+  decode::pipeline one(how, store);
+  decode::chunker chunks(source, decode::chunk_size);
+  one.run(chunks);
+  return one.counts();
+}
+
+std::string json_lines(std::span<const std::uint8_t> capture, unsigned threads) {
+  static const platform::file_descriptor file(::memfd_create("lines", MFD_CLOEXEC));
+  if (::ftruncate(file.get(), 0) != 0 || ::lseek(file.get(), 0, SEEK_SET) != 0) __builtin_trap();
+  const auto store = decode::json_lines_store(file.get(), true);
+  static_cast<void>(decode_to(*store, capture, threads));
+  std::string text(static_cast<std::size_t>(::lseek(file.get(), 0, SEEK_CUR)), ' ');
+  if (::pread(file.get(), text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) {
+    __builtin_trap();
+  }
+  return text;
+}
+
+/// Braces and brackets close, quotes pair: enough for text that has no escapes.
+bool is_object(std::string_view line) {
+  int depth = 0;
+  bool quoted = false;
+  for (const char& c : line) {
+    if (static_cast<unsigned char>(c) < 0x20 || c == '\\') return false;
+    if (c == '"') quoted = !quoted;
+    if (quoted) continue;
+    if (c == '{' || c == '[') ++depth;
+    if (c == '}' || c == ']') --depth;
+    if (depth == 0 && &c != &line.back()) return false;
+  }
+  return depth == 0 && !quoted && line.starts_with('{');
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::span capture(data, size);
+  const auto none = decode::no_store();
+  const auto counts = decode_to(*none, capture, 1);
+  if (counts.skipped_bytes > size) __builtin_trap();
+  if (counts.frames > 0 && counts.skipped_bytes >= size) __builtin_trap();
+  static_cast<void>(decode::to_text(counts, 1));
+
+  const auto lines = json_lines(capture, 1);
+  for (std::string_view rest = lines; !rest.empty();) {
+    const auto end = rest.find('\n');
+    if (end == std::string_view::npos || !is_object(rest.substr(0, end))) __builtin_trap();
+    rest.remove_prefix(end + 1);
+  }
+  // More than one chunk takes more than most inputs have.
+  if (size > decode::chunk_size && json_lines(capture, 2) != lines) __builtin_trap();
+  return 0;
+}

@@ -1,0 +1,407 @@
+// tvk-decode as its users run it: captures of every form, filters, formats and a live port.
+#include <archive.h>
+#include <archive_entry.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "support/bytes.h"
+#include "support/hand_diag.h"
+#include "support/process.h"
+#include "support/simulated_modem.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using support::background_process;
+using support::bytes;
+using support::diag_frame;
+using support::hand_diag;
+using support::hex;
+using support::operator+;
+
+// 2016-03-23T21:55:49.772582Z and a tick of 1.25 ms later.
+const bytes cell_info =
+    hex("1000 2900 2900 C2B0 BE0C0A9E34DDD400 "
+        "032101D0030000204A000019190C506300FBA402000000360103040101");
+const bytes voice =
+    hex("1000 2500 2500 6815 BE0C0B9E34DDD400 0D013412D4C3B2A100710200010021002000000F0008010000");
+const std::string cell_info_line =
+    R"({"time":"2016-03-23T21:55:49.772582Z","radio":1,"log":"0xB0C2",)"
+    R"("name":"lte_rrc_serving_cell_info","data_id":129,"version":3,"mcc":310,"mnc_num":3,)"
+    R"("mnc":260,"tac":42235,"cgi":6508556,"pci":289,"freq_band_ind":2,"dl_earfcn":976,)"
+    R"("dl_bw_RB":25,"ul_earfcn":18976,"ul_bw_RB":25,"allow_access":1})"
+    "\n";
+std::string voice_line(int radio = 1) {
+  return R"({"time":"2016-03-23T21:55:49.773832Z","radio":)" + std::to_string(radio) +
+         R"(,"log":"0x1568","name":"ims_rtp_sn_and_payload","data_id":136,"version":13,)"
+         R"("codec_type":1,"frame_type":8})"
+         "\n";
+}
+
+// Every form of payload and of time: 1606 with one byte, 1428 with a counted one, 631 with two,
+// 1429 with none, and 1430 whose two bytes of time have wrapped.
+const bytes events =
+    hex("60 2700  4626 BE0C0A9E34DDD400 04  94E5 0C0A 04 01020304  77C2 0D0A 0102  9585 0C0A"
+        "96E5 0B00 04 0A000000");
+const std::string events_lines =
+    R"({"time":"2016-03-23T21:55:49.772582Z","radio":1,"event":1606,"name":"lte_rrc_state",)"
+    R"("data_id":5,"rrc_state":4})"
+    "\n"
+    R"({"time":"2016-03-23T21:55:49.772582Z","radio":1,"event":1606,)"
+    R"("name":"lte_rrc_state_change","data_id":127,"rrc_active_time":0,"rrc_setup_count":1,)"
+    R"("rrc_setup":1})"
+    "\n"
+    R"({"time":"2016-03-23T21:55:49.772578Z","radio":1,"event":1428,)"
+    R"("name":"ims_sip_session_start","data_id":119,"sip_call_id":67305985})"
+    "\n"
+    R"({"time":"2016-03-23T21:55:49.772584Z","radio":1,"event":631,"name":"cm_call_end",)"
+    R"("data_id":118,"num_calls":1,"call_id":2})"
+    "\n"
+    R"({"time":"2016-03-23T21:55:50.080071Z","radio":1,"event":1430,)"
+    R"("name":"ims_sip_session_established","data_id":121,"sip_call_id":10})"
+    "\n";
+
+const bytes radio_two = hex("98010000 02000000");
+const bytes capture = diag_frame(cell_info) + diag_frame(hex("92 00*30")) +
+                      diag_frame(radio_two + voice) + diag_frame(events);
+const std::string capture_lines = cell_info_line + voice_line(2) + events_lines;
+
+support::process_result decode(std::vector<std::string> arguments) {
+  return support::run(TVK_DECODE_PROGRAM, arguments);
+}
+
+std::string read_file(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+/// Packed by `filter`, ARCHIVE_FILTER_...
+void write_file(const std::string& path, const bytes& content, int filter = ARCHIVE_FILTER_NONE) {
+  auto* const out = archive_write_new();
+  archive_write_add_filter(out, filter);
+  archive_write_set_format_raw(out);
+  ASSERT_EQ(archive_write_open_filename(out, path.c_str()), ARCHIVE_OK);
+  auto* const entry = archive_entry_new();
+  archive_entry_set_filetype(entry, AE_IFREG);
+  archive_write_header(out, entry);
+  EXPECT_EQ(archive_write_data(out, content.data(), content.size()),
+            static_cast<la_ssize_t>(content.size()));
+  archive_entry_free(entry);
+  archive_write_free(out);
+}
+
+class tvk_decode : public testing::Test {
+ protected:
+  std::string made(const std::string& name, const bytes& content, int filter = 0) {
+    write_file(dir_.file(name), content, filter);
+    return dir_.file(name);
+  }
+
+  support::temp_dir dir_;
+};
+
+TEST_F(tvk_decode, a_capture_gives_the_same_records_in_every_form) {
+  const bytes guid = hex("00*16");
+  const bytes header = hex("4D000000 02 01 01000000") + guid + hex("01000000 05 41*30") + guid;
+  const bytes stuffed = hex("AA*40 7E 7E") + capture;  // begins within a frame
+  for (const auto& path : {made("a.bin", capture), made("a.qmdl.gz", capture, ARCHIVE_FILTER_GZIP),
+                           made("a.zst", capture, ARCHIVE_FILTER_ZSTD),
+                           made("a.qmdl2", header + capture), made("a.mi2log", stuffed)}) {
+    const auto got = decode({"-f", "jsonl", path});
+    EXPECT_EQ(got.output, capture_lines) << path;
+    EXPECT_EQ(got.errors, "") << path;
+    EXPECT_EQ(got.exit_status, 0) << path;
+  }
+  const auto inner = [](const bytes& log) { return bytes(log.begin() + 4, log.end()); };
+  for (const auto& path :
+       {made("a.dlf", inner(cell_info) + inner(voice)), made("a.hdf", cell_info + voice),
+        made("b.dlf", inner(cell_info) + inner(voice) + hex("25006815"))}) {
+    EXPECT_EQ(decode({"-f", "jsonl", path}).output, cell_info_line + voice_line()) << path;
+  }
+  // Several, in their order; of a directory in the order of names, other files told.
+  std::filesystem::create_directory(dir_.file("more"));
+  std::filesystem::create_directory(dir_.file("more/below"));
+  made("more/below/2.qmdl", diag_frame(voice));
+  made("more/1.qmdl", diag_frame(cell_info));
+  made("more/notes.txt", hex("41*40"));
+  const auto got = decode({"-f", "jsonl", made("e.qmdl", diag_frame(events)), dir_.file("more")});
+  EXPECT_EQ(got.output, events_lines + cell_info_line + voice_line());
+  EXPECT_EQ(got.errors, "tvk-decode: " + dir_.file("more/notes.txt") + ": no diagnostic packets\n");
+  EXPECT_EQ(got.exit_status, 0);
+}
+
+TEST_F(tvk_decode, standard_input_is_a_capture) {
+  const auto got = support::run(
+      "/bin/sh", {"-c", "exec \"$0\" -f jsonl - < \"$1\"", TVK_DECODE_PROGRAM, made("a", capture)});
+  if (got.exit_status == 126) GTEST_SKIP() << "the shell does not run programs of a cross build";
+  EXPECT_EQ(got.output, capture_lines);
+}
+
+TEST_F(tvk_decode, filters_and_formats) {
+  const auto path = made("a.qmdl", capture);
+  const auto lines = [&](std::vector<std::string> filters) {
+    filters.insert(filters.begin(), {"-f", "jsonl"});
+    filters.push_back(path);
+    return decode(filters).output;
+  };
+  EXPECT_EQ(lines({"--code", "0x1568,0xb062"}), voice_line(2));
+  EXPECT_EQ(lines({"--code", "45250", "--event", "9999"}), "");  // wrong usage
+  EXPECT_EQ(lines({"--radio", "2"}), voice_line(2));
+  EXPECT_EQ(lines({"--data-id", "129"}), cell_info_line);
+  EXPECT_EQ(lines({"--from", "2016-03-23T21:55:49.773832", "--to", "2016-03-23T21:55:50"}),
+            voice_line(2));
+  const auto established = events_lines.rfind("{\"time");
+  EXPECT_EQ(lines({"--event", "1430"}), events_lines.substr(established));
+
+  const auto text = decode({"--time", "--code", "0xB0C2", path}).output;
+  EXPECT_EQ(text,
+            "2016-03-23T21:55:49.772582Z 1: modem_stats_diag_process_log_ex: log_id 0xb0c2, "
+            "length 29, sub_id = 0\n"
+            "2016-03-23T21:55:49.772582Z 1: version = 3, mcc = 310, mnc_num 3, mnc 260, "
+            "tac 42235, cgi 6508556, pci 289\n"
+            "2016-03-23T21:55:49.772582Z 1: freq_band_ind = 2, dl_earfcn = 976, dl_bw 25, "
+            "ul_earfcn 18976, ul_bw 25, allow_access 1\n");
+  EXPECT_EQ(decode({"-f", "csv", "--raw", "-o", dir_.file("csv"), path}).exit_status, 0);
+  EXPECT_EQ(read_file(dir_.file("csv/ims_rtp_sn_and_payload.csv")),
+            "time,radio,source,version,codec_type,frame_type,raw\n"
+            "2016-03-23T21:55:49.773832Z,2,0x1568,13,1,8,0d0108\n");
+  EXPECT_EQ(read_file(dir_.file("csv/cm_call_end.csv")),
+            "time,radio,source,num_calls,call_id,raw\n"
+            "2016-03-23T21:55:49.772584Z,1,631,1,2,0102\n");
+}
+
+TEST_F(tvk_decode, what_was_lost_or_refused_is_told) {
+  bytes version = cell_info;
+  version[16] = 9;
+  bytes invalid = cell_info;
+  invalid[18] = 0x7F;  // a cell identity beyond 503
+  bytes damaged = diag_frame(voice);
+  damaged[9] ^= 1;
+  const auto path = made("a", diag_frame(version) + diag_frame(invalid) + damaged + capture);
+  const auto got = decode({"-f", "none", "--summary", "--strict", path});
+  EXPECT_EQ(got.exit_status, 1);
+  for (const char* line :
+       {"\nframes                   6\n", "\nbad CRC                  1\n",
+        "\nbytes skipped            44\n", "\nwith radio prefix        1\n",
+        "\ntime                     2016-03-23T21:55:49.772578Z to "
+        "2016-03-23T21:55:50.080071Z\n",
+        "\n0xB0C2 version 3: 1 decoded, 1 value not valid\n",
+        "\n0xB0C2 version 9: 1 version not supported\n", "\nevent 1429 version 0: 1 too short\n"}) {
+    EXPECT_NE(got.output.find(line), std::string::npos) << line << got.output;
+  }
+  EXPECT_EQ(decode({"-f", "none", "--strict", made("b", diag_frame(voice))}).exit_status, 0);
+
+  made("cut.gz", bytes(capture), ARCHIVE_FILTER_GZIP);
+  std::filesystem::resize_file(dir_.file("cut.gz"),
+                               std::filesystem::file_size(dir_.file("cut.gz")) - 4);
+  for (const auto& file : {dir_.file("none"), dir_.file("cut.gz"), made("zeros", bytes(99, 1))}) {
+    const auto failed = decode({"-f", "none", file});
+    EXPECT_EQ(failed.exit_status, 1) << file;
+    EXPECT_TRUE(failed.errors.starts_with("tvk-decode: " + file + ": ")) << failed.errors;
+  }
+  EXPECT_EQ(decode({"-f", "jsonl", "-o", "/dev/full", path}).exit_status, 1);
+  for (const std::vector<std::string>& wrong : {std::vector<std::string>{},
+                                                {"-f", "csv", path},
+                                                {"--live", "unix:/x", "-f", "none", path},
+                                                {"--save", "x", path},
+                                                {"--from", "then", path},
+                                                {"-j", "0", path},
+                                                {"--data-id", "3", path}}) {
+    const auto refused = decode(wrong);
+    EXPECT_EQ(refused.exit_status, 2);
+    EXPECT_NE(refused.errors, "");
+  }
+}
+
+TEST_F(tvk_decode, counts_of_real_captures) {
+  const std::filesystem::path folder = TVK_CAPTURES_DIR;
+  if (!std::filesystem::exists(folder)) GTEST_SKIP() << folder << " is not there";
+  std::ifstream file(folder / "expected/frames.json");
+  const auto expected = nlohmann::json::parse(file);
+  std::string all_lines;
+  std::vector<std::string> paths;
+  for (const auto& [name, counts] : expected.items()) {
+    const std::string path = folder / name;
+    paths.push_back(path);
+    std::istringstream summary(decode({"-f", "none", "--summary", path}).output);
+    std::map<std::string, std::uint64_t> told;
+    for (std::string line; std::getline(summary, line);) {
+      const auto blank = line.find_last_of(' ');
+      const auto end = line.find_last_not_of(' ', blank);
+      try {
+        told[line.substr(0, end + 1)] = std::stoull(line.substr(blank + 1));
+      } catch (const std::invalid_argument&) {  // a version line
+      }
+    }
+    EXPECT_EQ(told["bytes"], counts["bytes"]) << name;
+    EXPECT_EQ(told["frames"], counts["frames"]) << name;
+    EXPECT_EQ(told["bad CRC"] + told["bytes skipped"] + told["damaged packets"], 0U) << name;
+    EXPECT_EQ(told["with radio prefix"], counts["multi_radio_prefix"]) << name;
+    std::size_t listed = 0;
+    for (const auto& [kind, prefix] : {std::pair("messages", "message 0x"),
+                                       std::pair("logs", "log "), std::pair("events", "event ")}) {
+      for (const auto& [key, count] : counts[kind].items()) {
+        std::string number = key;  // in the file with any case
+        if (number.find('x') == std::string::npos) {
+          std::ranges::transform(number, number.begin(), [](unsigned char c) {
+            return static_cast<char>(std::toupper(c));
+          });
+        }
+        EXPECT_EQ(told[prefix + number], count) << name << " " << prefix << key;
+        ++listed;
+      }
+    }
+    EXPECT_EQ(std::ranges::count_if(told,
+                                    [](const auto& one) {
+                                      return one.first.starts_with("message ") ||
+                                             one.first.starts_with("log ") ||
+                                             one.first.starts_with("event ");
+                                    }),
+              listed)
+        << name;
+  }
+  paths.insert(paths.begin(), {"-f", "jsonl", "-j", "1"});
+  all_lines = decode(paths).output;
+  std::istringstream lines(all_lines);
+  std::size_t count = 0;
+  for (std::string line; std::getline(lines, line); ++count) {
+    const auto record = nlohmann::json::parse(line);  // throws when it is not strict
+    EXPECT_TRUE(record.is_object() && record.contains("data_id")) << line;
+  }
+  EXPECT_GT(count, 2900U);
+  paths[3] = "4";
+  EXPECT_TRUE(decode(paths).output == all_lines);
+}
+
+/// Answers as a modem with logs 0x1000 to 0x1FFF and 0xB000 to 0xBFFF and all events, of which some
+/// are on already.
+class live_port {
+ public:
+  live_port() {
+    port_.on_request([this](const bytes& request) { answer(request); });
+  }
+
+  std::vector<std::string> arguments(std::vector<std::string> more) const {
+    more.insert(more.begin(), {"--live", port_.endpoint(), "-f", "jsonl"});
+    return more;
+  }
+  hand_diag& port() { return port_; }
+
+  /// Waits until the requests so far hold `count` that begin with `front`.
+  bool wait_for(const bytes& front, std::size_t count) const {
+    for (int i = 0; i < 200; ++i) {
+      if (beginning_with(front).size() >= count) return true;
+      std::this_thread::sleep_for(25ms);
+    }
+    return false;
+  }
+
+  std::vector<bytes> beginning_with(const bytes& front) const {
+    auto all = port_.requests();
+    std::erase_if(all, [&](const bytes& one) {
+      return one.size() < front.size() || !std::equal(front.begin(), front.end(), one.begin());
+    });
+    return all;
+  }
+
+  static bytes answer_to(const bytes& request) {
+    if (request[0] == 0x60) return hex("60 0000");
+    if (request[0] == 0x81) return hex("81 00 0000 0010 00*511 80");
+    if (request[0] == 0x82)
+      return hex("82 00 0000 0010") + bytes(request.begin() + 6, request.end());
+    const auto done = bytes(request.begin(), request.begin() + 8) + hex("00000000");
+    if (request[4] == 1) return done + hex("00*4 00100000 00*36 00100000 00*16");
+    const bytes which(request.begin() + 8, request.begin() + 12);
+    if (request[4] == 4) return done + which + hex("00100000 01 00*511");
+    return done + bytes(request.begin() + 8, request.end());
+  }
+
+ private:
+  void answer(const bytes& request) {
+    const bytes wire = diag_frame(answer_to(request));
+    port_.write(wire);
+  }
+
+  hand_diag port_;
+};
+
+const bytes reports_on = hex("60 01");
+const bytes reports_off = hex("60 00");
+
+TEST_F(tvk_decode, live_asks_saves_comes_back_and_takes_its_requests_back) {
+  live_port modem;
+  background_process live(TVK_DECODE_PROGRAM, modem.arguments({"--save", dir_.file("s.qmdl"), "-o",
+                                                               dir_.file("lines"), "--summary"}));
+  ASSERT_TRUE(modem.wait_for(reports_on, 1));
+  const auto masks = modem.beginning_with(hex("73000000 03000000 0B000000"));
+  ASSERT_EQ(masks.size(), 1U);
+  EXPECT_EQ(masks[0][16 + 0x0C2 / 8], 0x04);  // 0xB0C2 and no neighbour
+  EXPECT_EQ(masks[0][16], 0x01);              // what others asked for stays
+  const auto wanted = modem.beginning_with(hex("82"));
+  ASSERT_EQ(wanted.size(), 1U);
+  EXPECT_EQ(wanted[0][6 + 1606 / 8] & 1 << 1606 % 8, 1 << 1606 % 8);
+  EXPECT_EQ(wanted[0].back(), 0x80);
+
+  modem.port().write(capture + hex("01020304057E"));
+  for (int i = 0; i < 200 && read_file(dir_.file("lines")) != capture_lines; ++i) {
+    std::this_thread::sleep_for(25ms);
+  }
+  modem.port().close_connection();
+  EXPECT_TRUE(live.wait_for_error_text("the port is gone; waiting for it"));
+  EXPECT_TRUE(live.wait_for_error_text("the port is back"));
+  ASSERT_TRUE(modem.wait_for(reports_on, 2));
+  modem.port().write(diag_frame(voice));
+  for (int i = 0; i < 200 && read_file(dir_.file("lines")) == capture_lines; ++i) {
+    std::this_thread::sleep_for(25ms);
+  }
+  live.send_signal(SIGINT);
+  const auto ended = live.wait();
+  EXPECT_EQ(ended.exit_status, 0);
+  EXPECT_EQ(read_file(dir_.file("lines")), capture_lines + voice_line());
+  EXPECT_NE(ended.errors.find("\nbad CRC                  1\n"), std::string::npos) << ended.errors;
+
+  EXPECT_EQ(modem.beginning_with(reports_off).size(), 1U);
+  EXPECT_EQ(modem.beginning_with(hex("82")).back(), hex("82 00 0000 0010 00*511 80"));
+  EXPECT_EQ(modem.beginning_with(hex("73000000 03000000 0B000000")).back(),
+            hex("73000000 03000000 0B000000 00100000 01 00*511"));
+  const auto saved = read_file(dir_.file("s.qmdl"));
+  const std::string in_saved(capture.begin(), capture.end());
+  EXPECT_NE(saved.find(in_saved), std::string::npos);
+  EXPECT_EQ(decode({"-f", "jsonl", dir_.file("s.qmdl")}).output, capture_lines + voice_line());
+}
+
+TEST_F(tvk_decode, live_from_a_simulated_modem_as_from_its_file) {
+  bytes many;
+  for (int i = 0; i < 300; ++i) many = many + diag_frame(cell_info) + diag_frame(events);
+  const auto path = made("play.qmdl", many);
+  const auto expected = decode({"-f", "jsonl", path}).output;
+  support::simulated_modem modem({}, support::simulated_modem::begin::at_once,
+                                 {"--play", path, "--rate", "0"});
+  const auto diag =
+      "unix:" + std::filesystem::path(modem.socket()).replace_filename("diag.sock").string();
+  background_process live(TVK_DECODE_PROGRAM, {"--live", diag, "-f", "jsonl", "--save",
+                                               dir_.file("s.qmdl"), "-o", dir_.file("lines")});
+  for (int i = 0; i < 400 && read_file(dir_.file("lines")).size() < expected.size(); ++i) {
+    std::this_thread::sleep_for(25ms);
+  }
+  live.send_signal(SIGTERM);
+  EXPECT_EQ(live.wait().exit_status, 0);
+  EXPECT_TRUE(read_file(dir_.file("lines")) == expected);
+  EXPECT_TRUE(decode({"-f", "jsonl", dir_.file("s.qmdl")}).output == expected);
+}
+
+}  // namespace

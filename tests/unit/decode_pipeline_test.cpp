@@ -1,0 +1,219 @@
+// Captures in memory through the pipeline: damage, ends and threads.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "decode/output/time_text.h"
+#include "decode/pipeline.h"
+#include "support/bytes.h"
+#include "support/hand_diag.h"
+
+namespace {
+
+using decode::summary;
+using support::bytes;
+using support::diag_frame;
+using support::hex;
+using support::operator+;
+
+/// Gives what it has in reads that are as long as asked.
+class memory_source final : public decode::byte_source {
+ public:
+  explicit memory_source(const bytes& content) : rest_(content) {}
+
+  std::size_t read(std::span<std::uint8_t> out) override {
+    const auto count = std::min(out.size(), rest_.size());
+    std::copy_n(rest_.begin(), count, out.begin());
+    rest_ = rest_.subspan(count);
+    return count;
+  }
+  [[nodiscard]] std::uint64_t consumed() const override { return 0; }
+
+ private:
+  std::span<const std::uint8_t> rest_;
+};
+
+/// Each record as its time in microseconds, data id and bytes, in the order they are flushed.
+class list_store final : public decode::record_store {
+ public:
+  std::unique_ptr<decode::record_writer> make_writer() override {
+    return std::make_unique<writer>(*this);
+  }
+
+  std::string list;
+
+ private:
+  class writer final : public decode::record_writer {
+   public:
+    explicit writer(list_store& to) : to_(to) {}
+    void record(const decode::packet_source& source, const modem_stats::record_schema& schema,
+                std::span<const std::uint8_t> data) override {
+      text_ += std::to_string(source.time) + " " + std::to_string(schema.id);
+      for (const auto byte : data) text_ += " " + std::to_string(byte);
+      text_ += "\n";
+    }
+    void flush() override {
+      to_.list += text_;
+      text_.clear();
+    }
+    void clear() override { text_.clear(); }
+
+   private:
+    list_store& to_;
+    std::string text_;
+  };
+};
+
+struct decoded {
+  std::string records;
+  summary counts;
+};
+
+decoded decode_all(const bytes& capture, unsigned threads = 1) {
+  memory_source source(capture);
+  list_store store;
+  const decode::pipeline_options how{
+      .threads = threads, .wanted = decode::filter::all(), .progress = {}};
+  decode::pipeline one(how, store);
+  decode::chunker chunks(source, decode::chunk_size);
+  one.run(chunks);
+  return {store.list, one.counts()};
+}
+
+/// A 0x1568 log whose codec type is `number`.
+bytes packet(std::uint8_t number) {
+  return hex("1000 2500 2500 6815 BE0C0A9E34DDD400 0D013412D4C3B2A100710200") + bytes{number} +
+         hex("0021002000000F0008010000");
+}
+std::string record(std::uint8_t number) {
+  return "1458770149772582 136 13 " + std::to_string(number) + " 8\n";
+}
+
+bytes rrc_state(std::uint8_t state) {
+  return diag_frame(hex("60 0B00 4626 BE0C0A9E34DDD400") + bytes{state});
+}
+
+bytes many(const bytes& one, std::size_t times) {
+  bytes all;
+  for (std::size_t i = 0; i < times; ++i) all.insert(all.end(), one.begin(), one.end());
+  return all;
+}
+
+/// Something that is no packet and takes more than a chunk.
+bytes junk(std::size_t size) {
+  bytes made(size);
+  std::uint32_t state = 1;
+  for (auto& byte : made) {
+    state = state * 1664525 + 1013904223;
+    byte = static_cast<std::uint8_t>(state >> 24);
+  }
+  return made;
+}
+
+TEST(pipeline, a_capture_cut_anywhere_gives_its_whole_frames) {
+  const bytes frame = diag_frame(packet(3));
+  const bytes capture = many(frame, 4);
+  for (std::size_t size = 2 * frame.size(); size <= capture.size(); ++size) {
+    const auto got = decode_all({capture.begin(), capture.begin() + static_cast<long>(size)});
+    const auto whole = size / frame.size();
+    EXPECT_EQ(got.counts.frames, whole) << size;
+    EXPECT_EQ(got.counts.records[136], whole) << size;
+    EXPECT_EQ(got.counts.skipped_bytes, size % frame.size()) << size;
+    EXPECT_EQ(got.counts.has_rejections(), size % frame.size() != 0) << size;
+  }
+}
+
+TEST(pipeline, one_damaged_byte_loses_its_frame_only) {
+  const bytes frame = diag_frame(packet(3));
+  for (std::size_t at = 0; at < frame.size(); ++at) {
+    bytes damaged = frame;
+    damaged[at] ^= 0x01;
+    const auto got = decode_all(diag_frame(packet(1)) + damaged + many(diag_frame(packet(2)), 2));
+    // Without its terminator it takes the next one with it.
+    const bool joined = at + 1 == frame.size();
+    EXPECT_EQ(got.records, record(1) + record(2) + (joined ? "" : record(2))) << at;
+    EXPECT_EQ(got.counts.bad_crc, 1U) << at;
+    EXPECT_EQ(got.counts.skipped_bytes, joined ? 2 * frame.size() : frame.size()) << at;
+  }
+}
+
+TEST(pipeline, other_bytes_and_endless_frames_are_passed_over_and_counted) {
+  const bytes frame = diag_frame(packet(3));
+  const bytes half = many(frame, 2000);
+  auto got = decode_all(half + junk(1 << 20) + hex("7E") + half);
+  EXPECT_EQ(got.counts.frames, 4000U);
+  EXPECT_GT(got.counts.bad_crc, 1000U);
+  EXPECT_GE(got.counts.skipped_bytes, (1U << 20) - 8192U);  // empty frames are not counted
+  EXPECT_LE(got.counts.skipped_bytes, (1U << 20) + 1U);
+
+  for (const std::size_t size : {33'000U, 65'536U, 3'000'000U}) {
+    got = decode_all(half + bytes(size, 0x01) + hex("7E") + half, 2);
+    EXPECT_EQ(got.counts.frames, 4000U) << size;
+    EXPECT_EQ(got.counts.too_long, 1U) << size;
+    EXPECT_EQ(got.counts.skipped_bytes, size + 1) << size;
+  }
+  got = decode_all(half + bytes(3'000'000, 0x01));
+  EXPECT_EQ(got.counts.frames, 2000U);
+  EXPECT_EQ(got.counts.skipped_bytes, 3'000'000U);
+}
+
+TEST(pipeline, packets_without_frames_are_found_again) {
+  const bytes other = hex(
+      "1000 2900 2900 C2B0 BE0C0A9E34DDD400 032101D0030000204A000019190C506300FBA402000000360103040"
+      "101");
+  const auto inner = [](const bytes& bare) { return bytes(bare.begin() + 4, bare.end()); };
+  for (const auto& [one, two] :
+       {std::pair(packet(3), other), std::pair(inner(packet(3)), inner(other))}) {
+    const bytes half = many(one + two + two, 1500);
+    const auto got = decode_all(half + junk(1 << 20) + half);
+    // What looks like headers among the other bytes may take packets behind them with it.
+    EXPECT_GE(got.counts.records[136], 2900U);
+    EXPECT_GE(got.counts.records[129], 5800U);
+    EXPECT_GE(got.counts.skipped_bytes, 900'000U);
+    const auto cut = decode_all(half + bytes(one.begin(), one.end() - 1));
+    EXPECT_EQ(cut.counts.frames, 4500U);
+    EXPECT_EQ(cut.counts.skipped_bytes, one.size() - 1);
+  }
+}
+
+// Record 127 is made where a connection comes up: the state before may be chunks away.
+TEST(pipeline, threads_give_what_one_thread_gives) {
+  const bytes filler = many(diag_frame(packet(3)), 2000);  // more than a chunk
+  bytes capture;
+  std::string expected;
+  const std::string connected = "1458770149772582 5 4\n";
+  const std::string came_up = "1458770149772582 127 0 0 0 0 1 0 0 0 1\n";
+  const std::string between = [] {
+    std::string text;
+    for (int i = 0; i < 2000; ++i) text += record(3);
+    return text;
+  }();
+  for (int i = 0; i < 10; ++i) {
+    capture = capture + rrc_state(2) + filler + rrc_state(4) + filler + filler + rrc_state(4);
+    expected += "1458770149772582 5 2\n" + between + connected + came_up + between + between;
+    expected += connected;
+  }
+  const auto alone = decode_all(capture, 1);
+  EXPECT_TRUE(alone.records == expected);
+  for (const unsigned threads : {2U, 4U, 8U}) {
+    const auto got = decode_all(capture, threads);
+    EXPECT_TRUE(got.records == expected) << threads;
+    EXPECT_EQ(decode::to_text(got.counts, 0), decode::to_text(alone.counts, 0)) << threads;
+  }
+}
+
+TEST(times, as_text_and_back) {
+  EXPECT_EQ(decode::time_text(1458770149772582), "2016-03-23T21:55:49.772582Z");
+  EXPECT_EQ(decode::time_text(0), "1970-01-01T00:00:00.000000Z");
+  EXPECT_EQ(decode::time_text(INT64_C(351843720888320000)), "9999-12-31T23:59:59.999999Z");
+  EXPECT_EQ(decode::parse_time("2016-03-23T21:55:49.772582Z"), 1458770149772582);
+  EXPECT_EQ(decode::parse_time("2016-03-23 21:55"), 1458770100000000);
+  EXPECT_EQ(decode::parse_time("2016-02-29"), 1456704000000000);
+  for (const char* bad : {"", "2016", "2015-02-29", "2016-03-23T24:00", "2016-03-23x",
+                          "2016-03-23T21:55:49.", "2016-03-23T21:55:49.1234567", "-016-03-23"}) {
+    EXPECT_EQ(decode::parse_time(bad), std::nullopt) << bad;
+  }
+}
+
+}  // namespace
