@@ -13,8 +13,12 @@ packages_to_check=(
   libsqlitecpp-dev:arm64
 )
 
+# A package may be there for both architectures: unless it says which, this machine's counts.
 is_installed() {
-  [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+  local architecture=$(dpkg --print-architecture)
+  [[ $1 == *:* ]] && architecture=${1#*:}
+  dpkg-query -W -f='${Architecture} ${db:Status-Status}\n' "${1%:*}" 2>/dev/null |
+    grep -qxE "($architecture|all) installed"
 }
 
 install_packages() {

@@ -21,7 +21,7 @@ struct walk {
 };
 
 constexpr unsigned bits(u8 octet, unsigned first, unsigned width) {
-  return (octet >> first) & ((1U << width) - 1U);
+  return (unsigned{octet} >> first) & ((1U << width) - 1U);
 }
 
 void short_bsr(walk& to, const char* label, bytes body) {
