@@ -33,6 +33,7 @@ struct client {
   }
 
   friend bool operator==(const client&, const client&) = default;
+  friend auto operator<=>(const client&, const client&) = default;
 };
 
 }  // namespace sim

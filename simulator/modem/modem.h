@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include <asio/io_context.hpp>
 
@@ -11,8 +12,11 @@
 #include "simulator/modem/efs_transfers.h"
 #include "simulator/modem/hot_swap_run.h"
 #include "simulator/modem/nv_store.h"
+#include "simulator/modem/pdc_clients.h"
+#include "simulator/modem/pdc_configs.h"
 #include "simulator/modem/settings.h"
 #include "simulator/modem/store.h"
+#include "simulator/service.h"
 
 namespace sim {
 
@@ -24,7 +28,8 @@ struct modem {
         kept(store),
         transfers(efs),
         cards(kept, activity),
-        hot_swap(io, cards) {}
+        hot_swap(io, cards),
+        configs(store) {}
 
   /// What a restart of the modem's firmware forgets.
   void drop_unfinished();
@@ -37,6 +42,11 @@ struct modem {
   sim::activity activity;
   sim::cards cards;
   hot_swap_run hot_swap;
+  pdc_configs configs;
+  sim::pdc_clients pdc_clients;
+
+  /// Left by a request that succeeds: they follow its answer.
+  std::vector<indication> indications;
 
   /// Set by a request: once its answer is on its way the modem restarts.
   bool restart_asked = false;

@@ -11,6 +11,7 @@
 #include "simulator/failure.h"
 #include "simulator/modem/efs_seed.h"
 #include "simulator/modem/nv_seed.h"
+#include "simulator/modem/pdc_seed.h"
 
 namespace sim {
 namespace {
@@ -30,6 +31,13 @@ constexpr const char* items_files_and_settings =
     "  PRIMARY KEY (subscription, path));"
     "CREATE TABLE settings (name TEXT PRIMARY KEY NOT NULL, value INTEGER NOT NULL) WITHOUT ROWID";
 
+constexpr const char* configurations =
+    "CREATE TABLE pdc_configs ("
+    "  number INTEGER PRIMARY KEY, type INTEGER NOT NULL, id BLOB NOT NULL,"
+    "  description TEXT NOT NULL, version INTEGER NOT NULL, data BLOB NOT NULL,"
+    "  is_active INTEGER NOT NULL DEFAULT 0, is_pending INTEGER NOT NULL DEFAULT 0,"
+    "  UNIQUE (type, id))";
+
 struct step {
   const char* tables;
   void (*fill)(SQLite::Database& database);
@@ -43,6 +51,7 @@ constexpr step steps[] = {
        seed_nv_items(database);
        seed_efs_files(database);
      }},
+    {configurations, seed_pdc_configs},
 };
 constexpr int schema_version = std::size(steps);
 
@@ -52,6 +61,7 @@ constexpr const char* expected[] = {
     "SELECT subscription, id, data FROM nv_items",
     "SELECT subscription, path, data FROM efs_files",
     "SELECT name, value FROM settings",
+    "SELECT number, type, id, description, version, data, is_active, is_pending FROM pdc_configs",
 };
 
 int number(SQLite::Database& database, const char* query) {

@@ -1,6 +1,7 @@
 #include "simulator/services/services.h"
 
 #include "simulator/services/extension.h"
+#include "simulator/services/pdc.h"
 #include "simulator/services/sar.h"
 
 namespace sim {
@@ -10,6 +11,7 @@ namespace {
 constexpr service_row services[] = {
     {"extension", extension_service_id, 1, extension_result_tlv, extension_messages},
     {"sar", sar_service_id, 1, no_result_tlv, sar_messages},
+    {"pdc", pdc_service_id_v01, 1, no_result_tlv, pdc_messages},
 };
 
 }  // namespace
