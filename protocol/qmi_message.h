@@ -29,6 +29,7 @@ enum class error : std::uint16_t {
   malformed_message = 1,
   no_memory = 2,
   internal = 3,
+  client_ids_exhausted = 5,
   invalid_client_id = 7,
   no_effect = 26,
   not_provisioned = 16,

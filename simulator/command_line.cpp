@@ -23,6 +23,8 @@ struct raw_options {
   std::vector<std::string> settings;
   std::uint32_t restart_time = 2000;
   std::string at_device;
+  std::string qmux;
+  bool qmi_proxy = false;
 };
 
 std::string not_empty(const std::string& path) {
@@ -52,6 +54,11 @@ void add_options(CLI::App& command, raw_options& options, const std::string& def
   command.add_option("--at-device", options.at_device, "a terminal that answers AT commands")
       ->type_name("PATH")
       ->check(not_empty);
+  command.add_option("--qmux", options.qmux, "a stream socket that speaks QMUX")
+      ->type_name("PATH")
+      ->check(not_empty);
+  command.add_flag("--qmi-proxy", options.qmi_proxy,
+                   "speak QMUX where qmicli -p looks for its proxy");
 }
 
 modem_options checked(const raw_options& raw) {
@@ -62,7 +69,9 @@ modem_options checked(const raw_options& raw) {
                         .faults = {},
                         .settings = {},
                         .restart_time = std::chrono::milliseconds(raw.restart_time),
-                        .at_device = raw.at_device};
+                        .at_device = raw.at_device,
+                        .qmux = raw.qmux,
+                        .qmi_proxy = raw.qmi_proxy};
   for (const std::string& rule : raw.faults) {
     options.faults.push_back(parse_fault_rule(rule, all_services()));
   }

@@ -14,7 +14,9 @@
 #include "simulator/node.h"
 #include "simulator/ports/at_port.h"
 #include "simulator/ports/modem_socket.h"
+#include "simulator/ports/qmux_port.h"
 #include "simulator/ports/qrtr.h"
+#include "simulator/ports/socket_path.h"
 #include "simulator/settable.h"
 #include "simulator/trace.h"
 
@@ -29,6 +31,8 @@ struct modem_options {
   std::vector<chosen_setting> settings;
   std::chrono::milliseconds restart_time{2000};
   std::string at_device;  ///< empty: none
+  std::string qmux;       ///< empty: none
+  bool qmi_proxy = false;
 };
 
 class simulated_modem {
@@ -45,6 +49,9 @@ class simulated_modem {
   dispatcher dispatcher_;
   std::optional<qrtr_port> qrtr_;
   std::optional<at_port> at_;
+  std::optional<socket_path> qmux_path_;
+  std::optional<qmux_port> qmux_;
+  std::optional<qmux_port> proxy_;
 };
 
 }  // namespace sim
