@@ -168,6 +168,7 @@ struct pdc_get_config_info_ind_v01 {
 };
 static_assert(sizeof(pdc_get_config_info_ind_v01) == 288);
 static_assert(offsetof(pdc_get_config_info_ind_v01, config_desc) == 28);
+static_assert(offsetof(pdc_get_config_info_ind_v01, config_version_valid) == 283);
 static_assert(offsetof(pdc_get_config_info_ind_v01, config_version) == 284);
 
 /// Null when a number differs from those the tables were made for.
