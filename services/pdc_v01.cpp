@@ -60,6 +60,14 @@ constexpr std::uint8_t standard_resp[] = {
     0x82, 0x07, 0x00, 0x00, 0x01,  // 0x02, last: standard response
 };
 
+constexpr std::uint8_t change_ind[] = {
+    0x81, 0x07, 0x00, config_type_index, 0x00,  // 0x01, last: type and id
+};
+constexpr std::uint8_t refresh_ind[] = {
+    0x01, 0x02, 0x00,        // 0x01: u32 event
+    0x44, 0x10, 0x02, 0x08,  // 0x10, optional: u32 subscription
+    0xC4, 0x11, 0x02, 0x10,  // 0x11, optional, last: u32 slot
+};
 constexpr std::uint8_t result_ind[] = {
     0x01, 0x05, 0x00,        // 0x01: u16 error
     0xC4, 0x10, 0x02, 0x08,  // 0x10, optional, last: u32 token
@@ -100,6 +108,8 @@ enum : std::uint16_t {
   load_req_index,
   set_feature_req_index,
   resp_index,
+  change_ind_index,
+  refresh_ind_index,
   result_ind_index,
   get_selected_ind_index,
   list_ind_index,
@@ -116,6 +126,8 @@ constexpr qmi_idl_message_table_entry messages[] = {
     {sizeof(pdc_load_config_req_v01), load_req},
     {sizeof(pdc_set_feature_req_v01), set_feature_req},
     {sizeof(pdc_resp_v01), standard_resp},
+    {sizeof(pdc_config_change_ind_v01), change_ind},
+    {sizeof(pdc_refresh_ind_v01), refresh_ind},
     {sizeof(pdc_result_ind_v01), result_ind},
     {sizeof(pdc_get_selected_config_ind_v01), get_selected_ind},
     {sizeof(pdc_list_configs_ind_v01), list_ind},
@@ -152,6 +164,7 @@ constexpr qmi_idl_service_message_table_entry responses[] = {
     {pdc_set_feature_v01, resp_index, max_resp},
 };
 constexpr qmi_idl_service_message_table_entry indications[] = {
+    {pdc_config_change_v01, change_ind_index, 132},
     {pdc_get_selected_config_v01, get_selected_ind_index, 268},
     {pdc_set_selected_config_v01, result_ind_index, 12},
     {pdc_list_configs_v01, list_ind_index, 3245},
@@ -161,6 +174,7 @@ constexpr qmi_idl_service_message_table_entry indications[] = {
     {pdc_get_config_info_v01, get_info_ind_index, 285},
     {pdc_deactivate_config_v01, result_ind_index, 12},
     {pdc_set_feature_v01, result_ind_index, 12},
+    {pdc_refresh_v01, refresh_ind_index, 21},
 };
 
 constexpr qmi_idl_service_object service_object = services::make_object(

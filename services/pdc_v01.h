@@ -10,6 +10,7 @@
 constexpr std::uint32_t pdc_service_id_v01 = 0x24;
 
 constexpr std::uint16_t pdc_register_v01 = 0x0020;
+constexpr std::uint16_t pdc_config_change_v01 = 0x0021;
 constexpr std::uint16_t pdc_get_selected_config_v01 = 0x0022;
 constexpr std::uint16_t pdc_set_selected_config_v01 = 0x0023;
 constexpr std::uint16_t pdc_list_configs_v01 = 0x0024;
@@ -19,6 +20,7 @@ constexpr std::uint16_t pdc_activate_config_v01 = 0x0027;
 constexpr std::uint16_t pdc_get_config_info_v01 = 0x0028;
 constexpr std::uint16_t pdc_deactivate_config_v01 = 0x002B;
 constexpr std::uint16_t pdc_set_feature_v01 = 0x002E;
+constexpr std::uint16_t pdc_refresh_v01 = 0x002F;
 
 constexpr std::uint32_t pdc_config_id_max_v01 = 124;
 constexpr std::uint32_t pdc_config_list_max_v01 = 25;
@@ -102,7 +104,21 @@ struct pdc_resp_v01 {
   qmi_response_type_v01 resp;
 };
 
-// In the indications `error` is a QMI error code, 0 for success.
+/// To those who registered: which configuration is active now.
+struct pdc_config_change_ind_v01 {
+  pdc_config_v01 config;
+};
+
+struct pdc_refresh_ind_v01 {
+  std::uint32_t event;  ///< 0 start, 1 complete, 2 the client is to refresh
+  std::uint8_t subscription_valid;
+  std::uint32_t subscription;
+  std::uint8_t slot_valid;
+  std::uint32_t slot;
+};
+static_assert(sizeof(pdc_refresh_ind_v01) == 20);
+
+// In the other indications `error` is a QMI error code, 0 for success.
 
 /// Set selected, delete, activate, deactivate and set feature.
 struct pdc_result_ind_v01 {

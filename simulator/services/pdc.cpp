@@ -117,7 +117,7 @@ void tell_of_change(modem& state, std::uint32_t type, byte_view id) {
     if (!wishes.hears_of_changes) continue;
     tlv_writer change;
     change.bytes(subject_tlv, bytes_of(type, id));
-    state.indications.push_back({who, pdc_service_id_v01, pdc_config_change, change.take()});
+    state.indications.push_back({who, pdc_service_id_v01, pdc_config_change_v01, change.take()});
   }
 }
 
@@ -126,7 +126,7 @@ void tell_of_refresh(modem& state, refresh what) {
     if (!wishes.hears_of_refreshes) continue;
     tlv_writer event;
     event.integer(subject_tlv, static_cast<std::uint32_t>(what));
-    state.indications.push_back({who, pdc_service_id_v01, pdc_refresh, event.take()});
+    state.indications.push_back({who, pdc_service_id_v01, pdc_refresh_v01, event.take()});
   }
 }
 

@@ -8,9 +8,7 @@
 
 namespace sim {
 
-constexpr std::uint16_t pdc_config_change = 0x0021;
 constexpr std::uint16_t pdc_get_limits = 0x0029;
-constexpr std::uint16_t pdc_refresh = 0x002F;
 
 [[nodiscard]] protocol::qmi::error register_for_configs(const request& asked,
                                                         protocol::qmi::tlv_writer& answer);
@@ -73,7 +71,7 @@ constexpr message_row pdc_message(std::uint16_t id, const char* name, message_ha
 
 inline constexpr message_row pdc_messages[] = {
     pdc_message(pdc_register_v01, "register", register_for_configs, pdc_register_request_tlvs, {}),
-    pdc_message(pdc_config_change, "config change", nullptr, {}, pdc_change_tlvs),
+    pdc_message(pdc_config_change_v01, "config change", nullptr, {}, pdc_change_tlvs),
     pdc_message(pdc_get_selected_config_v01, "get selected config", get_selected_config,
                 pdc_type_request_tlvs, pdc_selected_tlvs),
     pdc_message(pdc_set_selected_config_v01, "set selected config", set_selected_config,
@@ -93,7 +91,7 @@ inline constexpr message_row pdc_messages[] = {
     pdc_message(pdc_deactivate_config_v01, "deactivate config", deactivate_config,
                 pdc_type_request_tlvs, pdc_result_tlvs),
     pdc_message(pdc_set_feature_v01, "set feature", set_config_feature, {}, pdc_result_tlvs),
-    pdc_message(pdc_refresh, "refresh", nullptr, {}, pdc_refresh_tlvs),
+    pdc_message(pdc_refresh_v01, "refresh", nullptr, {}, pdc_refresh_tlvs),
 };
 
 }  // namespace sim

@@ -238,6 +238,7 @@ TEST_F(pdc, every_operation_of_the_simulated_modem_fills_its_slot) {
   EXPECT_EQ(ask(g_pdc_info.select_config, pdc_set_selected_config_v01, of_config(hex("0102"))), -1);
   EXPECT_EQ(ask(g_pdc_info.activate_config, pdc_activate_config_v01, of_type()), -1)
       << "nothing is pending";
+  EXPECT_EQ(send(pdc_register_v01, pdc_register_req_v01{1, 1, 1, 1}), 0);
   EXPECT_EQ(ask(g_pdc_info.select_config, pdc_set_selected_config_v01, of_config(longest_id)), 0);
   EXPECT_EQ(selected(now), 0);
   EXPECT_EQ(id_of(now), generic) << "only pending so far";
@@ -250,6 +251,7 @@ TEST_F(pdc, every_operation_of_the_simulated_modem_fills_its_slot) {
   }
   EXPECT_EQ(selected(now), 0);
   EXPECT_EQ(id_of(now), longest_id);
+  EXPECT_EQ(log().find("failed to"), std::string::npos) << "what was registered for is ignored";
   EXPECT_EQ(ask(g_pdc_info.delete_config, pdc_delete_config_v01, of_deletion(longest_id)),
             refused + 23)
       << "it is active";
