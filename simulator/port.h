@@ -33,7 +33,6 @@ struct client {
   }
 
   friend bool operator==(const client&, const client&) = default;
-  friend auto operator<=>(const client&, const client&) = default;
 };
 
 }  // namespace sim

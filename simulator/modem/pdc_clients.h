@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <tuple>
 #include <vector>
 
 #include "protocol/bytes.h"
@@ -35,15 +36,23 @@ struct pdc_client {
 };
 
 class pdc_clients {
+  struct by_address {
+    bool operator()(const client& left, const client& right) const {
+      return std::tie(left.via, left.at.node, left.at.port) <
+             std::tie(right.via, right.at.node, right.at.port);
+    }
+  };
+  using clients = std::map<client, pdc_client, by_address>;
+
  public:
   [[nodiscard]] pdc_client& of(const client& who) { return clients_[who]; }
-  [[nodiscard]] const std::map<client, pdc_client>& all() const { return clients_; }
+  [[nodiscard]] const clients& all() const { return clients_; }
 
   void drop(const client& who) { clients_.erase(who); }
   void drop_all() { clients_.clear(); }
 
  private:
-  std::map<client, pdc_client> clients_;
+  clients clients_;
 };
 
 }  // namespace sim
