@@ -8,6 +8,7 @@ namespace sim {
 
 void modem::drop_unfinished() {
   transfers.drop_all();
+  pdc_clients.drop_all();
   try {
     hot_swap.stop();
     uicc.restart();

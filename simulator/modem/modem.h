@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include <asio/io_context.hpp>
 
@@ -13,10 +14,13 @@
 #include "simulator/modem/euicc.h"
 #include "simulator/modem/hot_swap_run.h"
 #include "simulator/modem/nv_store.h"
+#include "simulator/modem/pdc_clients.h"
+#include "simulator/modem/pdc_configs.h"
 #include "simulator/modem/radio.h"
 #include "simulator/modem/settings.h"
 #include "simulator/modem/store.h"
 #include "simulator/modem/uicc_slots.h"
+#include "simulator/service.h"
 
 namespace sim {
 
@@ -31,7 +35,8 @@ struct modem {
         cards(kept, activity),
         hot_swap(io, cards),
         euicc(store),
-        uicc(kept, cards, euicc) {}
+        uicc(kept, cards, euicc),
+        configs(store) {}
 
   /// What a restart of the modem's firmware forgets.
   void drop_unfinished();
@@ -51,6 +56,11 @@ struct modem {
 
   /// Bytes of an answer of the factory test.
   std::uint32_t factory_answer = 64;
+  pdc_configs configs;
+  sim::pdc_clients pdc_clients;
+
+  /// Left by a request that succeeds: they follow its answer.
+  std::vector<indication> indications;
 
   /// Set by a request: once its answer is on its way the modem restarts.
   bool restart_asked = false;
