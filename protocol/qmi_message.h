@@ -35,7 +35,9 @@ enum class error : std::uint16_t {
   invalid_service_type = 31,
   invalid_argument = 48,
   invalid_message_id = 57,
+  disabled = 69,
   invalid_qmi_command = 71,
+  information_unavailable = 74,
   not_supported = 94,
 };
 

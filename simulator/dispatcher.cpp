@@ -152,6 +152,9 @@ void dispatcher::restart() {
   trace_.note("the modem restarts");
   modem_.activity.count(event::restart);
   modem_.drop_unfinished();
+  const radio::time now = modem_.radio.now();
+  modem_.radio.turn(false, now);
+  modem_.radio.turn(true, now + restart_time_);
   for (const service_row& service : node_.services()) {
     delayed_.drop_service(service);
     if (!node_.is_up(service) && !returning_.contains(&service)) continue;

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
+#include <optional>
 
 #include "simulator/failure.h"
 #include "simulator/number.h"
@@ -12,9 +14,66 @@
 namespace sim {
 namespace {
 
+constexpr std::int64_t max_32 = std::numeric_limits<std::uint32_t>::max();
+
+template <typename T>
+void assign(T& to, std::int64_t value) {
+  to = static_cast<T>(value);
+}
+
+template <auto member>
+void into_radio(modem& state, std::int64_t value) {
+  assign(state.radio.*member, value);
+}
+template <auto member>
+void into_network(modem& state, std::int64_t value) {
+  assign(state.radio.means.network.*member, value);
+}
+template <auto member>
+void into_lte(modem& state, std::int64_t value) {
+  assign(state.radio.means.lte.*member, value);
+}
+template <auto member>
+void into_nr(modem& state, std::int64_t value) {
+  assign(state.radio.means.nr.*member, value);
+}
+
+/// As users write it, with a sign where it is below zero.
+std::optional<std::int64_t> parse_signed(std::string_view text, const settable_row& row) {
+  const bool negative = text.starts_with('-');
+  const auto size = parse_number(text.substr(negative ? 1 : 0), 0, max_32);
+  if (!size) return std::nullopt;
+  const std::int64_t value = negative ? -std::int64_t{*size} : std::int64_t{*size};
+  return value < row.least || value > row.most ? std::nullopt : std::optional(value);
+}
+
 constexpr settable_row rows[] = {
     {"sar.dsi", 0, last_sar_state,
-     [](modem& state, std::uint32_t value) { state.kept.set(setting::sar_state, value); }},
+     [](modem& state, std::int64_t value) { state.kept.set(setting::sar_state, value); }},
+    {"radio.seed", 0, max_32, into_radio<&radio::seed>},
+    {"radio.swing", 0, 20, into_radio<&radio::swing>},
+    {"network.mcc", 1, 999, into_network<&radio_network::mcc>},
+    {"network.mnc", 0, 999, into_network<&radio_network::mnc>},
+    {"network.mnc_digits", 2, 3, into_network<&radio_network::mnc_digits>},
+    {"lte.earfcn", 0, 262143, into_lte<&lte_cell::dl_earfcn>},
+    {"lte.ul_earfcn", 0, 262143, into_lte<&lte_cell::ul_earfcn>},
+    {"lte.pci", 0, 503, into_lte<&lte_cell::pci>},
+    {"lte.band", 1, 88, into_lte<&lte_cell::band>},
+    {"lte.resource_blocks", 6, 100, into_lte<&lte_cell::resource_blocks>},
+    {"lte.cell_identity", 0, 0xFFFFFFF, into_lte<&lte_cell::cell_identity>},
+    {"lte.tracking_area", 0, 0xFFFF, into_lte<&lte_cell::tracking_area>},
+    {"lte.rsrp", -140, -40, into_lte<&lte_cell::rsrp>},
+    {"lte.rsrq", -30, 3, into_lte<&lte_cell::rsrq>},
+    {"lte.sinr", -20, 31, into_lte<&lte_cell::sinr>},
+    {"nr.arfcn", 0, 3279165, into_nr<&nr_cell::arfcn>},
+    {"nr.pci", 0, 1007, into_nr<&nr_cell::pci>},
+    {"nr.rsrp", -156, -31, into_nr<&nr_cell::rsrp>},
+    {"nr.rsrq", -43, 20, into_nr<&nr_cell::rsrq>},
+    {"nr.sinr", -23, 40, into_nr<&nr_cell::sinr>},
+    {"wcdma.rssi", -120, -25,
+     [](modem& state, std::int64_t value) { assign(state.radio.means.wcdma.rssi, value); }},
+    {"gsm.rssi", -120, -25,
+     [](modem& state, std::int64_t value) { assign(state.radio.means.gsm.rssi, value); }},
 };
 
 }  // namespace
@@ -30,7 +89,7 @@ chosen_setting parse_setting(std::string_view text) {
     }
     throw usage_error(fmt::format("--set {}: expected one of {}", text, forms));
   }
-  const auto value = parse_number(text.substr(separator + 1), row->least, row->most);
+  const auto value = parse_signed(text.substr(separator + 1), *row);
   if (!value) {
     throw usage_error(
         fmt::format("--set {}: expected {} from {} to {}", text, row->key, row->least, row->most));

@@ -11,14 +11,14 @@ namespace sim {
 
 struct settable_row {
   const char* key;
-  std::uint32_t least;
-  std::uint32_t most;
-  void (*set)(modem& state, std::uint32_t value);
+  std::int64_t least;
+  std::int64_t most;
+  void (*set)(modem& state, std::int64_t value);
 };
 
 struct chosen_setting {
   const settable_row* row = nullptr;
-  std::uint32_t value = 0;
+  std::int64_t value = 0;
 };
 
 /// Throws `usage_error`, which names the text and what could be set.

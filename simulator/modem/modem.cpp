@@ -8,11 +8,18 @@ namespace sim {
 
 void modem::drop_unfinished() {
   transfers.drop_all();
+  statistics_on = false;
   try {
     hot_swap.stop();
   } catch (const failure& error) {
     fmt::print(stderr, "tvk-modem: {}\n", error.what());
   }
+}
+
+std::optional<radio_values> modem::seen_by(unsigned subscription) {
+  const radio::time now = radio.now();
+  if (!cards.present(subscription) || !radio.is_on(now)) return std::nullopt;
+  return radio.at(now);
 }
 
 }  // namespace sim

@@ -1,6 +1,7 @@
 // The modem behind the services: what they read and change.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include <asio/io_context.hpp>
@@ -11,6 +12,7 @@
 #include "simulator/modem/efs_transfers.h"
 #include "simulator/modem/hot_swap_run.h"
 #include "simulator/modem/nv_store.h"
+#include "simulator/modem/radio.h"
 #include "simulator/modem/settings.h"
 #include "simulator/modem/store.h"
 
@@ -29,6 +31,9 @@ struct modem {
   /// What a restart of the modem's firmware forgets.
   void drop_unfinished();
 
+  /// What a subscription's radio sees now: nothing without a card, and while the radio is off.
+  [[nodiscard]] std::optional<radio_values> seen_by(unsigned subscription);
+
   sim::store store;
   nv_store nv;
   efs_store efs;
@@ -37,6 +42,10 @@ struct modem {
   sim::activity activity;
   sim::cards cards;
   hot_swap_run hot_swap;
+  sim::radio radio;
+
+  /// Until a client switches it on there are no statistics.
+  bool statistics_on = false;
 
   /// Set by a request: once its answer is on its way the modem restarts.
   bool restart_asked = false;

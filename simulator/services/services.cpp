@@ -1,7 +1,9 @@
 #include "simulator/services/services.h"
 
 #include "simulator/services/extension.h"
+#include "simulator/services/nas.h"
 #include "simulator/services/sar.h"
+#include "simulator/services/statistics.h"
 
 namespace sim {
 namespace {
@@ -10,6 +12,8 @@ namespace {
 constexpr service_row services[] = {
     {"extension", extension_service_id, 1, extension_result_tlv, extension_messages},
     {"sar", sar_service_id, 1, no_result_tlv, sar_messages},
+    {"nas", nas_service_id, 1, no_result_tlv, nas_messages},
+    {"statistics", statistics_service_id, 1, no_result_tlv, statistics_messages},
 };
 
 }  // namespace

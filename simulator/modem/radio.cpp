@@ -1,0 +1,99 @@
+#include "simulator/modem/radio.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <numbers>
+
+namespace sim {
+namespace {
+
+using std::chrono::milliseconds;
+
+/// What a modem that was turned on goes through again and again.
+struct rrc_phase {
+  milliseconds begins;
+  lte_rrc_state state;
+};
+constexpr milliseconds rrc_first_camped{600};
+constexpr rrc_phase rrc_cycle[] = {
+    {milliseconds(0), lte_rrc_state::idle_camped},
+    {milliseconds(2000), lte_rrc_state::connecting},
+    {milliseconds(2200), lte_rrc_state::connected},
+    {milliseconds(17000), lte_rrc_state::closing},
+    {milliseconds(17200), lte_rrc_state::idle_camped},
+};
+constexpr milliseconds rrc_cycle_time{20000};
+
+lte_rrc_state rrc_after(milliseconds on) {
+  if (on < rrc_first_camped) return lte_rrc_state::idle_not_camped;
+  const milliseconds at = (on - rrc_first_camped) % rrc_cycle_time;
+  const auto* const next = std::ranges::upper_bound(rrc_cycle, at, {}, &rrc_phase::begins);
+  return std::prev(next)->state;
+}
+
+/// -1..1, for each whole number another.
+double phase(std::uint32_t number) {
+  number *= 2654435761U;
+  number ^= number >> 15;
+  number *= 2246822519U;
+  number ^= number >> 13;
+  return static_cast<double>(number) / 2147483648.0 - 1;
+}
+
+}  // namespace
+
+double lte_cell::rssi() const {
+  return rsrp - rsrq + 10 * std::log10(resource_blocks);
+}
+
+radio::time radio::now() const {
+  return std::chrono::duration_cast<time>(std::chrono::steady_clock::now() - start_);
+}
+
+const radio::change& radio::last_change(time when) const {
+  const auto next = std::ranges::upper_bound(changes_, when, {}, &change::when);
+  return next == changes_.begin() ? *next : *std::prev(next);
+}
+
+bool radio::is_on(time when) const {
+  return last_change(when).on;
+}
+
+void radio::turn(bool on, time when) {
+  const auto later = std::ranges::lower_bound(changes_, when, {}, &change::when);
+  changes_.erase(later, changes_.end());
+  // What is on already does not begin anew.
+  if (changes_.empty() || changes_.back().on != on) changes_.push_back({when, on});
+}
+
+double radio::drift(unsigned level, time when) const {
+  constexpr double slow = 47;  // seconds
+  constexpr double fast = 13;
+  constexpr double turn = 2 * std::numbers::pi;
+  const double seconds = std::chrono::duration<double>(when).count();
+  const std::uint32_t own = seed * 64 + level * 2;
+  return swing * (0.7 * std::sin(turn * (seconds / slow + phase(own))) +
+                  0.3 * std::sin(turn * (seconds / fast + phase(own + 1))));
+}
+
+radio_values radio::at(time when) const {
+  radio_values values = means;
+  const change& last = last_change(when);
+  values.rrc = last.on ? rrc_after(when - last.when) : lte_rrc_state::idle_not_camped;
+  // Quality follows strength, so the three of a cell drift together, the lesser ones less.
+  constexpr double of_quality = 0.3;
+  const double lte = drift(0, when);
+  values.lte.rsrp += lte;
+  values.lte.rsrq += of_quality * lte;
+  values.lte.sinr += of_quality * (lte + drift(1, when));
+  const double nr = drift(2, when);
+  values.nr.rsrp += nr;
+  values.nr.rsrq += of_quality * nr;
+  values.nr.sinr += of_quality * (nr + drift(3, when));
+  values.wcdma.rssi += drift(4, when);
+  values.gsm.rssi += drift(5, when);
+  return values;
+}
+
+}  // namespace sim
