@@ -202,8 +202,8 @@ TEST(tvk_modem_trace, names_what_passes) {
   ASSERT_TRUE(modem.wait_for_error_text("listening"));
   {
     const connection client(socket);
-    EXPECT_EQ(client.ask(look_up_all), service_up);
-    EXPECT_EQ(client.receive(), sar_up);
+    ASSERT_TRUE(client.send(look_up_all));
+    for (const bytes& seen : all_up) EXPECT_EQ(client.receive(), seen);
     EXPECT_EQ(client.ask(echo()), end_of_list);
     EXPECT_EQ(client.receive(), echo_answer());
     ASSERT_TRUE(client.send(echo()));

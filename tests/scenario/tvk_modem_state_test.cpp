@@ -249,7 +249,8 @@ TEST(tvk_modem_state, restart_answers_first_and_forgets_what_is_unfinished) {
                               simulated_modem::begin::at_once, {"--restart-time", "150"});
   const connection client(modem.socket());
   ASSERT_TRUE(client.send(look_up_all));
-  for (const bytes& seen : {service_up, sar_up, end_of_list}) EXPECT_EQ(client.receive(), seen);
+  for (const bytes& seen : all_up) EXPECT_EQ(client.receive(), seen);
+  EXPECT_EQ(client.receive(), end_of_list);
   const bytes file(500, 0x33);
   ASSERT_EQ(ask(client, chunk_write(file, 0)).result, 0U);
   ASSERT_EQ(ask_common(client, 80, u32(1) + u32(9) + u32(9) + u32(9)), 0U);
@@ -262,9 +263,8 @@ TEST(tvk_modem_state, restart_answers_first_and_forgets_what_is_unfinished) {
   EXPECT_EQ(bytes(answer.begin(), answer.begin() + 40),
             service + hex("02 0100 0200 1102  01 0400 00000000  02 0400 fc010000  10 0002"
                           "1f000000 00000000"));
-  for (const bytes& seen : {service_down, sar_down, service_up, sar_up}) {
-    EXPECT_EQ(client.receive(), seen);
-  }
+  for (const bytes& seen : all_down) EXPECT_EQ(client.receive(), seen);
+  for (const bytes& seen : all_up) EXPECT_EQ(client.receive(), seen);
   EXPECT_GE(std::chrono::steady_clock::now() - start, 150ms);
   EXPECT_EQ(ask(client, chunk_write(file, 414)).result, 29U);
   EXPECT_EQ(client.ask(request(4, common_message(55, u32(0)))).at(40), 1)
@@ -274,8 +274,12 @@ TEST(tvk_modem_state, restart_answers_first_and_forgets_what_is_unfinished) {
   // A service that is down for good stays so.
   EXPECT_EQ(client.ask(sar + hex("00 0100 0900 0000")), sar_down);
   EXPECT_EQ(ask_common(client, 31, u32(0x1000)), 0U);
-  EXPECT_EQ(client.receive(), service_down);
-  EXPECT_EQ(client.receive(), service_up);
+  for (const auto* const all : {&all_down, &all_up}) {
+    for (const bytes& seen : *all) {
+      if (seen == sar_down || seen == sar_up) continue;
+      EXPECT_EQ(client.receive(), seen);
+    }
+  }
   EXPECT_FALSE(client.readable(100ms));
 }
 

@@ -1,8 +1,8 @@
 // A client of the modem socket: raw socket calls and packets written by hand.
 //
 // A packet is node u32, port u32, datagram. The simulated modem's extension service is 0xFFE4,
-// instance word 0x101, at node 0 port 1, SAR is 0x11 at port 2; the control port of the local node
-// is 1:0xFFFFFFFE.
+// instance word 0x101, at node 0 port 1, SAR is 0x11 at port 2, NAS 0x03 at port 3, statistics 0xE4
+// at port 4; the control port of the local node is 1:0xFFFFFFFE.
 #pragma once
 
 #include <poll.h>
@@ -13,6 +13,7 @@
 #include <chrono>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "support/bytes.h"
 
@@ -31,6 +32,22 @@ inline const bytes service_down = control + hex("05000000 e4ff0000 01010000 0000
 inline const bytes sar = hex("00000000 02000000");
 inline const bytes sar_up = control + hex("04000000 11000000 01010000 00000000 02000000");
 inline const bytes sar_down = control + hex("05000000 11000000 01010000 00000000 02000000");
+inline const bytes nas_up = control + hex("04000000 03000000 01010000 00000000 03000000");
+inline const bytes nas_down = control + hex("05000000 03000000 01010000 00000000 03000000");
+inline const bytes statistics_up = control + hex("04000000 e4000000 01010000 00000000 04000000");
+inline const bytes statistics_down = control + hex("05000000 e4000000 01010000 00000000 04000000");
+inline const std::vector<bytes> all_up = {
+    service_up,
+    sar_up,
+    nas_up,
+    statistics_up,
+};
+inline const std::vector<bytes> all_down = {
+    service_down,
+    sar_down,
+    nas_down,
+    statistics_down,
+};
 inline const bytes end_of_list = control + hex("04000000 00000000 00000000 00000000 00000000");
 
 inline const bytes answer_tlvs =
