@@ -149,14 +149,16 @@ void vs_client_ind_hdlr(unsigned int msg_id, const void* indication, std::uint32
 
 std::uint32_t vs_client_init(std::uint32_t client_id) {
   const platform::mutex_lock hold(g_service_clients.lock);
-  if (const auto status = modem_api::share_status(client_id)) {
-    if (*status == MODEM_API_STATUS_OPERATIONAL) {
-      ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "Already another client init vs client successfully");
-      return MODEM_API_SUCCESS;
-    }
+  const auto status = modem_api::share_status(client_id);
+  if (status && *status != MODEM_API_STATUS_OPERATIONAL) {
     ORVAX_LOG(ANDROID_LOG_ERROR, __func__,
               "Another client init vs client with operational status %d", *status);
     return MODEM_API_FAILURE;
+  }
+  // The connection may have been closed with a third client.
+  if (status && vs_record().initialised != 0) {
+    ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "Already another client init vs client successfully");
+    return MODEM_API_SUCCESS;
   }
   ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "Client connecting to QMI FW");
   if (vs_client_init_client_handles() != QMI_NO_ERR) return MODEM_API_FAILURE;
