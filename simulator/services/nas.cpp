@@ -53,7 +53,8 @@ struct band_row {
   std::uint16_t number;  ///< of the first one
 };
 constexpr band_row bands[] = {
-    {1, 14, 120}, {17, 17, 134}, {18, 21, 143}, {33, 40, 135}, {41, 43, 149},
+    {1, 14, 120},  {17, 17, 134}, {18, 21, 143}, {24, 25, 147}, {26, 26, 153},
+    {28, 30, 158}, {32, 32, 154}, {33, 40, 135}, {41, 43, 149}, {66, 66, 161},
 };
 
 std::optional<std::uint16_t> band_number(std::uint8_t band) {

@@ -118,16 +118,16 @@ void write_antenna_info(bytes& out, const measured& now, unsigned /*carrier*/) {
 
 struct record_row {
   std::uint32_t id;
+  unsigned carrier;
   record_writer write;
-  unsigned carrier = 0;
 };
 constexpr record_row records[] = {
-    {0x52, write_lte_carrier, 0}, {0x67, write_lte_carrier, 1}, {0x68, write_lte_carrier, 2},
-    {0x69, write_lte_carrier, 3}, {0x6A, write_lte_carrier, 4}, {0x6B, write_lte_carrier, 5},
-    {0x6C, write_lte_carrier, 6}, {0x5E, write_nr_rssi},        {0x70, write_nr_snr},
-    {0x71, write_nr_antennas},    {0x87, write_nr_carrier, 0},  {6, write_nr_carrier, 1},
-    {7, write_nr_carrier, 2},     {0x6E, write_wcdma},          {0x6F, write_gsm},
-    {0x64, write_antenna_info},
+    {0x52, 0, write_lte_carrier},  {0x67, 1, write_lte_carrier}, {0x68, 2, write_lte_carrier},
+    {0x69, 3, write_lte_carrier},  {0x6A, 4, write_lte_carrier}, {0x6B, 5, write_lte_carrier},
+    {0x6C, 6, write_lte_carrier},  {0x5E, 0, write_nr_rssi},     {0x70, 0, write_nr_snr},
+    {0x71, 0, write_nr_antennas},  {0x87, 0, write_nr_carrier},  {6, 1, write_nr_carrier},
+    {7, 2, write_nr_carrier},      {0x6E, 0, write_wcdma},       {0x6F, 0, write_gsm},
+    {0x64, 0, write_antenna_info},
 };
 
 struct get_request {
