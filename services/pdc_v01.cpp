@@ -115,6 +115,7 @@ enum : std::uint16_t {
   list_ind_index,
   load_ind_index,
   get_info_ind_index,
+  empty_index,
 };
 
 constexpr qmi_idl_message_table_entry messages[] = {
@@ -133,11 +134,12 @@ constexpr qmi_idl_message_table_entry messages[] = {
     {sizeof(pdc_list_configs_ind_v01), list_ind},
     {sizeof(pdc_load_config_ind_v01), load_ind},
     {sizeof(pdc_get_config_info_ind_v01), get_info_ind},
+    {0, nullptr},
 };
 
 constexpr services::type_table table(types, messages);
 
-constexpr qmi_idl_service_message_table_entry requests[] = {
+constexpr qmi_idl_service_message_table_entry used_requests[] = {
     {pdc_register_v01, register_req_index, 8},
     {pdc_get_selected_config_v01, config_type_req_index, 14},
     {pdc_set_selected_config_v01, config_req_index, 139},
@@ -151,7 +153,7 @@ constexpr qmi_idl_service_message_table_entry requests[] = {
 };
 /// With the token that some repeat.
 constexpr std::uint16_t max_resp = 14;
-constexpr qmi_idl_service_message_table_entry responses[] = {
+constexpr qmi_idl_service_message_table_entry used_responses[] = {
     {pdc_register_v01, resp_index, max_resp},
     {pdc_get_selected_config_v01, resp_index, max_resp},
     {pdc_set_selected_config_v01, resp_index, max_resp},
@@ -163,7 +165,7 @@ constexpr qmi_idl_service_message_table_entry responses[] = {
     {pdc_deactivate_config_v01, resp_index, max_resp},
     {pdc_set_feature_v01, resp_index, max_resp},
 };
-constexpr qmi_idl_service_message_table_entry indications[] = {
+constexpr qmi_idl_service_message_table_entry used_indications[] = {
     {pdc_config_change_v01, change_ind_index, 132},
     {pdc_get_selected_config_v01, get_selected_ind_index, 268},
     {pdc_set_selected_config_v01, result_ind_index, 12},
@@ -176,6 +178,10 @@ constexpr qmi_idl_service_message_table_entry indications[] = {
     {pdc_set_feature_v01, result_ind_index, 12},
     {pdc_refresh_v01, refresh_ind_index, 21},
 };
+
+constexpr auto requests = services::with_reserved<20>(used_requests, empty_index);
+constexpr auto responses = services::with_reserved<20>(used_responses, empty_index);
+constexpr auto indications = services::with_reserved<18>(used_indications, empty_index);
 
 constexpr qmi_idl_service_object service_object = services::make_object(
     pdc_service_id_v01, max_message,

@@ -1,6 +1,7 @@
 // The modem behind the services: what they read and change.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -41,6 +42,10 @@ struct modem {
   /// What a restart of the modem's firmware forgets.
   void drop_unfinished();
 
+  /// What a subscription's radio sees now: nothing without a card
+  /// that has power and a USIM, and while the radio is off.
+  [[nodiscard]] std::optional<radio_values> seen_by(unsigned subscription);
+
   sim::store store;
   nv_store nv;
   efs_store efs;
@@ -52,12 +57,15 @@ struct modem {
   hot_swap_run hot_swap;
   sim::euicc euicc;
   uicc_slots uicc;
+  pdc_configs configs;
+  sim::pdc_clients pdc_clients;
   sim::radio radio;
+
+  /// Until a client switches it on there are no statistics.
+  bool statistics_on = false;
 
   /// Bytes of an answer of the factory test.
   std::uint32_t factory_answer = 64;
-  pdc_configs configs;
-  sim::pdc_clients pdc_clients;
 
   /// Left by a request that succeeds: they follow its answer.
   std::vector<indication> indications;
