@@ -89,7 +89,6 @@ TEST_F(tvk_modem_qmux, control_hands_out_clients_and_refuses_what_it_cannot_do) 
   two.send(hex(ask_client_1));  // another's: no answer
   const std::pair<const char*, const char*> refused[] = {
       {"01 0f00 00 00 00  00 03 2200 0400  01 0100 7f", "03 2200 0700  02 0400 0100 1f00"},
-      {"01 0f00 00 00 00  00 03 2200 0400  01 0100 e4", "03 2200 0700  02 0400 0100 1f00"},
       {"01 0b00 00 00 00  00 04 2200 0000", "04 2200 0700  02 0400 0100 1100"},
       {"01 1000 00 00 00  00 05 2300 0500  01 0200 11 01", "05 2300 0700  02 0400 0100 0700"},
       {"01 0f00 00 00 00  00 06 2200 0400  01 0500 11", "06 2200 0700  02 0400 0100 0100"},
@@ -100,6 +99,12 @@ TEST_F(tvk_modem_qmux, control_hands_out_clients_and_refuses_what_it_cannot_do) 
   }
   two.expect_answer("01 1000 00 00 00  00 0a 2300 0500  01 0200 11 02",
                     "01 1700 80 00 00  01 0a 2300 0c00  02 0400 00000000  01 0200 11 02");
+
+  // The 8-bit number is the statistics service's; the extension service's, 0xFFE4, only ends in it.
+  two.expect_answer("01 0f00 00 00 00  00 0b 2200 0400  01 0100 e4",
+                    "01 1700 80 00 00  01 0b 2200 0c00  02 0400 00000000  01 0200 e4 01");
+  two.expect_answer("01 0c00 00 e4 01  00 0100 0702 0000",
+                    "01 1300 80 e4 01  02 0100 0702 0700  02 0400 0100 1100");
 
   // A client outlives its service's outage; nobody becomes one meanwhile.
   one.send(hex("01 0c00 00 11 01  00 0100 0900 0000"));
