@@ -20,9 +20,10 @@ class listener {
  public:
   using socket_type = typename Protocol::socket;
 
-  /// `bound` is a Unix socket.
-  listener(asio::io_context& io, descriptor bound) : acceptor_(io), again_(io) {
-    acceptor_.assign(Protocol(AF_UNIX, 0), bound.release());
+  /// `bound` is a socket of this kind.
+  listener(asio::io_context& io, descriptor bound, const Protocol& kind = Protocol(AF_UNIX, 0))
+      : acceptor_(io), again_(io) {
+    acceptor_.assign(kind, bound.release());
   }
 
   void start(std::function<void(socket_type)> accepted) {

@@ -45,20 +45,10 @@ inline const bytes statistics_up = control + hex("04000000 e4000000 01010000 000
 inline const bytes statistics_down = control + hex("05000000 e4000000 01010000 00000000 06000000");
 /// What a modem's whole list is, and what a restart takes down.
 inline const std::vector<bytes> all_up = {
-    service_up,
-    sar_up,
-    uim_up,
-    pdc_up,
-    nas_up,
-    statistics_up,
+    service_up, sar_up, uim_up, pdc_up, nas_up, statistics_up,
 };
 inline const std::vector<bytes> all_down = {
-    service_down,
-    sar_down,
-    uim_down,
-    pdc_down,
-    nas_down,
-    statistics_down,
+    service_down, sar_down, uim_down, pdc_down, nas_down, statistics_down,
 };
 inline const bytes end_of_list = control + hex("04000000 00000000 00000000 00000000 00000000");
 
