@@ -99,7 +99,7 @@ TEST(tvk_modem_diag, start_of_a_client_that_waits_after_each_request) {
   const simulated_modem modem;
   diag_client client(diag_socket(modem));
   const bytes event_answer = hex("60 0000");
-  const bytes message_masks = bytes(4 * 33);
+  const bytes message_masks = bytes(std::size_t{4} * 33);
   std::vector<exchange> steps = {
       {hex("60 00"), event_answer},
       {disable_logs, logs_disabled},
