@@ -19,12 +19,16 @@ constexpr qmi_idl_message_table_entry messages[] = {
 
 constexpr services::type_table table({}, messages);
 
-constexpr qmi_idl_service_message_table_entry requests[] = {{sar_rf_get_state_v01, 0, 0}};
-constexpr qmi_idl_service_message_table_entry responses[] = {{sar_rf_get_state_v01, 1, 14}};
+constexpr qmi_idl_service_message_table_entry used_requests[] = {{sar_rf_get_state_v01, 0, 0}};
+constexpr qmi_idl_service_message_table_entry used_responses[] = {{sar_rf_get_state_v01, 1, 14}};
 
-constexpr qmi_idl_service_object service_object =
-    services::make_object(sar_service_id_v01, max_message,
-                          {.requests = requests, .responses = responses, .indications = {}}, table);
+constexpr auto requests = services::with_reserved<13>(used_requests, 0);
+constexpr auto responses = services::with_reserved<13>(used_responses, 0);
+constexpr auto indications = services::with_reserved<1>({}, 0);
+
+constexpr qmi_idl_service_object service_object = services::make_object(
+    sar_service_id_v01, max_message,
+    {.requests = requests, .responses = responses, .indications = indications}, table);
 
 }  // namespace
 

@@ -1,6 +1,8 @@
 // From rows to a service object: what the objects of all services have in common.
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 #include <span>
 
@@ -32,6 +34,20 @@ class type_table {
   const qmi_idl_type_table_object* referenced_[2];
   qmi_idl_type_table_object object_;
 };
+
+/// Stands for a message of the service that nobody here sends, and whose id is not known.
+constexpr std::uint16_t reserved_message_id = 0xFFFF;
+
+/// The rows in use, then reserved ones up to the number of messages that the service has.
+/// `empty_message` is the index of a message without TLVs.
+template <std::size_t count>
+[[nodiscard]] consteval std::array<qmi_idl_service_message_table_entry, count> with_reserved(
+    rows used, std::uint16_t empty_message) {
+  std::array<qmi_idl_service_message_table_entry, count> all{};
+  all.fill({reserved_message_id, empty_message, 0});
+  std::ranges::copy(used, all.begin());
+  return all;
+}
 
 struct message_rows {
   rows requests;

@@ -29,6 +29,8 @@ struct raw_options {
   std::string play;
   std::optional<std::uint32_t> rate;
   bool play_now = false;
+  std::string qmux;
+  bool qmi_proxy = false;
 };
 
 std::string not_empty(const std::string& path) {
@@ -79,6 +81,11 @@ void add_options(CLI::App& command, raw_options& options, const std::string& def
       ->type_name("N")
       ->needs(play);
   command.add_flag("--play-now", options.play_now, "play with the time stamps of now")->needs(play);
+  command.add_option("--qmux", options.qmux, "a stream socket that speaks QMUX")
+      ->type_name("PATH")
+      ->check(not_empty);
+  command.add_flag("--qmi-proxy", options.qmi_proxy,
+                   "speak QMUX where qmicli -p looks for its proxy");
 }
 
 modem_options checked(const raw_options& raw) {
@@ -91,6 +98,8 @@ modem_options checked(const raw_options& raw) {
       .settings = {},
       .restart_time = std::chrono::milliseconds(raw.restart_time),
       .at_device = raw.at_device,
+      .qmux = raw.qmux,
+      .qmi_proxy = raw.qmi_proxy,
       .diag = {.socket = raw.diag_socket, .tcp = raw.diag_tcp, .terminal = raw.diag_pty},
       .diag_faults = {},
       .play = {.file = raw.play, .rate = raw.rate, .now = raw.play_now}};

@@ -2,6 +2,7 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <utility>
 
@@ -52,6 +53,7 @@ void dispatcher::client_gone(const client& gone) {
   delayed_.drop_client(gone);
   modem_.transfers.drop(gone);
   modem_.uicc.drop_client(gone);
+  modem_.pdc_clients.drop(gone);
 }
 
 void dispatcher::serve(const client& from, const service_row& service,
@@ -66,15 +68,11 @@ void dispatcher::serve(const client& from, const service_row& service,
   answer_request(from, service, message, fault);
   compose(message.head.transaction, message.head.message_id);
   if (fault != nullptr) alter_answer(*fault, datagram_);
-  std::string meaning = trace_.meaning_of_answer(service, message, datagram_);
-  if (fault != nullptr && fault->action == fault_action::delay) {
-    if (!delayed_.add({from, &service, datagram_, std::move(meaning)},
-                      std::chrono::milliseconds(*fault->value))) {
-      trace_.note("dropped, too many delayed answers");
-    }
-  } else {
-    deliver(from, service, datagram_, meaning);
-  }
+  const std::string meaning = trace_.meaning_of_answer(service, message, datagram_);
+  const bool is_late = fault != nullptr && fault->action == fault_action::delay;
+  const std::chrono::milliseconds delay(is_late ? *fault->value : 0);
+  send(from, service, datagram_, delay, meaning);
+  for (const indication& each : std::exchange(modem_.indications, {})) indicate(each, delay);
   restart_if_asked();
 }
 
@@ -88,7 +86,8 @@ void dispatcher::answer_request(const client& from, const service_row& service,
   tlvs_.clear();
   if (fault != nullptr && fault->action == fault_action::error) {
     error = static_cast<qmi::error>(*fault->value);
-  } else if (const message_row* const row = service.find(message.head.message_id)) {
+  } else if (const message_row* const row = service.find(message.head.message_id);
+             row != nullptr && row->answer != nullptr) {
     try {
       error = row->answer({from, message.head.transaction, message.tlvs, modem_}, tlvs_);
     } catch (const failure& state_failed) {
@@ -99,6 +98,7 @@ void dispatcher::answer_request(const client& from, const service_row& service,
   }
   modem_.activity.count(error == qmi::error::none ? event::answered : event::refused);
   if (error == qmi::error::none) return;
+  modem_.indications.clear();
   tlvs_.clear();
   tlvs_.standard_response(error);
 }
@@ -128,6 +128,24 @@ void dispatcher::compose(std::uint16_t transaction, std::uint16_t message_id) {
                      static_cast<std::uint16_t>(tlvs.size())},
                     datagram_);
   datagram_.insert(datagram_.end(), tlvs.begin(), tlvs.end());
+}
+
+void dispatcher::send(const client& to, const service_row& from, byte_view datagram,
+                      std::chrono::milliseconds delay, const std::string& meaning) {
+  if (delay.count() == 0) return deliver(to, from, datagram, meaning);
+  if (!delayed_.add({to, &from, {datagram.begin(), datagram.end()}, meaning}, delay)) {
+    trace_.note("dropped, too many delayed answers");
+  }
+}
+
+void dispatcher::indicate(const indication& what, std::chrono::milliseconds delay) {
+  const auto from = std::ranges::find(node_.services(), what.service, &service_row::id);
+  if (from == node_.services().end() || !node_.is_up(*from)) return;
+  constexpr std::uint16_t no_transaction = 0;
+  send(
+      what.to, *from,
+      qmi::build_message(qmi::message_kind::indication, no_transaction, what.message_id, what.tlvs),
+      delay, {});
 }
 
 void dispatcher::deliver(const client& to, const service_row& from, byte_view datagram,

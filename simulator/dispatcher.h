@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdint>
 #include <map>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -43,6 +44,10 @@ class dispatcher {
   void refuse_malformed(const client& from, const service_row& service,
                         protocol::byte_view datagram);
   void compose(std::uint16_t transaction, std::uint16_t message_id);
+  /// A delay of 0 is none.
+  void send(const client& to, const service_row& from, protocol::byte_view datagram,
+            std::chrono::milliseconds delay, const std::string& meaning);
+  void indicate(const indication& what, std::chrono::milliseconds delay);
   void deliver(const client& to, const service_row& from, protocol::byte_view datagram,
                std::string_view meaning = {});
   void take_down(const fault_rule& fault);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "protocol/qmi_message.h"
 #include "simulator/port.h"
@@ -17,6 +18,14 @@ struct request {
   std::uint16_t transaction;
   protocol::byte_view tlvs;  ///< well formed as far as lengths go
   modem& state;
+};
+
+/// What the modem sends unasked.
+struct indication {
+  client to;
+  std::uint32_t service = 0;
+  std::uint16_t message_id = 0;
+  std::vector<std::uint8_t> tlvs;
 };
 
 /// Writes the TLVs of the answer. Any error but `none` is answered instead, in a standard response,
@@ -37,11 +46,12 @@ struct tlv_row {
 struct message_row {
   std::uint16_t id;
   const char* name;
-  message_handler answer;
+  message_handler answer;  ///< null: only an indication
   std::span<const tlv_row> request_tlvs;
   std::span<const tlv_row> response_tlvs;
   request_words describe_request = nullptr;  ///< null: the TLVs say enough
   answer_words describe_answer = nullptr;
+  std::span<const tlv_row> indication_tlvs = {};
 };
 
 /// For a service whose answers begin with a standard response.

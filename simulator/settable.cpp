@@ -75,6 +75,10 @@ constexpr settable_row rows[] = {
     {"nr.rsrp", -156, -31, into_nr<&nr_cell::rsrp>},
     {"nr.rsrq", -43, 20, into_nr<&nr_cell::rsrq>},
     {"nr.sinr", -23, 40, into_nr<&nr_cell::sinr>},
+    {"wcdma.rssi", -120, -25,
+     [](modem& state, std::int64_t value) { assign(state.radio.means.wcdma.rssi, value); }},
+    {"gsm.rssi", -120, -25,
+     [](modem& state, std::int64_t value) { assign(state.radio.means.gsm.rssi, value); }},
 };
 
 }  // namespace

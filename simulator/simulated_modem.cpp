@@ -1,5 +1,7 @@
 #include "simulator/simulated_modem.h"
 
+#include <sys/socket.h>
+
 #include <cstdio>
 
 #include "simulator/diag/scenario.h"
@@ -34,6 +36,11 @@ simulated_modem::simulated_modem(asio::io_context& io, const modem_options& opti
             .after_request = [this] { dispatcher_.restart_if_asked(); }} {
   if (options.qrtr) qrtr_.emplace(io, node_, dispatcher_);
   if (!options.at_device.empty()) at_.emplace(io, options.at_device, modem_, trace_);
+  if (!options.qmux.empty()) {
+    qmux_path_.emplace(options.qmux, SOCK_STREAM);
+    qmux_.emplace(io, qmux_path_->take_socket(), node_, dispatcher_, trace_);
+  }
+  if (options.qmi_proxy) proxy_.emplace(io, bind_proxy_socket(), node_, dispatcher_, trace_);
   for (const chosen_setting& each : options.settings) each.row->set(modem_, each.value);
   modem_.store.count("boots");
   socket_.start(dispatcher_);

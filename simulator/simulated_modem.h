@@ -19,7 +19,9 @@
 #include "simulator/ports/at_port.h"
 #include "simulator/ports/diag_port.h"
 #include "simulator/ports/modem_socket.h"
+#include "simulator/ports/qmux_port.h"
 #include "simulator/ports/qrtr.h"
+#include "simulator/ports/socket_path.h"
 #include "simulator/settable.h"
 #include "simulator/trace.h"
 
@@ -34,6 +36,8 @@ struct modem_options {
   std::vector<chosen_setting> settings;
   std::chrono::milliseconds restart_time{2000};
   std::string at_device;  ///< empty: none
+  std::string qmux;       ///< empty: none
+  bool qmi_proxy = false;
   diag_ways diag;
   std::vector<diag::fault_rule> diag_faults;
   diag::play_options play;
@@ -62,6 +66,9 @@ class simulated_modem {
   std::optional<at_port> at_;
   std::unique_ptr<diag::source> diag_packets_;
   diag::server diag_;
+  std::optional<socket_path> qmux_path_;
+  std::optional<qmux_port> qmux_;
+  std::optional<qmux_port> proxy_;
 };
 
 }  // namespace sim

@@ -48,6 +48,7 @@ std::span<const tlv_row> names_of(const service_row& service, const qmi::message
   }
   const message_row* const row = service.find(message.head.message_id);
   if (row == nullptr) return {};
+  if (message.head.kind == qmi::message_kind::indication) return row->indication_tlvs;
   return response ? row->response_tlvs : row->request_tlvs;
 }
 
@@ -165,7 +166,8 @@ void trace::message(direction way, const client& who, const service_row& service
   const auto names = names_of(service, *message);
   const bool is_request = message->head.kind == qmi::message_kind::request;
   const bool begins_with_standard_response =
-      !is_request && (names.data() == standard_tlvs || service.result_tlv == no_result_tlv);
+      message->head.kind == qmi::message_kind::response &&
+      (names.data() == standard_tlvs || service.result_tlv == no_result_tlv);
   while (const auto tlv = reader.next()) {
     fmt::format_to(out, "{}0x{:02x} {:<17} {:>5}  {}\n", indent, tlv->type,
                    name_of(tlv->type, names), tlv->value.size(),

@@ -58,9 +58,3 @@ int run_group(const command_group& group, int argc, char** argv) {
   }
   return error;
 }
-
-int report_no_command(const command_group& group) {
-  std::fprintf(stderr, "tarvik_console: command group %d has no command in this build\n",
-               group.number);
-  return 1;
-}

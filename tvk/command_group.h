@@ -38,6 +38,3 @@ void print_misuse(const command_group& group, const char* fmt, ...)
 /// Checks, picks the sub-command by argv[2] and runs it; tells of a failure. Returns 0 when the
 /// sub-command did its work.
 int run_group(const command_group& group, int argc, char** argv);
-
-/// For a group whose command is not part of this build: tells so on standard error.
-int report_no_command(const command_group& group);

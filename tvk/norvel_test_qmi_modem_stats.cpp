@@ -1,9 +1,104 @@
-// Group 9: statistics records over QMI.
+// Group 9: statistics records over QMI. One run asks for one record and prints it.
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <iterator>
+
+#include "modem_api/modem_api.h"
+#include "modem_stats/record.h"
 #include "tvk/command_group.h"
 #include "tvk/commands.h"
+#include "tvk/qmi_modem_stats_readers.h"
+#include "tvk/qmi_modem_stats_request.h"
+
+namespace {
+
+struct option_row {
+  int option;
+  modem_stats_data_id_e_type id;
+  const shown_record* kind;
+  bool of_subscription_0 = false;  ///< whichever is asked for
+};
+constexpr option_row options[] = {
+    {0, MODEM_STATS_DATA_ID_LTE_SRV_MEAS_PCC, &g_lte_carrier},
+    {1, MODEM_STATS_DATA_ID_LTE_SRV_MEAS_SCC1, &g_lte_carrier},
+    {2, MODEM_STATS_DATA_ID_LTE_SRV_MEAS_SCC2, &g_lte_carrier},
+    {3, MODEM_STATS_DATA_ID_LTE_SRV_MEAS_SCC3, &g_lte_carrier},
+    {4, MODEM_STATS_DATA_ID_LTE_SRV_MEAS_SCC4, &g_lte_carrier},
+    {5, MODEM_STATS_DATA_ID_LTE_SRV_MEAS_SCC5, &g_lte_carrier},
+    {6, MODEM_STATS_DATA_ID_LTE_SRV_MEAS_SCC6, &g_lte_carrier},
+    {7, MODEM_STATS_DATA_ID_NR5G_LL1_FW_RX_CONTROL_AGC, &g_nr5g_rssi},
+    {8, MODEM_STATS_DATA_ID_NR5G_LL1_FW_SERVING_FTL, &g_nr5g_snr},
+    {9, MODEM_STATS_DATA_ID_NR5G_ML1_ANTENNA_SWITCH_DIVERSITY, &g_nr5g_antenna_switch},
+    {10, MODEM_STATS_DATA_ID_NR5G_ML1_MEAS_PCC, &g_nr5g_meas},
+    {11, MODEM_STATS_DATA_ID_NR5G_ML1_MEAS_SCC1, &g_nr5g_meas},
+    {12, MODEM_STATS_DATA_ID_NR5G_ML1_MEAS_SCC2, &g_nr5g_meas},
+    {20, MODEM_STATS_DATA_ID_WCDMA_PN_SEARCH, &g_wcdma_agc},
+    {21, MODEM_STATS_DATA_ID_GSM_L1_RX_DIVERSITY_METRICS, &g_gsm_agc},
+    {30, MODEM_STATS_DATA_ID_MCS_TRM_ASDIV, &g_antenna_info, true},
+};
+
+void norvel_test_qmi_modem_stats_callback_event_cb(std::uint32_t /*event*/, const void* /*data*/,
+                                                   std::uint32_t /*length*/) {}
+void norvel_test_qmi_modem_stats_operational_status_cb(std::uint32_t /*event*/,
+                                                       std::uint32_t /*client_type*/) {}
+
+void free_client() {
+  modem_api_free_client(static_cast<std::uint32_t>(g_qmi_modem_stats.client_id));
+  g_qmi_modem_stats.client_id = -1;
+}
+
+void norvel_qmi_modem_stats_api_init() {
+  if (g_qmi_modem_stats.client_id != -1) {
+    free_client();
+    modem_api_release();
+  }
+  modem_api_init();
+  std::uint32_t client_id = 0;
+  if (modem_api_init_client(MODEM_API_CLIENT_VS, norvel_test_qmi_modem_stats_callback_event_cb,
+                            norvel_test_qmi_modem_stats_operational_status_cb,
+                            &client_id) == MODEM_API_SUCCESS) {
+    g_qmi_modem_stats.client_id = static_cast<std::int32_t>(client_id);
+  }
+}
+
+void norvel_qmi_modem_stats_api_deinit() {
+  if (g_qmi_modem_stats.client_id != -1) free_client();
+  modem_api_release();
+}
+
+void norvel_test_qmi_modem_stats_start() {
+  const auto result =
+      modem_api_set_orvax_feature_status(static_cast<std::uint32_t>(g_qmi_modem_stats.client_id));
+  if (result == MODEM_API_SUCCESS) return;
+  std::printf("modem_api_set_orvax_feature_status, start fail, result = %d\n",
+              static_cast<int>(result));
+}
+
+int norvel_test_qmi_modem_stats_hdl(int option, int sub) {
+  const auto* const row = std::ranges::find(options, option, &option_row::option);
+  if (row == std::end(options)) {
+    std::printf("norvel_test_qmi_modem_stats_hdl: Unknown opt(%d), sub(%d)\n", option, sub);
+    return 1;
+  }
+  const int asked = row->of_subscription_0 ? 0 : sub;
+  if (const int error = norvel_test_qmi_modem_stats_get(asked, row->id); error != 0) return error;
+  return read_and_print(*row->kind);
+}
+
+}  // namespace
 
 int norvel_test_qmi_modem_stats_do(int argc, char** argv) {
   constexpr command_group qmi_modem_stats{.number = 9, .least_argc = 4};
   if (!may_run(qmi_modem_stats, argc, argv)) return 1;
-  return report_no_command(qmi_modem_stats);
+  const int option = std::atoi(argv[2]);
+  const int sub = std::atoi(argv[3]);
+  norvel_qmi_modem_stats_api_init();
+  norvel_test_qmi_modem_stats_start();
+  std::printf("opt = %d, sub = %d, g_orvax_client_id = %d\n", option, sub,
+              g_qmi_modem_stats.client_id);
+  const int error = norvel_test_qmi_modem_stats_hdl(option, sub);
+  norvel_qmi_modem_stats_api_deinit();
+  return error;
 }

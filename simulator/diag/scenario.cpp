@@ -6,6 +6,7 @@
 #include <iterator>
 
 #include "protocol/log_packet.h"
+#include "simulator/modem/receive_paths.h"
 
 namespace sim::diag {
 namespace {
@@ -57,17 +58,16 @@ payload lte_measurement(const radio_values& seen, number nth) {
   constexpr std::size_t cell = body + 8;
   constexpr std::uint16_t sub_packet = 25 | 36 << 8;
   constexpr std::uint32_t serving = 1U << 12;
-  // Antennas as a phone has them: the first is the best, and what is combined is its level.
+  // The first antenna is the best, and what is combined is its level.
   struct antenna {
     std::size_t rsrp, rsrq, rssi, snr;
     unsigned rsrp_bit, rsrq_bit, rssi_bit, snr_bit;
-    double weaker;  // dB
   };
-  constexpr antenna antennas[] = {
-      {16, 36, 48, 80, 10, 0, 0, 0, 0},
-      {20, 36, 48, 80, 12, 20, 11, 9, 2},
-      {24, 40, 52, 84, 12, 10, 0, 0, 5},
-      {28, 40, 52, 84, 0, 20, 11, 9, 6},
+  constexpr antenna antennas[receive_antennas] = {
+      {16, 36, 48, 80, 10, 0, 0, 0},
+      {20, 36, 48, 80, 12, 20, 11, 9},
+      {24, 40, 52, 84, 12, 10, 0, 0},
+      {28, 40, 52, 84, 0, 20, 11, 9},
   };
   const auto rsrp = [](double dbm) { return steps(dbm, -180, 16, 0xFFF); };
   const auto rsrq = [](double db) { return steps(db, -30, 16, 0x3FF); };
@@ -86,11 +86,13 @@ payload lte_measurement(const radio_values& seen, number nth) {
   protocol::store_le(std::uint16_t{0xF}, whole.subspan(body + 6));
   put_bits(out, cell, 0, from.pci | serving);
   put_bits(out, cell + 4, 0, nth * 50 % 1024);
-  for (const antenna& each : antennas) {
-    put_bits(out, cell + each.rsrp, each.rsrp_bit, rsrp(from.rsrp - each.weaker));
-    put_bits(out, cell + each.rsrq, each.rsrq_bit, rsrq(from.rsrq));
-    put_bits(out, cell + each.rssi, each.rssi_bit, rssi(from.rssi() - each.weaker));
-    put_bits(out, cell + each.snr, each.snr_bit, snr(from.sinr - each.weaker));
+  for (unsigned n = 0; n < receive_antennas; ++n) {
+    const antenna& to = antennas[n];
+    const lte_cell there = at_antenna(from, n);
+    put_bits(out, cell + to.rsrp, to.rsrp_bit, rsrp(there.rsrp));
+    put_bits(out, cell + to.rsrq, to.rsrq_bit, rsrq(there.rsrq));
+    put_bits(out, cell + to.rssi, to.rssi_bit, rssi(there.rssi()));
+    put_bits(out, cell + to.snr, to.snr_bit, snr(there.sinr));
   }
   constexpr std::uint32_t combined_lower = 640;
   put_bits(out, cell + 28, 12, rsrp(from.rsrp) - std::min(rsrp(from.rsrp), combined_lower));
@@ -163,7 +165,6 @@ payload nr_measurement(const radio_values& seen, number nth) {
   const auto raw = [](double level) {
     return static_cast<std::uint32_t>(static_cast<std::int32_t>(std::lround(level * 128)));
   };
-  constexpr double second_weaker = 3;
   constexpr std::uint16_t none = 0xFFFF;
   const nr_cell& cell = seen.nr;
   payload out;
@@ -191,11 +192,38 @@ payload nr_measurement(const radio_values& seen, number nth) {
 
   out.resize(out.size() + 20);
   append_le(out, raw(cell.rsrp));
-  append_le(out, raw(cell.rsrp - second_weaker));
+  append_le(out, raw(at_antenna(cell, 1).rsrp));
   append_le(out, raw(cell.rsrp));
   append_le(out, raw(cell.rsrq));
   append_le(out, raw(cell.rsrp));
   append_le(out, raw(cell.rsrq));
+  return out;
+}
+
+/// As an s16.
+std::uint16_t rounded(double value) {
+  return static_cast<std::uint16_t>(static_cast<std::int16_t>(std::lround(value)));
+}
+
+/// Version 5: two chains of the first carrier, none of the second, and no search task.
+payload wcdma_search(const radio_values& seen, number /*nth*/) {
+  constexpr std::uint16_t unused = 512;
+  const auto level = [](double dbm) { return rounded((dbm + 106) * 10 - 512); };
+  const double rssi = seen.wcdma.rssi;
+  payload out{5, 0, 1};
+  append_le(out, level(rssi_at_antenna(rssi, 0)));
+  append_le(out, level(rssi_at_antenna(rssi, 1)));
+  append_le(out, unused);
+  append_le(out, unused);
+  out.resize(29);
+  return out;
+}
+
+/// Version 1: primary and diversity level.
+payload gsm_diversity(const radio_values& seen, number /*nth*/) {
+  payload out{1, 0, 0, 0};
+  append_le(out, rounded(rssi_at_antenna(seen.gsm.rssi, 0) * 16));
+  append_le(out, rounded(rssi_at_antenna(seen.gsm.rssi, 1) * 16));
   return out;
 }
 
@@ -213,6 +241,8 @@ constexpr log_row logs[] = {
     {0xB173, logged_when::connected, milliseconds(400), lte_downlink},
     {0xB064, logged_when::connected, milliseconds(1000), lte_uplink},
     {0xB97F, logged_when::connected, milliseconds(1000), nr_measurement},
+    {0x4179, logged_when::camped, milliseconds(2000), wcdma_search},
+    {0x5096, logged_when::camped, milliseconds(2000), gsm_diversity},
 };
 constexpr std::uint16_t rrc_state_event = 1606;
 constexpr milliseconds step{100};  // every period is a multiple

@@ -8,12 +8,23 @@ namespace sim {
 
 void modem::drop_unfinished() {
   transfers.drop_all();
+  pdc_clients.drop_all();
+  statistics_on = false;
   try {
     hot_swap.stop();
     uicc.restart();
   } catch (const failure& error) {
     fmt::print(stderr, "tvk-modem: {}\n", error.what());
   }
+}
+
+std::optional<radio_values> modem::seen_by(unsigned subscription) {
+  const radio::time now = radio.now();
+  card found;
+  const bool has_usim =
+      uicc.look_logical(subscription + 1, found) == card_error::none && found.has_usim();
+  if (!has_usim || !radio.is_on(now)) return std::nullopt;
+  return radio.at(now);
 }
 
 }  // namespace sim

@@ -1,7 +1,9 @@
 // The modem behind the services: what they read and change.
 #pragma once
 
+#include <optional>
 #include <string>
+#include <vector>
 
 #include <asio/io_context.hpp>
 
@@ -13,10 +15,13 @@
 #include "simulator/modem/euicc.h"
 #include "simulator/modem/hot_swap_run.h"
 #include "simulator/modem/nv_store.h"
+#include "simulator/modem/pdc_clients.h"
+#include "simulator/modem/pdc_configs.h"
 #include "simulator/modem/radio.h"
 #include "simulator/modem/settings.h"
 #include "simulator/modem/store.h"
 #include "simulator/modem/uicc_slots.h"
+#include "simulator/service.h"
 
 namespace sim {
 
@@ -31,10 +36,15 @@ struct modem {
         cards(kept, activity),
         hot_swap(io, cards),
         euicc(store),
-        uicc(kept, cards, euicc) {}
+        uicc(kept, cards, euicc),
+        configs(store) {}
 
   /// What a restart of the modem's firmware forgets.
   void drop_unfinished();
+
+  /// What a subscription's radio sees now: nothing without a card
+  /// that has power and a USIM, and while the radio is off.
+  [[nodiscard]] std::optional<radio_values> seen_by(unsigned subscription);
 
   sim::store store;
   nv_store nv;
@@ -47,10 +57,18 @@ struct modem {
   hot_swap_run hot_swap;
   sim::euicc euicc;
   uicc_slots uicc;
+  pdc_configs configs;
+  sim::pdc_clients pdc_clients;
   sim::radio radio;
+
+  /// Until a client switches it on there are no statistics.
+  bool statistics_on = false;
 
   /// Bytes of an answer of the factory test.
   std::uint32_t factory_answer = 64;
+
+  /// Left by a request that succeeds: they follow its answer.
+  std::vector<indication> indications;
 
   /// Set by a request: once its answer is on its way the modem restarts.
   bool restart_asked = false;

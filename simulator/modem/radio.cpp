@@ -91,6 +91,8 @@ radio_values radio::at(time when) const {
   values.nr.rsrp += nr;
   values.nr.rsrq += of_quality * nr;
   values.nr.sinr += of_quality * (nr + drift(3, when));
+  values.wcdma.rssi += drift(4, when);
+  values.gsm.rssi += drift(5, when);
   return values;
 }
 

@@ -1,6 +1,7 @@
-// What the modem's radio sees: a serving cell of LTE and one of NR, as physical values. They move
-// slowly around what they were set to, the same way for the same seed, and are a function of the
-// time since the modem started, so that whoever is late can still ask for what was.
+// What the modem's radio sees: a serving cell of LTE and one of NR, and cells of the older radios
+// beside them, as physical values. They move slowly around what they were set to, the same way for
+// the same seed, and are a function of the time since the modem started, so that whoever is late
+// can still ask for what was.
 #pragma once
 
 #include <chrono>
@@ -39,6 +40,14 @@ struct nr_cell {
   double sinr = 12;         // dB
 };
 
+struct wcdma_cell {
+  double rssi = -75;  // dBm
+};
+
+struct gsm_cell {
+  double rssi = -70;  // dBm
+};
+
 /// Numbers as event 1606 has them.
 enum class lte_rrc_state : std::uint8_t {
   idle_not_camped = 1,
@@ -53,6 +62,8 @@ struct radio_values {
   radio_network network;
   lte_cell lte;
   nr_cell nr;
+  wcdma_cell wcdma;
+  gsm_cell gsm;
 };
 
 class radio {

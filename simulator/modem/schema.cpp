@@ -11,6 +11,7 @@
 #include "simulator/failure.h"
 #include "simulator/modem/efs_seed.h"
 #include "simulator/modem/nv_seed.h"
+#include "simulator/modem/pdc_seed.h"
 #include "simulator/modem/profile_store.h"
 
 namespace sim {
@@ -38,6 +39,12 @@ constexpr const char* euicc_profiles =
 constexpr const char* modes_directories_and_links =
     "CREATE TABLE efs_entries ("
     "  path TEXT PRIMARY KEY NOT NULL, mode INTEGER NOT NULL, target TEXT NOT NULL) WITHOUT ROWID";
+constexpr const char* configurations =
+    "CREATE TABLE pdc_configs ("
+    "  number INTEGER PRIMARY KEY, type INTEGER NOT NULL, id BLOB NOT NULL,"
+    "  description TEXT NOT NULL, version INTEGER NOT NULL, data BLOB NOT NULL,"
+    "  is_active INTEGER NOT NULL DEFAULT 0, is_pending INTEGER NOT NULL DEFAULT 0,"
+    "  UNIQUE (type, id))";
 
 struct step {
   const char* tables;
@@ -54,6 +61,7 @@ constexpr step steps[] = {
      }},
     {euicc_profiles, seed_profiles},
     {modes_directories_and_links, nullptr},
+    {configurations, seed_pdc_configs},
 };
 constexpr int schema_version = std::size(steps);
 
@@ -65,6 +73,7 @@ constexpr const char* expected[] = {
     "SELECT name, value FROM settings",
     "SELECT isdp_aid, iccid, enabled, provider, name FROM euicc_profiles",
     "SELECT path, mode, target FROM efs_entries",
+    "SELECT number, type, id, description, version, data, is_active, is_pending FROM pdc_configs",
 };
 
 int number(SQLite::Database& database, const char* query) {

@@ -12,13 +12,13 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <utility>
 
 #include "simulator/failure.h"
 
 namespace sim {
 namespace {
 
-constexpr std::chrono::milliseconds accept_retry{100};
 constexpr std::chrono::milliseconds terminal_retry{50};
 
 [[noreturn]] void fail(const char* what, unsigned port) {
@@ -57,14 +57,11 @@ void send_at_once(const descriptor& stream) {
 diag_port::diag_port(asio::io_context& io, const diag_ways& ways)
     : io_(io),
       path_(ways.socket, SOCK_STREAM),
-      unix_{asio::basic_socket_acceptor<protocol_type>(io), asio::steady_timer(io)},
+      unix_(io, path_.take_socket()),
       terminal_again_(io) {
-  unix_.acceptor.assign(protocol_type(AF_UNIX, 0), path_.take_socket().release());
   if (ways.tcp) {
     tcp_port_ = *ways.tcp;
-    descriptor bound = bind_tcp(tcp_port_);
-    tcp_.emplace(listener{asio::basic_socket_acceptor<protocol_type>(io), asio::steady_timer(io)});
-    tcp_->acceptor.assign(protocol_type(AF_INET, IPPROTO_TCP), bound.release());
+    tcp_.emplace(io, bind_tcp(tcp_port_), protocol_type(AF_INET, IPPROTO_TCP));
   }
   if (!ways.terminal.empty()) {
     terminal_ = open_pseudo_terminal();
@@ -79,30 +76,15 @@ diag_port::~diag_port() = default;
 
 void diag_port::start(diag::server& server) {
   server_ = &server;
-  unix_.acceptor.listen();
-  accept(unix_);
+  unix_.start([this](auto socket) { add(descriptor(socket.release()), [] {}); });
   if (tcp_) {
-    tcp_->acceptor.listen();
-    accept(*tcp_);
+    tcp_->start([this](auto socket) {
+      descriptor stream(socket.release());
+      send_at_once(stream);
+      add(std::move(stream), [] {});
+    });
   }
   if (terminal_) wait_for_terminal();
-}
-
-void diag_port::accept(listener& from) {
-  from.acceptor.async_accept([this, &from](const std::error_code& error, auto socket) {
-    if (error == asio::error::operation_aborted) return;
-    if (error) {
-      // No descriptors left: somebody has to leave first.
-      from.again.expires_after(accept_retry);
-      return from.again.async_wait([this, &from](const std::error_code& cancelled) {
-        if (!cancelled) accept(from);
-      });
-    }
-    descriptor stream(socket.release());
-    if (tcp_ && &from == &*tcp_) send_at_once(stream);
-    add(std::move(stream), [] {});
-    accept(from);
-  });
 }
 
 void diag_port::add(descriptor stream, std::function<void()> afterwards) {

@@ -10,13 +10,13 @@
 #include <string>
 #include <vector>
 
-#include <asio/basic_socket_acceptor.hpp>
 #include <asio/generic/stream_protocol.hpp>
 #include <asio/io_context.hpp>
 #include <asio/steady_timer.hpp>
 
 #include "simulator/diag/server.h"
 #include "simulator/ports/diag_connection.h"
+#include "simulator/ports/listener.h"
 #include "simulator/ports/socket_path.h"
 #include "simulator/ports/terminal_link.h"
 
@@ -43,20 +43,14 @@ class diag_port {
  private:
   using protocol_type = asio::generic::stream_protocol;
 
-  struct listener {
-    asio::basic_socket_acceptor<protocol_type> acceptor;
-    asio::steady_timer again;
-  };
-
-  void accept(listener& from);
   void add(descriptor stream, std::function<void()> afterwards);
   /// A terminal has a client when somebody holds its other side.
   void wait_for_terminal();
 
   asio::io_context& io_;
   socket_path path_;
-  listener unix_;
-  std::optional<listener> tcp_;
+  listener<protocol_type> unix_;
+  std::optional<listener<protocol_type>> tcp_;
   std::uint16_t tcp_port_ = 0;
   descriptor terminal_;  ///< the side that is ours
   std::optional<terminal_link> link_;

@@ -1,14 +1,10 @@
 #include "simulator/ports/modem_socket.h"
 
-#include <fmt/core.h>
 #include <sys/socket.h>
 
-#include <chrono>
-
-#include <asio/generic/stream_protocol.hpp>
+#include <utility>
 
 #include "protocol/modem_socket.h"
-#include "simulator/failure.h"
 #include "simulator/ports/modem_connection.h"
 
 namespace sim {
@@ -17,46 +13,28 @@ namespace {
 // The range from which a kernel's node takes ports for its clients starts here.
 constexpr std::uint32_t first_client_port = 0x4000;
 
-// When there are no descriptors left, waiting for a client to leave is all one can do.
-constexpr std::chrono::milliseconds accept_retry{100};
-
 }  // namespace
 
 modem_socket_port::modem_socket_port(asio::io_context& io, const std::string& path, trace& trace)
     : path_(path, SOCK_SEQPACKET),
-      acceptor_(io),
-      accept_again_(io),
+      listener_(io, path_.take_socket()),
       trace_(trace),
-      next_port_(first_client_port) {
-  acceptor_.assign(protocol_type(AF_UNIX, 0), path_.take_socket().release());
-}
+      next_port_(first_client_port) {}
 
 modem_socket_port::~modem_socket_port() = default;
 
 void modem_socket_port::start(dispatcher& dispatcher) {
   dispatcher_ = &dispatcher;
-  acceptor_.listen();
-  accept();
+  listener_.start([this](protocol_type::socket socket) { accepted(std::move(socket)); });
 }
 
-void modem_socket_port::accept() {
-  acceptor_.async_accept([this](const std::error_code& error, auto socket) {
-    if (error == asio::error::operation_aborted) return;
-    if (error) {
-      accept_again_.expires_after(accept_retry);
-      return accept_again_.async_wait([this](const std::error_code& cancelled) {
-        if (!cancelled) accept();
-      });
-    }
-    while (connections_.contains(next_port_)) ++next_port_;
-    const std::uint32_t client_port = next_port_++;
-    const auto connection =
-        std::make_shared<modem_connection>(*this, client_port, std::move(socket));
-    connections_.emplace(client_port, connection);
-    trace_.client_connects(client_at(client_port));
-    connection->start();
-    accept();
-  });
+void modem_socket_port::accepted(protocol_type::socket socket) {
+  while (connections_.contains(next_port_)) ++next_port_;
+  const std::uint32_t client_port = next_port_++;
+  const auto connection = std::make_shared<modem_connection>(*this, client_port, std::move(socket));
+  connections_.emplace(client_port, connection);
+  trace_.client_connects(client_at(client_port));
+  connection->start();
 }
 
 void modem_socket_port::send(protocol::qrtr::address to, protocol::qrtr::address from,

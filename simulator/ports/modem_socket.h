@@ -7,13 +7,12 @@
 #include <string_view>
 #include <unordered_map>
 
-#include <asio/basic_socket_acceptor.hpp>
 #include <asio/generic/seq_packet_protocol.hpp>
 #include <asio/io_context.hpp>
-#include <asio/steady_timer.hpp>
 
 #include "simulator/dispatcher.h"
 #include "simulator/port.h"
+#include "simulator/ports/listener.h"
 #include "simulator/ports/socket_path.h"
 #include "simulator/trace.h"
 
@@ -40,12 +39,11 @@ class modem_socket_port : public port {
  private:
   using protocol_type = asio::generic::seq_packet_protocol;
 
-  void accept();
+  void accepted(protocol_type::socket socket);
   [[nodiscard]] client client_at(std::uint32_t client_port);
 
   socket_path path_;
-  asio::basic_socket_acceptor<protocol_type> acceptor_;
-  asio::steady_timer accept_again_;
+  listener<protocol_type> listener_;
   trace& trace_;
   dispatcher* dispatcher_ = nullptr;
   std::unordered_map<std::uint32_t, std::shared_ptr<modem_connection>> connections_;

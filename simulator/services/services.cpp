@@ -1,7 +1,10 @@
 #include "simulator/services/services.h"
 
 #include "simulator/services/extension.h"
+#include "simulator/services/nas.h"
+#include "simulator/services/pdc.h"
 #include "simulator/services/sar.h"
+#include "simulator/services/statistics.h"
 #include "simulator/services/uim.h"
 
 namespace sim {
@@ -12,6 +15,9 @@ constexpr service_row services[] = {
     {"extension", extension_service_id, 1, extension_result_tlv, extension_messages},
     {"sar", sar_service_id, 1, no_result_tlv, sar_messages},
     {"uim", uim_service_id, 1, no_result_tlv, uim_messages},
+    {"pdc", pdc_service_id_v01, 1, no_result_tlv, pdc_messages},
+    {"nas", nas_service_id, 1, no_result_tlv, nas_messages},
+    {"statistics", statistics_service_id, 1, no_result_tlv, statistics_messages},
 };
 
 }  // namespace

@@ -203,7 +203,7 @@ TEST(tvk_modem_trace, names_what_passes) {
   {
     const connection client(socket);
     ASSERT_TRUE(client.send(look_up_all));
-    for (const support::bytes& seen : all_up) EXPECT_EQ(client.receive(), seen);
+    for (const bytes& seen : all_up) EXPECT_EQ(client.receive(), seen);
     EXPECT_EQ(client.ask(echo()), end_of_list);
     EXPECT_EQ(client.receive(), echo_answer());
     ASSERT_TRUE(client.send(echo()));

@@ -274,12 +274,10 @@ TEST(tvk_modem_state, restart_answers_first_and_forgets_what_is_unfinished) {
   // A service that is down for good stays so.
   EXPECT_EQ(client.ask(sar + hex("00 0100 0900 0000")), sar_down);
   EXPECT_EQ(ask_common(client, 31, u32(0x1000)), 0U);
-  for (const auto& list : {all_down, all_up}) {
-    for (const bytes& seen : list) {
-      const bool is_sar = seen == sar_down || seen == sar_up;
-      if (!is_sar) {
-        EXPECT_EQ(client.receive(), seen);
-      }
+  for (const auto* const all : {&all_down, &all_up}) {
+    for (const bytes& seen : *all) {
+      if (seen == sar_down || seen == sar_up) continue;
+      EXPECT_EQ(client.receive(), seen);
     }
   }
   EXPECT_FALSE(client.readable(100ms));

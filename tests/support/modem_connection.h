@@ -1,8 +1,9 @@
 // A client of the modem socket: raw socket calls and packets written by hand.
 //
 // A packet is node u32, port u32, datagram. The simulated modem's extension service is 0xFFE4,
-// instance word 0x101, at node 0 port 1, SAR is 0x11 at port 2, UIM 0x0B at port 3; the control
-// port of the local node is 1:0xFFFFFFFE.
+// instance word 0x101, at node 0 port 1, SAR is 0x11 at port 2, UIM 0x0B at port 3, PDC 0x24 at
+// port 4, NAS 0x03 at port 5, statistics 0xE4 at port 6; the control port of the local node is
+// 1:0xFFFFFFFE.
 #pragma once
 
 #include <poll.h>
@@ -35,11 +36,21 @@ inline const bytes sar_down = control + hex("05000000 11000000 01010000 00000000
 inline const bytes uim = hex("00000000 03000000");
 inline const bytes uim_up = control + hex("04000000 0b000000 01010000 00000000 03000000");
 inline const bytes uim_down = control + hex("05000000 0b000000 01010000 00000000 03000000");
-inline const bytes end_of_list = control + hex("04000000 00000000 00000000 00000000 00000000");
-
+inline const bytes pdc = hex("00000000 04000000");
+inline const bytes pdc_up = control + hex("04000000 24000000 01010000 00000000 04000000");
+inline const bytes pdc_down = control + hex("05000000 24000000 01010000 00000000 04000000");
+inline const bytes nas_up = control + hex("04000000 03000000 01010000 00000000 05000000");
+inline const bytes nas_down = control + hex("05000000 03000000 01010000 00000000 05000000");
+inline const bytes statistics_up = control + hex("04000000 e4000000 01010000 00000000 06000000");
+inline const bytes statistics_down = control + hex("05000000 e4000000 01010000 00000000 06000000");
 /// What a modem's whole list is, and what a restart takes down.
-inline const std::vector<bytes> all_up = {service_up, sar_up, uim_up};
-inline const std::vector<bytes> all_down = {service_down, sar_down, uim_down};
+inline const std::vector<bytes> all_up = {
+    service_up, sar_up, uim_up, pdc_up, nas_up, statistics_up,
+};
+inline const std::vector<bytes> all_down = {
+    service_down, sar_down, uim_down, pdc_down, nas_down, statistics_down,
+};
+inline const bytes end_of_list = control + hex("04000000 00000000 00000000 00000000 00000000");
 
 inline const bytes answer_tlvs =
     hex("01 0400 00000000  02 0400 03000000  10 0002 aabbcc") + bytes(509);

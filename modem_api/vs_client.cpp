@@ -1,0 +1,217 @@
+#include "modem_api/vs_client.h"
+
+#include <pthread.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstring>
+#include <thread>
+#include <utility>
+
+#include "modem_api/client_table.h"
+#include "modem_api/modem_api.h"
+#include "modem_stats/orvax_log.h"
+#include "modem_stats/orvax_memory.h"
+
+namespace {
+
+using modem_api::g_service_clients;
+using modem_api::service_client;
+
+constexpr std::uint32_t connect_timeout_ms = 4;
+constexpr int most_tries = 9;  // after the first call
+
+/// Counts connections and notifiers, so that callbacks and threads can tell theirs from another.
+std::uintptr_t g_generation TVK_GUARDED_BY(g_service_clients.lock) = 0;
+/// The last connection whose service was lost. Set by callbacks, which hold no lock.
+std::atomic<std::uintptr_t> g_lost_generation = 0;
+
+void pause_a_second() {
+  std::this_thread::sleep_for(std::chrono::seconds(1));
+}
+std::atomic<vs_client_pause_type> g_pause = pause_a_second;
+
+service_client& vs_record() TVK_REQUIRES(g_service_clients.lock) {
+  return g_service_clients.records.at(MODEM_API_CLIENT_VS);
+}
+
+/// What the QMI library hands back to a callback, and a callback to its thread.
+void* to_data(std::uintptr_t generation) {
+  return reinterpret_cast<void*>(generation);  // NOLINT(performance-no-int-to-ptr): not followed
+}
+std::uintptr_t to_generation(const void* data) {
+  return reinterpret_cast<std::uintptr_t>(data);
+}
+
+/// All instances are the same to the program.
+int vs_client_get_master_port() {
+  return 0;
+}
+
+qmi_client_error_type vs_client_init_client_handles() TVK_REQUIRES(g_service_clients.lock) {
+  ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "function entry");
+  const int port = vs_client_get_master_port();
+  ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "using port %d", port);
+  service_client& record = vs_record();
+  const auto connect = [&] {
+    return qmi_client_init_instance(record.service, QMI_CLIENT_INSTANCE_ANY, vs_client_unsol_ind_cb,
+                                    nullptr, &record.os_params, connect_timeout_ms, &record.handle);
+  };
+  auto error = connect();
+  for (int tries = 1; error != QMI_NO_ERR && tries <= most_tries; ++tries) {
+    g_pause.load()();
+    ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "Trying qmi_client_init_instance() try # %d port[%d]",
+              tries, port);
+    error = connect();
+  }
+  ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "qmi_client_init_instance returned (%d)", error);
+  if (error != QMI_NO_ERR) {
+    record.handle = nullptr;
+    ORVAX_LOG(ANDROID_LOG_ERROR, __func__, "qmi_client_init_instance returned failure(%d)", error);
+    return error;
+  }
+  // A service that is gone already calls back in here; what follows from it waits for the lock.
+  qmi_client_register_error_cb(record.handle, vs_client_service_down_event,
+                               to_data(++g_generation));
+  record.initialised = 1;
+  ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "function exit with ret %ld", 0L);
+  return QMI_NO_ERR;
+}
+
+bool is_lost() TVK_REQUIRES(g_service_clients.lock) {
+  return g_lost_generation == g_generation;
+}
+
+/// Whether a thread started for this generation still has something to do.
+bool is_current(std::uintptr_t generation) TVK_REQUIRES(g_service_clients.lock) {
+  return vs_record().initialised != 0 && g_generation == generation;
+}
+
+void start_detached(void* (*body)(void*), void* data) {
+  pthread_attr_t attributes;
+  pthread_attr_init(&attributes);
+  pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+  pthread_t thread{};
+  if (const int error = pthread_create(&thread, &attributes, body, data); error != 0) {
+    ORVAX_LOG(ANDROID_LOG_ERROR, __func__, "pthread_create returned %d", error);
+  }
+  pthread_attr_destroy(&attributes);
+}
+
+void* vs_client_release_qmi_client_thread(void* data) {
+  const platform::mutex_lock hold(g_service_clients.lock);
+  if (!is_current(to_generation(data))) return nullptr;
+  service_client& record = vs_record();
+  qmi_client_release(std::exchange(record.handle, nullptr));
+  ++g_generation;
+  const auto made = qmi_client_notifier_init(record.service, &record.os_params, &record.handle);
+  ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "qmi_client_notifier_init return %d", made);
+  if (made != QMI_NO_ERR) return nullptr;
+  const auto registered = qmi_client_register_notify_cb(record.handle, vs_client_service_up_event,
+                                                        to_data(g_generation));
+  ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "qmi_client_register_notify_cb %d", registered);
+  return nullptr;
+}
+
+void* vs_client_resume_qmi_client_thread(void* data) {
+  const platform::mutex_lock hold(g_service_clients.lock);
+  if (!is_current(to_generation(data))) return nullptr;
+  vs_client_shutdown(vs_record());
+  if (vs_client_init_client_handles() != QMI_NO_ERR) return nullptr;
+  modem_api_operational_status_cb(MODEM_API_CLIENT_VS, MODEM_API_STATUS_OPERATIONAL);
+  // Lost before it was reported: the last report must be the true one.
+  if (is_lost()) modem_api_operational_status_cb(MODEM_API_CLIENT_VS, MODEM_API_STATUS_DOWN);
+  return nullptr;
+}
+
+void vs_client_enter_suspend(void* data) {
+  ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "function entry");
+  g_lost_generation = to_generation(data);
+  modem_api_operational_status_cb(MODEM_API_CLIENT_VS, MODEM_API_STATUS_DOWN);
+  start_detached(vs_client_release_qmi_client_thread, data);
+}
+
+void vs_client_enter_resume(void* data) {
+  ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "function entry");
+  start_detached(vs_client_resume_qmi_client_thread, data);
+}
+
+void vs_client_ind_hdlr(unsigned int msg_id, const void* indication, std::uint32_t length) {
+  if (msg_id != vendor_stats_feature_v01) {
+    ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "Unknown indication msg %0x", msg_id);
+    return;
+  }
+  ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "Handling indication msg 0x%x", msg_id);
+  modem_api::tell_event(MODEM_API_CLIENT_VS, msg_id, indication, length);
+}
+
+}  // namespace
+
+std::uint32_t vs_client_init(std::uint32_t client_id) {
+  const platform::mutex_lock hold(g_service_clients.lock);
+  const auto status = modem_api::share_status(client_id);
+  if (status && *status != MODEM_API_STATUS_OPERATIONAL) {
+    ORVAX_LOG(ANDROID_LOG_ERROR, __func__,
+              "Another client init vs client with operational status %d", *status);
+    return MODEM_API_FAILURE;
+  }
+  // The connection may have been closed with a third client.
+  if (status && vs_record().initialised != 0) {
+    ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "Already another client init vs client successfully");
+    return MODEM_API_SUCCESS;
+  }
+  ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "Client connecting to QMI FW");
+  if (vs_client_init_client_handles() != QMI_NO_ERR) return MODEM_API_FAILURE;
+  modem_api::set_client_status(client_id, MODEM_API_STATUS_OPERATIONAL);
+  if (is_lost()) modem_api::set_client_status(client_id, MODEM_API_STATUS_DOWN);
+  return MODEM_API_SUCCESS;
+}
+
+void vs_client_shutdown(service_client& record) {
+  if (std::exchange(record.initialised, 0) == 0) return;
+  qmi_client_release(std::exchange(record.handle, nullptr));
+}
+
+qmi_client_type vs_client_handle() {
+  const platform::mutex_lock hold(g_service_clients.lock);
+  return vs_record().handle;
+}
+
+vs_client_pause_type vs_client_set_pause(vs_client_pause_type pause) {
+  return g_pause.exchange(pause);
+}
+
+void vs_client_unsol_ind_cb(qmi_client_type handle, unsigned int msg_id, void* buffer,
+                            unsigned int length, void* /*data*/) {
+  ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "function entry");
+  std::uint32_t size = 0;
+  auto error = qmi_idl_get_message_c_struct_len(
+      vendor_stats_get_service_object_internal_v01(1, 1, QMI_IDL_LIBRARY_VERSION),
+      QMI_IDL_INDICATION, static_cast<std::uint16_t>(msg_id), &size);
+  void* indication = nullptr;
+  if (error == QMI_NO_ERR) {
+    indication = orvax_malloc_adv(size);
+    if (indication == nullptr) return;
+    std::memset(indication, 0, size);
+    error = qmi_client_message_decode(handle, QMI_IDL_INDICATION, msg_id, buffer, length,
+                                      indication, size);
+  }
+  if (error == QMI_NO_ERR) {
+    vs_client_ind_hdlr(msg_id, indication, size);
+  } else {
+    ORVAX_LOG(ANDROID_LOG_ERROR, __func__, "Indication decode failed for msg 0x%x with error %d",
+              msg_id, error);
+  }
+  orvax_free_adv(indication);
+}
+
+void vs_client_service_down_event(qmi_client_type /*handle*/, qmi_client_error_type error,
+                                  void* data) {
+  ORVAX_LOG(ANDROID_LOG_ERROR, __func__, "service down with error %d", error);
+  vs_client_enter_suspend(data);
+}
+
+void vs_client_service_up_event(qmi_client_type /*handle*/, qmi_idl_service_object_type /*service*/,
+                                qmi_client_notify_event_type event, void* data) {
+  if (event == QMI_CLIENT_SERVICE_COUNT_INC) vs_client_enter_resume(data);
+}

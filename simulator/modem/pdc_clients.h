@@ -1,0 +1,58 @@
+// What the configuration service knows of its clients: the configuration that each loads, how far
+// its list has come, and what it wants to hear of.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <tuple>
+#include <vector>
+
+#include "protocol/bytes.h"
+#include "simulator/modem/pdc_configs.h"
+#include "simulator/port.h"
+
+namespace sim {
+
+/// A configuration on its way, chunk by chunk.
+struct config_load {
+  config_name name;
+  std::uint32_t total = 0;
+  std::vector<std::uint8_t> data;
+};
+
+/// A list of which parts are outstanding.
+struct config_listing {
+  std::uint32_t token = 0;
+  std::optional<std::uint32_t> type;
+  std::int64_t after = 0;
+};
+
+struct pdc_client {
+  bool hears_of_changes = false;
+  bool hears_of_refreshes = false;
+  std::optional<config_load> loading;
+  std::optional<config_listing> listing;
+};
+
+class pdc_clients {
+  struct by_address {
+    bool operator()(const client& left, const client& right) const {
+      return std::tie(left.via, left.at.node, left.at.port) <
+             std::tie(right.via, right.at.node, right.at.port);
+    }
+  };
+  using clients = std::map<client, pdc_client, by_address>;
+
+ public:
+  [[nodiscard]] pdc_client& of(const client& who) { return clients_[who]; }
+  [[nodiscard]] const clients& all() const { return clients_; }
+
+  void drop(const client& who) { clients_.erase(who); }
+  void drop_all() { clients_.clear(); }
+
+ private:
+  clients clients_;
+};
+
+}  // namespace sim

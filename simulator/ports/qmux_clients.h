@@ -1,0 +1,45 @@
+// The clients that CTL has handed out: each is an id, 1 to 254, of one service on one connection.
+// The rest of the modem knows it as a port of the local node.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <vector>
+
+#include "protocol/qrtr.h"
+#include "simulator/service.h"
+
+namespace sim {
+
+using connection_number = std::uint64_t;
+
+struct qmux_client {
+  connection_number connection = 0;
+  const service_row* service = nullptr;
+  std::uint8_t id = 0;
+
+  friend bool operator==(const qmux_client&, const qmux_client&) = default;
+};
+
+class qmux_clients {
+ public:
+  /// Where the modem knows it; nothing when the service has no id left.
+  [[nodiscard]] std::optional<std::uint32_t> add(connection_number connection,
+                                                 const service_row& service);
+  void remove(std::uint32_t port) { clients_.erase(port); }
+
+  [[nodiscard]] const qmux_client* find(std::uint32_t port) const;
+  [[nodiscard]] std::optional<std::uint32_t> port_of(connection_number connection,
+                                                     std::uint8_t service, std::uint8_t id) const;
+  [[nodiscard]] std::vector<std::uint32_t> ports_of(connection_number connection) const;
+
+ private:
+  [[nodiscard]] bool is_taken(const service_row& service, std::uint8_t id) const;
+
+  // Above the ports that a kernel's node gives its clients.
+  std::uint32_t next_port_ = 0x8000;
+  std::map<std::uint32_t, qmux_client> clients_;
+};
+
+}  // namespace sim

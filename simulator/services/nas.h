@@ -1,0 +1,35 @@
+// NAS, the standard service of the network: how well the first subscription's radio receives its
+// cells, and where they are. Without a card, or with the radio off, error 74.
+#pragma once
+
+#include "simulator/service.h"
+
+namespace sim {
+
+constexpr std::uint32_t nas_service_id = 0x03;
+
+[[nodiscard]] protocol::qmi::error get_signal_strength(const request& asked,
+                                                       protocol::qmi::tlv_writer& answer);
+[[nodiscard]] protocol::qmi::error get_rf_band_info(const request& asked,
+                                                    protocol::qmi::tlv_writer& answer);
+[[nodiscard]] protocol::qmi::error get_signal_info(const request& asked,
+                                                   protocol::qmi::tlv_writer& answer);
+
+inline constexpr tlv_row nas_signal_strength_request_tlvs[] = {{0x10, "wanted"}};
+inline constexpr tlv_row nas_signal_strength_response_tlvs[] = {
+    {0x01, "strength"}, {0x02, "standard response"}, {0x11, "RSSI"},
+    {0x16, "RSRQ"},     {0x17, "LTE SNR"},           {0x18, "LTE RSRP"}};
+inline constexpr tlv_row nas_rf_band_response_tlvs[] = {{0x01, "bands"},
+                                                        {0x02, "standard response"},
+                                                        {0x11, "bands, wide channels"},
+                                                        {0x12, "bandwidths"}};
+inline constexpr tlv_row nas_signal_info_response_tlvs[] = {
+    {0x02, "standard response"}, {0x14, "LTE"}, {0x17, "NR"}, {0x18, "NR RSRQ"}};
+inline constexpr message_row nas_messages[] = {
+    {0x0020, "get signal strength", get_signal_strength, nas_signal_strength_request_tlvs,
+     nas_signal_strength_response_tlvs},
+    {0x0031, "get RF band info", get_rf_band_info, {}, nas_rf_band_response_tlvs},
+    {0x004F, "get signal info", get_signal_info, {}, nas_signal_info_response_tlvs},
+};
+
+}  // namespace sim

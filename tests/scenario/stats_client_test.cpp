@@ -1,0 +1,380 @@
+// The statistics clients and group 9 against a modem written by hand.
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "modem_api/client_table.h"
+#include "modem_api/modem_api.h"
+#include "modem_api/response.h"
+#include "modem_api/vs_client.h"
+#include "modem_stats/orvax_memory.h"
+#include "support/hand_modem.h"
+#include "support/printed.h"
+#include "support/temp_dir.h"
+#include "tvk/commands.h"
+#include "tvk/qmi_modem_stats_readers.h"
+#include "tvk/qmi_modem_stats_request.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using support::bytes;
+using support::datagram;
+using support::fill;
+using support::hand_modem;
+using support::hex;
+using support::printed_by;
+using support::qmi_server;
+using support::operator+;
+
+constexpr qmi_server statistics{.service = 0xE4};
+const bytes done = hex("02 0400 0000 0000");
+
+std::atomic<int> went_down = 0;
+std::atomic<int> came_up = 0;
+void count_status(std::uint32_t event, std::uint32_t type) {
+  EXPECT_EQ(type, 0U);
+  if (event == 0x10001) ++went_down;
+  if (event == 0x10002) ++came_up;
+}
+
+bool soon(const std::function<bool()>& holds) {
+  for (int i = 0; i < 1000 && !holds(); ++i) std::this_thread::sleep_for(10ms);
+  return holds();
+}
+
+class stats_client : public testing::Test {
+ protected:
+  stats_client() {
+    setenv("TVK_ANDROID_LOG", log_file().c_str(), 1);
+    log_begin_ = log_text(0).size();
+    went_down = came_up = 0;
+    vs_client_set_pause(+[] { std::this_thread::sleep_for(1ms); });
+    EXPECT_EQ(modem_api_init(), 0U);
+  }
+  ~stats_client() override { modem_api_release(); }
+
+  /// The log is opened once for all tests of the process.
+  static std::string log_file() {
+    static const support::temp_dir dir;
+    return dir.file("log");
+  }
+  static std::string log_text(std::size_t from) {
+    std::ifstream in(log_file());
+    std::string text((std::istreambuf_iterator<char>(in)), {});
+    return text.substr(std::min(from, text.size()));
+  }
+  [[nodiscard]] int logged(const std::string& line) const {
+    const auto text = log_text(log_begin_);
+    int count = 0;
+    for (auto at = text.find(line); at != std::string::npos; at = text.find(line, at + 1)) ++count;
+    return count;
+  }
+
+  static void use(hand_modem& modem, const bytes& feature, const bytes& record) {
+    setenv("TVK_MODEM", modem.endpoint().c_str(), 1);
+    modem.on_request([=](const datagram& request) {
+      const bytes& tlvs = request.data.at(3) == 0x03 ? feature : record;
+      return std::vector<datagram>{
+          {request.node, request.port, support::qmi_response(request.data, tlvs)}};
+    });
+  }
+
+ private:
+  std::size_t log_begin_;
+};
+
+std::uint32_t add_client(std::uint32_t type, std::uint32_t* id,
+                         modem_api_event_cb event_cb = nullptr) {
+  return modem_api_init_client(type, event_cb, count_status, id);
+}
+
+TEST_F(stats_client, table_has_ten_slots) {
+  std::uint32_t id = 99;
+  for (std::uint32_t i = 0; i < 10; ++i) {
+    ASSERT_EQ(add_client(MODEM_API_CLIENT_SAR, &id), 0U);
+    EXPECT_EQ(id, i);
+  }
+  EXPECT_EQ(add_client(MODEM_API_CLIENT_SAR, &id), 1U);
+  EXPECT_EQ(logged("E/ORVAX: modem_api_init_client: no more client can be added\n"), 1);
+  modem_api_free_client(3);
+  modem_api_free_client(3);
+  modem_api_free_client(10);
+  EXPECT_EQ(logged("modem_api_free_client: client already freed\n"), 2);
+  ASSERT_EQ(add_client(7, &id), 0U);
+  EXPECT_EQ(id, 3U);
+  modem_api_operational_status_cb(MODEM_API_CLIENT_VS, 3);
+  EXPECT_EQ(came_up, 0);
+  EXPECT_EQ(modem_api_set_orvax_feature_status(0), 7U) << "of another type";
+  EXPECT_EQ(logged("E/ORVAX: modem_api_set_orvax_feature_status: Unexpected condition, return "
+                   "error 7!\n"),
+            1);
+  for (id = 0; id < 10; ++id) modem_api_free_client(id);
+}
+
+TEST_F(stats_client, qmi_results_become_results_of_the_library) {
+  const struct {
+    int transport, result, error;
+    std::uint32_t mapped;
+  } rows[] = {{-5, 0, 0, 12}, {-1, 0, 0, 12}, {-3, 0, 0, 11}, {-4, 0, 0, 1},  {-6, 0, 0, 1},
+              {1, 0, 0, 1},   {0, 0, 94, 0},  {-2, 0, 0, 0},  {0, 2, 0, 1},   {0, 1, 0, 0},
+              {-2, 1, 26, 0}, {0, 1, 4, 10},  {0, 1, 17, 5},  {0, 1, 19, 5},  {0, 1, 48, 5},
+              {0, 1, 49, 5},  {0, 1, 24, 4},  {0, 1, 42, 4},  {0, 1, 77, 4},  {0, 1, 94, 4},
+              {0, 1, 52, 8},  {0, 1, 95, 1},  {0, 1, 3, 1},   {0, 1, 102, 1}, {-2, 1, 94, 4}};
+  for (const auto& row : rows) {
+    const qmi_response_type_v01 response{row.result, row.error};
+    EXPECT_EQ(modem_api_map_qmi_error_to_modem_api(row.transport, &response), row.mapped)
+        << row.transport << ", " << row.result << ", " << row.error;
+  }
+}
+
+std::uint32_t last_status;
+
+TEST_F(stats_client, response_that_comes_later_is_copied_unless_cancelled) {
+  struct answer {
+    qmi_response_type_v01 resp;
+    std::int32_t value;
+  };
+  const struct {
+    bool cancelled, has_response;
+    qmi_response_type_v01 resp;
+    std::uint32_t status;
+    std::int32_t value;
+  } rows[] = {{false, true, {0, 0}, 2, 5},
+              {true, true, {1, 26}, 2, 0},
+              {false, true, {1, 94}, 4, 0},
+              {false, false, {0, 0}, 3, 0}};
+  for (const auto& row : rows) {
+    answer copied{};
+    auto* context =
+        static_cast<modem_api_cb_struct_type*>(orvax_malloc_adv(sizeof(modem_api_cb_struct_type)));
+    *context = {[](int, int, void*, std::uint32_t status) { last_status = status; }, &copied};
+    auto* response = static_cast<answer*>(orvax_malloc_adv(sizeof(answer)));
+    *response = {row.resp, 5};
+    modem_api_process_response(row.cancelled, response, row.has_response ? sizeof(answer) : 0,
+                               context, 0);
+    EXPECT_EQ(last_status, row.status);
+    EXPECT_EQ(copied.value, row.value);
+  }
+  modem_api_process_response(false, orvax_malloc_adv(8), 8, nullptr, 0);
+}
+
+hand_modem* modem_to_come;
+int pauses;
+
+TEST_F(stats_client, service_that_comes_late_is_tried_for_and_one_that_does_not_is_given_up) {
+  hand_modem modem(std::vector<qmi_server>{});
+  use(modem, done, done);
+  modem_to_come = &modem;
+  pauses = 0;
+  std::uint32_t id = 99;
+  vs_client_set_pause(+[] { ++pauses; });
+  EXPECT_EQ(add_client(MODEM_API_CLIENT_VS, &id), 1U);
+  EXPECT_EQ(pauses, 9);
+  EXPECT_EQ(id, 99U);
+  EXPECT_EQ(logged("vs_client_init_client_handles: qmi_client_init_instance returned failure(-3)"),
+            1);
+  pauses = 0;
+  vs_client_set_pause(+[] {
+    if (++pauses == 2) modem_to_come->publish(statistics);
+  });
+  EXPECT_EQ(add_client(MODEM_API_CLIENT_VS, &id), 0U);
+  EXPECT_EQ(logged("Trying qmi_client_init_instance() try # 2 port[0]\n"), 2);
+  EXPECT_EQ(logged("Trying qmi_client_init_instance() try # 3 port[0]\n"), 1);
+  EXPECT_EQ(id, 0U) << "the slot of the client that failed";
+  std::uint32_t second = 99;
+  EXPECT_EQ(add_client(MODEM_API_CLIENT_VS, &second), 0U);
+  EXPECT_EQ(logged("vs_client_init: Already another client init vs client successfully\n"), 1);
+  modem.withdraw(statistics);
+  EXPECT_TRUE(soon([] { return went_down == 2; }));
+  EXPECT_EQ(add_client(MODEM_API_CLIENT_VS, &second), 1U);
+  EXPECT_EQ(logged("vs_client_init: Another client init vs client with operational status 4\n"), 1);
+  modem_api_free_client(0);
+  modem_api_free_client(1);
+}
+
+std::atomic<int> indications;
+
+TEST_F(stats_client, indications_are_handed_on_when_they_are_known) {
+  hand_modem modem({statistics});
+  use(modem, done, done);
+  std::uint32_t id = 0;
+  indications = 0;
+  ASSERT_EQ(add_client(MODEM_API_CLIENT_VS, &id,
+                       [](std::uint32_t event, const void* data, std::uint32_t length) {
+                         const auto* const first = static_cast<const std::uint8_t*>(data);
+                         if (event == 3 && length == 4 && *first == 1) ++indications;
+                       }),
+            0U);
+  ASSERT_EQ(modem_api_set_orvax_feature_status(id), 0U);
+  for (const auto* indication : {"04 0000 ffff 0000", "04 0000 0400 0000", "04 0000 0300 0000",
+                                 "04 0000 0300 0700 01 0400 01000000"}) {
+    modem.send({0, 0x101, hex(indication)});
+  }
+  EXPECT_TRUE(soon([] { return indications == 1; }));
+  EXPECT_EQ(logged("vs_client_ind_hdlr: Unknown indication msg ffff\n"), 1);
+  EXPECT_EQ(logged("Indication decode failed for msg 0x4 with error -43\n"), 1);
+  EXPECT_EQ(logged("Indication decode failed for msg 0x3 with error -46\n"), 1);
+  EXPECT_EQ(logged("vs_client_ind_hdlr: Handling indication msg 0x3\n"), 1);
+  modem_api_free_client(id);
+}
+
+/// Group 9, without its first line.
+std::string group_9(const char* option, const char* sub) {
+  std::string words[] = {"tvk", "9", option, sub};
+  char* argv[] = {words[0].data(), words[1].data(), words[2].data(), words[3].data(), nullptr};
+  g_qmi_modem_stats.number = 0;
+  const auto printed = printed_by([&] { norvel_test_qmi_modem_stats_do(4, argv); });
+  const auto start = printed.find("opt = ");
+  return printed.substr(printed.find('\n', start) + 1);
+}
+
+bytes entries(int count, const bytes& list) {
+  const auto size = list.size() + 1;
+  return done + bytes{0x10, static_cast<std::uint8_t>(size), static_cast<std::uint8_t>(size >> 8)} +
+         bytes{static_cast<std::uint8_t>(count)} + list;
+}
+
+bytes entry(const std::string& sub_and_id, std::size_t length, const bytes& data) {
+  return hex(sub_and_id) +
+         bytes{static_cast<std::uint8_t>(length), static_cast<std::uint8_t>(length >> 8)} + data;
+}
+
+TEST_F(stats_client, group_9_says_what_is_wrong_with_an_answer) {
+  const std::string nr_rssi = "0000 0000 5e000000";
+  const bytes nr_20 = hex("01000000 0000a0c2 33b3a0c2 000000c3 0000803f");
+  const std::string nr_line =
+      "ASDIV DATA: rssi_rx0: -80.00, rssi_rx1: -80.35, rssi_rx2: -128.00, rssi_rx3: 1.00\n";
+  const std::string request = "number = 1, sub = 0, ret id_num = 1, id = 94";
+  bytes eleven;
+  for (int i = 0; i < 11; ++i) eleven = eleven + entry(nr_rssi, 1, {0});
+  const struct {
+    const char* option;
+    bytes answer;
+    std::string printed;
+  } rows[] = {
+      {"7", entries(1, entry(nr_rssi, 20, nr_20)),
+       "Success to get data, " + request + ", data_len = 20\n" + nr_line},
+      {"7", entries(1, entry(nr_rssi, 21, nr_20 + fill(1))),
+       "Success to get data, " + request + ", data_len = 21\n" + nr_line},
+      {"0", entries(1, entry("0000 0000 52000000", 74, fill(74))),
+       "Success to get data, number = 1, sub = 0, ret id_num = 1, id = 82, data_len = 74\n"
+       "g_orvax_data_left(3) is not enough for snr_rx3, id(0x52)\n"},
+      {"7", entries(1, entry(nr_rssi, 0, {})),
+       "Fail to get data, data_len(0) is invalid, should be in (0, 700], " + request + "\n"},
+      {"7", entries(1, entry(nr_rssi, 701, fill(701))),
+       "Fail to get data, data_len(701) is invalid, should be in (0, 700], " + request + "\n"},
+      {"7", entries(0, {}),
+       "Fail to get data, empty, number = 1, sub = 0, ret id_num = 0, id = 94\n"},
+      {"7", entries(2, entry(nr_rssi, 20, nr_20) + entry(nr_rssi, 20, nr_20)),
+       "Fail to get data, id num error, number = 1, sub = 0, ret id_num = 2, id = 94\n"},
+      {"7", entries(11, eleven),
+       "Fail to get data, id num error, number = 1, sub = 0, ret id_num = 10, id = 94\n"},
+      {"7", entries(1, entry("0100 0000 5f000000", 20, nr_20)),
+       "Fail to get data, ret_id(95) is invalid, " + request + "\n"},
+      {"7", entries(1, entry("0100 0000 5e000000", 20, nr_20)),
+       "Fail to get data, ret_sub(1) is invalid, " + request + "\n"},
+      {"7", done, "Fail to get data fail, number = 1, ret = 1, sub = 0, id = 94\n"},
+      {"7", hex("02 0400 0100 5e00"),
+       "Fail to get data fail, number = 1, ret = 4, sub = 0, id = 94\n"},
+      {"7", hex("02 0400 0100 1a00"),  // success, but without data
+       "Fail to get data fail, number = 1, ret = 1, sub = 0, id = 94\n"},
+  };
+  hand_modem modem({statistics});
+  for (const auto& row : rows) {
+    use(modem, done, row.answer);
+    EXPECT_EQ(group_9(row.option, "0"), row.printed);
+  }
+  const auto sent = modem.requests();
+  ASSERT_GE(sent.size(), 2U);
+  EXPECT_EQ(sent[0].data, hex("00 0100 0300 0f00  01 0400 02000000  10 0100 01  11 0100 00"));
+  EXPECT_EQ(sent[1].data,
+            hex("00 0200 0702 1200  01 0200 0000  02 0200 0100  03 0500 01 5e000000"));
+  g_qmi_modem_stats.cursor = -1;
+  EXPECT_EQ(printed_by([] { read_and_print(g_antenna_info); }),
+            "g_pK_DATA_CNT(-1) is can not < 0 for version, id(0x52)\n");
+}
+
+TEST_F(stats_client, client_follows_its_service_down_and_up) {
+  hand_modem modem({statistics});
+  use(modem, done, entries(1, entry("0100 0000 64000000", 1, {9})));
+  std::uint32_t id = 0;
+  ASSERT_EQ(add_client(MODEM_API_CLIENT_VS, &id), 0U);
+  vendor_stats_get_resp_v01 answer;
+  for (int round = 1; round <= 3; ++round) {
+    EXPECT_EQ(modem_api_get_stats_parameter(id, 1, 1, 100, answer), 0U);
+    EXPECT_EQ(answer.entries[0].data[0], 9);
+    modem.withdraw(statistics);
+    ASSERT_TRUE(soon([&] { return went_down == round; }));
+    EXPECT_EQ(modem_api_get_stats_parameter(id, 1, 1, 100, answer), 7U);
+    modem.publish(statistics);
+    ASSERT_TRUE(soon([&] { return came_up == round; }));
+  }
+  modem_api_free_client(id);
+}
+
+std::size_t open_files() {
+  const std::filesystem::directory_iterator files("/proc/self/fd");
+  return static_cast<std::size_t>(std::distance(begin(files), end(files)));
+}
+
+TEST_F(stats_client, service_that_comes_and_goes_under_two_threads_leaves_nothing_behind) {
+  hand_modem modem({statistics});
+  use(modem, done, entries(1, entry("0100 0000 64000000", 1, {9})));
+  const auto before = open_files();
+  std::atomic<bool> over = false;
+  std::thread service([&] {
+    for (int i = 0; !over; ++i) {
+      modem.withdraw(statistics);
+      std::this_thread::sleep_for(std::chrono::microseconds(300 * (i % 7)));
+      modem.publish(statistics);
+      std::this_thread::sleep_for(std::chrono::microseconds(700 * (i % 11)));
+    }
+  });
+  std::atomic<int> good = 0;
+  const auto use_clients = [&] {
+    for (int i = 0; i < 100;) {
+      std::uint32_t id = 0;
+      if (add_client(MODEM_API_CLIENT_VS, &id) != 0) continue;
+      ++i;
+      for (int request = 0; request < 10; ++request) {
+        std::this_thread::sleep_for(500us);
+        const auto switched = modem_api_set_orvax_feature_status(id);
+        EXPECT_TRUE(switched == 0 || switched == 1 || switched == 7) << switched;
+        vendor_stats_get_resp_v01 answer;
+        const auto result = modem_api_get_stats_parameter(id, 1, 1, 100, answer);
+        EXPECT_TRUE(result == 0 || result == 1 || result == 7) << result;
+        if (result != 0 || answer.entries_valid != 1) continue;
+        EXPECT_EQ(answer.entries[0].data[0], 9);
+        ++good;
+      }
+      modem_api_free_client(id);
+    }
+  };
+  std::thread other(use_clients);
+  use_clients();
+  other.join();
+  over = true;
+  service.join();
+  EXPECT_GT(good, 0);
+  EXPECT_GT(went_down, 0);
+  EXPECT_GT(came_up, 0);
+  // The threads that follow the service may be at work still.
+  EXPECT_TRUE(soon([&] { return open_files() == before; })) << open_files() - before;
+  std::uint32_t id = 99;
+  EXPECT_EQ(add_client(MODEM_API_CLIENT_VS, &id), 0U);
+  EXPECT_EQ(id, 0U) << "all slots are free";
+  EXPECT_EQ(modem_api_set_orvax_feature_status(id), 0U);
+  modem_api_free_client(id);
+}
+
+}  // namespace

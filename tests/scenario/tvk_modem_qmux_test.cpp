@@ -1,0 +1,156 @@
+// QMUX on a stream socket, frame by frame: marker, length, flags, service, client, message.
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <memory>
+#include <string>
+
+#include "support/bytes.h"
+#include "support/modem_connection.h"
+#include "support/simulated_modem.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+using support::bytes;
+using support::hex;
+using support::simulated_modem;
+
+class stream {
+ public:
+  explicit stream(const std::string& path) : socket_(::socket(AF_UNIX, SOCK_STREAM, 0)) {
+    const sockaddr_un address = support::address_of(path);
+    if (::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+      throw std::runtime_error("connect: " + path);
+    }
+  }
+  stream(const stream&) = delete;
+  stream& operator=(const stream&) = delete;
+  ~stream() { ::close(socket_); }
+
+  void send(const bytes& some) const {
+    EXPECT_EQ(::send(socket_, some.data(), some.size(), MSG_NOSIGNAL),
+              static_cast<ssize_t>(some.size()));
+  }
+  /// Nothing when the modem closed the connection, or says nothing for ten seconds.
+  [[nodiscard]] bytes receive(std::size_t size) const {
+    bytes all;
+    pollfd one{socket_, POLLIN, 0};
+    while (all.size() < size && ::poll(&one, 1, 10000) == 1) {
+      bytes piece(size - all.size());
+      const ssize_t got = ::recv(socket_, piece.data(), piece.size(), 0);
+      if (got <= 0) return {};
+      all.insert(all.end(), piece.begin(), piece.begin() + got);
+    }
+    return all;
+  }
+  /// What comes, as long as it is as long as `expected`.
+  void expect_answer(const char* request, const char* expected) const {
+    SCOPED_TRACE(request);
+    send(hex(request));
+    EXPECT_EQ(receive(hex(expected).size()), hex(expected));
+  }
+
+ private:
+  int socket_;
+};
+
+constexpr const char* allocate_sar = "01 0f00 00 00 00  00 07 2200 0400  01 0100 11";
+constexpr const char* sar_client_1 =
+    "01 1700 80 00 00  01 07 2200 0c00  02 0400 00000000  01 0200 11 01";
+constexpr const char* ask_client_1 = "01 0c00 00 11 01  00 0100 0200 0000";
+constexpr const char* state_to_client_1 =
+    "01 1a00 80 11 01  02 0100 0200 0e00  02 0400 0000 0000  10 0400 00000000";
+constexpr const char* sync = "01 0b00 00 00 00  00 08 2700 0000";
+constexpr const char* sync_answer = "01 1200 80 00 00  01 08 2700 0700  02 0400 00000000";
+
+class tvk_modem_qmux : public testing::Test {
+ protected:
+  support::temp_dir dir_;
+  std::string path_ = dir_.file("qmux_socket");
+  simulated_modem modem_{
+      {"sar/0x0009=down:100"}, simulated_modem::begin::at_once, {"--qmux", path_}};
+};
+
+TEST_F(tvk_modem_qmux, control_hands_out_clients_and_refuses_what_it_cannot_do) {
+  const stream one(path_);
+  one.expect_answer("01 1700 00 00 00  00 01 00ff 0c00  01 0900 2f6465762f6e756c6c",
+                    "01 1200 80 00 00  01 01 00ff 0700  02 0400 00000000");
+  one.expect_answer("01 1000 00 00 00  00 02 2600 0500  10 0200 0100",
+                    "01 1700 80 00 00  01 02 2600 0c00  02 0400 00000000  10 0200 0100");
+  one.expect_answer(allocate_sar, sar_client_1);
+  one.expect_answer(ask_client_1, state_to_client_1);
+
+  const stream two(path_);
+  two.expect_answer(allocate_sar,
+                    "01 1700 80 00 00  01 07 2200 0c00  02 0400 00000000  01 0200 11 02");
+  two.send(hex(ask_client_1));  // another's: no answer
+  const std::pair<const char*, const char*> refused[] = {
+      {"01 0f00 00 00 00  00 03 2200 0400  01 0100 7f", "03 2200 0700  02 0400 0100 1f00"},
+      {"01 0b00 00 00 00  00 04 2200 0000", "04 2200 0700  02 0400 0100 1100"},
+      {"01 1000 00 00 00  00 05 2300 0500  01 0200 11 01", "05 2300 0700  02 0400 0100 0700"},
+      {"01 0f00 00 00 00  00 06 2200 0400  01 0500 11", "06 2200 0700  02 0400 0100 0100"},
+      {"01 0b00 00 00 00  00 09 22ff 0000", "09 22ff 0700  02 0400 0100 4700"},
+  };
+  for (const auto& [request, answer] : refused) {
+    two.expect_answer(request, (std::string("01 1200 80 00 00  01 ") + answer).c_str());
+  }
+  two.expect_answer("01 1000 00 00 00  00 0a 2300 0500  01 0200 11 02",
+                    "01 1700 80 00 00  01 0a 2300 0c00  02 0400 00000000  01 0200 11 02");
+
+  // The 8-bit number is the statistics service's; the extension service's, 0xFFE4, only ends in it.
+  two.expect_answer("01 0f00 00 00 00  00 0b 2200 0400  01 0100 e4",
+                    "01 1700 80 00 00  01 0b 2200 0c00  02 0400 00000000  01 0200 e4 01");
+  two.expect_answer("01 0c00 00 e4 01  00 0100 0702 0000",
+                    "01 1300 80 e4 01  02 0100 0702 0700  02 0400 0100 1100");
+
+  // A client outlives its service's outage; nobody becomes one meanwhile.
+  one.send(hex("01 0c00 00 11 01  00 0100 0900 0000"));
+  one.expect_answer(allocate_sar, "01 1200 80 00 00  01 07 2200 0700  02 0400 0100 1f00");
+  ::usleep(300000);
+  one.expect_answer(ask_client_1, state_to_client_1);
+  one.expect_answer(sync, sync_answer);
+  one.send(hex(ask_client_1));  // no client any more
+  one.expect_answer(allocate_sar, sar_client_1);
+}
+
+TEST_F(tvk_modem_qmux, frames_come_in_any_pieces_and_anything_else_ends_the_connection) {
+  const stream client(path_);
+  client.expect_answer(allocate_sar, sar_client_1);
+  for (const std::uint8_t each : hex(ask_client_1)) {
+    client.send({each});
+    ::usleep(1000);
+  }
+  EXPECT_EQ(client.receive(hex(state_to_client_1).size()), hex(state_to_client_1));
+  const std::string two = ask_client_1 + std::string(sync);
+  client.expect_answer(two.c_str(), (state_to_client_1 + std::string(sync_answer)).c_str());
+
+  for (const char* const broken : {"02 0b00", "01 0400 00 00 00"}) {
+    const stream other(path_);
+    other.expect_answer(broken, "");
+    EXPECT_EQ(other.receive(1), bytes());
+  }
+  client.expect_answer(sync, sync_answer);
+}
+
+TEST_F(tvk_modem_qmux, service_has_254_clients_and_a_connection_takes_its_own_along) {
+  auto client = std::make_unique<stream>(path_);
+  for (unsigned id = 1; id <= 254; ++id) {
+    client->send(hex(allocate_sar));
+    ASSERT_EQ(client->receive(24).back(), id);
+  }
+  client->expect_answer(allocate_sar, "01 1200 80 00 00  01 07 2200 0700  02 0400 0100 0500");
+  client.reset();
+  bytes first;
+  for (int tries = 0; first.size() < 24 && tries < 100; ++tries) {
+    const stream next(path_);
+    next.expect_answer(sync, sync_answer);  // the modem has read the end of the first by now
+    next.send(hex(allocate_sar));
+    first = next.receive(24);
+  }
+  EXPECT_EQ(first, hex(sar_client_1));
+}
+
+}  // namespace
