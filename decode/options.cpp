@@ -1,5 +1,7 @@
 #include "decode/options.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <charconv>
 #include <map>
@@ -9,6 +11,7 @@
 
 #include "decode/output/time_text.h"
 #include "decode/pipeline.h"
+#include "decode/record_list.h"
 
 namespace decode {
 
@@ -56,6 +59,14 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
       "tvk-decode");
   app.set_version_flag("--version", "tvk-decode " TVK_DECODE_VERSION);
   app.get_formatter()->column_width(34);
+
+  app.add_flag_callback(
+      "--list-records",
+      [] {
+        fmt::print("{}", record_list());
+        throw CLI::Success();
+      },
+      "what the records hold");
 
   app.add_option("input", chosen.inputs, "files, directories, - for standard input");
   std::string live;

@@ -8,8 +8,8 @@
 
 namespace diag {
 
-/// What TVK_DIAG names: unix:PATH, tcp:HOST:PORT (a numeric address or localhost) or tty:PATH; unset
-/// is diag.sock in the runtime directory.
+/// What TVK_DIAG names: unix:PATH, tcp:HOST:PORT (a numeric address or localhost) or tty:PATH;
+/// unset is diag.sock in the runtime directory.
 [[nodiscard]] std::string named_port();
 
 /// Not valid when there is no such port: what is wrong is told once on standard error. Reading and
