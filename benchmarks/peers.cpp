@@ -8,6 +8,8 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <string>
 
 echo_process::echo_process() {
   std::array<int, 2> ends{};
@@ -48,6 +50,15 @@ modem_process::modem_process() {
     _exit(127);
   }
   setenv("TVK_MODEM", ("unix:" + socket).c_str(), 1);
+  setenv("TVK_DIAG", ("unix:" + name + "/diag.sock").c_str(), 1);
+}
+
+double modem_process::resident_kib() const {
+  std::ifstream status("/proc/" + std::to_string(child_) + "/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with("VmRSS:")) return std::stod(line.substr(sizeof "VmRSS:"));
+  }
+  return 0;
 }
 
 modem_process::~modem_process() {

@@ -25,13 +25,17 @@ class echo_process {
   std::array<char, packet_size> packet_{};
 };
 
-/// `tvk-modem serve` in a folder of its own, for as long as this lives; TVK_MODEM names it.
+/// `tvk-modem serve` in a folder of its own, for as long as this lives; TVK_MODEM and TVK_DIAG name
+/// it.
 class modem_process {
  public:
   modem_process();
   ~modem_process();
   modem_process(const modem_process&) = delete;
   modem_process& operator=(const modem_process&) = delete;
+
+  /// Memory that it holds, KiB.
+  [[nodiscard]] double resident_kib() const;
 
  private:
   std::string folder_;
