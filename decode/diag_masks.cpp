@@ -114,8 +114,8 @@ bool is_answer(byte_view packet, byte_view request) {
 }
 
 std::optional<std::array<std::uint32_t, num_equipments>> log_ranges(byte_view answer) {
-  if (!is_good_log_answer(answer, ranges, log_data_at + 4 * num_equipments)) return std::nullopt;
   std::array<std::uint32_t, num_equipments> bits{};
+  if (!is_good_log_answer(answer, ranges, log_data_at + 4 * bits.size())) return std::nullopt;
   for (std::size_t i = 0; i < bits.size(); ++i) {
     // An item has 12 bits; more would make requests without end.
     bits[i] = std::min(load_le<std::uint32_t>(answer.subspan(log_data_at + 4 * i)), 4096U);

@@ -12,7 +12,6 @@
 namespace decode {
 
 using modem_stats::packet_kind;
-using modem_stats::rejection;
 
 namespace {
 

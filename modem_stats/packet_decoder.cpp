@@ -51,10 +51,10 @@ std::uint64_t packet_decoder::next_bytes(const char* name, unsigned width) {
          context_.id);
     return 0;
   }
-  const auto value = load(static_cast<std::size_t>(base_ + cursor_), width);
+  const auto value = load(static_cast<std::size_t>(next_byte()), width);
   cursor_ += static_cast<int>(width);
   left_ -= static_cast<int>(width);
-  bit_position_ = 8 * static_cast<unsigned>(base_ + cursor_);
+  bit_position_ = 8 * static_cast<unsigned>(next_byte());
   return value;
 }
 
@@ -119,7 +119,7 @@ std::uint64_t packet_decoder::field_bits(const char* name, unsigned bit, unsigne
          width, room, name, context_.id);
     return 0;
   }
-  const u64 word = load(static_cast<std::size_t>(base_ + cursor_), sizeof(u64));
+  const u64 word = load(static_cast<std::size_t>(next_byte()), sizeof(u64));
   bit_position_ = first + width;
   u64 value = word >> (low - 1);
   const unsigned unused = word_bits - width;
@@ -196,7 +196,7 @@ void packet_decoder::finish(const record_schema& schema) {
   *data_id_out_ = schema.id;
 }
 
-void packet_decoder::print_line(const char* format, std::va_list args) {
+void packet_decoder::print_line(const char* format, std::va_list args) const {
   std::array<char, 1024> text;
   const int length = std::vsnprintf(text.data(), text.size() - 1, format, args);
   if (length < 0) return;

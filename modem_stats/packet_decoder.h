@@ -114,6 +114,7 @@ class packet_decoder {
   std::uint64_t field_bits(const char* name, unsigned bit, unsigned width, unsigned room,
                            bool is_signed);
   [[nodiscard]] bool position_is_good(unsigned bit);
+  [[nodiscard]] int next_byte() const { return base_ + cursor_; }
   [[nodiscard]] std::uint64_t load(std::size_t byte, unsigned width) const;
 
   template <typename T>
@@ -127,7 +128,8 @@ class packet_decoder {
   void reject_version(std::uint32_t version, const char* name);
   void reject_value(int value, const char* name);
   void fail(rejection why, const char* format, ...) __attribute__((format(printf, 3, 4)));
-  void print_line(const char* format, std::va_list args) __attribute__((format(printf, 2, 0)));
+  void print_line(const char* format, std::va_list args) const
+      __attribute__((format(printf, 2, 0)));
 
   decoding_context& context_;
   const char* parser_;
