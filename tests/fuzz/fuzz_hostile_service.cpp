@@ -1,6 +1,6 @@
 // Whatever the modem's services answer: no command crashes. Commands and library functions run
 // with their real code; this target is the QMI client library. Each request takes its answer from
-// the input - a good one with bytes changed, bytes of any kind, or an error of the library - and
+// the input - a good one with bytes or fields changed, any bytes, or an error of the library - and
 // the real decoder reads it. Indications come in between.
 //
 // Two answers end the process by design and are kept away: a common message with more than 500
@@ -147,26 +147,42 @@ bytes good_answer(std::uint32_t service, std::uint16_t id, std::span<const std::
     std::memcpy(&answer.at(entry + 4), asked.ids, sizeof asked.ids[0]);
   }
   if (service == norvel_extend_qmi_service_id_v01) {
-    // Lengths: of file and chunk, or of what a common message brings.
+    // A chunk of a file of 356 bytes; as many bytes of a common message.
     const bool is_nvefs = request.front() == nvefs_request_type;
-    for (const std::size_t length : {is_nvefs ? 4U : 12U, is_nvefs ? 8U : 12U}) {
-      answer.at(payload + length) = 4;
+    answer.at(payload + (is_nvefs ? 8 : 12)) = 100;
+    if (is_nvefs) {
+      answer.at(payload + 4) = 100;
+      answer.at(payload + 5) = 1;
     }
   }
   return answer;
 }
 
-/// Each change is a position and a value; a position behind the end cuts the message.
-void change(bytes& message) {
-  for (unsigned left = g_script.byte() % 16U; left > 0 && !message.empty(); --left) {
+/// Bytes anywhere get other values; the end may be cut off.
+void change(bytes& what) {
+  const unsigned changes = g_script.byte();
+  for (unsigned left = changes % 16; left > 0; --left) {
     const std::size_t at = g_script.word();
-    const auto value = g_script.byte();
-    if (at < message.size()) {
-      message[at] = value;
-    } else {
-      message.resize(at % message.size());
-    }
+    what.at(at % what.size()) = g_script.byte();
   }
+  if (changes >= 0x80) what.resize(g_script.word() % what.size());
+}
+
+/// A message whose lengths and counts agree, of other values and numbers of them.
+void change_fields(qmi_idl_service_object_type service, qmi_idl_type_of_message kind,
+                   std::uint16_t id, bytes& message) {
+  std::uint32_t size = 0;
+  static_cast<void>(qmi_idl_get_message_c_struct_len(service, kind, id, &size));
+  bytes fields(size);
+  if (idl::decode(service, kind, id, message, fields) != QMI_NO_ERR) __builtin_trap();
+  change(fields);
+  fields.resize(size);
+  bytes encoded(service->max_msg_len);
+  std::size_t length = 0;
+  // Too many of something: the bytes are left to another kind of change.
+  if (idl::encode(service, kind, id, fields, encoded, length) != QMI_NO_ERR) return;
+  encoded.resize(length);
+  message = std::move(encoded);
 }
 
 bytes any_bytes() {
@@ -217,6 +233,7 @@ void indicate_something() {
   if (to == connections().end() || !to->second.is_open) return;
   if (row.kind == QMI_IDL_INDICATION) {
     bytes message = good_bytes().at(which % good_messages.size());
+    if (which >= 0x80) change_fields(to->second.service, row.kind, row.id, message);
     change(message);
     indicate(to->second, row.id, std::move(message));
   } else {
@@ -228,7 +245,16 @@ void indicate_something() {
 constexpr std::array errors = {QMI_INTERNAL_ERR, QMI_SERVICE_ERR, QMI_TIMEOUT_ERR,
                                QMI_PORT_NOT_OPEN_ERR, QMI_INVALID_TXN};
 
-enum class fate : std::uint8_t { good, changed, any, error, indication_first, lost, count };
+enum class fate : std::uint8_t {
+  good,
+  changed_bytes,
+  changed_fields,
+  any_bytes,
+  error,
+  indication_first,
+  lost,
+  count,
+};
 
 /// What the service sends next; an error of the library instead when there is no more input.
 qmi_client_error_type next_answer(connection& from, std::uint16_t id,
@@ -238,11 +264,15 @@ qmi_client_error_type next_answer(connection& from, std::uint16_t id,
       case fate::good:
         answer = good_answer(from.service->service_id, id, request);
         return QMI_NO_ERR;
-      case fate::changed:
+      case fate::changed_bytes:
         answer = good_answer(from.service->service_id, id, request);
         change(answer);
         return QMI_NO_ERR;
-      case fate::any:
+      case fate::changed_fields:
+        answer = good_answer(from.service->service_id, id, request);
+        change_fields(from.service, QMI_IDL_RESPONSE, id, answer);
+        return QMI_NO_ERR;
+      case fate::any_bytes:
         answer = any_bytes();
         return QMI_NO_ERR;
       case fate::error:
@@ -394,8 +424,8 @@ int property_set(const char* /*key*/, const char* /*value*/) {
 }
 
 extern "C" {
-int nanosleep(const timespec* time, timespec* left) {
-  return t_waits_are_short ? 0 : ::clock_nanosleep(CLOCK_MONOTONIC, 0, time, left);
+int nanosleep(const timespec* requested_time, timespec* remaining) {
+  return t_waits_are_short ? 0 : ::clock_nanosleep(CLOCK_MONOTONIC, 0, requested_time, remaining);
 }
 unsigned sleep(unsigned seconds) {
   const timespec time{.tv_sec = static_cast<time_t>(seconds), .tv_nsec = 0};
