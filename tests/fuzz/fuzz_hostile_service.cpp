@@ -162,7 +162,9 @@ bytes good_answer(std::uint32_t service, std::uint16_t id, std::span<const std::
 void change(bytes& what) {
   const unsigned changes = g_script.byte();
   for (unsigned left = changes % 16; left > 0; --left) {
-    const std::size_t at = g_script.word();
+    // Most lengths and counts stand in front.
+    std::size_t at = g_script.byte();
+    if (at >= 0xC0) at = g_script.word();
     what.at(at % what.size()) = g_script.byte();
   }
   if (changes >= 0x80) what.resize(g_script.word() % what.size());
