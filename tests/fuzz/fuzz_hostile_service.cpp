@@ -227,21 +227,22 @@ void indicate(connection& to, std::uint16_t id, bytes message) {
                 static_cast<unsigned>(message.size()), to.data);
 }
 
-/// A known indication with changes, or anything to anyone.
+/// A known indication with changes, or any bytes of any message id.
 void indicate_something() {
-  const unsigned which = g_script.byte();
-  const auto& row = good_messages.at(which % good_messages.size());
+  const std::size_t which = g_script.byte() % good_messages.size();
+  const auto& row = good_messages.at(which);
   const auto to = connections().find(row.service);
   if (to == connections().end() || !to->second.is_open) return;
-  if (row.kind == QMI_IDL_INDICATION) {
-    bytes message = good_bytes().at(which % good_messages.size());
-    if (which >= 0x80) change_fields(to->second.service, row.kind, row.id, message);
-    change(message);
-    indicate(to->second, row.id, std::move(message));
-  } else {
+  const unsigned manner = g_script.byte();
+  if (row.kind != QMI_IDL_INDICATION || manner % 4 == 0) {
     const auto id = g_script.word();
-    indicate(to->second, id, any_bytes());
+    indicate(to->second, manner < 0x80 ? row.id : id, any_bytes());
+    return;
   }
+  bytes message = good_bytes().at(which);
+  if (manner % 4 == 1) change_fields(to->second.service, row.kind, row.id, message);
+  change(message);
+  indicate(to->second, row.id, std::move(message));
 }
 
 constexpr std::array errors = {QMI_INTERNAL_ERR, QMI_SERVICE_ERR, QMI_TIMEOUT_ERR,
