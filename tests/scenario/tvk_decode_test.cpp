@@ -145,9 +145,9 @@ TEST_F(tvk_decode, a_capture_gives_the_same_records_in_every_form) {
 }
 
 TEST_F(tvk_decode, standard_input_is_a_capture) {
+  if (TVK_CROSS_BUILD) GTEST_SKIP() << "the shell does not run programs of a cross build";
   const auto got = support::run(
       "/bin/sh", {"-c", "exec \"$0\" -f jsonl - < \"$1\"", TVK_DECODE_PROGRAM, made("a", capture)});
-  if (got.exit_status == 126) GTEST_SKIP() << "the shell does not run programs of a cross build";
   EXPECT_EQ(got.output, capture_lines);
 }
 
