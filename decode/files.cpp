@@ -75,7 +75,7 @@ bool decode_files(const options& chosen, record_store& store, summary& counts) {
       const auto source = open_source(file.path);
       reading = source.get();
       try {
-        chunker chunks(*source, chunk_size);
+        chunker chunks(*source, chunk_size(chosen.threads));
         decoding.run(chunks);
       } catch (const input_error& e) {
         complain(e.what());

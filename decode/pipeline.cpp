@@ -126,7 +126,7 @@ void pipeline::run_threads(chunker& chunks) {
     }
   };
 
-  std::vector<task> tasks(options_.threads + 1);
+  std::vector<task> tasks(chunks_in_flight(options_.threads));
   for (auto& one : tasks) one.writer = store_.make_writer();
   std::vector<std::jthread> workers;
   const auto end = [&] {

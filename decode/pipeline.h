@@ -12,9 +12,19 @@
 
 namespace decode {
 
-/// Threads beyond this would hold more chunks than the memory that is promised.
+/// Threads beyond this would have little left to do each.
 constexpr unsigned max_threads = 8;
-constexpr std::size_t chunk_size = std::size_t{64} * 1024;
+
+/// One chunk for each thread, one to write and one to read: no thread waits for another.
+constexpr unsigned chunks_in_flight(unsigned threads) {
+  return threads + 2;
+}
+
+/// The chunks in flight are this much together, whatever the number of threads: the densest events
+/// become some eighty times as much text.
+constexpr std::size_t chunk_size(unsigned threads) {
+  return std::size_t{640} * 1024 / chunks_in_flight(threads);
+}
 
 struct pipeline_options {
   unsigned threads = 1;  // at most max_threads

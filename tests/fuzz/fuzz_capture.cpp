@@ -38,7 +38,7 @@ decode::summary decode_to(decode::record_store& store, std::span<const std::uint
   memory_source source(capture);
   const decode::pipeline_options how{.threads = threads, .wanted = everything, .progress = {}};
   decode::pipeline one(how, store);
-  decode::chunker chunks(source, decode::chunk_size);
+  decode::chunker chunks(source, decode::chunk_size(decode::max_threads));
   one.run(chunks);
   return one.counts();
 }
@@ -87,6 +87,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     rest.remove_prefix(end + 1);
   }
   // More than one chunk takes more than most inputs have.
-  if (size > decode::chunk_size && json_lines(capture, 2) != lines) __builtin_trap();
+  if (size > decode::chunk_size(decode::max_threads) && json_lines(capture, 2) != lines)
+    __builtin_trap();
   return 0;
 }

@@ -81,7 +81,7 @@ decoded decode_all(const bytes& capture, unsigned threads = 1) {
   const decode::pipeline_options how{
       .threads = threads, .wanted = decode::filter::all(), .progress = {}};
   decode::pipeline one(how, store);
-  decode::chunker chunks(source, decode::chunk_size);
+  decode::chunker chunks(source, decode::chunk_size(decode::max_threads));
   one.run(chunks);
   return {store.list, one.counts()};
 }
