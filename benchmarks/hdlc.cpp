@@ -11,6 +11,7 @@
 #include <random>
 #include <vector>
 
+#include "benchmarks/byte_loop.h"
 #include "benchmarks/ratio.h"
 
 namespace {
@@ -38,41 +39,8 @@ void report(benchmark::State& state, std::size_t packets) {
 }
 
 void byte_by_byte(benchmark::State& state) {
-  static const auto table = [] {
-    std::array<std::uint16_t, 256> made{};
-    for (unsigned byte = 0; byte < 256; ++byte) {
-      unsigned crc = byte;
-      for (int bit = 0; bit < 8; ++bit) crc = (crc & 1U) != 0 ? (crc >> 1U) ^ 0x8408U : crc >> 1U;
-      made.at(byte) = static_cast<std::uint16_t>(crc);
-    }
-    return made;
-  }();
-  constexpr unsigned good_residue = 0xF0B8;
   std::size_t packets = 0;
-  std::vector<std::uint8_t> packet;
-  for ([[maybe_unused]] auto _ : state) {
-    bool escaped = false;
-    unsigned crc = 0xFFFF;
-    packet.clear();
-    for (std::uint8_t byte : stream()) {
-      if (byte == protocol::hdlc::terminator) {
-        if (packet.size() >= 3 && crc == good_residue) {
-          benchmark::DoNotOptimize(packet.data());
-          ++packets;
-        }
-        packet.clear();
-        crc = 0xFFFF;
-        escaped = false;
-      } else if (byte == protocol::hdlc::escape) {
-        escaped = true;
-      } else {
-        if (escaped) byte ^= protocol::hdlc::escape_xor;
-        escaped = false;
-        crc = (crc >> 8U) ^ table.at((crc ^ byte) & 0xFFU);
-        packet.push_back(byte);
-      }
-    }
-  }
+  for ([[maybe_unused]] auto _ : state) packets += deframe_byte_by_byte(stream());
   report(state, packets);
 }
 BENCHMARK(byte_by_byte)->UseRealTime();
