@@ -1,4 +1,5 @@
-# Installs the Debian packages that are missing. Sourced by run, test and .ci/run.
+# What run, test and .ci/run share: installing the Debian packages that are missing, and building in
+# this checkout one at a time.
 # shellcheck shell=bash
 
 packages_to_build=(
@@ -27,7 +28,18 @@ install_packages() {
     is_installed "$package" || missing+=("$package")
   done
   [ ${#missing[@]} -eq 0 ] && return 0
-  [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+  local by_hand="install these Debian packages and try again: ${missing[*]}"
+  if ! command -v apt-get >/dev/null; then
+    echo "There is no apt-get here; $by_hand" >&2
+    return 1
+  fi
+  if [ "$(id -u)" -ne 0 ]; then
+    if ! command -v sudo >/dev/null; then
+      echo "Neither root nor sudo here; $by_hand" >&2
+      return 1
+    fi
+    as_root=(sudo)
+  fi
   echo "Installing ${missing[*]}" >&2
   if [[ " ${missing[*]} " == *:arm64* ]]; then
     "${as_root[@]}" dpkg --add-architecture arm64 >&2
@@ -35,4 +47,18 @@ install_packages() {
   "${as_root[@]}" apt-get update -q >&2
   "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
     apt-get install -y -q --no-install-recommends "${missing[@]}" >&2
+}
+
+# Two builds in one folder would write the same files: the second waits until the first has ended.
+# The lock goes with this shell and all it starts, unless unlock_build gives it back.
+lock_build() {
+  mkdir -p "$1/build"
+  exec {build_lock}>"$1/build/.lock"
+  flock --nonblock "$build_lock" && return 0
+  echo "Another ./run or ./test is busy in this checkout; waiting for it." >&2
+  flock "$build_lock"
+}
+
+unlock_build() {
+  exec {build_lock}>&-
 }
