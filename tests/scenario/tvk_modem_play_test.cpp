@@ -11,6 +11,7 @@
 #include <list>
 #include <utility>
 
+#include "captures/folders.h"
 #include "support/diag_client.h"
 #include "support/simulated_modem.h"
 #include "support/temp_dir.h"
@@ -184,9 +185,10 @@ std::vector<bytes> packets_of(const bytes& stream) {
   return packets;
 }
 
-TEST(tvk_modem_play, real_captures_arrive_complete) {
-  const std::filesystem::path folder = TVK_CAPTURES_DIR;
-  if (!std::filesystem::is_directory(folder)) GTEST_SKIP() << "no captures in " << folder;
+class tvk_modem_plays : public testing::TestWithParam<std::filesystem::path> {};
+
+TEST_P(tvk_modem_plays, real_captures_arrive_complete) {
+  const auto& folder = GetParam();
   struct playing {
     std::filesystem::path file;
     player modem;
@@ -209,5 +211,8 @@ TEST(tvk_modem_play, real_captures_arrive_complete) {
     EXPECT_TRUE(each.client.quiet(milliseconds(50)));
   }
 }
+
+INSTANTIATE_TEST_SUITE_P(folders, tvk_modem_plays, testing::ValuesIn(captures::folders()),
+                         captures::folder_name);
 
 }  // namespace
