@@ -11,8 +11,10 @@ add_compile_options(
   -Wcast-align
   -Woverloaded-virtual
   -Wformat=2
-  -Wundef
-  -Werror)
+  -Wundef)
+if(TVK_WERROR)
+  add_compile_options(-Werror)
+endif()
 
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   add_compile_options(-Wthread-safety)
