@@ -101,17 +101,17 @@ class packet_decoder {
   void print(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
   /// Makes a record of these values, one for each field.
-  template <const auto& list, field_name... names, typename... T>
-  requires fields_of<list, named_value<names, T>...>
-  void publish(const fixed_record<list>& schema, named_value<names, T>... values) {
+  template <const auto& list, typename... Value>
+  requires fields_of<list, Value...>
+  void publish(const fixed_record<list>& schema, Value... values) {
     put(packed<list>(values...));
     publish_added(schema);
   }
 
   /// Adds one part of a record, whose schema is given at the end.
-  template <const auto& list, field_name... names, typename... T>
-  requires fields_of<list, named_value<names, T>...>
-  void add(named_value<names, T>... values) { put(packed<list>(values...)); }
+  template <const auto& list, typename... Value>
+  requires fields_of<list, Value...>
+  void add(Value... values) { put(packed<list>(values...)); }
   void publish_added(const record_schema& schema);
 
   /// No check has failed so far.

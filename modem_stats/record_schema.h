@@ -16,6 +16,7 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 
 #include "modem_stats/record.h"
 
@@ -98,55 +99,48 @@ struct field_name {
 
   // NOLINTNEXTLINE(google-explicit-constructor): stands for the literal.
   consteval field_name(const char (&literal)[n]) { std::copy_n(literal, n, text); }
-  [[nodiscard]] constexpr std::string_view view() const { return {text, n - 1}; }
 };
 
 /// The value of a field, "NAME"_f = VALUE.
-template <field_name name, typename T>
+template <field_name field, typename T>
 struct named_value {
+  static constexpr std::string_view name = field.text;
+  static constexpr field_type type = type_of<T>;
   T value;
 };
 
-template <field_name name>
+template <field_name field>
 struct value_name {
   template <typename T>
-  constexpr named_value<name, T> operator=(T value) const {
+  constexpr named_value<field, T> operator=(T value) const {
     return {value};
   }
 };
 
-template <field_name name>
-consteval value_name<name> operator""_f() {
+template <field_name field>
+consteval value_name<field> operator""_f() {
   return {};
 }
 
 /// The values are those of every field in `list`, each given once and in the field's own type.
-template <const auto& list, field_name... names, typename... T>
-consteval bool are_fields_of(named_value<names, T>*... /*values*/) {
-  constexpr std::array<std::size_t, sizeof...(T)> indices{list.index_of(names.view())...};
-  constexpr std::array<field_type, sizeof...(T)> types{type_of<T>...};
-  if (indices.size() != list.rows.size()) return false;
-  for (std::size_t i = 0; i < indices.size(); ++i) {
-    if (indices[i] == list.rows.size() || list.rows[indices[i]].type != types[i]) return false;
-    if (std::find(indices.begin(), indices.begin() + i, indices[i]) != indices.begin() + i) {
-      return false;
-    }
+template <const auto& list, typename... Value>
+concept fields_of = sizeof...(Value) == list.rows.size() && [] {
+  std::array<bool, list.rows.size()> given{};
+  for (const auto& [index, type] : {std::pair(list.index_of(Value::name), Value::type)...}) {
+    if (index == given.size() || given[index] || list.rows[index].type != type) return false;
+    given[index] = true;
   }
   return true;
-}
-template <const auto& list, typename... Value>
-concept fields_of = are_fields_of<list>(static_cast<Value*>(nullptr)...);
+}();
 
 /// The bytes of a record of `list`, whatever the order of the values.
-template <const auto& list, field_name... names, typename... T>
-requires fields_of<list, named_value<names, T>...>
-[[nodiscard]] std::array<u8, list.offset(list.rows.size())> packed(
-    named_value<names, T>... values) {
+template <const auto& list, typename... Value>
+requires fields_of<list, Value...>
+[[nodiscard]] auto packed(Value... values) {
   std::array<u8, list.offset(list.rows.size())> bytes;
-  const auto put = [&]<std::size_t offset, typename V>(V value) {
-    std::memcpy(bytes.data() + offset, &value, sizeof value);
-  };
-  (put.template operator()<list.offset(list.index_of(names.view()))>(values.value), ...);
+  (std::memcpy(bytes.data() + list.offset(list.index_of(Value::name)), &values.value,
+               size_of(Value::type)),
+   ...);
   return bytes;
 }
 
