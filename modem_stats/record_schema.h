@@ -133,14 +133,16 @@ concept fields_of = sizeof...(Value) == list.rows.size() && [] {
   return true;
 }();
 
+/// The byte at which a value stands in a record of `list`.
+template <const auto& list, typename Value>
+inline constexpr std::size_t place_of = list.offset(list.index_of(Value::name));
+
 /// The bytes of a record of `list`, whatever the order of the values.
 template <const auto& list, typename... Value>
 requires fields_of<list, Value...>
 [[nodiscard]] auto packed(Value... values) {
   std::array<u8, list.offset(list.rows.size())> bytes;
-  (std::memcpy(bytes.data() + list.offset(list.index_of(Value::name)), &values.value,
-               size_of(Value::type)),
-   ...);
+  (std::memcpy(bytes.data() + place_of<list, Value>, &values.value, size_of(Value::type)), ...);
   return bytes;
 }
 
