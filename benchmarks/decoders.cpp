@@ -10,12 +10,13 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "benchmarks/ratio.h"
-#include "modem_stats/decoding_context.h"
 #include "modem_stats/dispatch.h"
+#include "modem_stats/record_slots.h"
 #include "protocol/hdlc.h"
 #include "protocol/log_packet.h"
 
@@ -80,6 +81,21 @@ class nowhere final : public modem_stats::line_sink {
   void write(std::string_view text) override { benchmark::DoNotOptimize(text.data()); }
 };
 
+/// Keeps the last record as its consumers take it.
+class counted_records final : public modem_stats::record_sink {
+ public:
+  std::uint64_t count = 0;
+
+  void record(const modem_stats::record_schema& schema,
+              std::span<const std::uint8_t> data) override {
+    ++count;
+    slots_.record(schema, data);
+  }
+
+ private:
+  modem_stats::record_slots slots_;
+};
+
 void report(benchmark::State& state, const std::vector<payload>& all) {
   std::size_t bytes = 0;
   for (const auto& one : all) bytes += one.size();
@@ -90,22 +106,20 @@ void report(benchmark::State& state, const std::vector<payload>& all) {
 void decode(benchmark::State& state, std::uint16_t code, bool with_lines) {
   const auto& all = packets().at(code);
   nowhere lines;
-  modem_stats::this_context().lines = with_lines ? &lines : nullptr;
-  std::uint64_t records = 0;
+  counted_records records;
+  modem_stats::stream_state stream;
   const auto blocks_before = blocks_allocated.load();
   for ([[maybe_unused]] auto _ : state) {
     for (const auto& one : all) {
-      const auto decoded = modem_stats::decode_packet(packet_kind::log, 0, code, one);
-      if (decoded.record == nullptr) continue;
-      ++records;
-      modem_stats_free_single(decoded.record);
+      modem_stats::decode_packet({packet_kind::log, code, 0, one},
+                                 {.lines = with_lines ? &lines : nullptr, .records = &records},
+                                 stream);
     }
   }
   const auto blocks = blocks_allocated.load() - blocks_before;
-  modem_stats::this_context() = {};
   report(state, all);
   state.counters["blocks_per_record"] =
-      records == 0 ? 0 : static_cast<double>(blocks) / static_cast<double>(records);
+      records.count == 0 ? 0 : static_cast<double>(blocks) / static_cast<double>(records.count);
 }
 
 void add_up(benchmark::State& state, std::uint16_t code) {

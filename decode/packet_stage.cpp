@@ -26,21 +26,8 @@ packet_stage::packet_stage(const filter& wanted, bool with_lines, const stream_s
     : wanted_(wanted),
       writer_(writer),
       counts_(counts),
-      context_(modem_stats::this_context()),
-      before_(context_) {
-  context_.lines = with_lines ? this : nullptr;
-  context_.records = this;
-  context_.versions_not_supported = state.versions_not_supported;
-  context_.lte_rrc_last_state = state.lte_rrc_last_state;
-}
-
-packet_stage::~packet_stage() {
-  context_ = before_;
-}
-
-stream_state packet_stage::state() const {
-  return {context_.versions_not_supported, context_.lte_rrc_last_state};
-}
+      sinks_{.lines = with_lines ? this : nullptr, .records = this},
+      state_(state) {}
 
 void packet_stage::packet(byte_view whole) {
   ++counts_.frames;
@@ -105,8 +92,9 @@ void packet_stage::decode(byte_view payload) {
   // An event may have no payload at all.
   static constexpr std::uint8_t nothing[1] = {};
   if (payload.data() == nullptr) payload = byte_view(nothing, 0);
-  modem_stats::decode_packet(source_.kind, subscription(source_.radio), source_.id, payload);
-  counts_.count(source_.kind, source_.id, context_);
+  const auto outcome = modem_stats::decode_packet(
+      {source_.kind, source_.id, subscription(source_.radio), payload}, sinks_, state_);
+  counts_.count(source_.kind, source_.id, outcome);
 }
 
 void packet_stage::record(const modem_stats::record_schema& schema,

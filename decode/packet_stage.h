@@ -9,33 +9,28 @@
 #include "decode/filter.h"
 #include "decode/output/record_output.h"
 #include "decode/summary.h"
-#include "modem_stats/decoding_context.h"
+#include "modem_stats/packet.h"
 #include "protocol/bytes.h"
 #include "protocol/log_packet.h"
 
 namespace decode {
 
-/// What decoders remember from packet to packet.
-struct stream_state {
-  std::uint64_t versions_not_supported = 0;
-  std::uint8_t lte_rrc_last_state = 0;
-};
+using modem_stats::stream_state;
 
-/// While it lives, this thread's decoders write to it.
 class packet_stage final : modem_stats::line_sink, modem_stats::record_sink {
  public:
   packet_stage(const filter& wanted, bool with_lines, const stream_state& state,
                record_writer& writer, summary& counts);
   packet_stage(const packet_stage&) = delete;
   packet_stage& operator=(const packet_stage&) = delete;
-  ~packet_stage();
+  ~packet_stage() = default;
 
   /// A packet out of a frame: a log, an event report, or anything else, which is only counted.
   void packet(protocol::byte_view whole);
   /// A packet of a capture without frames.
   void inner_log(protocol::byte_view inner);
 
-  [[nodiscard]] stream_state state() const;
+  [[nodiscard]] const stream_state& state() const { return state_; }
   /// A packet was decoded whose result hangs on the LTE RRC state before it.
   [[nodiscard]] bool used_rrc_state() const { return used_rrc_state_; }
 
@@ -52,8 +47,8 @@ class packet_stage final : modem_stats::line_sink, modem_stats::record_sink {
   const filter& wanted_;
   record_writer& writer_;
   summary& counts_;
-  modem_stats::decoding_context& context_;
-  const modem_stats::decoding_context before_;
+  const modem_stats::packet_sinks sinks_;
+  stream_state state_;
   packet_source source_{};
   bool used_rrc_state_ = false;
 };

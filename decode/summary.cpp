@@ -42,7 +42,7 @@ std::vector<std::uint32_t> in_order(const counter_table<N>& counts) {
 }  // namespace
 
 void summary::count(packet_kind kind, std::uint16_t id,
-                    const modem_stats::decoding_context& outcome) {
+                    const modem_stats::packet_outcome& outcome) {
   const version_count now{kind, id, outcome.version, outcome.sub_version};
   auto found = std::ranges::find(versions, key(now), key);
   if (found == versions.end()) found = versions.insert(found, now);

@@ -7,8 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "modem_stats/decoding_context.h"
-#include "modem_stats/dispatch.h"
+#include "modem_stats/packet.h"
 #include "protocol/hdlc.h"
 
 namespace decode {
@@ -66,7 +65,7 @@ struct summary {
   std::int64_t last_time = INT64_MIN;
 
   void count(modem_stats::packet_kind kind, std::uint16_t id,
-             const modem_stats::decoding_context& outcome);
+             const modem_stats::packet_outcome& outcome);
   void add(const summary& other);
   void clear();
 

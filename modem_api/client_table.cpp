@@ -5,9 +5,9 @@
 #include <new>
 #include <utility>
 
-#include "modem_stats/orvax_log.h"
-#include "modem_stats/orvax_memory.h"
 #include "platform/mutex.h"
+#include "qcril-common/utilities/orvax_log.h"
+#include "qcril-common/utilities/orvax_memory.h"
 
 namespace modem_api {
 namespace {

@@ -4,8 +4,8 @@
 #include "modem_api/response.h"
 #include "modem_api/service_client.h"
 #include "modem_api/vs_client.h"
-#include "modem_stats/orvax_log.h"
 #include "platform/mutex.h"
+#include "qcril-common/utilities/orvax_log.h"
 
 namespace {
 

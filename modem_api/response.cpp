@@ -4,8 +4,8 @@
 #include <cstring>
 #include <iterator>
 
-#include "modem_stats/orvax_log.h"
-#include "modem_stats/orvax_memory.h"
+#include "qcril-common/utilities/orvax_log.h"
+#include "qcril-common/utilities/orvax_memory.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include "modem_api/service_client.h"
 
 #include "modem_api/modem_api.h"
-#include "modem_stats/orvax_log.h"
+#include "qcril-common/utilities/orvax_log.h"
 #include "services/nas_v01.h"
 #include "services/sar_v01.h"
 #include "services/vendor_stats_v01.h"

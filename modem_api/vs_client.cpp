@@ -10,8 +10,8 @@
 
 #include "modem_api/client_table.h"
 #include "modem_api/modem_api.h"
-#include "modem_stats/orvax_log.h"
-#include "modem_stats/orvax_memory.h"
+#include "qcril-common/utilities/orvax_log.h"
+#include "qcril-common/utilities/orvax_memory.h"
 
 namespace {
 

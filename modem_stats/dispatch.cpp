@@ -1,67 +1,102 @@
 #include "modem_stats/dispatch.h"
 
-#include "modem_stats/decoding_context.h"
-#include "modem_stats/dispatch_rows.h"
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <iterator>
+
+#include "modem_stats/packet_decoder.h"
+#include "modem_stats/parsers.h"
+#include "modem_stats/record_slots.h"
 
 namespace modem_stats {
 
 namespace {
 
-template <std::size_t n>
-const dispatch_row* find(const dispatch_row (&rows)[n], std::uint16_t id) {
-  const auto* const row = std::lower_bound(
-      std::begin(rows), std::end(rows), id,
-      [](const dispatch_row& left, std::uint16_t right) { return left.id < right; });
-  return row != std::end(rows) && row->id == id ? row : nullptr;
+struct parser_row {
+  std::uint16_t id;  // log code or event id
+  const char* name;
+  void (*parse)(packet_decoder& in);
+};
+
+#define TVK_PARSER(id, parser) {id, #parser, parser},
+constexpr parser_row log_parsers[] = {
+#include "modem_stats/log_parsers.inc"
+};
+constexpr parser_row event_parsers[] = {
+#include "modem_stats/event_parsers.inc"
+};
+#undef TVK_PARSER
+static_assert(std::ranges::is_sorted(log_parsers, std::ranges::less(), &parser_row::id));
+static_assert(std::ranges::is_sorted(event_parsers, std::ranges::less(), &parser_row::id));
+
+const parser_row* parser_of(packet_kind kind, std::uint16_t id) {
+  const std::span<const parser_row> rows =
+      kind == packet_kind::log ? std::span<const parser_row>(log_parsers) : event_parsers;
+  const auto row = std::ranges::lower_bound(rows, id, {}, &parser_row::id);
+  return row != rows.end() && row->id == id ? &*row : nullptr;
 }
 
-const dispatch_row* row_of(packet_kind kind, std::uint16_t id) {
-  return kind == packet_kind::log ? find(log_rows, id) : find(event_rows, id);
+void print_header(line_sink* lines, const packet& packet, int length) {
+  if (lines == nullptr) return;
+  std::array<char, 128> text;
+  const int size =
+      packet.kind == packet_kind::log
+          ? std::snprintf(text.data(), text.size(),
+                          "modem_stats_diag_process_log_ex: log_id 0x%x, length %d, sub_id = %d\n",
+                          packet.id, length, packet.sub_id)
+          : std::snprintf(
+                text.data(), text.size(),
+                "modem_stats_diag_process_event_ex: event_id %d, length %d, sub_id = %d\n",
+                packet.id, length, packet.sub_id);
+  lines->write({text.data(), static_cast<std::size_t>(size)});
 }
 
-decoded_packet decode(packet_kind kind, int sub_id, std::uint16_t id, int length,
-                      std::span<const std::uint8_t> payload, window_end end) {
-  auto& context = this_context();
-  if (kind == packet_kind::log) {
-    print_text("modem_stats_diag_process_log_ex: log_id 0x%x, length %d, sub_id = %d\n", id, length,
-               sub_id);
-  } else {
-    print_text("modem_stats_diag_process_event_ex: event_id %d, length %d, sub_id = %d\n", id,
-               length, sub_id);
-  }
-  decoded_packet decoded;
-  if (payload.data() == nullptr) {
-    print_text("MODEM_STATS_DATA_UNPK_START, payload is NULL, id(0x%x)\n", context.id);
-    return decoded;
-  }
-  context.id = id;
-  context.payload = payload;
-  context.end = end;
-  context.rejected = rejection::none;
-  context.version = context.sub_version = 0;
-  const dispatch_row* const row = row_of(kind, id);
-  if (row != nullptr) row->parse(sub_id, &decoded.data_id, &decoded.record);
-  return decoded;
+packet_outcome decode(const packet& packet, window_end end, const packet_sinks& to,
+                      stream_state& state) {
+  const auto* const row = parser_of(packet.kind, packet.id);
+  if (row == nullptr) return {};
+  packet_decoder in(row->name, packet, end, to, state);
+  row->parse(in);
+  return in.outcome();
 }
 
 }  // namespace
 
 bool has_parser(packet_kind kind, std::uint16_t id) {
-  return row_of(kind, id) != nullptr;
+  return parser_of(kind, id) != nullptr;
 }
 
-decoded_packet decode_packet(packet_kind kind, int sub_id, std::uint16_t id,
-                             std::span<const std::uint8_t> payload) {
-  return decode(kind, sub_id, id, static_cast<int>(payload.size()), payload, window_end::of_packet);
+packet_outcome decode_packet(const packet& packet, const packet_sinks& to, stream_state& state) {
+  print_header(to.lines, packet, static_cast<int>(packet.payload.size()));
+  return decode(packet, window_end::of_packet, to, state);
 }
 
 namespace {
 
-// The record is dropped: this caller wants the lines.
+class standard_output final : public line_sink {
+ public:
+  void write(std::string_view text) override { std::fwrite(text.data(), 1, text.size(), stdout); }
+};
+
+/// The process's, of the functions whose arguments have no room for it.
+struct {
+  stream_state stream;
+  std::uint32_t current_id = 0;
+} g_decoding;
+
 void process(packet_kind kind, int sub_id, std::uint16_t id, unsigned char length,
              const unsigned char* payload) {
-  const std::span<const std::uint8_t> bytes(payload, payload == nullptr ? 0U : length);
-  modem_stats_free_single(decode(kind, sub_id, id, length, bytes, window_end::sliding).record);
+  standard_output lines;
+  record_slots record;
+  const packet packet{kind, id, sub_id, {payload, payload == nullptr ? 0U : length}};
+  print_header(&lines, packet, length);
+  if (payload == nullptr) {
+    std::printf("MODEM_STATS_DATA_UNPK_START, payload is NULL, id(0x%x)\n", g_decoding.current_id);
+    return;
+  }
+  g_decoding.current_id = id;
+  decode(packet, window_end::sliding, {.lines = &lines, .records = &record}, g_decoding.stream);
 }
 
 }  // namespace

@@ -15,40 +15,41 @@ constexpr unsigned word_bits = 64;
 
 }  // namespace
 
-packet_decoder::packet_decoder(const char* parser, modem_stats_data_id_e_type* data_id_out,
-                               modem_stats_single_data_common_type** record_out)
-    : context_(this_context()),
-      parser_(parser),
-      data_id_out_(data_id_out),
-      record_out_(record_out),
-      left_(context_.end == window_end::sliding ? sliding_window
-                                                : static_cast<int>(context_.payload.size())) {}
+packet_decoder::packet_decoder(const char* parser, const packet& packet, window_end end,
+                               const packet_sinks& to, stream_state& state)
+    : parser_(parser),
+      id_(packet.id),
+      sub_id_(packet.sub_id),
+      payload_(packet.payload),
+      end_(end),
+      to_(to),
+      state_(state),
+      left_(end == window_end::sliding ? sliding_window : static_cast<int>(payload_.size())) {}
 
 std::uint64_t packet_decoder::load(std::size_t byte, unsigned width) const {
   std::uint64_t word = 0;
-  const auto payload = context_.payload;
-  if (byte < payload.size()) {
-    std::memcpy(&word, payload.data() + byte, std::min<std::size_t>(width, payload.size() - byte));
+  if (byte < payload_.size()) {
+    std::memcpy(&word, payload_.data() + byte,
+                std::min<std::size_t>(width, payload_.size() - byte));
   }
   return word;
 }
 
 std::uint64_t packet_decoder::next_bytes(const char* name, unsigned width) {
   if (!ok_) return 0;
-  if (context_.payload.data() == nullptr) {
+  if (payload_.data() == nullptr) {
     fail(rejection::length, "MODEM_STATS_DATA_UNPK, g_pk_data_ptr is NULL, name: %s, id(0x%x)",
-         name, context_.id);
+         name, id_);
     return 0;
   }
   if (left_ < static_cast<int>(width)) {
-    fail(rejection::length, "g_pk_data_left(%d) is not enough for %s, id(0x%x)", left_, name,
-         context_.id);
+    fail(rejection::length, "g_pk_data_left(%d) is not enough for %s, id(0x%x)", left_, name, id_);
     return 0;
   }
   if (cursor_ < 0) {
     // sic
     fail(rejection::length, "g_pK_DATA_CNT(%d) is can not < 0 for %s, id(0x%x)", cursor_, name,
-         context_.id);
+         id_);
     return 0;
   }
   const auto value = load(static_cast<std::size_t>(next_byte()), width);
@@ -71,17 +72,17 @@ void packet_decoder::block_at(unsigned byte) {
 /// Sets base, cursor and the bytes left for a read at this bit of the payload.
 bool packet_decoder::position_is_good(unsigned bit) {
   const int byte = static_cast<int>(bit / 8);
-  if (context_.end == window_end::of_packet) {
+  if (end_ == window_end::of_packet) {
     base_ = 0;
     cursor_ = byte;
-    left_ = std::max(static_cast<int>(context_.payload.size()) - byte, 0);
+    left_ = std::max(static_cast<int>(payload_.size()) - byte, 0);
     return true;
   }
   base_ = static_cast<int>(bit_position_ / 8);
   const int position = byte - base_;
   if (sliding_window <= position) {
     fail(rejection::length, "UNPK_SET_POS, pos(%d) should be[0, %d), id(0x%x)", position,
-         sliding_window, context_.id);
+         sliding_window, id_);
     return false;
   }
   cursor_ = position;
@@ -97,26 +98,25 @@ std::uint64_t packet_decoder::field_bits(const char* name, unsigned bit, unsigne
   const auto low = static_cast<int>(first % 8 + 1);
   const auto high = low + static_cast<int>(width) - 1;
   // The sliding window always loads a word; a packet's last field need not have one behind it.
-  const int needed =
-      context_.end == window_end::sliding ? static_cast<int>(sizeof(u64)) : (high + 7) / 8;
+  const int needed = end_ == window_end::sliding ? static_cast<int>(sizeof(u64)) : (high + 7) / 8;
   if (left_ < needed) {
     fail(rejection::length, "g_pk_data_left(%d) is not enough for %s_tmp, id(0x%x)", left_, name,
-         context_.id);
+         id_);
     return 0;
   }
   if (high < 1 || high > static_cast<int>(word_bits)) {
     fail(rejection::length, "UNPK_MID, high(%d) should be in [1, %d] for %s_tmp, id(0x%x)", high,
-         word_bits, name, context_.id);
+         word_bits, name, id_);
     return 0;
   }
   if (low > high) {
     fail(rejection::length, "UNPK_MID, low(%d) should <= high(%d) for %s_tmp, id(0x%x)", low, high,
-         name, context_.id);
+         name, id_);
     return 0;
   }
   if (width > room) {
     fail(rejection::length, "UNPK_LOW, bit_num(%d) should be in [1, %d] for %s_tmp, id(0x%x)",
-         width, room, name, context_.id);
+         width, room, name, id_);
     return 0;
   }
   const u64 word = load(static_cast<std::size_t>(next_byte()), sizeof(u64));
@@ -138,62 +138,47 @@ void packet_decoder::check_version(std::uint32_t version,
 /// The first is the packet's, the second a sub-packet's.
 void packet_decoder::note_version(std::uint32_t version) {
   if (!ok_) return;
-  if (versions_ == 0) context_.version = version;
-  if (versions_ == 1) context_.sub_version = version;
+  if (versions_ == 0) outcome_.version = version;
+  if (versions_ == 1) outcome_.sub_version = version;
   ++versions_;
 }
 
 void packet_decoder::reject_version(std::uint32_t version, const char* name) {
   if (!ok_) return;
-  auto& count = context_.versions_not_supported;
+  auto& count = state_.versions_not_supported;
   count = checked_add<std::uint64_t>(count, 1);
   fail(rejection::version,
        "VERSION_NOT_SUPPORT, version(%d), not_support_num(%lu), name(%s), id(0x%x)", version, count,
-       name, context_.id);
+       name, id_);
 }
 
 void packet_decoder::reject_value(int value, const char* name) {
   fail(rejection::value, "DATA_IS_NOT_VALID(%d), name(%s), id(0x%x)", value,
-       name == nullptr ? parser_ : name, context_.id);
+       name == nullptr ? parser_ : name, id_);
 }
 
 bool packet_decoder::check_count(std::uint32_t count, std::uint32_t max, const char* name) {
   if (count > max) {
-    fail(rejection::count, "Cur(%d) reached max(%d), for %s, id(0x%x)", count, max, name,
-         context_.id);
+    fail(rejection::count, "Cur(%d) reached max(%d), for %s, id(0x%x)", count, max, name, id_);
   }
   return ok_;
 }
 
-void packet_decoder::put_bytes(const void* value, std::size_t size) {
+void packet_decoder::put(std::span<const std::uint8_t> bytes) {
   if (!ok_) return;
-  if (size > staging_.size() - written_) {
+  if (bytes.size() > staging_.size() - written_) {
     fail(rejection::count, "Cur(%d) reached max(%d), for %s, id(0x%x)", static_cast<int>(written_),
-         modem_stats_max_data_len, parser_, context_.id);
+         modem_stats_max_data_len, parser_, id_);
     return;
   }
-  std::memcpy(staging_.data() + written_, value, size);
-  written_ += size;
+  std::ranges::copy(bytes, staging_.data() + written_);
+  written_ += bytes.size();
 }
 
-void packet_decoder::finish(const record_schema& schema) {
+void packet_decoder::publish_added(const record_schema& schema) {
   if (!ok_) return;
-  const auto length = written_;
+  if (to_.records != nullptr) to_.records->record(schema, std::span(staging_).first(written_));
   written_ = 0;
-  if (context_.records != nullptr) {
-    context_.records->record(schema, std::span(staging_).first(length));
-    if (data_id_out_ != nullptr) *data_id_out_ = schema.id;
-    return;
-  }
-  modem_stats_single_data_common_type* record = nullptr;
-  if (!modem_stats_new_single_ex(schema.id, static_cast<unsigned>(length), 0, &record)) {
-    ok_ = false;
-    return;
-  }
-  std::memcpy(record->data, staging_.data(), length);
-  modem_stats_free_single(*record_out_);
-  *record_out_ = record;
-  *data_id_out_ = schema.id;
 }
 
 void packet_decoder::print_line(const char* format, std::va_list args) const {
@@ -202,11 +187,11 @@ void packet_decoder::print_line(const char* format, std::va_list args) const {
   if (length < 0) return;
   auto size = std::min(static_cast<std::size_t>(length), text.size() - 2);
   text[size++] = '\n';
-  context_.lines->write({text.data(), size});
+  to_.lines->write({text.data(), size});
 }
 
 void packet_decoder::print(const char* format, ...) {
-  if (!ok_ || context_.lines == nullptr) return;
+  if (!ok_ || to_.lines == nullptr) return;
   std::va_list args;
   va_start(args, format);
   print_line(format, args);
@@ -216,8 +201,8 @@ void packet_decoder::print(const char* format, ...) {
 void packet_decoder::fail(rejection why, const char* format, ...) {
   if (!ok_) return;
   ok_ = false;
-  context_.rejected = why;
-  if (context_.lines == nullptr) return;
+  outcome_.rejected = why;
+  if (to_.lines == nullptr) return;
   std::va_list args;
   va_start(args, format);
   print_line(format, args);

@@ -2,12 +2,11 @@
 // from then on reads give 0, and lines and records are dropped, so that a parser reads from top to
 // bottom without error branches:
 //
-//   packet_decoder in(__func__, data_id_out, record_out);
 //   const auto version = in.next<u8>("version");
 //   in.check_version(version, {1});
 //   const auto count = in.bits(at::num_records);
 //   in.print("version = %d, num_records = %d", version, count);
-//   in.publish(some_record, version, count);
+//   in.publish(some_record, "version"_f = version, "num_records"_f = count);
 #pragma once
 
 #include <array>
@@ -20,20 +19,31 @@
 #include <type_traits>
 
 #include "modem_stats/bit_field.h"
-#include "modem_stats/decoding_context.h"
+#include "modem_stats/packet.h"
 #include "modem_stats/record.h"
 #include "modem_stats/record_schema.h"
 
 namespace modem_stats {
 
+/// How far reads may go.
+enum class window_end : std::uint8_t {
+  sliding,    // 2000 bytes from where the last bit-field ended; what is not there reads as zero
+  of_packet,  // the last byte of the packet
+};
+
 class packet_decoder {
  public:
   /// `parser` is named in messages.
-  packet_decoder(const char* parser, modem_stats_data_id_e_type* data_id_out,
-                 modem_stats_single_data_common_type** record_out);
+  packet_decoder(const char* parser, const packet& packet, window_end end, const packet_sinks& to,
+                 stream_state& state);
   packet_decoder(const packet_decoder&) = delete;
   packet_decoder& operator=(const packet_decoder&) = delete;
   ~packet_decoder() = default;
+
+  [[nodiscard]] int sub_id() const { return sub_id_; }
+  /// Ask ok() before changing what outlives the packet.
+  [[nodiscard]] stream_state& state() const { return state_; }
+  [[nodiscard]] const packet_outcome& outcome() const { return outcome_; }
 
   /// The little-endian value at the byte cursor, which moves behind it.
   template <std::integral T>
@@ -90,24 +100,22 @@ class packet_decoder {
   /// Prints a line.
   void print(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-  /// Makes the record. A slot holds one: the next replaces it.
-  template <typename... T>
-  void publish(const fixed_record<T...>& schema, std::type_identity_t<T>... values) {
-    (put(values), ...);
-    finish(schema);
+  /// Makes a record of these values, one for each field.
+  template <const auto& list, typename... Value>
+  requires fields_of<list, Value...>
+  void publish(const fixed_record<list>& schema, Value... values) {
+    put(packed<list>(values...));
+    publish_added(schema);
   }
 
   /// Adds one part of a record, whose schema is given at the end.
-  template <typename... T>
-  void add(const field_list<T...>& /*list*/, std::type_identity_t<T>... values) {
-    (put(values), ...);
-  }
-  void publish_added(const record_schema& schema) { finish(schema); }
+  template <const auto& list, typename... Value>
+  requires fields_of<list, Value...>
+  void add(Value... values) { put(packed<list>(values...)); }
+  void publish_added(const record_schema& schema);
 
   /// No check has failed so far.
   [[nodiscard]] bool ok() const { return ok_; }
-  [[nodiscard]] const char* parser() const { return parser_; }
-  [[nodiscard]] decoding_context& context() const { return context_; }
 
  private:
   std::uint64_t next_bytes(const char* name, unsigned width);
@@ -117,12 +125,7 @@ class packet_decoder {
   [[nodiscard]] int next_byte() const { return base_ + cursor_; }
   [[nodiscard]] std::uint64_t load(std::size_t byte, unsigned width) const;
 
-  template <typename T>
-  void put(T value) {
-    put_bytes(&value, sizeof value);
-  }
-  void put_bytes(const void* value, std::size_t size);
-  void finish(const record_schema& schema);
+  void put(std::span<const std::uint8_t> bytes);
 
   void note_version(std::uint32_t version);
   void reject_version(std::uint32_t version, const char* name);
@@ -131,10 +134,14 @@ class packet_decoder {
   void print_line(const char* format, std::va_list args) const
       __attribute__((format(printf, 2, 0)));
 
-  decoding_context& context_;
   const char* parser_;
-  modem_stats_data_id_e_type* data_id_out_;
-  modem_stats_single_data_common_type** record_out_;  // what it holds is null or a record
+  std::uint32_t id_;
+  int sub_id_;
+  std::span<const std::uint8_t> payload_;
+  window_end end_;
+  packet_sinks to_;
+  stream_state& state_;
+  packet_outcome outcome_;
   bool ok_ = true;
   int versions_ = 0;    // met so far
   unsigned block_ = 0;  // byte of the payload

@@ -1,17 +1,22 @@
 // What a record is made of: rows that name every field, from which parsers write records and
-// everyone else reads them.
+// everyone else reads them. Parsers give values by name, and the compiler looks up their places:
 //
 //   inline constexpr auto csf_fields = fields(field<u8>{"version"}, field<u8>{"rank_idx"}, ...);
-//   inline constexpr fixed_record csf_record{MODEM_STATS_DATA_ID_..., "lte_pusch_csf", csf_fields};
+//   inline constexpr fixed_record<csf_fields> csf_record{84, "lte_pusch_csf"};
+//   ...
+//   in.publish(csf_record, "version"_f = version, "rank_idx"_f = rank_idx, ...);
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <utility>
 
 #include "modem_stats/record.h"
 
@@ -60,15 +65,85 @@ struct field_row {
   field_type type;
 };
 
-/// Fields in record order; the types are those of the values that a parser must give.
-template <typename... T>
+/// Fields in record order.
+template <std::size_t n>
 struct field_list {
-  std::array<field_row, sizeof...(T)> rows;
+  std::array<field_row, n> rows;
+
+  /// Bytes in front of row `index`; of all rows when there is none.
+  [[nodiscard]] constexpr std::size_t offset(std::size_t index) const {
+    std::size_t bytes = 0;
+    for (std::size_t i = 0; i < index; ++i) bytes += size_of(rows[i].type);
+    return bytes;
+  }
+  /// The number of rows when none has this name.
+  [[nodiscard]] constexpr std::size_t index_of(std::string_view name) const {
+    std::size_t index = 0;
+    while (index < n && name != rows[index].name) ++index;
+    return index;
+  }
 };
 
 template <typename... T>
-[[nodiscard]] consteval field_list<T...> fields(field<T>... list) {
-  return {{field_row{list.name, list.unit, type_of<T>}...}};
+[[nodiscard]] consteval field_list<sizeof...(T)> fields(field<T>... list) {
+  const field_list<sizeof...(T)> all{{field_row{list.name, list.unit, type_of<T>}...}};
+  for (std::size_t i = 0; i < sizeof...(T); ++i) {
+    if (all.index_of(all.rows[i].name) != i) throw "two fields of one name";
+  }
+  return all;
+}
+
+template <std::size_t n>
+struct field_name {
+  char text[n];
+
+  // NOLINTNEXTLINE(google-explicit-constructor): stands for the literal.
+  consteval field_name(const char (&literal)[n]) { std::copy_n(literal, n, text); }
+};
+
+/// The value of a field, "NAME"_f = VALUE.
+template <field_name field, typename T>
+struct named_value {
+  static constexpr std::string_view name = field.text;
+  static constexpr field_type type = type_of<T>;
+  T value;
+};
+
+template <field_name field>
+struct value_name {
+  template <typename T>
+  constexpr named_value<field, T> operator=(T value) const {
+    return {value};
+  }
+};
+
+template <field_name field>
+consteval value_name<field> operator""_f() {
+  return {};
+}
+
+/// The values are those of every field in `list`, each given once and in the field's own type.
+template <const auto& list, typename... Value>
+concept fields_of = sizeof...(Value) == list.rows.size() && [] {
+  std::array<bool, list.rows.size()> given{};
+  for (const auto& [index, type] : {std::pair(list.index_of(Value::name), Value::type)...}) {
+    if (index == given.size() || given[index] || list.rows[index].type != type) return false;
+    given[index] = true;
+  }
+  return true;
+}();
+
+/// The byte at which a value stands in a record of `list`.
+template <const auto& list, typename Value>
+inline constexpr std::size_t place_of = list.offset(list.index_of(Value::name));
+
+/// The bytes of a record of `list`, whatever the order of the values.
+template <const auto& list, typename... Value>
+requires fields_of<list, Value...>
+[[nodiscard]] auto packed(Value... values) {
+  std::array<u8, list.offset(list.rows.size())> bytes;
+  (std::memcpy(bytes.data() + place_of<list, Value>, &values.value, size_of(Value::type)), ...);
+  return bytes;
 }
 
 /// A run of fields in a record, once or as often as counts in the record's first part say.
@@ -94,18 +169,26 @@ struct record_schema {
 };
 
 /// A record whose every packet has the same fields.
-template <typename... T>
+template <const auto& list>
 struct fixed_record : record_schema {
-  constexpr fixed_record(modem_stats_data_id_e_type record_id, const char* record_name,
-                         const field_list<T...>& list)
-      : record_schema{record_id, record_name, {record_part{list.rows}}, 1} {}
+  constexpr fixed_record(std::uint32_t data_id, const char* record_name)
+      : record_schema{
+            modem_stats_data_id_e_type{data_id}, record_name, {record_part{list.rows}}, 1} {}
 };
 
 /// A record with repeated parts; the first part holds their counts.
 template <typename... Part>
-[[nodiscard]] consteval record_schema record_of_parts(modem_stats_data_id_e_type id,
-                                                      const char* name, Part... parts) {
-  return {id, name, {parts...}, sizeof...(parts)};
+[[nodiscard]] consteval record_schema record_of_parts(std::uint32_t data_id, const char* name,
+                                                      record_part first, Part... parts) {
+  const auto is_counted = [&](const record_part& part) {
+    return std::ranges::all_of(part.counts, [&](const char* count) {
+      return count == nullptr || std::ranges::any_of(first.rows, [&](const field_row& row) {
+               return std::string_view(row.name) == count;
+             });
+    });
+  };
+  if (first.repeated() || !(is_counted(parts) && ...)) throw "a part without its count";
+  return {modem_stats_data_id_e_type{data_id}, name, {first, parts...}, 1 + sizeof...(parts)};
 }
 
 /// The number `row` denotes at the front of `bytes`, which must hold it.

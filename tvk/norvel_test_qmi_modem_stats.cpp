@@ -6,7 +6,10 @@
 #include <iterator>
 
 #include "modem_api/modem_api.h"
-#include "modem_stats/record.h"
+#include "modem_stats/records/events.h"
+#include "modem_stats/records/lte.h"
+#include "modem_stats/records/nr5g_ml1_ll1.h"
+#include "modem_stats/records/wcdma_gsm_ims.h"
 #include "tvk/command_group.h"
 #include "tvk/commands.h"
 #include "tvk/qmi_modem_stats_readers.h"
@@ -21,22 +24,22 @@ struct option_row {
   bool of_subscription_0 = false;  ///< whichever is asked for
 };
 constexpr option_row options[] = {
-    {0, MODEM_STATS_DATA_ID_LTE_SRV_MEAS_PCC, &g_lte_carrier},
-    {1, MODEM_STATS_DATA_ID_LTE_SRV_MEAS_SCC1, &g_lte_carrier},
-    {2, MODEM_STATS_DATA_ID_LTE_SRV_MEAS_SCC2, &g_lte_carrier},
-    {3, MODEM_STATS_DATA_ID_LTE_SRV_MEAS_SCC3, &g_lte_carrier},
-    {4, MODEM_STATS_DATA_ID_LTE_SRV_MEAS_SCC4, &g_lte_carrier},
-    {5, MODEM_STATS_DATA_ID_LTE_SRV_MEAS_SCC5, &g_lte_carrier},
-    {6, MODEM_STATS_DATA_ID_LTE_SRV_MEAS_SCC6, &g_lte_carrier},
-    {7, MODEM_STATS_DATA_ID_NR5G_LL1_FW_RX_CONTROL_AGC, &g_nr5g_rssi},
-    {8, MODEM_STATS_DATA_ID_NR5G_LL1_FW_SERVING_FTL, &g_nr5g_snr},
-    {9, MODEM_STATS_DATA_ID_NR5G_ML1_ANTENNA_SWITCH_DIVERSITY, &g_nr5g_antenna_switch},
-    {10, MODEM_STATS_DATA_ID_NR5G_ML1_MEAS_PCC, &g_nr5g_meas},
-    {11, MODEM_STATS_DATA_ID_NR5G_ML1_MEAS_SCC1, &g_nr5g_meas},
-    {12, MODEM_STATS_DATA_ID_NR5G_ML1_MEAS_SCC2, &g_nr5g_meas},
-    {20, MODEM_STATS_DATA_ID_WCDMA_PN_SEARCH, &g_wcdma_agc},
-    {21, MODEM_STATS_DATA_ID_GSM_L1_RX_DIVERSITY_METRICS, &g_gsm_agc},
-    {30, MODEM_STATS_DATA_ID_MCS_TRM_ASDIV, &g_antenna_info, true},
+    {0, modem_stats::lte_srv_meas_pcc_record.id, &g_lte_carrier},
+    {1, modem_stats::lte_srv_meas_scc1_record.id, &g_lte_carrier},
+    {2, modem_stats::lte_srv_meas_scc2_record.id, &g_lte_carrier},
+    {3, modem_stats::lte_srv_meas_scc3_record.id, &g_lte_carrier},
+    {4, modem_stats::lte_srv_meas_scc4_record.id, &g_lte_carrier},
+    {5, modem_stats::lte_srv_meas_scc5_record.id, &g_lte_carrier},
+    {6, modem_stats::lte_srv_meas_scc6_record.id, &g_lte_carrier},
+    {7, modem_stats::nr5g_ll1_fw_rx_control_agc_record.id, &g_nr5g_rssi},
+    {8, modem_stats::nr5g_ll1_fw_serving_ftl_record.id, &g_nr5g_snr},
+    {9, modem_stats::nr5g_ml1_antenna_switch_diversity_record.id, &g_nr5g_antenna_switch},
+    {10, modem_stats::nr5g_ml1_meas_pcc_record.id, &g_nr5g_meas},
+    {11, modem_stats::nr5g_ml1_meas_scc1_record.id, &g_nr5g_meas},
+    {12, modem_stats::nr5g_ml1_meas_scc2_record.id, &g_nr5g_meas},
+    {20, modem_stats::wcdma_pn_search_record.id, &g_wcdma_agc},
+    {21, modem_stats::gsm_l1_rx_diversity_record.id, &g_gsm_agc},
+    {30, modem_stats::antenna_info_record.id, &g_antenna_info, true},
 };
 
 void norvel_test_qmi_modem_stats_callback_event_cb(std::uint32_t /*event*/, const void* /*data*/,

@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "decode/output/text_buffer.h"
-#include "modem_stats/dispatch.h"
+#include "modem_stats/packet.h"
 #include "modem_stats/record_schema.h"
 
 namespace decode {

@@ -1,33 +1,26 @@
 // Events 1632 and 3215, a mobility management timer of LTE or NR5G ran out.
 // Layout: docs/formats/events.md.
-#include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"
 #include "modem_stats/records/events.h"
 
 namespace modem_stats {
 namespace {
 
-void emm_timer_expiry(packet_decoder in, const char* event, int sub_id,
-                      const fixed_record<u8, u8>& record) {
+void emm_timer_expiry(packet_decoder& in, const char* event,
+                      const fixed_record<emm_timer_fields>& record) {
   constexpr u8 rat = 4;  // sic: of both
   const auto timer_id = in.next<u8>("timer_id");
-  in.print("%s, sub_id = %d, timer_id = %d", event, sub_id, timer_id);
-  in.publish(record, timer_id, rat);
+  in.print("%s, sub_id = %d, timer_id = %d", event, in.sub_id(), timer_id);
+  in.publish(record, "timer_id"_f = timer_id, "rat"_f = rat);
 }
 
 }  // namespace
 }  // namespace modem_stats
 
-void modem_stats_parse_1632_diag_event_lte_emm_timer_expiry(
-    int sub_id, modem_stats_data_id_e_type* data_id_out,
-    modem_stats_single_data_common_type** record_out) {
-  modem_stats::emm_timer_expiry({__func__, data_id_out, record_out}, "lte_emm_timer_expiry", sub_id,
-                                modem_stats::lte_emm_timer_record);
+void modem_stats_parse_1632_diag_event_lte_emm_timer_expiry(modem_stats::packet_decoder& in) {
+  modem_stats::emm_timer_expiry(in, "lte_emm_timer_expiry", modem_stats::lte_emm_timer_record);
 }
 
-void modem_stats_parse_3215_diag_event_nr5g_emm_timer_expiry(
-    int sub_id, modem_stats_data_id_e_type* data_id_out,
-    modem_stats_single_data_common_type** record_out) {
-  modem_stats::emm_timer_expiry({__func__, data_id_out, record_out}, "nr5g_emm_timer_expiry",
-                                sub_id, modem_stats::nr5g_emm_timer_record);
+void modem_stats_parse_3215_diag_event_nr5g_emm_timer_expiry(modem_stats::packet_decoder& in) {
+  modem_stats::emm_timer_expiry(in, "nr5g_emm_timer_expiry", modem_stats::nr5g_emm_timer_record);
 }

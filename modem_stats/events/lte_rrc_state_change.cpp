@@ -1,6 +1,5 @@
 // Event 1606, LTE RRC state change: the state itself, and a record of statistics each time a
 // connection comes up. Layout: docs/formats/events.md.
-#include "modem_stats/local_slots.h"
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"
 #include "modem_stats/records/events.h"
@@ -13,43 +12,40 @@ constexpr u8 closing = 7;
 
 // Times and counts are of the collector on the modem side; none reaches this one.
 constexpr int not_kept = 0;
-constexpr int sub_id_not_told = 0;  // sic: the step does not get the subscription
+constexpr int sub_id_not_told = 0;  // sic: of every subscription
 
 }  // namespace
 }  // namespace modem_stats
 
-void modem_stats_update_1606_diag_event_lte_rrc_state_change(int sub_id, int state_in) {
+void modem_stats_update_1606_diag_event_lte_rrc_state_change(modem_stats::packet_decoder& in,
+                                                             int state_in) {
   using namespace modem_stats;
-  local_slots slots;
-  packet_decoder out(__func__, &slots.data_id, &slots.record);
-  out.print("sub_id = %d, rrc_state_current_in = %d", sub_id, state_in);
-  out.publish(lte_rrc_state_record, static_cast<u8>(state_in));
+  in.print("sub_id = %d, rrc_state_current_in = %d", in.sub_id(), state_in);
+  in.publish(lte_rrc_state_record, "rrc_state"_f = static_cast<u8>(state_in));
 }
 
-void modem_stats_update_1606_diag_event_lte_rrc_state_change_stats(
-    int state_in, modem_stats_data_id_e_type* data_id_out,
-    modem_stats_single_data_common_type** record_out) {
+void modem_stats_update_1606_diag_event_lte_rrc_state_change_stats(modem_stats::packet_decoder& in,
+                                                                   int state_in) {
   using namespace modem_stats;
-  packet_decoder out(__func__, data_id_out, record_out);
-  u8& last = out.context().lte_rrc_last_state;
+  u8& last = in.state().lte_rrc_last_state;
   const u8 current = state_in < 0 ? last : static_cast<u8>(state_in);
-  out.print(
+  in.print(
       "1606_diag_event_lte_rrc_state_change, time_last = %d, time_current = %d, "
       "rrc_state_last = %d, rrc_state_current = %d, rrc_state_current_in = %d, "
       "old rrc_active_time = %d, old rrc_setup_count = %d",
       not_kept, not_kept, last, current, state_in, not_kept, not_kept);
   if (current == closing && last == connected) {
-    out.print(
+    in.print(
         "1606_diag_event_lte_rrc_state_change, New Closing and Old Connected, time not inited, "
         "do nothing, sub_id %d",
         sub_id_not_told);
   } else if (current == closing) {
-    out.print(
+    in.print(
         "1606_diag_event_lte_rrc_state_change, New Closing and Old other state, do nothing, "
         "sub_id %d",
         sub_id_not_told);
   } else if (current == connected && last == connected) {
-    out.print(
+    in.print(
         "1606_diag_event_lte_rrc_state_change, New Connected and Old Connected, time not inited, "
         "do nothing, sub_id %d",
         sub_id_not_told);
@@ -57,29 +53,25 @@ void modem_stats_update_1606_diag_event_lte_rrc_state_change_stats(
     constexpr u32 rrc_active_time = 0;
     constexpr u32 rrc_setup_count = 1;
     constexpr u8 rrc_setup = 1;
-    out.print(
+    in.print(
         "----1606_diag_event_lte_rrc_state_change, New Connected and Old other state, "
         "rrc_setup_count = %d, sub_id %d",
         rrc_setup_count, sub_id_not_told);
-    if (data_id_out != nullptr && record_out != nullptr) {
-      out.publish(lte_rrc_state_change_record, rrc_active_time, rrc_setup_count, rrc_setup);
-    }
+    in.publish(lte_rrc_state_change_record, "rrc_active_time"_f = rrc_active_time,
+               "rrc_setup_count"_f = rrc_setup_count, "rrc_setup"_f = rrc_setup);
   } else {
-    out.print(
+    in.print(
         "1606_diag_event_lte_rrc_state_change, New other state and Old other state, do nothing, "
         "sub_id %d",
         sub_id_not_told);
   }
-  if (out.ok()) last = current;
+  if (in.ok()) last = current;
 }
 
-void modem_stats_parse_1606_diag_event_lte_rrc_state_change(
-    int sub_id, modem_stats_data_id_e_type* data_id_out,
-    modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_1606_diag_event_lte_rrc_state_change(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto state = in.next<u8>("rrc_state_current");
   if (!in.ok()) return;
-  modem_stats_update_1606_diag_event_lte_rrc_state_change(sub_id, state);
-  modem_stats_update_1606_diag_event_lte_rrc_state_change_stats(state, data_id_out, record_out);
+  modem_stats_update_1606_diag_event_lte_rrc_state_change(in, state);
+  modem_stats_update_1606_diag_event_lte_rrc_state_change_stats(in, state);
 }

@@ -3,11 +3,9 @@
 #include "modem_stats/parsers.h"
 #include "modem_stats/records/events.h"
 
-void modem_stats_parse_2622_diag_event_mcs_trm_asdiv(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_2622_diag_event_mcs_trm_asdiv(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
   constexpr u8 version = 0;  // the event has none, the record does
-  packet_decoder in(__func__, data_id_out, record_out);
   in.skip(1);
   const auto old_config = in.next<u8>("old_config");
   const auto new_config = in.next<u8>("new_config");
@@ -19,6 +17,7 @@ void modem_stats_parse_2622_diag_event_mcs_trm_asdiv(
       "version = %d, ant_number = %d, ant_switch_path = %d, sig_path = %d, old_config = %d, "
       "new_config = %d",
       version, ant_number, ant_switch_path, sig_path, old_config, new_config);
-  in.publish(antenna_info_record, version, ant_number, ant_switch_path, sig_path, old_config,
-             new_config);
+  in.publish(antenna_info_record, "version"_f = version, "ant_number"_f = ant_number,
+             "ant_switch_path"_f = ant_switch_path, "sig_path"_f = sig_path,
+             "old_config"_f = old_config, "new_config"_f = new_config);
 }

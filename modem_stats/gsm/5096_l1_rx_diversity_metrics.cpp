@@ -5,10 +5,8 @@
 #include "modem_stats/parsers.h"
 #include "modem_stats/records/wcdma_gsm_ims.h"
 
-void modem_stats_parse_5096_diag_log_gsm_l1_rx_diversity_metrics(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_5096_diag_log_gsm_l1_rx_diversity_metrics(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u8>("version");
   in.check_version(version, {1});
   in.skip(3);
@@ -18,5 +16,6 @@ void modem_stats_parse_5096_diag_log_gsm_l1_rx_diversity_metrics(
   const f32 rx_drx = modem_stats_gsm_rssi(rx_drx_old);
   in.print("version = %d, rx_prx_old = %d, rx_drx_old = %d, rx_prx = %.2f, rx_drx = %.2f", version,
            rx_prx_old, rx_drx_old, rx_prx, rx_drx);
-  in.publish(gsm_l1_rx_diversity_record, version, rx_prx, rx_drx);
+  in.publish(gsm_l1_rx_diversity_record, "version"_f = version, "rx_prx"_f = rx_prx,
+             "rx_drx"_f = rx_drx);
 }

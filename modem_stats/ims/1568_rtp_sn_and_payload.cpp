@@ -4,10 +4,8 @@
 #include "modem_stats/parsers.h"
 #include "modem_stats/records/wcdma_gsm_ims.h"
 
-void modem_stats_parse_1568_diag_log_ims_rtp_sn_and_payload(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_1568_diag_log_ims_rtp_sn_and_payload(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u8>("version");
   in.check_version(version, {13});
   in.skip(11);
@@ -15,5 +13,6 @@ void modem_stats_parse_1568_diag_log_ims_rtp_sn_and_payload(
   in.skip(8);
   const auto frame_type = in.next<u8>("frame_type");
   in.print("version = %d, codec_type = %d, frame_type = %d", version, codec_type, frame_type);
-  in.publish(ims_rtp_record, version, codec_type, frame_type);
+  in.publish(ims_rtp_record, "version"_f = version, "codec_type"_f = codec_type,
+             "frame_type"_f = frame_type);
 }

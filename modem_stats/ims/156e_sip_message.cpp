@@ -4,10 +4,8 @@
 #include "modem_stats/parsers.h"
 #include "modem_stats/records/wcdma_gsm_ims.h"
 
-void modem_stats_parse_156e_diag_log_ims_sip_message(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_156e_diag_log_ims_sip_message(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u8>("version");
   in.check_version(version, {1});
   const auto direction = in.next<u8>("direction");
@@ -23,6 +21,8 @@ void modem_stats_parse_156e_diag_log_ims_sip_message(
       "sip_msg_logged_bytes = %d, msg_id = %d",
       version, direction, sdp_presence, sip_call_id_len, sip_msg_len, sip_msg_logged_bytes, msg_id);
   in.print("response_code = %d, cm_call_id = %d", response_code, cm_call_id);
-  in.publish(ims_sip_message_record, version, direction, sdp_presence, sip_call_id_len, sip_msg_len,
-             sip_msg_logged_bytes, msg_id, response_code, cm_call_id);
+  in.publish(ims_sip_message_record, "version"_f = version, "direction"_f = direction,
+             "sdp_presence"_f = sdp_presence, "sip_call_id_len"_f = sip_call_id_len,
+             "sip_msg_len"_f = sip_msg_len, "sip_msg_logged_bytes"_f = sip_msg_logged_bytes,
+             "msg_id"_f = msg_id, "response_code"_f = response_code, "cm_call_id"_f = cm_call_id);
 }

@@ -27,11 +27,8 @@ constexpr u8 rach_attempt = 6;  // sub-packet id
 }  // namespace
 }  // namespace modem_stats
 
-void modem_stats_parse_b062_diag_log_lte_mac_rach_attempt(
-    int sub_id, modem_stats_data_id_e_type* data_id_out,
-    modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b062_diag_log_lte_mac_rach_attempt(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u8>("version");
   in.check_version(version, {1});
   const auto num_records = in.bits(at::num_records);
@@ -47,7 +44,8 @@ void modem_stats_parse_b062_diag_log_lte_mac_rach_attempt(
     if (rach_result == 0) return in.print("rach is success, do nothing");
   }
   in.print("sub_id = %d, version = %d, num_records = %d, version_sub = %d, rach_result = %d",
-           sub_id, version, num_records, version_sub, rach_result);
+           in.sub_id(), version, num_records, version_sub, rach_result);
   in.check_valid(rach_result > 0, rach_result);
-  in.publish(lte_mac_rach_attempt_record, version, version_sub, static_cast<u8>(rach_result));
+  in.publish(lte_mac_rach_attempt_record, "version"_f = version, "version_sub"_f = version_sub,
+             "rach_result"_f = static_cast<u8>(rach_result));
 }

@@ -37,10 +37,8 @@ constexpr unsigned max_samples = 25;
 }  // namespace
 }  // namespace modem_stats
 
-void modem_stats_parse_b064_diag_log_lte_mac_ul_transport_block(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b064_diag_log_lte_mac_ul_transport_block(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u8>("version");
   in.check_version(version, {1});
   lte::mac_reports reports;
@@ -69,6 +67,7 @@ void modem_stats_parse_b064_diag_log_lte_mac_ul_transport_block(
   in.print("version = %d, phr_ind = %d, bsr_lcg3_avg = %d, bsr_lcg3_num = %d, bsr_lcg3_bytes = %d",
            version, reports.phr_ind, average, reports.bsr_lcg3_num, reports.bsr_lcg3_sum);
   in.check_valid(num_subpkt > 0, num_subpkt, "num_subpkt");
-  in.publish(lte_mac_ul_transport_block_record, version, reports.phr_ind, average,
-             reports.bsr_lcg3_num, reports.bsr_lcg3_sum);
+  in.publish(lte_mac_ul_transport_block_record, "version"_f = version,
+             "phr_ind"_f = reports.phr_ind, "bsr_lcg3_avg"_f = average,
+             "bsr_lcg3_num"_f = reports.bsr_lcg3_num, "bsr_lcg3_bytes"_f = reports.bsr_lcg3_sum);
 }

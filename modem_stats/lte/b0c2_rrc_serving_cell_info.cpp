@@ -37,10 +37,8 @@ constexpr u16 max_pci = 503;
 }  // namespace
 }  // namespace modem_stats
 
-void modem_stats_parse_b0c2_diag_log_lte_rrc_serving_cell_info(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b0c2_diag_log_lte_rrc_serving_cell_info(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u8>("version");
   const auto& layout = in.layout_for(version, layouts);
   const auto pci = in.bits(at::pci);
@@ -61,6 +59,8 @@ void modem_stats_parse_b0c2_diag_log_lte_rrc_serving_cell_info(
   in.print("freq_band_ind = %d, dl_earfcn = %d, dl_bw %d, ul_earfcn %d, ul_bw %d, allow_access %d",
            freq_band_ind, dl_earfcn, dl_bw, ul_earfcn, ul_bw, allow_access);
   in.check_valid(pci <= max_pci, pci, "pci");
-  in.publish(lte_rrc_serving_cell_record, version, mcc, mnc_num, mnc, tac, cgi, pci, freq_band_ind,
-             dl_earfcn, dl_bw, ul_earfcn, ul_bw, allow_access);
+  in.publish(lte_rrc_serving_cell_record, "version"_f = version, "mcc"_f = mcc,
+             "mnc_num"_f = mnc_num, "mnc"_f = mnc, "tac"_f = tac, "cgi"_f = cgi, "pci"_f = pci,
+             "freq_band_ind"_f = freq_band_ind, "dl_earfcn"_f = dl_earfcn, "dl_bw"_f = dl_bw,
+             "ul_earfcn"_f = ul_earfcn, "ul_bw"_f = ul_bw, "allow_access"_f = allow_access);
 }

@@ -26,10 +26,8 @@ constexpr u16 not_populated = 1023;
 }  // namespace
 }  // namespace modem_stats
 
-void modem_stats_parse_b111_diag_log_lte_ll1_rx_agc(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b111_diag_log_lte_ll1_rx_agc(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u8>("version");
   in.check_version(version, {21});
   const auto num_records = in.bits(at::num_records);
@@ -48,5 +46,6 @@ void modem_stats_parse_b111_diag_log_lte_ll1_rx_agc(
   in.print("rssi0 = %.2f, rssi1 = %.2f, rssi2 = %.2f, rssi3 = %.2f", rssi[0], rssi[1], rssi[2],
            rssi[3]);
   in.check_valid(num_records > 0, num_records, "num_records");
-  in.publish(lte_rx_agc_record, version, num_records, rssi[0], rssi[1], rssi[2], rssi[3]);
+  in.publish(lte_rx_agc_record, "version"_f = version, "num_records"_f = num_records,
+             "rssi0"_f = rssi[0], "rssi1"_f = rssi[1], "rssi2"_f = rssi[2], "rssi3"_f = rssi[3]);
 }

@@ -28,10 +28,8 @@ constexpr u8 rank_4 = 3;
 }  // namespace
 }  // namespace modem_stats
 
-void modem_stats_parse_b14e_diag_log_lte_pusch_csf(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b14e_diag_log_lte_pusch_csf(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u8>("version");
   const auto& layout = in.layout_for(version, layouts);
   const auto rank_idx = in.bits(layout.rank_idx);
@@ -39,5 +37,6 @@ void modem_stats_parse_b14e_diag_log_lte_pusch_csf(
   in.print("version = %d, rank_idx = %d, wideband_cqi_cw0 = %d", version, rank_idx,
            wideband_cqi_cw0);
   in.check_valid(rank_idx <= rank_4, rank_idx, "rank_idx");
-  in.publish(lte_pusch_csf_record, version, rank_idx, wideband_cqi_cw0);
+  in.publish(lte_pusch_csf_record, "version"_f = version, "rank_idx"_f = rank_idx,
+             "wideband_cqi_cw0"_f = wideband_cqi_cw0);
 }

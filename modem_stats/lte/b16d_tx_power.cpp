@@ -54,16 +54,14 @@ constexpr i8 not_sent = -128;
 }  // namespace
 }  // namespace modem_stats
 
-void modem_stats_parse_b16d_diag_log_lte_tx_power(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b16d_diag_log_lte_tx_power(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u8>("version");
   const auto& layout = in.layout_for(version, layouts);
   const auto num = in.bits(at::num);
   in.check_valid(num > 0, num, "num");
   if (!in.check_count(num, max_reports, "num")) return;
-  in.add(lte_tx_power_head, version, num);
+  in.add<lte_tx_power_head>("version"_f = version, "num"_f = num);
   unsigned byte = at::reports;
   for (unsigned i = 0; i < num; ++i) {
     in.block_at(byte);
@@ -89,8 +87,10 @@ void modem_stats_parse_b16d_diag_log_lte_tx_power(
         "version = %d, num = %d, pucch_tx_power %d, pusch_num_res_blocks = %d, "
         "pusch_modulation_type = %d, pusch_tx_power = %d, pusch_mcs = %d",
         version, num, pucch_tx_power, num_res_blocks, modulation_type, pusch_tx_power, mcs);
-    in.add(lte_tx_power_report, pucch_tx_power, num_res_blocks, modulation_type, pusch_tx_power,
-           mcs);
+    in.add<lte_tx_power_report>("pucch_tx_power"_f = pucch_tx_power,
+                                "pusch_num_res_blocks"_f = num_res_blocks,
+                                "pusch_modulation_type"_f = modulation_type,
+                                "pusch_tx_power"_f = pusch_tx_power, "pusch_mcs"_f = mcs);
     byte += places.stride;
   }
   in.publish_added(lte_tx_power_record);

@@ -30,9 +30,9 @@ constexpr entry_layout pucch_layouts[] = {
 constexpr unsigned stride = 12;  // bytes
 constexpr unsigned max_records = 50;
 
-template <std::size_t n>
-void power_control(packet_decoder in, const entry_layout (&layouts)[n],
-                   const fixed_record<u8, u8, i8, u8>& record) {
+template <field_name tx_power_name, std::size_t n, const auto& list>
+void power_control(packet_decoder& in, const entry_layout (&layouts)[n],
+                   const fixed_record<list>& record) {
   const auto version = in.next<u8>("version");
   const auto& layout = in.layout_for(version, layouts);
   const auto num_records = in.bits(at::num_records);
@@ -45,22 +45,21 @@ void power_control(packet_decoder in, const entry_layout (&layouts)[n],
     dl_path_loss = in.bits(layout.dl_path_loss);
   }
   in.print("version = %d, num_records = %d, %s %d, dl_path_loss %d", version, num_records,
-           layout.tx_power.name, tx_power, dl_path_loss);
+           tx_power_name.text, tx_power, dl_path_loss);
   in.check_valid(num_records > 0, num_records, "num_records");
-  in.publish(record, version, num_records, tx_power, dl_path_loss);
+  in.publish(record, "version"_f = version, "num_records"_f = num_records,
+             value_name<tx_power_name>() = tx_power, "dl_path_loss"_f = dl_path_loss);
 }
 
 }  // namespace
 }  // namespace modem_stats
 
-void modem_stats_parse_b16e_diag_log_lte_pusch_power_control(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b16e_diag_log_lte_pusch_power_control(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  power_control({__func__, data_id_out, record_out}, pusch_layouts, lte_pusch_power_record);
+  power_control<"pusch_tx_power">(in, pusch_layouts, lte_pusch_power_record);
 }
 
-void modem_stats_parse_b16f_diag_log_lte_pucch_power_control(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b16f_diag_log_lte_pucch_power_control(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  power_control({__func__, data_id_out, record_out}, pucch_layouts, lte_pucch_power_record);
+  power_control<"pucch_tx_power">(in, pucch_layouts, lte_pucch_power_record);
 }

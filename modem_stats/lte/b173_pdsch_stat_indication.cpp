@@ -87,10 +87,8 @@ block read_block(packet_decoder& in, const record_places& places) {
 }  // namespace
 }  // namespace modem_stats
 
-void modem_stats_parse_b173_diag_log_lte_pdsch_stat_indication(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b173_diag_log_lte_pdsch_stat_indication(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u8>("version");
   const auto& places = in.layout_for(version, layouts).places;
   const auto num_records = in.bits(at::num_records);
@@ -124,7 +122,9 @@ void modem_stats_parse_b173_diag_log_lte_pdsch_stat_indication(
   in.print("tb_bytes = %d, num_layers_crnti %d, tb_bytes_crnti %lu, crc_result %d", tb_bytes,
            num_layers_crnti, tb_bytes_crnti, last.crc_result);
   in.check_valid(num_records > 0, num_records, "num_records");
-  in.publish(lte_pdsch_stat_record, version, num_records, last.mcs, last.rb, last.mod_type,
-             last.rnti_type, num_layers, tb_bytes, num_layers_crnti, tb_bytes_crnti,
-             last.crc_result);
+  in.publish(lte_pdsch_stat_record, "version"_f = version, "num_records"_f = num_records,
+             "pdsch_mcs"_f = last.mcs, "pdsch_rb"_f = last.rb, "pdsch_mod_type"_f = last.mod_type,
+             "pdsch_rnti_type"_f = last.rnti_type, "num_layers"_f = num_layers,
+             "tb_bytes"_f = tb_bytes, "num_layers_crnti"_f = num_layers_crnti,
+             "tb_bytes_crnti"_f = tb_bytes_crnti, "crc_result"_f = last.crc_result);
 }

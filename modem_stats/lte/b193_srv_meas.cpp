@@ -209,20 +209,20 @@ void decode(packet_decoder& in, u8 version, unsigned sub_packet, u8 version_ssmr
   in.print("avg_rsrp = %.2f, avg_rsrq = %.2f, max_rssi = %.2f", avg_rsrp, avg_rsrq, max_rssi);
   in.check_valid(rx_valid > 0 && rx_valid <= all_antennas, rx_valid, "rx_valid");
   const auto& record = srv_cell_idx == 0 ? lte_srv_meas_pcc_record : lte_srv_meas_scc6_record;
-  in.publish(record, version, version_ssmr, earfcn, pci, is_srv_cell, rx_valid,  //
-             rsrp[0], rsrq[0], rssi[0], snr[0],                                  //
-             rsrp[1], rsrq[1], rssi[1], snr[1],                                  //
-             rsrp[2], rsrq[2], rssi[2], snr[2],                                  //
-             rsrp[3], rsrq[3], rssi[3], snr[3]);
+  in.publish(
+      record, "version"_f = version, "version_ssmr"_f = version_ssmr, "earfcn"_f = earfcn,
+      "pci"_f = pci, "is_srv_cell"_f = is_srv_cell, "rx_valid"_f = rx_valid,  //
+      "rsrp_rx0"_f = rsrp[0], "rsrq_rx0"_f = rsrq[0], "rssi_rx0"_f = rssi[0], "snr_rx0"_f = snr[0],
+      "rsrp_rx1"_f = rsrp[1], "rsrq_rx1"_f = rsrq[1], "rssi_rx1"_f = rssi[1], "snr_rx1"_f = snr[1],
+      "rsrp_rx2"_f = rsrp[2], "rsrq_rx2"_f = rsrq[2], "rssi_rx2"_f = rssi[2], "snr_rx2"_f = snr[2],
+      "rsrp_rx3"_f = rsrp[3], "rsrq_rx3"_f = rsrq[3], "rssi_rx3"_f = rssi[3], "snr_rx3"_f = snr[3]);
 }
 
 }  // namespace
 }  // namespace modem_stats
 
-void modem_stats_parse_b193_diag_log_lte_srv_meas(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b193_diag_log_lte_srv_meas(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u8>("version");
   in.check_version(version, {1});
   const auto num_subpkt = lte::for_each_sub_packet(

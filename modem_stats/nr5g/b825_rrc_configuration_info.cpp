@@ -91,10 +91,8 @@ bearer read_bearer(packet_decoder& in, unsigned ul_rohc) {
 }  // namespace
 }  // namespace modem_stats
 
-void modem_stats_parse_b825_diag_log_nr5g_rrc_configuration_info(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b825_diag_log_nr5g_rrc_configuration_info(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u32>("version");
   const auto& layout = in.layout_for(version, layouts);
   in.block_at(layout.state);
@@ -130,25 +128,31 @@ void modem_stats_parse_b825_diag_log_nr5g_rrc_configuration_info(
       "version = %d, num_contiguous_cc_groups = %d, num_nrdc_scg_contiguous_cc_groups = %d, "
       "num_active_cc = %d, num_nrdc_scg_active_cc = %d, num_active_rb = %d",
       version, num_groups, num_nrdc_groups, num_carriers, num_nrdc_carriers, num_bearers);
-  in.add(nr5g_rrc_configuration_head, version, num_groups, num_nrdc_groups, num_carriers,
-         num_nrdc_carriers, num_bearers);
+  in.add<nr5g_rrc_configuration_head>(
+      "version"_f = version, "num_contiguous_cc_groups"_f = num_groups,
+      "num_nrdc_scg_contiguous_cc_groups"_f = num_nrdc_groups, "num_active_cc"_f = num_carriers,
+      "num_nrdc_scg_active_cc"_f = num_nrdc_carriers, "num_active_rb"_f = num_bearers);
   for (const auto& one : std::span(carriers).first(all_carriers)) {
     in.print(
         "pci = %d, arfcn_dl = %d, arfcn_ul = %d, band = %d, band_type = %d, bw_dl = %d, "
         "bw_ul = %d",
         one.pci, one.arfcn_dl, one.arfcn_ul, one.band, one.band_type, one.bw_dl, one.bw_ul);
-    in.add(nr5g_rrc_configuration_carrier, one.pci, one.arfcn_dl, one.arfcn_ul, one.band,
-           one.band_type, one.bw_dl, one.bw_ul);
+    in.add<nr5g_rrc_configuration_carrier>("pci"_f = one.pci, "arfcn_dl"_f = one.arfcn_dl,
+                                           "arfcn_ul"_f = one.arfcn_ul, "band"_f = one.band,
+                                           "band_type"_f = one.band_type, "bw_dl"_f = one.bw_dl,
+                                           "bw_ul"_f = one.bw_ul);
   }
   for (const auto& one : std::span(bearers).first(num_bearers)) {
     in.print(
         "dl_rb_type = %d, dl_rb_path = %d, dl_rohc_enable = %d, ul_rb_type = %d, "
         "ul_rb_path = %d, ul_rohc_enable = %d",
         one.dl_type, one.dl_path, one.dl_rohc, one.ul_type, one.ul_path, one.ul_rohc);
-    in.add(nr5g_rrc_configuration_bearer, one.dl_type, one.dl_path, one.dl_rohc, one.ul_type,
-           one.ul_path, one.ul_rohc);
+    in.add<nr5g_rrc_configuration_bearer>(
+        "dl_rb_type"_f = one.dl_type, "dl_rb_path"_f = one.dl_path,
+        "dl_rohc_enable"_f = one.dl_rohc, "ul_rb_type"_f = one.ul_type,
+        "ul_rb_path"_f = one.ul_path, "ul_rohc_enable"_f = one.ul_rohc);
   }
   in.print("rrc_state = %d, conn_mode = %d", rrc_state, conn_mode);
-  in.add(nr5g_rrc_configuration_tail, rrc_state, conn_mode);
+  in.add<nr5g_rrc_configuration_tail>("rrc_state"_f = rrc_state, "conn_mode"_f = conn_mode);
   in.publish_added(nr5g_rrc_configuration_record);
 }

@@ -58,10 +58,8 @@ u16 at_most_65535(u32 value) {
 }  // namespace
 }  // namespace modem_stats
 
-void modem_stats_parse_b872_diag_log_nr5g_l2_ul_tb(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b872_diag_log_nr5g_l2_ul_tb(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u32>("version");
   const auto& layout = in.layout_for(version, layouts);
   const auto num_tti = in.bits(layout.num_tti);
@@ -88,6 +86,7 @@ void modem_stats_parse_b872_diag_log_nr5g_l2_ul_tb(
   in.print("version = %d, bsr_idx = %d, bsr_idx_num = %d, bsr_idx_sum = %d", version, bsr_idx,
            sizes.count, sizes.sum);
   in.check_valid(sizes.count > 0, sizes.count);
-  in.publish(nr5g_l2_ul_tb_record, version, at_most_65535(bsr_idx), at_most_65535(sizes.count),
-             at_most_65535(sizes.sum));
+  in.publish(nr5g_l2_ul_tb_record, "version"_f = version, "bsr_idx"_f = at_most_65535(bsr_idx),
+             "bsr_idx_num"_f = at_most_65535(sizes.count),
+             "bsr_idx_sum"_f = at_most_65535(sizes.sum));
 }

@@ -36,9 +36,8 @@ constexpr unsigned record_size(unsigned num_channels) {
 }  // namespace modem_stats
 
 void modem_stats_parse_b884_diag_log_nr5g_mac_ul_phy_ch_power_ctrl(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+    modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u32>("version");
   in.check_version(version, {0x30003, 0x30005});
   const auto num_records = in.bits(nr5g::mac_header_3.num_records);
@@ -66,6 +65,7 @@ void modem_stats_parse_b884_diag_log_nr5g_mac_ul_phy_ch_power_ctrl(
       "tx_power_pucch = %d, tx_power_srs = %d, tx_power_prach = %d",
       version, num_records, num_carriers, power[pusch], power[pucch], power[srs], power[prach]);
   in.check_valid(std::ranges::any_of(power, [](i16 one) { return one != no_power; }), no_power);
-  in.publish(nr5g_mac_ul_power_record, version, num_carriers, power[pusch], power[pucch],
-             power[srs], power[prach]);
+  in.publish(nr5g_mac_ul_power_record, "version"_f = version, "num_carriers"_f = num_carriers,
+             "tx_power_pusch"_f = power[pusch], "tx_power_pucch"_f = power[pucch],
+             "tx_power_srs"_f = power[srs], "tx_power_prach"_f = power[prach]);
 }

@@ -95,10 +95,8 @@ void read_groups(packet_decoder& in, const dci_layout& layout, assignments& last
 }  // namespace
 }  // namespace modem_stats
 
-void modem_stats_parse_b885_diag_log_nr5g_mac_dci_info(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b885_diag_log_nr5g_mac_dci_info(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u32>("version");
   const auto& layout = in.layout_for(version, layouts);
   const auto num_records = in.bits(layout.header.num_records);
@@ -111,5 +109,6 @@ void modem_stats_parse_b885_diag_log_nr5g_mac_dci_info(
   in.print("version = %d, num_records = %d, mcs_dl = %d, mcs_ul = %d, rb_assi_num = %d", version,
            num_records, last.mcs_dl, last.mcs_ul, last.rb_assi_num);
   in.check_valid(last.mcs_dl != no_mcs || last.mcs_ul != no_mcs, no_mcs);
-  in.publish(nr5g_mac_dci_record, version, last.mcs_dl, last.mcs_ul, last.rb_assi_num);
+  in.publish(nr5g_mac_dci_record, "version"_f = version, "mcs_dl"_f = last.mcs_dl,
+             "mcs_ul"_f = last.mcs_ul, "rb_assi_num"_f = last.rb_assi_num);
 }

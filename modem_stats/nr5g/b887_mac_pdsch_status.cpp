@@ -70,11 +70,8 @@ struct summary {
 }  // namespace
 }  // namespace modem_stats
 
-void modem_stats_parse_b887_diag_log_nr5g_mac_pdsch_status(
-    int sub_id, modem_stats_data_id_e_type* data_id_out,
-    modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b887_diag_log_nr5g_mac_pdsch_status(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u32>("version");
   const auto& layout = in.layout_for(version, layouts);
   const auto num_records = in.bits(layout.header.num_records);
@@ -91,8 +88,8 @@ void modem_stats_parse_b887_diag_log_nr5g_mac_pdsch_status(
       "pdsch_rnti_type = %d, num_layers = %d",
       version, num_records, num_pdsch_status, all.last.mod_type, all.last.mcs, all.last.rnti_type,
       all.last.num_layers);
-  in.print("sub_id = %d, num_layers = %d, num_mimo = %d, mimo22_flag = %d", sub_id, all.max_layers,
-           all.num_mimo, all.last.num_rx == two_receive_chains);
-  in.publish(nr5g_mac_pdsch_status_record, version, all.last.mod_type, all.last.mcs,
-             all.last.num_layers);
+  in.print("sub_id = %d, num_layers = %d, num_mimo = %d, mimo22_flag = %d", in.sub_id(),
+           all.max_layers, all.num_mimo, all.last.num_rx == two_receive_chains);
+  in.publish(nr5g_mac_pdsch_status_record, "version"_f = version, "mod_type"_f = all.last.mod_type,
+             "mcs"_f = all.last.mcs, "num_layers"_f = all.last.num_layers);
 }

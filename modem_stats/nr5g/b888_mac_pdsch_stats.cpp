@@ -31,10 +31,8 @@ constexpr unsigned max_records = 8;
 }  // namespace
 }  // namespace modem_stats
 
-void modem_stats_parse_b888_diag_log_nr5g_mac_pdsch_stats(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b888_diag_log_nr5g_mac_pdsch_stats(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u32>("version");
   const auto& layout = in.layout_for(version, layouts);
   const auto num_records = in.bits(layout.num_records);
@@ -52,6 +50,7 @@ void modem_stats_parse_b888_diag_log_nr5g_mac_pdsch_stats(
       "version = %d, num_records = %d, num_pdcp_decode = %d, num_crc_fail = %d, tb_bytes = %lu",
       version, num_records, num_pdcp_decode, num_crc_fail, tb_bytes);
   in.check_valid(num_records > 0, num_records);
-  in.publish(nr5g_mac_pdsch_stats_record, version, num_pdcp_decode, num_crc_fail,
-             static_cast<u32>(tb_bytes));
+  in.publish(nr5g_mac_pdsch_stats_record, "version"_f = version,
+             "num_pdcp_decode"_f = num_pdcp_decode, "num_crc_fail"_f = num_crc_fail,
+             "tb_bytes"_f = static_cast<u32>(tb_bytes));
 }

@@ -39,11 +39,8 @@ constexpr u16 not_received = 65535;
 }  // namespace
 }  // namespace modem_stats
 
-void modem_stats_parse_b88a_diag_log_nr5g_mac_rach_attempt(
-    int sub_id, modem_stats_data_id_e_type* data_id_out,
-    modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b88a_diag_log_nr5g_mac_rach_attempt(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u32>("version");
   const auto& layout = in.layout_for(version, layouts);
   in.block_at(layout.attempt);
@@ -58,7 +55,7 @@ void modem_stats_parse_b88a_diag_log_nr5g_mac_rach_attempt(
   }
   in.print(
       "sub_id = %d, version = %d, rach_msg_bitmask = %d, t_rnti = %d, ta = %d, rach_result = %d",
-      sub_id, version, rach_msg_bitmask, t_rnti, ta, rach_result);
+      in.sub_id(), version, rach_msg_bitmask, t_rnti, ta, rach_result);
   in.check_valid(rach_result != no_result, ta);  // sic: not the result
-  in.publish(nr5g_mac_rach_attempt_record, version, ta);
+  in.publish(nr5g_mac_rach_attempt_record, "version"_f = version, "ta"_f = ta);
 }

@@ -40,10 +40,8 @@ struct csi_report {
 }  // namespace
 }  // namespace modem_stats
 
-void modem_stats_parse_b8a7_diag_log_nr5g_mac_csf_report(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b8a7_diag_log_nr5g_mac_csf_report(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u32>("version");
   const auto& layout = in.layout_for(version, layouts);
   const auto num_records = in.bits(layout.header.num_records);
@@ -63,6 +61,7 @@ void modem_stats_parse_b8a7_diag_log_nr5g_mac_csf_report(
       "bitwidth_cqi = %d",
       version, num_records, last.ri, last.cqi, last.width_of_ri, last.width_of_cqi);
   in.check_valid(last.ri != not_reported, last.ri);
-  in.publish(nr5g_mac_csf_report_record, version, last.ri, last.cqi, last.width_of_ri,
-             last.width_of_cqi);
+  in.publish(nr5g_mac_csf_report_record, "version"_f = version, "metrics_ri"_f = last.ri,
+             "metrics_cqi"_f = last.cqi, "bitwidth_ri"_f = last.width_of_ri,
+             "bitwidth_cqi"_f = last.width_of_cqi);
 }

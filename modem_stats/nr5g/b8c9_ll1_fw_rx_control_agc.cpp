@@ -29,10 +29,8 @@ constexpr bit_field<u16> rssi[chains] = {{"rssi0_i", 8 * head + 16, 13},
 }  // namespace
 }  // namespace modem_stats
 
-void modem_stats_parse_b8c9_diag_log_nr5g_ll1_fw_rx_control_agc(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b8c9_diag_log_nr5g_ll1_fw_rx_control_agc(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u32>("version");
   in.check_version(version, {0x20000, 0x30000, 0x30001});
   in.block_at(ll1_chunk::first);
@@ -59,5 +57,6 @@ void modem_stats_parse_b8c9_diag_log_nr5g_ll1_fw_rx_control_agc(
       version, version_agc_sub, raw[0], raw[1], raw[2], raw[3]);
   in.print("rssi0 = %.2f, rssi1 = %.2f, rssi2 = %.2f, rssi3 = %.2f", rssi[0], rssi[1], rssi[2],
            rssi[3]);
-  in.publish(nr5g_ll1_fw_rx_control_agc_record, version, rssi[0], rssi[1], rssi[2], rssi[3]);
+  in.publish(nr5g_ll1_fw_rx_control_agc_record, "version"_f = version, "rssi0"_f = rssi[0],
+             "rssi1"_f = rssi[1], "rssi2"_f = rssi[2], "rssi3"_f = rssi[3]);
 }

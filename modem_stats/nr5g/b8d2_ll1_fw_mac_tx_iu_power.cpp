@@ -37,10 +37,8 @@ enum channel : std::uint8_t { pusch, pucch, srs, prach, channels };
 }  // namespace
 }  // namespace modem_stats
 
-void modem_stats_parse_b8d2_diag_log_nr5g_ll1_fw_mac_tx_iu_power(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b8d2_diag_log_nr5g_ll1_fw_mac_tx_iu_power(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u32>("version");
   in.check_version(version, {0x20000, 0x30000});
   in.block_at(ll1_chunk::first_inner);
@@ -70,8 +68,12 @@ void modem_stats_parse_b8d2_diag_log_nr5g_ll1_fw_mac_tx_iu_power(
       last[srs].mtpl);
   in.print("prach_tx = %d, prach_path_loss = %d, prach_mtpl = %d", last[prach].tx,
            last[prach].path_loss, last[prach].mtpl);
-  in.publish(nr5g_ll1_fw_mac_tx_iu_power_record, version, version_power, loop_num, last[pusch].tx,
-             last[pusch].path_loss, last[pusch].mtpl, last[pucch].tx, last[pucch].path_loss,
-             last[pucch].mtpl, last[srs].tx, last[srs].path_loss, last[srs].mtpl, last[prach].tx,
-             last[prach].path_loss, last[prach].mtpl);
+  in.publish(nr5g_ll1_fw_mac_tx_iu_power_record, "version"_f = version,
+             "version_power"_f = version_power, "loop_num"_f = loop_num,
+             "pusch_tx"_f = last[pusch].tx, "pusch_path_loss"_f = last[pusch].path_loss,
+             "pusch_mtpl"_f = last[pusch].mtpl, "pucch_tx"_f = last[pucch].tx,
+             "pucch_path_loss"_f = last[pucch].path_loss, "pucch_mtpl"_f = last[pucch].mtpl,
+             "srs_tx"_f = last[srs].tx, "srs_path_loss"_f = last[srs].path_loss,
+             "srs_mtpl"_f = last[srs].mtpl, "prach_tx"_f = last[prach].tx,
+             "prach_path_loss"_f = last[prach].path_loss, "prach_mtpl"_f = last[prach].mtpl);
 }

@@ -5,10 +5,8 @@
 #include "modem_stats/parsers.h"
 #include "modem_stats/records/nr5g_ml1_ll1.h"
 
-void modem_stats_parse_b8d8_diag_log_nr5g_ll1_log_serving_snr(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b8d8_diag_log_nr5g_ll1_log_serving_snr(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u32>("version");
   in.check_version(version, {0x30002});
   const auto snr0 = in.bits(at_byte<u32>("snr0", 12));
@@ -23,5 +21,6 @@ void modem_stats_parse_b8d8_diag_log_nr5g_ll1_log_serving_snr(
   const f32 snr3_f = modem_stats_nr5g_snr(snr3);
   in.print("snr0_f = %.2f, snr1_f = %.2f, snr2_f = %.2f, snr3_f = %.2f", snr0_f, snr1_f, snr2_f,
            snr3_f);
-  in.publish(nr5g_ll1_log_serving_snr_record, version, snr0_f, snr1_f, snr2_f, snr3_f);
+  in.publish(nr5g_ll1_log_serving_snr_record, "version"_f = version, "snr0"_f = snr0_f,
+             "snr1"_f = snr1_f, "snr2"_f = snr2_f, "snr3"_f = snr3_f);
 }

@@ -5,10 +5,8 @@
 #include "modem_stats/parsers.h"
 #include "modem_stats/records/nr5g_ml1_ll1.h"
 
-void modem_stats_parse_b8dd_diag_log_nr5g_ll1_fw_serving_ftl(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b8dd_diag_log_nr5g_ll1_fw_serving_ftl(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u32>("version");
   in.check_version(version, {7});
   const f32 snr0 = modem_stats_nr5g_snr(in.bits(at_byte<u32>("snr0", 76)));
@@ -17,5 +15,6 @@ void modem_stats_parse_b8dd_diag_log_nr5g_ll1_fw_serving_ftl(
   const f32 snr3 = modem_stats_nr5g_snr(in.bits(at_byte<u32>("snr3", 88)));
   in.print("version = %d, snr0 = %.2f, snr1 = %.2f, snr2 = %.2f, snr3 = %.2f", version, snr0, snr1,
            snr2, snr3);
-  in.publish(nr5g_ll1_fw_serving_ftl_record, version, snr0, snr1, snr2, snr3);
+  in.publish(nr5g_ll1_fw_serving_ftl_record, "version"_f = version, "snr0"_f = snr0,
+             "snr1"_f = snr1, "snr2"_f = snr2, "snr3"_f = snr3);
 }

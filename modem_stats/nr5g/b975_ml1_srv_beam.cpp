@@ -5,10 +5,8 @@
 #include "modem_stats/parsers.h"
 #include "modem_stats/records/nr5g_ml1_ll1.h"
 
-void modem_stats_parse_b975_diag_log_nr5g_mac_ml1_srv_beam(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b975_diag_log_nr5g_mac_ml1_srv_beam(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u32>("version");
   in.check_version(version, {0x20001});
   const auto rsrp_i = in.bits(at_byte<i32>("rsrp_i", 12));
@@ -17,5 +15,5 @@ void modem_stats_parse_b975_diag_log_nr5g_mac_ml1_srv_beam(
   const f32 rsrq = modem_stats_nr5g_rsrq(rsrq_i);
   in.print("version = %d, rsrp_i = %d, rsrq_i = %d, rsrp = %.2f, rsrq = %.2f", version, rsrp_i,
            rsrq_i, rsrp, rsrq);
-  in.publish(nr5g_ml1_srv_beam_record, version, rsrp, rsrq);
+  in.publish(nr5g_ml1_srv_beam_record, "version"_f = version, "rsrp"_f = rsrp, "rsrq"_f = rsrq);
 }

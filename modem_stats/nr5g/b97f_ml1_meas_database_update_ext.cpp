@@ -5,7 +5,6 @@
 #include <optional>
 
 #include "modem_stats/conversions.h"
-#include "modem_stats/local_slots.h"
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"
 #include "modem_stats/records/nr5g_ml1_ll1.h"
@@ -144,7 +143,7 @@ class database_walk {
   unsigned byte_;
 };
 
-constexpr const fixed_record<u32, f32, f32, f32, f32, f32>* record_of_kind[] = {
+constexpr const fixed_record<nr5g_meas_fields>* record_of_kind[] = {
     &nr5g_ml1_meas_pcc_record, &nr5g_ml1_meas_scc1_record, &nr5g_ml1_meas_scc2_record};
 
 /// False for a kind of carrier that has no record: it ends the packet.
@@ -157,17 +156,17 @@ bool publish(packet_decoder& in, u32 version, unsigned number, const entry& one)
   in.print("pk[%d]: rsrp0 = %.2f, rsrp1 = %.2f, rsrp2 = %.2f, rsrp3 = %.2f, rsrq = %.2f", number,
            rsrp0, rsrp1, rsrp2, rsrp3, rsrq);
   if (one.kind >= std::size(record_of_kind)) return false;
-  in.publish(*record_of_kind[one.kind], version, rsrp0, rsrp1, rsrp2, rsrp3, rsrq);
+  in.publish(*record_of_kind[one.kind], "version"_f = version, "rsrp_rx0"_f = rsrp0,
+             "rsrp_rx1"_f = rsrp1, "rsrp_rx2"_f = rsrp2, "rsrp_rx3"_f = rsrp3, "rsrq"_f = rsrq);
   return in.ok();
 }
 
 }  // namespace
 }  // namespace modem_stats
 
-void modem_stats_parse_b97f_diag_log_nr5g_ml1_meas_database_update_ext(int /*sub_id*/) {
+void modem_stats_parse_b97f_diag_log_nr5g_ml1_meas_database_update_ext(
+    modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  local_slots slots;
-  packet_decoder in(__func__, &slots.data_id, &slots.record);
   const auto version = in.next<u32>("version");
   const auto& layout = in.layout_for(version, layouts);
   const auto num_layers = in.bits(layout.num_layers);

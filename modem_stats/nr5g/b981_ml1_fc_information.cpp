@@ -25,11 +25,8 @@ constexpr u8 no_action = 255;
 }  // namespace
 }  // namespace modem_stats
 
-void modem_stats_parse_b981_diag_log_nr5g_ml1_fc_information(
-    int /*sub_id*/, modem_stats_data_id_e_type* data_id_out,
-    modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_b981_diag_log_nr5g_ml1_fc_information(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u32>("version");
   in.check_version(version, {0x20000});
   const auto state_last = in.bits(at::state_last);
@@ -49,6 +46,8 @@ void modem_stats_parse_b981_diag_log_nr5g_ml1_fc_information(
       "version = %d, state_last = %d, state_current = %d, num_action = %d, action_type = %d, "
       "level_last = %d, level_current = %d",
       version, state_last, state_current, num_action, action_type, level_last, level_current);
-  in.publish(nr5g_ml1_fc_information_record, version, state_last, state_current, num_action,
-             action_type, level_last, level_current);
+  in.publish(nr5g_ml1_fc_information_record, "version"_f = version, "state_last"_f = state_last,
+             "state_current"_f = state_current, "num_action"_f = num_action,
+             "action_type"_f = action_type, "level_last"_f = level_last,
+             "level_current"_f = level_current);
 }

@@ -18,9 +18,8 @@ constexpr unsigned new_antenna = 23;
 }  // namespace modem_stats
 
 void modem_stats_parse_b98f_diag_log_nr5g_ml1_antenna_switch_diversity(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+    modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u32>("version");
   in.check_version(version, {0x20002});
   const auto rx_0_old = in.bits(at_byte<u8>("ant_rx_0_old", chain(0) + old_antenna));
@@ -43,7 +42,9 @@ void modem_stats_parse_b98f_diag_log_nr5g_ml1_antenna_switch_diversity(
       "ant_rx_3_old = %d, ant_rx_3_new = %d, ant_tx_0_old = %d, ant_tx_0_new = %d, "
       "ant_tx_1_old = %d, ant_tx_1_new = %d",
       rx_3_old, rx_3_new, tx_0_old, tx_0_new, tx_1_old, tx_1_new);
-  in.publish(nr5g_ml1_antenna_switch_diversity_record, version, rx_0_old, rx_0_new, rx_1_old,
-             rx_1_new, rx_2_old, rx_2_new, rx_3_old, rx_3_new, tx_0_old, tx_0_new, tx_1_old,
-             tx_1_new);
+  in.publish(nr5g_ml1_antenna_switch_diversity_record, "version"_f = version,
+             "ant_rx_0_old"_f = rx_0_old, "ant_rx_0_new"_f = rx_0_new, "ant_rx_1_old"_f = rx_1_old,
+             "ant_rx_1_new"_f = rx_1_new, "ant_rx_2_old"_f = rx_2_old, "ant_rx_2_new"_f = rx_2_new,
+             "ant_rx_3_old"_f = rx_3_old, "ant_rx_3_new"_f = rx_3_new, "ant_tx_0_old"_f = tx_0_old,
+             "ant_tx_0_new"_f = tx_0_new, "ant_tx_1_old"_f = tx_1_old, "ant_tx_1_new"_f = tx_1_new);
 }

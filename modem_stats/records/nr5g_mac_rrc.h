@@ -10,9 +10,8 @@ inline constexpr auto nr5g_rrc_serving_cell_fields =
            field<u32>{"tac"}, field<u64>{"cgi"}, field<u16>{"pci"}, field<u16>{"freq_band_ind"},
            field<u32>{"dl_earfcn"}, field<u16>{"dl_bw", "MHz"}, field<u32>{"ul_earfcn"},
            field<u16>{"ul_bw", "MHz"}, field<u8>{"allow_access"});
-inline constexpr fixed_record nr5g_rrc_serving_cell_record{
-    MODEM_STATS_DATA_ID_NR5G_RRC_SERVING_CELL_INFO, "nr5g_rrc_serving_cell_info",
-    nr5g_rrc_serving_cell_fields};
+inline constexpr fixed_record<nr5g_rrc_serving_cell_fields> nr5g_rrc_serving_cell_record{
+    130, "nr5g_rrc_serving_cell_info"};
 
 inline constexpr auto nr5g_rrc_configuration_head =
     fields(field<u32>{"version"}, field<u8>{"num_contiguous_cc_groups"},
@@ -26,61 +25,55 @@ inline constexpr auto nr5g_rrc_configuration_bearer =
            field<u8>{"ul_rb_type"}, field<u8>{"ul_rb_path"}, field<u8>{"ul_rohc_enable"});
 inline constexpr auto nr5g_rrc_configuration_tail =
     fields(field<u8>{"rrc_state"}, field<u8>{"conn_mode"});
-inline constexpr record_schema nr5g_rrc_configuration_record =
-    record_of_parts(MODEM_STATS_DATA_ID_NR5G_RRC_CONFIGURATION_INFO, "nr5g_rrc_configuration_info",
-                    record_part{nr5g_rrc_configuration_head.rows},
-                    record_part{nr5g_rrc_configuration_carrier.rows,
-                                "carriers",
-                                {"num_active_cc", "num_nrdc_scg_active_cc"}},
-                    record_part{nr5g_rrc_configuration_bearer.rows, "bearers", {"num_active_rb"}},
-                    record_part{nr5g_rrc_configuration_tail.rows});
+inline constexpr record_schema nr5g_rrc_configuration_record = record_of_parts(
+    97, "nr5g_rrc_configuration_info", record_part{nr5g_rrc_configuration_head.rows},
+    record_part{nr5g_rrc_configuration_carrier.rows,
+                "carriers",
+                {"num_active_cc", "num_nrdc_scg_active_cc"}},
+    record_part{nr5g_rrc_configuration_bearer.rows, "bearers", {"num_active_rb"}},
+    record_part{nr5g_rrc_configuration_tail.rows});
 
 /// Buffer size indices, 5 and 8 bits wide alike.
 inline constexpr auto nr5g_l2_ul_tb_fields =
     fields(field<u32>{"version"}, field<u16>{"bsr_idx"}, field<u16>{"bsr_idx_num"},
            field<u16>{"bsr_idx_sum"});
-inline constexpr fixed_record nr5g_l2_ul_tb_record{MODEM_STATS_DATA_ID_NR5G_L2_UL_TB,
-                                                   "nr5g_l2_ul_tb", nr5g_l2_ul_tb_fields};
+inline constexpr fixed_record<nr5g_l2_ul_tb_fields> nr5g_l2_ul_tb_record{115, "nr5g_l2_ul_tb"};
 
 /// A power is 32767 where the packet has no such channel.
 inline constexpr auto nr5g_mac_ul_power_fields =
     fields(field<u32>{"version"}, field<u8>{"num_carriers"},
            field<i16>{"tx_power_pusch", "0.1 dBm"}, field<i16>{"tx_power_pucch", "0.1 dBm"},
            field<i16>{"tx_power_srs", "0.1 dBm"}, field<i16>{"tx_power_prach", "0.1 dBm"});
-inline constexpr fixed_record nr5g_mac_ul_power_record{
-    MODEM_STATS_DATA_ID_NR5G_MAC_UL_PHY_CH_POWER_CTRL, "nr5g_mac_ul_phy_ch_power_ctrl",
-    nr5g_mac_ul_power_fields};
+inline constexpr fixed_record<nr5g_mac_ul_power_fields> nr5g_mac_ul_power_record{
+    90, "nr5g_mac_ul_phy_ch_power_ctrl"};
 
 /// An MCS is 255 where the packet has nothing of that direction.
 inline constexpr auto nr5g_mac_dci_fields = fields(field<u32>{"version"}, field<u16>{"mcs_dl"},
                                                    field<u16>{"mcs_ul"}, field<u32>{"rb_assi_num"});
-inline constexpr fixed_record nr5g_mac_dci_record{MODEM_STATS_DATA_ID_NR5G_MAC_DCI_INFO,
-                                                  "nr5g_mac_dci_info", nr5g_mac_dci_fields};
+inline constexpr fixed_record<nr5g_mac_dci_fields> nr5g_mac_dci_record{85, "nr5g_mac_dci_info"};
 
 inline constexpr auto nr5g_mac_pdsch_status_fields =
     fields(field<u32>{"version"}, field<u8>{"mod_type"}, field<u8>{"mcs"}, field<u8>{"num_layers"});
-inline constexpr fixed_record nr5g_mac_pdsch_status_record{
-    MODEM_STATS_DATA_ID_NR5G_MAC_PDSCH_STATUS, "nr5g_mac_pdsch_status",
-    nr5g_mac_pdsch_status_fields};
+inline constexpr fixed_record<nr5g_mac_pdsch_status_fields> nr5g_mac_pdsch_status_record{
+    87, "nr5g_mac_pdsch_status"};
 
 inline constexpr auto nr5g_mac_pdsch_stats_fields =
     fields(field<u32>{"version"}, field<u32>{"num_pdcp_decode"}, field<u32>{"num_crc_fail"},
            field<u32>{"tb_bytes", "byte"});
-inline constexpr fixed_record nr5g_mac_pdsch_stats_record{
-    MODEM_STATS_DATA_ID_NR5G_MAC_PDSCH_STATS, "nr5g_mac_pdsch_stats", nr5g_mac_pdsch_stats_fields};
+inline constexpr fixed_record<nr5g_mac_pdsch_stats_fields> nr5g_mac_pdsch_stats_record{
+    88, "nr5g_mac_pdsch_stats"};
 
 /// The timing advance command is 65535 where message 2 was not received.
 inline constexpr auto nr5g_mac_rach_attempt_fields =
     fields(field<u32>{"version"}, field<u16>{"ta"});
-inline constexpr fixed_record nr5g_mac_rach_attempt_record{
-    MODEM_STATS_DATA_ID_NR5G_MAC_RACH_ATTEMPT, "nr5g_mac_rach_attempt",
-    nr5g_mac_rach_attempt_fields};
+inline constexpr fixed_record<nr5g_mac_rach_attempt_fields> nr5g_mac_rach_attempt_record{
+    86, "nr5g_mac_rach_attempt"};
 
 inline constexpr auto nr5g_mac_csf_report_fields =
     fields(field<u32>{"version"}, field<u8>{"metrics_ri"}, field<u8>{"metrics_cqi"},
            field<u8>{"bitwidth_ri"}, field<u8>{"bitwidth_cqi"});
-inline constexpr fixed_record nr5g_mac_csf_report_record{
-    MODEM_STATS_DATA_ID_NR5G_MAC_CSF_REPORT, "nr5g_mac_csf_report", nr5g_mac_csf_report_fields};
+inline constexpr fixed_record<nr5g_mac_csf_report_fields> nr5g_mac_csf_report_record{
+    89, "nr5g_mac_csf_report"};
 
 inline constexpr const record_schema* nr5g_mac_rrc_records[] = {
     &nr5g_rrc_serving_cell_record, &nr5g_rrc_configuration_record, &nr5g_l2_ul_tb_record,

@@ -7,27 +7,25 @@ namespace modem_stats {
 
 inline constexpr auto wcdma_pn_search_fields =
     fields(field<u8>{"version"}, field<f32>{"rx_agc_0", "dBm"}, field<f32>{"rx_agc_1", "dBm"});
-inline constexpr fixed_record wcdma_pn_search_record{
-    MODEM_STATS_DATA_ID_WCDMA_PN_SEARCH, "wcdma_pn_search_edition2", wcdma_pn_search_fields};
+inline constexpr fixed_record<wcdma_pn_search_fields> wcdma_pn_search_record{
+    110, "wcdma_pn_search_edition2"};
 
 inline constexpr auto gsm_rx_diversity_fields =
     fields(field<u8>{"version"}, field<f32>{"rx_prx", "dBm"}, field<f32>{"rx_drx", "dBm"});
-inline constexpr fixed_record gsm_l1_rx_diversity_record{
-    MODEM_STATS_DATA_ID_GSM_L1_RX_DIVERSITY_METRICS, "gsm_l1_rx_diversity_metrics",
-    gsm_rx_diversity_fields};
+inline constexpr fixed_record<gsm_rx_diversity_fields> gsm_l1_rx_diversity_record{
+    111, "gsm_l1_rx_diversity_metrics"};
 
 inline constexpr auto ims_rtp_fields =
     fields(field<u8>{"version"}, field<u8>{"codec_type"}, field<u8>{"frame_type"});
-inline constexpr fixed_record ims_rtp_record{MODEM_STATS_DATA_ID_IMS_RTP_SN_AND_PAYLOAD,
-                                             "ims_rtp_sn_and_payload", ims_rtp_fields};
+inline constexpr fixed_record<ims_rtp_fields> ims_rtp_record{136, "ims_rtp_sn_and_payload"};
 
 inline constexpr auto ims_sip_message_fields =
     fields(field<u8>{"version"}, field<u8>{"direction"}, field<u8>{"sdp_presence"},
            field<u8>{"sip_call_id_len", "byte"}, field<u16>{"sip_msg_len", "byte"},
            field<u16>{"sip_msg_logged_bytes", "byte"}, field<u16>{"msg_id"},
            field<u16>{"response_code"}, field<u32>{"cm_call_id"});
-inline constexpr fixed_record ims_sip_message_record{MODEM_STATS_DATA_ID_IMS_SIP_MESSAGE,
-                                                     "ims_sip_message", ims_sip_message_fields};
+inline constexpr fixed_record<ims_sip_message_fields> ims_sip_message_record{116,
+                                                                             "ims_sip_message"};
 
 /// `outcome` is where setup and end differ.
 consteval auto ims_volte_session_fields(const char* outcome) {
@@ -36,13 +34,11 @@ consteval auto ims_volte_session_fields(const char* outcome) {
                 field<u8>{"originating_url_len", "byte"}, field<u8>{"terminating_url_len", "byte"});
 }
 inline constexpr auto ims_volte_session_setup_fields = ims_volte_session_fields("result");
-inline constexpr fixed_record ims_volte_session_setup_record{
-    MODEM_STATS_DATA_ID_IMS_VOLTE_SESSION_SETUP, "ims_volte_session_setup",
-    ims_volte_session_setup_fields};
+inline constexpr fixed_record<ims_volte_session_setup_fields> ims_volte_session_setup_record{
+    125, "ims_volte_session_setup"};
 inline constexpr auto ims_volte_session_end_fields = ims_volte_session_fields("end_cause");
-inline constexpr fixed_record ims_volte_session_end_record{
-    MODEM_STATS_DATA_ID_IMS_VOLTE_SESSION_END, "ims_volte_session_end",
-    ims_volte_session_end_fields};
+inline constexpr fixed_record<ims_volte_session_end_fields> ims_volte_session_end_record{
+    126, "ims_volte_session_end"};
 
 inline constexpr const record_schema* wcdma_gsm_ims_records[] = {
     &wcdma_pn_search_record, &gsm_l1_rx_diversity_record,     &ims_rtp_record,

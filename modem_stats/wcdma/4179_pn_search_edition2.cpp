@@ -5,10 +5,8 @@
 #include "modem_stats/parsers.h"
 #include "modem_stats/records/wcdma_gsm_ims.h"
 
-void modem_stats_parse_4179_diag_log_wcdma_pn_search_edition2(
-    modem_stats_data_id_e_type* data_id_out, modem_stats_single_data_common_type** record_out) {
+void modem_stats_parse_4179_diag_log_wcdma_pn_search_edition2(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  packet_decoder in(__func__, data_id_out, record_out);
   const auto version = in.next<u8>("version");
   in.check_version(version, {5, 8});
   in.skip(2);
@@ -18,5 +16,6 @@ void modem_stats_parse_4179_diag_log_wcdma_pn_search_edition2(
   const f32 rx_agc_1 = modem_stats_wcdma_rssi(rx_agc_old_1);
   in.print("version = %d, rx_agc_old_0 = %d, rx_agc_old_1 = %d, rx_agc_0 = %.2f, rx_agc_1 = %.2f",
            version, rx_agc_old_0, rx_agc_old_1, rx_agc_0, rx_agc_1);
-  in.publish(wcdma_pn_search_record, version, rx_agc_0, rx_agc_1);
+  in.publish(wcdma_pn_search_record, "version"_f = version, "rx_agc_0"_f = rx_agc_0,
+             "rx_agc_1"_f = rx_agc_1);
 }

@@ -7,10 +7,7 @@
 #include <span>
 #include <vector>
 
-#include "modem_stats/decoding_context.h"
 #include "modem_stats/dispatch.h"
-#include "modem_stats/dispatch_rows.h"
-#include "modem_stats/record_table.h"
 
 namespace {
 
@@ -40,8 +37,15 @@ class reader final : public record_sink, public line_sink {
   }
 };
 
-std::uint16_t choose(std::span<const dispatch_row> rows, std::uint8_t number) {
-  return rows[number % rows.size()].id;
+/// The ids that have a parser.
+std::vector<std::uint16_t> known(packet_kind kind) {
+  std::vector<std::uint16_t> ids;
+  for (unsigned id = 0; id <= 0xFFFF; ++id) {
+    if (has_parser(kind, static_cast<std::uint16_t>(id))) {
+      ids.push_back(static_cast<std::uint16_t>(id));
+    }
+  }
+  return ids;
 }
 
 }  // namespace
@@ -50,14 +54,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   constexpr std::size_t head = 3;
   if (size < head) return 0;
   const bool is_log = (data[0] & 1) != 0;
-  const auto id = is_log ? choose(log_rows, data[1]) : choose(event_rows, data[1]);
+  const auto kind = is_log ? packet_kind::log : packet_kind::event;
+  static const std::vector<std::uint16_t> ids[] = {known(packet_kind::log),
+                                                   known(packet_kind::event)};
+  const auto& of_kind = ids[static_cast<std::size_t>(kind)];
+  const auto id = of_kind[data[1] % of_kind.size()];
   // A block of exactly this size: reading behind it is found.
   std::vector<std::uint8_t> payload(data + head, data + size);
 
-  reader all;
-  auto& context = this_context();
-  context.lines = (data[0] & 2) != 0 ? &all : nullptr;
-  context.records = (data[0] & 4) != 0 ? &all : nullptr;
   if ((data[0] & 8) != 0) {
     payload.resize(std::min<std::size_t>(payload.size(), 255));
     const auto process =
@@ -65,12 +69,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     process(data[2], id, static_cast<unsigned char>(payload.size()), payload.data());
     return 0;
   }
-  const auto decoded =
-      decode_packet(is_log ? packet_kind::log : packet_kind::event, data[2], id, payload);
-  if (decoded.record != nullptr) {
-    all.record(*find_record_schema(decoded.data_id),
-               {decoded.record->data, decoded.record->data_len});
-    modem_stats_free_single(decoded.record);
-  }
+  reader all;
+  stream_state state;
+  decode_packet({kind, id, data[2], payload},
+                {.lines = (data[0] & 2) != 0 ? &all : nullptr,
+                 .records = (data[0] & 4) != 0 ? &all : nullptr},
+                state);
   return 0;
 }

@@ -16,7 +16,7 @@
 #include "modem_api/modem_api.h"
 #include "modem_api/response.h"
 #include "modem_api/vs_client.h"
-#include "modem_stats/orvax_memory.h"
+#include "qcril-common/utilities/orvax_memory.h"
 #include "support/hand_modem.h"
 #include "support/printed.h"
 #include "support/temp_dir.h"

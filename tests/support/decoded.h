@@ -7,7 +7,6 @@
 #include <string_view>
 #include <vector>
 
-#include "modem_stats/decoding_context.h"
 #include "modem_stats/dispatch.h"
 #include "support/bytes.h"
 
@@ -18,6 +17,7 @@ class decoded final : modem_stats::line_sink, modem_stats::record_sink {
  public:
   std::string lines;  // without the dispatcher's own
   std::vector<std::string> records;
+  modem_stats::stream_state state;  // after the packet
 
   static decoded log(std::uint16_t code, std::string_view payload) {
     return log(code, hex(payload));
@@ -25,8 +25,9 @@ class decoded final : modem_stats::line_sink, modem_stats::record_sink {
   static decoded log(std::uint16_t code, const bytes& payload) {
     return decoded(modem_stats::packet_kind::log, code, payload);
   }
-  static decoded event(std::uint16_t id, std::string_view payload) {
-    return decoded(modem_stats::packet_kind::event, id, hex(payload));
+  static decoded event(std::uint16_t id, std::string_view payload,
+                       const modem_stats::stream_state& before = {}) {
+    return decoded(modem_stats::packet_kind::event, id, hex(payload), before);
   }
   /// Only the first `length` bytes of the payload are there.
   static decoded cut(std::uint16_t code, std::string_view payload, std::size_t length) {
@@ -36,16 +37,10 @@ class decoded final : modem_stats::line_sink, modem_stats::record_sink {
   }
 
  private:
-  decoded(modem_stats::packet_kind kind, std::uint16_t id, const bytes& payload) {
-    auto& context = modem_stats::this_context();
-    const auto before = context;
-    context.lines = this;
-    context.records = this;
-    context.versions_not_supported = 0;
-    modem_stats::decode_packet(kind, 0, id, payload);
-    const auto state = context.lte_rrc_last_state;
-    context = before;
-    context.lte_rrc_last_state = state;
+  decoded(modem_stats::packet_kind kind, std::uint16_t id, const bytes& payload,
+          const modem_stats::stream_state& before = {})
+      : state(before) {
+    modem_stats::decode_packet({kind, id, 0, payload}, {.lines = this, .records = this}, state);
     lines.erase(0, lines.find('\n') + 1);
   }
 

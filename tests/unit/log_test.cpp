@@ -16,13 +16,13 @@
 #include <utility>
 #include <vector>
 
-#include "modem_stats/orvax_log.h"
-#include "modem_stats/orvax_memory.h"
 #include "norvel_extend_qmi/norvel_extend_nvefs.h"
 #include "norvel_extend_qmi/norvel_text.h"
 #include "platform/properties.h"
 #include "qcril-common/utilities/Logger.h"
 #include "qcril-common/utilities/norvel_ril_log.h"
+#include "qcril-common/utilities/orvax_log.h"
+#include "qcril-common/utilities/orvax_memory.h"
 #include "qcril-common/utilities/qcril_memory_management.h"
 #include "qcril-common/utilities/quiet_notes.h"
 #include "support/printed.h"

@@ -6,7 +6,7 @@
 
 #include "modem_stats/conversions.h"
 #include "modem_stats/packet_decoder.h"
-#include "modem_stats/record_table.h"
+#include "modem_stats/record_slots.h"
 #include "support/decoded.h"
 #include "support/printed.h"
 
@@ -15,21 +15,18 @@ namespace {
 using namespace modem_stats;
 using support::decoded;
 
-using records = std::vector<std::string>;
-
 TEST(record, length_is_1_to_700) {
+  constexpr modem_stats_data_id_e_type id{83};
   for (const unsigned length : {0U, 701U}) {
     modem_stats_single_data_common_type* record = nullptr;
-    EXPECT_EQ(support::printed_by([&] {
-                EXPECT_FALSE(modem_stats_new_single_ex(MODEM_STATS_DATA_ID_LTE_TX_POWER, length, 0,
-                                                       &record));
-              }),
+    EXPECT_EQ(support::printed_by(
+                  [&] { EXPECT_FALSE(modem_stats_new_single_ex(id, length, 0, &record)); }),
               "data_len(" + std::to_string(length) + ") should be in (0, 700]");
     EXPECT_EQ(record, nullptr);
   }
   for (const unsigned length : {1U, 700U}) {
     modem_stats_single_data_common_type* record = nullptr;
-    ASSERT_TRUE(modem_stats_new_single_ex(MODEM_STATS_DATA_ID_LTE_TX_POWER, length, 0, &record));
+    ASSERT_TRUE(modem_stats_new_single_ex(id, length, 0, &record));
     record->data[length - 1] = 1;
     EXPECT_EQ(record->data_len, length);
     EXPECT_EQ(record->data_id, 83U);
@@ -79,74 +76,79 @@ TEST(dispatch, header_of_a_packet_without_parser_or_payload) {
             "MODEM_STATS_DATA_UNPK_START, payload is NULL, id(0xb062)\n");
 }
 
-TEST(dispatch, record_lies_in_the_slot_of_a_caller_without_sink) {
+TEST(dispatch, slots_hold_the_last_record) {
   const auto bytes = support::hex("0d013412d4c3b2a100710200010021002000000f0008010000");
-  this_context().lines = nullptr;
-  const auto made = decode_packet(packet_kind::log, 0, 0x1568, bytes);
-  const auto none = decode_packet(packet_kind::log, 0, 0x1568, std::span(bytes).first(21));
-  this_context().lines = &standard_output();
-  ASSERT_EQ(made.data_id, MODEM_STATS_DATA_ID_IMS_RTP_SN_AND_PAYLOAD);
-  EXPECT_EQ((support::bytes(made.record->data, made.record->data + made.record->data_len)),
-            support::hex("0d0108"));
-  modem_stats_free_single(made.record);
-  EXPECT_EQ(none.data_id, MODEM_STATS_DATA_ID_NONE);
-  EXPECT_EQ(none.record, nullptr);
-}
-
-TEST(record_table, every_repeated_part_is_counted_by_fields_of_the_first) {
-  for (const auto* const schema : record_table()) {
-    const auto first = schema->parts().front();
-    EXPECT_FALSE(first.repeated()) << schema->name;
-    for (const auto& part : schema->parts()) {
-      for (const char* const count : part.counts) {
-        if (count == nullptr) continue;
-        EXPECT_TRUE(std::ranges::any_of(
-            first.rows, [&](const field_row& row) { return std::string_view(row.name) == count; }))
-            << schema->name << ": " << count;
-      }
-    }
-  }
+  auto other = bytes;
+  other[12] = 2;
+  record_slots slots;
+  stream_state state;
+  const auto decode = [&](std::span<const std::uint8_t> payload) {
+    return decode_packet({packet_kind::log, 0x1568, 0, payload}, {.records = &slots}, state);
+  };
+  EXPECT_EQ(decode(std::span(bytes).first(21)).rejected, rejection::length);
+  EXPECT_EQ(slots.data_id(), 146U);
+  EXPECT_EQ(slots.get(), nullptr);
+  EXPECT_EQ(decode(bytes).version, 13U);
+  decode(other);
+  ASSERT_EQ(slots.data_id(), 136U);
+  EXPECT_EQ(slots.get()->data_id, 136U);
+  EXPECT_EQ((support::bytes(slots.get()->data, slots.get()->data + slots.get()->data_len)),
+            support::hex("0d0208"));
 }
 
 // A decoder of its own for each check.
-class reading : public testing::Test, line_sink {
+class reading : public testing::Test, line_sink, record_sink {
  protected:
-  void decode(std::string_view payload, window_end end) {
-    payload_ = support::hex(payload);
-    auto& context = this_context();
-    context = {.id = 0x1234, .payload = payload_, .end = end, .lines = this};
+  packet_decoder decoder(window_end end = window_end::of_packet, const char* parser = "parser") {
+    return {parser, {packet_kind::log, 0x1234, 0, payload}, end, {this, this}, state_};
   }
-  void TearDown() override { this_context() = {}; }
 
-  modem_stats_data_id_e_type id = MODEM_STATS_DATA_ID_NONE;
-  modem_stats_single_data_common_type* record = nullptr;
+  support::bytes payload;
   std::string lines;
+  std::vector<support::bytes> records;
 
  private:
   void write(std::string_view text) override { lines += text; }
+  void record(const record_schema& /*schema*/, std::span<const std::uint8_t> data) override {
+    records.emplace_back(data.begin(), data.end());
+  }
 
-  support::bytes payload_;
+  stream_state state_;
 };
 
 constexpr auto three_fields = fields(field<u8>{"a"}, field<u16>{"b"}, field<i8>{"c"});
-constexpr fixed_record three{MODEM_STATS_DATA_ID_LTE_TX_POWER, "three", three_fields};
+constexpr fixed_record<three_fields> three{83, "three"};
+
+// What is not the record's fields does not compile.
+constexpr bool makes_three(auto... values) {
+  return requires(packet_decoder in) {
+    in.publish(three, values...);
+  };
+}
+static_assert(makes_three("a"_f = u8{1}, "b"_f = u16{2}, "c"_f = i8{3}));
+static_assert(!makes_three("a"_f = u8{1}, "b"_f = u16{2}));
+static_assert(!makes_three("a"_f = u8{1}, "b"_f = u16{2}, "d"_f = i8{3}));
+static_assert(!makes_three("a"_f = u8{1}, "b"_f = u16{2}, "b"_f = u16{3}));
+static_assert(!makes_three("a"_f = u8{1}, "b"_f = i16{2}, "c"_f = i8{3}));
+static_assert(!makes_three("a"_f = u8{1}, "b"_f = u8{2}, "c"_f = i8{3}));
+static_assert(!makes_three("a"_f = u8{1}, "b"_f = u16{2}, "c"_f = i8{3}, "a"_f = u8{1}));
 
 TEST_F(reading, byte_reads_stop_at_the_end_and_say_it_once) {
-  decode("01 0203 04", window_end::of_packet);
-  packet_decoder in("parser", &id, &record);
+  payload = support::hex("01 0203 04");
+  auto in = decoder();
   EXPECT_EQ(in.next<u8>("a"), 1);
   EXPECT_EQ(in.next<u16>("b"), 0x0302);
   EXPECT_EQ(in.next<u16>("c"), 0);
   EXPECT_EQ(in.next<u8>("d"), 0);
   in.print("dropped");
-  in.publish(three, 1, 2, 3);
+  in.publish(three, "a"_f = u8{1}, "b"_f = u16{2}, "c"_f = i8{3});
   EXPECT_EQ(lines, "g_pk_data_left(1) is not enough for c, id(0x1234)\n");
-  EXPECT_EQ(record, nullptr);
+  EXPECT_TRUE(records.empty());
 }
 
 TEST_F(reading, field_at_the_end_of_a_packet_needs_no_word_behind_it) {
-  decode("00 00 a5", window_end::of_packet);
-  packet_decoder in("parser", &id, &record);
+  payload = support::hex("00 00 a5");
+  auto in = decoder();
   EXPECT_EQ(in.bits(bit_field<u8>{"high", 20, 4}), 0x0A);
   EXPECT_EQ(in.bits(bit_field<i8>{"sign", 20, 4}), -6);
   EXPECT_EQ(in.bits(bit_field<u8>{"beyond", 20, 5}), 0);
@@ -154,14 +156,14 @@ TEST_F(reading, field_at_the_end_of_a_packet_needs_no_word_behind_it) {
 }
 
 TEST_F(reading, sliding_window_reads_zeros_and_ends_after_2000_bytes) {
-  decode("07", window_end::sliding);
-  packet_decoder in("parser", &id, &record);
+  payload = support::hex("07");
+  auto in = decoder(window_end::sliding);
   EXPECT_EQ(in.next<u8>("version"), 7);
   EXPECT_EQ(in.bits(bit_field<u64>{"far", 8 * 1000}), 0U);
   EXPECT_EQ(in.bits(bit_field<u8>{"last", 8 * (1008 + 1992)}), 0);  // from behind the one before
   EXPECT_TRUE(in.ok());
   EXPECT_EQ(in.bits(bit_field<u8>{"too_near_the_end", 8 * (3001 + 1993)}), 0);
-  packet_decoder outside("parser", &id, &record);
+  auto outside = decoder(window_end::sliding);
   EXPECT_EQ(outside.bits(bit_field<u8>{"outside", 8 * 2000}), 0);
   EXPECT_EQ(lines,
             "g_pk_data_left(7) is not enough for too_near_the_end_tmp, id(0x1234)\n"
@@ -169,10 +171,10 @@ TEST_F(reading, sliding_window_reads_zeros_and_ends_after_2000_bytes) {
 }
 
 TEST_F(reading, field_that_does_not_fit_its_word_or_its_value_is_refused) {
-  decode("ff*16", window_end::sliding);
+  payload = support::hex("ff*16");
   const auto refused = [&](const auto& field) {
     lines.clear();
-    packet_decoder in("parser", &id, &record);
+    auto in = decoder(window_end::sliding);
     EXPECT_EQ(in.bits(field), 0U);
     return lines;
   };
@@ -185,15 +187,14 @@ TEST_F(reading, field_that_does_not_fit_its_word_or_its_value_is_refused) {
 }
 
 TEST_F(reading, payload_that_is_not_there) {
-  packet_decoder in("parser", &id, &record);
-  this_context().lines = &standard_output();
-  EXPECT_EQ(support::printed_by([&] { (void)in.next<u8>("version"); }),
-            "MODEM_STATS_DATA_UNPK, g_pk_data_ptr is NULL, name: version, id(0x0)\n");
+  auto in = decoder();
+  EXPECT_EQ(in.next<u8>("version"), 0);
+  EXPECT_EQ(lines, "MODEM_STATS_DATA_UNPK, g_pk_data_ptr is NULL, name: version, id(0x1234)\n");
 }
 
 TEST_F(reading, cursor_before_the_window) {
-  decode("00*40", window_end::sliding);
-  packet_decoder in("parser", &id, &record);
+  payload = support::hex("00*40");
+  auto in = decoder(window_end::sliding);
   (void)in.bits(at_byte<u8>("far", 30));
   in.block_at(10);
   EXPECT_EQ(in.next<u8>("back"), 0);
@@ -201,12 +202,12 @@ TEST_F(reading, cursor_before_the_window) {
 }
 
 TEST_F(reading, checks_name_what_they_refuse) {
-  decode("00", window_end::of_packet);
-  packet_decoder(__func__, &id, &record).check_valid(false, -1);
-  packet_decoder("parser", &id, &record).check_valid(false, 6, "sub_packet_id");
-  EXPECT_FALSE(packet_decoder("parser", &id, &record).check_count(21, 20, "num"));
-  packet_decoder("parser", &id, &record).check_version(2, {1, 3});
-  packet_decoder("parser", &id, &record).check_version(0x40009, {1, 3});
+  payload = support::hex("00");
+  decoder(window_end::of_packet, __func__).check_valid(false, -1);
+  decoder().check_valid(false, 6, "sub_packet_id");
+  EXPECT_FALSE(decoder().check_count(21, 20, "num"));
+  decoder().check_version(2, {1, 3});
+  decoder().check_version(0x40009, {1, 3});
   EXPECT_EQ(lines,
             "DATA_IS_NOT_VALID(-1), name(TestBody), id(0x1234)\n"
             "DATA_IS_NOT_VALID(6), name(sub_packet_id), id(0x1234)\n"
@@ -215,20 +216,17 @@ TEST_F(reading, checks_name_what_they_refuse) {
             "VERSION_NOT_SUPPORT, version(262153), not_support_num(2), name(parser), id(0x1234)\n");
 }
 
-TEST_F(reading, record_is_packed_and_never_longer_than_700_bytes) {
-  decode("00", window_end::of_packet);
-  packet_decoder in("parser", &id, &record);
-  in.publish(three, 1, 0x0302, -1);
-  in.publish(three, 2, 0x0302, -1);  // takes the place of the first
-  ASSERT_NE(record, nullptr);
-  EXPECT_EQ((support::bytes(record->data, record->data + record->data_len)),
-            support::hex("02 0203 ff"));
-  modem_stats_free_single(record);
-  record = nullptr;
-  for (int i = 0; i < 176; ++i) in.add(three_fields, 0, 0, 0);
+TEST_F(reading, record_is_packed_as_its_rows_say_and_never_longer_than_700_bytes) {
+  payload = support::hex("00");
+  auto in = decoder();
+  in.publish(three, "a"_f = u8{1}, "b"_f = u16{0x0302}, "c"_f = i8{-1});
+  in.publish(three, "c"_f = i8{-1}, "b"_f = u16{0x0302}, "a"_f = u8{2});
+  EXPECT_EQ(records, (std::vector{support::hex("01 0203 ff"), support::hex("02 0203 ff")}));
+  records.clear();
+  for (int i = 0; i < 176; ++i) in.add<three_fields>("a"_f = u8{}, "b"_f = u16{}, "c"_f = i8{});
   in.publish_added(three);
   EXPECT_EQ(lines, "Cur(700) reached max(700), for parser, id(0x1234)\n");
-  EXPECT_EQ(record, nullptr);
+  EXPECT_TRUE(records.empty());
 }
 
 // Packets of the formats that the other decoders follow.
@@ -245,7 +243,7 @@ TEST(lte_mac_rach_attempt, failed_attempt_makes_a_record) {
   const auto failed = decoded::log(0xB062, edited(11, "01"));
   EXPECT_EQ(failed.lines,
             "sub_id = 0, version = 1, num_records = 1, version_sub = 49, rach_result = 1\n");
-  EXPECT_EQ(failed.records, (records{"132:013101"}));
+  EXPECT_EQ(failed.records, (std::vector<std::string>{"132:013101"}));
   const auto negative = decoded::log(0xB062, edited(11, "80"));
   EXPECT_EQ(negative.lines,
             "sub_id = 0, version = 1, num_records = 1, version_sub = 49, rach_result = -128\n"

@@ -211,13 +211,4 @@ TEST(nr5g_ml1_ll1, measurement_database_that_is_not_reported) {
   support::expect_decoded(rows);
 }
 
-TEST(nr5g_ml1_ll1, measurement_database_without_sink_leaves_nothing) {
-  const auto packet = support::hex(head_2_9 + frequency + "00" + layer_2_9);
-  this_context().lines = nullptr;
-  const auto got = decode_packet(packet_kind::log, 0, 0xB97F, packet);
-  this_context().lines = &standard_output();
-  EXPECT_EQ(got.data_id, MODEM_STATS_DATA_ID_NONE);
-  EXPECT_EQ(got.record, nullptr);
-}
-
 }  // namespace

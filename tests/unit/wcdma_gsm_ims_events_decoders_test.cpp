@@ -127,10 +127,11 @@ TEST(events, lte_rrc_state_is_remembered) {
       {7, 4, "", {"5:04", "127:000000000100000001"}},
   };
   const std::string name = "1606_diag_event_lte_rrc_state_change, ";
-  this_context().lte_rrc_last_state = 0;
+  stream_state state;
   for (const auto& row : rows) {
     const auto now = std::to_string(row.current);
-    const auto got = support::decoded::event(1606, "0" + now);
+    const auto got = support::decoded::event(1606, "0" + now, state);
+    state = got.state;
     EXPECT_EQ(got.lines,
               "sub_id = 0, rrc_state_current_in = " + now + "\n" + name +
                   "time_last = 0, time_current = 0, rrc_state_last = " + std::to_string(row.last) +
@@ -144,22 +145,14 @@ TEST(events, lte_rrc_state_is_remembered) {
   }
 }
 
-TEST(events, lte_rrc_state_without_sink_or_slots) {
-  auto& context = this_context();
-  context.lines = nullptr;
-  context.lte_rrc_last_state = 2;
-  const std::uint8_t connected = 4;
-  const auto got = decode_packet(packet_kind::event, 0, 1606, std::span(&connected, 1));
-  ASSERT_EQ(got.data_id, MODEM_STATS_DATA_ID_LTE_RRC_STATE_CHANGE_STATS);
-  EXPECT_EQ(got.record->data_len, 9U);
-  modem_stats_free_single(got.record);
-
-  context.lte_rrc_last_state = 2;
-  modem_stats_update_1606_diag_event_lte_rrc_state_change_stats(connected, nullptr, nullptr);
-  EXPECT_EQ(context.lte_rrc_last_state, 4);
-  modem_stats_update_1606_diag_event_lte_rrc_state_change_stats(-1, nullptr, nullptr);
-  EXPECT_EQ(context.lte_rrc_last_state, 4);
-  context.lines = &standard_output();
+TEST(events, lte_rrc_state_is_remembered_without_anyone_to_tell) {
+  stream_state state{.versions_not_supported = 0, .lte_rrc_last_state = 2};
+  const packet any{packet_kind::event, 1606, 0, {}};
+  packet_decoder in("parser", any, window_end::of_packet, {}, state);
+  for (const int connected_then_as_before : {4, -1}) {
+    modem_stats_update_1606_diag_event_lte_rrc_state_change_stats(in, connected_then_as_before);
+    EXPECT_EQ(state.lte_rrc_last_state, 4);
+  }
 }
 
 }  // namespace

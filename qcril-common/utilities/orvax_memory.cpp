@@ -1,4 +1,4 @@
-#include "modem_stats/orvax_memory.h"
+#include "qcril-common/utilities/orvax_memory.h"
 
 #include <sys/time.h>
 #include <unistd.h>
@@ -8,10 +8,10 @@
 #include <ctime>
 #include <map>
 
-#include "modem_stats/orvax_log.h"
 #include "platform/android_log.h"
 #include "platform/mutex.h"
 #include "platform/properties.h"
+#include "qcril-common/utilities/orvax_log.h"
 
 namespace {
 

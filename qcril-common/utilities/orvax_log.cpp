@@ -1,4 +1,4 @@
-#include "modem_stats/orvax_log.h"
+#include "qcril-common/utilities/orvax_log.h"
 
 #include <cstdarg>
 #include <cstdio>

@@ -1,0 +1,66 @@
+// A packet to decode, what surrounds it, and how its decoding ended.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "modem_stats/record_schema.h"
+
+namespace modem_stats {
+
+enum class packet_kind : std::uint8_t { log, event };
+
+struct packet {
+  packet_kind kind;
+  std::uint16_t id;  // log code or event id
+  int sub_id;        // subscription, from 0
+  std::span<const std::uint8_t> payload;
+};
+
+/// Receives the decoders' lines, each with its newline.
+class line_sink {
+ public:
+  virtual void write(std::string_view text) = 0;
+
+ protected:
+  ~line_sink() = default;
+};
+
+/// Receives every record as bytes that are good during the call.
+class record_sink {
+ public:
+  virtual void record(const record_schema& schema, std::span<const std::uint8_t> data) = 0;
+
+ protected:
+  ~record_sink() = default;
+};
+
+/// Where lines and records go; null: nowhere.
+struct packet_sinks {
+  line_sink* lines = nullptr;
+  record_sink* records = nullptr;
+};
+
+/// What decoders remember from packet to packet.
+struct stream_state {
+  std::uint64_t versions_not_supported = 0;
+  std::uint8_t lte_rrc_last_state = 0;
+};
+
+/// Why a packet made no record, or no further one.
+enum class rejection : std::uint8_t {
+  none,
+  version,  // not supported
+  value,    // not valid
+  count,    // more of something than there may be
+  length,   // the packet ends too early
+};
+
+struct packet_outcome {
+  rejection rejected = rejection::none;
+  std::uint32_t version = 0;      // of the packet; 0 where packets have none
+  std::uint32_t sub_version = 0;  // of its first sub-packet
+};
+
+}  // namespace modem_stats
