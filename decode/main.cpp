@@ -71,7 +71,7 @@ int run(const options& chosen) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  host::keep_standard_descriptors();
+  host::fill_standard_descriptors();
   try {
     int exit_code = 0;
     const auto chosen = parse_command_line(argc, argv, exit_code);

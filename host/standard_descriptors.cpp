@@ -3,16 +3,14 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <initializer_list>
-
 namespace host {
 
-void keep_standard_descriptors() {
-  for (const int each : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+void fill_standard_descriptors() {
+  for (int each = STDIN_FILENO; each <= STDERR_FILENO; ++each) {
     if (::fcntl(each, F_GETFD) >= 0) continue;
-    // Those below are open: this takes the free number. The wrong way round, so that it fails.
-    const int opened = ::open("/dev/null", each == STDIN_FILENO ? O_WRONLY : O_RDONLY);
-    static_cast<void>(opened);
+    // Open the wrong way round. It is the lowest number that is free; the programs that are started
+    // from here have it as well.
+    if (::open("/dev/null", each == STDIN_FILENO ? O_WRONLY : O_RDONLY) != each) return;
   }
 }
 

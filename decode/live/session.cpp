@@ -10,6 +10,7 @@
 #include <exception>
 #include <memory>
 #include <optional>
+#include <string>
 #include <system_error>
 #include <vector>
 
@@ -46,7 +47,8 @@ std::chrono::milliseconds time_to(clock::time_point until) {
 class session final : mask_port {
  public:
   session(const options& chosen, record_store& store, int output, summary& counts)
-      : port_name_(chosen.live->empty() ? diag::named_port() : *chosen.live),
+      : output_name_(chosen.output.empty() ? "standard output" : chosen.output),
+        port_name_(chosen.live->empty() ? diag::named_port() : *chosen.live),
         output_(output),
         save_(chosen.save, chosen.force),
         writer_(store.make_writer()),
@@ -78,6 +80,7 @@ class session final : mask_port {
   void close();
   void reconnect();
 
+  const std::string output_name_;
   const std::string port_name_;
   const int output_;
   save_file save_;
@@ -121,7 +124,7 @@ bool session::wait(std::chrono::milliseconds time) {
   if (ready <= 0) return false;
   if (waits[1].revents != 0) {
     fail(std::make_exception_ptr(
-        output_error("standard output: " + std::generic_category().message(EPIPE))));
+        output_error(output_name_ + ": " + std::generic_category().message(EPIPE))));
   }
   return waits[0].revents != 0;
 }

@@ -479,7 +479,7 @@ TEST_F(tvk_decode, live_gives_the_masks_back_however_it_ends) {
          on.program.send_signal(SIGINT);
        },
        1,
-       "standard output: the reader stalls; the rest is lost\n"},
+       "the reader stalls; the rest is lost\n"},
       {"full disk",
        {"-o", "/dev/full"},
        [](live_session on) { on.modem.port().write(diag_frame(cell_info)); },
