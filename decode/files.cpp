@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "decode/messages.h"
 #include "decode/pipeline.h"
 #include "decode/progress.h"
 
@@ -18,10 +19,6 @@ struct input_file {
   std::string path;
   bool named;  // by the user, not found in a directory
 };
-
-void complain(const std::string& text) {
-  fmt::print(stderr, "tvk-decode: {}\n", text);
-}
 
 /// Files of directories in order of their names.
 std::vector<input_file> list_files(const std::vector<std::string>& inputs, bool& all_read) {
@@ -39,7 +36,7 @@ std::vector<input_file> list_files(const std::vector<std::string>& inputs, bool&
       if (at->is_regular_file(no_file)) found.push_back(at->path());
     }
     if (error) {
-      complain(fmt::format("{}: {}", input, error.message()));
+      tell(fmt::format("{}: {}", input, error.message()));
       all_read = false;
     }
     std::ranges::sort(found);
@@ -78,18 +75,18 @@ bool decode_files(const options& chosen, record_store& store, summary& counts) {
         chunker chunks(*source, chunk_size(chosen.threads));
         decoding.run(chunks);
       } catch (const input_error& e) {
-        complain(e.what());
+        tell(e.what());
         all_read = false;
       }
       bytes = source->consumed();
     } catch (const input_error& e) {
-      complain(e.what());
+      tell(e.what());
       all_read = false;
       continue;
     }
     decoding.counts().bytes += bytes;
     if (bytes > 0 && decoding.counts().frames == frames_before) {
-      complain(fmt::format("{}: no diagnostic packets", file.path));
+      tell(fmt::format("{}: no diagnostic packets", file.path));
       if (file.named) all_read = false;
     }
   }

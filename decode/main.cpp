@@ -4,15 +4,16 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <system_error>
 
 #include "decode/files.h"
-#include "decode/live.h"
+#include "decode/live/session.h"
+#include "decode/messages.h"
 #include "decode/options.h"
 #include "decode/output/file_output.h"
 #include "decode/output/record_output.h"
 #include "decode/summary.h"
+#include "host/standard_descriptors.h"
 #include "platform/linux/file_descriptor.h"
 
 namespace {
@@ -53,8 +54,11 @@ int run(const options& chosen) {
   const auto file = open_output(chosen);
   const auto store = make_store(chosen, file.get());
   summary counts;
-  const bool all_read =
-      chosen.live ? decode_live(chosen, *store, counts) : decode_files(chosen, *store, counts);
+  const bool is_written =
+      chosen.format == output_format::text || chosen.format == output_format::json_lines;
+  const bool all_read = chosen.live
+                            ? decode_live(chosen, *store, is_written ? file.get() : -1, counts)
+                            : decode_files(chosen, *store, counts);
   if (chosen.with_summary) {
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
     const bool is_output = chosen.format == output_format::none && chosen.output.empty();
@@ -67,13 +71,13 @@ int run(const options& chosen) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  int exit_code = 0;
-  const auto chosen = parse_command_line(argc, argv, exit_code);
-  if (!chosen) return exit_code;
+  host::fill_standard_descriptors();
   try {
-    return run(*chosen);
+    int exit_code = 0;
+    const auto chosen = parse_command_line(argc, argv, exit_code);
+    return chosen ? run(*chosen) : exit_code;
   } catch (const std::exception& e) {
-    fmt::print(stderr, "tvk-decode: {}\n", e.what());
+    tell(e.what());
     return failed;
   }
 }

@@ -1,14 +1,17 @@
 #include "decode/options.h"
 
-#include <fmt/format.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <charconv>
 #include <map>
+#include <sstream>
 #include <thread>
 
 #include <CLI/CLI.hpp>
 
+#include "decode/messages.h"
+#include "decode/output/file_output.h"
 #include "decode/output/time_text.h"
 #include "decode/pipeline.h"
 #include "decode/record_list.h"
@@ -60,10 +63,11 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
   app.set_version_flag("--version", "tvk-decode " TVK_DECODE_VERSION);
   app.get_formatter()->column_width(34);
 
+  std::ostringstream page;
   app.add_flag_callback(
       "--list-records",
-      [] {
-        fmt::print("{}", record_list());
+      [&] {
+        page << record_list();
         throw CLI::Success();
       },
       "what the records hold");
@@ -75,8 +79,10 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
                      "decode what comes from a DIAG port, unix:PATH, tcp:HOST:PORT or tty:PATH, "
                      "until interrupted; without value, what TVK_DIAG names")
           ->expected(0, 1);
-  app.add_option("--save", chosen.save, "keep what comes from the port in a .qmdl file")
-      ->needs(live_option);
+  auto* const save_option =
+      app.add_option("--save", chosen.save, "keep what comes from the port in a .qmdl file")
+          ->needs(live_option);
+  app.add_flag("--force", chosen.force, "--save replaces a file that is there")->needs(save_option);
 
   const std::map<std::string, output_format> formats{{"text", output_format::text},
                                                      {"jsonl", output_format::json_lines},
@@ -130,7 +136,10 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
       throw CLI::RequiredError("--output DIRECTORY for csv");
     }
   } catch (const CLI::ParseError& e) {
-    exit_code = app.exit(e) == 0 ? 0 : wrong_usage;
+    std::ostringstream complaint;
+    exit_code = app.exit(e, page, complaint) == 0 ? 0 : wrong_usage;
+    write_whole(STDOUT_FILENO, "standard output", page.str());
+    tell_as_is(complaint.str());
     return std::nullopt;
   }
   return chosen;

@@ -15,6 +15,7 @@ struct options {
   std::vector<std::string> inputs;  // files, directories, "-"
   std::optional<std::string> live;  // DIAG port; empty: what TVK_DIAG names
   std::string save;                 // file for what came over the port
+  bool force = false;               // it may be there already
   output_format format = output_format::text;
   std::string output;  // file, directory for CSV; empty: standard output
   bool with_time = false;
@@ -26,7 +27,7 @@ struct options {
 };
 
 /// Nothing when there is nothing to do: help or version were printed, or what is wrong was told;
-/// `exit_code` says which.
+/// `exit_code` says which. Throws output_error.
 [[nodiscard]] std::optional<options> parse_command_line(int argc, char** argv, int& exit_code);
 
 }  // namespace decode

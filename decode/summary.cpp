@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <iterator>
-#include <tuple>
+#include <utility>
 
 #include "decode/output/time_text.h"
 #include "modem_stats/record_table.h"
@@ -18,8 +18,8 @@ namespace {
 constexpr std::string_view outcome_names[] = {"decoded", "version not supported", "value not valid",
                                               "too many", "too short"};
 
-auto key(const version_count& one) {
-  return std::tuple(one.kind, one.id, one.version, one.sub_version);
+auto key(const version_counts::row& one) {
+  return std::pair(one.version, one.sub_version);
 }
 
 std::string name_of(packet_kind kind, std::uint16_t id) {
@@ -39,14 +39,50 @@ std::vector<std::uint32_t> in_order(const counter_table<N>& counts) {
   return numbers;
 }
 
+std::string outcomes_text(const outcome_counts& counts) {
+  std::string text;
+  for (std::size_t i = 0; i < counts.by_rejection.size(); ++i) {
+    const auto count = counts.by_rejection.at(i);
+    if (count == 0) continue;
+    text += fmt::format("{} {} {}", text.empty() ? ":" : ",", count, outcome_names[i]);
+  }
+  return text;
+}
+
 }  // namespace
+
+void outcome_counts::add(const outcome_counts& other) {
+  std::ranges::transform(by_rejection, other.by_rejection, by_rejection.begin(), std::plus());
+}
+
+bool outcome_counts::any() const {
+  return has_rejections() || by_rejection[0] > 0;
+}
+
+bool outcome_counts::has_rejections() const {
+  return std::any_of(std::next(by_rejection.begin()), by_rejection.end(),
+                     [](std::uint64_t count) { return count > 0; });
+}
+
+void version_counts::add(const row& one) {
+  const auto found = std::ranges::lower_bound(rows_, key(one), {}, key);
+  if (found != rows_.end() && key(*found) == key(one)) return found->counts.add(one.counts);
+  rows_.insert(found, one);
+  if (rows_.size() <= most_rows) return;
+  others_.add(rows_.back().counts);
+  rows_.pop_back();
+}
+
+void version_counts::add(const version_counts& other) {
+  for (const auto& one : other.rows_) add(one);
+  others_.add(other.others_);
+}
 
 void summary::count(packet_kind kind, std::uint16_t id,
                     const modem_stats::packet_outcome& outcome) {
-  const version_count now{kind, id, outcome.version, outcome.sub_version};
-  auto found = std::ranges::find(versions, key(now), key);
-  if (found == versions.end()) found = versions.insert(found, now);
-  ++found->outcomes[static_cast<std::size_t>(outcome.rejected)];
+  version_counts::row now{outcome.version, outcome.sub_version, {}};
+  now.counts.by_rejection.at(static_cast<std::size_t>(outcome.rejected)) = 1;
+  versions[{kind, id}].add(now);
 }
 
 void summary::add(const summary& other) {
@@ -62,14 +98,7 @@ void summary::add(const summary& other) {
   logs.add(other.logs);
   events.add(other.events);
   records.add(other.records);
-  for (const auto& one : other.versions) {
-    auto found = std::ranges::find(versions, key(one), key);
-    if (found == versions.end()) {
-      versions.push_back(one);
-      continue;
-    }
-    std::ranges::transform(found->outcomes, one.outcomes, found->outcomes.begin(), std::plus());
-  }
+  for (const auto& [packet, counts] : other.versions) versions[packet].add(counts);
   first_time = std::min(first_time, other.first_time);
   last_time = std::max(last_time, other.last_time);
 }
@@ -88,9 +117,12 @@ void summary::clear() {
 
 bool summary::has_rejections() const {
   return bad_crc + too_short + too_long + skipped_bytes + damaged_packets > 0 ||
-         std::ranges::any_of(versions, [](const version_count& one) {
-           return std::ranges::any_of(std::next(one.outcomes.begin()), one.outcomes.end(),
-                                      [](std::uint64_t count) { return count > 0; });
+         std::ranges::any_of(versions, [](const auto& packet) {
+           const version_counts& counts = packet.second;
+           return counts.others().has_rejections() ||
+                  std::ranges::any_of(counts.rows(), [](const version_counts::row& one) {
+                    return one.counts.has_rejections();
+                  });
          });
 }
 
@@ -132,20 +164,18 @@ std::string to_text(const summary& all, double seconds) {
   for (const auto number : in_order(all.events)) {
     line(fmt::format("event {}", number), all.events[number]);
   }
-  auto versions = all.versions;
-  std::ranges::sort(versions, {}, key);
-  for (const auto& one : versions) {
-    fmt::format_to(out, "{} version {}", name_of(one.kind, one.id), version_text(one.version));
-    if (one.sub_version != 0) {
-      fmt::format_to(out, ", sub-packet version {}", version_text(one.sub_version));
+  for (const auto& [packet, counts] : all.versions) {
+    const auto name = name_of(packet.first, packet.second);
+    for (const auto& one : counts.rows()) {
+      fmt::format_to(out, "{} version {}", name, version_text(one.version));
+      if (one.sub_version != 0) {
+        fmt::format_to(out, ", sub-packet version {}", version_text(one.sub_version));
+      }
+      fmt::format_to(out, "{}\n", outcomes_text(one.counts));
     }
-    std::string_view separator = ":";
-    for (std::size_t i = 0; i < one.outcomes.size(); ++i) {
-      if (one.outcomes[i] == 0) continue;
-      fmt::format_to(out, "{} {} {}", separator, one.outcomes[i], outcome_names[i]);
-      separator = ",";
+    if (counts.others().any()) {
+      fmt::format_to(out, "{} other versions{}\n", name, outcomes_text(counts.others()));
     }
-    text += '\n';
   }
   for (const auto number : in_order(all.records)) {
     const auto* const schema =

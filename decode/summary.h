@@ -4,7 +4,9 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "modem_stats/packet.h"
@@ -38,13 +40,38 @@ class counter_table {
   std::vector<std::uint32_t> used_;
 };
 
-/// Packets of one version of one code or event, by what became of them.
-struct version_count {
-  modem_stats::packet_kind kind;
-  std::uint16_t id;
-  std::uint32_t version;
-  std::uint32_t sub_version;
-  std::array<std::uint64_t, 5> outcomes{};  // index: modem_stats::rejection
+/// Packets by what became of them.
+struct outcome_counts {
+  std::array<std::uint64_t, 5> by_rejection{};  // index: modem_stats::rejection
+
+  void add(const outcome_counts& other);
+  [[nodiscard]] bool any() const;
+  [[nodiscard]] bool has_rejections() const;
+};
+
+/// Packets of one log or event by version and sub-packet version. Bytes that are no version may
+/// count as any number of them: only the lowest have a row, and which these are does not hang on
+/// the order in which they come.
+class version_counts {
+ public:
+  static constexpr std::size_t most_rows = 16;
+
+  struct row {
+    std::uint32_t version;
+    std::uint32_t sub_version;
+    outcome_counts counts;
+  };
+
+  void add(const row& one);
+  void add(const version_counts& other);
+
+  /// In the order of versions.
+  [[nodiscard]] const std::vector<row>& rows() const { return rows_; }
+  [[nodiscard]] const outcome_counts& others() const { return others_; }
+
+ private:
+  std::vector<row> rows_;
+  outcome_counts others_;
 };
 
 struct summary {
@@ -60,7 +87,7 @@ struct summary {
   counter_table<65536> logs;
   counter_table<4096> events;
   counter_table<256> records;  // by data id
-  std::vector<version_count> versions;
+  std::map<std::pair<modem_stats::packet_kind, std::uint16_t>, version_counts> versions;
   std::int64_t first_time = INT64_MAX;  // microseconds, Unix
   std::int64_t last_time = INT64_MIN;
 

@@ -18,6 +18,8 @@ class text_buffer {
   void commit(const char* end) { size_ = static_cast<std::size_t>(end - text_.get()); }
 
   void append(std::string_view text) {
+    // An empty text may be nowhere, from which not even nothing may be copied.
+    if (text.empty()) return;
     std::memcpy(room(text.size()), text.data(), text.size());
     size_ += text.size();
   }

@@ -13,7 +13,7 @@ std::optional<command_id> identify(byte_view bytes) {
   protocol::byte_reader in(bytes);
   command_id id{.code = *in.take<std::uint8_t>()};
   switch (id.code) {
-    case subsystem_code: {
+    case wire::subsystem_dispatch: {
       const auto subsystem = in.take<std::uint8_t>();
       const auto number = in.take<std::uint16_t>();
       if (!number) return std::nullopt;
@@ -21,11 +21,11 @@ std::optional<command_id> identify(byte_view bytes) {
       id.number = *number;
       return id;
     }
-    case log_config_code:
+    case wire::log_config:
       (void)in.take_bytes(3);
       id.number = in.take<std::uint32_t>();
       return id.number && bytes.size() >= 8 ? std::optional(id) : std::nullopt;
-    case message_config_code: {
+    case wire::message_config: {
       const auto operation = in.take<std::uint8_t>();
       if (!operation) return std::nullopt;
       id.number = *operation;
@@ -49,8 +49,8 @@ const command_row* find(const command_id& id) {
 
 /// An operation that a known command does not have is another error than a command that is unknown.
 refusal unknown(const command_id& id) {
-  return id.code == log_config_code || id.code == message_config_code ? refusal::bad_parameter
-                                                                      : refusal::bad_command;
+  return id.code == wire::log_config || id.code == wire::message_config ? refusal::bad_parameter
+                                                                        : refusal::bad_command;
 }
 
 refusal try_to_answer(byte_view bytes, session& from, modem& state, packet& answer) {

@@ -7,11 +7,14 @@
 #include <vector>
 
 #include "protocol/bytes.h"
+#include "protocol/diag_commands.h"
 #include "simulator/diag/efs_handles.h"
 #include "simulator/diag/masks.h"
 #include "simulator/modem/modem.h"
 
 namespace sim::diag {
+
+namespace wire = protocol::diag;
 
 /// What the modem knows of one client.
 struct session {
@@ -35,9 +38,9 @@ using packet = std::vector<std::uint8_t>;
 /// An answer that refuses is this code and the whole request.
 enum class refusal : std::uint8_t {
   none = 0,
-  bad_command = 0x13,
-  bad_parameter = 0x14,
-  bad_length = 0x15,
+  bad_command = static_cast<std::uint8_t>(wire::error_code::bad_command),
+  bad_parameter = static_cast<std::uint8_t>(wire::error_code::bad_parameter),
+  bad_length = static_cast<std::uint8_t>(wire::error_code::bad_length),
 };
 
 /// Appends to the answer, which already repeats the begin of the request.
@@ -51,25 +54,22 @@ struct command_id {
 
   friend bool operator==(const command_id&, const command_id&) = default;
 };
-constexpr std::uint8_t subsystem_code = 0x4B;
-constexpr std::uint8_t log_config_code = 0x73;
-constexpr std::uint8_t message_config_code = 0x7D;
 
 constexpr command_id plain(std::uint8_t code) {
   return {.code = code};
 }
 constexpr command_id subsystem(std::uint8_t number, std::uint16_t command) {
-  return {.code = subsystem_code, .subsystem = number, .number = command};
+  return {.code = wire::subsystem_dispatch, .subsystem = number, .number = command};
 }
 /// Every command of a subsystem.
 constexpr command_id whole_subsystem(std::uint8_t number) {
-  return {.code = subsystem_code, .subsystem = number};
+  return {.code = wire::subsystem_dispatch, .subsystem = number};
 }
-constexpr command_id log_config(std::uint32_t operation) {
-  return {.code = log_config_code, .number = operation};
+constexpr command_id log_config(wire::log_operation operation) {
+  return {.code = wire::log_config, .number = static_cast<std::uint32_t>(operation)};
 }
 constexpr command_id message_config(std::uint8_t operation) {
-  return {.code = message_config_code, .number = operation};
+  return {.code = wire::message_config, .number = operation};
 }
 
 constexpr std::size_t any_size = 16384;  ///< the longest packet

@@ -8,6 +8,7 @@ namespace sim::diag {
 namespace {
 
 using protocol::append_le;
+using wire::log_operation;
 
 enum class log_status : std::uint32_t { done = 0, bad_equipment = 1 };
 
@@ -203,14 +204,14 @@ refusal set_all_messages(const request& asked, packet& answer) {
 }
 
 constexpr command_row rows[] = {
-    {plain(0x60), "event reports", 2, 2, 1, event_reports},
-    {plain(0x81), "get event mask", 4, 4, 1, get_events},
-    {plain(0x82), "set event mask", 6, any_size, 1, set_events},
-    {log_config(0), "disable logs", 8, 8, 8, disable_logs},
-    {log_config(1), "log ranges", 8, 8, 8, log_ranges},
-    {log_config(2), "valid logs", 12, 12, 8, valid_logs},
-    {log_config(3), "set log mask", 16, any_size, 8, set_logs},
-    {log_config(4), "get log mask", 12, 12, 8, get_logs},
+    {plain(wire::event_control), "event reports", 2, 2, 1, event_reports},
+    {plain(wire::event_mask_get), "get event mask", 4, 4, 1, get_events},
+    {plain(wire::event_mask_set), "set event mask", 6, any_size, 1, set_events},
+    {log_config(log_operation::disable), "disable logs", 8, 8, 8, disable_logs},
+    {log_config(log_operation::ranges), "log ranges", 8, 8, 8, log_ranges},
+    {log_config(log_operation::valid_mask), "valid logs", 12, 12, 8, valid_logs},
+    {log_config(log_operation::set_mask), "set log mask", 16, any_size, 8, set_logs},
+    {log_config(log_operation::get_mask), "get log mask", 12, 12, 8, get_logs},
     {message_config(1), "message ranges", 2, 2, 2, message_range_list},
     {message_config(2), "built messages", 6, 6, 6, built_messages},
     {message_config(3), "get message masks", 6, 6, 6, get_messages},

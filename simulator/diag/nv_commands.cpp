@@ -86,9 +86,9 @@ refusal indexed_item(const request& asked, packet& answer) {
 }
 
 constexpr command_row rows[] = {
-    {plain(0x26), "read NV item", plain_size, plain_size + status_size, plain_head,
+    {plain(wire::nv_read), "read NV item", plain_size, plain_size + status_size, plain_head,
      plain_item<read>},
-    {plain(0x27), "write NV item", plain_size, plain_size + status_size, plain_head,
+    {plain(wire::nv_write), "write NV item", plain_size, plain_size + status_size, plain_head,
      plain_item<write>},
     {subsystem(0x30, 1), "read indexed NV item", indexed_size, indexed_size, indexed_head,
      indexed_item<read>},

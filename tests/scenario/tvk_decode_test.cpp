@@ -1,13 +1,18 @@
 // tvk-decode as its users run it: captures of every form, filters, formats and a live port.
 #include <archive.h>
 #include <archive_entry.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <map>
 #include <sstream>
@@ -294,7 +299,7 @@ INSTANTIATE_TEST_SUITE_P(folders, tvk_decode_captures, testing::ValuesIn(capture
                          captures::folder_name);
 
 /// Answers as a modem with logs 0x1000 to 0x1FFF and 0xB000 to 0xBFFF and all events, of which some
-/// are on already.
+/// are on already. It keeps its masks when its client goes, as a phone does.
 class live_port {
  public:
   live_port() {
@@ -324,19 +329,31 @@ class live_port {
     return all;
   }
 
-  static bytes answer_to(const bytes& request) {
+  static inline const bytes logs_before = hex("01 00*511");
+  static inline const bytes events_before = hex("00*511 80");
+
+  bytes logs(const bytes& equipment) const {
+    const auto all = beginning_with(hex("73000000 03000000") + equipment);
+    return all.empty() ? logs_before : bytes(all.back().begin() + 16, all.back().end());
+  }
+  bytes events() const {
+    const auto all = beginning_with(hex("82"));
+    return all.empty() ? events_before : bytes(all.back().begin() + 6, all.back().end());
+  }
+
+ private:
+  bytes answer_to(const bytes& request) const {
     if (request[0] == 0x60) return hex("60 0000");
-    if (request[0] == 0x81) return hex("81 00 0000 0010 00*511 80");
+    if (request[0] == 0x81) return hex("81 00 0000 0010") + events();
     if (request[0] == 0x82)
       return hex("82 00 0000 0010") + bytes(request.begin() + 6, request.end());
     const auto done = bytes(request.begin(), request.begin() + 8) + hex("00000000");
     if (request[4] == 1) return done + hex("00*4 00100000 00*36 00100000 00*16");
     const bytes which(request.begin() + 8, request.begin() + 12);
-    if (request[4] == 4) return done + which + hex("00100000 01 00*511");
+    if (request[4] == 4) return done + which + hex("00100000") + logs(which);
     return done + bytes(request.begin() + 8, request.end());
   }
 
- private:
   void answer(const bytes& request) {
     const bytes wire = diag_frame(answer_to(request));
     port_.write(wire);
@@ -388,6 +405,163 @@ TEST_F(tvk_decode, live_asks_saves_comes_back_and_takes_its_requests_back) {
   const std::string in_saved(capture.begin(), capture.end());
   EXPECT_NE(saved.find(in_saved), std::string::npos);
   EXPECT_EQ(decode({"-f", "jsonl", dir_.file("s.qmdl")}).output, capture_lines + voice_line());
+}
+
+/// A named pipe of one page and its reader, who need not read.
+class slow_reader {
+ public:
+  explicit slow_reader(const std::string& path) {
+    EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);
+    file_ = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    size_ = fcntl(file_, F_SETPIPE_SZ, 4096);
+  }
+  slow_reader(const slow_reader&) = delete;
+  slow_reader& operator=(const slow_reader&) = delete;
+  ~slow_reader() { leave(); }
+
+  void leave() {
+    if (file_ >= 0) close(file_);
+    file_ = -1;
+  }
+  bool wait_until_full() const {
+    for (int i = 0; i < 200; ++i) {
+      int waiting = 0;
+      ioctl(file_, FIONREAD, &waiting);
+      if (waiting == size_) return true;
+      std::this_thread::sleep_for(25ms);
+    }
+    return false;
+  }
+
+ private:
+  int file_ = -1;
+  int size_ = 0;
+};
+
+struct live_session {
+  live_port& modem;
+  background_process& program;
+  slow_reader& reader;
+};
+
+TEST_F(tvk_decode, live_gives_the_masks_back_however_it_ends) {
+  const auto send = [](int signal) {
+    return [signal](live_session on) { on.program.send_signal(signal); };
+  };
+  const auto many = [] {
+    bytes all;
+    for (int i = 0; i < 100; ++i) all = all + diag_frame(cell_info);
+    return all;
+  }();
+  const std::string pipe = dir_.file("pipe");
+  const struct {
+    const char* what;
+    std::vector<std::string> more;
+    std::function<void(live_session)> end;
+    int exit_status;
+    const char* error;
+  } rows[] = {
+      {"SIGINT", {}, send(SIGINT), 0, ""},
+      {"SIGTERM", {}, send(SIGTERM), 0, ""},
+      {"SIGHUP", {}, send(SIGHUP), 0, ""},
+      {"reader leaves, nothing comes",
+       {"-o", pipe},
+       [](live_session on) { on.reader.leave(); },
+       1,
+       "Broken pipe\n"},
+      {"reader of --save leaves",
+       {"--save", pipe},
+       [](live_session on) {
+         on.reader.leave();
+         on.modem.port().write(diag_frame(cell_info));
+       },
+       1,
+       "pipe: Broken pipe\n"},
+      {"reader stalls, SIGINT",
+       {"-o", pipe},
+       [&](live_session on) {
+         on.modem.port().write(many);
+         EXPECT_TRUE(on.reader.wait_until_full());
+         on.program.send_signal(SIGINT);
+       },
+       1,
+       "the reader stalls; the rest is lost\n"},
+      {"full disk",
+       {"-o", "/dev/full"},
+       [](live_session on) { on.modem.port().write(diag_frame(cell_info)); },
+       1,
+       "No space left on device\n"},
+      {"port lost and back",
+       {},
+       [](live_session on) {
+         on.modem.port().close_connection();
+         ASSERT_TRUE(on.modem.wait_for(reports_on, 2));
+         on.program.send_signal(SIGINT);
+       },
+       0,
+       "the port is back\n"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    std::filesystem::remove(pipe);
+    slow_reader reader(pipe);
+    live_port modem;
+    background_process live(TVK_DECODE_PROGRAM, modem.arguments(row.more));
+    ASSERT_TRUE(modem.wait_for(reports_on, 1));
+    row.end({modem, live, reader});
+    const auto ended = live.wait(10s);
+    EXPECT_EQ(ended.exit_status, row.exit_status);
+    EXPECT_TRUE(ended.errors.ends_with(row.error)) << ended.errors;
+    EXPECT_EQ(modem.logs(hex("01000000")), live_port::logs_before);
+    EXPECT_EQ(modem.logs(hex("0B000000")), live_port::logs_before);
+    EXPECT_EQ(modem.events(), live_port::events_before);
+    EXPECT_FALSE(modem.beginning_with(reports_off).empty());
+  }
+}
+
+TEST_F(tvk_decode, save_makes_its_file_when_there_is_a_port_and_replaces_none_unasked) {
+  const auto kept = made("kept.qmdl", capture);
+  const std::string content(capture.begin(), capture.end());
+  const auto no_port = decode({"--live", "unix:" + dir_.file("none"), "--save", kept, "--force"});
+  EXPECT_EQ(no_port.exit_status, 1);
+  EXPECT_EQ(read_file(kept), content);
+  live_port modem;
+  const auto refused = decode(modem.arguments({"--save", kept}));
+  EXPECT_EQ(refused.exit_status, 1);
+  EXPECT_EQ(refused.errors,
+            "tvk-decode: " + kept + ": there is such a file; --force replaces it\n");
+  EXPECT_EQ(read_file(kept), content);
+  EXPECT_TRUE(modem.port().requests().empty());
+  background_process live(TVK_DECODE_PROGRAM, modem.arguments({"--save", kept, "--force"}));
+  ASSERT_TRUE(modem.wait_for(reports_on, 1));
+  live.send_signal(SIGTERM);
+  EXPECT_EQ(live.wait().exit_status, 0);
+  EXPECT_TRUE(read_file(kept).starts_with("\x73"));  // the first answer
+}
+
+TEST_F(tvk_decode, standard_streams_that_take_nothing_are_errors_and_are_left_alone) {
+  if (TVK_CROSS_BUILD) GTEST_SKIP() << "the shell does not run programs of a cross build";
+  const auto path = made("a.qmdl", capture);
+  const auto shell = [&](const std::string& rest) {
+    return support::run(
+        "/bin/sh", {"-c", "exec \"$0\" " + rest, TVK_DECODE_PROGRAM, path, dir_.file("lines")});
+  };
+  for (const std::string to : {"/dev/full", "&-"}) {
+    const auto why = to == "&-" ? "Bad file descriptor\n" : "No space left on device\n";
+    for (const std::string what :
+         {"--help", "--version", "--list-records", "-f jsonl \"$1\"", "-f none --summary \"$1\""}) {
+      const auto got = shell(what + " >" + to);
+      EXPECT_EQ(got.exit_status, 1) << what << to;
+      EXPECT_TRUE(got.errors.ends_with(why)) << what << got.errors;
+    }
+    EXPECT_EQ(shell("--wrong 2>" + to).exit_status, 2);
+    for (const std::string what : {"/none", "-f none --live unix:/none", "-f csv -o /proc \"$1\"",
+                                   "-f jsonl --summary -o \"$2\" \"$1\""}) {
+      EXPECT_EQ(shell(what + " 2>" + to).exit_status, 1) << what;
+    }
+    EXPECT_EQ(read_file(dir_.file("lines")), capture_lines);
+  }
+  EXPECT_EQ(shell("-f none - <&-").errors, "tvk-decode: standard input: Bad file descriptor\n");
 }
 
 TEST_F(tvk_decode, live_from_a_simulated_modem_as_from_its_file) {

@@ -208,6 +208,27 @@ TEST(pipeline, threads_give_what_one_thread_gives) {
   }
 }
 
+// Bytes that are no version could be any number of them.
+TEST(pipeline, summary_has_a_row_for_the_lowest_versions_of_a_packet_only) {
+  bytes capture;
+  for (int version = 255; version >= 0; --version) {
+    auto one = packet(3);
+    one[16] = static_cast<std::uint8_t>(version);
+    capture = capture + many(diag_frame(one), 100);
+  }
+  const auto alone = decode_all(capture);
+  const auto text = decode::to_text(alone.counts, 0);
+  for (const char* line :
+       {"\n0x1568 version 0: 100 version not supported\n", "\n0x1568 version 13: 100 decoded\n",
+        "\n0x1568 version 15: 100 version not supported\n"
+        "0x1568 other versions: 24000 version not supported\n"}) {
+    EXPECT_NE(text.find(line), std::string::npos) << line << text;
+  }
+  EXPECT_EQ(text.find("version 16"), std::string::npos);
+  EXPECT_TRUE(alone.counts.has_rejections());
+  EXPECT_EQ(decode::to_text(decode_all(capture, 4).counts, 0), text);
+}
+
 TEST(times, as_text_and_back) {
   EXPECT_EQ(decode::time_text(1458770149772582), "2016-03-23T21:55:49.772582Z");
   EXPECT_EQ(decode::time_text(0), "1970-01-01T00:00:00.000000Z");

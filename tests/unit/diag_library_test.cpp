@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "platform/diag.h"
-#include "platform/linux/diag/answer.h"
+#include "protocol/diag_answer.h"
 #include "support/bytes.h"
 #include "support/hand_diag.h"
 
@@ -183,6 +183,7 @@ TEST(diag_library, answers_by_their_leading_bytes) {
       {"26 2602 00*130", "26 2602 01", true},
       {"26 2602 00*130", "26 2702 01", false},
       {"73 000000 01000000", "73 000000 01000000 00000000", true},
+      {"73 000000 01000000", "73 000000 03000000 00000000", false},
       {"4B 12 51 00", "47 4B 12 51 00", true},
       {"4B 12 51 00", "96 4B", true},
       {"4B 12 51 00", "13", false},
@@ -193,14 +194,14 @@ TEST(diag_library, answers_by_their_leading_bytes) {
       {"1C", "98010000 01000000 1C 08 00", false},
   };
   for (const auto& row : rows) {
-    EXPECT_EQ(diag::is_answer(hex(row.request), hex(row.packet)), row.answers)
+    EXPECT_EQ(protocol::diag::is_answer(hex(row.request), hex(row.packet)), row.answers)
         << row.request << " / " << row.packet;
   }
   // status u32, delayed id u16, count u16: the last has id 0 or a count up to 0FFF.
-  EXPECT_TRUE(diag::is_last_answer(hex("80 12 0100 00000000 0000 0000")));
-  EXPECT_FALSE(diag::is_last_answer(hex("80 12 0100 00000000 0500 0000")));
-  EXPECT_FALSE(diag::is_last_answer(hex("80 12 0100 00000000 0500 0010")));
-  EXPECT_TRUE(diag::is_last_answer(hex("80 12 0100 00000000 0500 0100")));
+  EXPECT_TRUE(protocol::diag::is_last_answer(hex("80 12 0100 00000000 0000 0000")));
+  EXPECT_FALSE(protocol::diag::is_last_answer(hex("80 12 0100 00000000 0500 0000")));
+  EXPECT_FALSE(protocol::diag::is_last_answer(hex("80 12 0100 00000000 0500 0010")));
+  EXPECT_TRUE(protocol::diag::is_last_answer(hex("80 12 0100 00000000 0500 0100")));
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <utility>
 
-#include "platform/linux/diag/answer.h"
+#include "protocol/diag_answer.h"
 #include "protocol/hdlc.h"
 #include "protocol/log_packet.h"
 
@@ -166,10 +166,10 @@ void connection::handle_answer(byte_view packet) {
   {
     const platform::mutex_lock hold(lock_);
     const auto answered = std::ranges::find_if(
-        waiting_, [&](const waiting& each) { return is_answer(each.request, packet); });
+        waiting_, [&](const waiting& each) { return wire::is_answer(each.request, packet); });
     if (answered == waiting_.end()) return;
     handler = answered->handler;
-    if (is_last_answer(packet)) waiting_.erase(answered);
+    if (wire::is_last_answer(packet)) waiting_.erase(answered);
   }
   handler(packet);
 }

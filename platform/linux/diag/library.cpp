@@ -15,8 +15,8 @@
 #include <vector>
 
 #include "platform/diag.h"
-#include "platform/linux/diag/answer.h"
 #include "platform/linux/diag/connection.h"
+#include "platform/linux/diag/dci_filter.h"
 #include "platform/mutex.h"
 #include "protocol/hdlc.h"
 

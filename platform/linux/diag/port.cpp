@@ -28,7 +28,6 @@ namespace {
 using platform::file_descriptor;
 
 constexpr int connect_timeout_ms = 3000;
-constexpr int write_timeout_ms = 3000;
 
 /// A port, or why there is none.
 struct opened {
@@ -154,17 +153,23 @@ file_descriptor open_port(const std::string& text) {
   return std::move(result.port);
 }
 
-bool write_all(int port, protocol::byte_view bytes) {
+bool write_all(int port, protocol::byte_view bytes, std::chrono::milliseconds patience) {
+  using clock = std::chrono::steady_clock;
+  auto until = clock::now() + patience;
   while (!bytes.empty()) {
     const ssize_t sent = write_some(port, bytes);
     if (sent >= 0) {
       bytes = bytes.subspan(static_cast<std::size_t>(sent));
+      until = clock::now() + patience;
       continue;
     }
     if (errno == EINTR) continue;
     if (errno != EAGAIN) return false;
+    // Signals may interrupt every wait: they do not prolong it.
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - clock::now());
+    if (left.count() <= 0) return false;
     pollfd wait{port, POLLOUT, 0};
-    if (::poll(&wait, 1, write_timeout_ms) == 0) return false;
+    if (::poll(&wait, 1, static_cast<int>(left.count())) == 0) return false;
   }
   return true;
 }

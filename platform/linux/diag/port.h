@@ -1,6 +1,7 @@
 // The byte stream to a modem's DIAG port.
 #pragma once
 
+#include <chrono>
 #include <string>
 
 #include "platform/linux/file_descriptor.h"
@@ -16,8 +17,11 @@ namespace diag {
 /// writing do not block.
 [[nodiscard]] platform::file_descriptor open_port(const std::string& text);
 
-/// Writes all, waiting for room. False when the port is gone or has no room for too long: part of
+constexpr std::chrono::milliseconds write_patience{3000};
+
+/// Writes all, waiting for room. False when the port is gone or has no room for `patience`: part of
 /// the bytes may be written then.
-[[nodiscard]] bool write_all(int port, protocol::byte_view bytes);
+[[nodiscard]] bool write_all(int port, protocol::byte_view bytes,
+                             std::chrono::milliseconds patience = write_patience);
 
 }  // namespace diag

@@ -21,6 +21,9 @@ struct bit_mask {
   void set(std::size_t bit);
   /// Sets what `other` has set.
   void add(const bit_mask& other);
+  /// Clears what `other` has set.
+  void remove(const bit_mask& other);
+  [[nodiscard]] bool any() const;
 };
 [[nodiscard]] bit_mask empty_mask(std::uint32_t bits);
 
@@ -33,15 +36,12 @@ constexpr unsigned num_equipments = 16;  // the upper 4 bits of a log code
 [[nodiscard]] diag_packet set_event_mask(const bit_mask& mask);
 [[nodiscard]] diag_packet report_events(bool on);
 
-/// `packet` answers `request`, if only with an error.
-[[nodiscard]] bool is_answer(protocol::byte_view packet, protocol::byte_view request);
-
 /// Nothing when the answer is an error or damaged.
 [[nodiscard]] std::optional<std::array<std::uint32_t, num_equipments>> log_ranges(
     protocol::byte_view answer);
 [[nodiscard]] std::optional<bit_mask> log_mask(protocol::byte_view answer);
 [[nodiscard]] std::optional<bit_mask> event_mask(protocol::byte_view answer);
-/// Of a request that sets a mask.
+/// Whether a request that sets a mask was done.
 [[nodiscard]] bool is_done(protocol::byte_view answer);
 
 }  // namespace decode

@@ -1,8 +1,8 @@
-#include "decode/diag_masks.h"
+#include "decode/live/mask_requests.h"
 
 #include <algorithm>
 
-#include "protocol/log_packet.h"
+#include "protocol/diag_commands.h"
 
 namespace decode {
 
@@ -11,12 +11,11 @@ namespace {
 using protocol::append_le;
 using protocol::byte_view;
 using protocol::load_le;
-
-constexpr std::uint8_t log_config = 0x73;
-constexpr std::uint8_t event_mask_get = 0x81;
-constexpr std::uint8_t event_mask_set = 0x82;
-
-enum log_operation : std::uint32_t { ranges = 1, set_mask = 3, get_mask = 4 };
+using protocol::diag::event_control;
+using protocol::diag::event_mask_get;
+using protocol::diag::event_mask_set;
+using protocol::diag::log_config;
+using protocol::diag::log_operation;
 
 // Of a log configuration answer: code and three zeros, then u32 operation, u32 status.
 constexpr std::size_t operation_at = 4;
@@ -29,7 +28,7 @@ constexpr std::size_t event_mask_at = 6;
 
 diag_packet log_request(log_operation operation) {
   diag_packet packet{log_config, 0, 0, 0};
-  append_le<std::uint32_t>(packet, operation);
+  append_le(packet, static_cast<std::uint32_t>(operation));
   return packet;
 }
 
@@ -41,7 +40,8 @@ diag_packet log_request(log_operation operation, unsigned equipment) {
 
 bool is_good_log_answer(byte_view answer, log_operation operation, std::size_t size) {
   return answer.size() >= size && answer[0] == log_config &&
-         load_le<std::uint32_t>(answer.subspan(operation_at)) == operation &&
+         load_le<std::uint32_t>(answer.subspan(operation_at)) ==
+             static_cast<std::uint32_t>(operation) &&
          load_le<std::uint32_t>(answer.subspan(status_at)) == 0;
 }
 
@@ -49,11 +49,6 @@ std::optional<bit_mask> mask_of(std::uint32_t bits, byte_view bytes) {
   const std::size_t size = (std::size_t{bits} + 7) / 8;
   if (bytes.size() < size) return std::nullopt;
   return bit_mask{bits, {bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size)}};
-}
-
-bool is_error(std::uint8_t code) {
-  constexpr std::uint8_t errors[] = {0x13, 0x14, 0x15, 0x18, 0x42, 0x47};
-  return std::ranges::find(errors, code) != std::end(errors);
 }
 
 }  // namespace
@@ -68,20 +63,31 @@ void bit_mask::add(const bit_mask& other) {
   for (std::size_t i = 0; i < common; ++i) bytes[i] |= other.bytes[i];
 }
 
+void bit_mask::remove(const bit_mask& other) {
+  const auto common = std::min(bytes.size(), other.bytes.size());
+  for (std::size_t i = 0; i < common; ++i) {
+    bytes[i] = static_cast<std::uint8_t>(bytes[i] & ~other.bytes[i]);
+  }
+}
+
+bool bit_mask::any() const {
+  return std::ranges::any_of(bytes, [](std::uint8_t byte) { return byte != 0; });
+}
+
 bit_mask empty_mask(std::uint32_t bits) {
   return {bits, std::vector<std::uint8_t>((std::size_t{bits} + 7) / 8)};
 }
 
 diag_packet get_log_ranges() {
-  return log_request(ranges);
+  return log_request(log_operation::ranges);
 }
 
 diag_packet get_log_mask(unsigned equipment) {
-  return log_request(get_mask, equipment);
+  return log_request(log_operation::get_mask, equipment);
 }
 
 diag_packet set_log_mask(unsigned equipment, const bit_mask& mask) {
-  auto packet = log_request(set_mask, equipment);
+  auto packet = log_request(log_operation::set_mask, equipment);
   append_le(packet, mask.bits);
   for (const auto byte : mask.bytes) packet.push_back(byte);
   return packet;
@@ -99,23 +105,13 @@ diag_packet set_event_mask(const bit_mask& mask) {
 }
 
 diag_packet report_events(bool on) {
-  return {protocol::diag::event_code, static_cast<std::uint8_t>(on ? 1 : 0)};
-}
-
-bool is_answer(byte_view packet, byte_view request) {
-  if (packet.empty()) return false;
-  if (is_error(packet[0])) return packet.size() > 1 && packet[1] == request[0];
-  if (packet[0] != request[0]) return false;
-  // An event report that answers its switch has nothing in it.
-  if (packet[0] == protocol::diag::event_code) return packet.size() == 3;
-  if (packet[0] != log_config) return true;
-  return packet.size() >= status_at &&
-         std::ranges::equal(packet.subspan(operation_at, 4), request.subspan(operation_at, 4));
+  return {event_control, static_cast<std::uint8_t>(on ? 1 : 0)};
 }
 
 std::optional<std::array<std::uint32_t, num_equipments>> log_ranges(byte_view answer) {
   std::array<std::uint32_t, num_equipments> bits{};
-  if (!is_good_log_answer(answer, ranges, log_data_at + 4 * bits.size())) return std::nullopt;
+  if (!is_good_log_answer(answer, log_operation::ranges, log_data_at + 4 * bits.size()))
+    return std::nullopt;
   for (std::size_t i = 0; i < bits.size(); ++i) {
     // An item has 12 bits; more would make requests without end.
     bits[i] = std::min(load_le<std::uint32_t>(answer.subspan(log_data_at + 4 * i)), 4096U);
@@ -124,7 +120,7 @@ std::optional<std::array<std::uint32_t, num_equipments>> log_ranges(byte_view an
 }
 
 std::optional<bit_mask> log_mask(byte_view answer) {
-  if (!is_good_log_answer(answer, get_mask, log_data_at + 8)) return std::nullopt;
+  if (!is_good_log_answer(answer, log_operation::get_mask, log_data_at + 8)) return std::nullopt;
   return mask_of(load_le<std::uint32_t>(answer.subspan(log_data_at + 4)),
                  answer.subspan(log_data_at + 8));
 }
@@ -139,7 +135,8 @@ std::optional<bit_mask> event_mask(byte_view answer) {
 
 bool is_done(byte_view answer) {
   if (answer.empty()) return false;
-  if (answer[0] == log_config) return is_good_log_answer(answer, set_mask, log_data_at);
+  if (answer[0] == log_config)
+    return is_good_log_answer(answer, log_operation::set_mask, log_data_at);
   return answer[0] == event_mask_set && answer.size() > 1 && answer[1] == 0;
 }
 

@@ -1,9 +1,8 @@
 // Which packet of a modem answers which request.
 //
 // An answer repeats the request's code, with as much behind it as its family repeats: subsystem and
-// command (4B, 80), sub-command (7D), item number (26, 27). An error code - 13, 14, 15, 18, 42, 47,
-// 95, 96 - followed by the request is an answer as well. What comes without being asked for is kept
-// apart:
+// command (4B, 80), operation (73, 7D), item number (26, 27). An error code followed by the request
+// is an answer as well. What comes without being asked for is kept apart:
 //   10          log packet: answers nothing
 //   60          event report: answers event control (60) only as "60 00 00", a report of no events
 //   79, 92, 99  message reports: answer nothing
@@ -13,9 +12,7 @@
 
 #include "protocol/bytes.h"
 
-namespace diag {
-
-using protocol::byte_view;
+namespace protocol::diag {
 
 [[nodiscard]] bool is_answer(byte_view request, byte_view packet);
 
@@ -23,7 +20,4 @@ using protocol::byte_view;
 /// packets.
 [[nodiscard]] bool is_last_answer(byte_view answer);
 
-/// What a DCI client may not send: requests that change the masks of all clients.
-[[nodiscard]] bool is_refused_to_dci(byte_view request);
-
-}  // namespace diag
+}  // namespace protocol::diag
