@@ -60,9 +60,13 @@ struct DiagAsyncRequest {  // NOLINT(readability-identifier-naming): the product
   std::uint32_t data_len;
 };
 
-/// Sends a copy of the request on a thread of its own that nobody waits for. Mode 0 is callback
-/// mode, any other DCI.
+/// Sends a copy of the request on a thread of its own, whose outcome is only logged. Mode 0 is
+/// callback mode, any other DCI. 1 when no thread could be started.
 int norvel_diag_cmd_send_without_result_start_thread(unsigned char* data, unsigned int data_len,
                                                      int diag_work_mode);
+/// Returns when every such thread has sent its request, or failed to: the end of the process would
+/// be the end of the request. Each takes as long as it gives a response to come, 200 ms in callback
+/// mode and a second in DCI mode.
+void norvel_diag_cmd_send_without_result_wait();
 void* norvel_diag_cmd_send_without_result_by_callback_mode_thread_proc(void* request);
 void* norvel_diag_cmd_send_without_result_by_dci_mode_thread_proc(void* request);

@@ -1,5 +1,6 @@
 // Requests whose response is dropped: each is sent by a thread of its own.
 #include <chrono>
+#include <condition_variable>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
@@ -24,6 +25,37 @@ constexpr std::chrono::milliseconds dci_grace{1000};
 
 /// One worker after the other. Never destroyed: a worker may outlive main.
 platform::mutex& g_diag_async_mutex = *new platform::mutex;
+
+/// Workers that were started and have not ended. Never destroyed, like the mutex above.
+class running_workers {
+ public:
+  void add() {
+    const platform::mutex_lock hold(lock_);
+    ++count_;
+  }
+  void remove() {
+    const platform::mutex_lock hold(lock_);
+    --count_;
+    changed_.notify_all();
+  }
+  void wait_for_none() {
+    const platform::mutex_lock hold(lock_);
+    while (count_ != 0) changed_.wait(lock_);
+  }
+
+ private:
+  platform::mutex lock_;
+  std::condition_variable_any changed_;
+  int count_ TVK_GUARDED_BY(lock_) = 0;
+};
+running_workers& g_running_workers = *new running_workers;
+
+template <void* (*Worker)(void*)>
+void* run_and_leave(void* request) {
+  Worker(request);
+  g_running_workers.remove();
+  return nullptr;
+}
 
 struct free_request {
   void operator()(DiagAsyncRequest* request) const { std::free(request); }
@@ -113,12 +145,22 @@ int norvel_diag_cmd_send_without_result_start_thread(unsigned char* data, unsign
   }
   request->data_len = data_len;
   std::memcpy(bytes_of(*request).data(), data, data_len);
-  auto* const worker = diag_work_mode == 0
-                           ? norvel_diag_cmd_send_without_result_by_callback_mode_thread_proc
-                           : norvel_diag_cmd_send_without_result_by_dci_mode_thread_proc;
+  auto* const worker =
+      diag_work_mode == 0
+          ? run_and_leave<norvel_diag_cmd_send_without_result_by_callback_mode_thread_proc>
+          : run_and_leave<norvel_diag_cmd_send_without_result_by_dci_mode_thread_proc>;
+  g_running_workers.add();
   const int created = norvel_diag::start_thread(worker, request.get());
-  if (created == 0) static_cast<void>(request.release());
   NORVEL_LOG("norvel daig is created, conf = %d, diag_work_mode = %d", created,  // sic
              diag_work_mode);
+  if (created != 0) {
+    g_running_workers.remove();
+    return 1;
+  }
+  static_cast<void>(request.release());
   return 0;
+}
+
+void norvel_diag_cmd_send_without_result_wait() {
+  g_running_workers.wait_for_none();
 }

@@ -88,6 +88,7 @@ int norvel_cmn_diag_cmd_send(int argc, char** argv) {
     print_reply(std::span(reply).first(static_cast<std::size_t>(reply_len)));
   } else {
     print_note("\ndone without rsp data\n");
+    norvel_diag_cmd_send_without_result_wait();
   }
   return result;
 }
