@@ -23,7 +23,7 @@
 
 #include "norvel_extend_qmi/norvel_common_msg.h"
 #include "norvel_extend_qmi/norvel_extend_nvefs.h"
-#include "norvel_extend_qmi/nvefs_exchange.h"
+#include "norvel_extend_qmi/norvel_extend_nvefs_message.h"
 #include "pdc/pdc_utils.h"
 #include "platform/linux/idl/codec.h"
 #include "platform/properties.h"

@@ -12,8 +12,10 @@
 #include <thread>
 #include <vector>
 
-#include "norvel_extend_qmi/norvel_diag_response.h"
 #include "norvel_extend_qmi/norvel_diag_send.h"
+#include "norvel_extend_qmi/norvel_diag_send_connection.h"
+#include "norvel_extend_qmi/norvel_diag_send_response.h"
+#include "norvel_extend_qmi/norvel_diag_sleep.h"
 #include "norvel_extend_qmi/norvel_diag_thread.h"
 #include "norvel_extend_qmi/norvel_diag_wait.h"
 #include "platform/diag.h"

@@ -11,16 +11,15 @@
 #include <thread>
 
 #include "norvel_extend_qmi/norvel_extend_cmn.h"
+#include "norvel_extend_qmi/norvel_extend_cmn_text.h"
+#include "norvel_extend_qmi/norvel_extend_cmn_uim.h"
 #include "norvel_extend_qmi/norvel_extend_nvefs.h"
-#include "norvel_extend_qmi/norvel_text.h"
-#include "norvel_extend_qmi/norvel_uim.h"
 #include "qcril-common/utilities/norvel_ril_log.h"
 #include "qcril-common/utilities/quiet_notes.h"
-#include "tvk/norvel_cmn.h"
+#include "tvk/norvel_qmi_test_cmn.h"
 
 namespace {
 
-constexpr char log_source[] = "norvel_qmi_test_cmn";
 constexpr char command[] = "norvel_cmn_esim_test";
 
 constexpr std::uint8_t esim_slot = 2;

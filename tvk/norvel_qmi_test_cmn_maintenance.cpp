@@ -17,11 +17,9 @@
 #include "qcril-common/utilities/norvel_ril_log.h"
 #include "qcril-common/utilities/quiet_notes.h"
 #include "services/sar_v01.h"
-#include "tvk/norvel_cmn.h"
+#include "tvk/norvel_qmi_test_cmn.h"
 
 namespace {
-
-constexpr char log_source[] = "norvel_qmi_test_cmn";
 
 constexpr char restart_level[] = "persist.vendor.ssr.restart_level";
 constexpr char restart_level_backup[] = "persist.vendor.ssr.restart_level_bak";
@@ -83,9 +81,10 @@ void norvel_cmn_test_save_ssr_update_flag() {
              static_cast<int>(count));
 }
 
+constexpr char sar_function[] = "norvel_get_sar_dsi";
+
 /// The SAR state, -1 when it cannot be had.
-int norvel_get_sar_dsi() {
-  NORVEL_LOG_SCOPE();
+int ask_sar_state() {
   qmi_client_type handle = nullptr;
   // The library keeps the block as long as the client lives, which is until the process ends.
   static qmi_client_os_params os_params;
@@ -93,7 +92,7 @@ int norvel_get_sar_dsi() {
       sar_get_service_object_internal_v01(1, 1, QMI_IDL_LIBRARY_VERSION), QMI_CLIENT_INSTANCE_ANY,
       norvel_qcril_qmi_client_common_empty_unsol_ind_cb, nullptr, &os_params, 4, &handle);
   if (error != QMI_NO_ERR) {
-    NORVEL_LOG("qmi_client_init_instance failed, qmi_client_error = %d", error);
+    NORVEL_LOG_AS(sar_function, "qmi_client_init_instance failed, qmi_client_error = %d", error);
     return -1;
   }
   sar_rf_get_state_resp_v01 response{};
@@ -101,12 +100,20 @@ int norvel_get_sar_dsi() {
   error = qmi_client_send_msg_sync(handle, sar_rf_get_state_v01, nullptr, 0, &response,
                                    sizeof response, timeout_ms);
   if (error != QMI_NO_ERR) {
-    NORVEL_LOG("qmi_client_send_msg_sync failed, qmi_client_error = %d", error);
+    NORVEL_LOG_AS(sar_function, "qmi_client_send_msg_sync failed, qmi_client_error = %d", error);
     return -1;
   }
-  NORVEL_LOG("dsi vailid = %d , dsi value = %d", response.sar_rf_state_valid,  // sic
-             response.sar_rf_state);
+  NORVEL_LOG_AS(sar_function, "dsi vailid = %d , dsi value = %d",
+                response.sar_rf_state_valid,  // sic
+                response.sar_rf_state);
   return response.sar_rf_state;
+}
+
+int norvel_get_sar_dsi() {
+  NORVEL_LOG_ENTRY();
+  const int state = ask_sar_state();
+  NORVEL_LOG_EXIT();
+  return state;
 }
 
 }  // namespace

@@ -8,9 +8,11 @@
 #include <string>
 
 #include "norvel_extend_qmi/norvel_diag_send.h"
+#include "norvel_extend_qmi/norvel_diag_send_check.h"
+#include "norvel_extend_qmi/norvel_diag_send_response.h"
 #include "qcril-common/utilities/quiet_notes.h"
 #include "tvk/arguments.h"
-#include "tvk/norvel_cmn.h"
+#include "tvk/norvel_qmi_test_cmn.h"
 
 namespace {
 

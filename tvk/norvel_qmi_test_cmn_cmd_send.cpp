@@ -9,7 +9,7 @@
 #include "norvel_extend_qmi/norvel_common_msg.h"
 #include "qcril-common/utilities/checked.h"
 #include "qcril-common/utilities/quiet_notes.h"
-#include "tvk/norvel_cmn.h"
+#include "tvk/norvel_qmi_test_cmn.h"
 #include "tvk/output.h"
 
 namespace {
