@@ -1,11 +1,12 @@
 // The extension client: found and connected once per process, then one exchange at a time.
+#include "norvel_extend_qmi/norvel_extend_client.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <vector>
 
-#include "norvel_extend_qmi/norvel_extend_cmn.h"
 #include "platform/mutex.h"
 #include "platform/qmi_client.h"
 #include "qcril-common/utilities/quiet_notes.h"

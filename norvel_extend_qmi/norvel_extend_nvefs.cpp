@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string>
 
-#include "norvel_extend_qmi/norvel_extend_cmn.h"
+#include "norvel_extend_qmi/norvel_extend_client.h"
 #include "norvel_extend_qmi/norvel_extend_nvefs_message.h"
 #include "platform/mutex.h"
 #include "qcril-common/utilities/norvel_ril_log.h"

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "norvel_extend_qmi/norvel_extend_cmn.h"
+#include "norvel_extend_qmi/norvel_extend_client.h"
 
 constexpr unsigned int nvefs_request_type = 2;
 

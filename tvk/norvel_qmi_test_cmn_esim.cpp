@@ -90,11 +90,11 @@ enum class second_slot : std::uint32_t { esim = 0, physical_sim = 1 };
 
 /// Tells the modem while the slot is without power.
 bool switch_to(second_slot wanted) {
-  constexpr unsigned int switch_notice = 84;
   if (!set_power(false, false)) return false;
   std::array<std::uint32_t, 2> notice{static_cast<std::uint32_t>(wanted), 0};
   std::array<unsigned char, norvel_common_msg_rsp_size> response{};
-  norvel_send_common_qmi_msg(switch_notice, sizeof notice, notice.data(), response.data());
+  norvel_send_common_qmi_msg(norvel_common::sim_switch_notice, sizeof notice, notice.data(),
+                             response.data());
   return set_power(true, wanted == second_slot::esim);
 }
 

@@ -10,6 +10,7 @@
 #include <thread>
 #include <vector>
 
+#include "norvel_extend_qmi/norvel_extend_client.h"
 #include "norvel_extend_qmi/norvel_extend_cmn.h"
 #include "norvel_extend_qmi/norvel_extend_nvefs.h"
 #include "qcril-common/utilities/quiet_notes.h"
