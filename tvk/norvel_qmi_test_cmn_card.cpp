@@ -17,7 +17,7 @@ using norvel_common::message_number;
 constexpr std::size_t hotswap_values = 4;
 
 int send_values(message_number type, std::span<std::int32_t> values) {
-  return norvel_cmn_cmd_send(type, static_cast<unsigned int>(values.size_bytes()),
+  return norvel_cmn_cmd_send(static_cast<int>(type), static_cast<unsigned int>(values.size_bytes()),
                              reinterpret_cast<char*>(values.data()));
 }
 
