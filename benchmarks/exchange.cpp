@@ -6,7 +6,7 @@
 
 #include "benchmarks/peers.h"
 #include "benchmarks/ratio.h"
-#include "norvel_extend_qmi/norvel_extend_cmn.h"
+#include "norvel_extend_qmi/norvel_extend_client.h"
 #include "qcril-common/utilities/quiet_notes.h"
 
 namespace {

@@ -1,37 +1,147 @@
-// The connection to the DIAG library, and requests whose response is awaited.
 #include "norvel_extend_qmi/norvel_diag_send.h"
 
 #include <algorithm>
-#include <array>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
 #include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <new>
 #include <span>
 
-#include "norvel_extend_qmi/norvel_diag_exchange.h"
-#include "norvel_extend_qmi/norvel_diag_response.h"
+#include "norvel_extend_qmi/norvel_diag_send_check.h"
+#include "norvel_extend_qmi/norvel_diag_send_connection.h"
+#include "norvel_extend_qmi/norvel_diag_send_response.h"
+#include "norvel_extend_qmi/norvel_diag_send_watcher.h"
+#include "norvel_extend_qmi/norvel_diag_sleep.h"
+#include "norvel_extend_qmi/norvel_diag_thread.h"
 #include "norvel_extend_qmi/norvel_diag_wait.h"
-#include "norvel_extend_qmi/norvel_text.h"
 #include "platform/diag.h"
 #include "platform/mutex.h"
-#include "qcril-common/utilities/checked.h"
 #include "qcril-common/utilities/norvel_ril_log.h"
 
 namespace {
 
-constexpr char log_source[] = "norvel_diag_send";
-
 using norvel_diag::g_diag_wait;
+using norvel_diag::thread_count;
+
+// How a request goes through the library in either mode. The steps are what differs between one
+// whose response is awaited and one whose response is dropped.
+
+/// An open connection: registers, sends on the local processor, and closes. `after_send` gets the
+/// library's send result and gives that of the exchange.
+struct callback_exchange {
+  const char* function;  ///< the name that the log lines carry
+  norvel_diag_response_handler handler;
+  std::function<int(int sent)> after_send;
+  void (*close)();
+};
+
+/// From the registration of a client to its release. `after_send` runs when the library has taken
+/// the request and gives the result of the exchange, which is else 1.
+struct dci_exchange {
+  const char* function;
+  diag_dci_response handler;
+  diag_dci_stream log;
+  diag_dci_stream event;
+  std::function<int()> after_send;
+  void (*close)();
+};
+
+constexpr std::size_t dci_response_size = 16384;
+constexpr int local_processor = 0;
+constexpr int client_signal = 18;
+
+/// The client is registered; true when the library has taken the request.
+bool send_registered(const dci_exchange& steps, int client_id, std::span<unsigned char> request,
+                     std::span<unsigned char> response) {
+  const char* function = steps.function;
+  int result = diag_register_dci_signal_data(client_id, SIGRTMIN + 30);
+  if (result != DIAG_DCI_NO_ERROR) {
+    NORVEL_LOG_AS(function, "Could not register signal for DCI Data for ch:%d, err: %d, errno: %d",
+                  local_processor, result, errno);
+    return false;
+  }
+  NORVEL_LOG_AS(function, "DCI Status on Processors for ch%d:", local_processor);
+  std::uint16_t peripherals = 0;
+  result = diag_get_dci_support_list_proc(local_processor, &peripherals);
+  if (result != DIAG_DCI_NO_ERROR) {
+    NORVEL_LOG_AS(function, "Could not get support list for ch %d, err: %d, errno: %d",
+                  local_processor, result, errno);
+    return false;
+  }
+  NORVEL_LOG_AS(function, "MPSS on ch:%d: %s", local_processor,
+                (peripherals & DIAG_CON_MPSS) != 0 ? "UP" : "DOWN");
+  NORVEL_LOG_AS(function, "Opening Data Stream, registering listeners for ch:%d", local_processor);
+  result = diag_register_dci_stream_proc(client_id, steps.log, steps.event);
+  if (result != DIAG_DCI_NO_ERROR) {
+    NORVEL_LOG_AS(function, "Unable to register DCI stream for ch:%d, err: %d, errno: %d",
+                  local_processor, result, errno);
+    return false;
+  }
+  NORVEL_LOG_AS(function, "Sending Asynchronous Command for ch:%d", local_processor);
+  result = diag_send_dci_async_req(client_id, request.data(), static_cast<int>(request.size()),
+                                   response.data(), static_cast<int>(response.size()),
+                                   steps.handler, nullptr);
+  if (result != DIAG_DCI_NO_ERROR) {
+    NORVEL_LOG_AS(function, "Error sending SEND_REQUEST_ASYNC to peripheral %d for ch:%d", result,
+                  local_processor);
+    return false;
+  }
+  return true;
+}
+
+int run(const callback_exchange& steps, std::span<unsigned char> request) {
+  norvel_diag_register_callback(steps.handler);
+  diag_switch_logging(DIAG_CALLBACK_MODE, nullptr);
+  const int sent =
+      diag_callback_send_data(local_processor, request.data(), static_cast<int>(request.size()));
+  NORVEL_LOG_AS(steps.function, "ret_send = %d, will wait callback", sent);
+  const int result = steps.after_send(sent);
+  diag_switch_logging(DIAG_USB_MODE, nullptr);
+  steps.close();
+  return result;
+}
+
+int run(const dci_exchange& steps, std::span<unsigned char> request,
+        std::span<unsigned char> response) {
+  const char* function = steps.function;
+  int client_id = 0;
+  int signal = client_signal;
+  std::uint16_t peripherals = DIAG_CON_MPSS;
+  const int registered =
+      diag_register_dci_client(&client_id, &peripherals, local_processor, &signal);
+  if (registered != DIAG_DCI_NO_ERROR) {
+    NORVEL_LOG_AS(function, "Could not register with DCI, err: %d, errno: %d ch:%d", registered,
+                  errno, local_processor);
+    steps.close();
+    return 1;
+  }
+  NORVEL_LOG_AS(function, "Successfully registered with DCI for ch:%d, client ID = %d",
+                local_processor, client_id);
+  const int result = send_registered(steps, client_id, request, response) ? steps.after_send() : 1;
+  steps.close();
+  const int released = diag_release_dci_client(&client_id);
+  NORVEL_LOG_AS(function, "Releasing DCI connection, err: %d, errno: %d", released, errno);
+  return result;
+}
+
+/// The room for a DCI response; null, and logged, when there is no memory.
+std::unique_ptr<unsigned char[]> allocate_dci_response(const char* function) {
+  std::unique_ptr<unsigned char[]> room(new (std::nothrow) unsigned char[dci_response_size]());
+  if (!room) {
+    NORVEL_LOG_AS(function, "Unable to allocate memory for DCI rsp pkt, errno: %d", errno);
+  }
+  return room;
+}
+
+// Requests whose response is awaited.
 
 /// Held from the checks of an awaited request to its end.
 platform::mutex g_diag_result_mutex;
-
-/// Successful opens since the last close; 0 while the connection is closed.
-int g_diag_init_status = 0;
-
-/// Contexts of the callbacks, the local processor and the remote ones behind it: the library keeps
-/// pointers to them.
-constexpr int remote_processors = 16;
-std::array<int, 1 + remote_processors> g_processor_ids{0, 1,  2,  3,  4,  5,  6,  7, 8,
-                                                       9, 10, 11, 12, 13, 14, 15, 16};
 
 int to_ticks(int time_out) {
   return time_out / static_cast<int>(norvel_diag::tick.count());
@@ -73,73 +183,94 @@ int await_response(const char* function, const reply& to) {
   return gave_up ? 1 : 0;
 }
 
-}  // namespace
+// Requests whose response is dropped: each is sent by a thread of its own.
 
-void norvel_diag_init_with_result() {
-  NORVEL_LOG_SCOPE();
-  if (g_diag_init_status != 0) {
-    NORVEL_LOG("diag init done, g_diag_init_status = %d", g_diag_init_status);
-    g_diag_init_status = checked_add(g_diag_init_status, 1);
-    return;
-  }
-  if (Diag_LSM_Init(nullptr) == 0) {
-    NORVEL_LOG("LSM init failed");
-    return;
-  }
-  g_diag_wait.open();
-  g_diag_init_status = 1;
+/// How long a response is given to come.
+constexpr std::chrono::milliseconds callback_grace{200};
+constexpr std::chrono::milliseconds dci_grace{1000};
+
+/// One worker after the other. Never destroyed: a worker may outlive main.
+platform::mutex& g_diag_async_mutex = *new platform::mutex;
+
+/// Never destroyed, like the mutex above.
+thread_count& g_running_workers = *new thread_count;
+
+template <void* (*Worker)(void*)>
+void* run_and_leave(void* request) {
+  Worker(request);
+  g_running_workers.remove();
+  return nullptr;
 }
 
-void norvel_diag_deinit_with_result() {
-  NORVEL_LOG_SCOPE();
+struct free_request {
+  void operator()(DiagAsyncRequest* request) const { std::free(request); }
+};
+using owned_request = std::unique_ptr<DiagAsyncRequest, free_request>;
+
+std::span<unsigned char> bytes_of(DiagAsyncRequest& request) {
+  return {reinterpret_cast<unsigned char*>(&request + 1), request.data_len};
+}
+
+void close_library() {
   Diag_LSM_DeInit();
-  g_diag_init_status = 0;
-  g_diag_wait.close();
 }
 
-void norvel_diag_register_callback(norvel_diag_response_handler callback) {
-  diag_register_callback(callback, g_processor_ids.data());
-  std::uint16_t mask = 0;
-  diag_has_remote_device(&mask);
-  NORVEL_LOG("register call back, g_diag_channel = [%d]%s, data_primary = %d, remote_mask = [%d]%s",
-             0, "MSM", g_processor_ids[0], mask, norvel_print_diag_mask_name(mask));
-  for (int k = 1; k <= remote_processors; ++k) {
-    if ((mask >> (k - 1) & 1) == 0) continue;
-    NORVEL_LOG("register remote call back, data_remote = %d", k);
-    diag_register_remote_callback(callback, k, &g_processor_ids.at(static_cast<std::size_t>(k)));
-  }
+void send_by_callback(const char* function, DiagAsyncRequest& request) {
+  const auto wait_a_little = [](int) {
+    norvel_diag::sleep_for(callback_grace);
+    return 0;
+  };
+  run({.function = function,
+       .handler = norvel_diag_cmd_response_by_callback_no_handle,
+       .after_send = wait_a_little,
+       .close = close_library},
+      bytes_of(request));
 }
 
-int norvel_diag_comand_input_check(unsigned char* data, unsigned int data_len) {
-  NORVEL_LOG("diag_comand, data_len = %d", static_cast<int>(data_len));
-  if (data == nullptr) {
-    NORVEL_LOG("data is null");
-    return 1;
-  }
-  if (data_len < 1 || data_len > norvel_diag_max_request) {
-    NORVEL_LOG("Invalid input parameter, data_len = %d", static_cast<int>(data_len));
-    return 1;
-  }
-  norvel_print_data_with_hex(data, data_len);
-  return 0;
+void send_by_dci(const char* function, DiagAsyncRequest& request) {
+  const auto response = allocate_dci_response(function);
+  if (!response) return;
+  const auto handler = [](unsigned char* data, int len, void* context) {
+    norvel_diag_cmd_response_by_dci_no_handle(data, len, context);
+  };
+  const auto wait_a_little = [] {
+    norvel_diag::sleep_for(dci_grace);
+    return 0;
+  };
+  run({.function = function,
+       .handler = handler,
+       .log = norvel_diag_cmd_response_by_dci_log_stream_no_handle,
+       .event = norvel_diag_cmd_response_by_dci_event_stream_no_handle,
+       .after_send = wait_a_little,
+       .close = close_library},
+      bytes_of(request), {response.get(), dci_response_size});
 }
 
-int norvel_diag_comand_output_check(const unsigned char* reply_buf, const int* p_reply_len) {
-  if (reply_buf == nullptr) {
-    NORVEL_LOG("reply_buf is null");
-    return 1;
+using sender = void(const char* function, DiagAsyncRequest& request);
+
+void take_and_send(const char* function, void* argument, sender send) {
+  const platform::mutex_lock hold(g_diag_async_mutex);
+  const owned_request request(static_cast<DiagAsyncRequest*>(argument));
+  if (!request) {
+    NORVEL_LOG_AS(function, "param is null");
+    return;
   }
-  if (p_reply_len == nullptr) {
-    NORVEL_LOG("p_reply_len is null");
-    return 1;
+  NORVEL_LOG_AS(function, "data_len = %d", static_cast<int>(request->data_len));
+  if (Diag_LSM_Init(nullptr) == 0) {
+    NORVEL_LOG_AS(function, "LSM init failed");
+    return;
   }
-  NORVEL_LOG("reply_len = %d", *p_reply_len);
-  if (*p_reply_len <= 0) {
-    NORVEL_LOG("Invalid output parameter, reply_len = %d", *p_reply_len);
-    return 1;
-  }
-  return 0;
+  send(function, *request);
 }
+
+void* work(const char* function, void* argument, sender send) {
+  NORVEL_LOG_ENTRY_AS(function);
+  take_and_send(function, argument, send);
+  NORVEL_LOG_EXIT_AS(function);
+  return nullptr;
+}
+
+}  // namespace
 
 // NOLINTBEGIN(readability-non-const-parameter): the reply is written through `to`.
 int norvel_diag_cmd_send_with_result_by_callback_mode(unsigned char* data, unsigned int data_len,
@@ -167,11 +298,11 @@ int norvel_diag_cmd_send_with_result_by_callback_mode(unsigned char* data, unsig
     NORVEL_LOG_AS(function, "Command time = %d * 100ms", to_ticks(time_out));
     return await_response(function, to);
   };
-  return norvel_diag::run({.function = function,
-                           .handler = norvel_diag_cmd_response_by_callback,
-                           .after_send = after_send,
-                           .close = norvel_diag_deinit_with_result},
-                          request);
+  return run({.function = function,
+              .handler = norvel_diag_cmd_response_by_callback,
+              .after_send = after_send,
+              .close = norvel_diag_deinit_with_result},
+             request);
 }
 
 int norvel_diag_cmd_send_with_result_by_dci_mode(unsigned char* data, unsigned int data_len,
@@ -184,7 +315,7 @@ int norvel_diag_cmd_send_with_result_by_dci_mode(unsigned char* data, unsigned i
   if (!has_good_arguments(function, request, to)) return 1;
 
   norvel_diag_init_with_result();
-  const auto response = norvel_diag::allocate_dci_response(function);
+  const auto response = allocate_dci_response(function);
   if (!response) {
     norvel_diag_deinit_with_result();
     return 1;
@@ -200,12 +331,56 @@ int norvel_diag_cmd_send_with_result_by_dci_mode(unsigned char* data, unsigned i
   const auto handler = [](unsigned char* piece, int len, void* context) {
     norvel_diag_cmd_response_by_dci(piece, len, context);
   };
-  return norvel_diag::run({.function = function,
-                           .handler = handler,
-                           .log = norvel_diag_cmd_response_by_dci_log_stream,
-                           .event = norvel_diag_cmd_response_by_dci_event_stream,
-                           .after_send = after_send,
-                           .close = norvel_diag_deinit_with_result},
-                          request, {response.get(), norvel_diag::dci_response_size});
+  return run({.function = function,
+              .handler = handler,
+              .log = norvel_diag_cmd_response_by_dci_log_stream,
+              .event = norvel_diag_cmd_response_by_dci_event_stream,
+              .after_send = after_send,
+              .close = norvel_diag_deinit_with_result},
+             request, {response.get(), dci_response_size});
 }
 // NOLINTEND(readability-non-const-parameter)
+
+void* norvel_diag_cmd_send_without_result_by_callback_mode_thread_proc(void* request) {
+  return work(__func__, request, send_by_callback);
+}
+
+void* norvel_diag_cmd_send_without_result_by_dci_mode_thread_proc(void* request) {
+  return work(__func__, request, send_by_dci);
+}
+
+int norvel_diag_cmd_send_without_result_start_thread(unsigned char* data, unsigned int data_len,
+                                                     int diag_work_mode) {
+  NORVEL_LOG_ENTRY();
+  if (norvel_diag_comand_input_check(data, data_len) != 0) {
+    NORVEL_LOG("norvel_diag_comand_input_check fail");
+    return 1;
+  }
+  constexpr std::size_t overhead = sizeof(DiagAsyncRequest) + 1;
+  static_assert(overhead == 5);
+  owned_request request(static_cast<DiagAsyncRequest*>(std::malloc(data_len + overhead)));
+  if (!request) {
+    NORVEL_LOG_ERROR("Failed to allocate memory for ptr_out");
+    return 1;
+  }
+  request->data_len = data_len;
+  std::memcpy(bytes_of(*request).data(), data, data_len);
+  auto* const worker =
+      diag_work_mode == 0
+          ? run_and_leave<norvel_diag_cmd_send_without_result_by_callback_mode_thread_proc>
+          : run_and_leave<norvel_diag_cmd_send_without_result_by_dci_mode_thread_proc>;
+  g_running_workers.add();
+  const int created = norvel_diag::start_thread(worker, request.get());
+  NORVEL_LOG("norvel daig is created, conf = %d, diag_work_mode = %d", created,  // sic
+             diag_work_mode);
+  if (created != 0) {
+    g_running_workers.remove();
+    return 1;
+  }
+  static_cast<void>(request.release());
+  return 0;
+}
+
+void norvel_diag_cmd_send_without_result_wait() {
+  g_running_workers.wait_for_none();
+}

@@ -1,6 +1,6 @@
-#include <thread>
+#include "norvel_extend_qmi/norvel_diag_sleep.h"
 
-#include "norvel_extend_qmi/norvel_diag_wait.h"
+#include <thread>
 
 void norvel_diag::sleep_for(std::chrono::milliseconds time) {
   std::this_thread::sleep_for(time);

@@ -13,9 +13,6 @@
 
 namespace norvel_diag {
 
-/// Every sleep of the DIAG channel. Linked from a file of its own, so that tests can shorten it.
-void sleep_for(std::chrono::milliseconds time);
-
 constexpr std::chrono::milliseconds tick{100};
 constexpr int default_ticks = 30;
 
@@ -38,8 +35,9 @@ class response_wait {
   [[nodiscard]] std::uint64_t connection();
   [[nodiscard]] bool goes_on(std::uint64_t connection, int ticks);
   void post(std::uint64_t connection);
-  /// Wakes the waiter when it still waits after so many ticks, and lets it know why.
-  void give_up(std::uint64_t connection, int ticks);
+  /// Whether the request still waits after so many ticks. It then fails, whatever comes, and is
+  /// woken by the next post.
+  [[nodiscard]] bool gives_up(std::uint64_t connection, int ticks);
 
  private:
   void post_locked() TVK_REQUIRES(lock_);

@@ -1,11 +1,12 @@
 // The extension client: found and connected once per process, then one exchange at a time.
+#include "norvel_extend_qmi/norvel_extend_client.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <vector>
 
-#include "norvel_extend_qmi/norvel_extend_cmn.h"
 #include "platform/mutex.h"
 #include "platform/qmi_client.h"
 #include "qcril-common/utilities/quiet_notes.h"
@@ -42,7 +43,6 @@ std::uint32_t wait_for_service(extension_client& client) TVK_REQUIRES(client.loc
     print_note("NORVEL_QMI_NV: qmi_client_get_service_list() returned %d num_services = %d\n",
                error, static_cast<int>(num_services));
     if (error == QMI_NO_ERR) return num_services;
-    std::fflush(stdout);  // the wait may be ended by a signal
     qmi_cci_os_signal_wait(&client.os_params, 0);
   }
 }
@@ -134,16 +134,18 @@ int norvel_extend_qmi_send_sync(unsigned int type, unsigned char* req_data, int 
 
 void norvel_extend_qmi_ind_cb(qmi_client_type user_handle, unsigned int msg_id, void* ind_buf,
                               unsigned int ind_buf_len, void* /*ind_cb_data*/) {
-  std::printf("NORVEL__EXTEND_QMI: Indication msg_id=0x%x buf_len=%d \n", msg_id,
-              static_cast<int>(ind_buf_len));
+  print_note("NORVEL__EXTEND_QMI: Indication msg_id=0x%x buf_len=%d \n", msg_id,
+             static_cast<int>(ind_buf_len));
   norvel_extend_qmi_msg_v01 indication{};
-  // What could not be decoded is told with as much of it as was.
+  // One that cannot be decoded is shown with as much of it as could be.
   static_cast<void>(qmi_client_message_decode(user_handle, QMI_IDL_INDICATION, msg_id, ind_buf,
                                               ind_buf_len, &indication, sizeof indication));
   if (indication.type < known_indications) {
-    std::printf("No function defined to handle indication: %d", static_cast<int>(indication.type));
+    print_note("No function defined to handle indication: %d", static_cast<int>(indication.type));
   } else {
-    std::printf("Indicaion: %d greater than maximum known indication.",  // sic
-                static_cast<int>(indication.type));
+    print_note("Indicaion: %d greater than maximum known indication.",  // sic
+               static_cast<int>(indication.type));
   }
+  // The text has no end of line to send it on its way, and nothing may follow for a long time.
+  std::fflush(stdout);
 }

@@ -1,37 +1,63 @@
-// The client of the vendor's extension service, and what is sent through it to many ends.
+// Common requests: those of the extension service's type 4. Each has a kind; the requests of one
+// kind are the numbered common messages.
 #pragma once
 
+#include <array>
+#include <cstdint>
+#include <span>
+
 #include "platform/qmi_client.h"
-
-/// What the service takes and gives in one exchange.
-constexpr unsigned int norvel_extend_qmi_max_data = 512;
-
-enum norvel_extend_result : int {
-  norvel_extend_ok = 0,
-  norvel_extend_invalid_argument = -1,
-  norvel_extend_no_client = -2,
-  norvel_extend_exchange_failed = -3,  ///< transport failure, or a result of the service but 0
-};
-
-/// One exchange with the extension service; waits for the service without limit the first time.
-/// `type`: the vendor function. `*rsp_len`: in the capacity of `rsp_data`, out the bytes copied; a
-/// longer answer is cut. At most 512 bytes each way. Returns a norvel_extend_result.
-int norvel_extend_qmi_send_sync(unsigned int type, unsigned char* req_data, int req_len,
-                                void* rsp_data, unsigned int* rsp_len);
-
-/// The extension client's indication callback: tells what came, acts on nothing.
-void norvel_extend_qmi_ind_cb(qmi_client_type user_handle, unsigned int msg_id, void* ind_buf,
-                              unsigned int ind_buf_len, void* ind_cb_data);
 
 /// For clients that want no indications: logs the message id.
 void norvel_qcril_qmi_client_common_empty_unsol_ind_cb(qmi_client_type user_handle,
                                                        unsigned int msg_id, void* ind_buf,
                                                        unsigned int ind_buf_len, void* ind_cb_data);
 
-/// Bytes of payload that a common message carries, and of the answer to one.
+/// Bytes of payload that a common message carries, and of the answer to a common request.
 constexpr unsigned int norvel_common_msg_max_data = 496;
 constexpr unsigned int norvel_common_msg_rsp_size = 508;
 
-/// Sends common message `t` with `l` bytes of `v`. The answer lands in `rsp`, which has room for
-/// norvel_common_msg_rsp_size bytes; it stays zero when the exchange fails.
+namespace norvel_common {
+
+constexpr unsigned int request_type = 4;
+
+enum class kind : std::uint32_t {
+  gpio_test = 0,
+  rf_tx_test = 1,
+  message = 2,
+  stats_debug_info = 20,
+};
+
+enum message_number : unsigned int {
+  modem_reset = 31,  ///< payload: what kind of reset
+  nv_sync = 35,
+  card_status_query = 39,
+  card_status_get = 55,
+  card_type_query = 56,
+  card_status_set = 57,
+  card_hotswap_test = 80,
+  sim_switch_notice = 84,
+};
+
+struct answer {
+  std::uint32_t unused;
+  std::int32_t result;  ///< 0 success
+  std::array<std::uint8_t, norvel_common_msg_rsp_size - 8> data;
+};
+static_assert(sizeof(answer) == norvel_common_msg_rsp_size);
+
+/// Sends a request with at most 504 bytes behind its kind, the rest zero. The answer stays zero
+/// when the exchange fails. Returns the extension client's result.
+int send_request(kind what, std::span<const std::uint8_t> body, answer& to);
+
+/// Sends a common message with `l` bytes of `v`, of which it carries the first 496.
+int send_message(unsigned int t, unsigned int l, const void* v, answer& to);
+
+}  // namespace norvel_common
+
+/// Sends common message `t` with `l` bytes of `v` and logs it. The answer lands in `rsp`, which has
+/// room for norvel_common_msg_rsp_size bytes; it stays zero when the exchange fails.
 void norvel_send_common_qmi_msg(unsigned int t, unsigned int l, void* v, void* rsp);
+
+/// Sends a request that is nothing but its kind and logs it. Returns the extension client's result.
+int norvel_common_qmi_req(norvel_common::kind what, norvel_common::answer& to);

@@ -1,24 +1,22 @@
-// EFS files: read, written and deleted in chunks.
 #include "norvel_extend_qmi/norvel_extend_nvefs.h"
 
 #include <algorithm>
 #include <cstring>
 #include <string>
 
-#include "norvel_extend_qmi/norvel_extend_cmn.h"
-#include "norvel_extend_qmi/nvefs_exchange.h"
+#include "norvel_extend_qmi/norvel_extend_client.h"
+#include "norvel_extend_qmi/norvel_extend_nvefs_message.h"
 #include "platform/mutex.h"
 #include "qcril-common/utilities/norvel_ril_log.h"
 
 namespace {
-
-constexpr char log_source[] = "norvel_extend_nvefs";
 
 constexpr unsigned int max_chunk = 414;
 constexpr unsigned int max_exchanges = 299;
 
 /// Held for a whole transfer, so that chunks of two files never mix.
 platform::mutex g_efs_lock;
+platform::mutex g_nv_lock;
 
 int map_result(int old_result) {
   switch (old_result) {
@@ -33,8 +31,33 @@ int map_result(int old_result) {
   }
 }
 
-int refuse(const char* function, const char* why, norvel_nvefs_result code) {
-  NORVEL_LOG_AS(function, "%s", why);
+/// Sends one request; 0 when client and modem both say success, else the mapped client result or
+/// the modem's.
+int exchange(const char* function, const nvefs_request& request, nvefs_response& response) {
+  nvefs_request sent = request;
+  response = {};
+  unsigned int capacity = sizeof response;
+  const int result = norvel_qmi_result_map(
+      norvel_extend_qmi_send_sync(nvefs_request_type, reinterpret_cast<unsigned char*>(&sent),
+                                  sizeof sent, &response, &capacity));
+  NORVEL_LOG_AS(function, "result = %d, rsp.result = %d", result, response.result);
+  if (result != 0 && request.operation == nvefs_efs_read) {
+    NORVEL_LOG_AS(function, "norvel_extend_qmi_send_sync fail, ABORT");
+    return result;
+  }
+  if (result != 0) {
+    NORVEL_LOG_AS(function, "norvel_extend_qmi_send_sync fail");
+    return result;
+  }
+  if (response.result != 0) NORVEL_LOG_AS(function, "qmi response fail");
+  return response.result;
+}
+
+// EFS files: read, written and deleted in chunks.
+
+/// The line has the number of the check that refuses.
+int refuse(norvel_log_site check, const char* why, norvel_nvefs_result code) {
+  norvel_log(check, "%s", why);
   return code;
 }
 
@@ -45,15 +68,20 @@ struct efs_file {
 };
 
 int check_file(const char* function, const efs_file& file, unsigned int max_path_len) {
-  if (file.sub_id >= 2) return refuse(function, "sub invalid", norvel_nvefs_sub_invalid);
-  if (file.path == nullptr) return refuse(function, "efs_path is null", norvel_nvefs_path_is_null);
+  if (file.sub_id >= 2) {
+    return refuse(NORVEL_LOG_SITE(function), "sub invalid", norvel_nvefs_sub_invalid);
+  }
+  if (file.path == nullptr) {
+    return refuse(NORVEL_LOG_SITE(function), "efs_path is null", norvel_nvefs_path_is_null);
+  }
   if (file.path_len < 1 || file.path_len > max_path_len) {
-    return refuse(function, "len invalid", norvel_nvefs_path_len_invalid);
+    return refuse(NORVEL_LOG_SITE(function), "len invalid", norvel_nvefs_path_len_invalid);
   }
   return 0;
 }
 
-nvefs_request make_request(const char* function, nvefs_operation operation, const efs_file& file) {
+nvefs_request make_efs_request(const char* function, nvefs_operation operation,
+                               const efs_file& file) {
   NORVEL_LOG_AS(function, "path_value: %s", std::string(file.path, file.path_len).c_str());
   nvefs_request request{};
   request.operation = operation;
@@ -71,9 +99,7 @@ int read_chunks(const char* function, nvefs_request& request, unsigned char* buf
   const unsigned int capacity = buf_len;
   nvefs_response response{};
   for (unsigned int read_count = 1;; ++read_count) {
-    if (const int error =
-            nvefs_exchange(function, request, response, "norvel_extend_qmi_send_sync fail, ABORT");
-        error != 0) {
+    if (const int error = exchange(function, request, response); error != 0) {
       return error;
     }
     const unsigned int offset = request.data_len_cur;
@@ -112,7 +138,7 @@ int write_chunks(const char* function, nvefs_request& request, const unsigned ch
     NORVEL_LOG_AS(function, "left_num(%d)", static_cast<int>(left));
     NORVEL_LOG_AS(function, "send_num(%d)", static_cast<int>(request.send_num));
     std::memcpy(request.data, buf + offset, request.send_num);
-    if (const int error = nvefs_exchange(function, request, response); error != 0) return error;
+    if (const int error = exchange(function, request, response); error != 0) return error;
     const unsigned int sent = offset + request.send_num;
     NORVEL_LOG_AS(function,
                   "data_len_all = %d, data_len_send = %d, data_len_recv = %d, send_count = %d, "
@@ -126,43 +152,113 @@ int write_chunks(const char* function, nvefs_request& request, const unsigned ch
 
 int read_file(const char* function, const efs_file& file, unsigned char* buf,
               unsigned int* p_buf_len) {
+  const platform::mutex_lock hold(g_efs_lock);
   NORVEL_LOG_AS(function, "norvel_efs_read, sub_id %d, path_len: %d", static_cast<int>(file.sub_id),
                 static_cast<int>(file.path_len));
   if (const int error = check_file(function, file, nvefs_max_path); error != 0) return error;
-  if (buf == nullptr) return refuse(function, "buf is null", norvel_nvefs_buf_is_null);
+  if (buf == nullptr)
+    return refuse(NORVEL_LOG_SITE(function), "buf is null", norvel_nvefs_buf_is_null);
   if (p_buf_len == nullptr) {
-    return refuse(function, "p_buf_len is null", norvel_nvefs_buf_len_invalid);
+    return refuse(NORVEL_LOG_SITE(function), "p_buf_len is null", norvel_nvefs_buf_len_invalid);
   }
   NORVEL_LOG_AS(function, "buf_len: %d", static_cast<int>(*p_buf_len));
-  if (*p_buf_len == 0) return refuse(function, "buf_len is invalid", norvel_nvefs_buf_len_invalid);
-  nvefs_request request = make_request(function, nvefs_efs_read, file);
+  if (*p_buf_len == 0)
+    return refuse(NORVEL_LOG_SITE(function), "buf_len is invalid", norvel_nvefs_buf_len_invalid);
+  nvefs_request request = make_efs_request(function, nvefs_efs_read, file);
   request.sub_id = static_cast<std::uint8_t>(file.sub_id);
   return read_chunks(function, request, buf, *p_buf_len);
 }
 
 int write_file(const char* function, const efs_file& file, const unsigned char* buf,
                unsigned int buf_len) {
+  const platform::mutex_lock hold(g_efs_lock);
   NORVEL_LOG_AS(function, "norvel_efs_write, sub_id %d, path_len: %d, buf_len: %d",
                 static_cast<int>(file.sub_id), static_cast<int>(file.path_len),
                 static_cast<int>(buf_len));
   if (const int error = check_file(function, file, nvefs_max_path - 1); error != 0) return error;
-  if (buf == nullptr) return refuse(function, "buf is null", norvel_nvefs_buf_is_null);
+  if (buf == nullptr)
+    return refuse(NORVEL_LOG_SITE(function), "buf is null", norvel_nvefs_buf_is_null);
   if (buf_len == 0 || buf_len > norvel_efs_max_file) {
-    return refuse(function, "buf_len is invalid", norvel_nvefs_buf_len_invalid);
+    return refuse(NORVEL_LOG_SITE(function), "buf_len is invalid", norvel_nvefs_buf_len_invalid);
   }
-  nvefs_request request = make_request(function, nvefs_efs_write, file);
+  nvefs_request request = make_efs_request(function, nvefs_efs_write, file);
   request.sub_id = static_cast<std::uint8_t>(file.sub_id);
   return write_chunks(function, request, buf, buf_len);
 }
 
 int delete_file(const char* function, const efs_file& file) {
+  const platform::mutex_lock hold(g_efs_lock);
   NORVEL_LOG_AS(function, "norvel_efs_delete, sub_id %d, path_len: %d",
                 static_cast<int>(file.sub_id), static_cast<int>(file.path_len));
   if (const int error = check_file(function, file, nvefs_max_path - 1); error != 0) return error;
   // The subscription byte stays 0: files are deleted on subscription 0 whatever was asked for.
-  const nvefs_request request = make_request(function, nvefs_efs_delete, file);
+  const nvefs_request request = make_efs_request(function, nvefs_efs_delete, file);
   nvefs_response response{};
-  return nvefs_exchange(function, request, response);
+  return exchange(function, request, response);
+}
+
+// NV items: one exchange each.
+
+/// Checks the item's number and makes the exchange.
+int exchange_item(const char* function, nvefs_request& request, int nv_id,
+                  nvefs_response& response) {
+  if (nv_id < 0 || nv_id > norvel_nv_max_id) {
+    NORVEL_LOG_AS(function, "nv_id is out range(%d)", nv_id);
+    return norvel_nvefs_nv_id_out_of_range;
+  }
+  request.nv_id = static_cast<std::uint16_t>(nv_id);
+  return exchange(function, request, response);
+}
+
+nvefs_request make_nv_request(nvefs_operation operation, unsigned int sub_id) {
+  nvefs_request request{};
+  request.operation = operation;
+  request.sub_id = sub_id == 0 ? 0 : 1;
+  return request;
+}
+
+int read_item(const char* function, unsigned int sub_id, int nv_id, unsigned char* buf,
+              unsigned int* buf_len) {
+  const platform::mutex_lock hold(g_nv_lock);
+  NORVEL_LOG_AS(function, "norvel_nv_read, sub_id %d, nv_id: %d", static_cast<int>(sub_id), nv_id);
+  nvefs_request request = make_nv_request(nvefs_nv_read, sub_id);
+  nvefs_response response{};
+  if (const int error = exchange_item(function, request, nv_id, response); error != 0) {
+    return error;
+  }
+  NORVEL_LOG_AS(function, "rsp.data_len_all = %d", static_cast<int>(response.data_len_all));
+  if (response.data_len_all == 0) {
+    NORVEL_LOG_AS(function, "rsp.data_len_all is invalid");
+    return norvel_nvefs_buf_len_invalid;
+  }
+  *buf_len = std::min(response.data_len_all, norvel_nv_max_data);
+  std::memcpy(buf, response.data, *buf_len);
+  return 0;
+}
+
+int write_item(const char* function, unsigned int sub_id, int nv_id, const unsigned char* buf,
+               unsigned int buf_len) {
+  const platform::mutex_lock hold(g_nv_lock);
+  NORVEL_LOG_AS(function, "norvel_nv_write, sub_id %d, nv_id: %d, buf_len: %d",
+                static_cast<int>(sub_id), nv_id, static_cast<int>(buf_len));
+  if (buf_len == 0 || buf_len > norvel_nv_max_data) {
+    NORVEL_LOG_AS(function, "buf_len is invalid");
+    return norvel_nvefs_buf_len_invalid;
+  }
+  nvefs_request request = make_nv_request(nvefs_nv_write, sub_id);
+  request.data_len_all = buf_len;
+  std::memcpy(request.data, buf, buf_len);
+  nvefs_response response{};
+  return exchange_item(function, request, nv_id, response);
+}
+
+int delete_item(const char* function, unsigned int sub_id, int nv_id) {
+  const platform::mutex_lock hold(g_nv_lock);
+  NORVEL_LOG_AS(function, "norvel_nv_delete, sub_id %d, nv_id: %d", static_cast<int>(sub_id),
+                nv_id);
+  nvefs_request request = make_nv_request(nvefs_nv_delete, sub_id);
+  nvefs_response response{};
+  return exchange_item(function, request, nv_id, response);
 }
 
 }  // namespace
@@ -175,20 +271,45 @@ int norvel_qmi_result_map(int old_result) {
 
 int norvel_efs_read(unsigned int sub_id, const char* path, unsigned int path_len,
                     unsigned char* buf, unsigned int* p_buf_len) {
-  NORVEL_LOG_SCOPE();
-  const platform::mutex_lock hold(g_efs_lock);
-  return read_file(__func__, {sub_id, path, path_len}, buf, p_buf_len);
+  NORVEL_LOG_ENTRY();
+  const int result = read_file(__func__, {sub_id, path, path_len}, buf, p_buf_len);
+  NORVEL_LOG_EXIT();
+  return result;
 }
 
 int norvel_efs_write(unsigned int sub_id, const char* path, unsigned int path_len,
                      const unsigned char* buf, unsigned int buf_len) {
-  NORVEL_LOG_SCOPE();
-  const platform::mutex_lock hold(g_efs_lock);
-  return write_file(__func__, {sub_id, path, path_len}, buf, buf_len);
+  NORVEL_LOG_ENTRY();
+  const int result = write_file(__func__, {sub_id, path, path_len}, buf, buf_len);
+  NORVEL_LOG_EXIT();
+  return result;
 }
 
 int norvel_efs_delete(unsigned int sub_id, const char* path, unsigned int path_len) {
-  NORVEL_LOG_SCOPE();
-  const platform::mutex_lock hold(g_efs_lock);
-  return delete_file(__func__, {sub_id, path, path_len});
+  NORVEL_LOG_ENTRY();
+  const int result = delete_file(__func__, {sub_id, path, path_len});
+  NORVEL_LOG_EXIT();
+  return result;
+}
+
+int norvel_nv_read(unsigned int sub_id, int nv_id, unsigned char* buf, unsigned int* buf_len) {
+  NORVEL_LOG_ENTRY();
+  const int result = read_item(__func__, sub_id, nv_id, buf, buf_len);
+  NORVEL_LOG_EXIT();
+  return result;
+}
+
+int norvel_nv_write_ex(unsigned int sub_id, int nv_id, const unsigned char* buf,
+                       unsigned int buf_len) {
+  NORVEL_LOG_ENTRY();
+  const int result = write_item(__func__, sub_id, nv_id, buf, buf_len);
+  NORVEL_LOG_EXIT();
+  return result;
+}
+
+int norvel_nv_delete(unsigned int sub_id, int nv_id) {
+  NORVEL_LOG_ENTRY();
+  const int result = delete_item(__func__, sub_id, nv_id);
+  NORVEL_LOG_EXIT();
+  return result;
 }

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <iterator>
 #include <mutex>
+#include <span>
 
 #include "pdc/pdc_log.h"
 #include "pdc/pdc_utils.h"
@@ -78,12 +79,12 @@ std::int32_t get_selected(pdc_selected_config* holder, const pdc_get_selected_co
     return pdc_error;
   }
   if (ind->error != 0) return result_of_error(ind->error);
+  // An id that is too long is counted but not decoded, nor is anything after it.
+  if (std::max(ind->active_id_len, ind->pending_id_len) > pdc_config_id_max_v01) return pdc_error;
   if (ind->active_id_valid == 0) {
     if (ind->pending_id_valid != 0) PDC_LOG_INFO("has pending configuration");
     return pdc_nothing_there;
   }
-  // One that is too long is not decoded, but counted.
-  if (ind->active_id_len > std::size(holder->active_id)) return pdc_error;
   holder->active_id_len = ind->active_id_len;
   std::copy_n(ind->active_id, ind->active_id_len, holder->active_id);
   return pdc_ok;
@@ -111,8 +112,8 @@ void push_element(pdc_config_element** list, const pdc_config_v01& config, std::
     PDC_LOG_ERROR("Unable to allocate memory for the list element: %d", static_cast<int>(index));
     return;
   }
-  element->config_id_len = std::min(config.config_id_len, pdc_config_id_max_v01);
-  std::copy_n(config.config_id, element->config_id_len, element->config_id);
+  element->config_id_len = config.config_id_len;
+  std::copy_n(config.config_id, config.config_id_len, element->config_id);
   element->next = *list;
   *list = element;
 }
@@ -147,13 +148,21 @@ list_step add_part(const pdc_list_configs_slot& slot, const pdc_list_configs_ind
   return {pdc_ok, is_complete};
 }
 
+/// Entries that are too many, and an id that is too long, are counted but not decoded.
+bool is_whole(const pdc_list_configs_ind_v01& ind) {
+  if (ind.config_list_len > std::size(ind.config_list)) return false;
+  return std::ranges::all_of(
+      std::span(ind.config_list).first(ind.config_list_len),
+      [](const pdc_config_v01& config) { return config.config_id_len <= pdc_config_id_max_v01; });
+}
+
 list_step list_configs(const pdc_list_configs_slot& slot, const pdc_list_configs_ind_v01& ind) {
   if (ind.error != 0) return {result_of_error(ind.error)};
   if (ind.config_list_valid == 0 || ind.config_list_len == 0) {
     PDC_LOG_ERROR("None MBN available in modem EFS");
     return {pdc_nothing_there};
   }
-  if (ind.config_list_len <= std::size(ind.config_list)) return add_part(slot, ind);
+  if (is_whole(ind)) return add_part(slot, ind);
   PDC_LOG_ERROR(
       "PDC_ERROR, more_available_valid %d, ind_token_valid %d, more_available %d, "
       "config_list_len %d",

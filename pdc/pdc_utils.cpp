@@ -115,12 +115,15 @@ void qmi_pdc_unsol_ind_cb(qmi_client_type user_handle, unsigned int msg_id, void
     PDC_LOG_ERROR("failed to allocate memory for payload");
     return;
   }
-  // What could be decoded goes on: a list that is too long must end the wait for it as well.
-  if (qmi_client_message_decode(user_handle, QMI_IDL_INDICATION, msg_id, ind_buf, ind_buf_len,
-                                payload, size) != QMI_NO_ERR) {
-    PDC_LOG_ERROR("failed to decode qmi message, msg_id: 0x%02x", msg_id);
-  }
+  const auto error = qmi_client_message_decode(user_handle, QMI_IDL_INDICATION, msg_id, ind_buf,
+                                               ind_buf_len, payload, size);
+  if (error != QMI_NO_ERR) PDC_LOG_ERROR("failed to decode qmi message, msg_id: 0x%02x", msg_id);
   const auto* const row = std::ranges::find(indications, msg_id, &indication_row::msg_id);
-  if (row != std::end(indications)) row->handle(payload, size);
+  if (row != std::end(indications)) {
+    // A count beyond the room for it is decoded, and refused by the handler that knows what it
+    // counts. Anything else that is wrong leaves no indication, which fails the slot.
+    const bool is_there = error == QMI_NO_ERR || error == QMI_IDL_ARRAY_TOO_BIG;
+    row->handle(is_there ? payload : nullptr, size);
+  }
   qcril_free_adv(payload);
 }

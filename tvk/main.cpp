@@ -36,6 +36,9 @@ constexpr auto groups = std::to_array<group_entry>({
 }  // namespace
 
 int main(int argc, char** argv) {
+  // A pipe or file gets each line as soon as it is printed, as a terminal does: a command may wait
+  // for long, and may be killed while it does.
+  std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
   const int number = argc >= 2 ? std::atoi(argv[1]) : 0;
   const auto* group = std::ranges::find(groups, number, &group_entry::number);
   if (group == groups.end()) {

@@ -6,8 +6,7 @@
 #include <cstdlib>
 #include <span>
 
-#include "norvel_extend_qmi/norvel_common_msg.h"
-#include "qcril-common/utilities/norvel_ril_log.h"
+#include "norvel_extend_qmi/norvel_extend_cmn.h"
 
 namespace {
 
@@ -126,30 +125,6 @@ void print_blocks(unsigned char* p, int mask) {
   }
 }
 
-constexpr std::uint32_t debug_info_kind = 20;
-
-struct debug_info_answer {
-  std::uint32_t unused;
-  std::int32_t result;
-  std::array<unsigned char, norvel_common_msg_rsp_size - 8> info;
-};
-static_assert(sizeof(debug_info_answer) == norvel_common_msg_rsp_size);
-
-/// The sender is known in the log by the name and lines of the common request.
-int norvel_common_qmi_req(debug_info_answer& answer) {
-  constexpr norvel_log_site entry{"norvel_extend_cmn", "norvel_common_qmi_req", 1068};
-  constexpr norvel_log_site exit{"norvel_extend_cmn", "norvel_common_qmi_req", 1106};
-  norvel_log(entry, "function entry ------------->");
-  norvel_common_msg request{};
-  request.kind = debug_info_kind;
-  unsigned int capacity = sizeof answer;
-  const int result = norvel_extend_qmi_send_sync(norvel_common_msg_request_type,
-                                                 reinterpret_cast<unsigned char*>(&request),
-                                                 sizeof request, &answer, &capacity);
-  norvel_log(exit, "function exit <-------------");
-  return result;
-}
-
 }  // namespace
 
 int norvel_modem_stats_info_unpk(unsigned char* p) {
@@ -182,8 +157,8 @@ void norvel_modem_stats_support_status_check(unsigned char* p) {
 
 void norvel_test_modem_stats_get_debug_info_do(int mask) {
   std::printf("Get the debug info of modem_stats, mask = 0x%x\n", static_cast<unsigned>(mask));
-  debug_info_answer answer{};
-  const int result = norvel_common_qmi_req(answer);
+  norvel_common::answer answer{};
+  const int result = norvel_common_qmi_req(norvel_common::kind::stats_debug_info, answer);
   if (result != 0) {
     std::printf("norvel_common_qmi_req fail, REQUEST_ID_COMMON, result = %d, rsp.result = %d\n",
                 result, answer.result);
@@ -195,9 +170,9 @@ void norvel_test_modem_stats_get_debug_info_do(int mask) {
     return;
   }
   if (mask == 0) {
-    norvel_modem_stats_support_status_check(answer.info.data());
+    norvel_modem_stats_support_status_check(answer.data.data());
   } else {
-    print_blocks(answer.info.data(), mask);
+    print_blocks(answer.data.data(), mask);
   }
 }
 

@@ -56,7 +56,6 @@ int norvel_test_at_cmd_send(const char* cmd) {
   shell_text shell{};
   std::snprintf(shell.data(), shell.size(), "echo \"%s\r\" > /dev/smd8", cmd);
   std::printf("at shell cmd: %s\n", shell.data());
-  std::fflush(stdout);  // what the shell says of a missing device comes after it
   const int ret_sys = std::system(shell.data());
   std::printf("echo, ret_sys: %d\n", ret_sys);
   std::puts(ret_sys != 0 ? "Fail to send at shell cmd" : "Success to send at shell cmd");

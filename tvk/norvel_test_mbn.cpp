@@ -30,8 +30,6 @@ class novrel_pdc_mbn_info {  // sic
 
 namespace {
 
-constexpr char log_source[] = "norvel_test_mbn";
-
 constexpr command_group mbn{.number = 10, .least_argc = 4};
 
 novrel_pdc_mbn_info g_novrel_pdc_mbn_info;
@@ -40,17 +38,19 @@ novrel_pdc_mbn_info g_novrel_pdc_mbn_info;
 int g_pdc_init_status = -1;
 
 int norvel_test_mbn_pdc_init(int /*force_init*/) {
-  NORVEL_LOG_SCOPE();
-  if (g_pdc_init_status == 0) return g_pdc_init_status;
-  pdc_clean();
-  NORVEL_LOG("start norvel pdc init, g_pdc_init_status = %d, force_init = %d", g_pdc_init_status,
-             0);
-  g_pdc_init_status = pdc_init();
-  if (g_pdc_init_status == 0) {
-    g_novrel_pdc_mbn_info.clear();
-  } else {
-    NORVEL_LOG_ERROR("pdc init failed");
+  NORVEL_LOG_ENTRY();
+  if (g_pdc_init_status != 0) {
+    pdc_clean();
+    NORVEL_LOG("start norvel pdc init, g_pdc_init_status = %d, force_init = %d", g_pdc_init_status,
+               0);
+    g_pdc_init_status = pdc_init();
+    if (g_pdc_init_status == 0) {
+      g_novrel_pdc_mbn_info.clear();
+    } else {
+      NORVEL_LOG_ERROR("pdc init failed");
+    }
   }
+  NORVEL_LOG_EXIT();
   return g_pdc_init_status;
 }
 

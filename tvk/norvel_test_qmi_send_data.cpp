@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <span>
 
-#include "norvel_extend_qmi/norvel_extend_cmn.h"
+#include "norvel_extend_qmi/norvel_extend_client.h"
 #include "qcril-common/utilities/quiet_notes.h"
 #include "tvk/arguments.h"
 #include "tvk/command_group.h"

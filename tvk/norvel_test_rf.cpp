@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string_view>
 
 #include "norvel_extend_qmi/norvel_extend_cmn.h"
@@ -19,35 +18,25 @@ extern const command_group rf;
 constexpr std::string_view gpio_file = "/nv/item_files/modem/norvel/rf_ant_port_config";
 constexpr std::string_view rf_tx_file = "/nv/item_files/modem/antenna/ant_tx_config";
 
-constexpr unsigned int common_request = 4;
 constexpr int max_gpio_values = 50;
 
-struct gpio_request {
-  std::uint32_t sub_command;  ///< 0
-  std::uint32_t reserved;
+struct gpio_setting {
   std::int32_t count;  ///< as typed, however many values follow
   std::array<std::int32_t, max_gpio_values> values;
-  std::array<std::uint8_t, 300> unused;
 };
-static_assert(sizeof(gpio_request) == norvel_extend_qmi_max_data);
 
-struct rf_tx_request {
-  std::uint32_t sub_command;  ///< 1
-  std::uint32_t reserved;
+struct rf_tx_setting {
   std::int32_t v_ant;
   std::int32_t v_sys;
   std::uint64_t v_band_list;
-  std::array<std::uint8_t, 488> unused;
 };
-static_assert(sizeof(rf_tx_request) == norvel_extend_qmi_max_data);
+static_assert(sizeof(rf_tx_setting) == 16);
 
-template <typename Request>
-int send_setting(Request& request) {
-  std::array<unsigned char, norvel_common_msg_rsp_size> response{};
-  unsigned int response_len = response.size();
-  const int error =
-      norvel_extend_qmi_send_sync(common_request, reinterpret_cast<unsigned char*>(&request),
-                                  sizeof request, response.data(), &response_len);
+template <typename Setting>
+int send_setting(norvel_common::kind kind, const Setting& setting) {
+  norvel_common::answer answer{};
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(&setting);
+  const int error = norvel_common::send_request(kind, {bytes, sizeof setting}, answer);
   if (error != 0) std::puts("norvel_extend_qmi_send_sync fail, REQUEST_ID_COMMON");
   return error;
 }
@@ -84,14 +73,14 @@ int close_setting(const char* function, int argc, int opt, std::string_view file
 
 int norvel_gpio_test_set(int argc, char** argv) {
   std::puts("norvel_gpio_test_set");
-  gpio_request request{};
-  request.count = argc - 3;
-  for (int i = 0; i < request.count && i < max_gpio_values; ++i) {
+  gpio_setting setting{};
+  setting.count = argc - 3;
+  for (int i = 0; i < setting.count && i < max_gpio_values; ++i) {
     const int value = std::atoi(argv[3 + i]);
-    request.values[static_cast<std::size_t>(i)] = value;
+    setting.values[static_cast<std::size_t>(i)] = value;
     std::printf("norvel_gpio_test_set, gpio_v[%d]: %d\n", i, value);
   }
-  return send_setting(request);
+  return send_setting(norvel_common::kind::gpio_test, setting);
 }
 
 int norvel_gpio_test_get(int argc, char** /*argv*/) {
@@ -105,15 +94,14 @@ int norvel_gpio_test_closed(int argc, char** /*argv*/) {
 int norvel_rf_tx_test_set(int argc, char** argv) {
   std::printf("norvel_rf_tx_test_set, argc(%d)\n", argc);
   if (argc != 6) return refuse_inputs(rf, 5);  // sic: the program's own name is not counted here
-  rf_tx_request request{};
-  request.sub_command = 1;
-  request.v_ant = std::atoi(argv[3]);
-  request.v_sys = std::atoi(argv[4]);
-  request.v_band_list = std::strtoul(argv[5], nullptr, 0);
-  std::printf(" v_ant(%d)\n", request.v_ant);
-  std::printf(" v_sys(%d)\n", request.v_sys);
-  std::printf(" v_band_list(%lu)\n", static_cast<unsigned long>(request.v_band_list));
-  return send_setting(request);
+  rf_tx_setting setting{};
+  setting.v_ant = std::atoi(argv[3]);
+  setting.v_sys = std::atoi(argv[4]);
+  setting.v_band_list = std::strtoul(argv[5], nullptr, 0);
+  std::printf(" v_ant(%d)\n", setting.v_ant);
+  std::printf(" v_sys(%d)\n", setting.v_sys);
+  std::printf(" v_band_list(%lu)\n", static_cast<unsigned long>(setting.v_band_list));
+  return send_setting(norvel_common::kind::rf_tx_test, setting);
 }
 
 int norvel_rf_tx_test_get(int argc, char** /*argv*/) {

@@ -61,11 +61,3 @@ void norvel_log_error(norvel_log_site site, const char* fmt, ...) {
   write_line(site, norvel_ril_syslog_err, true, format(fmt, args));
   va_end(args);
 }
-
-norvel_log_scope::norvel_log_scope(norvel_log_site site) : site_(site) {
-  norvel_log(site_, "function entry ------------->");
-}
-
-norvel_log_scope::~norvel_log_scope() {
-  norvel_log(site_, "function exit <-------------");
-}

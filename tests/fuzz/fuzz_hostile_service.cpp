@@ -21,9 +21,9 @@
 #include <utility>
 #include <vector>
 
-#include "norvel_extend_qmi/norvel_common_msg.h"
+#include "norvel_extend_qmi/norvel_extend_cmn.h"
 #include "norvel_extend_qmi/norvel_extend_nvefs.h"
-#include "norvel_extend_qmi/nvefs_exchange.h"
+#include "norvel_extend_qmi/norvel_extend_nvefs_message.h"
 #include "pdc/pdc_utils.h"
 #include "platform/linux/idl/codec.h"
 #include "platform/properties.h"
@@ -299,7 +299,7 @@ void avoid_documented_ends(norvel_extend_qmi_msg_v01& answer, std::uint8_t reque
   constexpr std::size_t printed_length = 12;
   constexpr std::size_t counter = offsetof(nvefs_response, data);
   constexpr std::uint32_t most_printed = 500;
-  if (request_type == norvel_common_msg_request_type) {
+  if (request_type == norvel_common::request_type) {
     std::uint32_t length = 0;
     std::memcpy(&length, answer.data + printed_length, sizeof length);
     length = std::min(length, most_printed);

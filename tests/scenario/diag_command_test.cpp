@@ -31,8 +31,9 @@ const bytes answer = hex("4B0B0000 7E7D01");
 
 support::process_result run_diag(const std::string& endpoint, const std::string& mode,
                                  const std::string& time_out,
-                                 const std::vector<std::string>& request = request_arguments) {
-  std::vector<std::string> arguments{"5", "0", mode, "0", time_out};
+                                 const std::vector<std::string>& request = request_arguments,
+                                 const std::string& type = "0") {
+  std::vector<std::string> arguments{"5", "0", mode, type, time_out};
   arguments.insert(arguments.end(), request.begin(), request.end());
   auto got = support::run(TVK_PROGRAM, arguments, {{"TVK_DIAG", endpoint}});
   EXPECT_EQ(got.exit_status, 0);
@@ -150,6 +151,24 @@ TEST(diag_command, callback_transcript_with_default_time) {
         "========================",
         "RIL[norvel_print_data_with_hex:#]: data hex show, len(7), data: 4B 0B 00 00 7E 7D 01",
         "RIL[norvel_diag_cmd_response_by_callback:#]: callback, cmd_code = 0x4b, data_size = 7"}});
+}
+
+TEST(diag_command, request_without_result_is_sent_before_the_process_ends) {
+  const struct {
+    std::string mode, worker;
+  } rows[] = {
+      {callback_mode, "norvel_diag_cmd_send_without_result_by_callback_mode_thread_proc"},
+      {dci_mode, "norvel_diag_cmd_send_without_result_by_dci_mode_thread_proc"},
+  };
+  for (const auto& [mode, worker] : rows) {
+    hand_diag port;
+    const auto got = run_diag(port.endpoint(), mode, "0", request_arguments, "1");
+    EXPECT_TRUE(contains(got.output, "\ndone without rsp data\n")) << got.output;
+    // The last that a worker does, after it has closed the connection.
+    EXPECT_TRUE(got.output.ends_with("RIL[" + worker + ":#]: function exit <-------------\n"))
+        << got.output;
+    EXPECT_EQ(port.requests(), std::vector<bytes>{hex("4B0B0000")});
+  }
 }
 
 TEST(diag_command, request_of_this_many_bytes) {

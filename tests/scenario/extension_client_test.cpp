@@ -5,12 +5,15 @@
 
 #include <atomic>
 #include <cstdio>
+#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "norvel_extend_qmi/norvel_extend_client.h"
 #include "norvel_extend_qmi/norvel_extend_cmn.h"
 #include "norvel_extend_qmi/norvel_extend_nvefs.h"
+#include "qcril-common/utilities/quiet_notes.h"
 #include "support/hand_modem.h"
 #include "support/printed.h"
 #include "support/simulated_modem.h"
@@ -202,6 +205,30 @@ TEST(extension_client, exchanges_of_eight_threads_do_not_mix) {
     for (auto& each : threads) each.join();
   });
   EXPECT_EQ(good, 400);
+}
+
+TEST(extension_client, quiet_run_prints_nothing_of_it) {
+  quiet_notes = 1;
+  const simulated_modem modem({"extension/2@2=result:9"});
+  use_modem(modem.endpoint());
+  bytes data(513);
+  unsigned int length = 512;
+  const auto send = [&](std::size_t size) {
+    norvel_extend_qmi_send_sync(0, data.data(), static_cast<int>(size), data.data(), &length);
+  };
+  auto known = hex("01 0400 06000000  02 0400 00000000");
+  auto unknown = hex("01 0400 07000000  02 0400 00000000");
+  const std::pair<const char*, std::function<void()>> rows[] = {
+      {"success", [&] { send(20); }},
+      {"refused by the service", [&] { send(20); }},
+      {"too long", [&] { send(513); }},
+      {"no request", [&] { norvel_extend_qmi_send_sync(0, nullptr, 0, data.data(), &length); }},
+      {"known indication",
+       [&] { norvel_extend_qmi_ind_cb(nullptr, 3, known.data(), 14, nullptr); }},
+      {"unknown indication",
+       [&] { norvel_extend_qmi_ind_cb(nullptr, 3, unknown.data(), 14, nullptr); }},
+  };
+  for (const auto& [name, call] : rows) EXPECT_EQ(printed_by(call), "") << name;
 }
 
 /// 508 bytes that the sender must clear, and a guard that it must leave.

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <mutex>
 #include <set>
@@ -425,6 +426,56 @@ TEST_F(pdc_by_hand, outcomes_of_select_and_load_have_results_of_their_own) {
   }
   EXPECT_EQ(g_pdc_info.load_config.received_size, 5U);
   EXPECT_EQ(g_pdc_info.load_config.remaining_size, 7U);
+}
+
+TEST_F(pdc_by_hand, indication_that_cannot_be_decoded_fails_its_slot) {
+  ASSERT_EQ(connect(modem_.endpoint()), 0);
+  config_list list;
+  list.hold_in_slot();
+  pdc_selected_config now{};
+  g_pdc_info.get_selected_config.holder = &now;
+  pdc_config_info info{};
+  g_pdc_info.get_config_info.holder = &info;
+  static pdc_load_config_req_v01 chunk{};
+  chunk.config = config(generic);
+  pdc_global_info& slots = g_pdc_info;
+  const auto ask_for = [&](pdc_wait_slot& slot, std::uint16_t message_id, const auto& request) {
+    return std::function([&slot, message_id, request, this](const bytes& indication) {
+      return result_of(indication, slot, message_id, request);
+    });
+  };
+  const std::pair<const char*, std::function<std::int32_t(const bytes&)>> operations[] = {
+      {"list", ask_for(slots.list_configs, pdc_list_configs_v01, of_list())},
+      {"load", ask_for(slots.load_config, pdc_load_config_v01, chunk)},
+      {"info", ask_for(slots.get_config_info, pdc_get_config_info_v01, of_config(generic))},
+      {"deactivate", ask_for(slots.deactivate_config, pdc_deactivate_config_v01, of_type())},
+      {"delete", ask_for(slots.delete_config, pdc_delete_config_v01, of_deletion(generic))},
+      {"selected", ask_for(slots.get_selected_config, pdc_get_selected_config_v01, of_type())},
+      {"select", ask_for(slots.select_config, pdc_set_selected_config_v01, of_config(generic))},
+      {"activate", ask_for(slots.activate_config, pdc_activate_config_v01, of_type())},
+      {"feature", ask_for(slots.set_feature, pdc_set_feature_v01,
+                          pdc_set_feature_req_v01{.ind_token_valid = 1, .ind_token = token})},
+  };
+  const std::pair<const char*, bytes> damaged[] = {
+      {"no error field", hex("10 0400 70000000")},
+      {"half an error field", hex("01 0100 00")},
+      {"half a token", hex("01 0200 0000  10 0200 7000")},
+      {"two tokens", hex("01 0200 0000  10 0400 70000000  10 0400 70000000")},
+      {"unknown mandatory field", hex("01 0200 0000  02 0100 00")},
+      {"a header without its bytes", hex("01 0200 0000  7f 0400 00")},
+  };
+  for (const auto& [operation, outcome] : operations) {
+    for (const auto& [what, indication] : damaged) {
+      EXPECT_EQ(outcome(indication), -1) << operation << ": " << what;
+    }
+  }
+  // Only what is too long for its room goes on, to handlers that refuse it.
+  const bytes ok = hex("01 0200 0000");
+  const bytes long_id = hex("7d aa*125");
+  EXPECT_EQ(operations[0].second(ok + hex("11 8900 02  01000000") + long_id + hex("01000000 01bb")),
+            -1);
+  EXPECT_EQ(list.count, 0U);
+  EXPECT_EQ(operations[5].second(ok + hex("12 7e00") + long_id + hex("11 0200 01bb")), -1);
 }
 
 TEST_F(pdc, service_that_is_not_there_is_tried_twenty_times) {

@@ -12,6 +12,8 @@
 #include <string>
 #include <thread>
 
+#include "support/hand_diag.h"
+#include "support/hand_modem.h"
 #include "support/simulated_modem.h"
 #include "support/temp_dir.h"
 
@@ -129,6 +131,48 @@ void expect_refused(const std::string& endpoint) {
   EXPECT_TRUE(contains(got.output, "\nqmi_id = 0, result = -2\n")) << got.output;
   EXPECT_TRUE(contains(got.errors, endpoint)) << got.errors;
   EXPECT_EQ(std::count(got.errors.begin(), got.errors.end(), '\n'), 1) << got.errors;
+}
+
+// On a pipe, as a script reads it: it need not wait for the end of the command, which may be
+// killed.
+TEST(transport, what_is_printed_before_a_wait_is_seen_during_it) {
+  const support::temp_dir dir;
+  const auto properties = dir.file("properties");
+  std::ofstream(properties) << "persist.radio.ssr_wait_s=3600\n";
+  const simulated_modem modem;
+  support::hand_modem indicating;
+  indicating.on_request([&](const support::datagram& request) {
+    return std::vector<support::datagram>{
+        {request.node, request.port,
+         support::hex("04 0000 0300 0e00  01 0400 06000000  02 0400 00000000")}};
+  });
+  support::hand_diag silent;
+  const std::string nowhere = "unix:" + dir.file("none.sock");
+  const struct {
+    std::vector<std::string> arguments;
+    std::string modem;
+    std::string printed;
+  } rows[] = {
+      {{"6", "0", "1"}, nowhere, "num_services = 0\n"},
+      {{"10", "0", "1"}, nowhere, "g_pdc_init_status = -1, force_init = 0\n"},
+      {{"5", "5"}, modem.endpoint(), "modem ssr start to wait 3600s to init\n"},
+      {{"5", "0", "0", "0", "60000", "1"}, nowhere, "Command time = 600 * 100ms\n"},
+      {{"5", "0", "1", "0", "60000", "1"}, nowhere, "Dci Command time = 600\n"},
+      // A text without an end of line, in the time of an answer that does not come.
+      {{"6", "0", "1"}, indicating.endpoint(), "handle indication: 6"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.printed);
+    support::background_process run(TVK_PROGRAM, row.arguments,
+                                    {{"TVK_MODEM", row.modem},
+                                     {"TVK_DIAG", silent.endpoint()},
+                                     {"TVK_PROPERTIES", properties}});
+    EXPECT_TRUE(run.wait_for_output_text(row.printed));
+    run.send_signal(SIGKILL);
+    const auto got = run.wait();
+    EXPECT_EQ(got.signal, SIGKILL);
+    EXPECT_FALSE(contains(got.output, "send msg sync failed")) << "the wait is over";
+  }
 }
 
 TEST(transport, endpoint_of_unknown_form_is_refused) {

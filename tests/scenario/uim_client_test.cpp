@@ -10,13 +10,13 @@
 #include <thread>
 #include <vector>
 
-#include "norvel_extend_qmi/norvel_uim.h"
+#include "norvel_extend_qmi/norvel_extend_cmn_uim.h"
 #include "support/extension_packets.h"
 #include "support/hand_modem.h"
 #include "support/modem_connection.h"
 #include "support/printed.h"
 #include "support/simulated_modem.h"
-#include "tvk/norvel_cmn.h"
+#include "tvk/norvel_qmi_test_cmn.h"
 
 namespace {
 

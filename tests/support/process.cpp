@@ -119,10 +119,10 @@ void background_process::collect(int output, int errors) {
   changed_.notify_all();
 }
 
-bool background_process::wait_for_error_text(const std::string& text,
-                                             std::chrono::milliseconds limit) {
+bool background_process::wait_for_text(const std::string& where, const std::string& text,
+                                       std::chrono::milliseconds limit) {
   std::unique_lock lock(mutex_);
-  const auto found = [&] { return result_.errors.find(text) != std::string::npos; };
+  const auto found = [&] { return where.find(text) != std::string::npos; };
   changed_.wait_for(lock, limit, [&] { return closed_ || found(); });
   return found();
 }

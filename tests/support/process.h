@@ -34,9 +34,16 @@ class background_process {
   background_process& operator=(const background_process&) = delete;
   ~background_process();
 
-  /// Waits until standard error holds `text`; false when the program ends or time passes first.
+  /// Waits until standard error, or standard output, holds `text`; false when the program ends or
+  /// time passes first.
   [[nodiscard]] bool wait_for_error_text(
-      const std::string& text, std::chrono::milliseconds limit = std::chrono::seconds(10));
+      const std::string& text, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+    return wait_for_text(result_.errors, text, limit);
+  }
+  [[nodiscard]] bool wait_for_output_text(
+      const std::string& text, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+    return wait_for_text(result_.output, text, limit);
+  }
 
   void send_signal(int number) const;
 
@@ -45,6 +52,8 @@ class background_process {
 
  private:
   void collect(int output, int errors);
+  bool wait_for_text(const std::string& where, const std::string& text,
+                     std::chrono::milliseconds limit);
 
   pid_t pid_ = -1;
   std::chrono::steady_clock::time_point start_;

@@ -7,7 +7,7 @@
 #include <initializer_list>
 #include <string>
 
-#include "norvel_extend_qmi/norvel_text.h"
+#include "norvel_extend_qmi/norvel_extend_cmn_text.h"
 #include "qcril-common/utilities/quiet_notes.h"
 #include "support/bytes.h"
 #include "support/printed.h"

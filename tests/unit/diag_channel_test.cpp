@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <chrono>
 #include <functional>
 #include <mutex>
@@ -11,8 +12,11 @@
 #include <thread>
 #include <vector>
 
-#include "norvel_extend_qmi/norvel_diag_response.h"
 #include "norvel_extend_qmi/norvel_diag_send.h"
+#include "norvel_extend_qmi/norvel_diag_send_connection.h"
+#include "norvel_extend_qmi/norvel_diag_send_response.h"
+#include "norvel_extend_qmi/norvel_diag_sleep.h"
+#include "norvel_extend_qmi/norvel_diag_thread.h"
 #include "norvel_extend_qmi/norvel_diag_wait.h"
 #include "platform/diag.h"
 #include "support/bytes.h"
@@ -65,6 +69,12 @@ int dci(bool done) {
 
 void norvel_diag::sleep_for(std::chrono::milliseconds time) {
   std::this_thread::sleep_for(time / norvel_diag::tick * std::chrono::microseconds(one_tick));
+}
+
+int norvel_diag::start_thread(void* (*body)(void*), void* argument) {
+  if (library.failing == "thread") return EAGAIN;
+  std::thread(body, argument).detach();
+  return 0;
 }
 
 // NOLINTBEGIN(readability-non-const-parameter): the library's signatures.
@@ -274,7 +284,7 @@ TEST_F(diag_channel, every_step_that_fails_is_told_and_what_was_opened_is_closed
     // The worker makes the same calls and says the same.
     const auto worker = printed_by([&] {
       EXPECT_EQ(norvel_diag_cmd_send_without_result_start_thread(request.data(), 4, row.by_dci), 0);
-      std::this_thread::sleep_for(400ms);
+      norvel_diag_cmd_send_without_result_wait();
     });
     EXPECT_EQ(contains(worker, row.printed), row.by_dci) << worker;
     EXPECT_TRUE(contains(worker, "norvel daig is created, conf = 0, diag_work_mode = ")) << worker;
@@ -287,12 +297,12 @@ TEST_F(diag_channel, every_step_that_fails_is_told_and_what_was_opened_is_closed
   EXPECT_EQ(library.take_calls(), calls{});
 }
 
-TEST_F(diag_channel, worker_sends_though_the_modem_is_down_and_refuses_no_request) {
+TEST_F(diag_channel, worker_is_waited_for_sends_though_the_modem_is_down_and_may_fail_to_start) {
   library.peripherals = DIAG_CON_APSS;
   bytes request = support::hex("4B0B0000");
   const auto printed = printed_by([&] {
     EXPECT_EQ(norvel_diag_cmd_send_without_result_start_thread(request.data(), 4, 1), 0);
-    std::this_thread::sleep_for(1300ms);
+    norvel_diag_cmd_send_without_result_wait();
   });
   EXPECT_TRUE(contains(printed, "MPSS on ch:0: DOWN\n")) << printed;
   EXPECT_TRUE(contains(printed, "Releasing DCI connection, err: 1001, errno: ")) << printed;
@@ -303,6 +313,13 @@ TEST_F(diag_channel, worker_sends_though_the_modem_is_down_and_refuses_no_reques
         EXPECT_EQ(norvel_diag_cmd_send_without_result_start_thread(request.data(), 0, 0), 1);
       }),
       "norvel_diag_comand_input_check fail\n"));
+  library.failing = "thread";
+  EXPECT_TRUE(contains(
+      printed_by([&] {
+        EXPECT_EQ(norvel_diag_cmd_send_without_result_start_thread(request.data(), 4, 0), 1);
+        norvel_diag_cmd_send_without_result_wait();
+      }),
+      "norvel daig is created, conf = 11, diag_work_mode = 0\n"));
   EXPECT_TRUE(contains(
       printed_by([&] { norvel_diag_cmd_send_without_result_by_dci_mode_thread_proc(nullptr); }),
       "param is null\n"));

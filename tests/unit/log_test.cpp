@@ -9,15 +9,23 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <regex>
+#include <set>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "norvel_extend_qmi/norvel_diag_send.h"
+#include "norvel_extend_qmi/norvel_diag_send_connection.h"
+#include "norvel_extend_qmi/norvel_diag_send_response.h"
+#include "norvel_extend_qmi/norvel_extend_cmn.h"
+#include "norvel_extend_qmi/norvel_extend_cmn_text.h"
+#include "norvel_extend_qmi/norvel_extend_cmn_uim.h"
 #include "norvel_extend_qmi/norvel_extend_nvefs.h"
-#include "norvel_extend_qmi/norvel_text.h"
 #include "platform/properties.h"
 #include "qcril-common/utilities/Logger.h"
 #include "qcril-common/utilities/norvel_ril_log.h"
@@ -27,6 +35,7 @@
 #include "qcril-common/utilities/quiet_notes.h"
 #include "support/printed.h"
 #include "support/temp_dir.h"
+#include "tvk/norvel_qmi_test_cmn.h"
 
 namespace {
 
@@ -60,6 +69,7 @@ const char* __tsan_default_options() {
 namespace {
 
 using support::printed_by;
+using namespace std::string_literals;
 
 constexpr std::size_t too_much = SIZE_MAX / 2 - 4096;
 
@@ -109,6 +119,84 @@ TEST(system_log, a_line_has_the_same_message_and_number_in_both_places) {
   EXPECT_EQ(support::masked(printed), "RIL[norvel_qmi_result_map:#]: " + message + "\n");
   EXPECT_EQ(logged(),
             (texts{"7 RIL[shell][norvel_extend_nvefs:#] norvel_qmi_result_map: " + message}));
+}
+
+/// The files of a unit, line by line.
+std::vector<texts> files_of(const std::string& unit) {
+  std::vector<texts> files;
+  for (const auto* folder : {"norvel_extend_qmi", "tvk"}) {
+    for (const auto& each : std::filesystem::directory_iterator(TVK_SOURCE_DIR + ("/"s + folder))) {
+      if (!each.path().filename().string().starts_with(unit)) continue;
+      std::ifstream in(each.path());
+      texts& lines = files.emplace_back();
+      for (std::string line; std::getline(in, line);) lines.push_back(line);
+    }
+  }
+  return files;
+}
+
+/// What the statement says of which the log has this message.
+std::string text_in_source(const std::string& message) {
+  if (message == "function entry ------------->") return "NORVEL_LOG_ENTRY";
+  if (message == "function exit <-------------") return "NORVEL_LOG_EXIT";
+  return '"' + message.substr(0, message.find_first_of("0123456789-"));
+}
+
+// Source and line of every log line lead to the statement that wrote it, in one file of the unit.
+TEST(system_log, line_is_found_where_it_says) {
+  setenv("TVK_MODEM", "bogus", 1);
+  setenv("TVK_DIAG", "unix:/nowhere/diag.sock", 1);
+  unsigned char data[600] = {};
+  unsigned int length = 0;
+  char program[] = "tvk";
+  char group[] = "5";
+  char esim[] = "10";
+  char none[] = "0";
+  char* arguments[] = {program, group, esim, none, group, nullptr};
+  printed_by([&] {
+    norvel_efs_read(2, "/a", 2, data, &length);
+    norvel_efs_read(0, nullptr, 2, data, &length);
+    norvel_efs_read(0, "/a", 72, data, &length);
+    norvel_efs_read(0, "/a", 2, nullptr, &length);
+    norvel_efs_read(0, "/a", 2, data, nullptr);
+    norvel_efs_read(0, "/a", 2, data, &length);
+    norvel_efs_write(0, "/a", 2, nullptr, 1);
+    norvel_efs_write(0, "/a", 2, data, 0);
+    norvel_efs_delete(2, "/a", 2);
+    norvel_nv_write_ex(0, 550, data, 0);
+    norvel_nv_delete(0, 9999);
+    norvel_print_data_with_hex(nullptr, 1);
+    norvel_send_common_qmi_msg(31, 4, nullptr, data);
+    norvel_send_common_qmi_msg(31, 0, nullptr, nullptr);
+    norvel_uim_request_eid(2, data);
+    norvel_diag_cmd_send_with_result_by_callback_mode(data, 1, data, nullptr, 1);
+    norvel_diag_cmd_send_without_result_by_dci_mode_thread_proc(nullptr);
+    norvel_diag_init_with_result();
+    norvel_diag_cmd_response_by_callback(nullptr, 1, nullptr);
+    norvel_diag_cmd_response_by_dci_log_stream(data, 1);
+    norvel_cmn_esim_test(5, arguments);
+    norvel_cmn_test_get_sar_dsi();
+  });
+  std::set<std::string> units;
+  for (const auto& [priority, text] : system_log) {
+    static const std::regex form(R"(RIL\[shell\]\[(\w+):(\d+)\] (\w+): ([^\n]*)\n?)");
+    std::smatch parts;
+    ASSERT_TRUE(std::regex_match(text, parts, form)) << text;
+    const auto wanted = text_in_source(parts[4]);
+    int found = 0;
+    for (const texts& lines : files_of(parts[1])) {
+      // A statement may go over two lines.
+      const auto at = static_cast<std::size_t>(std::stoi(parts[2]));
+      if (at < lines.size() && (lines[at - 1] + lines[at]).find(wanted) != std::string::npos) {
+        ++found;
+      }
+    }
+    EXPECT_EQ(found, 1) << text << " by " << wanted;
+    units.insert(parts[1]);
+  }
+  EXPECT_GT(system_log.size(), 60U);
+  EXPECT_EQ(units, (std::set<std::string>{"norvel_diag_send", "norvel_extend_cmn",
+                                          "norvel_extend_nvefs", "norvel_qmi_test_cmn"}));
 }
 
 TEST(system_log, long_line_is_whole) {

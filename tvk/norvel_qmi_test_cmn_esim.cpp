@@ -11,16 +11,15 @@
 #include <thread>
 
 #include "norvel_extend_qmi/norvel_extend_cmn.h"
+#include "norvel_extend_qmi/norvel_extend_cmn_text.h"
+#include "norvel_extend_qmi/norvel_extend_cmn_uim.h"
 #include "norvel_extend_qmi/norvel_extend_nvefs.h"
-#include "norvel_extend_qmi/norvel_text.h"
-#include "norvel_extend_qmi/norvel_uim.h"
 #include "qcril-common/utilities/norvel_ril_log.h"
 #include "qcril-common/utilities/quiet_notes.h"
-#include "tvk/norvel_cmn.h"
+#include "tvk/norvel_qmi_test_cmn.h"
 
 namespace {
 
-constexpr char log_source[] = "norvel_qmi_test_cmn";
 constexpr char command[] = "norvel_cmn_esim_test";
 
 constexpr std::uint8_t esim_slot = 2;
@@ -91,11 +90,11 @@ enum class second_slot : std::uint32_t { esim = 0, physical_sim = 1 };
 
 /// Tells the modem while the slot is without power.
 bool switch_to(second_slot wanted) {
-  constexpr unsigned int switch_notice = 84;
   if (!set_power(false, false)) return false;
   std::array<std::uint32_t, 2> notice{static_cast<std::uint32_t>(wanted), 0};
   std::array<unsigned char, norvel_common_msg_rsp_size> response{};
-  norvel_send_common_qmi_msg(switch_notice, sizeof notice, notice.data(), response.data());
+  norvel_send_common_qmi_msg(norvel_common::sim_switch_notice, sizeof notice, notice.data(),
+                             response.data());
   return set_power(true, wanted == second_slot::esim);
 }
 

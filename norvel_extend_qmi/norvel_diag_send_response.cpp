@@ -1,20 +1,17 @@
-#include "norvel_extend_qmi/norvel_diag_response.h"
+#include "norvel_extend_qmi/norvel_diag_send_response.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 
-#include "norvel_extend_qmi/norvel_diag_send.h"
 #include "norvel_extend_qmi/norvel_diag_wait.h"
-#include "norvel_extend_qmi/norvel_text.h"
+#include "norvel_extend_qmi/norvel_extend_cmn_text.h"
 #include "platform/mutex.h"
 #include "qcril-common/utilities/checked.h"
 #include "qcril-common/utilities/norvel_ril_log.h"
 
 namespace {
-
-constexpr char log_source[] = "norvel_diag_send";
 
 struct free_block {
   void operator()(unsigned char* block) const { std::free(block); }
@@ -125,7 +122,7 @@ int norvel_diag_cmd_response_check(unsigned char* data, int len, const void* con
 }
 
 int norvel_diag_cmd_response_by_callback(unsigned char* data, int len, void* context) {
-  NORVEL_LOG("function entry ------------->");
+  NORVEL_LOG_ENTRY();
   if (norvel_diag_cmd_response_check(data, len, context) != 0) {
     NORVEL_LOG("norvel_diag_cmd_response_check fail");
     return 1;
@@ -161,13 +158,15 @@ int norvel_diag_cmd_response_by_dci(unsigned char* data, int len, void* context)
 }
 
 void norvel_diag_cmd_response_by_dci_log_stream(unsigned char* data, int len) {
-  NORVEL_LOG_SCOPE();
+  NORVEL_LOG_ENTRY();
   norvel_print_data_with_hex(data, static_cast<unsigned int>(len));
+  NORVEL_LOG_EXIT();
 }
 
 void norvel_diag_cmd_response_by_dci_event_stream(unsigned char* data, int len) {
-  NORVEL_LOG_SCOPE();
+  NORVEL_LOG_ENTRY();
   norvel_print_data_with_hex(data, static_cast<unsigned int>(len));
+  NORVEL_LOG_EXIT();
 }
 
 int norvel_diag_cmd_response_by_callback_no_handle(unsigned char* /*data*/, int len,

@@ -1,4 +1,4 @@
-#include "norvel_extend_qmi/norvel_uim.h"
+#include "norvel_extend_qmi/norvel_extend_cmn_uim.h"
 
 #include <algorithm>
 #include <atomic>
@@ -11,8 +11,6 @@
 #include "services/uim_v01.h"
 
 namespace {
-
-constexpr char log_source[] = "norvel_extend_cmn";
 
 constexpr unsigned int open_timeout_ms = 4000;
 constexpr unsigned int request_timeout_ms = 3000;
@@ -95,7 +93,7 @@ void uim_qmi_client_recovery() {
     NORVEL_LOG("qmi_client_release failed");
   }
   g_uim.handle = nullptr;
-  NORVEL_LOG("function exit <-------------");
+  NORVEL_LOG_EXIT();
 }
 
 /// A message to the service, and how its lines tell of it.
@@ -212,9 +210,10 @@ exchange_outcome exchange(const uim_message& message, const Request& filled,
 template <typename Response, typename Request, typename Read>
 exchange_outcome ask(const uim_message& message, const Request& filled, Read read,
                      const std::string& about_to_send = {}) {
-  NORVEL_LOG_SCOPE_AS(message.function);
+  NORVEL_LOG_ENTRY_AS(message.function);
   const auto outcome = exchange<Response>(message, filled, about_to_send, read);
   if (outcome.stage == reached::transport) recover_after(message, outcome.result);
+  NORVEL_LOG_EXIT_AS(message.function);
   return outcome;
 }
 
@@ -253,7 +252,7 @@ exchange_outcome send_power(const norvel_uicc_power& params) {
 }  // namespace
 
 int norvel_uim_request_uicc_power_ex(const norvel_uicc_power* params) {
-  NORVEL_LOG("function entry ------------->");
+  NORVEL_LOG_ENTRY();
   const auto [stage, result] = send_power(*params);
   if (stage == reached::no_memory) return result;
   NORVEL_LOG("uicc_power_ex res = %d, failed_cnt = %d", result, g_uim.failed_cnt);

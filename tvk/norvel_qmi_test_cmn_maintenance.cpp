@@ -5,23 +5,19 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <string_view>
 
 #include "norvel_extend_qmi/norvel_extend_cmn.h"
+#include "norvel_extend_qmi/norvel_extend_cmn_sar.h"
 #include "norvel_extend_qmi/norvel_extend_nvefs.h"
 #include "platform/properties.h"
-#include "platform/qmi_client.h"
 #include "qcril-common/utilities/checked.h"
 #include "qcril-common/utilities/norvel_ril_log.h"
 #include "qcril-common/utilities/quiet_notes.h"
-#include "services/sar_v01.h"
-#include "tvk/norvel_cmn.h"
+#include "tvk/norvel_qmi_test_cmn.h"
 
 namespace {
-
-constexpr char log_source[] = "norvel_qmi_test_cmn";
 
 constexpr char restart_level[] = "persist.vendor.ssr.restart_level";
 constexpr char restart_level_backup[] = "persist.vendor.ssr.restart_level_bak";
@@ -30,8 +26,6 @@ constexpr char wait_seconds[] = "persist.radio.ssr_wait_s";
 /// A crash of the modem restarts it, or ends in a full dump.
 constexpr char restart_on_crash[] = "ALL_ENABLE";
 constexpr char dump_on_crash[] = "ALL_DISABLE";
-
-enum common_message : unsigned int { modem_reset = 31, nv_sync = 35 };
 
 /// Argument of a modem reset.
 enum class reset_kind : std::uint32_t { restart = 0x1000, full_dump = 0x2000 };
@@ -44,13 +38,13 @@ std::string read_property(const char* name, const char* default_value) {
   return value.data();
 }
 
-void send_message(common_message number, void* payload, unsigned int length) {
+void send_message(norvel_common::message_number number, void* payload, unsigned int length) {
   std::array<unsigned char, norvel_common_msg_rsp_size> response{};
   norvel_send_common_qmi_msg(number, length, payload, response.data());
 }
 
 void reset_modem(reset_kind kind) {
-  send_message(modem_reset, &kind, sizeof kind);
+  send_message(norvel_common::modem_reset, &kind, sizeof kind);
 }
 
 /// False when the wait says that the restart is to be stopped.
@@ -81,32 +75,6 @@ void norvel_cmn_test_save_ssr_update_flag() {
                                    reinterpret_cast<unsigned char*>(&count), sizeof count);
   NORVEL_LOG("PROP_MODEM_SSR_UPDATE_COUNT write ret: %d, new update_cnt: %d", ret,
              static_cast<int>(count));
-}
-
-/// The SAR state, -1 when it cannot be had.
-int norvel_get_sar_dsi() {
-  NORVEL_LOG_SCOPE();
-  qmi_client_type handle = nullptr;
-  // The library keeps the block as long as the client lives, which is until the process ends.
-  static qmi_client_os_params os_params;
-  auto error = qmi_client_init_instance(
-      sar_get_service_object_internal_v01(1, 1, QMI_IDL_LIBRARY_VERSION), QMI_CLIENT_INSTANCE_ANY,
-      norvel_qcril_qmi_client_common_empty_unsol_ind_cb, nullptr, &os_params, 4, &handle);
-  if (error != QMI_NO_ERR) {
-    NORVEL_LOG("qmi_client_init_instance failed, qmi_client_error = %d", error);
-    return -1;
-  }
-  sar_rf_get_state_resp_v01 response{};
-  constexpr unsigned int timeout_ms = 30000;
-  error = qmi_client_send_msg_sync(handle, sar_rf_get_state_v01, nullptr, 0, &response,
-                                   sizeof response, timeout_ms);
-  if (error != QMI_NO_ERR) {
-    NORVEL_LOG("qmi_client_send_msg_sync failed, qmi_client_error = %d", error);
-    return -1;
-  }
-  NORVEL_LOG("dsi vailid = %d , dsi value = %d", response.sar_rf_state_valid,  // sic
-             response.sar_rf_state);
-  return response.sar_rf_state;
 }
 
 }  // namespace
@@ -159,7 +127,7 @@ void norvel_cmn_test_full_dump() {
 
 void norvel_cmn_test_nv_sync() {
   print_note("Will trigger NV SYNC\n");
-  send_message(nv_sync, nullptr, 0);
+  send_message(norvel_common::nv_sync, nullptr, 0);
 }
 
 void norvel_cmn_test_get_sar_dsi() {

@@ -8,9 +8,11 @@
 #include <string>
 
 #include "norvel_extend_qmi/norvel_diag_send.h"
+#include "norvel_extend_qmi/norvel_diag_send_check.h"
+#include "norvel_extend_qmi/norvel_diag_send_response.h"
 #include "qcril-common/utilities/quiet_notes.h"
 #include "tvk/arguments.h"
-#include "tvk/norvel_cmn.h"
+#include "tvk/norvel_qmi_test_cmn.h"
 
 namespace {
 
@@ -88,6 +90,7 @@ int norvel_cmn_diag_cmd_send(int argc, char** argv) {
     print_reply(std::span(reply).first(static_cast<std::size_t>(reply_len)));
   } else {
     print_note("\ndone without rsp data\n");
+    norvel_diag_cmd_send_without_result_wait();
   }
   return result;
 }

@@ -1,4 +1,4 @@
-#include "norvel_extend_qmi/norvel_text.h"
+#include "norvel_extend_qmi/norvel_extend_cmn_text.h"
 
 #include <array>
 #include <cstddef>
@@ -9,8 +9,6 @@
 #include "qcril-common/utilities/norvel_ril_log.h"
 
 namespace {
-
-constexpr char log_source[] = "norvel_extend_cmn";
 
 constexpr unsigned int max_printed_bytes = 4096;
 

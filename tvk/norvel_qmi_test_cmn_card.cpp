@@ -4,32 +4,26 @@
 #include <cstdlib>
 #include <span>
 
-#include "norvel_extend_qmi/norvel_common_msg.h"
-#include "qcril-common/utilities/norvel_ril_log.h"
+#include "norvel_extend_qmi/norvel_extend_cmn.h"
 #include "qcril-common/utilities/quiet_notes.h"
-#include "tvk/norvel_cmn.h"
+#include "tvk/norvel_qmi_test_cmn.h"
 #include "tvk/output.h"
 
 namespace {
 
-enum common_message : int {
-  card_status_query = 39,
-  card_status_get = 55,
-  card_type_query = 56,
-  card_status_set = 57,
-  card_hotswap_test = 80,
-};
+using norvel_common::message_number;
 
 /// The most values that a command takes.
 constexpr std::size_t hotswap_values = 4;
-int send_values(common_message type, std::span<std::int32_t> values) {
-  return norvel_cmn_cmd_send(type, static_cast<unsigned int>(values.size_bytes()),
+
+int send_values(message_number type, std::span<std::int32_t> values) {
+  return norvel_cmn_cmd_send(static_cast<int>(type), static_cast<unsigned int>(values.size_bytes()),
                              reinterpret_cast<char*>(values.data()));
 }
 
 /// Reads and prints `count` arguments, which must be all there are.
 template <typename Convert>
-int send_arguments(common_message type, std::size_t count, int argc, char** argv, Convert convert) {
+int send_arguments(message_number type, std::size_t count, int argc, char** argv, Convert convert) {
   const int needed = static_cast<int>(count) + 3;
   if (argc != needed) return refuse_inputs(g_cmn_group, needed);
   print_note("param(cnt: %d):\n", static_cast<int>(count));
@@ -41,13 +35,13 @@ int send_arguments(common_message type, std::size_t count, int argc, char** argv
   return send_values(type, std::span(read).first(count));
 }
 
-int norvel_cmn_card_status_cmd(common_message type, std::size_t count, int argc, char** argv) {
+int norvel_cmn_card_status_cmd(message_number type, std::size_t count, int argc, char** argv) {
   // Every parameter of a card status command is a flag.
   return send_arguments(type, count, argc, argv, [](int value) { return value != 0 ? 1 : 0; });
 }
 
 int norvel_cmn_card_status_cmd_ex(int argc, char** argv) {
-  return send_arguments(card_hotswap_test, hotswap_values, argc, argv,
+  return send_arguments(norvel_common::card_hotswap_test, hotswap_values, argc, argv,
                         [](int value) { return value; });
 }
 
@@ -60,22 +54,22 @@ void print_title(const char* function, int line) {
 
 int norvel_cmn_card_status_query(int argc, char** argv) {
   print_note("%s\n", __func__);
-  return norvel_cmn_card_status_cmd(card_status_query, 0, argc, argv);
+  return norvel_cmn_card_status_cmd(norvel_common::card_status_query, 0, argc, argv);
 }
 
 int norvel_cmn_card_status_get(int argc, char** argv) {
   print_title(__func__, __LINE__);
-  return norvel_cmn_card_status_cmd(card_status_get, 1, argc, argv);
+  return norvel_cmn_card_status_cmd(norvel_common::card_status_get, 1, argc, argv);
 }
 
 int norvel_cmn_card_status_set(int argc, char** argv) {
   print_title(__func__, __LINE__);
-  return norvel_cmn_card_status_cmd(card_status_set, 3, argc, argv);
+  return norvel_cmn_card_status_cmd(norvel_common::card_status_set, 3, argc, argv);
 }
 
 int norvel_cmn_card_type_query(int argc, char** argv) {
   print_note("%s\n", __func__);
-  return norvel_cmn_card_status_cmd(card_type_query, 0, argc, argv);
+  return norvel_cmn_card_status_cmd(norvel_common::card_type_query, 0, argc, argv);
 }
 
 int norvel_cmn_card_hotswap_test(int argc, char** argv) {
@@ -88,6 +82,6 @@ int norvel_cmn_card_hotswap_test(int argc, char** argv) {
   }
   std::int32_t opt = std::atoi(argv[3]);
   print_note("opt: %d\n", opt);
-  if (opt == 0) return send_values(card_hotswap_test, {&opt, 1});
+  if (opt == 0) return send_values(norvel_common::card_hotswap_test, {&opt, 1});
   return norvel_cmn_card_status_cmd_ex(argc, argv);
 }

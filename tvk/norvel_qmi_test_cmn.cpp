@@ -1,7 +1,8 @@
 // Group 5: DIAG requests, cards, maintenance, eSIM.
+#include "tvk/norvel_qmi_test_cmn.h"
+
 #include "tvk/command_group.h"
 #include "tvk/commands.h"
-#include "tvk/norvel_cmn.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "norvel_extend_qmi/norvel_extend_cmn.h"
+#include "norvel_extend_qmi/norvel_extend_client.h"
 
 constexpr unsigned int nvefs_request_type = 2;
 
@@ -49,10 +49,3 @@ struct nvefs_response {
 static_assert(sizeof(nvefs_response) == 444);
 static_assert(offsetof(nvefs_response, result) == 16);
 static_assert(offsetof(nvefs_response, data) == 20);
-
-/// Sends one request; 0 when client and modem both say success, else the mapped client result or
-/// the modem's. Logs the outcome under the function's name; `client_failure` is what is said when
-/// the client failed.
-[[nodiscard]] int nvefs_exchange(const char* function, const nvefs_request& request,
-                                 nvefs_response& response,
-                                 const char* client_failure = "norvel_extend_qmi_send_sync fail");

@@ -1,0 +1,41 @@
+#include "norvel_extend_qmi/norvel_diag_send_watcher.h"
+
+#include <cstdint>
+
+#include "norvel_extend_qmi/norvel_diag_send_response.h"
+#include "norvel_extend_qmi/norvel_diag_sleep.h"
+#include "norvel_extend_qmi/norvel_diag_thread.h"
+#include "norvel_extend_qmi/norvel_diag_wait.h"
+#include "qcril-common/utilities/norvel_ril_log.h"
+
+void* norvel_diag_cmd_send_with_result_wait_thread_proc(void* /*unused*/) {
+  using norvel_diag::g_diag_wait;
+  NORVEL_LOG_ENTRY();
+  const std::uint64_t connection = g_diag_wait.connection();
+  int count = 0;
+  do {
+    norvel_diag::sleep_for(norvel_diag::tick);
+    ++count;
+    NORVEL_LOG("norvel_diag_cmd_send_with_result_wait_thread_proc, cnt_of_100ms = %d", count);
+  } while (g_diag_wait.goes_on(connection, count));
+
+  // A response in pieces of which the last is full says nothing of its end.
+  const int length = norvel_diag::response_length();
+  if (length != 0 && length % norvel_diag::dci_piece_size == 0) {
+    NORVEL_LOG("stop waiting, receive success, length is times of 4096");
+    g_diag_wait.post(connection);
+  } else if (g_diag_wait.gives_up(connection, count)) {
+    NORVEL_LOG("stop waiting");
+    g_diag_wait.post(connection);
+  }
+  NORVEL_LOG_EXIT();
+  return nullptr;
+}
+
+void norvel_diag_cmd_send_with_result_wait_create_thread() {
+  NORVEL_LOG_ENTRY();
+  const int created =
+      norvel_diag::start_thread(norvel_diag_cmd_send_with_result_wait_thread_proc, nullptr);
+  NORVEL_LOG("norvel daig is created, conf = %d", created);  // sic
+  NORVEL_LOG_EXIT();
+}
