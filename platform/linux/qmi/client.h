@@ -56,8 +56,8 @@ class client final : public handle_object, public std::enable_shared_from_this<c
     std::span<std::uint8_t> response;
     std::optional<qmi_client_error_type> result = {};
     std::uint64_t indications_before = 0;  ///< queued when the result came
-    std::condition_variable_any changed =
-        {};  ///< its result, whether another receives, what is told
+    /// Notified of its result, when nobody receives any more, when an indication was told.
+    std::condition_variable_any changed = {};
   };
 
   struct indication {
