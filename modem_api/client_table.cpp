@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <deque>
 #include <new>
 #include <utility>
 
@@ -12,13 +13,37 @@
 namespace modem_api {
 namespace {
 
+/// A call that is to be made.
+struct status_report {
+  modem_api_status_cb callback;
+  std::uint32_t event;
+  std::uint32_t client_type;
+};
+
 struct client_table {
   std::array<client*, modem_api_max_clients> slots TVK_GUARDED_BY(lock){};
+  std::deque<status_report> reports TVK_GUARDED_BY(lock);
+  bool is_reporting TVK_GUARDED_BY(lock) = false;
   platform::mutex lock;  ///< the innermost: nothing is called while it is held
 };
 
 // Never destroyed: threads of the QMI library report to it until the process has ended.
 client_table& g_table = *new client_table;
+
+thread_local int callbacks_running = 0;
+
+struct callback_scope {
+  callback_scope() { ++callbacks_running; }
+  ~callback_scope() { --callbacks_running; }
+  callback_scope(const callback_scope&) = delete;
+  callback_scope& operator=(const callback_scope&) = delete;
+};
+
+std::uint32_t event_of(std::int32_t status) {
+  if (status == MODEM_API_STATUS_OPERATIONAL) return MODEM_API_EVENT_OPERATIONAL;
+  if (status == MODEM_API_STATUS_DOWN) return MODEM_API_EVENT_DOWN;
+  return 0;
+}
 
 client*& slot_of(std::uint32_t id) TVK_REQUIRES(g_table.lock) {
   return g_table.slots.at(id);
@@ -89,31 +114,49 @@ void tell_event(std::uint32_t client_type, std::uint32_t event, const void* data
   for (std::uint32_t id = 0; id < modem_api_max_clients; ++id) {
     const auto told = find_client(id);
     if (!told || told->type != client_type || told->event_cb == nullptr) continue;
+    const callback_scope scope;
     told->event_cb(event, data, length);
   }
+}
+
+void store_service_status(std::uint32_t client_type, std::int32_t status) {
+  constexpr const char* function = "modem_api_operational_status_cb";
+  ORVAX_LOG(ANDROID_LOG_DEBUG, function, "function entry");
+  const std::uint32_t event = event_of(status);
+  const platform::mutex_lock hold(g_table.lock);
+  for (client* const each : g_table.slots) {
+    if (each == nullptr || each->type != client_type) continue;
+    each->operational_status = status;
+    ORVAX_LOG(ANDROID_LOG_DEBUG, function, "client type %d, client id %d, operational_status %d",
+              static_cast<int>(each->type), static_cast<int>(each->id), status);
+    if (event == 0 || each->operational_status_cb == nullptr) continue;
+    g_table.reports.push_back({each->operational_status_cb, event, client_type});
+  }
+}
+
+void report_service_status() {
+  for (bool is_first = true;; is_first = false) {
+    status_report next{};
+    {
+      const platform::mutex_lock hold(g_table.lock);
+      if (is_first && g_table.is_reporting) return;
+      g_table.is_reporting = !g_table.reports.empty();
+      if (!g_table.is_reporting) return;
+      next = g_table.reports.front();
+      g_table.reports.pop_front();
+    }
+    const callback_scope scope;
+    next.callback(next.event, next.client_type);
+  }
+}
+
+bool is_in_callback() {
+  return callbacks_running != 0;
 }
 
 }  // namespace modem_api
 
 void modem_api_operational_status_cb(std::uint32_t client_type, std::int32_t status) {
-  using namespace modem_api;
-  ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "function entry");
-  std::array<modem_api_status_cb, modem_api_max_clients> concerned{};
-  {
-    const platform::mutex_lock hold(g_table.lock);
-    for (client* const each : g_table.slots) {
-      if (each == nullptr || each->type != client_type) continue;
-      each->operational_status = status;
-      concerned.at(each->id) = each->operational_status_cb;
-      ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "client type %d, client id %d, operational_status %d",
-                static_cast<int>(each->type), static_cast<int>(each->id), status);
-    }
-  }
-  std::uint32_t event = 0;
-  if (status == MODEM_API_STATUS_OPERATIONAL) event = MODEM_API_EVENT_OPERATIONAL;
-  if (status == MODEM_API_STATUS_DOWN) event = MODEM_API_EVENT_DOWN;
-  if (event == 0) return;
-  for (const auto callback : concerned) {
-    if (callback != nullptr) callback(event, client_type);
-  }
+  modem_api::store_service_status(client_type, status);
+  modem_api::report_service_status();
 }

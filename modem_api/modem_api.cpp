@@ -17,6 +17,13 @@ struct library {
 };
 library& g_library = *new library;
 
+/// What waits for the threads of the QMI library is refused on them.
+bool is_refused_here(const char* function) {
+  if (!modem_api::is_in_callback()) return false;
+  ORVAX_LOG(ANDROID_LOG_ERROR, function, "not supported in a callback");
+  return true;
+}
+
 /// 0 when requests may be sent for the client.
 std::uint32_t check_operational(std::uint32_t client_id, const char* function) {
   const auto client = modem_api::find_client(client_id);
@@ -39,6 +46,7 @@ qmi_client_error_type exchange(std::uint16_t message_id, Request& request, Respo
 }  // namespace
 
 std::uint32_t modem_api_init() {
+  if (is_refused_here(__func__)) return MODEM_API_NOT_SUPPORTED;
   ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "function entry");
   {
     const platform::mutex_lock hold(g_library.lock);
@@ -58,6 +66,7 @@ std::uint32_t modem_api_init() {
 std::uint32_t modem_api_init_client(std::uint32_t type, modem_api_event_cb event_cb,
                                     modem_api_status_cb operational_status_cb,
                                     std::uint32_t* client_id) {
+  if (is_refused_here(__func__)) return MODEM_API_NOT_SUPPORTED;
   std::uint32_t result = MODEM_API_FAILURE;
   const auto id = modem_api::add_client({.type = type,
                                          .id = 0,
@@ -76,17 +85,19 @@ std::uint32_t modem_api_init_client(std::uint32_t type, modem_api_event_cb event
   return result;
 }
 
-void modem_api_free_client(std::uint32_t client_id) {
+std::uint32_t modem_api_free_client(std::uint32_t client_id) {
   using modem_api::g_service_clients;
+  if (is_refused_here(__func__)) return MODEM_API_NOT_SUPPORTED;
   const platform::mutex_lock hold(g_service_clients.lock);
   const auto freed = modem_api::find_client(client_id);
   if (!freed) {
     ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "client already freed");
-    return;
+    return MODEM_API_SUCCESS;
   }
   auto& records = g_service_clients.records;
   if (freed->type < records.size()) vs_client_shutdown(records.at(freed->type));
   modem_api::remove_client(client_id);
+  return MODEM_API_SUCCESS;
 }
 
 void modem_api_release() {

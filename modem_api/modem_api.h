@@ -4,8 +4,9 @@
 //   modem_api_init, modem_api_init_client, modem_api_set_orvax_feature_status,
 //   modem_api_get_stats_parameter..., modem_api_free_client, modem_api_release
 //
-// Everything may be called from any thread, but clients are not made or freed in a callback: that
-// waits for the thread the callback runs on.
+// Everything may be called from any thread. Callbacks run without a lock and may send requests. The
+// library is not initialised and clients are not made or freed in a callback: that may wait for the
+// thread the callback runs on, and is refused as MODEM_API_NOT_SUPPORTED.
 #pragma once
 
 #include <cstdint>
@@ -61,8 +62,9 @@ std::uint32_t modem_api_init_client(std::uint32_t type, modem_api_event_cb event
                                     modem_api_status_cb operational_status_cb,
                                     std::uint32_t* client_id);
 
-/// Closes the connection too, though other clients of the type share it.
-void modem_api_free_client(std::uint32_t client_id);
+/// Closes the connection too, though other clients of the type share it. A client already freed is
+/// a success.
+std::uint32_t modem_api_free_client(std::uint32_t client_id);
 
 /// Forgets all clients. Free them first: their connections and memory stay.
 void modem_api_release();

@@ -26,8 +26,9 @@ struct service_client {
 
 /// Indexed by client type.
 struct service_clients {
-  /// Held while clients are made and released, which waits for the QMI library's threads: its
-  /// callbacks must not take it. The client table's lock may be taken inside it.
+  /// Held while clients are made and released, which waits for services and for the QMI library's
+  /// threads: neither callbacks nor requests take it. The connection's and the client table's lock
+  /// may be taken inside it, in this order.
   platform::mutex lock;
   std::array<service_client, 4> records TVK_GUARDED_BY(lock){};
 };

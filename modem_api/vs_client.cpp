@@ -21,10 +21,16 @@ using modem_api::service_client;
 constexpr std::uint32_t connect_timeout_ms = 4;
 constexpr int most_tries = 9;  // after the first call
 
-/// Counts connections and notifiers, so that callbacks and threads can tell theirs from another.
-std::uintptr_t g_generation TVK_GUARDED_BY(g_service_clients.lock) = 0;
-/// The last connection whose service was lost. Set by callbacks, which hold no lock.
-std::atomic<std::uintptr_t> g_lost_generation = 0;
+/// What callbacks and requests see of the connection: nothing waits with this lock held.
+struct connection_state {
+  platform::mutex lock;
+  qmi_client_type handle TVK_GUARDED_BY(lock) = nullptr;  ///< null without a connection
+  /// Counts connections and notifiers, so that callbacks and threads can tell theirs from another.
+  std::uintptr_t generation TVK_GUARDED_BY(lock) = 0;
+  /// The last connection whose service was lost: perhaps before it became the present one.
+  std::uintptr_t lost_generation TVK_GUARDED_BY(lock) = 0;
+};
+connection_state& g_connection = *new connection_state;
 
 void pause_a_second() {
   std::this_thread::sleep_for(std::chrono::seconds(1));
@@ -41,6 +47,12 @@ void* to_data(std::uintptr_t generation) {
 }
 std::uintptr_t to_generation(const void* data) {
   return reinterpret_cast<std::uintptr_t>(data);
+}
+
+/// Of what is being made. It is the present one when it is done: those who make it hold the lock.
+std::uintptr_t next_generation() TVK_REQUIRES(g_service_clients.lock) {
+  const platform::mutex_lock hold(g_connection.lock);
+  return g_connection.generation + 1;
 }
 
 /// All instances are the same to the program.
@@ -70,21 +82,42 @@ qmi_client_error_type vs_client_init_client_handles() TVK_REQUIRES(g_service_cli
     ORVAX_LOG(ANDROID_LOG_ERROR, __func__, "qmi_client_init_instance returned failure(%d)", error);
     return error;
   }
-  // A service that is gone already calls back in here; what follows from it waits for the lock.
+  // A service that is gone already calls back in here, before the generation is the present one.
   qmi_client_register_error_cb(record.handle, vs_client_service_down_event,
-                               to_data(++g_generation));
+                               to_data(next_generation()));
   record.initialised = 1;
   ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "function exit with ret %ld", 0L);
   return QMI_NO_ERR;
 }
 
-bool is_lost() TVK_REQUIRES(g_service_clients.lock) {
-  return g_lost_generation == g_generation;
+/// Makes the connection the present one, and its clients operational unless its service has gone
+/// already: false then. Reports nothing yet.
+template <typename Store>
+bool take_up_connection(Store store_operational) TVK_REQUIRES(g_service_clients.lock) {
+  const platform::mutex_lock hold(g_connection.lock);
+  ++g_connection.generation;
+  if (g_connection.lost_generation == g_connection.generation) {
+    modem_api::store_service_status(MODEM_API_CLIENT_VS, MODEM_API_STATUS_DOWN);
+    return false;
+  }
+  g_connection.handle = vs_record().handle;
+  store_operational();
+  return true;
+}
+
+/// Requests get no handle from now on; what the record's handle stands for ends here.
+void release_handle(service_client& record) TVK_REQUIRES(g_service_clients.lock) {
+  {
+    const platform::mutex_lock hold(g_connection.lock);
+    g_connection.handle = nullptr;
+  }
+  qmi_client_release(std::exchange(record.handle, nullptr));
 }
 
 /// Whether a thread started for this generation still has something to do.
 bool is_current(std::uintptr_t generation) TVK_REQUIRES(g_service_clients.lock) {
-  return vs_record().initialised != 0 && g_generation == generation;
+  const platform::mutex_lock hold(g_connection.lock);
+  return vs_record().initialised != 0 && g_connection.generation == generation;
 }
 
 void start_detached(void* (*body)(void*), void* data) {
@@ -98,42 +131,94 @@ void start_detached(void* (*body)(void*), void* data) {
   pthread_attr_destroy(&attributes);
 }
 
+/// A service that is up already calls back in here: its thread waits for the lock.
+void arm_notifier(service_client& record) TVK_REQUIRES(g_service_clients.lock) {
+  std::uintptr_t generation = 0;
+  {
+    const platform::mutex_lock hold(g_connection.lock);
+    generation = ++g_connection.generation;
+  }
+  const auto made = qmi_client_notifier_init(record.service, &record.os_params, &record.handle);
+  ORVAX_LOG(ANDROID_LOG_DEBUG, "vs_client_release_qmi_client_thread",
+            "qmi_client_notifier_init return %d", made);
+  if (made != QMI_NO_ERR) return;
+  const auto registered =
+      qmi_client_register_notify_cb(record.handle, vs_client_service_up_event, to_data(generation));
+  ORVAX_LOG(ANDROID_LOG_DEBUG, "vs_client_release_qmi_client_thread",
+            "qmi_client_register_notify_cb %d", registered);
+}
+
 void* vs_client_release_qmi_client_thread(void* data) {
   const platform::mutex_lock hold(g_service_clients.lock);
   if (!is_current(to_generation(data))) return nullptr;
-  service_client& record = vs_record();
-  qmi_client_release(std::exchange(record.handle, nullptr));
-  ++g_generation;
-  const auto made = qmi_client_notifier_init(record.service, &record.os_params, &record.handle);
-  ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "qmi_client_notifier_init return %d", made);
-  if (made != QMI_NO_ERR) return nullptr;
-  const auto registered = qmi_client_register_notify_cb(record.handle, vs_client_service_up_event,
-                                                        to_data(g_generation));
-  ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "qmi_client_register_notify_cb %d", registered);
+  release_handle(vs_record());
+  arm_notifier(vs_record());
   return nullptr;
 }
 
+/// Connects again. A service that went meanwhile is waited for with a new notifier.
+void resume(std::uintptr_t generation) TVK_REQUIRES(g_service_clients.lock) {
+  if (!is_current(generation)) return;
+  service_client& record = vs_record();
+  release_handle(record);
+  if (vs_client_init_client_handles() != QMI_NO_ERR) return arm_notifier(record);
+  const bool is_up = take_up_connection(
+      [] { modem_api::store_service_status(MODEM_API_CLIENT_VS, MODEM_API_STATUS_OPERATIONAL); });
+  if (is_up) return;
+  release_handle(record);
+  arm_notifier(record);
+}
+
 void* vs_client_resume_qmi_client_thread(void* data) {
-  const platform::mutex_lock hold(g_service_clients.lock);
-  if (!is_current(to_generation(data))) return nullptr;
-  vs_client_shutdown(vs_record());
-  if (vs_client_init_client_handles() != QMI_NO_ERR) return nullptr;
-  modem_api_operational_status_cb(MODEM_API_CLIENT_VS, MODEM_API_STATUS_OPERATIONAL);
-  // Lost before it was reported: the last report must be the true one.
-  if (is_lost()) modem_api_operational_status_cb(MODEM_API_CLIENT_VS, MODEM_API_STATUS_DOWN);
+  {
+    const platform::mutex_lock hold(g_service_clients.lock);
+    resume(to_generation(data));
+  }
+  modem_api::report_service_status();
   return nullptr;
 }
 
 void vs_client_enter_suspend(void* data) {
   ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "function entry");
-  g_lost_generation = to_generation(data);
-  modem_api_operational_status_cb(MODEM_API_CLIENT_VS, MODEM_API_STATUS_DOWN);
+  {
+    const platform::mutex_lock hold(g_connection.lock);
+    g_connection.lost_generation = to_generation(data);
+    // Otherwise the thread that connects finds it lost.
+    if (g_connection.lost_generation != g_connection.generation) return;
+    modem_api::store_service_status(MODEM_API_CLIENT_VS, MODEM_API_STATUS_DOWN);
+  }
+  modem_api::report_service_status();
   start_detached(vs_client_release_qmi_client_thread, data);
 }
 
 void vs_client_enter_resume(void* data) {
   ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "function entry");
   start_detached(vs_client_resume_qmi_client_thread, data);
+}
+
+std::uint32_t connect_or_share(std::uint32_t client_id) {
+  constexpr const char* function = "vs_client_init";
+  const platform::mutex_lock hold(g_service_clients.lock);
+  const auto status = modem_api::share_status(client_id);
+  if (status && *status != MODEM_API_STATUS_OPERATIONAL) {
+    ORVAX_LOG(ANDROID_LOG_ERROR, function,
+              "Another client init vs client with operational status %d", *status);
+    return MODEM_API_FAILURE;
+  }
+  service_client& record = vs_record();
+  // The connection may have been closed with a third client.
+  if (status && record.initialised != 0) {
+    ORVAX_LOG(ANDROID_LOG_DEBUG, function, "Already another client init vs client successfully");
+    return MODEM_API_SUCCESS;
+  }
+  ORVAX_LOG(ANDROID_LOG_DEBUG, function, "Client connecting to QMI FW");
+  if (vs_client_init_client_handles() != QMI_NO_ERR) return MODEM_API_FAILURE;
+  const bool is_up = take_up_connection(
+      [&] { modem_api::set_client_status(client_id, MODEM_API_STATUS_OPERATIONAL); });
+  if (is_up) return MODEM_API_SUCCESS;
+  release_handle(record);
+  arm_notifier(record);
+  return MODEM_API_SUCCESS;
 }
 
 void vs_client_ind_hdlr(unsigned int msg_id, const void* indication, std::uint32_t length) {
@@ -148,33 +233,19 @@ void vs_client_ind_hdlr(unsigned int msg_id, const void* indication, std::uint32
 }  // namespace
 
 std::uint32_t vs_client_init(std::uint32_t client_id) {
-  const platform::mutex_lock hold(g_service_clients.lock);
-  const auto status = modem_api::share_status(client_id);
-  if (status && *status != MODEM_API_STATUS_OPERATIONAL) {
-    ORVAX_LOG(ANDROID_LOG_ERROR, __func__,
-              "Another client init vs client with operational status %d", *status);
-    return MODEM_API_FAILURE;
-  }
-  // The connection may have been closed with a third client.
-  if (status && vs_record().initialised != 0) {
-    ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "Already another client init vs client successfully");
-    return MODEM_API_SUCCESS;
-  }
-  ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "Client connecting to QMI FW");
-  if (vs_client_init_client_handles() != QMI_NO_ERR) return MODEM_API_FAILURE;
-  modem_api::set_client_status(client_id, MODEM_API_STATUS_OPERATIONAL);
-  if (is_lost()) modem_api::set_client_status(client_id, MODEM_API_STATUS_DOWN);
-  return MODEM_API_SUCCESS;
+  const std::uint32_t result = connect_or_share(client_id);
+  modem_api::report_service_status();
+  return result;
 }
 
 void vs_client_shutdown(service_client& record) {
   if (std::exchange(record.initialised, 0) == 0) return;
-  qmi_client_release(std::exchange(record.handle, nullptr));
+  release_handle(record);
 }
 
 qmi_client_type vs_client_handle() {
-  const platform::mutex_lock hold(g_service_clients.lock);
-  return vs_record().handle;
+  const platform::mutex_lock hold(g_connection.lock);
+  return g_connection.handle;
 }
 
 vs_client_pause_type vs_client_set_pause(vs_client_pause_type pause) {

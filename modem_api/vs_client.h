@@ -1,6 +1,8 @@
 // The connection to the vendor's statistics service, and how it follows the service down and up.
 //
 //   connected -- service down --> released, notifier armed -- service up --> connected
+//                                         ^                         |
+//                                         +-- gone before the tries to connect are over
 //
 // The QMI library's callbacks only report and start a detached thread; the thread does what has to
 // wait. A thread that comes too late, because the connection it was started for has ended
@@ -19,7 +21,7 @@
 void vs_client_shutdown(modem_api::service_client& record)
     TVK_REQUIRES(modem_api::g_service_clients.lock);
 
-/// The handle of the connection; null when there is none.
+/// The handle of the connection; null when there is none. Does not wait for one that is being made.
 [[nodiscard]] qmi_client_type vs_client_handle();
 
 /// Between two tries to connect: a second, unless set. Returns what it was.

@@ -129,7 +129,8 @@ qmi_client_error_type qmi_client_message_decode(qmi_client_type user_handle,
                                                 unsigned int src_len, void* dst,
                                                 unsigned int dst_len);
 
-/// Returns when the client's thread has ended: never call it from a callback of the same handle.
+/// Returns when the client's thread has ended: never call it from a callback of the same handle. (The
+/// library of a Linux host allows it: nothing but that callback runs afterwards.)
 qmi_client_error_type qmi_client_release(qmi_client_type user_handle);
 }
 

@@ -1,5 +1,8 @@
 // tarvik_console GROUP [SUB] [ARGS...]: one command a run. The exit status is 0 whatever comes of
 // it; results are read from what is printed.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <cstdio>
@@ -33,9 +36,21 @@ constexpr auto groups = std::to_array<group_entry>({
     {10, norvel_test_mbn_do},
 });
 
+/// A standard descriptor that the caller closed would be the number of the next socket or port, and
+/// what is printed would go there. Its place is kept; not for writing, so that printing still
+/// fails.
+void keep_standard_descriptors() {
+  int opened = 0;
+  do {
+    opened = ::open("/dev/null", O_RDONLY);
+  } while (opened >= 0 && opened <= STDERR_FILENO);
+  if (opened >= 0) ::close(opened);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  keep_standard_descriptors();
   // A pipe or file gets each line as soon as it is printed, as a terminal does: a command may wait
   // for long, and may be killed while it does.
   std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);

@@ -7,7 +7,6 @@
 
 #include <random>
 #include <string>
-#include <thread>
 
 #include "support/bytes.h"
 #include "support/hand_modem.h"
@@ -218,9 +217,8 @@ TEST(raw_exchange, indication_is_printed_and_the_answer_still_counts) {
     SCOPED_TRACE(row.name);
     hand_modem modem;
     modem.on_request([&](const datagram& request) {
-      modem.send({request.node, request.port, row.indication});
-      std::this_thread::sleep_for(std::chrono::milliseconds(200));  // it is printed by now
-      return right_answer(request);
+      return std::vector<datagram>{{request.node, request.port, row.indication},
+                                   right_answer(request)[0]};
     });
     expect_output(exchange(modem), row.printed + success);
   }
@@ -241,6 +239,25 @@ TEST(raw_exchange, server_or_connection_lost_during_a_request_ends_it_at_once) {
     const auto got = exchange(modem);
     expect_output(got, failure_with(-2));
     EXPECT_LT(got.duration, std::chrono::milliseconds(2500));
+  }
+}
+
+TEST(raw_exchange, no_socket_takes_the_place_of_a_closed_standard_descriptor) {
+  if (TVK_CROSS_BUILD) GTEST_SKIP() << "a shell does not run the programs of a cross build";
+  const struct {
+    const char* closed;
+    bool prints;
+  } rows[] = {{"<&-", true}, {">&-", false}, {"2>&-", true}, {"<&- >&- 2>&-", false}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.closed);
+    hand_modem modem;
+    modem.on_request(right_answer);
+    const auto got = support::run(
+        "sh", {"-c", std::string("exec \"$0\" 6 0 0x1f 255 0x100 ") + row.closed, TVK_PROGRAM},
+        {{"TVK_MODEM", modem.endpoint()}});
+    EXPECT_EQ(got.output, row.prints ? up_to_the_exchange + success : "");
+    EXPECT_EQ(got.exit_status, 0);
+    EXPECT_EQ(modem.requests().size(), 1U) << "and nothing that was printed";
   }
 }
 

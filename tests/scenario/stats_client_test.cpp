@@ -169,7 +169,7 @@ TEST_F(stats_client, response_that_comes_later_is_copied_unless_cancelled) {
 }
 
 hand_modem* modem_to_come;
-int pauses;
+std::atomic<int> pauses;
 
 TEST_F(stats_client, service_that_comes_late_is_tried_for_and_one_that_does_not_is_given_up) {
   hand_modem modem(std::vector<qmi_server>{});
@@ -226,6 +226,51 @@ TEST_F(stats_client, indications_are_handed_on_when_they_are_known) {
   EXPECT_EQ(logged("Indication decode failed for msg 0x3 with error -46\n"), 1);
   EXPECT_EQ(logged("vs_client_ind_hdlr: Handling indication msg 0x3\n"), 1);
   modem_api_free_client(id);
+}
+
+/// What a callback of client 0 gets from the library.
+struct calls {
+  std::atomic<bool> made = false;
+  std::uint32_t request = 99, init = 99, init_client = 99, free_client = 99;
+};
+calls from_status, from_event;
+
+void call_back(calls& made) {
+  if (made.made) return;
+  vendor_stats_get_resp_v01 answer;
+  std::uint32_t id = 0;
+  made.request = modem_api_get_stats_parameter(0, 1, 1, 100, answer);
+  made.init = modem_api_init();
+  made.init_client = modem_api_init_client(MODEM_API_CLIENT_VS, nullptr, nullptr, &id);
+  made.free_client = modem_api_free_client(0);
+  made.made = true;
+}
+
+TEST_F(stats_client, callback_may_send_requests_but_not_make_or_free_clients) {
+  hand_modem modem({statistics});
+  use(modem, done, done);
+  std::uint32_t id = 99;
+  ASSERT_EQ(modem_api_init_client(
+                MODEM_API_CLIENT_VS,
+                [](std::uint32_t, const void*, std::uint32_t) { call_back(from_event); },
+                [](std::uint32_t event, std::uint32_t) {
+                  if (event == MODEM_API_EVENT_OPERATIONAL) call_back(from_status);
+                },
+                &id),
+            0U);
+  ASSERT_EQ(id, 0U);
+  modem.withdraw(statistics);
+  modem.publish(statistics);
+  for (auto* const each : {&from_status, &from_event}) {
+    SCOPED_TRACE(each == &from_status ? "status" : "event");
+    ASSERT_TRUE(soon([&] { return each->made.load(); }));
+    EXPECT_EQ(each->request, 0U);
+    EXPECT_EQ(each->init, 4U);
+    EXPECT_EQ(each->init_client, 4U);
+    EXPECT_EQ(each->free_client, 4U);
+    modem.send({0, 0x101, hex("04 0000 0300 0700 01 0400 01000000")});
+  }
+  EXPECT_EQ(modem_api_free_client(id), 0U);
 }
 
 /// Group 9, without its first line.
@@ -319,6 +364,28 @@ TEST_F(stats_client, client_follows_its_service_down_and_up) {
     modem.publish(statistics);
     ASSERT_TRUE(soon([&] { return came_up == round; }));
   }
+  modem_api_free_client(id);
+}
+
+TEST_F(stats_client, service_that_goes_again_at_once_is_followed_when_it_comes_to_stay) {
+  hand_modem modem({statistics});
+  use(modem, done, done);
+  std::uint32_t id = 0;
+  ASSERT_EQ(add_client(MODEM_API_CLIENT_VS, &id), 0U);
+  pauses = 0;
+  vs_client_set_pause(+[] { ++pauses; });
+  modem.withdraw(statistics);
+  for (int round = 1; round <= 2; ++round) {
+    ASSERT_TRUE(soon([&] { return logged("qmi_client_register_notify_cb 0\n") == round; }));
+    modem.flap(statistics);
+    ASSERT_TRUE(
+        soon([&] { return logged("qmi_client_init_instance returned failure(-3)") == round; }));
+    EXPECT_EQ(pauses, 9 * round);
+  }
+  modem.publish(statistics);
+  ASSERT_TRUE(soon([] { return came_up == 1; }));
+  EXPECT_EQ(went_down, 1);
+  EXPECT_EQ(modem_api_set_orvax_feature_status(id), 0U);
   modem_api_free_client(id);
 }
 

@@ -101,6 +101,29 @@ TEST(transport, socket_left_behind_by_a_dead_modem_is_waited_at) {
   EXPECT_EQ(got.exit_status, 0);
 }
 
+TEST(transport, wait_names_service_endpoint_and_limit_once) {
+  const struct {
+    std::vector<std::string> arguments;
+    const char* waits;
+    const char* limit;
+  } rows[] = {
+      {{"6", "0", "1"}, "QMI service 0xFFE4", "until it comes"},
+      {{"5", "10", "1", "1"}, "QMI service 0x0B", "for up to 4000 ms in each try"},
+      {{"5", "8"}, "QMI service 0x11", "for up to 4 ms in each try"},
+      {{"9", "0", "0"}, "QMI service 0xE4", "for up to 4 ms in each try"},
+      {{"10", "0", "1"}, "QMI service 0x24", "for up to 4 ms in each try"},
+  };
+  const simulated_modem modem({}, simulated_modem::begin::later);
+  for (const auto& row : rows) {
+    const auto console = support::start_console(modem.endpoint(), row.arguments);
+    const std::string line = std::string("tvk: waiting for ") + row.waits + " at " +
+                             modem.endpoint() + " " + row.limit + "\n";
+    EXPECT_TRUE(console->wait_for_error_text(line)) << line;
+    console->send_signal(SIGKILL);
+    EXPECT_EQ(console->wait().errors, line);
+  }
+}
+
 /// Sockets that are there but are no modem.
 class listener {
  public:
@@ -120,7 +143,7 @@ class listener {
 };
 
 /// The tool ends by itself, soon, with one line on standard error that names the endpoint.
-void expect_refused(const std::string& endpoint) {
+void expect_refused(const std::string& endpoint, const std::string& why = "") {
   SCOPED_TRACE(endpoint);
   const auto console = support::start_console(endpoint, command);
   const auto got = console->wait(milliseconds(10000));
@@ -129,7 +152,7 @@ void expect_refused(const std::string& endpoint) {
   EXPECT_EQ(got.exit_status, 0);
   EXPECT_TRUE(contains(got.output, "\nnorvel_extend_qmi_handle_req_cb result:-2\n")) << got.output;
   EXPECT_TRUE(contains(got.output, "\nqmi_id = 0, result = -2\n")) << got.output;
-  EXPECT_TRUE(contains(got.errors, endpoint)) << got.errors;
+  EXPECT_TRUE(contains(got.errors, endpoint + ": " + why)) << got.errors;
   EXPECT_EQ(std::count(got.errors.begin(), got.errors.end(), '\n'), 1) << got.errors;
 }
 
@@ -176,9 +199,10 @@ TEST(transport, what_is_printed_before_a_wait_is_seen_during_it) {
 }
 
 TEST(transport, endpoint_of_unknown_form_is_refused) {
-  for (const auto* endpoint : {"tcp:1.2.3.4:5", "bogus", "unix", "unix:", "UNIX:/tmp/x"}) {
-    expect_refused(endpoint);
+  for (const auto* endpoint : {"tcp:1.2.3.4:5", "bogus", "UNIX:/tmp/x"}) {
+    expect_refused(endpoint, "no such kind of endpoint; ");
   }
+  for (const auto* endpoint : {"unix", "unix:"}) expect_refused(endpoint, "PATH is missing; ");
   expect_refused("unix:/tmp/" + std::string(300, 'x'));
 }
 

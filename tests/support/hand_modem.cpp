@@ -108,6 +108,12 @@ void hand_modem::withdraw(const qmi_server& server) {
   announce(del_server, server);
 }
 
+void hand_modem::flap(const qmi_server& server) {
+  const std::lock_guard lock(mutex_);
+  announce(new_server, server);
+  announce(del_server, server);
+}
+
 void hand_modem::send(const datagram& message) {
   const std::lock_guard lock(mutex_);
   for (const auto& each : connections_) {

@@ -64,6 +64,8 @@ class hand_modem {
   void publish(const qmi_server& server);
   /// DEL_SERVER to the lookups that match.
   void withdraw(const qmi_server& server);
+  /// NEW_SERVER and DEL_SERVER to the lookups that match: no lookup finds the server.
+  void flap(const qmi_server& server);
   /// To every connection that has sent data to a server.
   void send(const datagram& message);
   void close_connections();

@@ -16,6 +16,7 @@
 #include "protocol/diag_answer.h"
 #include "support/bytes.h"
 #include "support/hand_diag.h"
+#include "support/no_more_threads.h"
 
 namespace {
 
@@ -82,6 +83,30 @@ TEST(diag_library, every_kind_of_port_carries_every_byte) {
   }
 }
 
+TEST(diag_library, what_is_not_a_port_says_what_is_missing) {
+  const struct {
+    const char* endpoint;
+    const char* why;
+  } rows[] = {
+      {"unix", "PATH is missing"},           {"unix:", "PATH is missing"},
+      {"tty:", "PATH is missing"},           {"tcp:", "HOST:PORT is missing"},
+      {"tcp::2500", "HOST is missing"},      {"tcp:localhost", "PORT is missing"},
+      {"tcp:localhost:", "PORT is missing"}, {"usb:1", "no such kind of port"},
+  };
+  for (const auto& row : rows) {
+    setenv("TVK_DIAG", row.endpoint, 1);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Diag_LSM_Init(nullptr), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              std::string("tvk: DIAG port ") + row.endpoint + ": " + row.why +
+                  "; expected one of a modem, as TVK_DIAG=unix:PATH, tcp:HOST:PORT or tty:PATH\n");
+  }
+  const hand_diag port;
+  setenv("TVK_DIAG", port.endpoint().c_str(), 1);
+  support::no_more_threads();
+  EXPECT_EQ(Diag_LSM_Init(nullptr), 0) << "nobody would read";
+}
+
 TEST(diag_library, port_that_goes_is_opened_by_a_later_request) {
   hand_diag port;
   begin_callback_mode(port);
@@ -136,6 +161,11 @@ TEST(diag_library, dci_client_gets_pieces_streams_and_signals_with_a_handler) {
   EXPECT_EQ(events.take(3), (std::vector<bytes>{hex("0C00 4A46 BE0C0A9E34DDD400 0689"),
                                                 hex("0B00 B726 000C0A9E34DDD400 1A"),
                                                 hex("0E00 0160 000C0A9E34DDD400 03 5A5B5C")}));
+
+  // A release waits for what runs: the signals of this answer are over before there is a handler.
+  int other = 0;
+  ASSERT_EQ(diag_register_dci_client(&other, &peripherals, 0, &signal), DIAG_DCI_NO_ERROR);
+  ASSERT_EQ(diag_release_dci_client(&other), DIAG_DCI_NO_ERROR);
 
   struct sigaction action {};
   action.sa_sigaction = [](int number, siginfo_t* info, void*) {

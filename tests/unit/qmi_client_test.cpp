@@ -15,6 +15,7 @@
 
 #include "support/bytes.h"
 #include "support/hand_modem.h"
+#include "support/no_more_threads.h"
 
 namespace {
 
@@ -138,13 +139,15 @@ class qmi_client : public testing::Test {
     setenv("TVK_MODEM", modem_->endpoint().c_str(), 1);
   }
 
-  qmi_client_type connect() {
+  qmi_client_type connect(qmi_client_ind_cb callback = on_indication, void* data = nullptr) {
     qmi_service_info info[1] = {};
     std::uint32_t entries = 1;
     std::uint32_t services = 0;
     EXPECT_EQ(qmi_client_get_service_list(service, info, &entries, &services), 0);
     qmi_client_type handle = nullptr;
-    EXPECT_EQ(qmi_client_init(info, service, on_indication, &log_, nullptr, &handle), 0);
+    EXPECT_EQ(
+        qmi_client_init(info, service, callback, data == nullptr ? &log_ : data, nullptr, &handle),
+        0);
     EXPECT_NE(handle, nullptr);
     return handle;
   }
@@ -465,6 +468,90 @@ TEST_F(qmi_client, indications_come_on_another_thread_in_order_and_may_be_empty)
   EXPECT_EQ(decode(4, tlvs, 4), -43);
   EXPECT_EQ(decode(3, {}, 4), -46);
   EXPECT_EQ(qmi_client_release(handle), 0);
+}
+
+/// Sends message 1 with `before` ahead of its answer, when that answers `number`.
+void tell_before_answer_to(std::uint8_t number, const std::vector<bytes>& before,
+                           hand_modem& modem) {
+  modem.on_request([=](const datagram& request) {
+    std::vector<datagram> all;
+    if (request.data.at(10) == number) {
+      for (const auto& each : before) all.push_back({request.node, request.port, each});
+    }
+    all.push_back(echo(request)[0]);
+    return all;
+  });
+}
+
+TEST_F(qmi_client, indications_that_come_before_an_answer_are_told_before_it) {
+  start_modem();
+  tell_before_answer_to(1, {hex("04 0100 0300 0000"), hex("04 0200 0400 0000")}, *modem_);
+  auto* handle = connect();
+  for (std::size_t round = 1; round <= 100; ++round) {
+    ASSERT_EQ(send(handle, 1, 5000), 0);
+    ASSERT_EQ(log_.count(log_.indications), 2 * round);
+    ASSERT_EQ(log_.indications.back().message_id, 4U);
+  }
+  EXPECT_EQ(qmi_client_release(handle), 0);
+}
+
+TEST_F(qmi_client, callback_may_send_requests_and_release_its_handle) {
+  struct outcome {
+    std::atomic<int> sent{99};
+    std::atomic<int> released{99};
+  };
+  const auto ask_and_release = [](qmi_client_type handle, unsigned int, void*, unsigned int,
+                                  void* data) {
+    auto& got = *static_cast<outcome*>(data);
+    got.sent = send(handle, 2, 5000);
+    got.released = qmi_client_release(handle);
+  };
+  start_modem();
+  const auto indication = hex("04 0100 0300 0000");
+  tell_before_answer_to(1, {indication, indication}, *modem_);
+  for (const bool during_request : {false, true}) {
+    SCOPED_TRACE(during_request);
+    outcome got;
+    auto* handle = connect(ask_and_release, &got);
+    EXPECT_EQ(send(handle, during_request ? 1 : 3, 5000), 0);
+    if (!during_request) modem_->send({0, 0x201, indication});
+    ASSERT_TRUE(eventually([&] { return got.released != 99; }));
+    EXPECT_EQ(got.sent, 0);
+    EXPECT_EQ(got.released, 0);
+    EXPECT_EQ(send(handle, 1, 5000), -18);
+  }
+  qmi_client_os_params signal{};
+  qmi_client_type notifier = nullptr;
+  std::atomic<int> released = 99;
+  ASSERT_EQ(qmi_client_notifier_init(service, &signal, &notifier), 0);
+  const auto release = [](qmi_client_type handle, qmi_idl_service_object_type,
+                          qmi_client_notify_event_type event, void* data) {
+    if (event != QMI_CLIENT_SERVICE_COUNT_DEC) return;
+    *static_cast<std::atomic<int>*>(data) = qmi_client_release(handle);
+  };
+  ASSERT_EQ(qmi_client_register_notify_cb(notifier, release, &released), 0);
+  modem_->withdraw(server());
+  EXPECT_TRUE(eventually([&] { return released == 0; }));
+}
+
+TEST_F(qmi_client, host_without_a_thread_is_an_error_and_named) {
+  start_modem();
+  qmi_service_info info[1] = {};
+  std::uint32_t entries = 1;
+  std::uint32_t services = 0;
+  ASSERT_EQ(qmi_client_get_service_list(service, info, &entries, &services), 0);
+  support::no_more_threads();
+  qmi_client_os_params signal{};
+  qmi_client_type handle = nullptr;
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(qmi_client_notifier_init(service, &signal, &handle), -1);
+  EXPECT_EQ(qmi_client_init(info, service, on_indication, &log_, nullptr, &handle), -1);
+  EXPECT_EQ(qmi_client_init_instance(service, QMI_CLIENT_INSTANCE_ANY, on_indication, &log_,
+                                     &signal, 1000, &handle),
+            -1);
+  EXPECT_EQ(handle, nullptr);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "tvk: cannot start a thread: Resource temporarily unavailable\n");
 }
 
 TEST_F(qmi_client, requests_of_several_threads_on_one_handle_each_get_their_answer) {

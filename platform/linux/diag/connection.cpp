@@ -47,14 +47,13 @@ connection::connection(listeners to)
 
 bool connection::start() {
   if (!port()) return false;
-  thread_.start([self = shared_from_this()] { self->run(); });
-  return true;
+  return thread_.start([self = shared_from_this()] { self->run(); });
 }
 
 void connection::stop() {
   stopping_ = true;
   wake();
-  if (own_thread_ != std::this_thread::get_id()) thread_.wait();
+  thread_.wait();
 }
 
 bool connection::send(byte_view request, int owner, answer_handler handler) {
@@ -79,7 +78,7 @@ void connection::forget(int owner) {
     const platform::mutex_lock hold(lock_);
     std::erase_if(waiting_, [&](const waiting& each) { return each.owner == owner; });
   };
-  if (own_thread_ == std::this_thread::get_id()) return drop();
+  if (thread_.is_current()) return drop();
   const platform::mutex_lock nothing_runs(calling_);
   drop();
 }
@@ -114,7 +113,6 @@ void connection::wake() const {
 }
 
 void connection::run() {
-  own_thread_ = std::this_thread::get_id();
   std::vector<std::uint8_t> buffer(read_size);
   protocol::hdlc::deframer frames;
   shared_port from = present_port();

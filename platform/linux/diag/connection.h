@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <thread>
 #include <vector>
 
 #include "platform/linux/diag/port.h"
@@ -35,7 +34,7 @@ class connection : public std::enable_shared_from_this<connection> {
  public:
   explicit connection(listeners to);
 
-  /// False when there is no port.
+  /// False when there is no port, or no thread.
   [[nodiscard]] bool start();
 
   /// Nothing is called any more when this returns; when called from the connection's own thread,
@@ -73,7 +72,6 @@ class connection : public std::enable_shared_from_this<connection> {
   const listeners to_;
   const platform::file_descriptor wake_;
   std::atomic<bool> stopping_ = false;
-  std::atomic<std::thread::id> own_thread_;
   platform::library_thread thread_;
 
   // Taken in this order.

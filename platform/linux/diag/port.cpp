@@ -36,7 +36,13 @@ struct opened {
 };
 
 opened failed(int error) {
-  return {{}, std::strerror(error)};
+  std::string text = std::strerror(error);
+  if (error == ETIMEDOUT) text += " after " + std::to_string(connect_timeout_ms) + " ms";
+  return {{}, std::move(text)};
+}
+
+opened missing(std::string_view what) {
+  return {{}, std::string(what) + " is missing"};
 }
 
 /// 0, or the error of a connection that was begun.
@@ -83,12 +89,12 @@ opened connect_tcp(int family, const sockaddr* address, socklen_t size) {
 opened open_tcp(const std::string& text) {
   const auto colon = text.find_last_of(':');
   std::string host = text.substr(0, colon);
+  if (host.empty()) return missing("HOST");
+  if (colon == std::string::npos || colon + 1 == text.size()) return missing("PORT");
   if (host == "localhost") host = "127.0.0.1";
   if (host.starts_with('[') && host.ends_with(']')) host = host.substr(1, host.size() - 2);
   std::uint16_t number = 0;
-  if (colon != std::string::npos) {
-    std::from_chars(text.data() + colon + 1, text.data() + text.size(), number);
-  }
+  std::from_chars(text.data() + colon + 1, text.data() + text.size(), number);
   sockaddr_in v4{};
   v4.sin_family = AF_INET;
   v4.sin_port = htons(number);
@@ -116,14 +122,17 @@ opened open_tty(const std::string& path) {
 
 struct kind {
   std::string_view scheme;
+  std::string_view rest;
   opened (*open)(const std::string& rest);
 };
-constexpr kind kinds[] = {{"unix", open_unix}, {"tcp", open_tcp}, {"tty", open_tty}};
+constexpr kind kinds[] = {
+    {"unix", "PATH", open_unix}, {"tcp", "HOST:PORT", open_tcp}, {"tty", "PATH", open_tty}};
 
 opened open_endpoint(const std::string& text) {
   const auto parts = protocol::split_endpoint(text);
   const auto* kind = std::ranges::find(kinds, parts.scheme, &kind::scheme);
   if (kind == std::end(kinds)) return {{}, "no such kind of port"};
+  if (parts.rest.empty()) return missing(kind->rest);
   return kind->open(std::string(parts.rest));
 }
 

@@ -10,6 +10,9 @@ namespace {
 using protocol::qmi::header_size;
 using protocol::qmi::message_kind;
 
+/// Datagrams that the client's thread receives before it calls back: a modem may send without end.
+constexpr int most_at_once = 64;
+
 std::size_t receive_buffer_size(qmi_idl_service_object_type service) {
   return (service->max_msg_len + header_size + 3) / 4 * 4;
 }
@@ -28,8 +31,9 @@ qmi_client_error_type client::start(qmi_client_type handle, address at) {
   if (!is_up) return QMI_SERVICE_ERR;
   port_ = std::move(here.port);
   wakes_.emplace(port_->descriptor(), stop_);
-  thread_.start([this] { run(); });
-  return QMI_NO_ERR;
+  if (!wakes_->is_valid()) return QMI_INTERNAL_ERR;
+  return thread_.start([self = shared_from_this()] { self->run(); }) ? QMI_NO_ERR
+                                                                     : QMI_INTERNAL_ERR;
 }
 
 void client::stop() {
@@ -38,48 +42,68 @@ void client::stop() {
 }
 
 void client::run() {
-  while (!work_is_over()) wakes_->wait();
-  end_all(stop_.is_set() ? QMI_CLIENT_INVALID_CLNT : QMI_SERVICE_ERR);
-}
-
-/// Does all the work there is; true when there will be no more.
-bool client::work_is_over() {
-  // With the turn, nothing is left over behind what is received next: the order stays.
-  const bool has_turn = take_turn();
-  bool goes_on = handle_left_overs();
-  if (has_turn) {
-    goes_on = goes_on && receive_what_is_there();
-    end_turn();
+  while (!is_over()) {
+    wakes_->wait();
+    receive_what_is_there();
+    tell_indications();
   }
-  return !goes_on || stop_.is_set();
+  end();
 }
 
-bool client::handle_left_overs() {
-  for (;;) {
-    left_over next;
+bool client::is_over() {
+  const platform::mutex_lock hold(lock_);
+  return stop_.is_set() || (ended_ && indications_to_tell_.empty());
+}
+
+void client::receive_what_is_there() {
+  {
+    const platform::mutex_lock hold(lock_);
+    if (!take_turn()) return;
+  }
+  bool is_there = true;
+  for (int count = 0; is_there && count < most_at_once && !stop_.is_set(); ++count) {
+    const received got = port_->receive(buffer_);
+    if (got.result == io_result::would_block) break;
+    is_there = got.result != io_result::gone;
+    if (is_there && got.size <= buffer_.size()) sort(got.from, std::span(buffer_).first(got.size));
+  }
+  const platform::mutex_lock hold(lock_);
+  if (!is_there) end_requests(QMI_SERVICE_ERR);
+  end_turn();
+}
+
+void client::tell_indications() {
+  while (!stop_.is_set()) {
+    indication next;
     {
       const platform::mutex_lock hold(lock_);
-      if (left_overs_.empty()) return true;
-      next = std::move(left_overs_.front());
-      left_overs_.pop_front();
+      if (indications_to_tell_.empty()) return;
+      next = std::move(indications_to_tell_.front());
+      indications_to_tell_.pop_front();
     }
-    if (!handle_datagram(next.from, next.datagram)) return false;
+    indications_.callback(handle_, next.message_id, next.tlvs.empty() ? nullptr : next.tlvs.data(),
+                          static_cast<unsigned>(next.tlvs.size()), indications_.data);
+    const platform::mutex_lock hold(lock_);
+    ++told_;
+    announce_change();
   }
 }
 
-bool client::receive_what_is_there() {
-  while (!stop_.is_set()) {
-    const received got = port_->receive(buffer_);
-    if (got.result == io_result::gone) return false;
-    if (got.result == io_result::would_block) return true;
-    if (got.size > buffer_.size()) continue;
-    if (!handle_datagram(got.from, std::span(buffer_).first(got.size))) return false;
+void client::end() {
+  qmi_client_error_cb callback = nullptr;
+  void* data = nullptr;
+  {
+    const platform::mutex_lock hold(lock_);
+    end_requests(QMI_CLIENT_INVALID_CLNT);  // unless the server went first
+    told_ = queued_;
+    announce_change();
+    if (!stop_.is_set()) callback = error_callback_;
+    data = error_data_;
   }
-  return true;
+  if (callback != nullptr) callback(handle_, QMI_SERVICE_ERR, data);
 }
 
 bool client::take_turn() {
-  const platform::mutex_lock hold(lock_);
   if (is_receiving_) return false;
   is_receiving_ = true;
   wakes_->leave_out_port();
@@ -87,10 +111,11 @@ bool client::take_turn() {
 }
 
 void client::end_turn() {
-  const platform::mutex_lock hold(lock_);
   is_receiving_ = false;
-  // Whatever is there now, the end of the connection too, wakes the client's thread.
+  // Whatever is there now wakes the client's thread; but that may be in a callback, so those who
+  // wait for answers may take the turn as well.
   wakes_->take_in_port();
+  announce_change();
 }
 
 bool client::is_answered(const exchange& request) {
@@ -98,46 +123,38 @@ bool client::is_answered(const exchange& request) {
   return request.result.has_value();
 }
 
-void client::leave_over(address from, byte_view datagram) {
-  {
-    const platform::mutex_lock hold(lock_);
-    left_overs_.push_back({from, {datagram.begin(), datagram.end()}});
-  }
-  wakes_->wake();
-}
-
-void client::receive_until_answered(const exchange& request, clock::time_point deadline) {
+void client::receive_until_answered(exchange& request, clock::time_point deadline) {
+  if (is_answered(request)) return;
   const auto take = [&](address from, byte_view datagram) {
-    const auto message = protocol::qmi::parse_message(datagram);
-    if (message && from == server_ && message->head.kind == message_kind::response) {
-      handle_response(*message);
-      return !is_answered(request);
-    }
-    leave_over(from, datagram);
-    // News of servers may be the end of this one, which the client's thread then tells.
-    return from.port != protocol::qrtr::control_port;
+    sort(from, datagram);
+    return !is_answered(request);
   };
-  static_cast<void>(receive_loop(*port_, stop_, buffer_, take, deadline));
+  const loop_end end = receive_loop(*port_, stop_, buffer_, take, deadline);
+  const platform::mutex_lock hold(lock_);
+  if (end == loop_end::gone) end_requests(QMI_SERVICE_ERR);
+  if (end == loop_end::stopped) finish(request, QMI_CLIENT_INVALID_CLNT);
+  if (end == loop_end::deadline) finish(request, QMI_TIMEOUT_ERR);
 }
 
-bool client::handle_datagram(address from, byte_view datagram) {
+void client::sort(address from, byte_view datagram) {
   if (const auto event = parse_server_event(from, datagram)) {
-    return !event->ends(service_->service_id, server_);
+    if (!event->ends(service_->service_id, server_)) return;
+    const platform::mutex_lock hold(lock_);
+    return end_requests(QMI_SERVICE_ERR);
   }
   const auto message = protocol::qmi::parse_message(datagram);
-  if (!message || from != server_) return true;
+  if (!message || from != server_) return;
   if (message->head.kind == message_kind::response) handle_response(*message);
-  if (message->head.kind == message_kind::indication) handle_indication(*message);
-  return true;
+  if (message->head.kind == message_kind::indication) queue(*message);
 }
 
-void client::handle_indication(const protocol::qmi::message& indication) {
+void client::queue(const protocol::qmi::message& message) {
   if (indications_.callback == nullptr) return;
-  // The callback's type has no const; what it points to is this thread's own.
-  auto* tlvs = const_cast<std::uint8_t*>(indication.tlvs.data());
-  indications_.callback(handle_, indication.head.message_id,
-                        indication.tlvs.empty() ? nullptr : tlvs,
-                        static_cast<unsigned>(indication.tlvs.size()), indications_.data);
+  const platform::mutex_lock hold(lock_);
+  indications_to_tell_.push_back(
+      {message.head.message_id, {message.tlvs.begin(), message.tlvs.end()}});
+  ++queued_;
+  wakes_->wake();
 }
 
 void client::handle_response(const protocol::qmi::message& answer) {
@@ -150,10 +167,22 @@ void client::handle_response(const protocol::qmi::message& answer) {
                               request.response));
 }
 
+/// The first error is what every later request gets. The client's thread tells it.
+void client::end_requests(qmi_client_error_type error) {
+  if (!ended_) ended_ = error;
+  for (const auto& [transaction, request] : pending_) finish(*request, *ended_);
+  wakes_->wake();
+}
+
 void client::finish(exchange& request, qmi_client_error_type result) {
   if (request.result) return;
   request.result = result;
-  request.answered.notify_one();
+  request.indications_before = queued_;
+  request.changed.notify_one();
+}
+
+void client::announce_change() {
+  for (const auto& [transaction, request] : pending_) request->changed.notify_one();
 }
 
 std::uint16_t client::next_transaction() {
@@ -179,63 +208,65 @@ qmi_client_error_type client::send_sync(std::uint16_t message_id,
   }
   datagram.resize(header_size + tlv_length);
 
-  exchange exchanged{.message_id = message_id, .response = response, .result = {}, .answered = {}};
+  exchange exchanged{.message_id = message_id, .response = response};
   std::uint16_t transaction = 0;
+  bool has_turn = false;
   {
     const platform::mutex_lock hold(lock_);
     if (ended_) return *ended_;
     transaction = next_transaction();
     pending_.emplace(transaction, &exchanged);
+    // Before it is sent, so that its answer cannot wake the client's thread.
+    has_turn = take_turn();
   }
   protocol::qmi::write_header(
       {message_kind::request, transaction, message_id, static_cast<std::uint16_t>(tlv_length)},
       datagram);
-  // Before it is sent, so that its answer cannot wake the client's thread.
-  const bool has_turn = take_turn();
   const io_result sent = send_by(*port_, server_, datagram, deadline);
-  if (has_turn) {
-    if (sent == io_result::done) receive_until_answered(exchanged, deadline);
-    end_turn();
-  }
-
-  const platform::mutex_lock hold(lock_);
-  if (sent == io_result::gone) finish(exchanged, QMI_SERVICE_ERR);
-  if (sent == io_result::would_block) finish(exchanged, QMI_TIMEOUT_ERR);
-  const auto result = wait_for_answer(exchanged, deadline);
-  pending_.erase(transaction);
-  return result;
-}
-
-qmi_client_error_type client::wait_for_answer(exchange& request, clock::time_point deadline) {
-  while (!request.result) {
-    if (deadline == clock::time_point::max()) {
-      request.answered.wait(lock_);
-    } else if (request.answered.wait_until(lock_, deadline) == std::cv_status::timeout) {
-      finish(request, QMI_TIMEOUT_ERR);
-    }
-  }
-  return *request.result;
-}
-
-void client::end_all(qmi_client_error_type error) {
-  qmi_client_error_cb callback = nullptr;
-  void* data = nullptr;
-  {
+  if (sent != io_result::done) {
     const platform::mutex_lock hold(lock_);
-    ended_ = error;
-    for (const auto& [transaction, request] : pending_) finish(*request, error);
-    callback = error_callback_;
-    data = error_data_;
+    finish(exchanged, sent == io_result::gone ? QMI_SERVICE_ERR : QMI_TIMEOUT_ERR);
   }
-  if (error == QMI_SERVICE_ERR && callback != nullptr) callback(handle_, error, data);
+  for (;;) {
+    if (has_turn) receive_until_answered(exchanged, deadline);
+    const platform::mutex_lock hold(lock_);
+    if (has_turn) end_turn();
+    has_turn = takes_over_turn(exchanged, deadline);
+    if (has_turn) continue;
+    wait_for_indications(exchanged, deadline);
+    pending_.erase(transaction);
+    return *exchanged.result;
+  }
+}
+
+bool client::takes_over_turn(exchange& request, clock::time_point deadline) {
+  while (!request.result) {
+    if (take_turn()) return true;
+    if (!wait_for_change(request, deadline)) finish(request, QMI_TIMEOUT_ERR);
+  }
+  return false;
+}
+
+void client::wait_for_indications(exchange& request, clock::time_point deadline) {
+  if (thread_.is_current()) return;
+  while (told_ < request.indications_before && wait_for_change(request, deadline)) continue;
+}
+
+bool client::wait_for_change(exchange& request, clock::time_point deadline) {
+  if (deadline != clock::time_point::max()) {
+    return request.changed.wait_until(lock_, deadline) == std::cv_status::no_timeout;
+  }
+  request.changed.wait(lock_);
+  return true;
 }
 
 qmi_client_error_type client::set_error_callback(qmi_client_error_cb callback, void* data) {
   {
     const platform::mutex_lock hold(lock_);
-    error_callback_ = callback;
+    const bool is_lost = ended_ == QMI_SERVICE_ERR;
+    error_callback_ = is_lost ? nullptr : callback;  // told below: not again by the client's thread
     error_data_ = data;
-    if (ended_ != QMI_SERVICE_ERR) return QMI_NO_ERR;
+    if (!is_lost) return QMI_NO_ERR;
   }
   if (callback != nullptr) callback(handle_, QMI_SERVICE_ERR, data);
   return QMI_SERVICE_ERR;

@@ -2,7 +2,8 @@
 //
 // Datagrams are received by the client's own thread, or by a thread that waits for an answer while
 // no other receives: that saves a change of threads on the way of every answer. Callbacks run on
-// the client's thread alone; what is not an answer is left to it.
+// the client's thread alone, while it does not receive: whoever receives queues indications for
+// it. So a callback may send requests of its own, and may release the client.
 #pragma once
 
 #include <condition_variable>
@@ -26,17 +27,19 @@ struct indication_receiver {
   void* data = nullptr;
 };
 
-class client final : public handle_object {
+class client final : public handle_object, public std::enable_shared_from_this<client> {
  public:
   client(qmi_idl_service_object_type service, indication_receiver indications);
   ~client() override { stop(); }
 
-  /// Connects, and receives on a thread of its own. QMI_SERVICE_ERR when the server is not there.
+  /// Connects, and receives on a thread of its own. QMI_SERVICE_ERR when the server is not there,
+  /// QMI_INTERNAL_ERR when the host has no thread or descriptor for it.
   [[nodiscard]] qmi_client_error_type start(qmi_client_type handle, address at);
   void stop() override;
 
   /// `request`: the whole C structure, or empty for a message without TLVs. No timeout: waits
-  /// without limit.
+  /// without limit. Returns when the callbacks of the indications that came before the answer have
+  /// returned too, unless the time is over or one of them is the caller.
   [[nodiscard]] qmi_client_error_type send_sync(std::uint16_t message_id,
                                                 std::span<const std::uint8_t> request,
                                                 std::span<std::uint8_t> response,
@@ -51,35 +54,47 @@ class client final : public handle_object {
   struct exchange {
     std::uint16_t message_id = 0;
     std::span<std::uint8_t> response;
-    std::optional<qmi_client_error_type> result;
-    std::condition_variable_any answered;
+    std::optional<qmi_client_error_type> result = {};
+    std::uint64_t indications_before = 0;  ///< queued when the result came
+    /// Notified of its result, when nobody receives any more, when an indication was told.
+    std::condition_variable_any changed = {};
   };
 
-  /// A datagram that another thread received and left to the client's own.
-  struct left_over {
-    address from;
-    std::vector<std::uint8_t> datagram;
+  struct indication {
+    std::uint16_t message_id = 0;
+    std::vector<std::uint8_t> tlvs;
   };
 
+  // The client's thread.
   void run();
-  [[nodiscard]] bool work_is_over();
-  [[nodiscard]] bool handle_left_overs();
-  [[nodiscard]] bool receive_what_is_there();
-  [[nodiscard]] bool handle_datagram(address from, byte_view datagram);
-  void handle_indication(const protocol::qmi::message& indication);
+  void receive_what_is_there();
+  void tell_indications();
+  [[nodiscard]] bool is_over();
+  void end();
+
+  // What a receiving thread does with a datagram.
+  void sort(address from, byte_view datagram);
+  void queue(const protocol::qmi::message& message);
   void handle_response(const protocol::qmi::message& answer);
+  void end_requests(qmi_client_error_type error) TVK_REQUIRES(lock_);
 
-  /// Between these two, this thread alone receives. False when another does.
-  [[nodiscard]] bool take_turn();
-  void end_turn();
-  void receive_until_answered(const exchange& request, clock::time_point deadline);
+  /// From here to end_turn, this thread alone receives. False when another does.
+  [[nodiscard]] bool take_turn() TVK_REQUIRES(lock_);
+  void end_turn() TVK_REQUIRES(lock_);
+  /// With the turn.
+  void receive_until_answered(exchange& request, clock::time_point deadline);
   [[nodiscard]] bool is_answered(const exchange& request);
-  void leave_over(address from, byte_view datagram);
 
-  /// The first result counts. Call with the lock held.
-  static void finish(exchange& request, qmi_client_error_type result);
-  [[nodiscard]] qmi_client_error_type wait_for_answer(exchange& request, clock::time_point deadline)
+  /// The first result counts.
+  void finish(exchange& request, qmi_client_error_type result) TVK_REQUIRES(lock_);
+  /// Waits: true when it is this thread's turn to receive, false when the request has its result.
+  [[nodiscard]] bool takes_over_turn(exchange& request, clock::time_point deadline)
       TVK_REQUIRES(lock_);
+  void wait_for_indications(exchange& request, clock::time_point deadline) TVK_REQUIRES(lock_);
+  /// False when the deadline has passed.
+  [[nodiscard]] bool wait_for_change(exchange& request, clock::time_point deadline)
+      TVK_REQUIRES(lock_);
+  void announce_change() TVK_REQUIRES(lock_);
   [[nodiscard]] std::uint16_t next_transaction() TVK_REQUIRES(lock_);
   void end_all(qmi_client_error_type error);
 
@@ -96,7 +111,9 @@ class client final : public handle_object {
 
   platform::mutex lock_;
   bool is_receiving_ TVK_GUARDED_BY(lock_) = false;
-  std::deque<left_over> left_overs_ TVK_GUARDED_BY(lock_);
+  std::deque<indication> indications_to_tell_ TVK_GUARDED_BY(lock_);
+  std::uint64_t queued_ TVK_GUARDED_BY(lock_) = 0;
+  std::uint64_t told_ TVK_GUARDED_BY(lock_) = 0;
   std::map<std::uint16_t, exchange*> pending_ TVK_GUARDED_BY(lock_);
   std::uint16_t last_transaction_ TVK_GUARDED_BY(lock_) = 0;
   /// Once set, what every further request returns.

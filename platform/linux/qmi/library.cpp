@@ -7,6 +7,7 @@
 #include "platform/linux/qmi/lookup.h"
 #include "platform/linux/qmi/notifier.h"
 #include "platform/linux/qmi/os_signal.h"
+#include "platform/linux/report.h"
 #include "platform/qmi_client.h"
 
 namespace {
@@ -43,6 +44,15 @@ template <typename Byte, typename Pointer>
 std::span<Byte> bytes_at(Pointer* start, unsigned size) {
   return {static_cast<Byte*>(start), start == nullptr ? 0 : size};
 }
+
+struct released_at_end {
+  qmi_client_type handle;
+
+  explicit released_at_end(qmi_client_type released) : handle(released) {}
+  ~released_at_end() { qmi_client_release(handle); }
+  released_at_end(const released_at_end&) = delete;
+  released_at_end& operator=(const released_at_end&) = delete;
+};
 
 bool is_instance(const server& candidate, std::uint32_t instance) {
   return instance == QMI_CLIENT_INSTANCE_ANY || candidate.instance() == instance;
@@ -89,7 +99,13 @@ qmi_client_error_type qmi_client_init(qmi_service_info* service_info,
     return QMI_CLIENT_PARAM_ERR;
   }
   if (os_params != nullptr) qmi::init_signal(*os_params);
-  return connect(address_of(*service_info), service, {ind_cb, ind_cb_data}, user_handle);
+  const auto error =
+      connect(address_of(*service_info), service, {ind_cb, ind_cb_data}, user_handle);
+  if (error == QMI_SERVICE_ERR) {
+    platform::report_once(qmi::service_name(service->service_id) + " has gone from " +
+                          qmi::endpoint_name());
+  }
+  return error;
 }
 
 qmi_client_error_type qmi_client_init_instance(qmi_idl_service_object_type service,
@@ -100,8 +116,12 @@ qmi_client_error_type qmi_client_init_instance(qmi_idl_service_object_type servi
   if (service == nullptr || user_handle == nullptr) return QMI_CLIENT_PARAM_ERR;
   qmi_client_os_params own_signal;
   qmi_client_os_params& signal = os_params == nullptr ? own_signal : *os_params;
-  qmi::notifier watcher(service, signal);
-  if (const auto error = watcher.start(nullptr); error != QMI_NO_ERR) return error;
+  qmi_client_type notifier = nullptr;
+  if (const auto error = qmi_client_notifier_init(service, &signal, &notifier);
+      error != QMI_NO_ERR) {
+    return error;
+  }
+  const released_at_end release{notifier};
   for (;;) {
     qmi_cci_os_signal_clear(&signal);
     for (const server& candidate : qmi::find_servers(service->service_id).servers) {

@@ -1,6 +1,7 @@
 #include "platform/linux/qmi/lookup.h"
 
 #include <array>
+#include <cstdio>
 
 #include "platform/linux/qmi/port_loop.h"
 #include "platform/linux/report.h"
@@ -11,10 +12,16 @@ namespace {
 using protocol::qrtr::command;
 
 /// How long a name service may take to end its list. It answers at once; a program that does not
-/// answer for this long is none.
+/// answer for this long is not one.
 constexpr std::chrono::seconds answer_limit{2};
 
 }  // namespace
+
+std::string service_name(std::uint32_t service) {
+  std::array<char, 32> name{};
+  std::snprintf(name.data(), name.size(), "QMI service 0x%02X", service);
+  return name.data();
+}
 
 std::optional<server_event> parse_server_event(address from, byte_view datagram) {
   if (from.port != protocol::qrtr::control_port) return std::nullopt;

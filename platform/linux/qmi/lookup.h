@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "platform/linux/qmi/transport.h"
@@ -16,6 +17,9 @@ struct found {
   std::unique_ptr<transport> port;  ///< the lookup is registered on it
   std::vector<server> servers;      ///< those already up
 };
+
+/// For messages: "QMI service 0xFFE4".
+[[nodiscard]] std::string service_name(std::uint32_t service);
 
 /// Opens a port and lists the servers of a service, whatever their version and instance.
 [[nodiscard]] found find_servers(std::uint32_t service);

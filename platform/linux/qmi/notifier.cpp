@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
+#include <string>
 
 #include "platform/linux/qmi/os_signal.h"
 #include "platform/linux/report.h"
@@ -25,8 +25,9 @@ qmi_client_error_type notifier::start(qmi_client_type handle) {
   found first = find_servers(service_->service_id);
   if (first.result == open_result::refused) return QMI_PORT_NOT_OPEN_ERR;
   take_list(first.servers);
-  thread_.start([this, held = std::move(first)]() mutable { watch(std::move(held)); });
-  return QMI_NO_ERR;
+  port_ = std::move(first.port);
+  return thread_.start([self = shared_from_this()] { self->watch(); }) ? QMI_NO_ERR
+                                                                       : QMI_INTERNAL_ERR;
 }
 
 void notifier::stop() {
@@ -45,13 +46,14 @@ void notifier::set_callback(qmi_client_notify_cb callback, void* data) {
   if (is_up) callback(handle_, service_, QMI_CLIENT_SERVICE_COUNT_INC, data);
 }
 
-void notifier::watch(found first) {
+void notifier::watch() {
   for (;;) {
-    if (first.port) run_until_gone(*first.port);
-    first.port.reset();
+    if (port_) run_until_gone(*port_);
+    port_.reset();
     if (stop_.is_set() || stop_.wait_for(retry_time)) return;
-    first = find_servers(service_->service_id);
-    take_list(first.servers);
+    found again = find_servers(service_->service_id);
+    port_ = std::move(again.port);
+    take_list(again.servers);
   }
 }
 
@@ -97,6 +99,8 @@ void notifier::servers_down(const server_event& event) {
 }
 
 void notifier::notify(qmi_client_notify_event_type event) {
+  // Released in a callback: the signal may be gone.
+  if (stop_.is_set()) return;
   qmi_client_notify_cb callback = nullptr;
   void* data = nullptr;
   {
@@ -108,14 +112,16 @@ void notifier::notify(qmi_client_notify_event_type event) {
   if (callback != nullptr) callback(handle_, service_, event, data);
 }
 
-void report_waiting(const qmi_client_os_params& signal) {
+void report_waiting(const qmi_client_os_params& signal, std::uint32_t timeout_ms) {
+  // Callers try again and again: the line is the same for each try, and so is said once.
+  const std::string limit = timeout_ms == 0
+                                ? " until it comes"
+                                : " for up to " + std::to_string(timeout_ms) + " ms in each try";
   for (const auto& object : all_handles()) {
     const auto waited_for = std::dynamic_pointer_cast<notifier>(object);
     if (!waited_for || !waited_for->signals(signal)) continue;
-    std::array<char, 32> service{};
-    std::snprintf(service.data(), service.size(), "0x%02X", waited_for->service_id());
-    platform::report_once(std::string("waiting for QMI service ") + service.data() + " at " +
-                          endpoint_name());
+    platform::report_once("waiting for " + service_name(waited_for->service_id()) + " at " +
+                          endpoint_name() + limit);
   }
 }
 

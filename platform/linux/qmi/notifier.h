@@ -11,14 +11,15 @@
 
 namespace qmi {
 
-class notifier final : public handle_object {
+class notifier final : public handle_object, public std::enable_shared_from_this<notifier> {
  public:
   /// `signal` must outlive the notifier.
   notifier(qmi_idl_service_object_type service, qmi_client_os_params& signal);
   ~notifier() override { stop(); }
 
   /// Looks once, then watches on a thread of its own. QMI_PORT_NOT_OPEN_ERR when the endpoint is
-  /// none of a modem; a modem that is not there yet is waited for.
+  /// not a modem's, QMI_INTERNAL_ERR when the host has no thread; a modem that is not there yet is
+  /// waited for.
   [[nodiscard]] qmi_client_error_type start(qmi_client_type handle);
   void stop() override;
 
@@ -30,7 +31,7 @@ class notifier final : public handle_object {
   [[nodiscard]] std::uint32_t service_id() const { return service_->service_id; }
 
  private:
-  void watch(found first);
+  void watch();
   void run_until_gone(transport& port);
   void take_list(const std::vector<server>& servers);
   void server_up(const server& which);
@@ -40,6 +41,7 @@ class notifier final : public handle_object {
   const qmi_idl_service_object_type service_;
   qmi_client_os_params& signal_;
   qmi_client_type handle_ = nullptr;
+  std::unique_ptr<transport> port_;  ///< the thread's, from its start
   stop_flag stop_;
   platform::library_thread thread_;
 
@@ -49,7 +51,7 @@ class notifier final : public handle_object {
   void* callback_data_ TVK_GUARDED_BY(lock_) = nullptr;
 };
 
-/// Tells the user what a wait on this signal is for.
-void report_waiting(const qmi_client_os_params& signal);
+/// Tells the user what a wait on this signal is for. `timeout_ms` 0: without limit.
+void report_waiting(const qmi_client_os_params& signal, std::uint32_t timeout_ms);
 
 }  // namespace qmi

@@ -52,8 +52,7 @@ bool is_set(qmi_client_os_params& signal) {
 void qmi_cci_os_signal_wait(qmi_client_os_params* os_params, std::uint32_t timeout_ms) {
   if (os_params == nullptr) return;
   qmi_client_os_params& signal = *os_params;
-  // A wait without limit is one that a user sits through.
-  if (timeout_ms == 0 && !qmi::is_set(signal)) qmi::report_waiting(signal);
+  if (!qmi::is_set(signal)) qmi::report_waiting(signal, timeout_ms);
 
   const timespec deadline = qmi::from_now(timeout_ms);
   pthread_mutex_lock(&signal.mutex);

@@ -18,7 +18,9 @@ opened open_transport() {
   const auto [scheme, rest] = protocol::split_endpoint(name);
   if (name == "qrtr") return open_qrtr();
   if (scheme == "unix" && !rest.empty()) return open_modem_socket(std::string(rest));
-  platform::report_once("TVK_MODEM=" + name + ": expected \"qrtr\" or \"unix:PATH\"");
+  platform::report_once("TVK_MODEM=" + name + ": " +
+                        (scheme == "unix" ? "PATH is missing; " : "no such kind of endpoint; ") +
+                        "expected \"qrtr\" or \"unix:PATH\"");
   return {};
 }
 

@@ -10,6 +10,9 @@ class wake_set {
  public:
   wake_set(int port, const stop_flag& stop);
 
+  /// False when the host had no descriptors for it.
+  [[nodiscard]] bool is_valid() const { return epoll_.valid() && event_.valid(); }
+
   /// Returns when there is something to do.
   void wait();
   /// Ends a wait, or the next one.
