@@ -12,6 +12,7 @@
 
 #include "simulator/descriptor.h"
 #include "simulator/failure.h"
+#include "simulator/standard_streams.h"
 
 namespace sim {
 namespace {
@@ -96,7 +97,7 @@ void qrtr_port::publish(protocol::qrtr::command change, const protocol::qrtr::se
   service_socket& from = socket_of(server.at);
   const auto packet = protocol::qrtr::build_control({change, server});
   if (!send_to(from.socket, from.name_service, packet)) {
-    fmt::print(stderr, "tvk-modem: cannot publish on AF_QIPCRTR: {}\n", std::strerror(errno));
+    tell_user(fmt::format("cannot publish on AF_QIPCRTR: {}", std::strerror(errno)));
   }
 }
 

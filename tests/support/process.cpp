@@ -75,6 +75,7 @@ background_process::background_process(const std::string& program,
   if (pid_ == 0) {
     const rlimit no_core{0, 0};
     setrlimit(RLIMIT_CORE, &no_core);
+    signal(SIGHUP, SIG_DFL);  // the tests may be run with nohup
     const int null = open("/dev/null", O_RDONLY);
     dup2(null, STDIN_FILENO);
     dup2(output[1], STDOUT_FILENO);
