@@ -26,7 +26,7 @@ simulated_modem::simulated_modem(asio::io_context& io, const modem_options& opti
             .faults = diag::faults(options.diag_faults),
             .trace = trace_,
             .after_request = [this] { dispatcher_.restart_if_asked(); }} {
-  if (options.qrtr) qrtr_.emplace(io, node_, dispatcher_);
+  if (options.qrtr) qrtr_.emplace(io, node_, dispatcher_, trace_);
   if (!options.at_device.empty()) at_.emplace(io, options.at_device, modem_, trace_);
   if (!options.qmux.empty()) {
     qmux_path_.emplace(options.qmux, SOCK_STREAM);
