@@ -4,8 +4,9 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdio>
 #include <optional>
+
+#include "simulator/standard_streams.h"
 
 namespace sim {
 namespace {
@@ -130,7 +131,7 @@ std::string at_commands::answer(std::string_view line) {
     const bool failed = said == "ERROR" || said == no_card;
     return failed ? said : said + "\r\n\r\nOK";
   } catch (const failure& state_failed) {
-    fmt::print(stderr, "tvk-modem: {}\n", state_failed.what());
+    tell_user(state_failed.what());
     return "ERROR";
   }
 }

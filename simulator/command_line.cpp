@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <iterator>
 #include <span>
+#include <sstream>
 
 #include <CLI/CLI.hpp>
 
 #include "protocol/endpoint.h"
 #include "simulator/failure.h"
 #include "simulator/services/services.h"
+#include "simulator/standard_streams.h"
 #include "simulator/state_command_line.h"
 
 namespace sim {
@@ -88,6 +90,8 @@ void add_options(CLI::App& command, raw_options& options, const std::string& def
                    "speak QMUX where qmicli -p looks for its proxy");
 }
 
+/// Reads the capture, for which the user may have to wait: nothing is open yet that would have to
+/// be removed, so any signal may end the program.
 modem_options checked(const raw_options& raw) {
   modem_options options{
       .socket = raw.socket,
@@ -102,7 +106,11 @@ modem_options checked(const raw_options& raw) {
       .qmi_proxy = raw.qmi_proxy,
       .diag = {.socket = raw.diag_socket, .tcp = raw.diag_tcp, .terminal = raw.diag_pty},
       .diag_faults = {},
-      .play = {.file = raw.play, .rate = raw.rate, .now = raw.play_now}};
+      .played = nullptr};
+  if (!raw.play.empty()) {
+    options.played = std::make_shared<diag::capture>(
+        diag::play_options{.file = raw.play, .rate = raw.rate, .now = raw.play_now});
+  }
   for (const std::string& rule : raw.faults) {
     if (target_of_rule(rule) == diag::fault_target) {
       options.diag_faults.push_back(diag::parse_fault_rule(rule));
@@ -126,7 +134,7 @@ command parse_command_line(int argc, const char* const* argv) {
   CLI::App app("A simulated modem.", "tvk-modem");
   app.set_version_flag("--version", "tvk-modem " TVK_MODEM_VERSION);
   app.require_subcommand(1);
-  CLI::App* const serve = app.add_subcommand("serve", "Run until SIGINT or SIGTERM.");
+  CLI::App* const serve = app.add_subcommand("serve", "Run until SIGINT, SIGTERM or SIGHUP.");
   const std::string serve_socket = protocol::runtime_directory() + "/modem.sock";
   add_options(*serve, raw, serve_socket);
   CLI::App* const exec = app.add_subcommand(
@@ -138,7 +146,9 @@ command parse_command_line(int argc, const char* const* argv) {
   try {
     app.parse(ours, argv);
   } catch (const CLI::Success& help_or_version) {
-    app.exit(help_or_version);
+    std::ostringstream text;
+    app.exit(help_or_version, text);
+    write_output(text.str());
     return nothing_to_do{};
   } catch (const CLI::ParseError& error) {
     throw usage_error(error.what());

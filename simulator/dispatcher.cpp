@@ -1,12 +1,10 @@
 #include "simulator/dispatcher.h"
 
-#include <fmt/core.h>
-
 #include <algorithm>
-#include <cstdio>
 #include <utility>
 
 #include "simulator/failure.h"
+#include "simulator/standard_streams.h"
 
 namespace sim {
 
@@ -92,7 +90,7 @@ void dispatcher::answer_request(const client& from, const service_row& service,
       error = row->answer({from, message.head.transaction, message.tlvs, modem_}, tlvs_);
     } catch (const failure& state_failed) {
       // The state could not be written, so the request must not seem to have worked.
-      fmt::print(stderr, "tvk-modem: {}\n", state_failed.what());
+      tell_user(state_failed.what());
       error = qmi::error::internal;
     }
   }

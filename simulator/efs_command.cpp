@@ -8,13 +8,14 @@
 
 #include "simulator/commands.h"
 #include "simulator/modem/efs_store.h"
+#include "simulator/standard_streams.h"
 
 namespace sim {
 namespace {
 
 void list(efs_store& files, std::uint8_t subscription) {
   files.for_each(subscription, [](std::string_view path, protocol::byte_view data) {
-    fmt::print("{:>6}  {}\n", data.size(), path);
+    write_output(fmt::format("{:>6}  {}\n", data.size(), path));
   });
 }
 
@@ -25,10 +26,7 @@ void list(efs_store& files, std::uint8_t subscription) {
 void cat(efs_store& files, const efs_command& asked) {
   const auto data = files.read(asked.subscription, asked.path);
   if (!data) missing(asked);
-  if (std::fwrite(data->data(), 1, data->size(), stdout) != data->size() ||
-      std::fflush(stdout) != 0) {
-    throw failure(fmt::format("cannot write to standard output: {}", std::strerror(errno)));
-  }
+  write_output({reinterpret_cast<const char*>(data->data()), data->size()});
 }
 
 /// At most one byte more than a file can have.

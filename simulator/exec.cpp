@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -18,6 +17,7 @@
 #include "simulator/descriptor.h"
 #include "simulator/failure.h"
 #include "simulator/signals.h"
+#include "simulator/standard_streams.h"
 
 namespace sim {
 namespace {
@@ -101,7 +101,7 @@ int run(exec_command asked) {
   pid_t child = 0;
   int status = 0;
   asio::io_context io(1);
-  const signals events(io, {SIGINT, SIGTERM, SIGCHLD}, [&](const signalfd_siginfo& event) {
+  const signals events(io, {SIGINT, SIGTERM, SIGHUP, SIGCHLD}, [&](const signalfd_siginfo& event) {
     if (event.ssi_signo == SIGCHLD) {
       if (::waitpid(child, &status, WNOHANG) == child) io.stop();
     } else if (event.ssi_code <= 0) {
@@ -114,7 +114,7 @@ int run(exec_command asked) {
   ::setenv("TVK_MODEM", ("unix:" + asked.modem.socket).c_str(), 1);
   ::setenv("TVK_DIAG", ("unix:" + diag_socket).c_str(), 1);
   if (const int error = start(asked.command, events.mask_before(), child); error != 0) {
-    fmt::print(stderr, "tvk-modem: cannot run {}: {}\n", asked.command[0], std::strerror(error));
+    tell_user(fmt::format("cannot run {}: {}", asked.command[0], std::strerror(error)));
     return cannot_start;
   }
   io.run();

@@ -6,6 +6,7 @@
 #include "simulator/commands.h"
 #include "simulator/modem/nv_seed.h"
 #include "simulator/modem/nv_store.h"
+#include "simulator/standard_streams.h"
 
 namespace sim {
 namespace {
@@ -13,9 +14,9 @@ namespace {
 void list(nv_store& items, std::uint8_t subscription) {
   constexpr static std::size_t shown = 16;
   items.for_each(subscription, [](std::uint16_t id, protocol::byte_view data) {
-    fmt::print("{:>4}  {:<36} {:>3}  {:02x}{}\n", id, nv_item_name(id), data.size(),
-               fmt::join(data.first(std::min(shown, data.size())), " "),
-               data.size() > shown ? " ..." : "");
+    write_output(fmt::format("{:>4}  {:<36} {:>3}  {:02x}{}\n", id, nv_item_name(id), data.size(),
+                             fmt::join(data.first(std::min(shown, data.size())), " "),
+                             data.size() > shown ? " ..." : ""));
   });
 }
 
@@ -24,7 +25,7 @@ void get(nv_store& items, const nv_command& asked) {
   if (!data) {
     throw failure(fmt::format("no NV item {} of subscription {}", asked.id, asked.subscription));
   }
-  fmt::print("{:02x}\n", fmt::join(*data, " "));
+  write_output(fmt::format("{:02x}\n", fmt::join(*data, " ")));
 }
 
 }  // namespace

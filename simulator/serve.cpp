@@ -1,26 +1,25 @@
 // tvk-modem serve: a modem until it is told to stop.
 #include <fmt/core.h>
 
-#include <cstdio>
-
 #include <asio/io_context.hpp>
 
 #include "simulator/commands.h"
 #include "simulator/signals.h"
+#include "simulator/standard_streams.h"
 
 namespace sim {
 
 int run(const serve_command& asked) {
   asio::io_context io(1);
-  const signals stop(io, {SIGINT, SIGTERM}, [&io](const auto& /*which*/) { io.stop(); });
+  const signals stop(io, {SIGINT, SIGTERM, SIGHUP}, [&io](const auto& /*which*/) { io.stop(); });
   const simulated_modem modem(io, asked.modem);
   const std::string tcp =
       asked.modem.diag.tcp ? fmt::format(", tcp:127.0.0.1:{}", modem.diag_tcp_port()) : "";
   const std::string& terminal = asked.modem.diag.terminal;
-  fmt::print(stderr, "tvk-modem: DIAG on unix:{}{}{}{}\n", asked.modem.diag.socket, tcp,
-             terminal.empty() ? "" : ", tty:", terminal);
-  fmt::print(stderr, "tvk-modem: listening on unix:{}{}\n", asked.modem.socket,
-             asked.modem.qrtr ? " and AF_QIPCRTR" : "");
+  tell_user(fmt::format("DIAG on unix:{}{}{}{}", asked.modem.diag.socket, tcp,
+                        terminal.empty() ? "" : ", tty:", terminal));
+  tell_user(fmt::format("listening on unix:{}{}", asked.modem.socket,
+                        asked.modem.qrtr ? " and AF_QIPCRTR" : ""));
   io.run();
   return 0;
 }

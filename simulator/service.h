@@ -37,10 +37,14 @@ using message_handler = protocol::qmi::error (*)(const request& asked,
 using request_words = std::string (*)(protocol::byte_view request);
 using answer_words = std::string (*)(protocol::byte_view request, protocol::byte_view answer);
 
+/// How the trace shows a value of 1, 2, 4 or 8 bytes; every other is bytes.
+enum class shown_as : std::uint8_t { number, bytes };
+
 /// What the trace calls a TLV.
 struct tlv_row {
   std::uint8_t type;
   const char* name;
+  shown_as small_value = shown_as::number;
 };
 
 struct message_row {

@@ -7,10 +7,19 @@
 namespace sim {
 namespace {
 
+bool is_ignored(int number) {
+  struct sigaction now {};
+  return ::sigaction(number, nullptr, &now) == 0 && now.sa_handler == SIG_IGN;
+}
+
 int open_descriptor(std::initializer_list<int> numbers, sigset_t& before) {
   sigset_t watched;
   ::sigemptyset(&watched);
-  for (const int number : numbers) ::sigaddset(&watched, number);
+  for (const int number : numbers) {
+    // nohup: what is to outlive its terminal does.
+    if (number == SIGHUP && is_ignored(SIGHUP)) continue;
+    ::sigaddset(&watched, number);
+  }
   sigset_t blocked = watched;
   ::sigaddset(&blocked, SIGPIPE);
   ::pthread_sigmask(SIG_BLOCK, &blocked, &before);

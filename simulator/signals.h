@@ -17,7 +17,8 @@ class signals {
   using handler = std::function<void(const signalfd_siginfo&)>;
 
   /// Blocks the signals, for as long as the program runs, and passes them to `handle`. Blocks
-  /// SIGPIPE as well, since whoever reads the trace may leave.
+  /// SIGPIPE as well, since whoever reads the trace may leave. A SIGHUP that the caller ignores
+  /// stays ignored.
   signals(asio::io_context& io, std::initializer_list<int> numbers, handler handle);
 
   /// What was blocked before, for programs that are started from here.

@@ -8,15 +8,6 @@
 #include "simulator/services/services.h"
 
 namespace sim {
-namespace {
-
-std::unique_ptr<diag::source> packets_to_send(const diag::play_options& play, const radio& seen) {
-  if (play.file.empty()) return std::make_unique<diag::scenario>(seen);
-  return std::make_unique<diag::capture>(play);
-}
-
-}  // namespace
-
 std::string diag_socket_beside(const std::string& modem_socket) {
   return modem_socket.substr(0, modem_socket.find_last_of('/') + 1) + "diag.sock";
 }
@@ -28,13 +19,14 @@ simulated_modem::simulated_modem(asio::io_context& io, const modem_options& opti
       modem_(io, options.state),
       node_(all_services(), trace_),
       dispatcher_(io, modem_, node_, faults(options.faults), options.restart_time, trace_),
-      diag_packets_(packets_to_send(options.play, modem_.radio)),
+      diag_packets_(options.played ? options.played
+                                   : std::make_shared<diag::scenario>(modem_.radio)),
       diag_{.state = modem_,
             .packets = *diag_packets_,
             .faults = diag::faults(options.diag_faults),
             .trace = trace_,
             .after_request = [this] { dispatcher_.restart_if_asked(); }} {
-  if (options.qrtr) qrtr_.emplace(io, node_, dispatcher_);
+  if (options.qrtr) qrtr_.emplace(io, node_, dispatcher_, trace_);
   if (!options.at_device.empty()) at_.emplace(io, options.at_device, modem_, trace_);
   if (!options.qmux.empty()) {
     qmux_path_.emplace(options.qmux, SOCK_STREAM);

@@ -40,7 +40,7 @@ struct modem_options {
   bool qmi_proxy = false;
   diag_ways diag;
   std::vector<diag::fault_rule> diag_faults;
-  diag::play_options play;
+  std::shared_ptr<const diag::source> played;  ///< by DIAG; null: what the radio sees
 };
 
 /// Where clients look for DIAG when they have been told nothing else.
@@ -64,7 +64,7 @@ class simulated_modem {
   dispatcher dispatcher_;
   std::optional<qrtr_port> qrtr_;
   std::optional<at_port> at_;
-  std::unique_ptr<diag::source> diag_packets_;
+  std::shared_ptr<const diag::source> diag_packets_;
   diag::server diag_;
   std::optional<socket_path> qmux_path_;
   std::optional<qmux_port> qmux_;

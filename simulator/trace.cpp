@@ -52,9 +52,9 @@ std::span<const tlv_row> names_of(const service_row& service, const qmi::message
   return response ? row->response_tlvs : row->request_tlvs;
 }
 
-const char* name_of(std::uint8_t type, std::span<const tlv_row> names) {
+tlv_row row_of(std::uint8_t type, std::span<const tlv_row> names) {
   const auto row = std::ranges::find(names, type, &tlv_row::type);
-  return row == names.end() ? "?" : row->name;
+  return row == names.end() ? tlv_row{type, "?"} : *row;
 }
 
 std::string describe_bytes(byte_view bytes) {
@@ -87,7 +87,8 @@ std::string meaning_line(std::string_view meaning) {
 
 }  // namespace
 
-std::string describe_value(byte_view value) {
+std::string describe_value(byte_view value, shown_as small_value) {
+  if (small_value == shown_as::bytes && !value.empty()) return describe_bytes(value);
   switch (value.size()) {
     case 0:
       return "empty";
@@ -169,11 +170,12 @@ void trace::message(direction way, const client& who, const service_row& service
       message->head.kind == qmi::message_kind::response &&
       (names.data() == standard_tlvs || service.result_tlv == no_result_tlv);
   while (const auto tlv = reader.next()) {
-    fmt::format_to(out, "{}0x{:02x} {:<17} {:>5}  {}\n", indent, tlv->type,
-                   name_of(tlv->type, names), tlv->value.size(),
+    const tlv_row known = row_of(tlv->type, names);
+    fmt::format_to(out, "{}0x{:02x} {:<17} {:>5}  {}\n", indent, tlv->type, known.name,
+                   tlv->value.size(),
                    begins_with_standard_response && tlv->type == qmi::standard_response_tlv
                        ? describe_standard_response(tlv->value)
-                       : describe_value(tlv->value));
+                       : describe_value(tlv->value, known.small_value));
     shown += qmi::tlv_header_size + tlv->value.size();
   }
   if (reader.malformed()) {

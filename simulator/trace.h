@@ -58,6 +58,7 @@ class trace {
 };
 
 /// The value of a TLV: an integer in decimal and hexadecimal, else bytes.
-[[nodiscard]] std::string describe_value(protocol::byte_view value);
+[[nodiscard]] std::string describe_value(protocol::byte_view value,
+                                         shown_as small_value = shown_as::number);
 
 }  // namespace sim

@@ -1,8 +1,6 @@
 #include "simulator/diag/command.h"
 
-#include <fmt/core.h>
-
-#include <cstdio>
+#include "simulator/standard_streams.h"
 
 namespace sim::diag {
 namespace {
@@ -63,7 +61,7 @@ refusal try_to_answer(byte_view bytes, session& from, modem& state, packet& answ
   try {
     return row->answer({bytes, from, state}, answer);
   } catch (const failure& state_failed) {
-    fmt::print(stderr, "tvk-modem: {}\n", state_failed.what());
+    tell_user(state_failed.what());
     return refusal::bad_parameter;
   }
 }

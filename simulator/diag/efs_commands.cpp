@@ -1,11 +1,9 @@
 // The file system of the first subscription, as 4B 13 reads and writes it.
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 
 #include "simulator/diag/command.h"
+#include "simulator/standard_streams.h"
 
 namespace sim::diag {
 namespace {
@@ -49,7 +47,7 @@ int guarded(Action action) {
   try {
     return action();
   } catch (const failure& state_failed) {
-    fmt::print(stderr, "tvk-modem: {}\n", state_failed.what());
+    tell_user(state_failed.what());
     return EIO;
   }
 }

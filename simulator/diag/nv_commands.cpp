@@ -1,11 +1,9 @@
 // NV items, the same that QMI reads and writes: 26 and 27 for the first subscription, 4B 30 for
 // either. An item goes over the wire as 128 bytes and keeps the length that it has.
-#include <fmt/core.h>
-
 #include <algorithm>
-#include <cstdio>
 
 #include "simulator/diag/command.h"
+#include "simulator/standard_streams.h"
 
 namespace sim::diag {
 namespace {
@@ -49,7 +47,7 @@ void exchange(modem& state, const nv_place& asked, packet& answer) {
   try {
     if (exists(asked)) status = act(state.nv, asked, data);
   } catch (const failure& state_failed) {
-    fmt::print(stderr, "tvk-modem: {}\n", state_failed.what());
+    tell_user(state_failed.what());
     status = nv_status::failed;
   }
   answer.insert(answer.end(), data.begin(), data.end());

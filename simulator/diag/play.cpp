@@ -1,13 +1,16 @@
 #include "simulator/diag/play.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "protocol/hdlc.h"
+#include "simulator/descriptor.h"
 #include "simulator/failure.h"
 
 namespace sim::diag {
@@ -24,15 +27,29 @@ constexpr microseconds second = std::chrono::seconds(1);
 constexpr std::size_t log_time_at = 8;
 constexpr std::size_t report_header_size = 3;
 
-std::vector<std::uint8_t> read_file(const std::string& path) {
-  std::error_code none;
-  if (std::filesystem::is_directory(path, none)) {
-    throw failure("cannot read " + path + ": it is a directory");
+[[noreturn]] void fail(const std::string& path, const std::string& reason) {
+  throw failure("cannot read " + path + ": " + reason);
+}
+
+/// Calls `take` with all that is in a file or comes through a pipe, piece by piece.
+template <typename Take>
+void read_file(const std::string& path, Take take) {
+  using std::filesystem::file_type;
+  std::error_code missing;
+  const auto type = std::filesystem::status(path, missing).type();
+  if (missing) fail(path, missing.message());
+  // A device may have no end.
+  if (type != file_type::regular && type != file_type::fifo) {
+    fail(path, "it is neither a file nor a pipe");
   }
-  std::ifstream file(path, std::ios::binary);
-  std::vector<std::uint8_t> bytes{std::istreambuf_iterator<char>(file), {}};
-  if (!file) throw failure("cannot read " + path + ": " + std::strerror(errno));
-  return bytes;
+  const descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+  std::array<std::uint8_t, 65536> buffer{};
+  ssize_t size = file ? 1 : -1;
+  while (size > 0) {
+    size = ::read(file.get(), buffer.data(), buffer.size());
+    if (size > 0) take(byte_view(buffer).first(static_cast<std::size_t>(size)));
+  }
+  if (size < 0) fail(path, std::strerror(errno));
 }
 
 /// The time of a log packet or of a report's first event; nothing for everything else.
@@ -99,11 +116,11 @@ class capture_cursor : public cursor {
 };
 
 capture::capture(const play_options& options) : rate_(options.rate), now_(options.now) {
-  const auto file = read_file(options.file);
-  byte_view rest = file;
-  byte_view packet;
   protocol::hdlc::deframer frames;
-  while (frames.next(rest, packet)) add(packet);
+  read_file(options.file, [&](byte_view rest) {
+    byte_view packet;
+    while (frames.next(rest, packet)) add(packet);
+  });
   if (entries_.empty()) {
     throw failure(options.file + " has no log packet or event in HDLC frames");
   }

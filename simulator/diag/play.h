@@ -12,7 +12,7 @@
 namespace sim::diag {
 
 struct play_options {
-  std::string file;                   ///< a stream of HDLC frames; empty: nothing is played
+  std::string file;                   ///< a stream of HDLC frames
   std::optional<std::uint32_t> rate;  ///< packets a second, 0 as fast as a client takes them;
                                       ///< nothing: as their time stamps say
   bool now = false;                   ///< time stamps become those of the playing
@@ -20,7 +20,8 @@ struct play_options {
 
 class capture : public source {
  public:
-  /// Throws `failure` for a file that cannot be read and one without any log packet or event.
+  /// Reads the file, or the pipe until its end. Throws `failure` for what cannot be read, what is
+  /// neither, and what has no log packet or event.
   explicit capture(const play_options& options);
 
   [[nodiscard]] std::unique_ptr<cursor> begin() const override;

@@ -2,9 +2,8 @@
 
 #include <fmt/core.h>
 
-#include <cstdio>
-
 #include "simulator/failure.h"
+#include "simulator/standard_streams.h"
 
 namespace sim {
 namespace {
@@ -52,7 +51,7 @@ void hot_swap_run::wait(std::chrono::seconds time, void (hot_swap_run::*next)())
       (this->*next)();
     } catch (const failure& error) {
       running_ = false;
-      fmt::print(stderr, "tvk-modem: the hot-swap run ends: {}\n", error.what());
+      tell_user(fmt::format("the hot-swap run ends: {}", error.what()));
     }
   });
 }

@@ -1,8 +1,6 @@
 #include "simulator/modem/modem.h"
 
-#include <fmt/core.h>
-
-#include <cstdio>
+#include "simulator/standard_streams.h"
 
 namespace sim {
 
@@ -14,7 +12,7 @@ void modem::drop_unfinished() {
     hot_swap.stop();
     uicc.restart();
   } catch (const failure& error) {
-    fmt::print(stderr, "tvk-modem: {}\n", error.what());
+    tell_user(error.what());
   }
 }
 

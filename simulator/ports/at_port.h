@@ -24,14 +24,18 @@ class at_port {
   void received(std::string_view bytes);
   void line_ends();
   void send(std::string_view bytes);
+  /// A client may have the terminal for itself alone, but not when it has gone.
+  void share_after_each_client();
 
   descriptor
       terminal_;  ///< the clients' side; held open, so that one who closes it hangs up nobody
   asio::posix::stream_descriptor ours_;
+  asio::posix::stream_descriptor closings_;  ///< an inotify
   terminal_link link_;
   at_commands commands_;
   trace& trace_;
   std::array<char, 256> buffer_{};
+  std::array<char, 256> closing_{};
   std::string line_;
   bool too_long_ = false;
 };

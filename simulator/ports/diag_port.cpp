@@ -1,13 +1,10 @@
 #include "simulator/ports/diag_port.h"
 
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <fmt/core.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <poll.h>
 #include <sys/socket.h>
-#include <termios.h>
 
 #include <cerrno>
 #include <chrono>
@@ -19,7 +16,7 @@
 namespace sim {
 namespace {
 
-constexpr std::chrono::milliseconds terminal_retry{50};
+constexpr std::chrono::milliseconds terminal_retry{100};
 
 [[noreturn]] void fail(const char* what, unsigned port) {
   throw failure(fmt::format("cannot {} TCP port {}: {}", what, port, std::strerror(errno)));
@@ -58,17 +55,15 @@ diag_port::diag_port(asio::io_context& io, const diag_ways& ways)
     : io_(io),
       path_(ways.socket, SOCK_STREAM),
       unix_(io, path_.take_socket()),
+      terminal_(io),
       terminal_again_(io) {
   if (ways.tcp) {
     tcp_port_ = *ways.tcp;
     tcp_.emplace(io, bind_tcp(tcp_port_), protocol_type(AF_INET, IPPROTO_TCP));
   }
   if (!ways.terminal.empty()) {
-    terminal_ = open_pseudo_terminal();
-    const std::string name = terminal_of(terminal_.get());
-    // Nobody may be seen to hold it; once it was open, its being closed shows.
-    (void)open_terminal(name);
-    link_.emplace(ways.terminal, name);
+    terminal_.assign(open_pseudo_terminal().release());
+    link_.emplace(ways.terminal, terminal_of(terminal_.native_handle()));
   }
 }
 
@@ -76,50 +71,52 @@ diag_port::~diag_port() = default;
 
 void diag_port::start(diag::server& server) {
   server_ = &server;
-  unix_.start([this](auto socket) { add(descriptor(socket.release()), [] {}); });
+  unix_.start([this](auto socket) { add(descriptor(socket.release())); });
   if (tcp_) {
     tcp_->start([this](auto socket) {
       descriptor stream(socket.release());
       send_at_once(stream);
-      add(std::move(stream), [] {});
+      add(std::move(stream));
     });
   }
-  if (terminal_) wait_for_terminal();
+  if (link_) wait_at_terminal();
 }
 
-void diag_port::add(descriptor stream, std::function<void()> afterwards) {
+void diag_port::add(descriptor stream) {
   const unsigned number = next_++;
   server_->trace.diag_note(number, "connects");
   const auto connection = std::make_shared<diag_connection>(
-      io_, *server_, number, std::move(stream),
-      [this, number, afterwards = std::move(afterwards)](std::string_view reason) {
+      io_, *server_, number, std::move(stream), [this, number](std::string_view reason) {
         connections_.erase(number);
         server_->trace.diag_note(number, fmt::format("leaves: {}", reason));
-        afterwards();
       });
   connections_.emplace(number, connection);
   connection->start();
 }
 
-void diag_port::wait_for_terminal() {
-  pollfd ours{terminal_.get(), POLLIN, 0};
-  const bool somebody =
-      ::poll(&ours, 1, 0) >= 0 && ((ours.revents & POLLHUP) == 0 || (ours.revents & POLLIN) != 0);
-  if (somebody) {
-    descriptor stream(::fcntl(terminal_.get(), F_DUPFD_CLOEXEC, 0));
-    if (stream) {
-      return add(std::move(stream), [this] {
-        // The next client is not to read what this one left; only its own side can throw that away.
-        const descriptor theirs = open_terminal(terminal_of(terminal_.get()));
-        ::tcflush(theirs.get(), TCIFLUSH);
-        wait_for_terminal();
-      });
-    }
+void diag_port::wait_at_terminal() {
+  terminal_.async_wait(asio::posix::stream_descriptor::wait_read,
+                       [this](const std::error_code& cancelled) {
+                         if (cancelled) return;
+                         add(descriptor(terminal_.release()));
+                         next_terminal();
+                       });
+}
+
+void diag_port::next_terminal() {
+  try {
+    descriptor fresh = open_pseudo_terminal();
+    link_->lead_to(terminal_of(fresh.get()));
+    terminal_.assign(fresh.release());
+  } catch (const failure&) {
+    // When there are no descriptors left, waiting for a client to leave is all one can do.
+    terminal_again_.expires_after(terminal_retry);
+    terminal_again_.async_wait([this](const std::error_code& cancelled) {
+      if (!cancelled) next_terminal();
+    });
+    return;
   }
-  terminal_again_.expires_after(terminal_retry);
-  terminal_again_.async_wait([this](const std::error_code& cancelled) {
-    if (!cancelled) wait_for_terminal();
-  });
+  wait_at_terminal();
 }
 
 }  // namespace sim

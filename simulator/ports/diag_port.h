@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -12,6 +11,7 @@
 
 #include <asio/generic/stream_protocol.hpp>
 #include <asio/io_context.hpp>
+#include <asio/posix/stream_descriptor.hpp>
 #include <asio/steady_timer.hpp>
 
 #include "simulator/diag/server.h"
@@ -43,16 +43,19 @@ class diag_port {
  private:
   using protocol_type = asio::generic::stream_protocol;
 
-  void add(descriptor stream, std::function<void()> afterwards);
-  /// A terminal has a client when somebody holds its other side.
-  void wait_for_terminal();
+  void add(descriptor stream);
+  /// A client has come to the terminal when it says something, or has gone again.
+  void wait_at_terminal();
+  /// Each client has a terminal of its own: nothing of one that leaves, neither what it did not
+  /// read nor how it set its terminal, is there for the next.
+  void next_terminal();
 
   asio::io_context& io_;
   socket_path path_;
   listener<protocol_type> unix_;
   std::optional<listener<protocol_type>> tcp_;
   std::uint16_t tcp_port_ = 0;
-  descriptor terminal_;  ///< the side that is ours
+  asio::posix::stream_descriptor terminal_;  ///< our side of the one for the next client
   std::optional<terminal_link> link_;
   asio::steady_timer terminal_again_;
   diag::server* server_ = nullptr;

@@ -12,6 +12,7 @@
 
 #include "simulator/descriptor.h"
 #include "simulator/failure.h"
+#include "simulator/standard_streams.h"
 
 namespace sim {
 namespace {
@@ -69,8 +70,8 @@ struct qrtr_port::service_socket {
   std::array<std::uint8_t, max_datagram> buffer{};
 };
 
-qrtr_port::qrtr_port(asio::io_context& io, node& node, dispatcher& dispatcher)
-    : io_(io), dispatcher_(dispatcher) {
+qrtr_port::qrtr_port(asio::io_context& io, node& node, dispatcher& dispatcher, trace& trace)
+    : io_(io), dispatcher_(dispatcher), trace_(trace) {
   // Fails here and not later, when a service that is down at the start comes up.
   (void)open_socket(io);
   node.attach(*this);
@@ -96,7 +97,7 @@ void qrtr_port::publish(protocol::qrtr::command change, const protocol::qrtr::se
   service_socket& from = socket_of(server.at);
   const auto packet = protocol::qrtr::build_control({change, server});
   if (!send_to(from.socket, from.name_service, packet)) {
-    fmt::print(stderr, "tvk-modem: cannot publish on AF_QIPCRTR: {}\n", std::strerror(errno));
+    tell_user(fmt::format("cannot publish on AF_QIPCRTR: {}", std::strerror(errno)));
   }
 }
 
@@ -124,12 +125,20 @@ void qrtr_port::received(const service_socket& socket, std::size_t size) {
   const protocol::qrtr::address from = address_of(socket.sender);
   const auto datagram = protocol::byte_view(socket.buffer).first(size);
   if (from.port != protocol::qrtr::control_port) {
+    if (clients_.insert(from).second) trace_.client_connects({this, from});
     return dispatcher_.receive({this, from}, socket.service, datagram);
   }
   const auto packet = protocol::qrtr::parse_control(datagram);
   if (packet && packet->cmd == protocol::qrtr::command::del_client) {
-    dispatcher_.client_gone({this, packet->about.at});
+    leaves(packet->about.at);
   }
+}
+
+void qrtr_port::leaves(protocol::qrtr::address who) {
+  // The kernel tells each of our sockets, and of every port that is closed.
+  if (clients_.erase(who) == 0) return;
+  trace_.client_leaves({this, who}, "closed");
+  dispatcher_.client_gone({this, who});
 }
 
 }  // namespace sim

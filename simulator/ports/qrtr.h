@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <set>
 
 #include <asio/generic/datagram_protocol.hpp>
 #include <asio/io_context.hpp>
@@ -12,13 +13,14 @@
 #include "simulator/dispatcher.h"
 #include "simulator/node.h"
 #include "simulator/port.h"
+#include "simulator/trace.h"
 
 namespace sim {
 
 class qrtr_port : public port {
  public:
   /// Publishes what is up. Throws `failure` where the kernel has no such sockets.
-  qrtr_port(asio::io_context& io, node& node, dispatcher& dispatcher);
+  qrtr_port(asio::io_context& io, node& node, dispatcher& dispatcher, trace& trace);
   ~qrtr_port() override;
 
   void send(protocol::qrtr::address to, protocol::qrtr::address from,
@@ -33,9 +35,12 @@ class qrtr_port : public port {
   void publish(protocol::qrtr::command change, const protocol::qrtr::server& server);
   void receive(service_socket& socket);
   void received(const service_socket& socket, std::size_t size);
+  void leaves(protocol::qrtr::address who);
 
   asio::io_context& io_;
   dispatcher& dispatcher_;
+  trace& trace_;
+  std::set<protocol::qrtr::address> clients_;  ///< who has said something and has not left
   std::map<std::uint32_t, std::unique_ptr<service_socket>> sockets_;  ///< by the service's port
 };
 

@@ -27,6 +27,23 @@ std::string target_of(const std::string& path) {
   return std::filesystem::read_symlink(path, no_link).string();
 }
 
+/// What is there in place of a terminal, for a message.
+std::string kind_of(const std::string& path) {
+  std::error_code unknown;
+  switch (std::filesystem::symlink_status(path, unknown).type()) {
+    case std::filesystem::file_type::regular:
+      return "a plain file";
+    case std::filesystem::file_type::directory:
+      return "a directory";
+    case std::filesystem::file_type::symlink:
+      return "a link to " + target_of(path);
+    case std::filesystem::file_type::character:
+      return "a device";
+    default:
+      return "something else";
+  }
+}
+
 bool is_there(const std::string& path) {
   struct stat status {};
   return ::lstat(path.c_str(), &status) == 0;
@@ -45,9 +62,14 @@ const std::string& with_directory(const std::string& path) {
 
 descriptor open_pseudo_terminal() {
   descriptor ours(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
-  if (!ours || ::grantpt(ours.get()) != 0 || ::unlockpt(ours.get()) != 0) {
+  termios mode{};
+  if (!ours || ::grantpt(ours.get()) != 0 || ::unlockpt(ours.get()) != 0 ||
+      ::tcgetattr(ours.get(), &mode) != 0) {
     fail("make", "a pseudo-terminal");
   }
+  // The mode is the clients' side's, whichever side it is set on.
+  ::cfmakeraw(&mode);
+  if (::tcsetattr(ours.get(), TCSANOW, &mode) != 0) fail("set up", "a pseudo-terminal");
   return ours;
 }
 
@@ -57,28 +79,27 @@ std::string terminal_of(int ours) {
   return name.data();
 }
 
-descriptor open_terminal(const std::string& name) {
-  descriptor terminal(::open(name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
-  termios mode{};
-  if (!terminal || ::tcgetattr(terminal.get(), &mode) != 0) fail("open", name);
-  ::cfmakeraw(&mode);
-  if (::tcsetattr(terminal.get(), TCSANOW, &mode) != 0) fail("set up", name);
-  return terminal;
-}
-
 terminal_link::terminal_link(const std::string& path, std::string terminal)
     : path_(with_directory(path)),
       terminal_(std::move(terminal)),
       lock_was_there_(is_there(path + ".lock")),
       lock_(path) {
   if (is_there(path_)) {
-    const std::string target = target_of(path_);
-    if (!lock_was_there_ || !target.starts_with("/dev/pts/")) {
-      throw failure(path_ + " exists and is not the terminal of a modem that was killed");
+    if (!lock_was_there_ || !target_of(path_).starts_with("/dev/pts/")) {
+      throw failure(fmt::format("{} exists, {}, and is not the terminal of a modem that was killed",
+                                path_, kind_of(path_)));
     }
     if (::unlink(path_.c_str()) != 0) fail("remove the stale link", path_);
   }
   if (::symlink(terminal_.c_str(), path_.c_str()) != 0) fail("make the link", path_);
+}
+
+void terminal_link::lead_to(const std::string& terminal) {
+  const std::string next = path_ + ".next";
+  ::unlink(next.c_str());  // of a modem that was killed
+  if (::symlink(terminal.c_str(), next.c_str()) != 0) fail("make the link", next);
+  if (::rename(next.c_str(), path_.c_str()) != 0) fail("replace the link", path_);
+  terminal_ = terminal;
 }
 
 terminal_link::~terminal_link() {

@@ -9,11 +9,11 @@
 
 namespace sim {
 
-/// The modem's side of a new pseudo-terminal. Throws `failure`.
+/// The modem's side of a new pseudo-terminal. The clients' side is raw, so that nobody's answers
+/// come back as requests. Throws `failure`.
 [[nodiscard]] descriptor open_pseudo_terminal();
+/// The name of the clients' side.
 [[nodiscard]] std::string terminal_of(int ours);
-/// The clients' side, raw, so that nobody's answers come back as requests. Throws `failure`.
-[[nodiscard]] descriptor open_terminal(const std::string& name);
 
 /// The link from a chosen path to the terminal.
 class terminal_link {
@@ -24,6 +24,10 @@ class terminal_link {
   terminal_link& operator=(const terminal_link&) = delete;
   /// Removes the link.
   ~terminal_link();
+
+  /// From now on the link leads to another terminal; it is there all the time. Throws `failure`,
+  /// and then it leads where it did.
+  void lead_to(const std::string& terminal);
 
  private:
   std::string path_;

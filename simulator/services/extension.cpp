@@ -1,14 +1,12 @@
 #include "simulator/services/extension.h"
 
-#include <fmt/core.h>
-
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <optional>
 
 #include "simulator/failure.h"
 #include "simulator/services/extension_type.h"
+#include "simulator/standard_streams.h"
 
 namespace sim {
 namespace {
@@ -128,7 +126,7 @@ std::string words_of(outcome result) {
 outcome outcome_of(const std::function<outcome()>& act) try {
   return act();
 } catch (const failure& state_failed) {
-  fmt::print(stderr, "tvk-modem: {}\n", state_failed.what());
+  tell_user(state_failed.what());
   return outcome::io_error;
 }
 

@@ -21,12 +21,12 @@ constexpr std::uint8_t extension_result_tlv = 0x01;
 inline constexpr tlv_row extension_request_tlvs[] = {
     {0x01, "type"},
     {0x02, "data_len"},
-    {0x10, "payload"},
+    {0x10, "payload", shown_as::bytes},
 };
 inline constexpr tlv_row extension_response_tlvs[] = {
     {0x01, "result"},
     {0x02, "data_len"},
-    {0x10, "payload"},
+    {0x10, "payload", shown_as::bytes},
 };
 inline constexpr message_row extension_messages[] = {
     {norvel_extend_qmi_request_v01, "exchange", answer_extension, extension_request_tlvs,

@@ -16,15 +16,18 @@ constexpr std::uint32_t nas_service_id = 0x03;
                                                    protocol::qmi::tlv_writer& answer);
 
 inline constexpr tlv_row nas_signal_strength_request_tlvs[] = {{0x10, "wanted"}};
-inline constexpr tlv_row nas_signal_strength_response_tlvs[] = {
-    {0x01, "strength"}, {0x02, "standard response"}, {0x11, "RSSI"},
-    {0x16, "RSRQ"},     {0x17, "LTE SNR"},           {0x18, "LTE RSRP"}};
+inline constexpr tlv_row nas_signal_strength_response_tlvs[] = {{0x01, "strength", shown_as::bytes},
+                                                                {0x02, "standard response"},
+                                                                {0x11, "RSSI", shown_as::bytes},
+                                                                {0x16, "RSRQ", shown_as::bytes},
+                                                                {0x17, "LTE SNR"},
+                                                                {0x18, "LTE RSRP"}};
 inline constexpr tlv_row nas_rf_band_response_tlvs[] = {{0x01, "bands"},
                                                         {0x02, "standard response"},
                                                         {0x11, "bands, wide channels"},
                                                         {0x12, "bandwidths"}};
 inline constexpr tlv_row nas_signal_info_response_tlvs[] = {
-    {0x02, "standard response"}, {0x14, "LTE"}, {0x17, "NR"}, {0x18, "NR RSRQ"}};
+    {0x02, "standard response"}, {0x14, "LTE"}, {0x17, "NR", shown_as::bytes}, {0x18, "NR RSRQ"}};
 inline constexpr message_row nas_messages[] = {
     {0x0020, "get signal strength", get_signal_strength, nas_signal_strength_request_tlvs,
      nas_signal_strength_response_tlvs},

@@ -35,27 +35,34 @@ constexpr std::uint16_t pdc_get_limits = 0x0029;
 
 inline constexpr tlv_row pdc_register_request_tlvs[] = {{0x10, "reporting"}, {0x11, "refresh"}};
 inline constexpr tlv_row pdc_type_request_tlvs[] = {{0x01, "type"}, {0x10, "token"}};
-inline constexpr tlv_row pdc_config_request_tlvs[] = {{0x01, "type, id"}, {0x10, "token"}};
+inline constexpr tlv_row pdc_config_request_tlvs[] = {{0x01, "type, id", shown_as::bytes},
+                                                      {0x10, "token"}};
 inline constexpr tlv_row pdc_list_request_tlvs[] = {{0x10, "token"}, {0x11, "type"}};
 inline constexpr tlv_row pdc_delete_request_tlvs[] = {
-    {0x01, "type"}, {0x10, "token"}, {0x11, "id"}};
-inline constexpr tlv_row pdc_load_request_tlvs[] = {{0x01, "type, id, chunk"}, {0x10, "token"}};
+    {0x01, "type"}, {0x10, "token"}, {0x11, "id", shown_as::bytes}};
+inline constexpr tlv_row pdc_load_request_tlvs[] = {{0x01, "type, id, chunk", shown_as::bytes},
+                                                    {0x10, "token"}};
 inline constexpr tlv_row pdc_response_tlvs[] = {{0x02, "standard response"}, {0x10, "token"}};
 inline constexpr tlv_row pdc_limits_response_tlvs[] = {
     {0x02, "standard response"}, {0x10, "token"}, {0x11, "most bytes"}, {0x12, "bytes in use"}};
 inline constexpr tlv_row pdc_result_tlvs[] = {{0x01, "error"}, {0x10, "token"}};
-inline constexpr tlv_row pdc_selected_tlvs[] = {
-    {0x01, "error"}, {0x10, "token"}, {0x11, "active id"}, {0x12, "pending id"}};
+inline constexpr tlv_row pdc_selected_tlvs[] = {{0x01, "error"},
+                                                {0x10, "token"},
+                                                {0x11, "active id", shown_as::bytes},
+                                                {0x12, "pending id", shown_as::bytes}};
 inline constexpr tlv_row pdc_list_tlvs[] = {
-    {0x01, "error"}, {0x10, "token"}, {0x11, "configurations"}, {0xE0, "more"}};
+    {0x01, "error"}, {0x10, "token"}, {0x11, "configurations", shown_as::bytes}, {0xE0, "more"}};
 inline constexpr tlv_row pdc_load_tlvs[] = {{0x01, "error"},
                                             {0x10, "token"},
                                             {0x11, "bytes so far"},
                                             {0x12, "bytes to come"},
                                             {0x13, "starts over"}};
-inline constexpr tlv_row pdc_info_tlvs[] = {
-    {0x01, "error"}, {0x10, "token"}, {0x11, "size"}, {0x12, "description"}, {0x13, "version"}};
-inline constexpr tlv_row pdc_change_tlvs[] = {{0x01, "type, id"}};
+inline constexpr tlv_row pdc_info_tlvs[] = {{0x01, "error"},
+                                            {0x10, "token"},
+                                            {0x11, "size"},
+                                            {0x12, "description", shown_as::bytes},
+                                            {0x13, "version"}};
+inline constexpr tlv_row pdc_change_tlvs[] = {{0x01, "type, id", shown_as::bytes}};
 inline constexpr tlv_row pdc_refresh_tlvs[] = {{0x01, "event"}};
 
 constexpr message_row pdc_message(std::uint16_t id, const char* name, message_handler answer,

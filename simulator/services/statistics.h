@@ -20,9 +20,9 @@ inline constexpr tlv_row statistics_switch_request_tlvs[] = {
     {0x01, "feature"}, {0x10, "enable"}, {0x11, "option"}};
 inline constexpr tlv_row statistics_switch_response_tlvs[] = {{0x02, "standard response"}};
 inline constexpr tlv_row statistics_get_request_tlvs[] = {
-    {0x01, "subscription"}, {0x02, "number"}, {0x03, "data ids"}};
+    {0x01, "subscription"}, {0x02, "number"}, {0x03, "data ids", shown_as::bytes}};
 inline constexpr tlv_row statistics_get_response_tlvs[] = {{0x02, "standard response"},
-                                                           {0x10, "entries"}};
+                                                           {0x10, "entries", shown_as::bytes}};
 inline constexpr message_row statistics_messages[] = {
     {vendor_stats_feature_v01, "switch feature", switch_statistics, statistics_switch_request_tlvs,
      statistics_switch_response_tlvs},

@@ -16,28 +16,33 @@ using uim_answer = protocol::qmi::error(const request& asked, protocol::qmi::tlv
 inline constexpr tlv_row uim_result_tlvs[] = {{0x02, "standard response"}};
 inline constexpr tlv_row uim_slot_tlvs[] = {{0x01, "slot"}};
 inline constexpr tlv_row uim_card_status_request_tlvs[] = {{0x10, "extended status"}};
-inline constexpr tlv_row uim_card_status_tlvs[] = {
-    {0x02, "standard response"}, {0x10, "card status"}, {0x13, "extended card status"}};
+inline constexpr tlv_row uim_card_status_tlvs[] = {{0x02, "standard response"},
+                                                   {0x10, "card status", shown_as::bytes},
+                                                   {0x13, "extended card status", shown_as::bytes}};
 inline constexpr tlv_row uim_power_on_tlvs[] = {
     {0x01, "slot"}, {0x10, "ignore hot-swap switch"}, {0x11, "card mode"}};
 inline constexpr tlv_row uim_send_apdu_request_tlvs[] = {
-    {0x01, "slot"}, {0x02, "APDU"}, {0x10, "channel"}, {0x11, "procedure bytes"}};
-inline constexpr tlv_row uim_send_apdu_tlvs[] = {{0x02, "standard response"}, {0x10, "APDU"}};
+    {0x01, "slot"}, {0x02, "APDU", shown_as::bytes}, {0x10, "channel"}, {0x11, "procedure bytes"}};
+inline constexpr tlv_row uim_send_apdu_tlvs[] = {{0x02, "standard response"},
+                                                 {0x10, "APDU", shown_as::bytes}};
 inline constexpr tlv_row uim_open_channel_request_tlvs[] = {
-    {0x01, "slot"}, {0x10, "AID"}, {0x11, "file control information"}};
+    {0x01, "slot"}, {0x10, "AID", shown_as::bytes}, {0x11, "file control information"}};
 inline constexpr tlv_row uim_channel_request_tlvs[] = {{0x01, "slot"},
-                                                       {0x10, "AID"},
+                                                       {0x10, "AID", shown_as::bytes},
                                                        {0x11, "channel to close"},
                                                        {0x12, "file control information"},
                                                        {0x13, "terminate application"}};
 inline constexpr tlv_row uim_channel_tlvs[] = {{0x02, "standard response"},
                                                {0x10, "channel"},
-                                               {0x11, "card result"},
-                                               {0x12, "select response"}};
+                                               {0x11, "card result", shown_as::bytes},
+                                               {0x12, "select response", shown_as::bytes}};
 inline constexpr tlv_row uim_switch_slot_tlvs[] = {{0x01, "logical slot"}, {0x02, "physical slot"}};
-inline constexpr tlv_row uim_slot_status_tlvs[] = {
-    {0x02, "standard response"}, {0x10, "slots"}, {0x11, "cards"}, {0x12, "EIDs"}};
-inline constexpr tlv_row uim_eid_tlvs[] = {{0x02, "standard response"}, {0x10, "EID"}};
+inline constexpr tlv_row uim_slot_status_tlvs[] = {{0x02, "standard response"},
+                                                   {0x10, "slots", shown_as::bytes},
+                                                   {0x11, "cards", shown_as::bytes},
+                                                   {0x12, "EIDs", shown_as::bytes}};
+inline constexpr tlv_row uim_eid_tlvs[] = {{0x02, "standard response"},
+                                           {0x10, "EID", shown_as::bytes}};
 
 inline constexpr message_row uim_messages[] = {
     {0x002F, "get card status", get_card_status, uim_card_status_request_tlvs,

@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -29,6 +30,17 @@ class terminal {
   terminal(const terminal&) = delete;
   terminal& operator=(const terminal&) = delete;
   ~terminal() { ::close(descriptor_); }
+
+  void take_for_itself() const { ASSERT_EQ(::ioctl(descriptor_, TIOCEXCL), 0); }
+  /// Waits until nobody has it for itself; root could open it all the same.
+  [[nodiscard]] bool is_shared() const {
+    int taken = 1;
+    for (int tries = 0; taken != 0 && tries < 500; ++tries) {
+      ::usleep(10000);
+      ::ioctl(descriptor_, TIOCGEXCL, &taken);
+    }
+    return taken == 0;
+  }
 
   void send(const std::string& text) const {
     ASSERT_EQ(::write(descriptor_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
@@ -100,11 +112,13 @@ TEST(tvk_modem_at, survives_writers_that_never_read) {
   EXPECT_TRUE(modem.process().wait_for_error_text("AT <- 001017001234569 |  | OK\n"));
   {
     const terminal deaf(dir.file("at"));
+    deaf.take_for_itself();
     for (int i = 0; i < 20000; ++i) deaf.send("ATI\r");
     deaf.send("AT+LAST\r");
     EXPECT_TRUE(modem.process().wait_for_error_text("AT -> AT+LAST\n"));
   }
   const terminal at(dir.file("at"));
+  EXPECT_TRUE(at.is_shared());
   at.send("ATE0\rAT+CFUN?\r");
   EXPECT_TRUE(at.receive("+CFUN: 1\r\n\r\nOK\r\n").ends_with("+CFUN: 1\r\n\r\nOK\r\n"));
 }
@@ -131,15 +145,17 @@ TEST(tvk_modem_at, link_of_a_killed_modem_is_replaced_and_nothing_else) {
   modem.stop();
   EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
 
-  const std::string in_the_way =
-      "tvk-modem: " + path + " exists and is not the terminal of a modem that was killed\n";
+  const auto in_the_way = [&path](const std::string& what) {
+    return "tvk-modem: " + path + " exists, " + what +
+           ", and is not the terminal of a modem that was killed\n";
+  };
   std::ofstream(path) << "mine";
-  EXPECT_EQ(refusal(), in_the_way);
+  EXPECT_EQ(refusal(), in_the_way("a plain file"));
   EXPECT_EQ(std::filesystem::file_size(path), 4U);
   for (const char* target : {"/dev/null", "/dev/pts/0"}) {
     std::filesystem::remove(path);
     std::filesystem::create_symlink(target, path);
-    EXPECT_EQ(refusal(), in_the_way);
+    EXPECT_EQ(refusal(), in_the_way(std::string("a link to ") + target));
     EXPECT_EQ(std::filesystem::read_symlink(path), target);
   }
 }

@@ -1,11 +1,12 @@
 // The DIAG port of tvk-modem: what its clients ask, and what each of them is answered.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <termios.h>
 
 #include <chrono>
 #include <optional>
-#include <thread>
 
 #include "support/diag_client.h"
 #include "support/process.h"
@@ -306,20 +307,24 @@ TEST(tvk_modem_diag, factory_test_answers_as_long_as_told) {
   EXPECT_EQ(answer[16383], 0xFB);
 }
 
-TEST(tvk_modem_diag, terminal_serves_one_client_after_the_other) {
+TEST(tvk_modem_diag, terminal_is_new_for_each_client) {
   const support::temp_dir dir;
   const simulated_modem modem({}, at_once, {"--diag-pty", dir.file("tty")});
-  for (int i = 0; i < 2; ++i) {
-    {
-      diag_client client(::open(dir.file("tty").c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
-      EXPECT_EQ(client.ask(hex("1C")), hex("1C 0800"));
-      // The mask of the one before is not the next one's.
-      EXPECT_EQ(client.ask(hex("73 000000 04000000 0B000000")).at(20), 0);
-      client.ask(hex("73 000000 03000000 0B000000 08000000 FF"));
-      client.send(hex("00"));
-    }
-    // It is looked for twenty times a second.
-    std::this_thread::sleep_for(milliseconds(300));
+  for (int i = 0; i < 3; ++i) {
+    const int terminal = ::open(dir.file("tty").c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    diag_client client(terminal);
+    // Alone, in the mode and with the masks of nobody before, and nothing left unread.
+    int exclusive = 0;
+    EXPECT_EQ(::ioctl(terminal, TIOCGEXCL, &exclusive), 0);
+    EXPECT_EQ(exclusive, 0);
+    EXPECT_EQ(client.ask(hex("1C")), hex("1C 0800"));
+    EXPECT_EQ(client.ask(hex("73 000000 04000000 0B000000")).at(20), 0);
+    client.ask(hex("73 000000 03000000 0B000000 08000000 FF"));
+    EXPECT_EQ(::ioctl(terminal, TIOCEXCL), 0);
+    termios cooked{};
+    cooked.c_lflag = ICANON | ECHO;
+    EXPECT_EQ(::tcsetattr(terminal, TCSANOW, &cooked), 0);
+    client.send(hex("00"));
   }
 }
 

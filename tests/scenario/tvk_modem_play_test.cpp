@@ -1,8 +1,10 @@
 // Captures that tvk-modem plays: whole, in order, and to each client as its masks say.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -160,12 +162,25 @@ TEST(tvk_modem_play, slow_client_gets_all_and_holds_up_nobody) {
 TEST(tvk_modem_play, file_without_packets_is_refused) {
   const support::temp_dir dir;
   write_file(dir.file("noise"), bytes(5000, 0x33));
-  for (const std::string& name : {dir.file("noise"), dir.file("nowhere"), dir.path()}) {
+  for (const std::string& name :
+       {dir.file("noise"), dir.file("nowhere"), dir.path(), std::string("/dev/zero")}) {
     const auto ended = support::run(TVK_MODEM_PROGRAM, {"serve", "--socket", dir.file("s"),
                                                         "--state", dir.file("d"), "--play", name});
     EXPECT_EQ(ended.exit_status, 1);
     EXPECT_NE(ended.errors.find(name), std::string::npos) << ended.errors;
   }
+}
+
+TEST(tvk_modem_play, can_be_ended_while_it_waits_for_a_pipe) {
+  const support::temp_dir dir;
+  ASSERT_EQ(::mkfifo(dir.file("pipe").c_str(), 0600), 0);
+  support::background_process modem(
+      TVK_MODEM_PROGRAM,
+      {"serve", "--socket", dir.file("s"), "--state", dir.file("d"), "--play", dir.file("pipe")});
+  const std::ofstream writer(dir.file("pipe"));  // opens when the modem does
+  modem.send_signal(SIGTERM);
+  EXPECT_FALSE(modem.wait(std::chrono::seconds(10)).timed_out);
+  EXPECT_FALSE(std::filesystem::exists(dir.file("s")));
 }
 
 /// Log packets and event reports of a stream of frames.

@@ -50,7 +50,7 @@ std::vector<std::string> names_in(const std::string& directory) {
 }
 
 TEST(tvk_modem_serve, removes_its_socket_and_lock_when_told_to_stop) {
-  for (const int signal : {SIGTERM, SIGINT}) {
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
     const temp_dir dir;
     const std::string socket = dir.file("run/modem.sock");
     support::background_process modem(TVK_MODEM_PROGRAM,
@@ -174,6 +174,7 @@ TEST(tvk_modem_exec, returns_the_status_and_leaves_nothing_behind) {
       {{"sh", "-c", "kill -9 $$"}, 137, ""},
       {{"sh", "-c", "test -S \"${TVK_MODEM#unix:}\""}, 0, ""},
       {{"sh", "-c", "kill -TERM $PPID; exec sleep 20"}, 143, ""},
+      {{"sh", "-c", "kill -HUP $PPID; exec sleep 20"}, 129, ""},
       {{"sh", "-c", "trap 'exit 5' INT; kill -INT $PPID; while :; do sleep 0.01; done"}, 5, ""},
   };
   for (const row& each : rows) {
@@ -191,6 +192,47 @@ TEST(tvk_modem_exec, returns_the_status_and_leaves_nothing_behind) {
   EXPECT_EQ(missing.errors, "tvk-modem: cannot run /no/such: No such file or directory\n");
   EXPECT_EQ(names_in(dir.path()), std::vector<std::string>{});
   EXPECT_EQ(run_modem({"exec", "--state", state.path()}).exit_status, 2);
+}
+
+TEST(tvk_modem, standard_streams_that_are_closed_or_full) {
+  if (TVK_CROSS_BUILD) GTEST_SKIP() << "a shell cannot run the program";
+  const temp_dir dir;
+  const std::string full = "tvk-modem: cannot write to standard output: No space left on device\n";
+  const std::string not_open = "tvk-modem: cannot write to standard output: Bad file descriptor\n";
+  struct row {
+    const char* command;  ///< $0 the program, $1 a state directory
+    int exit_status;
+    std::string errors;
+    std::string output;
+  };
+  const row rows[] = {
+      {R"("$0" nv list --state "$1" >/dev/full)", 1, full, ""},
+      {R"("$0" nv list --state "$1" >&-)", 1, not_open, ""},
+      {R"("$0" nv get --state "$1" 550 >/dev/full)", 1, full, ""},
+      {R"("$0" efs ls --state "$1" >/dev/full)", 1, full, ""},
+      {R"("$0" efs cat --state "$1" /nv/item_files/modem/geran/vamos_support >&-)", 1, not_open,
+       ""},
+      {R"("$0" efs put --state "$1" /a <&-)", 1,
+       "tvk-modem: cannot read standard input: Bad file descriptor\n", ""},
+      {R"("$0" --help >/dev/full)", 1, full, ""},
+      // Nobody can be told.
+      {R"("$0" nv get --state "$1" 7000 2>/dev/full)", 1, "", ""},
+      {R"("$0" --colour 2>&-)", 2, "", ""},
+      {R"("$0" exec --state "$1" --trace -- /no/such 2>/dev/full)", 127, "", ""},
+      {R"("$0" serve --socket "$1/s" --state "$1" --trace --diag-pty "$1/tty" 2>/dev/full &
+          until test -L "$1/tty" -a -S "$1/s"; do sleep 0.01; done; kill $!; wait $!)",
+       0, "", ""},
+      {R"("$0" exec --state "$1" --trace -- \
+          sh -c 'readlink /proc/$PPID/fd/0 /proc/$PPID/fd/2' <&- 2>&-)",
+       0, "", "/dev/null\n/dev/null\n"},
+  };
+  for (const row& each : rows) {
+    SCOPED_TRACE(each.command);
+    const auto ended = support::run("sh", {"-c", each.command, TVK_MODEM_PROGRAM, dir.path()});
+    EXPECT_EQ(ended.exit_status, each.exit_status);
+    EXPECT_EQ(ended.errors, each.errors);
+    EXPECT_EQ(ended.output, each.output);
+  }
 }
 
 TEST(tvk_modem_trace, names_what_passes) {

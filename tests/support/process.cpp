@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <array>
@@ -74,6 +75,7 @@ background_process::background_process(const std::string& program,
   if (pid_ == 0) {
     const rlimit no_core{0, 0};
     setrlimit(RLIMIT_CORE, &no_core);
+    signal(SIGHUP, SIG_DFL);  // the tests may be run with nohup
     const int null = open("/dev/null", O_RDONLY);
     dup2(null, STDIN_FILENO);
     dup2(output[1], STDOUT_FILENO);
@@ -127,8 +129,30 @@ bool background_process::wait_for_text(const std::string& where, const std::stri
   return found();
 }
 
+std::string background_process::errors_so_far() {
+  const std::lock_guard lock(mutex_);
+  return result_.errors;
+}
+
 void background_process::send_signal(int number) const {
   kill(pid_, number);
+}
+
+bool background_process::comes_to_rest(std::chrono::milliseconds window) const {
+  clockid_t clock{};
+  if (clock_getcpuclockid(pid_, &clock) != 0) return false;
+  const auto used = [clock] {
+    timespec time{};
+    clock_gettime(clock, &time);
+    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+  };
+  const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  do {
+    const auto before = used();
+    std::this_thread::sleep_for(window);
+    if (used() - before < window / 100) return true;
+  } while (std::chrono::steady_clock::now() < limit);
+  return false;
 }
 
 process_result background_process::wait(std::chrono::milliseconds limit) {

@@ -45,7 +45,14 @@ class background_process {
     return wait_for_text(result_.output, text, limit);
   }
 
+  /// What it has said on standard error up to now.
+  [[nodiscard]] std::string errors_so_far();
+
   void send_signal(int number) const;
+
+  /// Waits until it has used less than 1 % of a processor for the length of `window`; false when it
+  /// has not within ten seconds and a window.
+  [[nodiscard]] bool comes_to_rest(std::chrono::milliseconds window) const;
 
   /// Waits for the end, kills the program when `limit` passes. Call once.
   process_result wait(std::chrono::milliseconds limit = std::chrono::seconds(30));
