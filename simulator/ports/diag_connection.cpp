@@ -124,9 +124,15 @@ void diag_connection::answer(const diag::packet& packet, const diag::fault_rule*
   server_.trace.diag(trace::direction::from_modem, number_, "answer", sent);
   if (fault == nullptr) return send_frame(frame);
   switch (fault->action) {
-    case fault_action::bad_crc:
-      frame[0] ^= 1;  // whatever it becomes, the CRC is another's
+    case fault_action::bad_crc: {
+      // In the CRC itself: a packet that is not the answer would be passed over with a good one
+      // too.
+      std::uint8_t& last = frame[frame.size() - 2];
+      const bool would_be_special =
+          last == (hdlc::escape ^ 0x80) || last == (hdlc::terminator ^ 0x80);
+      last ^= would_be_special ? 0x40 : 0x80;
       return send_frame(frame);
+    }
     case fault_action::split:
       return send_pieces(std::move(frame), fault->value.value_or(1));
     case fault_action::delay:
