@@ -4,6 +4,7 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdarg>
 #include <cstdint>
@@ -135,6 +136,23 @@ std::vector<texts> files_of(const std::string& unit) {
   return files;
 }
 
+/// The statement that a line is of, which compilers number by its first line or its last.
+std::string statement_at(const texts& lines, std::size_t number) {
+  const auto ends = [](std::string line) {
+    line.erase(std::min(line.find("  //"), line.size()));
+    return line.empty() || std::string(";{}").find(line.back()) != std::string::npos;
+  };
+  if (number > lines.size()) return "";
+  std::size_t first = number - 1;
+  while (first > 0 && !ends(lines[first - 1])) --first;
+  std::string statement;
+  for (std::size_t at = first; at < lines.size(); ++at) {
+    statement += lines[at];
+    if (ends(lines[at])) break;
+  }
+  return statement;
+}
+
 /// What the statement says of which the log has this message.
 std::string text_in_source(const std::string& message) {
   if (message == "function entry ------------->") return "NORVEL_LOG_ENTRY";
@@ -185,11 +203,8 @@ TEST(system_log, line_is_found_where_it_says) {
     const auto wanted = text_in_source(parts[4]);
     int found = 0;
     for (const texts& lines : files_of(parts[1])) {
-      // A statement may go over two lines.
-      const auto at = static_cast<std::size_t>(std::stoi(parts[2]));
-      if (at < lines.size() && (lines[at - 1] + lines[at]).find(wanted) != std::string::npos) {
-        ++found;
-      }
+      const auto number = static_cast<std::size_t>(std::stoi(parts[2]));
+      if (statement_at(lines, number).find(wanted) != std::string::npos) ++found;
     }
     EXPECT_EQ(found, 1) << text << " by " << wanted;
     units.insert(parts[1]);
