@@ -16,8 +16,8 @@
 #include "decode/diag_masks.h"
 #include "decode/output/file_output.h"
 #include "decode/packet_stage.h"
+#include "host/file_descriptor.h"
 #include "platform/linux/diag/port.h"
-#include "platform/linux/file_descriptor.h"
 #include "protocol/hdlc.h"
 
 namespace decode {
@@ -26,7 +26,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using clock = std::chrono::steady_clock;
-using platform::file_descriptor;
+using host::file_descriptor;
 using protocol::byte_view;
 
 constexpr auto answer_time = 2s;

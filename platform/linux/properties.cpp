@@ -17,13 +17,13 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/linux/file_descriptor.h"
+#include "host/file_descriptor.h"
 #include "platform/linux/report.h"
 #include "protocol/endpoint.h"
 
 namespace {
 
-using platform::file_descriptor;
+using host::file_descriptor;
 using platform::report_once;
 
 std::string file_path() {

@@ -8,8 +8,8 @@
 #include <asio/io_context.hpp>
 #include <asio/posix/stream_descriptor.hpp>
 
+#include "host/file_descriptor.h"
 #include "simulator/at_commands.h"
-#include "simulator/descriptor.h"
 #include "simulator/ports/terminal_link.h"
 #include "simulator/trace.h"
 
@@ -25,7 +25,7 @@ class at_port {
   void line_ends();
   void send(std::string_view bytes);
 
-  descriptor
+  host::file_descriptor
       terminal_;  ///< the clients' side; held open, so that one who closes it hangs up nobody
   asio::posix::stream_descriptor ours_;
   terminal_link link_;

@@ -30,9 +30,9 @@ sockaddr* generic(sockaddr_in& address) {
 }
 
 /// Bound to this host only. `port` becomes the one that the kernel chose.
-descriptor bind_tcp(std::uint16_t& port) {
-  descriptor made(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  if (!made) fail("make a socket for", port);
+host::file_descriptor bind_tcp(std::uint16_t& port) {
+  host::file_descriptor made(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  if (!made.valid()) fail("make a socket for", port);
   const int on = 1;
   ::setsockopt(made.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
   sockaddr_in address{};
@@ -47,7 +47,7 @@ descriptor bind_tcp(std::uint16_t& port) {
 }
 
 /// Answers are small and waited for.
-void send_at_once(const descriptor& stream) {
+void send_at_once(const host::file_descriptor& stream) {
   const int on = 1;
   ::setsockopt(stream.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
 }
@@ -76,18 +76,18 @@ diag_port::~diag_port() = default;
 
 void diag_port::start(diag::server& server) {
   server_ = &server;
-  unix_.start([this](auto socket) { add(descriptor(socket.release()), [] {}); });
+  unix_.start([this](auto socket) { add(host::file_descriptor(socket.release()), [] {}); });
   if (tcp_) {
     tcp_->start([this](auto socket) {
-      descriptor stream(socket.release());
+      host::file_descriptor stream(socket.release());
       send_at_once(stream);
       add(std::move(stream), [] {});
     });
   }
-  if (terminal_) wait_for_terminal();
+  if (terminal_.valid()) wait_for_terminal();
 }
 
-void diag_port::add(descriptor stream, std::function<void()> afterwards) {
+void diag_port::add(host::file_descriptor stream, std::function<void()> afterwards) {
   const unsigned number = next_++;
   server_->trace.diag_note(number, "connects");
   const auto connection = std::make_shared<diag_connection>(
@@ -106,11 +106,11 @@ void diag_port::wait_for_terminal() {
   const bool somebody =
       ::poll(&ours, 1, 0) >= 0 && ((ours.revents & POLLHUP) == 0 || (ours.revents & POLLIN) != 0);
   if (somebody) {
-    descriptor stream(::fcntl(terminal_.get(), F_DUPFD_CLOEXEC, 0));
-    if (stream) {
+    host::file_descriptor stream(::fcntl(terminal_.get(), F_DUPFD_CLOEXEC, 0));
+    if (stream.valid()) {
       return add(std::move(stream), [this] {
         // The next client is not to read what this one left; only its own side can throw that away.
-        const descriptor theirs = open_terminal(terminal_of(terminal_.get()));
+        const host::file_descriptor theirs = open_terminal(terminal_of(terminal_.get()));
         ::tcflush(theirs.get(), TCIFLUSH);
         wait_for_terminal();
       });

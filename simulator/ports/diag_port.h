@@ -43,7 +43,7 @@ class diag_port {
  private:
   using protocol_type = asio::generic::stream_protocol;
 
-  void add(descriptor stream, std::function<void()> afterwards);
+  void add(host::file_descriptor stream, std::function<void()> afterwards);
   /// A terminal has a client when somebody holds its other side.
   void wait_for_terminal();
 
@@ -52,7 +52,7 @@ class diag_port {
   listener<protocol_type> unix_;
   std::optional<listener<protocol_type>> tcp_;
   std::uint16_t tcp_port_ = 0;
-  descriptor terminal_;  ///< the side that is ours
+  host::file_descriptor terminal_;  ///< the side that is ours
   std::optional<terminal_link> link_;
   asio::steady_timer terminal_again_;
   diag::server* server_ = nullptr;

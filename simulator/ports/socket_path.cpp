@@ -39,9 +39,9 @@ const sockaddr* generic(const sockaddr_un& address) {
   return reinterpret_cast<const sockaddr*>(&address);
 }
 
-descriptor make_socket(int type, const std::string& path) {
-  descriptor made(::socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  if (!made) fail("make a socket for", path, errno);
+host::file_descriptor make_socket(int type, const std::string& path) {
+  host::file_descriptor made(::socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  if (!made.valid()) fail("make a socket for", path, errno);
   return made;
 }
 
@@ -66,8 +66,9 @@ std::string checked(std::string path) {
 
 path_lock::path_lock(const std::string& path) : file_(path + ".lock") {
   while (true) {
-    descriptor opened(::open(file_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, owner_only));
-    if (!opened) fail("open the lock", file_, errno);
+    host::file_descriptor opened(
+        ::open(file_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, owner_only));
+    if (!opened.valid()) fail("open the lock", file_, errno);
     if (::flock(opened.get(), LOCK_EX | LOCK_NB) != 0) {
       if (errno != EWOULDBLOCK) fail("lock", file_, errno);
       throw failure("another modem already listens on " + path);
@@ -104,7 +105,7 @@ void socket_path::make_room() {
   if (!S_ISSOCK(status->st_mode)) throw failure(path_ + " exists and is not a socket");
 
   const sockaddr_un address = address_of(path_);
-  const descriptor probe = make_socket(type_, path_);
+  const host::file_descriptor probe = make_socket(type_, path_);
   if (::connect(probe.get(), generic(address), sizeof(address)) == 0 || errno != ECONNREFUSED) {
     throw failure("another program already listens on " + path_);
   }

@@ -43,9 +43,9 @@ const std::string& with_directory(const std::string& path) {
 
 }  // namespace
 
-descriptor open_pseudo_terminal() {
-  descriptor ours(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
-  if (!ours || ::grantpt(ours.get()) != 0 || ::unlockpt(ours.get()) != 0) {
+host::file_descriptor open_pseudo_terminal() {
+  host::file_descriptor ours(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
+  if (!ours.valid() || ::grantpt(ours.get()) != 0 || ::unlockpt(ours.get()) != 0) {
     fail("make", "a pseudo-terminal");
   }
   return ours;
@@ -57,10 +57,10 @@ std::string terminal_of(int ours) {
   return name.data();
 }
 
-descriptor open_terminal(const std::string& name) {
-  descriptor terminal(::open(name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+host::file_descriptor open_terminal(const std::string& name) {
+  host::file_descriptor terminal(::open(name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
   termios mode{};
-  if (!terminal || ::tcgetattr(terminal.get(), &mode) != 0) fail("open", name);
+  if (!terminal.valid() || ::tcgetattr(terminal.get(), &mode) != 0) fail("open", name);
   ::cfmakeraw(&mode);
   if (::tcsetattr(terminal.get(), TCSANOW, &mode) != 0) fail("set up", name);
   return terminal;

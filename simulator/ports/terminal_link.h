@@ -4,16 +4,16 @@
 
 #include <string>
 
-#include "simulator/descriptor.h"
+#include "host/file_descriptor.h"
 #include "simulator/ports/socket_path.h"
 
 namespace sim {
 
 /// The modem's side of a new pseudo-terminal. Throws `failure`.
-[[nodiscard]] descriptor open_pseudo_terminal();
+[[nodiscard]] host::file_descriptor open_pseudo_terminal();
 [[nodiscard]] std::string terminal_of(int ours);
 /// The clients' side, raw, so that nobody's answers come back as requests. Throws `failure`.
-[[nodiscard]] descriptor open_terminal(const std::string& name);
+[[nodiscard]] host::file_descriptor open_terminal(const std::string& name);
 
 /// The link from a chosen path to the terminal.
 class terminal_link {

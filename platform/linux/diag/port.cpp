@@ -25,7 +25,7 @@
 namespace diag {
 namespace {
 
-using platform::file_descriptor;
+using host::file_descriptor;
 
 constexpr int connect_timeout_ms = 3000;
 constexpr int write_timeout_ms = 3000;

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "platform/linux/file_descriptor.h"
+#include "host/file_descriptor.h"
 #include "protocol/bytes.h"
 
 namespace diag {
@@ -14,7 +14,7 @@ namespace diag {
 
 /// Not valid when there is no such port: what is wrong is told once on standard error. Reading and
 /// writing do not block.
-[[nodiscard]] platform::file_descriptor open_port(const std::string& text);
+[[nodiscard]] host::file_descriptor open_port(const std::string& text);
 
 /// Writes all, waiting for room. False when the port is gone or has no room for too long: part of
 /// the bytes may be written then.

@@ -90,7 +90,7 @@ opened open_modem_socket(const std::string& path) {
   }
   if (!S_ISSOCK(status.st_mode)) return refuse(path, "not a socket");
 
-  platform::file_descriptor fd(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+  host::file_descriptor fd(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
   const auto* any_name = reinterpret_cast<const sockaddr*>(&name);
   if (!fd.valid() || ::connect(fd.get(), any_name, sizeof name) != 0) {
     // The socket file of a modem that ended, or one that was removed meanwhile.
