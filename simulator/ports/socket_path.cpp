@@ -11,7 +11,8 @@
 #include <cstring>
 #include <optional>
 
-#include "protocol/endpoint.h"
+#include "host/directories.h"
+#include "host/private_files.h"
 #include "simulator/failure.h"
 
 namespace sim {
@@ -52,12 +53,13 @@ std::optional<struct stat> status_of(const std::string& path) {
   return std::nullopt;
 }
 
-/// The path, if a socket can have it; makes its directory.
+/// The path, if a socket can have it; makes its directory. Another user's runtime directory would
+/// hand that user the clients.
 std::string checked(std::string path) {
   (void)address_of(path);
-  const auto slash = path.find_last_of('/');
-  if (slash != std::string::npos && !protocol::make_directories(path.substr(0, slash))) {
-    fail("make the directory of", path, errno);
+  if (!host::make_directories(host::parent_of(path))) fail("make the directory of", path, errno);
+  if (const auto distrust = host::distrust_of_socket(path); !distrust.empty()) {
+    throw failure(fmt::format("cannot listen on {}: {}", path, distrust));
   }
   return path;
 }
@@ -66,9 +68,8 @@ std::string checked(std::string path) {
 
 path_lock::path_lock(const std::string& path) : file_(path + ".lock") {
   while (true) {
-    host::file_descriptor opened(
-        ::open(file_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, owner_only));
-    if (!opened.valid()) fail("open the lock", file_, errno);
+    auto [opened, error] = host::open_lock(file_);
+    if (!opened.valid()) throw failure(fmt::format("cannot use the lock {}: {}", file_, error));
     if (::flock(opened.get(), LOCK_EX | LOCK_NB) != 0) {
       if (errno != EWOULDBLOCK) fail("lock", file_, errno);
       throw failure("another modem already listens on " + path);

@@ -12,7 +12,7 @@
 #include <cstring>
 #include <filesystem>
 
-#include "protocol/endpoint.h"
+#include "host/directories.h"
 #include "simulator/failure.h"
 
 namespace sim {
@@ -33,11 +33,7 @@ bool is_there(const std::string& path) {
 }
 
 const std::string& with_directory(const std::string& path) {
-  const auto slash = path.find_last_of('/');
-  if (slash != std::string::npos && slash != 0 &&
-      !protocol::make_directories(path.substr(0, slash))) {
-    fail("make the directory of", path);
-  }
+  if (!host::make_directories(host::parent_of(path))) fail("make the directory of", path);
   return path;
 }
 

@@ -19,8 +19,10 @@
 #include <string_view>
 #include <utility>
 
+#include "host/directories.h"
+#include "host/endpoint.h"
+#include "host/private_files.h"
 #include "platform/linux/report.h"
-#include "protocol/endpoint.h"
 
 namespace diag {
 namespace {
@@ -67,6 +69,9 @@ opened open_unix(const std::string& path) {
   address.sun_family = AF_UNIX;
   if (path.size() >= sizeof address.sun_path) return failed(ENAMETOOLONG);
   path.copy(static_cast<char*>(address.sun_path), path.size());
+  if (auto distrust = host::distrust_of_socket(path); !distrust.empty()) {
+    return {{}, std::move(distrust)};
+  }
   return connect_socket(AF_UNIX, reinterpret_cast<const sockaddr*>(&address), sizeof address);
 }
 
@@ -122,7 +127,7 @@ struct kind {
 constexpr kind kinds[] = {{"unix", open_unix}, {"tcp", open_tcp}, {"tty", open_tty}};
 
 opened open_endpoint(const std::string& text) {
-  const auto parts = protocol::split_endpoint(text);
+  const auto parts = host::split_endpoint(text);
   const auto* kind = std::ranges::find(kinds, parts.scheme, &kind::scheme);
   if (kind == std::end(kinds)) return {{}, "no such kind of port"};
   return kind->open(std::string(parts.rest));
@@ -141,7 +146,7 @@ std::string named_port() {
   // Nothing in our programs writes the environment.
   const char* chosen = std::getenv("TVK_DIAG");
   if (chosen != nullptr && *chosen != '\0') return chosen;
-  return "unix:" + protocol::runtime_directory() + "/diag.sock";
+  return "unix:" + host::runtime_directory() + "/diag.sock";
 }
 
 file_descriptor open_port(const std::string& text) {
