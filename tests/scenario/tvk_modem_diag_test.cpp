@@ -167,13 +167,13 @@ TEST(tvk_modem_diag, logs_and_events_follow_the_masks_of_each_client) {
   EXPECT_TRUE(events.quiet(milliseconds(500)));
   EXPECT_TRUE(nobody.quiet(milliseconds(0)));
 
-  // B193: the level that was set, raw (-90 + 180) * 16, at bit 10 of the first antenna's word.
+  // B193: the level that was set, raw (-90 + 180) * 16, and the second antenna's, 1.5 dB less.
   bytes measurement(51);
   measurement[50] = 0x08;
   cells.ask(hex("73 000000 03000000 0B000000 94010000") + measurement);
   const bytes measured = cells.receive();
   ASSERT_EQ(measured.size(), 16U + 528U);
-  EXPECT_EQ(bytes(measured.begin() + 16 + 32, measured.begin() + 16 + 36), hex("00 80 16 00"));
+  EXPECT_EQ(bytes(measured.begin() + 16 + 36, measured.begin() + 16 + 40), hex("A0 85 58 00"));
 }
 
 std::string nv_get(const simulated_modem& modem, const char* item) {

@@ -131,7 +131,7 @@ TEST(tvk_modem_serve, what_cannot_be_used_is_named) {
   std::filesystem::copy(dir.file("file"), dir.file("bad/modem.db"));
   for (const char* name : {"open", "led"}) std::filesystem::create_directory(dir.file(name));
   std::filesystem::permissions(dir.file("open"), std::filesystem::perms::all);
-  std::filesystem::create_symlink("state", dir.file("link"));
+  std::filesystem::create_symlink("led", dir.file("link"));
   std::filesystem::create_symlink("../new", dir.file("led/modem.db"));
   std::filesystem::create_symlink("new", dir.file("locked.lock"));
   const std::string socket = dir.file("modem.sock");
