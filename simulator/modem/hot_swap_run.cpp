@@ -3,6 +3,7 @@
 #include <fmt/core.h>
 
 #include <cstdio>
+#include <exception>
 
 #include "simulator/failure.h"
 
@@ -21,8 +22,8 @@ hot_swap_run::hot_swap_run(asio::io_context& io, settings& settings, cards& card
 hot_swap_run::~hot_swap_run() {
   try {
     stop();
-  } catch (const failure& error) {
-    fmt::print(stderr, "tvk-modem: the hot-swap run leaves the card out: {}\n", error.what());
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "tvk-modem: the hot-swap run leaves the card out: %s\n", error.what());
   }
 }
 

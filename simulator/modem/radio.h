@@ -48,7 +48,7 @@ struct wcdma_cell {
 struct gsm_cell {
   std::uint16_t arfcn = 80;  // 12 bits
   std::uint8_t band = 2;     // 4 bits
-  double rssi = -70;  // dBm
+  double rssi = -70;         // dBm
 };
 
 /// Numbers as event 1606 has them.
