@@ -51,7 +51,7 @@ class diag_connection {
  private:
   static constexpr std::array<std::uint8_t, 4> request_ = {0x4B, 0x0B, 0x00, 0x00};
 
-  platform::file_descriptor port_;
+  host::file_descriptor port_;
   std::vector<std::uint8_t> frame_ = [] {
     std::vector<std::uint8_t> frame;
     protocol::hdlc::append_frame(frame, request_);

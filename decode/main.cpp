@@ -13,8 +13,8 @@
 #include "decode/output/file_output.h"
 #include "decode/output/record_output.h"
 #include "decode/summary.h"
+#include "host/file_descriptor.h"
 #include "host/standard_descriptors.h"
-#include "platform/linux/file_descriptor.h"
 
 namespace {
 
@@ -22,11 +22,11 @@ using namespace decode;
 
 constexpr int failed = 1;
 
-platform::file_descriptor open_output(const options& chosen) {
+host::file_descriptor open_output(const options& chosen) {
   if (chosen.output.empty() || chosen.format == output_format::csv) {
-    return platform::file_descriptor(::dup(STDOUT_FILENO));
+    return host::file_descriptor(::dup(STDOUT_FILENO));
   }
-  platform::file_descriptor file(
+  host::file_descriptor file(
       ::open(chosen.output.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
   if (!file.valid()) {
     throw output_error(

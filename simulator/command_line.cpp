@@ -7,8 +7,9 @@
 
 #include <CLI/CLI.hpp>
 
-#include "protocol/endpoint.h"
+#include "host/directories.h"
 #include "simulator/failure.h"
+#include "simulator/modem/store.h"
 #include "simulator/services/services.h"
 #include "simulator/standard_streams.h"
 #include "simulator/state_command_line.h"
@@ -18,7 +19,7 @@ namespace {
 
 struct raw_options {
   std::string socket;
-  std::string state = protocol::state_directory() + "/modem";
+  std::string state = default_state_directory();
   bool qrtr = false;
   bool trace = false;
   std::vector<std::string> faults;
@@ -135,7 +136,7 @@ command parse_command_line(int argc, const char* const* argv) {
   app.set_version_flag("--version", "tvk-modem " TVK_MODEM_VERSION);
   app.require_subcommand(1);
   CLI::App* const serve = app.add_subcommand("serve", "Run until SIGINT, SIGTERM or SIGHUP.");
-  const std::string serve_socket = protocol::runtime_directory() + "/modem.sock";
+  const std::string serve_socket = host::runtime_directory() + "/modem.sock";
   add_options(*serve, raw, serve_socket);
   CLI::App* const exec = app.add_subcommand(
       "exec", "Run COMMAND (after --) with a modem for it, found through TVK_MODEM and TVK_DIAG.");

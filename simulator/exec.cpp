@@ -13,8 +13,8 @@
 
 #include <asio/io_context.hpp>
 
+#include "host/file_descriptor.h"
 #include "simulator/commands.h"
-#include "simulator/descriptor.h"
 #include "simulator/failure.h"
 #include "simulator/signals.h"
 #include "simulator/standard_streams.h"
@@ -59,8 +59,8 @@ int start(const std::vector<std::string>& command, const sigset_t& mask, pid_t& 
   // Ends without a byte when the command runs, and brings errno when it does not.
   int ends[2];
   if (::pipe2(ends, O_CLOEXEC) != 0) return errno;
-  const descriptor outcome(ends[0]);
-  descriptor teller(ends[1]);
+  const host::file_descriptor outcome(ends[0]);
+  host::file_descriptor teller(ends[1]);
   child = ::fork();
   if (child < 0) return errno;
   if (child == 0) {
@@ -71,7 +71,7 @@ int start(const std::vector<std::string>& command, const sigset_t& mask, pid_t& 
     const bool told = ::write(teller.get(), &error, sizeof(error)) == sizeof(error);
     ::_exit(told ? cannot_start : EXIT_FAILURE);
   }
-  teller = descriptor();
+  teller = host::file_descriptor();
   int error = 0;
   if (::read(outcome.get(), &error, sizeof(error)) != sizeof(error)) return 0;
   ::waitpid(child, nullptr, 0);

@@ -8,8 +8,8 @@
 #include <optional>
 
 #include "simulator/failure.h"
+#include "simulator/modem/settings.h"
 #include "simulator/number.h"
-#include "simulator/services/sar.h"
 
 namespace sim {
 namespace {
@@ -52,8 +52,8 @@ std::optional<std::int64_t> parse_signed(std::string_view text, const settable_r
 }
 
 constexpr settable_row rows[] = {
-    {"sar.dsi", 0, last_sar_state,
-     [](modem& state, std::int64_t value) { state.kept.set(setting::sar_state, value); }},
+    {"sar.dsi", setting_of::sar_state.least, setting_of::sar_state.most,
+     [](modem& state, std::int64_t value) { state.kept.set(setting_of::sar_state, value); }},
     {"diag.factory_length", 4, 16384, into<&modem::factory_answer>},
     {"radio.seed", 0, max_32, into_radio<&radio::seed>},
     {"radio.swing", 0, 20, into_radio<&radio::swing>},

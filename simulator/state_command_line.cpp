@@ -2,10 +2,10 @@
 
 #include <fmt/core.h>
 
-#include "protocol/endpoint.h"
 #include "simulator/failure.h"
 #include "simulator/modem/efs_store.h"
 #include "simulator/modem/nv_store.h"
+#include "simulator/modem/store.h"
 #include "simulator/number.h"
 
 namespace sim {
@@ -19,8 +19,7 @@ std::uint32_t number(const char* what, const std::string& text, std::uint32_t mo
 
 }  // namespace
 
-state_command_line::state_command_line(CLI::App& app)
-    : state_(protocol::state_directory() + "/modem") {
+state_command_line::state_command_line(CLI::App& app) : state_(default_state_directory()) {
   CLI::App& nv = *app.add_subcommand("nv", "Show and change NV items in a state directory.");
   nv.require_subcommand(1);
   nv_list_ = add(nv, "list", "Number, name, length and first bytes of each.");

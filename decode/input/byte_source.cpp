@@ -15,13 +15,13 @@
 #include <utility>
 #include <vector>
 
-#include "platform/linux/file_descriptor.h"
+#include "host/file_descriptor.h"
 
 namespace decode {
 
 namespace {
 
-using platform::file_descriptor;
+using host::file_descriptor;
 
 [[noreturn]] void fail(const std::string& path, const std::string& why) {
   throw input_error(fmt::format("{}: {}", path == "-" ? "standard input" : path, why));

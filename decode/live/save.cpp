@@ -16,14 +16,14 @@ namespace decode {
 void save_file::open() {
   if (path_.empty()) return;
   constexpr int flags = O_WRONLY | O_CREAT | O_CLOEXEC;
-  file_ = platform::file_descriptor(::open(path_.c_str(), flags | O_EXCL, 0666));
+  file_ = host::file_descriptor(::open(path_.c_str(), flags | O_EXCL, 0666));
   if (file_.valid()) return;
   if (errno == EEXIST) {
     std::error_code none;
     if (!replace_ && std::filesystem::is_regular_file(path_, none)) {
       throw output_error(fmt::format("{}: there is such a file; --force replaces it", path_));
     }
-    file_ = platform::file_descriptor(::open(path_.c_str(), flags | O_TRUNC, 0666));
+    file_ = host::file_descriptor(::open(path_.c_str(), flags | O_TRUNC, 0666));
     if (file_.valid()) return;
   }
   throw output_error(fmt::format("{}: {}", path_, std::generic_category().message(errno)));

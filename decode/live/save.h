@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "platform/linux/file_descriptor.h"
+#include "host/file_descriptor.h"
 #include "protocol/bytes.h"
 
 namespace decode {
@@ -23,7 +23,7 @@ class save_file {
  private:
   const std::string path_;
   const bool replace_;
-  platform::file_descriptor file_;
+  host::file_descriptor file_;
 };
 
 }  // namespace decode

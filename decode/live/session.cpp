@@ -20,7 +20,7 @@
 #include "decode/messages.h"
 #include "decode/packet_stage.h"
 #include "platform/linux/diag/port.h"
-#include "platform/linux/file_descriptor.h"
+#include "host/file_descriptor.h"
 #include "protocol/diag_answer.h"
 #include "protocol/hdlc.h"
 
@@ -30,7 +30,7 @@ namespace {
 
 using namespace std::chrono_literals;
 using clock = std::chrono::steady_clock;
-using platform::file_descriptor;
+using host::file_descriptor;
 using protocol::byte_view;
 
 constexpr auto answer_time = 2s;

@@ -15,8 +15,8 @@
 #include "decode/output/record_output.h"
 #include "decode/output/time_text.h"
 #include "decode/output/value_text.h"
+#include "host/file_descriptor.h"
 #include "modem_stats/record_table.h"
-#include "platform/linux/file_descriptor.h"
 
 namespace decode {
 
@@ -47,14 +47,14 @@ class csv_files final : public record_store {
  private:
   struct output_file {
     std::string path;
-    platform::file_descriptor file;
+    host::file_descriptor file;
   };
 
   output_file begin(std::size_t data_id) const {
     const auto& schema =
         *modem_stats::find_record_schema(static_cast<modem_stats_data_id_e_type>(data_id));
     output_file made{.path = fmt::format("{}/{}.csv", directory_, schema.name), .file = {}};
-    made.file = platform::file_descriptor(
+    made.file = host::file_descriptor(
         ::open(made.path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
     if (!made.file.valid()) {
       throw output_error(fmt::format("{}: {}", made.path, std::generic_category().message(errno)));

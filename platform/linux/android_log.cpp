@@ -12,12 +12,12 @@
 #include <cstring>
 #include <string>
 
-#include "platform/linux/file_descriptor.h"
+#include "host/file_descriptor.h"
 #include "platform/linux/report.h"
 
 namespace {
 
-using platform::file_descriptor;
+using host::file_descriptor;
 
 /// Where lines go: a descriptor, or invalid for the system log.
 file_descriptor open_destination() {

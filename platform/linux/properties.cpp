@@ -1,10 +1,12 @@
-// System properties on a Linux host: a text file of `name=value` lines. Empty lines and lines that
-// begin with '#' are the user's own and stay as they are.
+// System properties on a Linux host: a text file of `name=value` lines. Blanks around name and
+// value do not count, nor does the carriage return of a file from elsewhere. Empty lines and lines
+// that begin with '#' are the user's own and stay as they are.
 #include "platform/properties.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -12,35 +14,86 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "platform/linux/file_descriptor.h"
+#include "host/directories.h"
+#include "host/file_descriptor.h"
+#include "host/private_files.h"
+#include "host/write_all.h"
 #include "platform/linux/report.h"
-#include "protocol/endpoint.h"
 
 namespace {
 
-using platform::file_descriptor;
+using host::file_descriptor;
 using platform::report_once;
 
-std::string file_path() {
-  const char* path = std::getenv("TVK_PROPERTIES");
-  if (path != nullptr && *path != '\0') return path;
-  return protocol::state_directory() + "/properties";
+/// Far more than any phone's properties take.
+constexpr std::size_t most_bytes = std::size_t{1} << 20;
+
+void report(const std::string& path, const std::string& what) {
+  report_once("property file " + path + ": " + what);
 }
 
 void report_failure(const std::string& path, const char* what) {
-  report_once("property file " + path + ": " + what + ": " + std::strerror(errno));
+  report(path, what + (": " + std::string(std::strerror(errno))));
+}
+
+/// The file that a path leads to, there or not. A link leads on when it is the user's own or the
+/// administrator's: one of somebody else could have us replace any file.
+std::optional<std::string> followed(std::string path) {
+  constexpr int most_links = 8;
+  for (int links = 0; links < most_links; ++links) {
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0) {
+      if (errno == ENOENT) return path;
+      report_failure(path, "cannot be opened");
+      return std::nullopt;
+    }
+    if (S_ISREG(status.st_mode)) return path;
+    if (!S_ISLNK(status.st_mode)) {
+      report(path, "it is not a regular file");
+      return std::nullopt;
+    }
+    if (status.st_uid != ::geteuid() && status.st_uid != 0) {
+      report(path, "it is a symbolic link of user " + std::to_string(status.st_uid));
+      return std::nullopt;
+    }
+    const std::filesystem::path link(path);
+    std::error_code error;
+    path = link.parent_path() / std::filesystem::read_symlink(link, error);
+  }
+  report(path, "too many symbolic links lead on from it");
+  return std::nullopt;
+}
+
+std::optional<std::string> file_path() {
+  const char* chosen = std::getenv("TVK_PROPERTIES");
+  if (chosen != nullptr && *chosen != '\0') return followed(chosen);
+  const std::string directory = host::state_directory();
+  if (directory.empty()) {
+    report_once(std::string("no property file: TVK_PROPERTIES is not set, and ") +
+                host::no_state_directory);
+    return std::nullopt;
+  }
+  struct stat status {};
+  if (::lstat(directory.c_str(), &status) == 0) {
+    if (const auto distrust = host::distrust_of_directory(directory); !distrust.empty()) {
+      report(directory + "/properties", "its directory is not trusted: " + distrust);
+      return std::nullopt;
+    }
+  }
+  return followed(directory + "/properties");
 }
 
 using lines = std::vector<std::string>;
 
 /// The file's lines, none when there is no file yet; nothing when it cannot be read.
 std::optional<lines> read_lines(const std::string& path) {
-  const file_descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const file_descriptor file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
   if (!file.valid()) {
     if (errno == ENOENT) return lines{};
     report_failure(path, "cannot be opened");
@@ -57,6 +110,10 @@ std::optional<lines> read_lines(const std::string& path) {
       return std::nullopt;
     }
     text.append(chunk.data(), static_cast<std::size_t>(got));
+    if (text.size() > most_bytes) {
+      report(path, "it has more than " + std::to_string(most_bytes) + " bytes");
+      return std::nullopt;
+    }
   }
   lines all;
   for (std::size_t start = 0; start < text.size();) {
@@ -67,40 +124,58 @@ std::optional<lines> read_lines(const std::string& path) {
   return all;
 }
 
+std::string_view trimmed(std::string_view text) {
+  constexpr std::string_view blanks = " \t\r";
+  const auto first = text.find_first_not_of(blanks);
+  if (first == std::string_view::npos) return {};
+  return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+}
+
 bool is_comment(std::string_view line) {
+  line = trimmed(line);
   return line.empty() || line.front() == '#';
 }
 
-/// The value when the line sets this property.
-std::optional<std::string_view> value_in(std::string_view line, std::string_view name) {
-  if (is_comment(line) || !line.starts_with(name)) return std::nullopt;
-  line.remove_prefix(name.size());
-  if (!line.starts_with('=')) return std::nullopt;
-  return line.substr(1);
+struct property {
+  std::string_view name;
+  std::string_view value;
+};
+
+/// What a line sets; nothing for a comment and a line that sets nothing.
+std::optional<property> property_in(std::string_view line) {
+  const auto equals = line.find('=');
+  if (is_comment(line) || equals == std::string_view::npos) return std::nullopt;
+  const property found{trimmed(line.substr(0, equals)), trimmed(line.substr(equals + 1))};
+  return found.name.empty() ? std::nullopt : std::optional(found);
 }
 
+/// Names the first line that is wrong: a file of another kind has nothing but such lines.
 void report_malformed(const std::string& path, const lines& all) {
-  for (std::size_t i = 0; i < all.size(); ++i) {
-    const auto equals = all[i].find('=');
-    const bool well_formed =
-        is_comment(all[i]) || (equals != std::string::npos && equals > 0 &&
-                               all[i].size() - equals - 1 < PROPERTY_VALUE_MAX);
-    if (!well_formed) {
-      report_once("property file " + path + ", line " + std::to_string(i + 1) + ": \"" + all[i] +
-                  "\": expected name=value with at most " + std::to_string(PROPERTY_VALUE_MAX - 1) +
-                  " bytes of value");
-    }
-  }
+  constexpr std::size_t shown = 100;
+  const auto malformed = [](const std::string& line) {
+    const auto set = property_in(line);
+    return !is_comment(line) && (!set || set->value.size() >= PROPERTY_VALUE_MAX);
+  };
+  const auto first = std::ranges::find_if(all, malformed);
+  if (first == all.end()) return;
+  const auto more = std::count_if(first + 1, all.end(), malformed);
+  std::string text(trimmed(*first).substr(0, shown));
+  // It may be of any file at all, and goes to a terminal.
+  std::ranges::replace_if(
+      text, [](unsigned char each) { return each < ' ' || each > '~'; }, '?');
+  report_once("property file " + path + ", line " + std::to_string(first - all.begin() + 1) +
+              ": \"" + text + "\": expected name=value with at most " +
+              std::to_string(PROPERTY_VALUE_MAX - 1) + " bytes of value" +
+              (more == 0 ? "" : ", here and in " + std::to_string(more) + " more lines"));
 }
 
-bool write_all(const file_descriptor& file, std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t put = ::write(file.get(), text.data(), text.size());
-    if (put < 0 && errno == EINTR) continue;
-    if (put < 0) return false;
-    text.remove_prefix(static_cast<std::size_t>(put));
-  }
-  return true;
+/// Gives a file that will take the place of another one that other's owner and mode.
+bool take_over_owner_and_mode(const file_descriptor& file, const std::string& replaced) {
+  struct stat before {};
+  if (::lstat(replaced.c_str(), &before) != 0) return errno == ENOENT;
+  const bool is_own = before.st_uid == ::geteuid() && before.st_gid == ::getegid();
+  return (is_own || ::fchown(file.get(), before.st_uid, before.st_gid) == 0) &&
+         ::fchmod(file.get(), before.st_mode & 07777U) == 0;
 }
 
 /// Replaces the file in one step: readers see the old text or the new one, whatever happens.
@@ -108,9 +183,14 @@ bool replace_file(const std::string& path, const lines& all) {
   std::string text;
   for (const std::string& line : all) text += line + "\n";
   const std::string fresh = path + ".new";
-  const file_descriptor file(::open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-  if (file.valid() && write_all(file, text) && ::fsync(file.get()) == 0 &&
-      std::rename(fresh.c_str(), path.c_str()) == 0) {
+  ::unlink(fresh.c_str());  // of a writer that was killed
+  const auto [file, error] = host::make_new_file(fresh);
+  if (!file.valid()) {
+    report(path, "cannot be written: " + fresh + ": " + error);
+    return false;
+  }
+  if (host::write_all(file.get(), text) && take_over_owner_and_mode(file, path) &&
+      ::fsync(file.get()) == 0 && std::rename(fresh.c_str(), path.c_str()) == 0) {
     return true;
   }
   report_failure(path, "cannot be written");
@@ -121,17 +201,23 @@ bool replace_file(const std::string& path, const lines& all) {
 /// Held from reading to replacing, so that no other process's change is lost in between. The lock
 /// is a file of its own because the property file is replaced, not rewritten.
 file_descriptor lock_file(const std::string& path) {
-  const auto slash = path.find_last_of('/');
-  if (slash != std::string::npos && !protocol::make_directories(path.substr(0, slash))) return {};
-  file_descriptor file(::open((path + ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-  while (file.valid() && ::flock(file.get(), LOCK_EX) != 0) {
-    if (errno != EINTR) return {};
+  if (!host::make_directories(host::parent_of(path))) {
+    report_failure(path, "its directory cannot be made");
+    return {};
   }
-  return file;
+  auto [file, error] = host::open_lock(path + ".lock");
+  while (file.valid() && ::flock(file.get(), LOCK_EX) != 0) {
+    if (errno == EINTR) continue;
+    error = std::strerror(errno);
+    file = {};
+  }
+  if (!file.valid()) report(path, "cannot be locked: " + path + ".lock: " + error);
+  return std::move(file);
 }
 
+/// What comes back as it was given, from a line of its own.
 bool storable(std::string_view name, std::string_view value) {
-  return !name.empty() && name.front() != '#' &&
+  return !name.empty() && name.front() != '#' && trimmed(name) == name && trimmed(value) == value &&
          name.find_first_of("=\n") == std::string_view::npos && value.size() < PROPERTY_VALUE_MAX &&
          value.find('\n') == std::string_view::npos;
 }
@@ -140,12 +226,12 @@ bool storable(std::string_view name, std::string_view value) {
 
 int property_get(const char* key, char* value, const char* default_value) {
   std::string found = default_value == nullptr ? "" : default_value;
-  const std::string path = file_path();
-  if (const auto all = read_lines(path)) {
-    report_malformed(path, *all);
+  const auto path = file_path();
+  if (const auto all = path ? read_lines(*path) : std::nullopt) {
+    report_malformed(*path, *all);
     for (const std::string& line : *all) {
-      const auto set = value_in(line, key);
-      if (set && !set->empty()) found = *set;
+      const auto set = property_in(line);
+      if (set && set->name == key && !set->value.empty()) found = set->value;
     }
   }
   found.resize(std::min(found.size(), static_cast<std::size_t>(PROPERTY_VALUE_MAX - 1)));
@@ -155,16 +241,17 @@ int property_get(const char* key, char* value, const char* default_value) {
 
 int property_set(const char* key, const char* value) {
   if (key == nullptr || value == nullptr || !storable(key, value)) return -EINVAL;
-  const std::string path = file_path();
-  const file_descriptor lock = lock_file(path);
-  if (!lock.valid()) {
-    report_failure(path, "cannot be locked");
-    return -EACCES;
-  }
-  auto all = read_lines(path);
+  const auto path = file_path();
+  if (!path) return -EIO;
+  const file_descriptor lock = lock_file(*path);
+  if (!lock.valid()) return -EACCES;
+  auto all = read_lines(*path);
   if (!all) return -EIO;
-  report_malformed(path, *all);
-  std::erase_if(*all, [&](const std::string& line) { return value_in(line, key).has_value(); });
+  report_malformed(*path, *all);
+  std::erase_if(*all, [&](const std::string& line) {
+    const auto set = property_in(line);
+    return set && set->name == key;
+  });
   all->push_back(std::string(key) + "=" + value);
-  return replace_file(path, *all) ? 0 : -EIO;
+  return replace_file(*path, *all) ? 0 : -EIO;
 }

@@ -10,7 +10,7 @@
 #include <filesystem>
 
 #include "protocol/hdlc.h"
-#include "simulator/descriptor.h"
+#include "host/file_descriptor.h"
 #include "simulator/failure.h"
 
 namespace sim::diag {
@@ -42,9 +42,9 @@ void read_file(const std::string& path, Take take) {
   if (type != file_type::regular && type != file_type::fifo) {
     fail(path, "it is neither a file nor a pipe");
   }
-  const descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
+  const host::file_descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
   std::array<std::uint8_t, 65536> buffer{};
-  ssize_t size = file ? 1 : -1;
+  ssize_t size = file.valid() ? 1 : -1;
   while (size > 0) {
     size = ::read(file.get(), buffer.data(), buffer.size());
     if (size > 0) take(byte_view(buffer).first(static_cast<std::size_t>(size)));

@@ -1,6 +1,7 @@
 #include "simulator/diag/scenario.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <deque>
 #include <iterator>
@@ -21,6 +22,12 @@ using payload = std::vector<std::uint8_t>;
 void put_bits(payload& out, std::size_t at, unsigned first, std::uint32_t value) {
   const auto word = std::span(out).subspan(at);
   protocol::store_le(protocol::load_le<std::uint32_t>(word) | value << first, word);
+}
+
+/// The word at `at`, as an s32.
+void put_word(payload& out, std::size_t at, double value) {
+  protocol::store_le(static_cast<std::uint32_t>(static_cast<std::int32_t>(std::lround(value))),
+                     std::span(out).subspan(at));
 }
 
 /// A level in steps above the lowest that the log can say.
@@ -58,16 +65,22 @@ payload lte_measurement(const radio_values& seen, number nth) {
   constexpr std::size_t cell = body + 8;
   constexpr std::uint16_t sub_packet = 25 | 36 << 8;
   constexpr std::uint32_t serving = 1U << 12;
-  // The first antenna is the best, and what is combined is its level.
+  // Most levels are there twice.
+  struct place {
+    std::size_t word;
+    unsigned bit;
+  };
   struct antenna {
-    std::size_t rsrp, rsrq, rssi, snr;
-    unsigned rsrp_bit, rsrq_bit, rssi_bit, snr_bit;
+    std::array<place, 2> rsrp;
+    std::array<place, 2> rsrq;
+    place rssi;
+    place snr;
   };
   constexpr antenna antennas[receive_antennas] = {
-      {16, 36, 48, 80, 10, 0, 0, 0},
-      {20, 36, 48, 80, 12, 20, 11, 9},
-      {24, 40, 52, 84, 12, 10, 0, 0},
-      {28, 40, 52, 84, 0, 20, 11, 9},
+      {{{{16, 10}, {20, 0}}}, {{{36, 0}, {36, 10}}}, {48, 0}, {80, 0}},
+      {{{{20, 12}, {24, 0}}}, {{{36, 20}, {40, 0}}}, {48, 11}, {80, 9}},
+      {{{{24, 12}, {24, 12}}}, {{{40, 10}, {40, 10}}}, {52, 0}, {84, 0}},
+      {{{{28, 0}, {28, 0}}}, {{{40, 20}, {40, 20}}}, {52, 11}, {84, 9}},
   };
   const auto rsrp = [](double dbm) { return steps(dbm, -180, 16, 0xFFF); };
   const auto rsrq = [](double db) { return steps(db, -30, 16, 0x3FF); };
@@ -84,30 +97,45 @@ payload lte_measurement(const radio_values& seen, number nth) {
   protocol::store_le(from.dl_earfcn, whole.subspan(body));
   protocol::store_le(std::uint16_t{1}, whole.subspan(body + 4));
   protocol::store_le(std::uint16_t{0xF}, whole.subspan(body + 6));
+  const std::uint32_t frame = nth * 50 % 1024;
   put_bits(out, cell, 0, from.pci | serving);
-  put_bits(out, cell + 4, 0, nth * 50 % 1024);
+  put_bits(out, cell + 4, 0, frame);
+  put_bits(out, cell + 16, 0, frame);
   for (unsigned n = 0; n < receive_antennas; ++n) {
     const antenna& to = antennas[n];
     const lte_cell there = at_antenna(from, n);
-    put_bits(out, cell + to.rsrp, to.rsrp_bit, rsrp(there.rsrp));
-    put_bits(out, cell + to.rsrq, to.rsrq_bit, rsrq(there.rsrq));
-    put_bits(out, cell + to.rssi, to.rssi_bit, rssi(there.rssi()));
-    put_bits(out, cell + to.snr, to.snr_bit, snr(there.sinr));
+    for (const place& each : to.rsrp) put_bits(out, cell + each.word, each.bit, rsrp(there.rsrp));
+    for (const place& each : to.rsrq) put_bits(out, cell + each.word, each.bit, rsrq(there.rsrq));
+    put_bits(out, cell + to.rssi.word, to.rssi.bit, rssi(there.rssi()));
+    put_bits(out, cell + to.snr.word, to.snr.bit, snr(there.sinr));
+    put_word(out, cell + 104 + 4 * n, there.sinr * 256);
   }
+  // What the antennas make together, and that filtered: the first antenna's level, which is the
+  // best.
   constexpr std::uint32_t combined_lower = 640;
   put_bits(out, cell + 28, 12, rsrp(from.rsrp) - std::min(rsrp(from.rsrp), combined_lower));
+  put_bits(out, cell + 32, 0, rsrp(from.rsrp));
+  put_bits(out, cell + 32, 12, rsrp(from.rsrp));
   put_bits(out, cell + 44, 0, rsrq(from.rsrq));
+  put_bits(out, cell + 44, 10, rsrq(from.rsrq));
+  put_bits(out, cell + 44, 20, rsrq(from.rsrq));
   put_bits(out, cell + 56, 0, rssi(from.rssi()));
+  // The signal to expect, and the quality without interference.
+  put_word(out, cell + 96, from.sinr * 16);
+  put_bits(out, cell + 100, 0, rsrq(from.rsrq));
   return out;
 }
 
-/// A better signal, a higher modulation: index, code and bits of a symbol.
+constexpr std::uint8_t block_resources = 20;
+
+/// A better signal, a higher modulation: its index, bits of a symbol, and what a block then holds.
 struct modulation {
   double sinr;  // dB, from here on
   std::uint8_t mcs;
   std::uint8_t code;
+  std::uint16_t bytes;
 };
-constexpr modulation modulations[] = {{-20, 4, 2}, {6, 13, 4}, {14, 24, 6}};
+constexpr modulation modulations[] = {{-20, 4, 2, 180}, {6, 13, 4, 576}, {14, 24, 6, 1338}};
 
 const modulation& modulation_at(double sinr) {
   const auto* const next = std::ranges::upper_bound(modulations, sinr, {}, &modulation::sinr);
@@ -116,19 +144,17 @@ const modulation& modulation_at(double sinr) {
 
 /// Version 24: one record with one block, of which every tenth fails.
 payload lte_downlink(const radio_values& seen, number nth) {
-  constexpr std::uint16_t block_bytes = 1500;
-  constexpr std::uint8_t blocks_resource = 20;
   constexpr std::uint8_t passed = 0x80;
   const modulation& best = modulation_at(seen.lte.sinr);
   payload out{24, 1, 0, 0};
   append_le(out, static_cast<std::uint16_t>(nth % 10 | nth * 30 % 1024 << 4));
-  for (const unsigned each : {unsigned{blocks_resource}, 2U, 1U, 0U}) {
+  for (const unsigned each : {unsigned{block_resources}, 2U, 1U, 0U}) {
     out.push_back(static_cast<std::uint8_t>(each));
   }
   out.push_back(static_cast<std::uint8_t>(nth % 8 | (nth % 10 == 9 ? 0U : passed)));
   out.push_back(0);
-  append_le(out, block_bytes);
-  for (const std::uint8_t each : {best.mcs, blocks_resource, best.code, std::uint8_t{0}}) {
+  append_le(out, best.bytes);
+  for (const std::uint8_t each : {best.mcs, block_resources, best.code, std::uint8_t{0}}) {
     out.push_back(each);
   }
   out.resize(28);
@@ -205,23 +231,40 @@ std::uint16_t rounded(double value) {
   return static_cast<std::uint16_t>(static_cast<std::int16_t>(std::lround(value)));
 }
 
-/// Version 5: two chains of the first carrier, none of the second, and no search task.
+/// Version 5: two chains of the first carrier, none of the second, and one task that searched for
+/// the cell.
 payload wcdma_search(const radio_values& seen, number /*nth*/) {
   constexpr std::uint16_t unused = 512;
+  constexpr std::uint16_t transmits_nothing = 0xFE00;
+  constexpr std::uint16_t scrambling_code = 397;
+  constexpr std::size_t between = 11;
   const auto level = [](double dbm) { return rounded((dbm + 106) * 10 - 512); };
   const double rssi = seen.wcdma.rssi;
   payload out{5, 0, 1};
-  append_le(out, level(rssi_at_antenna(rssi, 0)));
-  append_le(out, level(rssi_at_antenna(rssi, 1)));
-  append_le(out, unused);
-  append_le(out, unused);
-  out.resize(29);
+  for (const std::uint16_t each : {level(rssi_at_antenna(rssi, 0)), level(rssi_at_antenna(rssi, 1)),
+                                   unused, unused, transmits_nothing, transmits_nothing}) {
+    append_le(out, each);
+  }
+  out.push_back(0);
+  append_le(out, seen.wcdma.dl_uarfcn);
+  out.insert(out.end(), 6, 0xFF);
+  // How many tasks, and the head of the one: of its 11 bytes these, the code, and 4 more.
+  constexpr std::uint8_t tasks[] = {0, 0, 1, 4, 1, 0x23, 0, 0, 0, 0};
+  out.insert(out.end(), std::begin(tasks), std::end(tasks));
+  append_le(out, static_cast<std::uint16_t>(16 * scrambling_code));
+  out.resize(out.size() + 4 + between);
+  // Where the peaks are, and their energies, the strongest first.
+  for (const std::uint32_t each :
+       {217436U, 217004U, 217848U, 217380U, 217112U, 217088U, 120U, 120U, 116U, 113U, 112U, 110U}) {
+    append_le(out, each);
+  }
   return out;
 }
 
-/// Version 1: primary and diversity level.
+/// Version 1: channel and band, primary and diversity level.
 payload gsm_diversity(const radio_values& seen, number /*nth*/) {
-  payload out{1, 0, 0, 0};
+  payload out{1, 0};
+  append_le(out, static_cast<std::uint16_t>(seen.gsm.arfcn | seen.gsm.band << 12));
   append_le(out, rounded(rssi_at_antenna(seen.gsm.rssi, 0) * 16));
   append_le(out, rounded(rssi_at_antenna(seen.gsm.rssi, 1) * 16));
   return out;
@@ -304,9 +347,15 @@ class scenario_cursor : public cursor {
 
 }  // namespace
 
+std::vector<std::uint8_t> log_payload(std::uint16_t code, const radio_values& seen, number nth) {
+  const auto* const row = std::ranges::find(logs, code, &log_row::code);
+  return row == std::end(logs) ? payload() : row->build(seen, nth);
+}
+
 std::vector<std::uint8_t> serving_cell_log(const radio_values& seen, std::uint64_t time) {
-  const auto made = lte_serving_cell(seen, 0);
-  return wire::build_log({.code = logs[0].code, .time = time, .payload = made});
+  constexpr std::uint16_t serving_cell = 0xB0C2;
+  const auto made = log_payload(serving_cell, seen, 0);
+  return wire::build_log({.code = serving_cell, .time = time, .payload = made});
 }
 
 std::unique_ptr<cursor> scenario::begin() const {

@@ -20,6 +20,10 @@ class scenario : public source {
   const radio& radio_;
 };
 
+/// The payload of the log's packet number `nth`; empty for a log that the scenario does not have.
+[[nodiscard]] std::vector<std::uint8_t> log_payload(std::uint16_t code, const radio_values& seen,
+                                                    std::uint32_t nth);
+
 /// Log 0xB0C2, the serving cell, which faults send unasked.
 [[nodiscard]] std::vector<std::uint8_t> serving_cell_log(const radio_values& seen,
                                                          std::uint64_t time);

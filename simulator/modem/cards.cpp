@@ -1,21 +1,15 @@
 #include "simulator/modem/cards.h"
 
-#include <string>
-
 namespace sim {
 namespace {
 
 constexpr std::int64_t tray_in = 1;
 constexpr std::int64_t sim_in = 2;
 
-std::string name_of(unsigned slot) {
-  return "card." + std::to_string(slot);
-}
-
 }  // namespace
 
 bool cards::present(unsigned slot) {
-  return (settings_.get(name_of(slot), tray_in | sim_in) & sim_in) != 0;
+  return (settings_.get(setting_of::card[slot]) & sim_in) != 0;
 }
 
 unsigned cards::count() {
@@ -34,7 +28,7 @@ void cards::set_sim(unsigned slot, bool in) {
 
 void cards::change(unsigned slot, bool tray, bool sim) {
   const bool was = present(slot);
-  settings_.set(name_of(slot), (tray ? tray_in : 0) | (sim ? sim_in : 0));
+  settings_.set(setting_of::card[slot], (tray ? tray_in : 0) | (sim ? sim_in : 0));
   activity_.count(event::card_set);
   if (was != sim) activity_.count(event::card_changed);
 }

@@ -2,6 +2,7 @@
 
 #include <fmt/chrono.h>
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -9,6 +10,8 @@
 #include <ctime>
 #include <iterator>
 
+#include "host/private_files.h"
+#include "host/write_all.h"
 #include "simulator/failure.h"
 
 namespace sim {
@@ -40,13 +43,14 @@ void write_dump(modem& state, const std::string& reason) {
   const std::string path = fmt::format("{}/dump-{}.bin", state.store.directory(), number);
   // Under another name until it is whole.
   const std::string part = path + ".part";
-  std::FILE* const file = std::fopen(part.c_str(), "wxe");
-  bool written = file != nullptr && std::fwrite(text.data(), 1, text.size(), file) == text.size();
-  if (file != nullptr && std::fclose(file) != 0) written = false;
-  if (written && std::rename(part.c_str(), path.c_str()) == 0) return;
-
+  auto [file, error] = host::make_new_file(part);
+  if (!file.valid()) throw failure(fmt::format("cannot write {}: {}", part, error));
+  if (host::write_all(file.get(), text) && ::fsync(file.get()) == 0 &&
+      std::rename(part.c_str(), path.c_str()) == 0) {
+    return;
+  }
   const int reason_of_failure = errno;
-  if (file != nullptr) std::remove(part.c_str());
+  std::remove(part.c_str());
   throw failure(fmt::format("cannot write {}: {}", path, std::strerror(reason_of_failure)));
 }
 

@@ -1,5 +1,7 @@
 #include "simulator/modem/efs_store.h"
 
+#include "simulator/modem/columns.h"
+
 namespace sim {
 
 efs_store::efs_store(store& store)
@@ -16,7 +18,7 @@ std::optional<std::vector<std::uint8_t>> efs_store::read(std::uint8_t subscripti
     query.bind(1, subscription);
     query.bind(2, path);
     if (!query.executeStep()) return std::nullopt;
-    const auto data = blob(query, 0);
+    const auto data = bytes_in(query, 0, columns::efs_data);
     return std::vector<std::uint8_t>(data.begin(), data.end());
   });
 }
@@ -47,8 +49,7 @@ void efs_store::for_each(
   list_.use([&](SQLite::Statement& query) {
     query.bind(1, subscription);
     while (query.executeStep()) {
-      const SQLite::Column path = query.getColumn(0);
-      visit({path.getText(), static_cast<std::size_t>(path.getBytes())}, blob(query, 1));
+      visit(text_in(query, 0, columns::efs_path), bytes_in(query, 1, columns::efs_data));
     }
   });
 }

@@ -15,6 +15,7 @@ namespace sim {
 
 constexpr std::size_t max_efs_path_size = 71;
 constexpr std::size_t max_efs_file_size = 102410;
+constexpr std::size_t max_efs_link_size = 1024;  ///< of what a link leads to
 
 /// Every function throws `failure` when the state cannot be read or written.
 class efs_store {

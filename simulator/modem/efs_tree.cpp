@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "simulator/modem/columns.h"
+
 namespace sim {
 namespace {
 
@@ -49,7 +51,8 @@ std::optional<efs_tree::entry> efs_tree::entry_of(const std::string& path) {
   return entry_.use([&](SQLite::Statement& query) -> std::optional<entry> {
     query.bind(1, path);
     if (!query.executeStep()) return std::nullopt;
-    return entry{query.getColumn(0).getUInt(), query.getColumn(1).getString()};
+    return entry{static_cast<std::uint32_t>(number_in(query, 0, columns::entry_mode)),
+                 std::string(text_in(query, 1, columns::entry_target))};
   });
 }
 
@@ -77,9 +80,9 @@ std::vector<std::string> efs_tree::paths_below(const std::string& directory) {
     std::vector<std::string> paths;
     while (query.executeStep()) {
       // An entry about the root itself is not below it.
-      if (auto path = query.getColumn(0).getString(); path != first) {
-        paths.push_back(std::move(path));
-      }
+      // A path has the same bounds in both tables.
+      const auto path = text_in(query, 0, columns::entry_path);
+      if (path != first) paths.emplace_back(path);
     }
     return paths;
   });
@@ -159,6 +162,7 @@ int efs_tree::make_directory(const std::string& path, std::uint32_t mode) {
 }
 
 int efs_tree::make_link(const std::string& path, const std::string& target) {
+  if (target.size() > max_efs_link_size) return ENAMETOOLONG;
   if (status(path)) return EEXIST;
   if (const int error = cannot_be_made(path); error != 0) return error;
   keep(path, {efs_link | 0777, target});

@@ -2,6 +2,9 @@
 
 #include <fmt/core.h>
 
+#include <exception>
+#include <string>
+
 #include "simulator/failure.h"
 #include "simulator/standard_streams.h"
 
@@ -12,20 +15,31 @@ constexpr unsigned slot = 0;
 
 }  // namespace
 
+hot_swap_run::hot_swap_run(asio::io_context& io, settings& settings, cards& cards)
+    : settings_(settings), cards_(cards), timer_(io) {
+  stop();
+}
+
+hot_swap_run::~hot_swap_run() {
+  try {
+    stop();
+  } catch (const std::exception& error) {
+    tell_user(std::string("the hot-swap run leaves the card out: ") + error.what());
+  }
+}
+
 void hot_swap_run::start(const hot_swap_plan& plan) {
   stop();
   if (plan.count == 0) return;
   left_ = plan;
+  settings_.set(setting_of::hot_swap_running, 1);
   pull();
-  running_ = true;
 }
 
 void hot_swap_run::stop() {
   ++runs_;
   timer_.cancel();
-  if (!running_) return;
-  cards_.set_tray(slot, true);
-  running_ = false;
+  if (settings_.get(setting_of::hot_swap_running) != 0) finish();
 }
 
 void hot_swap_run::pull() {
@@ -34,12 +48,14 @@ void hot_swap_run::pull() {
 }
 
 void hot_swap_run::push() {
+  if (--left_.count == 0) return finish();
   cards_.set_tray(slot, true);
-  if (--left_.count == 0) {
-    running_ = false;
-    return;
-  }
   wait(left_.after_push, &hot_swap_run::pull);
+}
+
+void hot_swap_run::finish() {
+  cards_.set_tray(slot, true);
+  settings_.set(setting_of::hot_swap_running, 0);
 }
 
 void hot_swap_run::wait(std::chrono::seconds time, void (hot_swap_run::*next)()) {
@@ -50,8 +66,7 @@ void hot_swap_run::wait(std::chrono::seconds time, void (hot_swap_run::*next)())
     try {
       (this->*next)();
     } catch (const failure& error) {
-      running_ = false;
-      tell_user(fmt::format("the hot-swap run ends: {}", error.what()));
+      tell_user(fmt::format("the hot-swap run stands still: {}", error.what()));
     }
   });
 }

@@ -1,4 +1,6 @@
-// Pulls the card of slot 0 out and pushes it in again, so many times, with waits between.
+// Pulls the card of slot 0 out and pushes it in again, so many times, with waits between. A run
+// ends with its modem, and its card is in then: a modem that is killed leaves the card out, and the
+// next one on the same state puts it in.
 #pragma once
 
 #include <chrono>
@@ -8,6 +10,7 @@
 #include <asio/steady_timer.hpp>
 
 #include "simulator/modem/cards.h"
+#include "simulator/modem/settings.h"
 
 namespace sim {
 
@@ -19,23 +22,28 @@ struct hot_swap_plan {
 
 class hot_swap_run {
  public:
-  hot_swap_run(asio::io_context& io, cards& cards) : cards_(cards), timer_(io) {}
+  /// Throws `failure`.
+  hot_swap_run(asio::io_context& io, settings& settings, cards& cards);
+  hot_swap_run(const hot_swap_run&) = delete;
+  hot_swap_run& operator=(const hot_swap_run&) = delete;
+  ~hot_swap_run();
 
   /// In place of a run that is on its way. Pulls at once; throws `failure` when it cannot.
   void start(const hot_swap_plan& plan);
-  /// Leaves the card in. Throws `failure`.
+  /// Ends a run, with the card in. Throws `failure`.
   void stop();
 
  private:
   void pull();
   void push();
+  void finish();
   void wait(std::chrono::seconds time, void (hot_swap_run::*next)());
 
+  settings& settings_;
   cards& cards_;
   asio::steady_timer timer_;
   hot_swap_plan left_;
   std::uint64_t runs_ = 0;
-  bool running_ = false;
 };
 
 }  // namespace sim

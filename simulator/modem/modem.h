@@ -34,7 +34,7 @@ struct modem {
         kept(store),
         transfers(efs),
         cards(kept, activity),
-        hot_swap(io, cards),
+        hot_swap(io, kept, cards),
         euicc(store),
         uicc(kept, cards, euicc),
         configs(store) {}

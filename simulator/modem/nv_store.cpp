@@ -1,5 +1,7 @@
 #include "simulator/modem/nv_store.h"
 
+#include "simulator/modem/columns.h"
+
 namespace sim {
 
 nv_store::nv_store(store& store)
@@ -16,7 +18,7 @@ std::optional<std::vector<std::uint8_t>> nv_store::read(std::uint8_t subscriptio
     query.bind(1, subscription);
     query.bind(2, id);
     if (!query.executeStep()) return std::nullopt;
-    const auto data = blob(query, 0);
+    const auto data = bytes_in(query, 0, columns::nv_data);
     return std::vector<std::uint8_t>(data.begin(), data.end());
   });
 }
@@ -44,7 +46,8 @@ void nv_store::for_each(
   list_.use([&](SQLite::Statement& query) {
     query.bind(1, subscription);
     while (query.executeStep()) {
-      visit(static_cast<std::uint16_t>(query.getColumn(0).getUInt()), blob(query, 1));
+      visit(static_cast<std::uint16_t>(number_in(query, 0, columns::nv_id)),
+            bytes_in(query, 1, columns::nv_data));
     }
   });
 }

@@ -1,5 +1,7 @@
 #include "simulator/modem/pdc_configs.h"
 
+#include "simulator/modem/columns.h"
+
 namespace sim {
 namespace {
 
@@ -19,7 +21,7 @@ std::optional<config_id> id_of_type(prepared& query_of_id, std::uint32_t type) {
   return query_of_id.use([&](SQLite::Statement& query) -> std::optional<config_id> {
     query.bind(1, type);
     if (!query.executeStep()) return std::nullopt;
-    const auto id = blob(query, 0);
+    const auto id = bytes_in(query, 0, columns::config_id);
     return config_id(id.begin(), id.end());
   });
 }
@@ -31,7 +33,7 @@ pdc_configs::pdc_configs(store& store)
             "SELECT type, id, number FROM pdc_configs WHERE (?1 IS NULL OR type = ?1) "
             "AND number > ?2 ORDER BY number LIMIT ?3"),
       find_(store,
-            "SELECT length(data), description, version FROM pdc_configs "
+            "SELECT data, description, version FROM pdc_configs "
             "WHERE type = ? AND id = ?"),
       used_(store, "SELECT total(length(data)) FROM pdc_configs WHERE type = ?"),
       add_(store,
@@ -60,9 +62,10 @@ std::vector<config_name> pdc_configs::list(std::optional<std::uint32_t> type, st
     query.bind(3, static_cast<std::int64_t>(most));
     std::vector<config_name> names;
     while (query.executeStep()) {
-      const auto id = blob(query, 1);
-      names.push_back({query.getColumn(0).getUInt(), {id.begin(), id.end()}});
-      after = query.getColumn(2).getInt64();
+      const auto id = bytes_in(query, 1, columns::config_id);
+      names.push_back({static_cast<std::uint32_t>(number_in(query, 0, columns::config_type)),
+                       {id.begin(), id.end()}});
+      after = number_in(query, 2, columns::config_number);
     }
     return names;
   });
@@ -72,8 +75,10 @@ std::optional<config_details> pdc_configs::find(const config_name& name) {
   return find_.use([&](SQLite::Statement& query) -> std::optional<config_details> {
     bind_name(query, name);
     if (!query.executeStep()) return std::nullopt;
-    return config_details{query.getColumn(0).getUInt(), query.getColumn(1).getString(),
-                          query.getColumn(2).getUInt()};
+    return config_details{
+        static_cast<std::uint32_t>(bytes_in(query, 0, columns::config_data).size()),
+        std::string(text_in(query, 1, columns::config_description)),
+        static_cast<std::uint32_t>(number_in(query, 2, columns::config_version))};
   });
 }
 

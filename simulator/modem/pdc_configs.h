@@ -14,6 +14,7 @@ namespace sim {
 
 constexpr std::uint32_t last_config_type = 1;
 constexpr std::size_t max_config_id_size = 124;
+constexpr std::size_t max_config_description_size = 255;
 
 /// Bytes of all configurations of one type.
 constexpr std::uint64_t max_config_bytes = std::uint64_t{4} << 20;

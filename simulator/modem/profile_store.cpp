@@ -1,7 +1,10 @@
 #include "simulator/modem/profile_store.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
 
+#include "simulator/modem/columns.h"
 #include "simulator/modem/hex.h"
 
 namespace sim {
@@ -23,8 +26,7 @@ constexpr profile_seed_row seed[] = {
      "Fernhill Telecom", "Fernhill Travel"},
 };
 
-std::vector<std::uint8_t> bytes_in(SQLite::Statement& row, int column) {
-  const auto bytes = blob(row, column);
+std::vector<std::uint8_t> copied(protocol::byte_view bytes) {
   return {bytes.begin(), bytes.end()};
 }
 
@@ -46,8 +48,15 @@ std::vector<profile> profile_store::all() {
   return list_.use([](SQLite::Statement& query) {
     std::vector<profile> found;
     while (query.executeStep()) {
-      found.push_back({bytes_in(query, 0), bytes_in(query, 1), query.getColumn(2).getInt() != 0,
-                       query.getColumn(3).getString(), query.getColumn(4).getString()});
+      found.push_back({copied(bytes_in(query, 0, columns::profile_aid)),
+                       copied(bytes_in(query, 1, columns::profile_iccid)),
+                       number_in(query, 2, columns::profile_enabled) != 0,
+                       std::string(text_in(query, 3, columns::profile_provider)),
+                       std::string(text_in(query, 4, columns::profile_name))});
+      // A list of more would not fit into the answer to one command.
+      if (found.size() > most_profiles) {
+        throw damage(fmt::format("euicc_profiles has more than {} rows", most_profiles));
+      }
     }
     return found;
   });

@@ -21,6 +21,8 @@ struct profile {
   std::string name;
 };
 
+constexpr std::size_t most_profiles = 4;
+
 /// Every function throws `failure` when the state cannot be read or written.
 class profile_store {
  public:

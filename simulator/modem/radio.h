@@ -41,11 +41,14 @@ struct nr_cell {
 };
 
 struct wcdma_cell {
+  std::uint16_t dl_uarfcn = 10663;
   double rssi = -75;  // dBm
 };
 
 struct gsm_cell {
-  double rssi = -70;  // dBm
+  std::uint16_t arfcn = 80;  // 12 bits
+  std::uint8_t band = 2;     // 4 bits
+  double rssi = -70;         // dBm
 };
 
 /// Numbers as event 1606 has them.

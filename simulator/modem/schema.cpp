@@ -9,10 +9,12 @@
 #include <thread>
 
 #include "simulator/failure.h"
+#include "simulator/modem/columns.h"
 #include "simulator/modem/efs_seed.h"
 #include "simulator/modem/nv_seed.h"
 #include "simulator/modem/pdc_seed.h"
 #include "simulator/modem/profile_store.h"
+#include "simulator/modem/settings.h"
 
 namespace sim {
 namespace {
@@ -65,15 +67,19 @@ constexpr step steps[] = {
 };
 constexpr int schema_version = std::size(steps);
 
-/// Every column that is used; fails to compile where one is missing.
-constexpr const char* expected[] = {
-    "SELECT name, value FROM counters",
-    "SELECT subscription, id, data FROM nv_items",
-    "SELECT subscription, path, data FROM efs_files",
-    "SELECT name, value FROM settings",
-    "SELECT isdp_aid, iccid, enabled, provider, name FROM euicc_profiles",
-    "SELECT path, mode, target FROM efs_entries",
-    "SELECT number, type, id, description, version, data, is_active, is_pending FROM pdc_configs",
+/// Counts of rows that may be at most so many: what one answer holds, and what only one can be.
+struct row_limit {
+  const char* count;
+  int most;
+  const char* says;
+};
+constexpr row_limit row_limits[] = {
+    {"SELECT count(*) FROM euicc_profiles", most_profiles, "euicc_profiles has too many rows"},
+    {"SELECT count(*) FROM euicc_profiles WHERE enabled", 1, "euicc_profiles has two enabled"},
+    {"SELECT max(n) FROM (SELECT count(*) n FROM pdc_configs WHERE is_active GROUP BY type)", 1,
+     "pdc_configs has two active ones of one type"},
+    {"SELECT max(n) FROM (SELECT count(*) n FROM pdc_configs WHERE is_pending GROUP BY type)", 1,
+     "pdc_configs has two pending ones of one type"},
 };
 
 int number(SQLite::Database& database, const char* query) {
@@ -97,10 +103,27 @@ void check_whole(SQLite::Database& database, const std::string& path) {
   if (check != "ok") throw failure(fmt::format("{} is damaged: {}", path, check));
 }
 
+/// That every column is there and holds what it may, before anything is built on it.
+void check_contents(SQLite::Database& database) {
+  for (const column* const each : columns::all) {
+    SQLite::Statement rows(database, fmt::format("SELECT {} FROM {}", each->name, each->table));
+    while (rows.executeStep()) check(rows, 0, *each);
+  }
+  SQLite::Statement value(database, "SELECT value FROM settings WHERE name = ?");
+  for (const setting* const each : setting_of::all) {
+    value.bind(1, each->name);
+    if (value.executeStep()) check(value, 0, *each);
+    value.reset();
+  }
+  for (const row_limit& each : row_limits) {
+    if (number(database, each.count) > each.most) throw damage(each.says);
+  }
+}
+
 void check_tables(SQLite::Database& database, const std::string& path) try {
-  for (const char* const query : expected) const SQLite::Statement compiled(database, query);
-} catch (const SQLite::Exception& error) {
-  // The version says it is ours, the tables are not.
+  check_contents(database);
+} catch (const std::runtime_error& error) {
+  // An error of SQLite: the version says that the tables are ours, and they are not.
   throw failure(fmt::format("{} is damaged: {}", path, error.what()));
 }
 

@@ -2,29 +2,54 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
+#include <limits>
 
 #include "simulator/modem/store.h"
 
 namespace sim {
+
+/// A number, what it may be, and what it is until it was set.
+struct setting {
+  const char* name;
+  std::int64_t least;
+  std::int64_t most;
+  std::int64_t at_first;
+};
+
+namespace setting_of {
+inline constexpr setting sar_state{"sar.state", 0, 20, 0};
+/// 1: each logical slot over the other's place.
+inline constexpr setting slots_crossed{"uicc.crossed", 0, 1, 0};
+/// Second word << 32 | first word.
+inline constexpr setting switch_notice{"switch.notice", std::numeric_limits<std::int64_t>::min(),
+                                       std::numeric_limits<std::int64_t>::max(), 0};
+/// By slot: 1 for a tray that is in, and 2 for a SIM.
+inline constexpr setting card[] = {{"card.0", 0, 3, 3}, {"card.1", 0, 3, 3}};
+/// By physical slot: which of its cards has power, 0 for none.
+inline constexpr setting connected[] = {{"uicc.connected.1", 0, 2, 1},
+                                        {"uicc.connected.2", 0, 2, 1}};
+/// 1: a hot-swap run is under way, or its modem was killed.
+inline constexpr setting hot_swap_running{"hot_swap.running", 0, 1, 0};
+
+inline constexpr const setting* all[] = {&sar_state,    &slots_crossed,   &switch_notice,
+                                         &card[0],      &card[1],         &connected[0],
+                                         &connected[1], &hot_swap_running};
+}  // namespace setting_of
 
 /// Both functions throw `failure` when the state cannot be read or written.
 class settings {
  public:
   explicit settings(store& store);
 
-  [[nodiscard]] std::int64_t get(const std::string& name, std::int64_t otherwise);
-  void set(const std::string& name, std::int64_t value);
+  [[nodiscard]] std::int64_t get(const setting& which);
+  void set(const setting& which, std::int64_t value);
 
  private:
   prepared get_;
   prepared set_;
 };
 
-namespace setting {
-inline constexpr const char* sar_state = "sar.state";
-inline constexpr const char* slots_crossed = "uicc.crossed";   ///< 1: each over the other's place
-inline constexpr const char* switch_notice = "switch.notice";  ///< second word << 32 | first word
-}  // namespace setting
+/// Throws `damage` when the row's column number `at` is no value for this setting.
+void check(SQLite::Statement& row, int at, const setting& which);
 
 }  // namespace sim

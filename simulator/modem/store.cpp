@@ -5,7 +5,9 @@
 #include <cerrno>
 #include <cstring>
 
-#include "protocol/endpoint.h"
+#include "host/directories.h"
+#include "host/private_files.h"
+#include "simulator/modem/columns.h"
 #include "simulator/modem/schema.h"
 
 namespace sim {
@@ -16,14 +18,33 @@ constexpr const char* add_one =
     "RETURNING value";
 
 const std::string& made(const std::string& directory) {
-  if (!protocol::make_directories(directory)) {
+  if (directory.empty()) {
+    throw failure(fmt::format("no state directory: {}", host::no_state_directory));
+  }
+  if (!host::make_directories(directory)) {
     throw failure(
         fmt::format("cannot make the state directory {}: {}", directory, std::strerror(errno)));
+  }
+  if (const auto distrust = host::distrust_of_directory(directory); !distrust.empty()) {
+    throw failure(fmt::format("cannot use the state directory {}: {}", directory, distrust));
   }
   return directory;
 }
 
+/// SQLite would make it as the umask says. What it puts beside it gets the same mode.
+std::string made_file(const std::string& path) {
+  if (const auto wrong = host::make_private_file(path); !wrong.empty()) {
+    throw failure(fmt::format("cannot use {}: {}", path, wrong));
+  }
+  return path;
+}
+
 }  // namespace
+
+std::string default_state_directory() {
+  const std::string base = host::state_directory();
+  return base.empty() ? base : base + "/modem";
+}
 
 prepared::prepared(store& owner, const char* sql)
     : owner_(owner), statement_(owner.database(), sql) {}
@@ -32,13 +53,21 @@ void prepared::fail(const SQLite::Exception& error) const {
   owner_.fail(error);
 }
 
+void prepared::fail(const damage& found) const {
+  owner_.fail(found);
+}
+
 void store::fail(const SQLite::Exception& error) const {
   throw failure(fmt::format("cannot use {}: {}", path(), error.what()));
 }
 
+void store::fail(const damage& found) const {
+  throw failure(fmt::format("{} is damaged: {}", path(), found.what()));
+}
+
 store::store(const std::string& directory)
     : directory_(made(directory)),
-      database_(open_database(path())),
+      database_(open_database(made_file(path()))),
       add_(*this, add_one),
       counter_(*this, "SELECT value FROM counters WHERE name = ?") {}
 
@@ -46,7 +75,7 @@ std::int64_t store::count(const std::string& counter) {
   return add_.use([&](SQLite::Statement& add) {
     add.bind(1, counter);
     add.executeStep();
-    const std::int64_t value = add.getColumn(0).getInt64();
+    const std::int64_t value = number_in(add, 0, columns::counter_value);
     add.executeStep();  // to the end: that is the commit
     return value;
   });
@@ -55,7 +84,7 @@ std::int64_t store::count(const std::string& counter) {
 std::int64_t store::counter(const std::string& name) {
   return counter_.use([&](SQLite::Statement& query) {
     query.bind(1, name);
-    return query.executeStep() ? query.getColumn(0).getInt64() : 0;
+    return query.executeStep() ? number_in(query, 0, columns::counter_value) : 0;
   });
 }
 
@@ -64,12 +93,6 @@ void store::checkpoint() try {
   database_.exec("PRAGMA wal_checkpoint(PASSIVE)");
 } catch (const SQLite::Exception& error) {
   fail(error);
-}
-
-protocol::byte_view blob(SQLite::Statement& row, int column) {
-  const SQLite::Column value = row.getColumn(column);
-  return {static_cast<const std::uint8_t*>(value.getBlob()),
-          static_cast<std::size_t>(value.getBytes())};
 }
 
 }  // namespace sim

@@ -10,12 +10,16 @@
 #include <cstdint>
 #include <string>
 
-#include "protocol/bytes.h"
 #include "simulator/failure.h"
+#include "simulator/modem/column.h"
 
 namespace sim {
 
 class store;
+
+/// Where a modem keeps its state that was told nothing else; empty when the environment names no
+/// place, which no `store` opens.
+[[nodiscard]] std::string default_state_directory();
 
 /// A statement prepared once. Each use ends with it ready again, whatever happened; what goes wrong
 /// is a `failure` that names the database.
@@ -33,11 +37,14 @@ class prepared {
       return action(statement_);
     } catch (const SQLite::Exception& error) {
       fail(error);
+    } catch (const damage& found) {
+      fail(found);
     }
   }
 
  private:
   [[noreturn]] void fail(const SQLite::Exception& error) const;
+  [[noreturn]] void fail(const damage& found) const;
 
   store& owner_;
   SQLite::Statement statement_;
@@ -75,8 +82,9 @@ class store {
   [[nodiscard]] std::string path() const { return directory_ + "/modem.db"; }
   [[nodiscard]] SQLite::Database& database() { return database_; }
 
-  /// Throws the `failure` that names the database.
+  /// Throw the `failure` that names the database.
   [[noreturn]] void fail(const SQLite::Exception& error) const;
+  [[noreturn]] void fail(const damage& found) const;
 
  private:
   std::string directory_;
@@ -84,8 +92,5 @@ class store {
   prepared add_;
   prepared counter_;
 };
-
-/// The bytes of a BLOB column, for as long as the statement stays on its row.
-[[nodiscard]] protocol::byte_view blob(SQLite::Statement& row, int column);
 
 }  // namespace sim

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <optional>
-#include <string>
 
 #include "simulator/modem/hex.h"
 
@@ -46,8 +45,8 @@ constexpr std::int64_t none_connected = 0;
 constexpr std::int64_t first_connected = 1;
 constexpr std::int64_t second_connected = 2;
 
-std::string connected_name(unsigned physical) {
-  return "uicc.connected." + std::to_string(physical);
+const setting& connected_card(unsigned physical) {
+  return setting_of::connected[physical - 1];
 }
 
 /// The application whose AID begins with the bytes given, by which short names select as well.
@@ -118,7 +117,7 @@ byte_view aid_of(application what) {
 }
 
 unsigned uicc_slots::physical_of(unsigned logical) {
-  const bool crossed = settings_.get(setting::slots_crossed, 0) != 0;
+  const bool crossed = settings_.get(setting_of::slots_crossed) != 0;
   return crossed ? 1 + card_slots - logical : logical;
 }
 
@@ -128,7 +127,7 @@ bool uicc_slots::has_card(unsigned physical) {
 
 card_error uicc_slots::look(unsigned physical, card& found) {
   if (!has_card(physical)) return card_error::no_card;
-  const auto connected = settings_.get(connected_name(physical), first_connected);
+  const auto connected = settings_.get(connected_card(physical));
   if (connected == none_connected) return card_error::no_power;
   found.is_euicc = physical == euicc_slot && connected == first_connected;
   if (!found.is_euicc) {
@@ -162,10 +161,10 @@ void uicc_slots::connect(unsigned physical, bool up) {
   constexpr std::int64_t first_word = 0xFFFFFFFF;
   std::int64_t connected = up ? first_connected : none_connected;
   if (up && physical == euicc_slot &&
-      (settings_.get(setting::switch_notice, 0) & first_word) != 0) {
+      (settings_.get(setting_of::switch_notice) & first_word) != 0) {
     connected = second_connected;
   }
-  settings_.set(connected_name(physical), connected);
+  settings_.set(connected_card(physical), connected);
   close_channels(physical);
 }
 
@@ -175,7 +174,7 @@ void uicc_slots::close_channels(unsigned physical) {
 
 bool uicc_slots::assign(unsigned logical, unsigned physical) {
   if (physical_of(logical) == physical) return false;
-  settings_.set(setting::slots_crossed, logical == physical ? 0 : 1);
+  settings_.set(setting_of::slots_crossed, logical == physical ? 0 : 1);
   channels_.clear();
   return true;
 }

@@ -23,16 +23,16 @@ constexpr std::size_t longest_line = 512;
   throw failure(fmt::format("cannot {} {}: {}", what, terminal, std::strerror(errno)));
 }
 
-descriptor open_terminal(const std::string& name) {
-  descriptor terminal(::open(name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
-  if (!terminal) fail("open", name);
+host::file_descriptor open_terminal(const std::string& name) {
+  host::file_descriptor terminal(::open(name.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+  if (!terminal.valid()) fail("open", name);
   return terminal;
 }
 
 /// Readable when somebody has closed the terminal.
-descriptor watch_closings(const std::string& terminal) {
-  descriptor watch(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-  if (!watch || ::inotify_add_watch(watch.get(), terminal.c_str(), IN_CLOSE) < 0) {
+host::file_descriptor watch_closings(const std::string& terminal) {
+  host::file_descriptor watch(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+  if (!watch.valid() || ::inotify_add_watch(watch.get(), terminal.c_str(), IN_CLOSE) < 0) {
     fail("watch", terminal);
   }
   return watch;

@@ -8,8 +8,8 @@
 #include <asio/io_context.hpp>
 #include <asio/posix/stream_descriptor.hpp>
 
+#include "host/file_descriptor.h"
 #include "simulator/at_commands.h"
-#include "simulator/descriptor.h"
 #include "simulator/ports/terminal_link.h"
 #include "simulator/trace.h"
 
@@ -27,7 +27,7 @@ class at_port {
   /// A client may have the terminal for itself alone, but not when it has gone.
   void share_after_each_client();
 
-  descriptor
+  host::file_descriptor
       terminal_;  ///< the clients' side; held open, so that one who closes it hangs up nobody
   asio::posix::stream_descriptor ours_;
   asio::posix::stream_descriptor closings_;  ///< an inotify

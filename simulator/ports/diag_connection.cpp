@@ -49,7 +49,7 @@ protocol::diag::time_stamp stamp_of_now() {
 }  // namespace
 
 diag_connection::diag_connection(asio::io_context& io, diag::server& server, unsigned number,
-                                 descriptor stream, left_handler left)
+                                 host::file_descriptor stream, left_handler left)
     : server_(server),
       number_(number),
       stream_(io, stream.release()),

@@ -14,8 +14,8 @@
 #include <asio/posix/stream_descriptor.hpp>
 #include <asio/steady_timer.hpp>
 
+#include "host/file_descriptor.h"
 #include "protocol/hdlc.h"
-#include "simulator/descriptor.h"
 #include "simulator/diag/command.h"
 #include "simulator/diag/server.h"
 
@@ -25,8 +25,8 @@ class diag_connection : public std::enable_shared_from_this<diag_connection> {
  public:
   /// Calls `left` from the event loop when the stream ends, with the reason.
   using left_handler = std::function<void(std::string_view reason)>;
-  diag_connection(asio::io_context& io, diag::server& server, unsigned number, descriptor stream,
-                  left_handler left);
+  diag_connection(asio::io_context& io, diag::server& server, unsigned number,
+                  host::file_descriptor stream, left_handler left);
 
   void start() { receive(); }
   /// Forgets the client: nothing is sent any more.

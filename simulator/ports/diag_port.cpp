@@ -27,9 +27,9 @@ sockaddr* generic(sockaddr_in& address) {
 }
 
 /// Bound to this host only. `port` becomes the one that the kernel chose.
-descriptor bind_tcp(std::uint16_t& port) {
-  descriptor made(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  if (!made) fail("make a socket for", port);
+host::file_descriptor bind_tcp(std::uint16_t& port) {
+  host::file_descriptor made(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  if (!made.valid()) fail("make a socket for", port);
   const int on = 1;
   ::setsockopt(made.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
   sockaddr_in address{};
@@ -44,7 +44,7 @@ descriptor bind_tcp(std::uint16_t& port) {
 }
 
 /// Answers are small and waited for.
-void send_at_once(const descriptor& stream) {
+void send_at_once(const host::file_descriptor& stream) {
   const int on = 1;
   ::setsockopt(stream.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
 }
@@ -71,10 +71,10 @@ diag_port::~diag_port() = default;
 
 void diag_port::start(diag::server& server) {
   server_ = &server;
-  unix_.start([this](auto socket) { add(descriptor(socket.release())); });
+  unix_.start([this](auto socket) { add(host::file_descriptor(socket.release())); });
   if (tcp_) {
     tcp_->start([this](auto socket) {
-      descriptor stream(socket.release());
+      host::file_descriptor stream(socket.release());
       send_at_once(stream);
       add(std::move(stream));
     });
@@ -82,7 +82,7 @@ void diag_port::start(diag::server& server) {
   if (link_) wait_at_terminal();
 }
 
-void diag_port::add(descriptor stream) {
+void diag_port::add(host::file_descriptor stream) {
   const unsigned number = next_++;
   server_->trace.diag_note(number, "connects");
   const auto connection = std::make_shared<diag_connection>(
@@ -98,14 +98,14 @@ void diag_port::wait_at_terminal() {
   terminal_.async_wait(asio::posix::stream_descriptor::wait_read,
                        [this](const std::error_code& cancelled) {
                          if (cancelled) return;
-                         add(descriptor(terminal_.release()));
+                         add(host::file_descriptor(terminal_.release()));
                          next_terminal();
                        });
 }
 
 void diag_port::next_terminal() {
   try {
-    descriptor fresh = open_pseudo_terminal();
+    host::file_descriptor fresh = open_pseudo_terminal();
     link_->lead_to(terminal_of(fresh.get()));
     terminal_.assign(fresh.release());
   } catch (const failure&) {

@@ -43,7 +43,7 @@ class diag_port {
  private:
   using protocol_type = asio::generic::stream_protocol;
 
-  void add(descriptor stream);
+  void add(host::file_descriptor stream);
   /// A client has come to the terminal when it says something, or has gone again.
   void wait_at_terminal();
   /// Each client has a terminal of its own: nothing of one that leaves, neither what it did not

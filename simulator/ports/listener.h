@@ -11,7 +11,7 @@
 #include <asio/io_context.hpp>
 #include <asio/steady_timer.hpp>
 
-#include "simulator/descriptor.h"
+#include "host/file_descriptor.h"
 
 namespace sim {
 
@@ -21,7 +21,8 @@ class listener {
   using socket_type = typename Protocol::socket;
 
   /// `bound` is a socket of this kind.
-  listener(asio::io_context& io, descriptor bound, const Protocol& kind = Protocol(AF_UNIX, 0))
+  listener(asio::io_context& io, host::file_descriptor bound,
+           const Protocol& kind = Protocol(AF_UNIX, 0))
       : acceptor_(io), again_(io) {
     acceptor_.assign(kind, bound.release());
   }

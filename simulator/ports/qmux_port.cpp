@@ -20,15 +20,16 @@ namespace sim {
 
 namespace qmux = protocol::qmux;
 
-descriptor bind_proxy_socket() {
+host::file_descriptor bind_proxy_socket() {
   constexpr std::string_view name = "qmi-proxy";
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   // Abstract: a zero byte, then the name, and nothing behind it.
   name.copy(std::next(std::begin(address.sun_path)), name.size());
   const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
-  descriptor bound(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  if (!bound || ::bind(bound.get(), reinterpret_cast<const sockaddr*>(&address), size) != 0) {
+  host::file_descriptor bound(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  if (!bound.valid() ||
+      ::bind(bound.get(), reinterpret_cast<const sockaddr*>(&address), size) != 0) {
     throw failure(
         fmt::format("cannot bind the abstract socket {}: {}", name,
                     errno == EADDRINUSE ? "another program listens on it" : std::strerror(errno)));
@@ -36,7 +37,7 @@ descriptor bind_proxy_socket() {
   return bound;
 }
 
-qmux_port::qmux_port(asio::io_context& io, descriptor bound, const node& node,
+qmux_port::qmux_port(asio::io_context& io, host::file_descriptor bound, const node& node,
                      dispatcher& dispatcher, trace& trace)
     : node_(node), dispatcher_(dispatcher), trace_(trace), listener_(io, std::move(bound)) {
   listener_.start([this](protocol_type::socket socket) { accepted(std::move(socket)); });

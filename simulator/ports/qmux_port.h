@@ -10,8 +10,8 @@
 #include <asio/generic/stream_protocol.hpp>
 #include <asio/io_context.hpp>
 
+#include "host/file_descriptor.h"
 #include "protocol/qmux.h"
-#include "simulator/descriptor.h"
 #include "simulator/dispatcher.h"
 #include "simulator/node.h"
 #include "simulator/port.h"
@@ -25,13 +25,13 @@ class qmux_connection;
 
 /// A socket bound to the abstract address at which stock clients look for their proxy. Throws
 /// `failure` where another program has it.
-[[nodiscard]] descriptor bind_proxy_socket();
+[[nodiscard]] host::file_descriptor bind_proxy_socket();
 
 class qmux_port : public port {
  public:
   /// Accepts connections on a bound stream socket from here on.
-  qmux_port(asio::io_context& io, descriptor bound, const node& node, dispatcher& dispatcher,
-            trace& trace);
+  qmux_port(asio::io_context& io, host::file_descriptor bound, const node& node,
+            dispatcher& dispatcher, trace& trace);
   ~qmux_port() override;
 
   void send(protocol::qrtr::address to, protocol::qrtr::address from,

@@ -10,7 +10,7 @@
 
 #include <asio/buffer.hpp>
 
-#include "simulator/descriptor.h"
+#include "host/file_descriptor.h"
 #include "simulator/failure.h"
 #include "simulator/standard_streams.h"
 
@@ -41,8 +41,8 @@ protocol::qrtr::address address_of(const endpoint& from) {
 }
 
 socket_type open_socket(asio::io_context& io) {
-  descriptor made(::socket(AF_QIPCRTR, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-  if (!made) fail("listen on");
+  host::file_descriptor made(::socket(AF_QIPCRTR, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+  if (!made.valid()) fail("listen on");
   return {io, asio::generic::datagram_protocol(AF_QIPCRTR, 0), made.release()};
 }
 

@@ -11,7 +11,8 @@
 #include <cstring>
 #include <optional>
 
-#include "protocol/endpoint.h"
+#include "host/directories.h"
+#include "host/private_files.h"
 #include "simulator/failure.h"
 
 namespace sim {
@@ -39,9 +40,9 @@ const sockaddr* generic(const sockaddr_un& address) {
   return reinterpret_cast<const sockaddr*>(&address);
 }
 
-descriptor make_socket(int type, const std::string& path) {
-  descriptor made(::socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  if (!made) fail("make a socket for", path, errno);
+host::file_descriptor make_socket(int type, const std::string& path) {
+  host::file_descriptor made(::socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  if (!made.valid()) fail("make a socket for", path, errno);
   return made;
 }
 
@@ -52,12 +53,13 @@ std::optional<struct stat> status_of(const std::string& path) {
   return std::nullopt;
 }
 
-/// The path, if a socket can have it; makes its directory.
+/// The path, if a socket can have it; makes its directory. Another user's runtime directory would
+/// hand that user the clients.
 std::string checked(std::string path) {
   (void)address_of(path);
-  const auto slash = path.find_last_of('/');
-  if (slash != std::string::npos && !protocol::make_directories(path.substr(0, slash))) {
-    fail("make the directory of", path, errno);
+  if (!host::make_directories(host::parent_of(path))) fail("make the directory of", path, errno);
+  if (const auto distrust = host::distrust_of_socket(path); !distrust.empty()) {
+    throw failure(fmt::format("cannot listen on {}: {}", path, distrust));
   }
   return path;
 }
@@ -66,8 +68,8 @@ std::string checked(std::string path) {
 
 path_lock::path_lock(const std::string& path) : file_(path + ".lock") {
   while (true) {
-    descriptor opened(::open(file_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, owner_only));
-    if (!opened) fail("open the lock", file_, errno);
+    auto [opened, error] = host::open_lock(file_);
+    if (!opened.valid()) throw failure(fmt::format("cannot use the lock {}: {}", file_, error));
     if (::flock(opened.get(), LOCK_EX | LOCK_NB) != 0) {
       if (errno != EWOULDBLOCK) fail("lock", file_, errno);
       throw failure("another modem already listens on " + path);
@@ -104,7 +106,7 @@ void socket_path::make_room() {
   if (!S_ISSOCK(status->st_mode)) throw failure(path_ + " exists and is not a socket");
 
   const sockaddr_un address = address_of(path_);
-  const descriptor probe = make_socket(type_, path_);
+  const host::file_descriptor probe = make_socket(type_, path_);
   if (::connect(probe.get(), generic(address), sizeof(address)) == 0 || errno != ECONNREFUSED) {
     throw failure("another program already listens on " + path_);
   }

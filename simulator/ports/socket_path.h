@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "simulator/descriptor.h"
+#include "host/file_descriptor.h"
 
 namespace sim {
 
@@ -22,7 +22,7 @@ class path_lock {
 
  private:
   std::string file_;
-  descriptor locked_;
+  host::file_descriptor locked_;
 };
 
 class socket_path {
@@ -36,7 +36,7 @@ class socket_path {
   /// Removes the socket.
   ~socket_path();
 
-  [[nodiscard]] descriptor take_socket() { return std::move(socket_); }
+  [[nodiscard]] host::file_descriptor take_socket() { return std::move(socket_); }
 
  private:
   void make_room();
@@ -45,7 +45,7 @@ class socket_path {
   std::string path_;
   int type_;
   path_lock lock_;
-  descriptor socket_;
+  host::file_descriptor socket_;
   ino_t inode_ = 0;
 };
 

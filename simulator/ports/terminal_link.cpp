@@ -12,7 +12,7 @@
 #include <cstring>
 #include <filesystem>
 
-#include "protocol/endpoint.h"
+#include "host/directories.h"
 #include "simulator/failure.h"
 
 namespace sim {
@@ -50,20 +50,16 @@ bool is_there(const std::string& path) {
 }
 
 const std::string& with_directory(const std::string& path) {
-  const auto slash = path.find_last_of('/');
-  if (slash != std::string::npos && slash != 0 &&
-      !protocol::make_directories(path.substr(0, slash))) {
-    fail("make the directory of", path);
-  }
+  if (!host::make_directories(host::parent_of(path))) fail("make the directory of", path);
   return path;
 }
 
 }  // namespace
 
-descriptor open_pseudo_terminal() {
-  descriptor ours(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
+host::file_descriptor open_pseudo_terminal() {
+  host::file_descriptor ours(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC | O_NONBLOCK));
   termios mode{};
-  if (!ours || ::grantpt(ours.get()) != 0 || ::unlockpt(ours.get()) != 0 ||
+  if (!ours.valid() || ::grantpt(ours.get()) != 0 || ::unlockpt(ours.get()) != 0 ||
       ::tcgetattr(ours.get(), &mode) != 0) {
     fail("make", "a pseudo-terminal");
   }

@@ -4,14 +4,14 @@
 
 #include <string>
 
-#include "simulator/descriptor.h"
+#include "host/file_descriptor.h"
 #include "simulator/ports/socket_path.h"
 
 namespace sim {
 
 /// The modem's side of a new pseudo-terminal. The clients' side is raw, so that nobody's answers
 /// come back as requests. Throws `failure`.
-[[nodiscard]] descriptor open_pseudo_terminal();
+[[nodiscard]] host::file_descriptor open_pseudo_terminal();
 /// The name of the clients' side.
 [[nodiscard]] std::string terminal_of(int ours);
 

@@ -49,7 +49,7 @@ outcome sync(arguments /*in*/, modem& state, std::uint32_t& /*value*/) {
 
 outcome switch_notice(arguments in, modem& state, std::uint32_t& /*value*/) {
   const std::uint64_t both = std::uint64_t{in[1]} << 32 | in[0];
-  state.kept.set(setting::switch_notice, static_cast<std::int64_t>(both));
+  state.kept.set(setting_of::switch_notice, static_cast<std::int64_t>(both));
   state.activity.count(event::switch_notice);
   return outcome::ok;
 }

@@ -12,8 +12,8 @@ error set_rf_state(const request& asked, protocol::qmi::tlv_writer& answer) {
   if (!value) return error::missing_argument;
   if (value->size() != sizeof(std::uint32_t)) return error::malformed_message;
   const auto state = protocol::load_le<std::uint32_t>(*value);
-  if (state > last_sar_state) return error::invalid_argument;
-  asked.state.kept.set(setting::sar_state, state);
+  if (state > setting_of::sar_state.most) return error::invalid_argument;
+  asked.state.kept.set(setting_of::sar_state, state);
   asked.state.activity.count(event::rf_state_set);
   answer.standard_response(error::none);
   return error::none;
@@ -21,7 +21,7 @@ error set_rf_state(const request& asked, protocol::qmi::tlv_writer& answer) {
 
 error get_rf_state(const request& asked, protocol::qmi::tlv_writer& answer) {
   constexpr std::uint8_t state_tlv = 0x10;
-  const auto state = asked.state.kept.get(setting::sar_state, 0);
+  const auto state = asked.state.kept.get(setting_of::sar_state);
   answer.standard_response(error::none).integer(state_tlv, static_cast<std::uint32_t>(state));
   return error::none;
 }

@@ -6,7 +6,6 @@
 namespace sim {
 
 constexpr std::uint32_t sar_service_id = 0x11;
-constexpr std::uint32_t last_sar_state = 20;
 
 [[nodiscard]] protocol::qmi::error set_rf_state(const request& asked,
                                                 protocol::qmi::tlv_writer& answer);

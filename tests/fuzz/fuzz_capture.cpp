@@ -11,7 +11,7 @@
 #include <string_view>
 
 #include "decode/pipeline.h"
-#include "platform/linux/file_descriptor.h"
+#include "host/file_descriptor.h"
 
 namespace {
 
@@ -44,7 +44,7 @@ decode::summary decode_to(decode::record_store& store, std::span<const std::uint
 }
 
 std::string json_lines(std::span<const std::uint8_t> capture, unsigned threads) {
-  static const platform::file_descriptor file(::memfd_create("lines", MFD_CLOEXEC));
+  static const host::file_descriptor file(::memfd_create("lines", MFD_CLOEXEC));
   if (::ftruncate(file.get(), 0) != 0 || ::lseek(file.get(), 0, SEEK_SET) != 0) __builtin_trap();
   const auto store = decode::json_lines_store(file.get(), true);
   static_cast<void>(decode_to(*store, capture, threads));

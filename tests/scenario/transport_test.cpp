@@ -11,6 +11,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "support/hand_diag.h"
 #include "support/hand_modem.h"
@@ -23,6 +24,7 @@ using std::chrono::milliseconds;
 using support::simulated_modem;
 
 const std::vector<std::string> command = {"6", "0", "1"};
+const std::vector<std::string> serve = {"serve", "--state", "/nowhere"};
 
 bool contains(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
@@ -219,6 +221,23 @@ TEST(transport, modem_socket_whose_owner_never_answers_is_given_up) {
   const support::temp_dir dir;
   const listener mute(SOCK_SEQPACKET, dir.file("mute"));
   expect_refused("unix:" + dir.file("mute"));
+}
+
+TEST(transport, runtime_directory_that_others_can_write_to_is_refused) {
+  const support::temp_dir dir;
+  mkdir(dir.file("tvk").c_str(), 0700);
+  chmod(dir.file("tvk").c_str(), 0777);
+  const listener theirs(SOCK_SEQPACKET, dir.file("tvk/modem.sock"));
+  const support::environment runtime{{"XDG_RUNTIME_DIR", dir.path()}};
+  for (const auto& [program, arguments] :
+       {std::pair(TVK_PROGRAM, command), std::pair(TVK_MODEM_PROGRAM, serve)}) {
+    support::environment here = runtime;
+    here["TVK_MODEM"] = "unix:" + dir.file("tvk/modem.sock");
+    const auto got = support::run(program, arguments, here);
+    EXPECT_TRUE(contains(got.errors, dir.file("tvk") + " is not trusted: other users can write"))
+        << got.errors;
+    EXPECT_EQ(std::count(got.errors.begin(), got.errors.end(), '\n'), 1) << got.errors;
+  }
 }
 
 TEST(transport, directory_without_permission_is_refused) {

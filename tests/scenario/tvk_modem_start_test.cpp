@@ -129,6 +129,11 @@ TEST(tvk_modem_serve, what_cannot_be_used_is_named) {
   std::ofstream(dir.file("file")) << "not a directory, and not a database either";
   std::filesystem::create_directory(dir.file("bad"));
   std::filesystem::copy(dir.file("file"), dir.file("bad/modem.db"));
+  for (const char* name : {"open", "led"}) std::filesystem::create_directory(dir.file(name));
+  std::filesystem::permissions(dir.file("open"), std::filesystem::perms::all);
+  std::filesystem::create_symlink("led", dir.file("link"));
+  std::filesystem::create_symlink("../new", dir.file("led/modem.db"));
+  std::filesystem::create_symlink("new", dir.file("locked.lock"));
   const std::string socket = dir.file("modem.sock");
   const std::string state = dir.file("state");
   const std::string too_long = "/tmp/" + std::string(103, 'x');
@@ -143,6 +148,10 @@ TEST(tvk_modem_serve, what_cannot_be_used_is_named) {
       {{"--socket", ""}, 2, {"--socket"}},
       {{"--state", dir.file("file/state")}, 1, {dir.file("file/state"), "Not a directory"}},
       {{"--state", dir.file("bad")}, 1, {dir.file("bad/modem.db"), "not a database"}},
+      {{"--state", dir.file("open")}, 1, {dir.file("open"), "other users can write to it"}},
+      {{"--state", dir.file("link")}, 1, {dir.file("link"), "it is a symbolic link"}},
+      {{"--state", dir.file("led")}, 1, {dir.file("led/modem.db"), "it is a symbolic link"}},
+      {{"--socket", dir.file("locked")}, 1, {dir.file("locked.lock"), "it is a symbolic link"}},
       {{"--fault", "extension=loud"}, 2, {"extension=loud", "SERVICE[/MESSAGE[@N]]"}},
       {{"--colour"}, 2, {"--colour"}},
       {{"--", "true"}, 2, {"--"}},

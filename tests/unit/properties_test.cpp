@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -130,24 +131,106 @@ TEST_F(properties, name_or_value_that_would_break_a_line_is_refused) {
   EXPECT_EQ(text(), "persist.a=1\n");
 }
 
+TEST_F(properties, blanks_and_carriage_returns_do_not_count) {
+  write("a=1\r\n b = 2 \r\n\tc=\t3 and 4\n  # no=5\n\r\n");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(get("a"), "1");
+  EXPECT_EQ(get("b"), "2");
+  EXPECT_EQ(get("c"), "3 and 4");
+  EXPECT_EQ(get("no"), "unset");
+  EXPECT_EQ(set("b", "6"), 0);
+  for (const char* blank : {" 7", "7\t", "7\r", " "}) EXPECT_LT(set("a", blank), 0);
+  EXPECT_EQ(text(), "a=1\r\n\tc=\t3 and 4\n  # no=5\n\r\nb=6\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST_F(properties, link_owner_and_mode_are_kept_and_no_other_link_is_followed) {
+  const std::string real = dir_.file("real");
+  std::ofstream(real) << "a=1\n";
+  chmod(real.c_str(), 0640);
+  if (geteuid() == 0) {
+    ASSERT_EQ(chown(real.c_str(), 65534, 65534), 0);
+  }
+  std::filesystem::create_symlink("real", path());
+  std::ofstream(dir_.file("others")) << "stays";
+  std::filesystem::create_symlink("others", real + ".new");
+  EXPECT_EQ(set("a", "2"), 0);
+  EXPECT_EQ(get("a"), "2");
+  EXPECT_TRUE(std::filesystem::is_symlink(path()));
+  struct stat status {};
+  ASSERT_EQ(lstat(real.c_str(), &status), 0);
+  EXPECT_EQ(status.st_mode, S_IFREG | 0640U);
+  EXPECT_EQ(status.st_uid, geteuid() == 0 ? 65534 : geteuid());
+  EXPECT_EQ(std::filesystem::file_size(dir_.file("others")), 5U);
+
+  EXPECT_EQ(set("fresh", "1"), 0);
+  std::filesystem::remove(real);
+  std::filesystem::remove(real + ".lock");
+  const mode_t before = umask(0);
+  EXPECT_EQ(set("fresh", "1"), 0);
+  umask(before);
+  for (const std::string& made : {real, real + ".lock"}) {
+    ASSERT_EQ(lstat(made.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode, S_IFREG | 0600U) << made;
+  }
+}
+
 TEST_F(properties, file_that_cannot_be_used_is_named_and_gives_defaults) {
-  const std::string under_a_file = dir_.file("plain") + "/properties";
-  std::ofstream(dir_.file("plain")) << "x";
-  std::filesystem::create_directory(dir_.file("directory"));
-  for (const auto& bad : {under_a_file, dir_.file("directory")}) {
-    SCOPED_TRACE(bad);
+  const auto file = [this](const char* name) { return dir_.file(name); };
+  std::ofstream(file("plain")) << "persist.x=from the wrong file\n";
+  std::filesystem::create_directory(file("directory"));
+  std::filesystem::create_directory(file("open"));
+  std::filesystem::create_directory(file("open/tvk"));
+  std::filesystem::permissions(file("open/tvk"), std::filesystem::perms::all);
+  std::filesystem::copy(file("plain"), file("open/tvk/properties"));
+  std::ofstream(file("large")) << "persist.x=1\n" << std::string(1 << 20, '\n');
+  std::filesystem::create_symlink("circle", file("circle"));
+  mkfifo(file("fifo").c_str(), 0600);
+  std::filesystem::create_symlink("plain", file("locked.lock"));
+  std::filesystem::copy(file("plain"), file("locked"));
+  struct row {
+    std::string properties;
+    std::string said;
+    const char* state_home = nullptr;
+    bool can_be_read = false;
+  };
+  std::vector<row> rows = {
+      {file("plain") + "/properties", "Not a directory"},
+      {file("directory"), "it is not a regular file"},
+      {"/dev/zero", "property file /dev/zero: it is not a regular file"},
+      {"/dev/full", "property file /dev/full: it is not a regular file"},
+      {file("fifo"), "it is not a regular file"},
+      {file("large"), "it has more than 1048576 bytes"},
+      {file("circle"), "too many symbolic links"},
+      {file("locked"), "it is a symbolic link", nullptr, true},
+      {"", "neither XDG_STATE_HOME nor HOME is set"},
+      {"", "other users can write to it (mode 0777)", "open"},
+  };
+  if (geteuid() == 0) {
+    std::filesystem::create_symlink("plain", file("theirs"));
+    ASSERT_EQ(lchown(file("theirs").c_str(), 65534, 65534), 0);
+    rows.push_back({file("theirs"), "it is a symbolic link of user 65534"});
+  }
+  for (const row& each : rows) {
+    SCOPED_TRACE(each.properties + ": " + each.said);
     // What was said once is not said again: each file needs a process of its own.
     const pid_t pid = process([&] {
-      setenv("TVK_PROPERTIES", bad.c_str(), 1);
+      setenv("TVK_PROPERTIES", each.properties.c_str(), 1);
+      unsetenv("HOME");
+      unsetenv("XDG_STATE_HOME");
+      if (each.state_home != nullptr) setenv("XDG_STATE_HOME", file(each.state_home).c_str(), 1);
       testing::internal::CaptureStderr();
       const bool refused = set("persist.x", "1") < 0;
-      const bool unset = get("persist.x") == "unset";
+      const bool unset = get("persist.x") == "unset" || each.can_be_read;
       const auto errors = testing::internal::GetCapturedStderr();
-      return refused && unset && errors.find(bad) != std::string::npos;
+      return refused && unset && errors.find(each.said) != std::string::npos &&
+             errors.find(each.properties) != std::string::npos &&
+             std::count(errors.begin(), errors.end(), '\n') == 1;
     });
     EXPECT_EQ(status_of(pid), 0);
   }
-  EXPECT_TRUE(std::filesystem::is_directory(dir_.file("directory")));
+  EXPECT_TRUE(std::filesystem::is_directory(file("directory")));
+  EXPECT_FALSE(std::filesystem::exists("/dev/full.lock"));
 }
 
 TEST_F(properties, two_processes_lose_nothing_and_a_reader_sees_whole_values) {

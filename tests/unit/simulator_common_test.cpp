@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "simulator/modem/modem.h"
 #include "simulator/services/extension.h"
 #include "support/extension_packets.h"
@@ -103,6 +105,31 @@ TEST_F(common_request, hot_swap_toggles_the_card_of_slot_0) {
   EXPECT_EQ(start(0, 0, 0xFFFFFFFF), result(80, 22));
   EXPECT_EQ(ask(common_message(80, u32(2))), result(80, 22));
   EXPECT_EQ(ask(common_message(80, u32(1))), result(80, 22));
+}
+
+TEST_F(common_request, hot_swap_ends_with_its_modem_and_the_card_in) {
+  // A modem that ends, and one that was killed.
+  for (const bool ends : {true, false}) {
+    const support::temp_dir state;
+    {
+      sim::modem other(io_, state.path());
+      other.hot_swap.start({std::chrono::seconds(1000), std::chrono::seconds(1000), 1});
+      EXPECT_FALSE(other.cards.present(0));
+      if (!ends) {
+        std::filesystem::copy(state.file("modem.db"), state.file("killed.db"));
+        std::filesystem::copy(state.file("modem.db-wal"), state.file("killed.db-wal"));
+      }
+    }
+    if (!ends) {
+      std::filesystem::rename(state.file("killed.db"), state.file("modem.db"));
+      std::filesystem::rename(state.file("killed.db-wal"), state.file("modem.db-wal"));
+    }
+    sim::store kept(state.path());
+    sim::settings settings(kept);
+    EXPECT_EQ(settings.get(sim::setting_of::card[0]), ends ? 3 : 0);
+    const sim::modem next(io_, state.path());
+    EXPECT_EQ(settings.get(sim::setting_of::card[0]), 3);
+  }
 }
 
 TEST_F(common_request, restart_is_asked_for_by_two_arguments_only) {

@@ -9,8 +9,7 @@
 #include <vector>
 
 #include "simulator/failure.h"
-#include "simulator/modem/nv_store.h"
-#include "simulator/modem/store.h"
+#include "simulator/modem/modem.h"
 #include "support/temp_dir.h"
 
 namespace {
@@ -87,6 +86,106 @@ TEST_F(store, refuses_what_is_not_its_database_and_leaves_it_alone) {
   std::ofstream(file_, std::ios::binary) << damaged;
   EXPECT_NE(refusal().find(file_), std::string::npos) << refusal();
   EXPECT_TRUE(contents() == damaged) << "changed";
+}
+
+/// Everything that the modem reads; nothing of it may be used when its database is damaged.
+void read_all(sim::modem& state) {
+  for (std::uint8_t subscription = 0; subscription <= sim::last_subscription; ++subscription) {
+    state.nv.for_each(subscription, [](auto, auto) {});
+    state.efs.for_each(subscription, [](auto, auto) {});
+    (void)state.nv.read(subscription, 550);
+    (void)state.efs.read(subscription, "/nv/item_files/modem/lte/rrc/cap/fgi");
+  }
+  (void)state.tree.status("/link");
+  (void)state.tree.list("/");
+  (void)state.euicc.profiles().all();
+  std::int64_t after = 0;
+  for (const auto& each : state.configs.list({}, after, 100)) (void)state.configs.find(each);
+  for (const std::uint32_t type : {0U, 1U}) (void)state.configs.active(type);
+  for (const sim::setting* each : sim::setting_of::all) (void)state.kept.get(*each);
+  for (const char* name : {"boots", "dumps"}) (void)state.store.counter(name);
+}
+
+TEST_F(store, damaged_value_is_found_at_the_start_and_when_it_is_read) {
+  struct row {
+    const char* damage;
+    const char* says;
+    bool is_read = true;  ///< false: only found at the start, no request leads there
+  };
+  const row rows[] = {
+      {"UPDATE nv_items SET data = zeroblob(5000) WHERE id = 550 AND NOT subscription",
+       "nv_items.data holds 5000 bytes, expected 1 to 365 bytes"},
+      {"UPDATE nv_items SET data = x'' WHERE id = 550 AND NOT subscription",
+       "nv_items.data holds 0 bytes"},
+      {"UPDATE nv_items SET data = 'text' WHERE id = 550 AND NOT subscription",
+       "nv_items.data holds a text of 4 bytes"},
+      {"UPDATE nv_items SET data = 7 WHERE id = 550 AND NOT subscription",
+       "nv_items.data holds the number 7"},
+      {"UPDATE nv_items SET id = 70000 WHERE id = 550 AND NOT subscription",
+       "nv_items.id holds the number 70000"},
+      {"UPDATE nv_items SET subscription = 2 WHERE id = 550 AND NOT subscription",
+       "nv_items.subscription", false},
+      {"UPDATE efs_files SET data = zeroblob(102411)", "efs_files.data holds 102411 bytes"},
+      {"UPDATE efs_files SET data = 1.5", "efs_files.data holds the number 1.5"},
+      {"UPDATE OR IGNORE efs_files SET path = printf('/%072d', rowid)", "efs_files.path holds a"},
+      {"UPDATE efs_files SET path = CAST(x'2f6100' || rowid AS TEXT)", "efs_files.path", false},
+      {"UPDATE efs_files SET subscription = -1 WHERE rowid = 1", "efs_files.subscription", false},
+      {"INSERT INTO settings VALUES ('sar.state', 21)",
+       "settings.sar.state holds the number 21, expected a number from 0 to 20"},
+      {"INSERT INTO settings VALUES ('card.1', -1)", "settings.card.1"},
+      {"INSERT INTO settings VALUES ('uicc.crossed', 2)", "settings.uicc.crossed"},
+      {"INSERT INTO settings VALUES ('uicc.connected.2', 3)", "settings.uicc.connected.2"},
+      {"INSERT INTO settings VALUES ('hot_swap.running', 'yes')", "holds a text of 3 bytes"},
+      {"INSERT INTO settings VALUES (printf('%065d', 0), 1)", "settings.name", false},
+      {"INSERT INTO settings VALUES ('other', 1.5)", "settings.value", false},
+      {"INSERT INTO counters VALUES ('boots', -1)", "counters.value holds the number -1"},
+      {"INSERT INTO counters VALUES ('dumps', 9223372036854775807)", "counters.value"},
+      {"INSERT INTO counters VALUES ('', 1)", "counters.name", false},
+      {"UPDATE euicc_profiles SET iccid = zeroblob(300)", "euicc_profiles.iccid holds 300 bytes"},
+      {"UPDATE euicc_profiles SET isdp_aid = zeroblob(15) WHERE enabled", "profiles.isdp_aid"},
+      {"UPDATE euicc_profiles SET enabled = 2 WHERE enabled", "euicc_profiles.enabled"},
+      {"UPDATE euicc_profiles SET provider = printf('%033d', 0)", "euicc_profiles.provider"},
+      {"UPDATE euicc_profiles SET name = printf('%065d', 0)", "euicc_profiles.name"},
+      {"UPDATE euicc_profiles SET enabled = 1", "euicc_profiles has two enabled", false},
+      {"WITH RECURSIVE n(i) AS (VALUES (1) UNION ALL SELECT i + 1 FROM n WHERE i < 9) INSERT INTO "
+       "euicc_profiles SELECT randomblob(16), zeroblob(10), 0, 'p', 'n' FROM n",
+       "euicc_profiles has"},
+      {"INSERT INTO efs_entries VALUES ('/link', 65536, '')", "efs_entries.mode"},
+      {"INSERT INTO efs_entries VALUES ('/link', 41471, printf('%01025d', 0))",
+       "efs_entries.target holds a text of 1025 bytes"},
+      {"INSERT INTO efs_entries VALUES (printf('/%072d', 0), 16877, '')", "efs_entries.path"},
+      {"UPDATE pdc_configs SET type = 2 WHERE number = 1", "pdc_configs.type"},
+      {"UPDATE pdc_configs SET id = zeroblob(125) WHERE number = 1", "pdc_configs.id holds 125"},
+      {"UPDATE pdc_configs SET description = printf('%0256d', 0)", "pdc_configs.description"},
+      {"UPDATE pdc_configs SET version = 4294967296", "pdc_configs.version"},
+      {"UPDATE pdc_configs SET data = zeroblob(4194305) WHERE number = 1", "pdc_configs.data"},
+      {"UPDATE pdc_configs SET number = 9223372036854775807 WHERE number = 1",
+       "pdc_configs.number"},
+      {"UPDATE pdc_configs SET is_active = 7 WHERE number = 1", "pdc_configs.is_active", false},
+      {"UPDATE pdc_configs SET is_pending = -1 WHERE number = 1", "pdc_configs.is_pending", false},
+      {"UPDATE pdc_configs SET is_active = 1", "pdc_configs has two active", false},
+      {"UPDATE pdc_configs SET is_pending = 1", "pdc_configs has two pending", false},
+  };
+  for (const row& each : rows) {
+    SCOPED_TRACE(each.damage);
+    std::filesystem::remove_all(directory_);
+    asio::io_context io;
+    sim::modem running(io, directory_);
+    read_all(running);
+    run_sql(each.damage);
+    const auto expect_named = [&](const std::string& line) {
+      EXPECT_TRUE(line.starts_with(file_ + " is damaged: ")) << line;
+      EXPECT_NE(line.find(each.says), line.npos) << line;
+    };
+    expect_named(refusal());
+    if (!each.is_read) continue;
+    try {
+      read_all(running);
+      ADD_FAILURE() << "read";
+    } catch (const sim::failure& error) {
+      expect_named(error.what());
+    }
+  }
 }
 
 TEST_F(store, older_database_keeps_its_counters_and_gets_the_items) {

@@ -93,7 +93,7 @@ connection::shared_port connection::port() {
   auto opened = open_port(named_port());
   if (!opened.valid()) return nullptr;
   const platform::mutex_lock hold(lock_);
-  port_ = std::make_shared<platform::file_descriptor>(std::move(opened));
+  port_ = std::make_shared<host::file_descriptor>(std::move(opened));
   wake();
   return port_;
 }

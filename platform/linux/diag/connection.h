@@ -8,8 +8,8 @@
 #include <memory>
 #include <vector>
 
+#include "host/file_descriptor.h"
 #include "platform/linux/diag/port.h"
-#include "platform/linux/file_descriptor.h"
 #include "platform/linux/library_thread.h"
 #include "platform/mutex.h"
 #include "protocol/bytes.h"
@@ -50,7 +50,7 @@ class connection : public std::enable_shared_from_this<connection> {
   [[nodiscard]] bool has_port() { return present_port() != nullptr; }
 
  private:
-  using shared_port = std::shared_ptr<platform::file_descriptor>;
+  using shared_port = std::shared_ptr<host::file_descriptor>;
   struct waiting {
     int owner;
     std::vector<std::uint8_t> request;
@@ -70,7 +70,7 @@ class connection : public std::enable_shared_from_this<connection> {
   void handle_answer(byte_view packet);
 
   const listeners to_;
-  const platform::file_descriptor wake_;
+  const host::file_descriptor wake_;
   std::atomic<bool> stopping_ = false;
   platform::library_thread thread_;
 

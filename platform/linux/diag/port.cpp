@@ -19,13 +19,15 @@
 #include <string_view>
 #include <utility>
 
+#include "host/directories.h"
+#include "host/endpoint.h"
+#include "host/private_files.h"
 #include "platform/linux/report.h"
-#include "protocol/endpoint.h"
 
 namespace diag {
 namespace {
 
-using platform::file_descriptor;
+using host::file_descriptor;
 
 constexpr int connect_timeout_ms = 3000;
 
@@ -72,6 +74,9 @@ opened open_unix(const std::string& path) {
   address.sun_family = AF_UNIX;
   if (path.size() >= sizeof address.sun_path) return failed(ENAMETOOLONG);
   path.copy(static_cast<char*>(address.sun_path), path.size());
+  if (auto distrust = host::distrust_of_socket(path); !distrust.empty()) {
+    return {{}, std::move(distrust)};
+  }
   return connect_socket(AF_UNIX, reinterpret_cast<const sockaddr*>(&address), sizeof address);
 }
 
@@ -129,7 +134,7 @@ constexpr kind kinds[] = {
     {"unix", "PATH", open_unix}, {"tcp", "HOST:PORT", open_tcp}, {"tty", "PATH", open_tty}};
 
 opened open_endpoint(const std::string& text) {
-  const auto parts = protocol::split_endpoint(text);
+  const auto parts = host::split_endpoint(text);
   const auto* kind = std::ranges::find(kinds, parts.scheme, &kind::scheme);
   if (kind == std::end(kinds)) return {{}, "no such kind of port"};
   if (parts.rest.empty()) return missing(kind->rest);
@@ -149,7 +154,7 @@ std::string named_port() {
   // Nothing in our programs writes the environment.
   const char* chosen = std::getenv("TVK_DIAG");
   if (chosen != nullptr && *chosen != '\0') return chosen;
-  return "unix:" + protocol::runtime_directory() + "/diag.sock";
+  return "unix:" + host::runtime_directory() + "/diag.sock";
 }
 
 file_descriptor open_port(const std::string& text) {

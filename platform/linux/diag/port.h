@@ -4,7 +4,7 @@
 #include <chrono>
 #include <string>
 
-#include "platform/linux/file_descriptor.h"
+#include "host/file_descriptor.h"
 #include "protocol/bytes.h"
 
 namespace diag {
@@ -15,7 +15,7 @@ namespace diag {
 
 /// Not valid when there is no such port: what is wrong is told once on standard error. Reading and
 /// writing do not block.
-[[nodiscard]] platform::file_descriptor open_port(const std::string& text);
+[[nodiscard]] host::file_descriptor open_port(const std::string& text);
 
 constexpr std::chrono::milliseconds write_patience{3000};
 

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "host/private_files.h"
 #include "platform/linux/qmi/transport.h"
 #include "platform/linux/report.h"
 
@@ -83,6 +84,9 @@ opened open_modem_socket(const std::string& path) {
   }
   path.copy(static_cast<char*>(name.sun_path), path.size());
 
+  if (const auto distrust = host::distrust_of_socket(path); !distrust.empty()) {
+    return refuse(path, distrust);
+  }
   struct stat status {};
   if (::stat(path.c_str(), &status) != 0) {
     if (errno == ENOENT) return {open_result::absent, nullptr};
@@ -90,7 +94,7 @@ opened open_modem_socket(const std::string& path) {
   }
   if (!S_ISSOCK(status.st_mode)) return refuse(path, "not a socket");
 
-  platform::file_descriptor fd(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+  host::file_descriptor fd(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
   const auto* any_name = reinterpret_cast<const sockaddr*>(&name);
   if (!fd.valid() || ::connect(fd.get(), any_name, sizeof name) != 0) {
     // The socket file of a modem that ended, or one that was removed meanwhile.

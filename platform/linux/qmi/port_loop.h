@@ -7,7 +7,7 @@
 #include <functional>
 #include <vector>
 
-#include "platform/linux/file_descriptor.h"
+#include "host/file_descriptor.h"
 #include "platform/linux/qmi/transport.h"
 
 namespace qmi {
@@ -25,7 +25,7 @@ class stop_flag {
 
  private:
   std::atomic<bool> is_set_ = false;
-  platform::file_descriptor event_;
+  host::file_descriptor event_;
 };
 
 enum class loop_end : std::uint8_t { stopped, gone, deadline, finished };

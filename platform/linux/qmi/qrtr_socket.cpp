@@ -27,13 +27,13 @@ sockaddr* generic(sockaddr_qrtr& name) {
   return reinterpret_cast<sockaddr*>(&name);
 }
 
-platform::file_descriptor open_socket() {
-  return platform::file_descriptor(::socket(af_qipcrtr, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+host::file_descriptor open_socket() {
+  return host::file_descriptor(::socket(af_qipcrtr, SOCK_DGRAM | SOCK_CLOEXEC, 0));
 }
 
 class qrtr_socket final : public transport {
  public:
-  qrtr_socket(platform::file_descriptor socket, std::uint32_t own_node)
+  qrtr_socket(host::file_descriptor socket, std::uint32_t own_node)
       : transport(std::move(socket)), own_node_(own_node) {}
 
   io_result send(address to, byte_view datagram) override {

@@ -7,7 +7,7 @@
 #include <span>
 #include <string>
 
-#include "platform/linux/file_descriptor.h"
+#include "host/file_descriptor.h"
 #include "protocol/bytes.h"
 #include "protocol/qrtr.h"
 
@@ -28,7 +28,7 @@ struct received {
 /// Safe for one receiving thread and any number of sending ones.
 class transport {
  public:
-  explicit transport(platform::file_descriptor socket) : socket_(std::move(socket)) {}
+  explicit transport(host::file_descriptor socket) : socket_(std::move(socket)) {}
   virtual ~transport() = default;
   transport(const transport&) = delete;
   transport& operator=(const transport&) = delete;
@@ -43,7 +43,7 @@ class transport {
   [[nodiscard]] int descriptor() const { return socket_.get(); }
 
  private:
-  platform::file_descriptor socket_;
+  host::file_descriptor socket_;
 };
 
 enum class open_result : std::uint8_t {

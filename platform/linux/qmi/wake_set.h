@@ -1,7 +1,7 @@
 // What the thread of a client waits for: its port, left-over work, the end.
 #pragma once
 
-#include "platform/linux/file_descriptor.h"
+#include "host/file_descriptor.h"
 #include "platform/linux/qmi/port_loop.h"
 
 namespace qmi {
@@ -26,8 +26,8 @@ class wake_set {
   void add(int descriptor) const;
 
   int port_;
-  platform::file_descriptor epoll_;
-  platform::file_descriptor event_;
+  host::file_descriptor epoll_;
+  host::file_descriptor event_;
 };
 
 }  // namespace qmi

@@ -1,12 +1,13 @@
-#include "protocol/endpoint.h"
+#include "host/directories.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 
-namespace protocol {
+namespace host {
 namespace {
 
 std::string environment(const char* name) {
@@ -22,28 +23,26 @@ bool is_directory(const std::string& path) {
 
 }  // namespace
 
-endpoint_text split_endpoint(std::string_view text) {
-  const auto colon = text.find(':');
-  if (colon == std::string_view::npos) return {text, {}};
-  return {text.substr(0, colon), text.substr(colon + 1)};
-}
-
 std::string runtime_directory() {
   if (const auto base = environment("XDG_RUNTIME_DIR"); !base.empty()) return base + "/tvk";
-  return "/tmp/tvk-" + std::to_string(::getuid());
+  return "/tmp/tvk-" + std::to_string(::geteuid());
 }
 
 std::string state_directory() {
   if (const auto base = environment("XDG_STATE_HOME"); !base.empty()) return base + "/tvk";
-  return environment("HOME") + "/.local/state/tvk";
+  const auto home = environment("HOME");
+  return home.empty() ? home : home + "/.local/state/tvk";
+}
+
+std::string parent_of(const std::string& path) {
+  const auto slash = path.find_last_of('/');
+  if (slash == std::string::npos) return {};
+  return path.substr(0, std::max<std::size_t>(slash, 1));
 }
 
 bool make_directories(const std::string& path) {
   if (path.empty() || is_directory(path)) return true;
-  const auto slash = path.find_last_of('/');
-  if (slash != std::string::npos && slash > 0 && !make_directories(path.substr(0, slash))) {
-    return false;
-  }
+  if (!make_directories(parent_of(path))) return false;
   if (::mkdir(path.c_str(), 0700) == 0) return true;
   if (errno != EEXIST) return false;
   // Another program may have made it between the look and the try.
@@ -52,4 +51,4 @@ bool make_directories(const std::string& path) {
   return false;
 }
 
-}  // namespace protocol
+}  // namespace host

@@ -5,13 +5,13 @@
 
 #include <utility>
 
-namespace platform {
+namespace host {
 
 class file_descriptor {
  public:
   file_descriptor() = default;
   explicit file_descriptor(int fd) : fd_(fd) {}
-  file_descriptor(file_descriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+  file_descriptor(file_descriptor&& other) noexcept : fd_(other.release()) {}
   file_descriptor& operator=(file_descriptor&& other) noexcept {
     std::swap(fd_, other.fd_);
     return *this;
@@ -22,9 +22,10 @@ class file_descriptor {
 
   [[nodiscard]] int get() const { return fd_; }
   [[nodiscard]] bool valid() const { return fd_ >= 0; }
+  [[nodiscard]] int release() { return std::exchange(fd_, -1); }
 
  private:
   int fd_ = -1;
 };
 
-}  // namespace platform
+}  // namespace host

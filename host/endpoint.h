@@ -1,0 +1,15 @@
+// The texts by which a user names a port: TVK_MODEM, TVK_DIAG.
+#pragma once
+
+#include <string_view>
+
+namespace host {
+
+/// `scheme:rest`, split at the first colon; a text without a colon is all scheme.
+struct endpoint_text {
+  std::string_view scheme;
+  std::string_view rest;
+};
+[[nodiscard]] endpoint_text split_endpoint(std::string_view text);
+
+}  // namespace host

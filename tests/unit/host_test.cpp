@@ -1,0 +1,121 @@
+// Files and directories that others may have put where ours belong.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "host/directories.h"
+#include "host/private_files.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+constexpr uid_t nobody = 65534;
+constexpr const char* trusted = "";
+
+mode_t mode_of(const std::string& path) {
+  struct stat status {};
+  return ::lstat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : 0;
+}
+
+void make_directory(const std::string& path, mode_t mode) {
+  std::filesystem::create_directory(path);
+  ::chmod(path.c_str(), mode);
+}
+
+void make_file(const std::string& path) {
+  std::ofstream(path) << "there";
+  ::chmod(path.c_str(), 0666);
+}
+
+/// The whole reason, or the part of it that was written down.
+void expect_reason(const std::string& got, const std::string& expected) {
+  if (expected.empty()) {
+    EXPECT_EQ(got, "");
+  } else {
+    EXPECT_NE(got.find(expected), std::string::npos) << got << ", expected " << expected;
+  }
+}
+
+TEST(host_files, what_others_put_there_is_not_used) {
+  struct row {
+    const char* what;
+    void (*make)(const std::string& place);
+    const char* directory;  ///< why it is no directory of ours
+    const char* file;       ///< and no file
+    bool needs_root = false;
+  };
+  const row rows[] = {
+      {"nothing", [](const auto&) {}, "No such file", trusted},
+      {"directory", [](const auto& place) { make_directory(place, 0755); }, trusted, "a"},
+      {"open directory", [](const auto& place) { make_directory(place, 0777); },
+       "other users can write to it (mode 0777)", "a"},
+      {"their directory",
+       [](const auto& place) {
+         make_directory(place, 0755);
+         ASSERT_EQ(::chown(place.c_str(), nobody, nobody), 0);
+       },
+       "belongs to user 65534", "a", true},
+      {"link to a directory",
+       [](const auto& place) {
+         make_directory(place + ".real", 0700);
+         std::filesystem::create_symlink(place + ".real", place);
+       },
+       "symbolic link", "symbolic link"},
+      {"link to nothing",
+       [](const auto& place) { std::filesystem::create_symlink(place + ".led", place); },
+       "symbolic link", "symbolic link"},
+      {"file", make_file, "not a directory", trusted},
+      {"their file",
+       [](const auto& place) {
+         make_file(place);
+         ASSERT_EQ(::chown(place.c_str(), nobody, nobody), 0);
+       },
+       "not a directory", "belongs to user 65534", true},
+      {"file under two names",
+       [](const auto& place) {
+         make_file(place + ".first");
+         std::filesystem::create_hard_link(place + ".first", place);
+       },
+       "not a directory", "other names"},
+      {"FIFO", [](const auto& place) { ASSERT_EQ(::mkfifo(place.c_str(), 0600), 0); },
+       "not a directory", "not a regular file"},
+  };
+  for (const row& each : rows) {
+    if (each.needs_root && ::geteuid() != 0) continue;
+    SCOPED_TRACE(each.what);
+    for (const bool is_lock : {true, false}) {
+      const support::temp_dir dir;
+      const std::string place = dir.file("place");
+      each.make(place);
+      expect_reason(host::distrust_of_directory(place), each.directory);
+      const bool was_there = std::filesystem::exists(std::filesystem::symlink_status(place));
+      const mode_t before = mode_of(place);
+      const auto wrong = is_lock ? host::open_lock(place).error : host::make_private_file(place);
+      expect_reason(wrong, each.file);
+      EXPECT_EQ(mode_of(place), wrong.empty() ? 0600 : before);
+      EXPECT_FALSE(std::filesystem::exists(place + ".led"));
+      if (was_there) {
+        expect_reason(host::make_new_file(place).error, "File exists");
+      }
+    }
+  }
+}
+
+TEST(host_files, modes_do_not_depend_on_the_umask) {
+  const support::temp_dir dir;
+  for (const mode_t mask : {0U, 0777U}) {
+    const mode_t before = ::umask(mask);
+    const std::string name = dir.file(std::to_string(mask));
+    EXPECT_TRUE(host::open_lock(name + ".lock").file.valid());
+    EXPECT_TRUE(host::make_new_file(name + ".new").file.valid());
+    EXPECT_EQ(host::make_private_file(name + ".db"), "");
+    ::umask(before);
+    for (const char* kind : {".lock", ".new", ".db"}) EXPECT_EQ(mode_of(name + kind), 0600) << kind;
+  }
+}
+
+}  // namespace
