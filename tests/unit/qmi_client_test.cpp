@@ -260,7 +260,10 @@ TEST_F(qmi_client, init_with_a_server_that_has_gone_is_a_service_error) {
   modem_->withdraw(server(0, 0x201));
   std::this_thread::sleep_for(milliseconds(100));
   qmi_client_type handle = nullptr;
+  testing::internal::CaptureStderr();
   EXPECT_EQ(qmi_client_init(&info[0], service, on_indication, nullptr, nullptr, &handle), -2);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "tvk: QMI service 0x11 has gone from " + modem_->endpoint() + "\n");
   EXPECT_EQ(qmi_client_init(&info[1], service, on_indication, nullptr, nullptr, &handle), 0);
   EXPECT_EQ(send(handle, 1, 2000), 0);
   EXPECT_EQ(modem_->requests().at(0).port, 0x202U);
