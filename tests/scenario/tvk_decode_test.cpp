@@ -188,6 +188,18 @@ TEST_F(tvk_decode, filters_and_formats) {
   EXPECT_EQ(read_file(dir_.file("csv/cm_call_end.csv")),
             "time,radio,source,num_calls,call_id,raw\n"
             "2016-03-23T21:55:49.772584Z,1,631,1,2,0102\n");
+  const auto powers = made(
+      "powers", diag_frame(hex("1000 7800 7800 6DB1 BE0C0A9E34DDD400 30000002 00000000 1066e623 f4 "
+                               "00*43 00000000 1166e623 07040000 00*28 e001000300000000 00*4")));
+  EXPECT_EQ(decode({"-f", "csv", "-o", dir_.file("csv"), powers}).exit_status, 0);
+  EXPECT_EQ(read_file(dir_.file("csv/lte_tx_power.csv")),
+            "time,radio,source,version,num,reports\n"
+            "2016-03-23T21:55:49.772582Z,1,0xB16D,48,2,"
+            R"("[{""pucch_tx_power_dBm"":-12,""pusch_num_res_blocks_RB"":0,)"
+            R"(""pusch_modulation_type"":0,""pusch_tx_power_dBm"":-128,""pusch_mcs"":0},)"
+            R"({""pucch_tx_power_dBm"":-128,""pusch_num_res_blocks_RB"":4,)"
+            R"(""pusch_modulation_type"":3,""pusch_tx_power_dBm"":7,""pusch_mcs"":15}]")"
+            "\n");
 }
 
 TEST_F(tvk_decode, what_was_lost_or_refused_is_told) {
