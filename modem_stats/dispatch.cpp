@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <functional>
 #include <iterator>
 
 #include "modem_stats/packet_decoder.h"
@@ -27,8 +28,13 @@ constexpr parser_row event_parsers[] = {
 #include "modem_stats/event_parsers.inc"
 };
 #undef TVK_PARSER
-static_assert(std::ranges::is_sorted(log_parsers, std::ranges::less(), &parser_row::id));
-static_assert(std::ranges::is_sorted(event_parsers, std::ranges::less(), &parser_row::id));
+
+template <std::size_t n>
+consteval bool ascends(const parser_row (&rows)[n]) {
+  return std::ranges::adjacent_find(rows, std::ranges::greater_equal(), &parser_row::id) ==
+         std::end(rows);
+}
+static_assert(ascends(log_parsers) && ascends(event_parsers));
 
 const parser_row* parser_of(packet_kind kind, std::uint16_t id) {
   const std::span<const parser_row> rows =

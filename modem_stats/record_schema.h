@@ -112,6 +112,7 @@ struct named_value {
 template <field_name field>
 struct value_name {
   template <typename T>
+  // NOLINTNEXTLINE(misc-unconventional-assign-operator): reads as in a designated initializer.
   constexpr named_value<field, T> operator=(T value) const {
     return {value};
   }
