@@ -1,11 +1,37 @@
-// Writing whole texts to a file.
+// Writing texts to files.
 #pragma once
 
+#include <string>
 #include <string_view>
+
+#include "decode/input/input_files.h"
+#include "platform/linux/file_descriptor.h"
 
 namespace decode {
 
 /// Throws output_error, which names `name`.
 void write_whole(int file, std::string_view name, std::string_view text);
+
+/// A file that is written from its beginning. What it held before stays until begin() or the first
+/// write, so that a run that comes to nothing takes nothing away.
+class file_output {
+ public:
+  /// Makes the file when missing. Throws output_error.
+  explicit file_output(const std::string& path);
+  /// One that is open and is written from where it stands.
+  file_output(std::string name, platform::file_descriptor file);
+
+  /// Throws output_error when this is one of `files`, by whatever way.
+  void must_not_be_of(const file_set& files) const;
+
+  /// Throws output_error.
+  void begin();
+  void write(std::string_view text);
+
+ private:
+  std::string name_;
+  platform::file_descriptor file_;
+  bool begun_ = false;
+};
 
 }  // namespace decode

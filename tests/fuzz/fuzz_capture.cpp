@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 
+#include "decode/output/file_output.h"
 #include "decode/pipeline.h"
 #include "platform/linux/file_descriptor.h"
 
@@ -46,7 +47,8 @@ decode::summary decode_to(decode::record_store& store, std::span<const std::uint
 std::string json_lines(std::span<const std::uint8_t> capture, unsigned threads) {
   static const platform::file_descriptor file(::memfd_create("lines", MFD_CLOEXEC));
   if (::ftruncate(file.get(), 0) != 0 || ::lseek(file.get(), 0, SEEK_SET) != 0) __builtin_trap();
-  const auto store = decode::json_lines_store(file.get(), true);
+  decode::file_output to("lines", platform::file_descriptor(::dup(file.get())));
+  const auto store = decode::json_lines_store(to, true);
   static_cast<void>(decode_to(*store, capture, threads));
   std::string text(static_cast<std::size_t>(::lseek(file.get(), 0, SEEK_CUR)), ' ');
   if (::pread(file.get(), text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) {
