@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <climits>
 #include <initializer_list>
 #include <iterator>
 #include <new>
@@ -49,6 +48,8 @@ bool is_bzip2(byte_view front) {
 bool is_xz(byte_view front) {
   return starts_with(front, {0xFD, '7', 'z', 'X', 'Z', 0});
 }
+
+constexpr const char* no_memory = "there is not enough memory to unpack it";
 
 std::string needs_more_than(std::uint64_t memory) {
   return fmt::format("needs more than {} MiB of memory to be unpacked; --memory SIZE allows more",
@@ -101,7 +102,7 @@ class gzip_unpacker final : public unpacker {
       case Z_STREAM_END:
         return result::end_of_member;
       case Z_MEM_ERROR:
-        throw std::bad_alloc();
+        return fail(no_memory);
       default:
         return fail(stream_.msg == nullptr ? "damaged" : stream_.msg);
     }
@@ -128,7 +129,7 @@ class bzip2_unpacker final : public unpacker {
       case BZ_STREAM_END:
         return result::end_of_member;
       case BZ_MEM_ERROR:
-        throw std::bad_alloc();
+        return fail(no_memory);
       default:
         return fail("a checksum or a block is wrong");
     }
@@ -156,7 +157,7 @@ class xz_unpacker final : public unpacker {
       case LZMA_STREAM_END:
         return result::end_of_member;
       case LZMA_MEM_ERROR:
-        throw std::bad_alloc();
+        return fail(no_memory);
       case LZMA_MEMLIMIT_ERROR:
         return fail(needs_more_than(memory_));
       case LZMA_OPTIONS_ERROR:
@@ -201,7 +202,7 @@ class zstd_unpacker final : public unpacker {
     if (::ZSTD_isError(wanted_) == 0) return result::more;
     switch (::ZSTD_getErrorCode(wanted_)) {
       case ZSTD_error_memory_allocation:
-        throw std::bad_alloc();
+        return fail(no_memory);
       case ZSTD_error_frameParameter_windowTooLarge:
         return fail(needs_more_than(memory_));
       default:

@@ -1,15 +1,18 @@
 // Whatever a capture holds: nothing is read or written out of bounds, no byte is decoded and
-// counted as lost too, threads change nothing, and every line is an object of its own.
+// counted as lost too, threads change nothing, and every line is an object of its own. Packed, the
+// same comes out however it is asked for.
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
 
+#include "decode/input/packed_source.h"
 #include "decode/output/file_output.h"
 #include "decode/pipeline.h"
 #include "platform/linux/file_descriptor.h"
@@ -72,10 +75,39 @@ bool is_object(std::string_view line) {
   return depth == 0 && !quoted && line.starts_with('{');
 }
 
+struct unpacked {
+  std::string content;
+  std::string damage;
+
+  bool operator==(const unpacked&) const = default;
+};
+
+unpacked unpack(std::span<const std::uint8_t> file, const decode::packing& how, std::size_t piece) {
+  constexpr std::uint64_t memory = 1 << 20;
+  constexpr std::size_t enough = 1 << 20;
+  decode::packed_source source(std::make_unique<memory_source>(file), how, memory);
+  unpacked all;
+  bool at_end = false;
+  while (!at_end && all.content.size() < enough) {
+    const auto before = all.content.size();
+    all.content.resize(before + std::min(piece, enough - before));
+    const std::span room(reinterpret_cast<std::uint8_t*>(all.content.data()), all.content.size());
+    const auto count = source.read(room.subspan(before));
+    at_end = before + count < all.content.size();
+    all.content.resize(before + count);
+  }
+  // What is wrong behind the part that was read is found sooner or later.
+  if (at_end) all.damage = source.damage();
+  return all;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::span capture(data, size);
+  if (const auto* const how = decode::packing_of(capture)) {
+    if (unpack(capture, *how, 1 << 20) != unpack(capture, *how, 777)) __builtin_trap();
+  }
   const auto none = decode::no_store();
   const auto counts = decode_to(*none, capture, 1);
   if (counts.skipped_bytes > size) __builtin_trap();
