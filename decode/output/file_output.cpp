@@ -23,7 +23,16 @@ bool is_regular(int file, struct stat& status) {
   return ::fstat(file, &status) == 0 && S_ISREG(status.st_mode);
 }
 
+[[noreturn]] void refuse(std::string_view name) {
+  throw output_error(fmt::format("{}: already an input or another output of this run", name));
+}
+
 }  // namespace
+
+void must_not_be_of(const file_set& files, const std::string& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) == 0 && files.contains(status)) refuse(path);
+}
 
 void write_whole(int file, std::string_view name, std::string_view text) {
   while (!text.empty()) {
@@ -46,9 +55,7 @@ file_output::file_output(std::string name, platform::file_descriptor file)
 
 void file_output::must_not_be_of(const file_set& files) const {
   struct stat status {};
-  if (is_regular(file_.get(), status) && files.contains(status)) {
-    throw output_error(fmt::format("{}: already an input or another output of this run", name_));
-  }
+  if (is_regular(file_.get(), status) && files.contains(status)) refuse(name_);
 }
 
 void file_output::begin() {

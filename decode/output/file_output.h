@@ -12,6 +12,9 @@ namespace decode {
 /// Throws output_error, which names `name`.
 void write_whole(int file, std::string_view name, std::string_view text);
 
+/// Throws output_error when a file is there, and is one of `files` by whatever name or link.
+void must_not_be_of(const file_set& files, const std::string& path);
+
 /// A file that is written from its beginning. What it held before stays until begin() or the first
 /// write, so that a run that comes to nothing takes nothing away.
 class file_output {
@@ -21,7 +24,7 @@ class file_output {
   /// One that is open and is written from where it stands.
   file_output(std::string name, platform::file_descriptor file);
 
-  /// Throws output_error when this is one of `files`, by whatever way.
+  /// As above, of this file.
   void must_not_be_of(const file_set& files) const;
 
   /// Throws output_error.
