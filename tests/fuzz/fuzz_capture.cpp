@@ -84,7 +84,7 @@ struct unpacked {
 
 unpacked unpack(std::span<const std::uint8_t> file, const decode::packing& how, std::size_t piece) {
   constexpr std::uint64_t memory = 1 << 20;
-  constexpr std::size_t enough = 1 << 20;
+  constexpr std::size_t enough = 1 << 16;
   decode::packed_source source(std::make_unique<memory_source>(file), how, memory);
   unpacked all;
   bool at_end = false;
@@ -106,7 +106,7 @@ unpacked unpack(std::span<const std::uint8_t> file, const decode::packing& how, 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::span capture(data, size);
   if (const auto* const how = decode::packing_of(capture)) {
-    if (unpack(capture, *how, 1 << 20) != unpack(capture, *how, 777)) __builtin_trap();
+    if (unpack(capture, *how, 1 << 16) != unpack(capture, *how, 777)) __builtin_trap();
   }
   const auto none = decode::no_store();
   const auto counts = decode_to(*none, capture, 1);
