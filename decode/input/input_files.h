@@ -23,8 +23,8 @@ struct input_files {
   bool complete = true;  // every directory could be read
 };
 
-/// Of directories all files that hold something, in order of their names. A directory that cannot be read is reported
-/// on standard error, and the others are listed all the same.
+/// Of directories all files that hold something, in order of their names. A directory that cannot
+/// be read is reported on standard error, and the others are listed all the same.
 [[nodiscard]] input_files list_files(const std::vector<std::string>& inputs);
 
 /// Regular files by device and inode, which links and other ways to a file do not change.

@@ -185,7 +185,7 @@ class zstd_unpacker final : public unpacker {
 
   void begin() override {
     ::ZSTD_DCtx_reset(stream_, ZSTD_reset_session_only);
-    wanted_ = 1;
+    wanted_ = 1;  // taken in any case: a front that is refused is not found again
   }
 
   /// The library does not say what it wrote in a call that fails, so a call must not go from a good
