@@ -122,8 +122,8 @@ TEST_F(tvk_decode_input, of_packed_captures_gives_all_that_can_be_unpacked) {
     const auto cut = [&](std::size_t size) {
       return bytes(whole.begin(), whole.end() - long(size));
     };
-    const auto add = [&](const char* what, const bytes& file, std::size_t least,
-                         const char* error) {
+    const auto add = [&, name = name](const char* what, const bytes& file, std::size_t least,
+                                      const char* error) {
       cases.push_back({std::string(name) + ", " + what, file, least, error});
     };
     add("whole", whole, all, "");
