@@ -31,8 +31,9 @@ class diag_connection {
     // The modem may still be starting.
     for (int i = 0; i < 100 && !port_.valid(); ++i) {
       usleep(50'000);
-      port_ = host::open_byte_stream(host::chosen_endpoint(protocol::diag::port_variable,
-                                                           protocol::diag::port_socket)).file;
+      port_ = host::open_byte_stream(
+                  host::chosen_endpoint(protocol::diag::port_variable, protocol::diag::port_socket))
+                  .file;
     }
   }
 

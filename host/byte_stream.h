@@ -1,4 +1,5 @@
-// Byte streams that users name: unix:PATH, tcp:HOST:PORT (a numeric address or localhost), tty:PATH.
+// Byte streams that users name: unix:PATH, tcp:HOST:PORT (a numeric address or localhost),
+// tty:PATH.
 #pragma once
 
 #include <string>

@@ -11,8 +11,8 @@
 namespace host {
 
 /// Writes a text to a file, waiting for room where the file is set to take only what it has room
-/// for. False, with errno set, when the rest could not be written: an error, or EINTR or EAGAIN when
-/// a signal interrupted it and `gives_up`, asked then, says so. Null: never.
+/// for. False, with errno set, when the rest could not be written: an error, or EINTR or EAGAIN
+/// when a signal interrupted it and `gives_up`, asked then, says so. Null: never.
 [[nodiscard]] bool write_all(int file, std::string_view text, bool (*gives_up)() = nullptr);
 
 /// As ::write, but without the signal that a socket brings whose far end has closed.

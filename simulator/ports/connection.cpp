@@ -1,6 +1,7 @@
 #include "simulator/ports/connection.h"
 
 #include <cerrno>
+#include <optional>
 #include <utility>
 
 #include <asio/buffer.hpp>
@@ -26,7 +27,7 @@ std::optional<std::size_t> write_now(int stream, byte_view bytes) {
 
 }  // namespace
 
-connection::connection(stream stream, boundaries kept, std::size_t most_received,
+connection::connection(peer_stream stream, boundaries kept, std::size_t most_received,
                        std::size_t most_waiting)
     : stream_(std::move(stream)),
       kept_(kept),
@@ -69,9 +70,10 @@ void connection::enqueue(byte_view bytes) {
 }
 
 void connection::write_when_ready() {
-  stream_.async_wait(stream::wait_write, [self = shared_from_this()](const std::error_code& error) {
-    if (!error && !self->is_closed_) self->write_queued();
-  });
+  stream_.async_wait(peer_stream::wait_write,
+                     [self = shared_from_this()](const std::error_code& error) {
+                       if (!error && !self->is_closed_) self->write_queued();
+                     });
 }
 
 void connection::write_queued() {

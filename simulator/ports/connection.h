@@ -1,8 +1,7 @@
-// What the connections of every port have in common: a stream that is read from and written to by the
-// event loop, what its peer has not taken yet, and an end in order.
+// What the connections of every port have in common: a stream that is read from and written to by
+// the event loop, what its peer has not taken yet, and an end in order.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -18,7 +17,7 @@
 namespace sim {
 
 /// A socket of any kind, or the modem's side of a terminal.
-using stream = asio::posix::stream_descriptor;
+using peer_stream = asio::posix::stream_descriptor;
 
 /// Of what is sent: a packet goes out in one write or not at all.
 enum class boundaries : std::uint8_t { none, packets };
@@ -36,11 +35,13 @@ class connection : public std::enable_shared_from_this<connection> {
   void close(std::string_view reason);
 
  protected:
+  static constexpr std::size_t usual_most_waiting = std::size_t{1} << 20;
   static constexpr std::size_t no_limit = std::numeric_limits<std::size_t>::max();
 
   /// Receives up to `most_received` bytes at a time. A peer that leaves more than `most_waiting`
   /// unread is dropped.
-  connection(stream stream, boundaries kept, std::size_t most_received, std::size_t most_waiting);
+  connection(peer_stream stream, boundaries kept, std::size_t most_received,
+             std::size_t most_waiting);
 
   /// Waits for bytes once and hands them to received().
   void receive();
@@ -63,7 +64,7 @@ class connection : public std::enable_shared_from_this<connection> {
   void write_when_ready();
   void write_queued();
 
-  stream stream_;
+  peer_stream stream_;
   const boundaries kept_;
   const std::size_t most_received_;
   const std::size_t most_waiting_;
