@@ -10,6 +10,7 @@
 
 #include "host/byte_stream.h"
 #include "host/endpoint.h"
+#include "host/uninterrupted.h"
 #include "host/write_all.h"
 #include "platform/linux/report.h"
 #include "protocol/diag_answer.h"
@@ -134,11 +135,12 @@ void connection::run() {
     }
     wait_for_bytes(from);
     if (!from) continue;
-    const ssize_t got = ::read(from->get(), buffer.data(), buffer.size());
+    const ssize_t got =
+        host::uninterrupted([&] { return ::read(from->get(), buffer.data(), buffer.size()); });
     if (got > 0) {
       byte_view rest(buffer.data(), static_cast<std::size_t>(got));
       for (byte_view packet; !stopping_ && frames.next(rest, packet);) handle(packet);
-    } else if (got == 0 || (errno != EAGAIN && errno != EINTR)) {
+    } else if (got == 0 || errno != EAGAIN) {
       lose(from);
     }
   }
