@@ -208,13 +208,13 @@ file_descriptor lock_file(const std::string& path) {
     report_failure(path, "its directory cannot be made");
     return {};
   }
-  auto [file, error] = host::open_lock(path + ".lock");
-  if (file.valid() && host::uninterrupted([&] { return ::flock(file.get(), LOCK_EX); }) != 0) {
-    error = std::strerror(errno);
-    file = {};
+  auto lock = host::open_lock(path + ".lock");
+  if (lock.file.valid() &&
+      host::uninterrupted([&] { return ::flock(lock.file.get(), LOCK_EX); }) != 0) {
+    lock = {{}, std::strerror(errno)};
   }
-  if (!file.valid()) report(path, "cannot be locked: " + path + ".lock: " + error);
-  return std::move(file);
+  if (!lock.file.valid()) report(path, "cannot be locked: " + path + ".lock: " + lock.error);
+  return std::move(lock.file);
 }
 
 /// What comes back as it was given, from a line of its own.
