@@ -1,17 +1,26 @@
 #include "decode/messages.h"
 
-#include <fmt/format.h>
 #include <unistd.h>
 
-namespace decode {
+#include "host/messages.h"
 
-void tell_as_is(std::string_view text) {
-  // One write, so that lines of several processes do not mix.
-  if (::write(STDERR_FILENO, text.data(), text.size()) < 0) return;
-}
+namespace decode {
+namespace {
+
+constexpr std::string_view program = "tvk-decode";
+
+}  // namespace
 
 void tell(std::string_view text) {
-  tell_as_is(fmt::format("tvk-decode: {}\n", text));
+  host::tell(program, text);
+}
+
+void tell_once(const std::string& text) {
+  host::tell_once(program, text);
+}
+
+void tell_as_is(std::string_view text) {
+  if (::write(STDERR_FILENO, text.data(), text.size()) < 0) return;
 }
 
 }  // namespace decode

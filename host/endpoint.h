@@ -1,6 +1,7 @@
-// The texts by which a user names a port: TVK_MODEM, TVK_DIAG.
+// The texts by which a user says where another program is found.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace host {
@@ -11,5 +12,9 @@ struct endpoint_text {
   std::string_view rest;
 };
 [[nodiscard]] endpoint_text split_endpoint(std::string_view text);
+
+/// What a variable of the environment names; unset, the socket of this name in the runtime
+/// directory, as unix:PATH.
+[[nodiscard]] std::string chosen_endpoint(const char* variable, std::string_view socket);
 
 }  // namespace host

@@ -16,12 +16,6 @@ namespace host {
 /// One that the user put elsewhere is the user's choice.
 [[nodiscard]] std::string distrust_of_socket(const std::string& path);
 
-/// A file, or why there is none.
-struct opened_file {
-  file_descriptor file;
-  std::string error;
-};
-
 /// Opens a lock, made where it is missing. A link, another user's file and one with several names
 /// are refused. Its mode is 0600 afterwards, whatever the umask.
 [[nodiscard]] opened_file open_lock(const std::string& path);

@@ -1,12 +1,15 @@
-// What the platform libraries tell the user about the host: lines on standard error.
+// What the platform libraries tell the user about the host.
 #pragma once
 
 #include <string>
 
+#include "host/messages.h"
+
 namespace platform {
 
-/// Writes "tvk: " and the text as one line; a text that was already said in this process is not
-/// said again.
-void report_once(const std::string& text);
+/// One line on standard error; a text that was already said in this process is not said again.
+inline void report_once(const std::string& text) {
+  host::tell_once("tvk", text);
+}
 
 }  // namespace platform
