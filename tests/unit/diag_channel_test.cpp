@@ -345,6 +345,22 @@ TEST_F(diag_channel, watcher_takes_a_tick_of_100_ms_at_a_time_and_gives_up_after
     EXPECT_EQ(support::take_pauses(), std::vector<std::chrono::milliseconds>(row.ticks, 100ms));
     EXPECT_TRUE(contains(printed, "cnt_of_100ms = " + std::to_string(row.ticks) + "\n"));
   }
+  // Full pieces say nothing of the end: there may be more until the time is over.
+  for (const int pieces : {1, 2}) {
+    int ticks = 0;
+    support::during_pauses([&] {
+      bytes piece(4096, 0x4B);
+      if (++ticks <= pieces) norvel_diag_cmd_response_by_dci(piece.data(), 4096, nullptr);
+    });
+    bytes reply(10240);
+    int reply_len = 10240;
+    const auto printed = printed_by([&] { EXPECT_EQ(send(true, 300, reply, reply_len), 0); });
+    threads.wait_for_none();
+    EXPECT_TRUE(contains(printed, "stop waiting, receive success, length is times of 4096\n"));
+    EXPECT_EQ(reply_len, 4096 * pieces);
+    EXPECT_EQ(support::take_pauses().size(), 3U);
+  }
+  support::during_pauses({});
   // A worker gives the response that it drops some time to come.
   bytes request = support::hex("4B0B0000");
   for (const bool by_dci : {false, true}) {
