@@ -368,8 +368,8 @@ TEST_F(stats_client, service_that_goes_again_at_once_is_followed_when_it_comes_t
   for (int round = 1; round <= 2; ++round) {
     ASSERT_TRUE(eventually([&] { return logged("qmi_client_register_notify_cb 0\n") == round; }));
     modem.flap(statistics);
-    ASSERT_TRUE(
-        eventually([&] { return logged("qmi_client_init_instance returned failure(-3)") == round; }));
+    ASSERT_TRUE(eventually(
+        [&] { return logged("qmi_client_init_instance returned failure(-3)") == round; }));
     EXPECT_EQ(support::take_pauses(), seconds_between_tries);
   }
   modem.publish(statistics);

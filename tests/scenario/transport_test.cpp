@@ -53,8 +53,8 @@ TEST(transport, service_that_comes_later_is_waited_for) {
 TEST(transport, modem_that_starts_later_is_named_once_and_waited_for) {
   for (const bool left_a_socket : {false, true}) {
     SCOPED_TRACE(left_a_socket);
-    simulated_modem modem({}, left_a_socket ? simulated_modem::begin::at_once
-                                            : simulated_modem::begin::later);
+    simulated_modem modem(
+        {}, left_a_socket ? simulated_modem::begin::at_once : simulated_modem::begin::later);
     if (left_a_socket) modem.kill();
     const auto console = support::start_console(modem.endpoint(), command);
     ASSERT_TRUE(console->wait_for_error_text(modem.socket()));

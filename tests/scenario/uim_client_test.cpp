@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <chrono>
 #include <functional>
 #include <string>
 #include <vector>
@@ -11,6 +12,7 @@
 #include "support/extension_packets.h"
 #include "support/hand_modem.h"
 #include "support/modem_connection.h"
+#include "support/pauses.h"
 #include "support/printed.h"
 #include "support/simulated_modem.h"
 #include "tvk/norvel_qmi_test_cmn.h"
@@ -209,6 +211,7 @@ TEST(esim_switch, eid_with_letters_is_shown_as_a_failure) {
   EXPECT_EQ(printed_by([] { EXPECT_EQ(esim_test("1", "0"), 0); }),
             "value=FAILED - 8904903200000000000000000000ab66\n");
   EXPECT_EQ(asked, 3);
+  EXPECT_EQ(support::take_pauses(), std::vector(3, std::chrono::milliseconds(100)));
   // Between the requests for power there is the notice.
   const auto sent = modem.requests();
   ASSERT_EQ(sent.size(), 6U);

@@ -1,5 +1,5 @@
-// The time that the tool waits for, in the hands of a test: a program of tests with pauses.cpp among
-// its sources never waits in it.
+// The time that the tool waits for, in the hands of a test: a program of tests with pauses.cpp
+// among its sources never waits in it.
 #pragma once
 
 #include <chrono>

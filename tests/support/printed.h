@@ -63,7 +63,8 @@ inline void wait_until_captured(int stream, const std::string& text) {
     std::fflush(nullptr);
     std::string all(65536, '\0');
     const auto size = ::pread(stream, all.data(), all.size(), 0);
-    return size > 0 && all.substr(0, static_cast<std::size_t>(size)).find(text) != std::string::npos;
+    return size > 0 &&
+           all.substr(0, static_cast<std::size_t>(size)).find(text) != std::string::npos;
   })) << text;
 }
 inline void wait_until_printed(const std::string& text) {

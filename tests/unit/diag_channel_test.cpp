@@ -332,9 +332,9 @@ TEST_F(diag_channel, watcher_takes_a_tick_of_100_ms_at_a_time_and_gives_up_after
     bool by_dci;
     int time_out;
     std::size_t ticks;
-  } rows[] = {{true, 0, 1},     {true, -500, 1},     {true, 3000, 30},
-              {false, 99, 1},   {false, 399, 3},     {false, 0, 30},
-              {false, -1, 30},  {false, 60000, 600}, {false, 60001, 30}};
+  } rows[] = {{true, 0, 1},    {true, -500, 1},     {true, 3000, 30},
+              {false, 99, 1},  {false, 399, 3},     {false, 0, 30},
+              {false, -1, 30}, {false, 60000, 600}, {false, 60001, 30}};
   for (const auto& row : rows) {
     SCOPED_TRACE(row.time_out);
     bytes reply(16);
