@@ -220,28 +220,6 @@ TEST(diag_command, answer_of_this_many_bytes) {
   }
 }
 
-TEST(diag_command, time_out_is_taken_in_ticks) {
-  const struct {
-    std::string mode, time_out, command_time;
-  } rows[] = {
-      {dci_mode, "-500", "Dci Command time = -5\n"},
-      {callback_mode, "60000", "Command time = 600 * 100ms\n"},
-      {callback_mode, "60001", "Time out is invalid, set default\n"},
-      {callback_mode, "-1", "Time out is invalid, set default\n"},
-      {callback_mode, "399", "Command time = 3 * 100ms\n"},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.mode + " " + row.time_out);
-    const auto got = run_answered(diag_frame(answer), row.mode, row.time_out);
-    EXPECT_TRUE(contains(got.output, row.command_time)) << got.output;
-    EXPECT_EQ(contains(got.output, "Time out is invalid"), contains(row.command_time, "invalid"));
-  }
-  const auto got = run_answered({}, callback_mode, "99");
-  EXPECT_TRUE(contains(got.output, "cnt_of_100ms = 1\n")) << got.output;
-  EXPECT_TRUE(contains(got.output, ": stop waiting\n"));
-  EXPECT_TRUE(contains(got.output, "norvel_diag_cmd_send fail\n"));
-}
-
 TEST(diag_command, what_is_not_the_answer_is_passed_over) {
   bytes damaged = diag_frame(hex("4B0B0000 EE"));
   damaged[4] ^= 0x01;

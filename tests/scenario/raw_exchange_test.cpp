@@ -126,15 +126,6 @@ TEST(raw_exchange, answer_with_these_tlvs_gives_this_outcome) {
   }
 }
 
-TEST(raw_exchange, answer_of_another_message_id_is_an_invalid_transaction) {
-  hand_modem modem;
-  modem.on_request([](const datagram& request) {
-    return std::vector<datagram>{
-        {request.node, request.port, hex("02 0100 0300 0e00") + type_0 + len_3}};
-  });
-  expect_output(exchange(modem), failure_with(-14));
-}
-
 // Longer than the longest message, so that it may be cut by the receiver: any transport code. That
 // the server goes spares the wait for another answer.
 TEST(raw_exchange, answer_longer_than_the_service_allows_fails) {
@@ -225,22 +216,6 @@ TEST(raw_exchange, indication_is_printed_and_the_answer_still_counts) {
                                    right_answer(request)[0]};
     });
     expect_output(exchange(modem), row.printed + success);
-  }
-}
-
-TEST(raw_exchange, server_or_connection_lost_during_a_request_ends_it_at_once) {
-  for (const bool connection : {false, true}) {
-    SCOPED_TRACE(connection ? "connection" : "server");
-    hand_modem modem;
-    modem.on_request([&](const datagram&) {
-      if (connection) {
-        modem.close_connections();
-      } else {
-        modem.withdraw({});
-      }
-      return std::vector<datagram>{};
-    });
-    expect_output(exchange(modem), failure_with(-2));
   }
 }
 

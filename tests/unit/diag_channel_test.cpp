@@ -328,13 +328,25 @@ TEST_F(diag_channel, worker_is_waited_for_sends_though_the_modem_is_down_and_may
 }
 
 TEST_F(diag_channel, watcher_takes_a_tick_of_100_ms_at_a_time_and_gives_up_after_the_last) {
+  const std::string own = "RIL[norvel_diag_cmd_send_with_result_by_callback_mode:#]: ";
+  const std::string invalid =
+      own + "Time out is invalid, set default\n" + own + "Command time = 30 * 100ms\n";
   const struct {
     bool by_dci;
     int time_out;
+    std::string printed;
     std::size_t ticks;
-  } rows[] = {{true, 0, 1},    {true, -500, 1},     {true, 3000, 30},
-              {false, 99, 1},  {false, 399, 3},     {false, 0, 30},
-              {false, -1, 30}, {false, 60000, 600}, {false, 60001, 30}};
+  } rows[] = {
+      {true, 0, "Dci Command time = 0\n", 1},
+      {true, -500, "Dci Command time = -5\n", 1},
+      {true, 3000, "Dci Command time = 30\n", 30},
+      {false, 99, "callback\n" + own + "Command time = 0 * 100ms\n", 1},
+      {false, 399, "callback\n" + own + "Command time = 3 * 100ms\n", 3},
+      {false, 60000, "callback\n" + own + "Command time = 600 * 100ms\n", 600},
+      {false, 60001, invalid, 30},
+      {false, 0, invalid, 30},
+      {false, -1, invalid, 30},
+  };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.time_out);
     bytes reply(16);
@@ -343,6 +355,7 @@ TEST_F(diag_channel, watcher_takes_a_tick_of_100_ms_at_a_time_and_gives_up_after
         printed_by([&] { EXPECT_EQ(send(row.by_dci, row.time_out, reply, reply_len), 1); });
     threads.wait_for_none();
     EXPECT_EQ(support::take_pauses(), std::vector<std::chrono::milliseconds>(row.ticks, 100ms));
+    EXPECT_TRUE(contains(printed, row.printed)) << printed;
     EXPECT_TRUE(contains(printed, "cnt_of_100ms = " + std::to_string(row.ticks) + "\n"));
   }
   // Full pieces say nothing of the end: there may be more until the time is over.
