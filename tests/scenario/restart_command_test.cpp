@@ -16,7 +16,6 @@
 namespace {
 
 using namespace std::chrono_literals;
-using pauses = std::vector<std::chrono::milliseconds>;
 
 const std::string opened =
     "RIL[norvel_cmn_test_modem_ssr:#]: Will trigger SSR of modem, the current state: "
@@ -26,25 +25,20 @@ const std::string sent = "RIL[norvel_send_common_qmi_msg:#]: function exit <----
 const std::string closed = "RIL[norvel_cmn_test_modem_ssr:#]: back to old ssr state\n\n";
 
 TEST(restart_command, waits_before_and_after_the_restart_unless_the_time_is_negative) {
+  const auto waited = [](const std::string& seconds) {
+    return "ssr wait_s = " + seconds + "\nmodem ssr start to wait " + seconds +
+           "s to init\nmodem ssr end to wait " + seconds + "s to init\n";
+  };
   const struct {
     const char* time;
     std::string printed;
-    pauses waited;
+    std::vector<std::chrono::milliseconds> pauses;
     std::size_t restarts;
   } rows[] = {
-      {"",
-       "ssr wait_s = 3\nmodem ssr start to wait 3s to init\nmodem ssr end to wait 3s to init\n",
-       {3s, 3s},
-       1},
-      {"1s",
-       "ssr wait_s = 1\nmodem ssr start to wait 1s to init\nmodem ssr end to wait 1s to init\n",
-       {1s, 1s},
-       1},
-      {"text", "ssr wait_s = 0\nmodem ssr will not wait\n", {}, 1},
-      {"-1",
-       "ssr wait_s = -1\nmodem ssr start to wait -1s to init\nmodem ssr end to wait -1s to init\n",
-       {4294967295s},
-       0},
+      {"", waited("3"), {3s, 3s}, 1},
+      {"1s", waited("1"), {1s, 1s}, 1},
+      {"0", "ssr wait_s = 0\nmodem ssr will not wait\n", {}, 1},
+      {"-1", waited("-1"), {4294967295s}, 0},  // as the unsigned number it is passed on as
   };
   support::hand_modem modem;
   modem.answer_with_tlvs(support::hex("01 0400 00000000  02 0400 00000000"));
@@ -62,7 +56,7 @@ TEST(restart_command, waits_before_and_after_the_restart_unless_the_time_is_nega
     EXPECT_TRUE(printed.ends_with(row.restarts == 0 ? row.printed + "wait_s < 0, ssr is stoped\n"
                                                     : sent + row.printed + closed))
         << printed;
-    EXPECT_EQ(support::take_pauses(), row.waited);
+    EXPECT_EQ(support::take_pauses(), row.pauses);
     EXPECT_EQ(modem.requests().size() - before, row.restarts);
   }
 }

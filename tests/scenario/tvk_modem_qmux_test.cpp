@@ -122,8 +122,9 @@ TEST_F(tvk_modem_qmux, control_hands_out_clients_and_refuses_what_it_cannot_do) 
   const support::modem_connection watcher(modem_.socket());
   EXPECT_EQ(watcher.ask(control + hex("0a000000 11000000 00000000 00000000 00000000")), sar_up);
   EXPECT_EQ(watcher.receive(), end_of_list);
-  one.send(hex("01 0c00 00 11 01  00 0100 0900 0000"));
-  one.expect_answer(allocate_sar, "01 1200 80 00 00  01 07 2200 0700  02 0400 0100 1f00");
+  const std::string goes_down = "01 0c00 00 11 01  00 0100 0900 0000";
+  one.expect_answer((goes_down + allocate_sar).c_str(),
+                    "01 1200 80 00 00  01 07 2200 0700  02 0400 0100 1f00");
   EXPECT_EQ(watcher.receive(), sar_down);
   EXPECT_EQ(watcher.receive(), sar_up);
   one.expect_answer(ask_client_1, state_to_client_1);
