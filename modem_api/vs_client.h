@@ -24,10 +24,6 @@ void vs_client_shutdown(modem_api::service_client& record)
 /// The handle of the connection; null when there is none. Does not wait for one that is being made.
 [[nodiscard]] qmi_client_type vs_client_handle();
 
-/// Between two tries to connect: a second, unless set. Returns what it was.
-using vs_client_pause_type = void (*)();
-vs_client_pause_type vs_client_set_pause(vs_client_pause_type pause);
-
 void vs_client_unsol_ind_cb(qmi_client_type handle, unsigned int msg_id, void* buffer,
                             unsigned int length, void* data);
 void vs_client_service_down_event(qmi_client_type handle, qmi_client_error_type error, void* data);
