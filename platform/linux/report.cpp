@@ -9,27 +9,27 @@
 namespace platform {
 namespace {
 
-struct said {
+struct reported_texts {
   mutex lock;
   std::set<std::string> texts TVK_GUARDED_BY(lock);
 };
 
 // Never destroyed: library threads may report while the process ends.
-said& already_said() {
-  static said& all = *new said;
+reported_texts& already_reported() {
+  static reported_texts& all = *new reported_texts;
   return all;
 }
 
 }  // namespace
 
 void report_once(const std::string& text) {
-  said& all = already_said();
+  reported_texts& all = already_reported();
   {
     const mutex_lock hold(all.lock);
     if (!all.texts.insert(text).second) return;
   }
   const std::string line = "tvk: " + text + "\n";
-  // One write, so that lines of several processes do not mix. Nobody could be told of a failure.
+  // One write, so that lines of several processes do not mix. A failure has nowhere to be reported.
   if (::write(STDERR_FILENO, line.data(), line.size()) < 0) return;
 }
 

@@ -26,7 +26,7 @@ void wake_set::wait() {
   epoll_event happened{};
   ::epoll_wait(epoll_.get(), &happened, 1, -1);
   std::uint64_t wakes = 0;
-  // Nothing to read when something else ended the wait.
+  // There is nothing to read when something else ended the wait.
   if (::read(event_.get(), &wakes, sizeof wakes) < 0) return;
 }
 
@@ -36,11 +36,11 @@ void wake_set::wake() const {
   if (::write(event_.get(), &one, sizeof one) < 0) return;
 }
 
-void wake_set::leave_out_port() const {
+void wake_set::ignore_port() const {
   ::epoll_ctl(epoll_.get(), EPOLL_CTL_DEL, port_, nullptr);
 }
 
-void wake_set::take_in_port() const {
+void wake_set::watch_port() const {
   add(port_);
 }
 
