@@ -1,11 +1,11 @@
-// The texts by which a user names a port: TVK_MODEM, TVK_DIAG.
+// Endpoint names, as users write them in TVK_MODEM and TVK_DIAG.
 #pragma once
 
 #include <string_view>
 
 namespace host {
 
-/// `scheme:rest`, split at the first colon; a text without a colon is all scheme.
+/// `scheme:rest`, split at the first colon; text without a colon is all scheme.
 struct endpoint_text {
   std::string_view scheme;
   std::string_view rest;

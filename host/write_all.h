@@ -4,7 +4,7 @@
 
 namespace host {
 
-/// Writes every byte of the text to a file. False, with errno set, when one could not be written.
+/// Writes the whole text to a file. False, with errno set, when that fails.
 [[nodiscard]] bool write_all(int file, std::string_view text);
 
 }  // namespace host

@@ -66,7 +66,7 @@ std::optional<std::string> followed(std::string path) {
     std::error_code error;
     path = link.parent_path() / std::filesystem::read_symlink(link, error);
   }
-  report(path, "too many levels of symbolic links");
+  report(path, "too many symbolic links");
   return std::nullopt;
 }
 
