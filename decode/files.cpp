@@ -2,8 +2,8 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <filesystem>
+#include <system_error>
 
 #include "decode/messages.h"
 #include "decode/pipeline.h"
@@ -13,43 +13,15 @@ namespace decode {
 
 namespace {
 
-namespace fs = std::filesystem;
-
-struct input_file {
-  std::string path;
-  bool named;  // by the user, not found in a directory
-};
-
-/// Files of directories in order of their names.
-std::vector<input_file> list_files(const std::vector<std::string>& inputs, bool& all_read) {
-  std::vector<input_file> files;
-  for (const auto& input : inputs) {
-    std::error_code error;
-    if (!fs::is_directory(input, error)) {
-      files.push_back({input, true});
-      continue;
-    }
-    std::vector<std::string> found;
-    for (fs::recursive_directory_iterator at(input, error), end; !error && at != end;
-         at.increment(error)) {
-      std::error_code no_file;
-      if (at->is_regular_file(no_file)) found.push_back(at->path());
-    }
-    if (error) {
-      tell(fmt::format("{}: {}", input, error.message()));
-      all_read = false;
-    }
-    std::ranges::sort(found);
-    for (auto& path : found) files.push_back({std::move(path), false});
-  }
-  return files;
+void complain(const input_file& about, const std::string& text) {
+  tell(fmt::format("{}: {}", about.name(), text));
 }
 
 std::uint64_t size_of(const std::vector<input_file>& files) {
   std::uint64_t size = 0;
   for (const auto& file : files) {
     std::error_code none;
-    const auto one = fs::file_size(file.path, none);
+    const auto one = std::filesystem::file_size(file.path, none);
     if (!none) size += one;
   }
   return size;
@@ -57,36 +29,35 @@ std::uint64_t size_of(const std::vector<input_file>& files) {
 
 }  // namespace
 
-bool decode_files(const options& chosen, record_store& store, summary& counts) {
-  bool all_read = true;
-  const auto files = list_files(chosen.inputs, all_read);
-  progress shown(size_of(files));
+bool decode_files(const options& chosen, const input_files& inputs, record_store& store,
+                  summary& counts) {
+  bool all_read = inputs.complete;
+  progress shown(size_of(inputs.files));
   const byte_source* reading = nullptr;
   pipeline_options how{.threads = chosen.threads, .wanted = chosen.wanted, .progress = {}};
   pipeline decoding(how, store);
   how.progress = [&] { shown.show(decoding.counts().bytes + reading->consumed()); };
-  for (const auto& file : files) {
-    const auto frames_before = decoding.counts().frames;
-    std::uint64_t bytes = 0;
+  for (const auto& file : inputs.files) {
+    std::unique_ptr<byte_source> source;
     try {
-      const auto source = open_source(file.path);
-      reading = source.get();
-      try {
-        chunker chunks(*source, chunk_size(chosen.threads));
-        decoding.run(chunks);
-      } catch (const input_error& e) {
-        tell(e.what());
-        all_read = false;
-      }
-      bytes = source->consumed();
+      source = open_source(file.path, chosen.memory);
     } catch (const input_error& e) {
-      tell(e.what());
+      complain(file, e.what());
       all_read = false;
       continue;
     }
+    reading = source.get();
+    const auto frames_before = decoding.counts().frames;
+    chunker chunks(*source, chunk_size(chosen.threads));
+    decoding.run(chunks);
+    const auto bytes = source->consumed();
     decoding.counts().bytes += bytes;
-    if (bytes > 0 && decoding.counts().frames == frames_before) {
-      tell(fmt::format("{}: no diagnostic packets", file.path));
+    if (!source->damage().empty()) {
+      complain(file, source->damage());
+      ++decoding.counts().damaged_files;
+      all_read = false;
+    } else if (bytes > 0 && decoding.counts().frames == frames_before) {
+      complain(file, "no diagnostic packets");
       if (file.named) all_read = false;
     }
   }

@@ -1,10 +1,8 @@
-#include <fcntl.h>
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <chrono>
-#include <system_error>
+#include <csignal>
 
 #include "decode/files.h"
 #include "decode/live/session.h"
@@ -22,27 +20,22 @@ using namespace decode;
 
 constexpr int failed = 1;
 
-host::file_descriptor open_output(const options& chosen) {
+file_output open_output(const options& chosen) {
   if (chosen.output.empty() || chosen.format == output_format::csv) {
-    return host::file_descriptor(::dup(STDOUT_FILENO));
+    return {"standard output", host::file_descriptor(::dup(STDOUT_FILENO))};
   }
-  host::file_descriptor file(
-      ::open(chosen.output.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
-  if (!file.valid()) {
-    throw output_error(
-        fmt::format("{}: {}", chosen.output, std::generic_category().message(errno)));
-  }
-  return file;
+  return file_output(chosen.output);
 }
 
-std::unique_ptr<record_store> make_store(const options& chosen, int file) {
+std::unique_ptr<record_store> make_store(const options& chosen, file_output& output,
+                                         const file_set& taken) {
   switch (chosen.format) {
     case output_format::text:
-      return text_store(file, chosen.with_time);
+      return text_store(output, chosen.with_time);
     case output_format::json_lines:
-      return json_lines_store(file, chosen.with_raw_bytes);
+      return json_lines_store(output, chosen.with_raw_bytes);
     case output_format::csv:
-      return csv_store(chosen.output, chosen.with_raw_bytes);
+      return csv_store(chosen.output, chosen.with_raw_bytes, taken);
     case output_format::none:
       break;
   }
@@ -51,14 +44,21 @@ std::unique_ptr<record_store> make_store(const options& chosen, int file) {
 
 int run(const options& chosen) {
   const auto begin = std::chrono::steady_clock::now();
-  const auto file = open_output(chosen);
-  const auto store = make_store(chosen, file.get());
+  // Listed first: an output that is made in a folder of inputs is none of them.
+  const auto inputs = list_files(chosen.inputs);
+  file_set taken;
+  for (const auto& input : inputs.files) taken.add(input.path);
+  auto output = open_output(chosen);
+  if (!chosen.save.empty()) taken.add(chosen.save);
+  output.must_not_be_of(taken);
+  const auto store = make_store(chosen, output, taken);
   summary counts;
   const bool is_written =
       chosen.format == output_format::text || chosen.format == output_format::json_lines;
-  const bool all_read = chosen.live
-                            ? decode_live(chosen, *store, is_written ? file.get() : -1, counts)
-                            : decode_files(chosen, *store, counts);
+  const bool all_read =
+      chosen.live ? decode_live(chosen, *store, is_written ? output.descriptor() : -1, counts)
+                  : decode_files(chosen, inputs, *store, counts);
+  if (counts.frames > 0) output.begin();
   if (chosen.with_summary) {
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
     const bool is_output = chosen.format == output_format::none && chosen.output.empty();
@@ -72,6 +72,8 @@ int run(const options& chosen) {
 
 int main(int argc, char** argv) {
   host::fill_standard_descriptors();
+  // A file that may not grow is an error to report, as a full disk is.
+  std::signal(SIGXFSZ, SIG_IGN);
   try {
     int exit_code = 0;
     const auto chosen = parse_command_line(argc, argv, exit_code);

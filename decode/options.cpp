@@ -1,5 +1,6 @@
 #include "decode/options.h"
 
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -117,6 +118,10 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
   app.add_flag("--strict", chosen.strict, "exit with 1 when anything was lost or rejected");
   app.add_option("-j,--threads", chosen.threads, "threads; one for each core unless given")
       ->check(CLI::Range(1U, max_threads));
+  app.add_option("--memory", chosen.memory,
+                 fmt::format("what unpacking may take, like 1GiB; {}MiB unless given",
+                             unpacking_memory >> 20))
+      ->transform(CLI::AsSizeValue(false).description(""));
 
   try {
     app.parse(argc, argv);

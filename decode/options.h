@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "decode/filter.h"
+#include "decode/input/byte_source.h"
 
 namespace decode {
 
@@ -23,6 +24,7 @@ struct options {
   bool with_summary = false;
   bool strict = false;
   unsigned threads = 1;
+  std::uint64_t memory = unpacking_memory;
   filter wanted = filter::all();
 };
 

@@ -2,7 +2,6 @@
 
 #include <condition_variable>
 #include <deque>
-#include <exception>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -147,7 +146,6 @@ void pipeline::run_threads(chunker& chunks) {
     finish(oldest);
   };
 
-  std::exception_ptr input_failure;
   try {
     for (unsigned i = 0; i < options_.threads; ++i) workers.emplace_back(work);
     while (true) {
@@ -155,12 +153,7 @@ void pipeline::run_threads(chunker& chunks) {
       task& next = tasks[begun % tasks.size()];
       next.done = false;
       next.from = state_;
-      try {
-        if (!chunks.next(next.input)) break;
-      } catch (...) {
-        input_failure = std::current_exception();
-        break;
-      }
+      if (!chunks.next(next.input)) break;
       ++begun;
       const std::lock_guard lock(mutex);
       to_do.push_back(&next);
@@ -172,7 +165,6 @@ void pipeline::run_threads(chunker& chunks) {
     throw;
   }
   end();
-  if (input_failure) std::rethrow_exception(input_failure);
 }
 
 }  // namespace decode

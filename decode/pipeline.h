@@ -37,7 +37,7 @@ class pipeline {
  public:
   pipeline(const pipeline_options& options, record_store& store);
 
-  /// Throws input_error and output_error; what came before is written and counted.
+  /// Throws output_error; what came before is written and counted.
   void run(chunker& chunks);
 
   [[nodiscard]] const summary& counts() const { return counts_; }

@@ -88,6 +88,7 @@ void summary::count(packet_kind kind, std::uint16_t id,
 void summary::add(const summary& other) {
   bytes += other.bytes;
   frames += other.frames;
+  damaged_files += other.damaged_files;
   bad_crc += other.bad_crc;
   too_short += other.too_short;
   too_long += other.too_long;
@@ -109,14 +110,14 @@ void summary::clear() {
   events.clear();
   records.clear();
   versions.clear();
-  bytes = frames = bad_crc = too_short = too_long = skipped_bytes = with_radio = damaged_packets =
-      0;
+  bytes = frames = damaged_files = bad_crc = too_short = too_long = skipped_bytes = with_radio =
+      damaged_packets = 0;
   first_time = INT64_MAX;
   last_time = INT64_MIN;
 }
 
 bool summary::has_rejections() const {
-  return bad_crc + too_short + too_long + skipped_bytes + damaged_packets > 0 ||
+  return damaged_files + bad_crc + too_short + too_long + skipped_bytes + damaged_packets > 0 ||
          std::ranges::any_of(versions, [](const auto& packet) {
            const version_counts& counts = packet.second;
            return counts.others().has_rejections() ||
@@ -141,6 +142,7 @@ std::string to_text(const summary& all, double seconds) {
   };
   line("bytes", all.bytes);
   line("frames", all.frames);
+  line("damaged files", all.damaged_files);
   line("bad CRC", all.bad_crc);
   line("too short", all.too_short);
   line("too long", all.too_long);

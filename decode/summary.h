@@ -77,6 +77,7 @@ class version_counts {
 struct summary {
   std::uint64_t bytes = 0;  // as they were packed in files, or came
   std::uint64_t frames = 0;
+  std::uint64_t damaged_files = 0;  // that could not be read or unpacked as a whole
   std::uint64_t bad_crc = 0;
   std::uint64_t too_short = 0;
   std::uint64_t too_long = 0;

@@ -119,7 +119,7 @@ struct value_name {
 };
 
 template <field_name field>
-consteval value_name<field> operator""_f() {
+constexpr value_name<field> operator""_f() {
   return {};
 }
 

@@ -23,10 +23,10 @@ struct chunk {
 
 class chunker {
  public:
-  /// Reads as much as it takes to recognise the capture; throws input_error.
+  /// Reads as much as it takes to recognise the capture.
   chunker(byte_source& from, std::size_t chunk_size);
 
-  /// False at the end. `next.bytes` is used again. Throws input_error.
+  /// False at the end. `next.bytes` is used again.
   [[nodiscard]] bool next(chunk& next);
 
  private:

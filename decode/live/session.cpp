@@ -19,8 +19,8 @@
 #include "decode/live/save.h"
 #include "decode/messages.h"
 #include "decode/packet_stage.h"
-#include "platform/linux/diag/port.h"
 #include "host/file_descriptor.h"
+#include "platform/linux/diag/port.h"
 #include "protocol/diag_answer.h"
 #include "protocol/hdlc.h"
 

@@ -1,11 +1,8 @@
 // CSV: a file for each kind of record, named for it. Fields stand under their names with their
 // units; a repeated part is one column that holds a JSON array. What was not measured is empty.
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <sys/stat.h>
 
 #include <array>
-#include <cerrno>
 #include <filesystem>
 #include <map>
 #include <string>
@@ -27,11 +24,15 @@ using modem_stats::record_schema;
 
 class csv_files final : public record_store {
  public:
-  csv_files(std::string directory, bool with_raw_bytes)
+  csv_files(std::string directory, bool with_raw_bytes, const file_set& inputs)
       : directory_(std::move(directory)), with_raw_bytes_(with_raw_bytes) {
     std::error_code error;
     std::filesystem::create_directories(directory_, error);
     if (error) throw output_error(fmt::format("{}: {}", directory_, error.message()));
+    // Before the first is written, not when a record turns up.
+    for (const auto* const schema : modem_stats::record_table()) {
+      must_not_be_of(inputs, path_of(*schema));
+    }
   }
 
   std::unique_ptr<record_writer> make_writer() override;
@@ -39,26 +40,20 @@ class csv_files final : public record_store {
   void write(std::size_t data_id, std::string_view rows) {
     auto found = files_.find(data_id);
     if (found == files_.end()) found = files_.emplace(data_id, begin(data_id)).first;
-    write_whole(found->second.file.get(), found->second.path, rows);
+    found->second.write(rows);
   }
 
   [[nodiscard]] bool with_raw_bytes() const { return with_raw_bytes_; }
 
  private:
-  struct output_file {
-    std::string path;
-    host::file_descriptor file;
-  };
+  [[nodiscard]] std::string path_of(const record_schema& schema) const {
+    return fmt::format("{}/{}.csv", directory_, schema.name);
+  }
 
-  output_file begin(std::size_t data_id) const {
+  [[nodiscard]] file_output begin(std::size_t data_id) const {
     const auto& schema =
         *modem_stats::find_record_schema(static_cast<modem_stats_data_id_e_type>(data_id));
-    output_file made{.path = fmt::format("{}/{}.csv", directory_, schema.name), .file = {}};
-    made.file = host::file_descriptor(
-        ::open(made.path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
-    if (!made.file.valid()) {
-      throw output_error(fmt::format("{}: {}", made.path, std::generic_category().message(errno)));
-    }
+    file_output made(path_of(schema));
     std::string header = "time,radio,source";
     for (const auto& part : schema.parts()) {
       if (part.repeated()) {
@@ -68,13 +63,13 @@ class csv_files final : public record_store {
       for (const auto& row : part.rows) header.append(",").append(modem_stats::column_name(row));
     }
     if (with_raw_bytes_) header += ",raw";
-    write_whole(made.file.get(), made.path, header + "\n");
+    made.write(header + "\n");
     return made;
   }
 
   const std::string directory_;
   const bool with_raw_bytes_;
-  std::map<std::size_t, output_file> files_;
+  std::map<std::size_t, file_output> files_;
 };
 
 class csv_rows final : public record_writer {
@@ -156,8 +151,9 @@ std::unique_ptr<record_writer> csv_files::make_writer() {
 
 }  // namespace
 
-std::unique_ptr<record_store> csv_store(const std::string& directory, bool with_raw_bytes) {
-  return std::make_unique<csv_files>(directory, with_raw_bytes);
+std::unique_ptr<record_store> csv_store(const std::string& directory, bool with_raw_bytes,
+                                        const file_set& inputs) {
+  return std::make_unique<csv_files>(directory, with_raw_bytes, inputs);
 }
 
 }  // namespace decode

@@ -85,13 +85,13 @@ char* put_fields(char* out, const part_form& form, const std::uint8_t*& bytes) {
 
 class json_lines final : public record_writer {
  public:
-  json_lines(int file, bool with_raw_bytes) : file_(file), with_raw_bytes_(with_raw_bytes) {}
+  json_lines(file_output& to, bool with_raw_bytes) : to_(to), with_raw_bytes_(with_raw_bytes) {}
 
   void record(const packet_source& source, const record_schema& schema,
               std::span<const std::uint8_t> data) override;
 
   void flush() override {
-    write_whole(file_, "standard output", text_.view());
+    to_.write(text_.view());
     clear();
   }
   void clear() override { text_.clear(); }
@@ -99,7 +99,7 @@ class json_lines final : public record_writer {
  private:
   void begin(const packet_source& source, std::string_view name);
 
-  const int file_;
+  file_output& to_;
   const bool with_raw_bytes_;
   time_writer times_;
   text_buffer text_;
@@ -158,21 +158,21 @@ void json_lines::record(const packet_source& source, const record_schema& schema
 
 class json_lines_all final : public record_store {
  public:
-  json_lines_all(int file, bool with_raw_bytes) : file_(file), with_raw_bytes_(with_raw_bytes) {}
+  json_lines_all(file_output& to, bool with_raw_bytes) : to_(to), with_raw_bytes_(with_raw_bytes) {}
 
   std::unique_ptr<record_writer> make_writer() override {
-    return std::make_unique<json_lines>(file_, with_raw_bytes_);
+    return std::make_unique<json_lines>(to_, with_raw_bytes_);
   }
 
  private:
-  int file_;
+  file_output& to_;
   bool with_raw_bytes_;
 };
 
 }  // namespace
 
-std::unique_ptr<record_store> json_lines_store(int file, bool with_raw_bytes) {
-  return std::make_unique<json_lines_all>(file, with_raw_bytes);
+std::unique_ptr<record_store> json_lines_store(file_output& to, bool with_raw_bytes) {
+  return std::make_unique<json_lines_all>(to, with_raw_bytes);
 }
 
 }  // namespace decode

@@ -22,6 +22,8 @@ struct packet_source {
   std::int64_t time;    // microseconds, Unix
 };
 
+class file_output;
+class file_set;
 class record_store;
 
 class record_writer {
@@ -65,13 +67,14 @@ class output_error : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// One object a line. Standard output unless `file` is the descriptor of another file.
-[[nodiscard]] std::unique_ptr<record_store> json_lines_store(int file, bool with_raw_bytes);
-/// A file for each kind of record in `directory`, which is made when missing.
+/// One object a line.
+[[nodiscard]] std::unique_ptr<record_store> json_lines_store(file_output& to, bool with_raw_bytes);
+/// A file for each kind of record in `directory`, which is made when missing. Throws output_error
+/// when one of these files is among `inputs`.
 [[nodiscard]] std::unique_ptr<record_store> csv_store(const std::string& directory,
-                                                      bool with_raw_bytes);
+                                                      bool with_raw_bytes, const file_set& inputs);
 /// The parsers' own lines.
-[[nodiscard]] std::unique_ptr<record_store> text_store(int file, bool with_time);
+[[nodiscard]] std::unique_ptr<record_store> text_store(file_output& to, bool with_time);
 /// Nothing.
 [[nodiscard]] std::unique_ptr<record_store> no_store();
 

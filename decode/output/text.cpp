@@ -13,7 +13,7 @@ namespace {
 
 class text_lines final : public record_writer {
  public:
-  text_lines(int file, bool with_time) : file_(file), with_time_(with_time) {}
+  text_lines(file_output& to, bool with_time) : to_(to), with_time_(with_time) {}
 
   void record(const packet_source& /*source*/, const modem_stats::record_schema& /*schema*/,
               std::span<const std::uint8_t> /*data*/) override {}
@@ -30,28 +30,28 @@ class text_lines final : public record_writer {
   }
 
   void flush() override {
-    write_whole(file_, "standard output", text_.view());
+    to_.write(text_.view());
     clear();
   }
   void clear() override { text_.clear(); }
 
  private:
-  const int file_;
+  file_output& to_;
   const bool with_time_;
   text_buffer text_;
 };
 
 class text_lines_all final : public record_store {
  public:
-  text_lines_all(int file, bool with_time) : file_(file), with_time_(with_time) {}
+  text_lines_all(file_output& to, bool with_time) : to_(to), with_time_(with_time) {}
 
   std::unique_ptr<record_writer> make_writer() override {
-    return std::make_unique<text_lines>(file_, with_time_);
+    return std::make_unique<text_lines>(to_, with_time_);
   }
   [[nodiscard]] bool wants_lines() const override { return true; }
 
  private:
-  int file_;
+  file_output& to_;
   bool with_time_;
 };
 
@@ -70,8 +70,8 @@ class nothing_at_all final : public record_store {
 
 }  // namespace
 
-std::unique_ptr<record_store> text_store(int file, bool with_time) {
-  return std::make_unique<text_lines_all>(file, with_time);
+std::unique_ptr<record_store> text_store(file_output& to, bool with_time) {
+  return std::make_unique<text_lines_all>(to, with_time);
 }
 
 std::unique_ptr<record_store> no_store() {

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string_view>
 
 namespace decode {
@@ -28,16 +30,21 @@ class text_buffer {
   [[nodiscard]] std::string_view view() const { return {text_.get(), size_}; }
 
  private:
+  /// In place where it can be: a large text is not held twice while it grows.
   void grow(std::size_t size) {
-    const std::size_t capacity = 2 * capacity_ + size + 4096;
-    // Not set to zero first: what is not written is never read.
-    auto larger = std::make_unique_for_overwrite<char[]>(capacity);
-    if (size_ > 0) std::memcpy(larger.get(), text_.get(), size_);
-    text_ = std::move(larger);
+    const std::size_t capacity = capacity_ + capacity_ / 2 + size + 4096;
+    void* const larger = std::realloc(text_.get(), capacity);
+    if (larger == nullptr) throw std::bad_alloc();
+    static_cast<void>(text_.release());
+    text_.reset(static_cast<char*>(larger));
     capacity_ = capacity;
   }
 
-  std::unique_ptr<char[]> text_;
+  struct release {
+    void operator()(char* text) const { std::free(text); }
+  };
+
+  std::unique_ptr<char[], release> text_;
   std::size_t size_ = 0;
   std::size_t capacity_ = 0;
 };

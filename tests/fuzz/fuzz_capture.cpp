@@ -1,15 +1,19 @@
 // Whatever a capture holds: nothing is read or written out of bounds, no byte is decoded and
-// counted as lost too, threads change nothing, and every line is an object of its own.
+// counted as lost too, threads change nothing, and every line is an object of its own. Packed, the
+// same comes out however it is asked for.
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
 
+#include "decode/input/packed_source.h"
+#include "decode/output/file_output.h"
 #include "decode/pipeline.h"
 #include "host/file_descriptor.h"
 
@@ -46,7 +50,8 @@ decode::summary decode_to(decode::record_store& store, std::span<const std::uint
 std::string json_lines(std::span<const std::uint8_t> capture, unsigned threads) {
   static const host::file_descriptor file(::memfd_create("lines", MFD_CLOEXEC));
   if (::ftruncate(file.get(), 0) != 0 || ::lseek(file.get(), 0, SEEK_SET) != 0) __builtin_trap();
-  const auto store = decode::json_lines_store(file.get(), true);
+  decode::file_output to("lines", host::file_descriptor(::dup(file.get())));
+  const auto store = decode::json_lines_store(to, true);
   static_cast<void>(decode_to(*store, capture, threads));
   std::string text(static_cast<std::size_t>(::lseek(file.get(), 0, SEEK_CUR)), ' ');
   if (::pread(file.get(), text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) {
@@ -70,10 +75,39 @@ bool is_object(std::string_view line) {
   return depth == 0 && !quoted && line.starts_with('{');
 }
 
+struct unpacked {
+  std::string content;
+  std::string damage;
+
+  bool operator==(const unpacked&) const = default;
+};
+
+unpacked unpack(std::span<const std::uint8_t> file, const decode::packing& how, std::size_t piece) {
+  constexpr std::uint64_t memory = 1 << 20;
+  constexpr std::size_t enough = 1 << 16;
+  decode::packed_source source(std::make_unique<memory_source>(file), how, memory);
+  unpacked all;
+  bool at_end = false;
+  while (!at_end && all.content.size() < enough) {
+    const auto before = all.content.size();
+    all.content.resize(before + std::min(piece, enough - before));
+    const std::span room(reinterpret_cast<std::uint8_t*>(all.content.data()), all.content.size());
+    const auto count = source.read(room.subspan(before));
+    at_end = before + count < all.content.size();
+    all.content.resize(before + count);
+  }
+  // What is wrong behind the part that was read is found sooner or later.
+  if (at_end) all.damage = source.damage();
+  return all;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::span capture(data, size);
+  if (const auto* const how = decode::packing_of(capture)) {
+    if (unpack(capture, *how, 1 << 16) != unpack(capture, *how, 777)) __builtin_trap();
+  }
   const auto none = decode::no_store();
   const auto counts = decode_to(*none, capture, 1);
   if (counts.skipped_bytes > size) __builtin_trap();

@@ -165,7 +165,9 @@ process_result background_process::wait(std::chrono::milliseconds limit) {
   }
   collector_.join();
   int status = 0;
-  waitpid(pid_, &status, 0);
+  rusage used{};
+  wait4(pid_, &status, 0, &used);
+  result_.peak_memory = used.ru_maxrss;
   if (WIFEXITED(status)) result_.exit_status = WEXITSTATUS(status);
   if (WIFSIGNALED(status)) result_.signal = WTERMSIG(status);
   if (*TVK_EMULATOR != '\0') drop_emulator_remark(result_.errors);

@@ -22,6 +22,7 @@ struct process_result {
   int signal = 0;
   bool timed_out = false;  ///< ended by the time limit
   std::chrono::milliseconds duration{0};
+  long peak_memory = 0;  ///< resident, in KiB; at least what the starting process had
 };
 
 /// A program that runs in the background. Its environment is this process's without the project's
