@@ -18,9 +18,8 @@ namespace {
 
 bool (*give_up_now)() = [] { return false; };
 
-/// False when it cannot be mended by another try. The caller of the program may have opened the
-/// file so that writing does not wait.
-bool is_passing(int error, int file) {
+/// Whether to try again; waits for room if the file was opened non-blocking by our caller.
+bool is_transient(int error, int file) {
   if (error == EINTR) return !give_up_now();
   if (error != EAGAIN) return false;
   pollfd room{.fd = file, .events = POLLOUT, .revents = 0};
@@ -55,9 +54,9 @@ void write_whole(int file, std::string_view name, std::string_view text) {
     const ssize_t count = ::write(file, text.data(), text.size());
     if (count < 0) {
       const int error = errno;
-      if (is_passing(error, file)) continue;
+      if (is_transient(error, file)) continue;
       if (error == EINTR || error == EAGAIN) {
-        throw output_error(fmt::format("{}: the reader stalls; the rest is lost", name));
+        throw output_error(fmt::format("{}: the reader has stalled; the rest is lost", name));
       }
       fail(name, error);
     }
