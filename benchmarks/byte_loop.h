@@ -1,4 +1,4 @@
-// Deframing as it is written without a thought for speed: the baseline.
+// The baseline: deframing written without regard to speed.
 #pragma once
 
 #include <array>
@@ -9,7 +9,7 @@
 
 #include "protocol/hdlc.h"
 
-/// Good frames of a stream.
+/// The number of good frames in a stream.
 inline std::size_t deframe_byte_by_byte(std::span<const std::uint8_t> stream) {
   static const auto table = [] {
     std::array<std::uint16_t, 256> made{};

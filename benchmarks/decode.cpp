@@ -1,10 +1,10 @@
-// tvk-decode from a file in memory to its end, beside looking for the ends of frames and nothing
-// else (memchr) and beside a deframer that looks at each byte. Rates are of the capture's bytes.
+// A run of tvk-decode over a file in memory, compared to only searching for the ends of frames
+// (memchr) and to a byte-by-byte deframer. Rates are in bytes of the capture.
 //
 //   bench_decode [--quick] [CAPTURE...]
 //
-// The captures are repeated up to 1 GB, with --quick up to 64 MB; without any, and without those
-// beside the sources, log packets are made.
+// The captures are repeated up to 1 GB, or 64 MB with --quick. Without arguments it uses the
+// captures next to the sources, or synthetic log packets if there are none.
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -40,9 +40,9 @@ using clock_type = std::chrono::steady_clock;
 constexpr std::size_t full_size = std::size_t{1} << 30;
 constexpr std::size_t quick_size = std::size_t{64} << 20;
 
-/// Serving cell measurements and packets that have no decoder, with random content: bytes are
-/// escaped as often as chance wants, and versions are refused.
-bytes made_captures() {
+/// Serving cell measurements, and packets without a decoder, both with random content. So escapes
+/// are as frequent as in random data, and versions are rejected.
+bytes synthetic_capture() {
   std::mt19937 random(1);
   bytes made;
   bytes payload;
@@ -68,7 +68,7 @@ bytes read_captures(std::vector<std::string> paths) {
     }
     std::ranges::sort(paths);
   }
-  if (paths.empty()) return made_captures();
+  if (paths.empty()) return synthetic_capture();
   bytes all;
   for (const auto& path : paths) {
     std::ifstream file(path, std::ios::binary);
@@ -77,7 +77,7 @@ bytes read_captures(std::vector<std::string> paths) {
   return all;
 }
 
-/// A file in memory, which programs find at path() and this one at bytes().
+/// A file in memory: other programs open path(), this one reads content().
 class memory_file {
  public:
   memory_file(const bytes& captures, std::size_t size) : file_(::memfd_create("captures", 0)) {
@@ -119,7 +119,7 @@ double seconds_of(const timeval& time) {
 struct result {
   double wall = 1e9;
   double cpu = 1e9;
-  long peak = 0;  // kB; 0: in this process
+  long peak = 0;  // kB; 0 if it ran in this process
 };
 
 result best_of(int times, const std::function<result()>& once) {
@@ -144,7 +144,7 @@ result run_decoder(const std::string& path, const char* format, const char* thre
   rusage used{};
   ::wait4(child, &status, 0, &used);
   if (status != 0) {
-    std::fprintf(stderr, "tvk-decode fails\n");
+    std::fprintf(stderr, "tvk-decode failed\n");
     std::exit(EXIT_FAILURE);
   }
   return {std::chrono::duration<double>(clock_type::now() - begin).count(),

@@ -1,5 +1,5 @@
-// The decoders over the log packets of the sample captures, code by code, with lines off and on,
-// beside adding up the same bytes. Where the captures are not there, over one packet of a code.
+// The decoders over the log packets of the sample captures, code by code, with and without lines,
+// compared to adding up the same bytes. Without the captures, over one packet of a single code.
 #include <benchmark/benchmark.h>
 
 #include <array>
@@ -26,7 +26,7 @@ std::atomic<std::uint64_t> blocks_allocated = 0;
 
 }  // namespace
 
-// The linker leads calls of malloc here.
+// The linker redirects calls of malloc to these.
 extern "C" {
 // NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming): the linker's names.
 void* __real_malloc(std::size_t size);
@@ -75,13 +75,13 @@ const packets_by_code& packets() {
   return all;
 }
 
-/// Takes lines and forgets them, so that what is measured is to make them.
+/// Discards lines, so that only producing them is measured.
 class nowhere final : public modem_stats::line_sink {
  public:
   void write(std::string_view text) override { benchmark::DoNotOptimize(text.data()); }
 };
 
-/// Keeps the last record as its consumers take it.
+/// Stores the last record in the form that its consumers expect.
 class counted_records final : public modem_stats::record_sink {
  public:
   std::uint64_t count = 0;
@@ -129,7 +129,7 @@ void add_up(benchmark::State& state, std::uint16_t code) {
     for (const auto& one : all) {
       for (const auto byte : one) {
         sum += byte;
-        benchmark::DoNotOptimize(sum);  // byte by byte, as a plain loop does
+        benchmark::DoNotOptimize(sum);  // keeps the loop byte by byte
       }
     }
   }

@@ -1,5 +1,5 @@
-// An hour of factory work in one go: 100,000 requests over one connection to the DIAG port, beside
-// as many ping-pongs, and what the modem's memory does meanwhile.
+// An hour of factory work at once: 100,000 requests over one connection to the DIAG port, compared
+// to as many ping-pongs, and the growth of the modem's memory.
 #include <benchmark/benchmark.h>
 #include <poll.h>
 #include <unistd.h>
@@ -19,7 +19,7 @@
 namespace {
 
 constexpr int requests = 100'000;
-constexpr int settled = 1'000;  // requests after which memory is to stay as it is
+constexpr int settled = 1'000;  // after this many requests memory should no longer grow
 constexpr double most_growth = 1.05;
 
 double first_memory = 0;
@@ -28,7 +28,7 @@ double last_memory = 0;
 class diag_connection {
  public:
   diag_connection() {
-    // The modem may still be starting.
+    // The modem may still be starting up.
     for (int i = 0; i < 100 && !port_.valid(); ++i) {
       usleep(50'000);
       port_ = host::open_byte_stream(
@@ -37,7 +37,7 @@ class diag_connection {
     }
   }
 
-  /// False when the answer is not the request and something behind it.
+  /// True when the answer is the request followed by more bytes.
   [[nodiscard]] bool exchange() {
     if (!host::send_all(port_.get(), frame_, std::chrono::seconds(3))) return false;
     while (true) {

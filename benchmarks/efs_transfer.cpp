@@ -1,5 +1,5 @@
-// The largest EFS file, written and read in 248 exchanges each, beside as many bare ping-pongs of
-// packets of the same size between two processes.
+// Writing and reading the largest EFS file, in 248 exchanges each, compared to as many bare
+// ping-pongs of packets of the same size between two processes.
 #include <benchmark/benchmark.h>
 
 #include <array>

@@ -1,5 +1,5 @@
-// One exchange with the extension service, 512 bytes each way, beside a bare ping-pong of packets
-// of the same size between two processes.
+// One exchange with the extension service, 512 bytes each way, compared to a bare ping-pong of
+// packets of the same size between two processes.
 #include <benchmark/benchmark.h>
 
 #include <array>

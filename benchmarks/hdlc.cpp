@@ -1,4 +1,4 @@
-// Taking packets out of a DIAG byte stream beside a loop that looks at each byte, on log packets of
+// Extracting packets from a DIAG byte stream, compared to a byte-by-byte loop, on log packets of
 // mixed sizes with random content: one byte in 128 is escaped.
 #include "protocol/hdlc.h"
 

@@ -1,4 +1,4 @@
-// The baseline of startup.cpp: the least that a C++ program does.
+// The baseline of startup.cpp: a minimal C++ program.
 #include <cstdio>
 
 int main() {

@@ -1,4 +1,4 @@
-// The other ends that benchmarks talk to.
+// The processes that benchmarks talk to.
 #pragma once
 
 #include <sys/types.h>
@@ -6,8 +6,7 @@
 #include <array>
 #include <string>
 
-/// The other end of a ping-pong of packets as large as a request to the extension service, in a
-/// process of its own.
+/// A process that echoes packets of the size of a request to the extension service.
 class echo_process {
  public:
   echo_process();
@@ -25,8 +24,8 @@ class echo_process {
   std::array<char, packet_size> packet_{};
 };
 
-/// `tvk-modem serve` in a folder of its own, for as long as this lives; TVK_MODEM and TVK_DIAG name
-/// it.
+/// Runs `tvk-modem serve` in a folder of its own for as long as the object lives, and points
+/// TVK_MODEM and TVK_DIAG to it.
 class modem_process {
  public:
   modem_process();
@@ -34,7 +33,7 @@ class modem_process {
   modem_process(const modem_process&) = delete;
   modem_process& operator=(const modem_process&) = delete;
 
-  /// Memory that it holds, KiB.
+  /// Its resident memory in KiB.
   [[nodiscard]] double resident_kib() const;
 
  private:
@@ -42,5 +41,5 @@ class modem_process {
   pid_t child_ = 0;
 };
 
-/// What is printed from here on goes nowhere; benchmarks report to standard error.
+/// Discards standard output from now on; benchmarks report on standard error.
 void silence_standard_output();

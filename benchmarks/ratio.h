@@ -6,9 +6,9 @@
 struct ratio {
   const char* subject;
   const char* baseline;
-  double limit;  ///< 0: none, the ratio is for information
+  double limit;  ///< 0: no limit, the ratio is only printed
 };
 
-/// Runs the registered benchmarks, then prints each ratio of medians beside its limit. The report
-/// goes to standard error: a benchmark may send standard output elsewhere.
+/// Runs the registered benchmarks, then prints each ratio of medians and its limit. Reports on
+/// standard error, because benchmarks may redirect standard output.
 int run_with_ratios(int argc, char** argv, std::span<const ratio> ratios);

@@ -1,4 +1,4 @@
-// Start to end of a program that prints the usage text, beside a static hello-world.
+// Running tvk to print the usage text, compared to a static hello-world program.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <spawn.h>
@@ -38,8 +38,8 @@ void run_program(benchmark::State& state, const char* program) {
   }
 }
 
-/// The largest resident size in KiB that the program itself reached. Read while it stands still at
-/// its exit: what wait4 tells includes the time before exec, when it was a copy of this process.
+/// The peak resident size of the program in KiB. Read while it is stopped at its exit, because
+/// wait4's figure includes the time before exec, when it was a copy of this process.
 long peak_memory(const char* program) {
   const pid_t child = fork();
   if (child == 0) {

@@ -1,4 +1,4 @@
-# Debian's cross compiler; what is built runs on this machine under qemu-user.
+# Debian's cross compiler; the programs run on this machine under qemu-user.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
 set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)

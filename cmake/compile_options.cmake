@@ -1,4 +1,4 @@
-# Every target of ours compiles with these; libraries from outside are SYSTEM and are not touched.
+# Applied to all our targets; external libraries are SYSTEM and unaffected.
 add_compile_options(
   -Wall
   -Wextra
@@ -24,13 +24,14 @@ if(TVK_SANITIZE)
   add_compile_options(-fsanitize=${TVK_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${TVK_SANITIZE})
   if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-    # Guesses about memory that the sanitizers' own code leads astray, and that they check for real.
+    # The sanitizers' instrumentation causes false positives of these warnings, and checks the same
+    # things at run time.
     add_compile_options(-Wno-array-bounds -Wno-maybe-uninitialized -Wno-stringop-overflow
       -Wno-stringop-overread)
   endif()
 endif()
 
 if(TVK_FUZZ)
-  # Counts branches everywhere, so that a fuzz target sees where its input leads.
+  # Coverage instrumentation of all code, which guides the fuzz targets.
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()

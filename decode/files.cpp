@@ -13,8 +13,8 @@ namespace decode {
 
 namespace {
 
-void complain(const input_file& about, const std::string& text) {
-  tell(fmt::format("{}: {}", about.name(), text));
+void report_problem(const input_file& about, const std::string& text) {
+  report(fmt::format("{}: {}", about.name(), text));
 }
 
 std::uint64_t size_of(const std::vector<input_file>& files) {
@@ -42,7 +42,7 @@ bool decode_files(const options& chosen, const input_files& inputs, record_store
     try {
       source = open_source(file.path, chosen.memory);
     } catch (const input_error& e) {
-      complain(file, e.what());
+      report_problem(file, e.what());
       all_read = false;
       continue;
     }
@@ -53,11 +53,11 @@ bool decode_files(const options& chosen, const input_files& inputs, record_store
     const auto bytes = source->consumed();
     decoding.counts().bytes += bytes;
     if (!source->damage().empty()) {
-      complain(file, source->damage());
+      report_problem(file, source->damage());
       ++decoding.counts().damaged_files;
       all_read = false;
     } else if (bytes > 0 && decoding.counts().frames == frames_before) {
-      complain(file, "no diagnostic packets");
+      report_problem(file, "no diagnostic packets");
       if (file.named) all_read = false;
     }
   }

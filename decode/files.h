@@ -9,7 +9,7 @@ namespace decode {
 
 struct summary;
 
-/// False when something could not be read, which was told. Throws output_error.
+/// False when something could not be read, which has been reported. Throws output_error.
 [[nodiscard]] bool decode_files(const options& chosen, const input_files& inputs,
                                 record_store& store, summary& counts);
 

@@ -1,4 +1,4 @@
-// Which packets and records are wanted.
+// The packets and records that the user asked for.
 #pragma once
 
 #include <bitset>
@@ -10,7 +10,7 @@ struct filter {
   std::bitset<65536> logs;
   std::bitset<4096> events;
   std::bitset<256> data_ids;
-  std::int64_t from = INT64_MIN;  // microseconds, Unix; both ends belong to the range
+  std::int64_t from = INT64_MIN;  // microseconds, Unix; both ends are inclusive
   std::int64_t to = INT64_MAX;
   std::uint32_t radio = 0;  // 0: all
 

@@ -44,7 +44,7 @@ std::unique_ptr<record_store> make_store(const options& chosen, file_output& out
 
 int run(const options& chosen) {
   const auto begin = std::chrono::steady_clock::now();
-  // Listed first: an output that is made in a folder of inputs is none of them.
+  // Listed before outputs are created: an output in an input directory is not an input.
   const auto inputs = list_files(chosen.inputs);
   file_set taken;
   for (const auto& input : inputs.files) taken.add(input.path);
@@ -72,14 +72,14 @@ int run(const options& chosen) {
 
 int main(int argc, char** argv) {
   host::fill_standard_descriptors();
-  // A file that may not grow is an error to report, as a full disk is.
+  // Reaching the file size limit then is an error to report, like a full disk.
   std::signal(SIGXFSZ, SIG_IGN);
   try {
     int exit_code = 0;
     const auto chosen = parse_command_line(argc, argv, exit_code);
     return chosen ? run(*chosen) : exit_code;
   } catch (const std::exception& e) {
-    tell(e.what());
+    report(e.what());
     return failed;
   }
 }

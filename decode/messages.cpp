@@ -11,15 +11,15 @@ constexpr std::string_view program = "tvk-decode";
 
 }  // namespace
 
-void tell(std::string_view text) {
+void report(std::string_view text) {
   host::tell(program, text);
 }
 
-void tell_once(const std::string& text) {
+void report_once(const std::string& text) {
   host::tell_once(program, text);
 }
 
-void tell_as_is(std::string_view text) {
+void report_verbatim(std::string_view text) {
   if (::write(STDERR_FILENO, text.data(), text.size()) < 0) return;
 }
 

@@ -1,4 +1,4 @@
-// What tvk-decode says of its own on standard error.
+// Messages of tvk-decode to the user, on standard error.
 #pragma once
 
 #include <string>
@@ -6,12 +6,13 @@
 
 namespace decode {
 
-/// A line under the program's name. Where standard error takes nothing, nobody could be told.
-void tell(std::string_view text);
-/// The same, but not again what was told so before.
-void tell_once(const std::string& text);
+/// Writes the text as a line that starts with the program's name. Failures are ignored: there is
+/// nowhere left to report them.
+void report(std::string_view text);
+/// The same, but a text is written only once per process.
+void report_once(const std::string& text);
 
-/// Without name and newline.
-void tell_as_is(std::string_view text);
+/// Writes the text without adding name and newline.
+void report_verbatim(std::string_view text);
 
 }  // namespace decode

@@ -23,7 +23,7 @@ namespace {
 
 constexpr int wrong_usage = 2;
 
-/// Sets exactly the listed numbers of those that are `possible`.
+/// Reduces `wanted` to the listed numbers, all of which must be in it.
 template <std::size_t N>
 void select(std::bitset<N>& wanted, const std::vector<std::string>& list, const char* what) {
   const auto possible = wanted;
@@ -35,8 +35,7 @@ void select(std::bitset<N>& wanted, const std::vector<std::string>& list, const 
     std::size_t number = 0;
     const auto result = std::from_chars(first, last, number, hex ? 16 : 10);
     if (result.ec != std::errc() || result.ptr != last || number >= N || !possible[number]) {
-      throw CLI::ValidationError(std::string("--") + what,
-                                 "'" + text + "' is none that has a decoder");
+      throw CLI::ValidationError(std::string("--") + what, "'" + text + "' has no decoder");
     }
     wanted.set(number);
   }
@@ -46,7 +45,7 @@ std::int64_t to_time(const char* option, const std::string& text) {
   const auto time = parse_time(text);
   if (!time) {
     throw CLI::ValidationError(
-        option, "'" + text + "' is no time; expected UTC like 2016-03-23T21:55:49.316");
+        option, "'" + text + "' is not a time; expected UTC like 2016-03-23T21:55:49.316");
   }
   return *time;
 }
@@ -59,7 +58,7 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
 
   CLI::App app(
       "Decodes modem diagnostic logs: captures (.qmdl, .qmdl2, .mi2log, .dlf, packed or not) or a "
-      "live DIAG port to statistics records.",
+      "live DIAG port into statistics records.",
       "tvk-decode");
   app.set_version_flag("--version", "tvk-decode " TVK_DECODE_VERSION);
   app.get_formatter()->column_width(34);
@@ -71,32 +70,33 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
         page << record_list();
         throw CLI::Success();
       },
-      "what the records hold");
+      "describe the records, in Markdown");
 
   app.add_option("input", chosen.inputs, "files, directories, - for standard input");
   std::string live;
   auto* const live_option =
       app.add_option("--live", live,
-                     "decode what comes from a DIAG port, unix:PATH, tcp:HOST:PORT or tty:PATH, "
-                     "until interrupted; without value, what TVK_DIAG names")
+                     "decode a DIAG port until interrupted: unix:PATH, tcp:HOST:PORT or tty:PATH; "
+                     "default: the port that TVK_DIAG names")
           ->expected(0, 1);
   auto* const save_option =
-      app.add_option("--save", chosen.save, "keep what comes from the port in a .qmdl file")
+      app.add_option("--save", chosen.save, "save everything the port sends in a .qmdl file")
           ->needs(live_option);
-  app.add_flag("--force", chosen.force, "--save replaces a file that is there")->needs(save_option);
+  app.add_flag("--force", chosen.force, "let --save replace an existing file")->needs(save_option);
 
   const std::map<std::string, output_format> formats{{"text", output_format::text},
                                                      {"jsonl", output_format::json_lines},
                                                      {"csv", output_format::csv},
                                                      {"none", output_format::none}};
-  app.add_option("-f,--format", chosen.format, "text, jsonl, csv or none; text unless given")
+  app.add_option("-f,--format", chosen.format, "text, jsonl, csv or none; default: text")
       ->transform(CLI::CheckedTransformer(formats, CLI::ignore_case).description(""));
   app.add_option("-o,--output", chosen.output,
-                 "file to write, or directory for csv; standard output unless given");
-  app.add_flag("--time", chosen.with_time, "text: each line begins with time and radio");
-  app.add_flag("--raw", chosen.with_raw_bytes, "jsonl, csv: the record's bytes as well");
+                 "file to write, or directory for csv; default: standard output");
+  app.add_flag("--time", chosen.with_time, "text: start each line with time and radio");
+  app.add_flag("--raw", chosen.with_raw_bytes, "jsonl, csv: add the record's bytes");
   app.add_flag("--summary", chosen.with_summary,
-               "counts, at the end: on standard output with -f none, else on standard error");
+               "print counts at the end: on standard output with -f none, otherwise on standard "
+               "error");
 
   std::vector<std::string> codes;
   std::vector<std::string> events;
@@ -104,22 +104,22 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
   std::string from;
   std::string to;
   const auto add_list = [&](const char* name, std::vector<std::string>& list, const char* what) {
-    // What follows the list is an input.
+    // One argument only: the next one is an input.
     app.add_option(name, list, what)->delimiter(',')->allow_extra_args(false);
   };
   add_list("--code", codes, "only these log codes: 0xB193,0xB0C2");
   add_list("--event", events, "only these event ids: 1606");
-  add_list("--data-id", data_ids, "only records of these ids: 82,108");
-  app.add_option("--from", from, "only from this time on, UTC: 2016-03-23T21:55:49.316");
-  app.add_option("--to", to, "only up to this time");
-  app.add_option("--radio", chosen.wanted.radio, "only this radio; 1 is the first")
+  add_list("--data-id", data_ids, "only records with these ids: 82,108");
+  app.add_option("--from", from, "only packets from this time on, UTC: 2016-03-23T21:55:49.316");
+  app.add_option("--to", to, "only packets up to this time");
+  app.add_option("--radio", chosen.wanted.radio, "only this radio, counted from 1")
       ->check(CLI::PositiveNumber);
 
-  app.add_flag("--strict", chosen.strict, "exit with 1 when anything was lost or rejected");
-  app.add_option("-j,--threads", chosen.threads, "threads; one for each core unless given")
+  app.add_flag("--strict", chosen.strict, "exit with 1 if anything was lost or rejected");
+  app.add_option("-j,--threads", chosen.threads, "number of threads; default: one per core")
       ->check(CLI::Range(1U, max_threads));
   app.add_option("--memory", chosen.memory,
-                 fmt::format("what unpacking may take, like 1GiB; {}MiB unless given",
+                 fmt::format("memory limit for unpacking, like 1GiB; default: {}MiB",
                              unpacking_memory >> 20))
       ->transform(CLI::AsSizeValue(false).description(""));
 
@@ -144,7 +144,7 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
     std::ostringstream complaint;
     exit_code = app.exit(e, page, complaint) == 0 ? 0 : wrong_usage;
     write_whole(STDOUT_FILENO, "standard output", page.str());
-    tell_as_is(complaint.str());
+    report_verbatim(complaint.str());
     return std::nullopt;
   }
   return chosen;

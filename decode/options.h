@@ -14,11 +14,11 @@ enum class output_format : std::uint8_t { text, json_lines, csv, none };
 
 struct options {
   std::vector<std::string> inputs;  // files, directories, "-"
-  std::optional<std::string> live;  // DIAG port; empty: what TVK_DIAG names
-  std::string save;                 // file for what came over the port
-  bool force = false;               // it may be there already
+  std::optional<std::string> live;  // DIAG port; empty: the one that TVK_DIAG names
+  std::string save;                 // file for everything that the port sends
+  bool force = false;               // the file may already exist
   output_format format = output_format::text;
-  std::string output;  // file, directory for CSV; empty: standard output
+  std::string output;  // file, or directory for CSV; empty: standard output
   bool with_time = false;
   bool with_raw_bytes = false;
   bool with_summary = false;
@@ -28,8 +28,8 @@ struct options {
   filter wanted = filter::all();
 };
 
-/// Nothing when there is nothing to do: help or version were printed, or what is wrong was told;
-/// `exit_code` says which. Throws output_error.
+/// No value when there is nothing left to do but exit with `exit_code`: help or version has been
+/// printed, or wrong usage reported. Throws output_error.
 [[nodiscard]] std::optional<options> parse_command_line(int argc, char** argv, int& exit_code);
 
 }  // namespace decode

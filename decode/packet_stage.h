@@ -1,5 +1,4 @@
-// From packets to records: takes packets as they come out of frames, decodes those that are wanted
-// and hands records and lines to a writer.
+// Decodes the wanted packets and passes records and lines to a writer.
 #pragma once
 
 #include <cstdint>
@@ -25,13 +24,13 @@ class packet_stage final : modem_stats::line_sink, modem_stats::record_sink {
   packet_stage& operator=(const packet_stage&) = delete;
   ~packet_stage() = default;
 
-  /// A packet out of a frame: a log, an event report, or anything else, which is only counted.
+  /// A packet from a frame: a log, an event report, or anything else, which is only counted.
   void packet(protocol::byte_view whole);
-  /// A packet of a capture without frames.
+  /// A packet from a capture without frames.
   void inner_log(protocol::byte_view inner);
 
   [[nodiscard]] const stream_state& state() const { return state_; }
-  /// A packet was decoded whose result hangs on the LTE RRC state before it.
+  /// Whether a packet was decoded whose result depends on the LTE RRC state before it.
   [[nodiscard]] bool used_rrc_state() const { return used_rrc_state_; }
 
  private:

@@ -36,12 +36,12 @@ void decode_unframed(byte_view bytes, std::size_t prefix, packet_stage& stage, s
 
 }  // namespace
 
-/// A chunk and what becomes of it.
+/// A chunk and its results.
 struct pipeline::task {
   chunk input;
   std::unique_ptr<record_writer> writer;
   summary counts;
-  stream_state from;  // what decoders were taken to remember
+  stream_state from;  // the state with which decoding started
   stream_state to;
   bool used_rrc_state = false;
   bool done = false;
@@ -72,8 +72,8 @@ void pipeline::decode(task& one, const stream_state& from) const {
   one.used_rrc_state = stage.used_rrc_state();
 }
 
-/// In order of chunks. A chunk on another thread was decoded before it was known what the ones
-/// before it leave behind; when they changed what matters to it, it is decoded once more.
+/// Called in the order of chunks. With threads, a chunk is decoded before the state after its
+/// predecessors is known; if it depends on a part that turns out different, it is decoded again.
 void pipeline::finish(task& one) {
   if (one.used_rrc_state && one.from.lte_rrc_last_state != state_.lte_rrc_last_state) {
     decode(one, state_);
@@ -86,7 +86,7 @@ void pipeline::finish(task& one) {
 }
 
 void pipeline::run(chunker& chunks) {
-  // The parsers' lines count rejections through the whole input, so one thread writes them.
+  // The parsers' lines contain a running count of rejections, so they need a single thread.
   if (options_.threads > 1 && !store_.wants_lines()) {
     run_threads(chunks);
   } else {
@@ -105,23 +105,23 @@ void pipeline::run_alone(chunker& chunks) {
 
 void pipeline::run_threads(chunker& chunks) {
   std::mutex mutex;
-  std::condition_variable to_do_grew;
-  std::condition_variable one_is_done;
-  std::deque<task*> to_do;
+  std::condition_variable work_available;
+  std::condition_variable chunk_done;
+  std::deque<task*> work_queue;
   bool ended = false;
 
-  const auto work = [&] {
+  const auto run_worker = [&] {
     std::unique_lock lock(mutex);
     while (true) {
-      to_do_grew.wait(lock, [&] { return ended || !to_do.empty(); });
-      if (to_do.empty()) return;
-      task& one = *to_do.front();
-      to_do.pop_front();
+      work_available.wait(lock, [&] { return ended || !work_queue.empty(); });
+      if (work_queue.empty()) return;
+      task& one = *work_queue.front();
+      work_queue.pop_front();
       lock.unlock();
       decode(one, one.from);
       lock.lock();
       one.done = true;
-      one_is_done.notify_one();
+      chunk_done.notify_one();
     }
   };
 
@@ -131,8 +131,8 @@ void pipeline::run_threads(chunker& chunks) {
   const auto end = [&] {
     const std::lock_guard lock(mutex);
     ended = true;
-    to_do.clear();
-    to_do_grew.notify_all();
+    work_queue.clear();
+    work_available.notify_all();
   };
   std::size_t begun = 0;
   std::size_t finished = 0;
@@ -140,14 +140,14 @@ void pipeline::run_threads(chunker& chunks) {
     task& oldest = tasks[finished % tasks.size()];
     {
       std::unique_lock lock(mutex);
-      one_is_done.wait(lock, [&] { return oldest.done; });
+      chunk_done.wait(lock, [&] { return oldest.done; });
     }
     ++finished;
     finish(oldest);
   };
 
   try {
-    for (unsigned i = 0; i < options_.threads; ++i) workers.emplace_back(work);
+    for (unsigned i = 0; i < options_.threads; ++i) workers.emplace_back(run_worker);
     while (true) {
       if (begun - finished == tasks.size()) finish_oldest();
       task& next = tasks[begun % tasks.size()];
@@ -156,8 +156,8 @@ void pipeline::run_threads(chunker& chunks) {
       if (!chunks.next(next.input)) break;
       ++begun;
       const std::lock_guard lock(mutex);
-      to_do.push_back(&next);
-      to_do_grew.notify_one();
+      work_queue.push_back(&next);
+      work_available.notify_one();
     }
     while (finished < begun) finish_oldest();
   } catch (...) {

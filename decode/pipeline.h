@@ -1,4 +1,4 @@
-// Captures through the decoders, on one thread or several, in the order of their packets.
+// Runs captures through the decoders on one or more threads; output keeps the order of the packets.
 #pragma once
 
 #include <cstdint>
@@ -12,16 +12,16 @@
 
 namespace decode {
 
-/// Threads beyond this would have little left to do each.
+/// More threads would bring little gain.
 constexpr unsigned max_threads = 8;
 
-/// One chunk for each thread, one to write and one to read: no thread waits for another.
+/// One chunk for each thread, one being written and one being read, so that no thread has to wait.
 constexpr unsigned chunks_in_flight(unsigned threads) {
   return threads + 2;
 }
 
-/// The chunks in flight are this much together, whatever the number of threads: the densest events
-/// become some eighty times as much text.
+/// The total size of the chunks in flight does not depend on the number of threads. It limits
+/// memory use: dense events turn into about eighty times as much text.
 constexpr std::size_t chunk_size(unsigned threads) {
   return std::size_t{640} * 1024 / chunks_in_flight(threads);
 }
@@ -29,15 +29,15 @@ constexpr std::size_t chunk_size(unsigned threads) {
 struct pipeline_options {
   unsigned threads = 1;  // at most max_threads
   filter wanted;
-  std::function<void()> progress;  // called now and then, on the calling thread
+  std::function<void()> progress;  // called after each chunk, on the calling thread
 };
 
-/// Decodes the chunks of one capture after the other and keeps what decoders remember between them.
+/// Decodes captures one after the other, and keeps the decoders' state between them.
 class pipeline {
  public:
   pipeline(const pipeline_options& options, record_store& store);
 
-  /// Throws output_error; what came before is written and counted.
+  /// Throws output_error; everything before that has been written and counted.
   void run(chunker& chunks);
 
   [[nodiscard]] const summary& counts() const { return counts_; }

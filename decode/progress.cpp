@@ -21,7 +21,7 @@ progress::progress(std::uint64_t all_bytes)
     : all_bytes_(all_bytes), shown_(all_bytes >= long_input && ::isatty(STDERR_FILENO) == 1) {}
 
 progress::~progress() {
-  if (written_) tell_as_is("\r\x1b[K");
+  if (written_) report_verbatim("\r\x1b[K");
 }
 
 void progress::show(std::uint64_t done_bytes) {
@@ -34,8 +34,9 @@ void progress::show(std::uint64_t done_bytes) {
       std::min(1.0, static_cast<double>(done_bytes) / static_cast<double>(all_bytes_));
   const double seconds = std::chrono::duration<double>(now - begin_).count();
   const auto full = static_cast<std::size_t>(part * bar_width);
-  tell_as_is(fmt::format("\r[{:<{}}] {:3.0f} %  {:.0f} MB/s ", std::string(full, '#'), bar_width,
-                         100 * part, static_cast<double>(done_bytes) / seconds / 1e6));
+  report_verbatim(fmt::format("\r[{:<{}}] {:3.0f} %  {:.0f} MB/s ", std::string(full, '#'),
+                              bar_width, 100 * part,
+                              static_cast<double>(done_bytes) / seconds / 1e6));
 }
 
 }  // namespace decode

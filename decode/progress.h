@@ -1,4 +1,4 @@
-// A line on a terminal that says how far a long run is.
+// A progress line on the terminal for long runs.
 #pragma once
 
 #include <chrono>
@@ -8,7 +8,7 @@ namespace decode {
 
 class progress {
  public:
-  /// Silent unless standard error is a terminal and there is something to wait for.
+  /// Silent unless standard error is a terminal and the input is large.
   explicit progress(std::uint64_t all_bytes);
   progress(const progress&) = delete;
   progress& operator=(const progress&) = delete;

@@ -23,8 +23,8 @@ std::string heading(const record_part& part) {
 std::string record_list() {
   std::string text =
       "# Records\n\n"
-      "Fields stand back to back, little-endian, in this order. `tvk-decode --list-records` makes "
-      "this\npage.\n";
+      "Fields are packed in this order, little-endian. `tvk-decode --list-records` generates this "
+      "page.\n";
   for (const auto* const schema : modem_stats::record_table()) {
     text += fmt::format("\n## {} {}\n", static_cast<unsigned>(schema->id), schema->name);
     for (const auto& part : schema->parts()) {

@@ -1,11 +1,11 @@
-// What the records hold, for documentation.
+// The description of the records for the documentation.
 #pragma once
 
 #include <string>
 
 namespace decode {
 
-/// A section for each kind of record, in Markdown, from the rows that records are written by.
+/// Markdown with a section for each kind of record, generated from the schemas.
 [[nodiscard]] std::string record_list();
 
 }  // namespace decode

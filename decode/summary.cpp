@@ -26,7 +26,7 @@ std::string name_of(packet_kind kind, std::uint16_t id) {
   return kind == packet_kind::log ? fmt::format("0x{:04X}", id) : fmt::format("event {}", id);
 }
 
-/// NR versions are major and minor in the halves of a word.
+/// NR versions hold major and minor number in the halves of a word.
 std::string version_text(std::uint32_t version) {
   if (version <= 0xFF) return std::to_string(version);
   return fmt::format("{}.{}", version >> 16, version & 0xFFFF);

@@ -1,4 +1,4 @@
-// What was found in captures and what became of it.
+// Counts of what was found in captures and of the results of decoding it.
 #pragma once
 
 #include <array>
@@ -14,7 +14,7 @@
 
 namespace decode {
 
-/// Counts per number below N, of which few occur.
+/// Counts per number below N, of which only a few occur.
 template <std::size_t N>
 class counter_table {
  public:
@@ -32,7 +32,7 @@ class counter_table {
     used_.clear();
   }
   [[nodiscard]] std::uint64_t operator[](std::size_t number) const { return counts_[number]; }
-  /// In the order of their first occurrence.
+  /// The numbers in the order of their first occurrence.
   [[nodiscard]] const std::vector<std::uint32_t>& used() const { return used_; }
 
  private:
@@ -40,7 +40,7 @@ class counter_table {
   std::vector<std::uint32_t> used_;
 };
 
-/// Packets by what became of them.
+/// Packets by result of decoding.
 struct outcome_counts {
   std::array<std::uint64_t, 5> by_rejection{};  // index: modem_stats::rejection
 
@@ -49,9 +49,8 @@ struct outcome_counts {
   [[nodiscard]] bool has_rejections() const;
 };
 
-/// Packets of one log or event by version and sub-packet version. Bytes that are no version may
-/// count as any number of them: only the lowest have a row, and which these are does not hang on
-/// the order in which they come.
+/// Packets of one log or event by version and sub-packet version. Garbage may look like any number
+/// of versions, so only the lowest ones have a row; which ones does not depend on their order.
 class version_counts {
  public:
   static constexpr std::size_t most_rows = 16;
@@ -75,16 +74,16 @@ class version_counts {
 };
 
 struct summary {
-  std::uint64_t bytes = 0;  // as they were packed in files, or came
+  std::uint64_t bytes = 0;  // read from files, before unpacking, or received
   std::uint64_t frames = 0;
-  std::uint64_t damaged_files = 0;  // that could not be read or unpacked as a whole
+  std::uint64_t damaged_files = 0;  // could not be read or unpacked completely
   std::uint64_t bad_crc = 0;
   std::uint64_t too_short = 0;
   std::uint64_t too_long = 0;
   std::uint64_t skipped_bytes = 0;
-  std::uint64_t with_radio = 0;       // behind a radio prefix
+  std::uint64_t with_radio = 0;       // packets with a radio prefix
   std::uint64_t damaged_packets = 0;  // good frames whose log or event lengths are wrong
-  counter_table<256> messages;        // frames by first byte, behind a radio prefix
+  counter_table<256> messages;        // frames by first byte, after any radio prefix
   counter_table<65536> logs;
   counter_table<4096> events;
   counter_table<256> records;  // by data id
@@ -97,14 +96,14 @@ struct summary {
   void add(const summary& other);
   void clear();
 
-  /// Something could not be read or was refused.
+  /// Whether something was lost or rejected.
   [[nodiscard]] bool has_rejections() const;
 };
 
-/// Adds what a deframer lost.
+/// Adds the counts of a deframer.
 void add_losses(summary& counts, const protocol::hdlc::frame_counts& lost);
 
-/// For people; a run that took `seconds`.
+/// The summary as text for the user. `seconds`: how long the run took.
 [[nodiscard]] std::string to_text(const summary& all, double seconds);
 
 }  // namespace decode

@@ -40,7 +40,7 @@ bool make_directories(const std::string& path) {
   if (!make_directories(parent_of(path))) return false;
   if (::mkdir(path.c_str(), 0700) == 0) return true;
   if (errno != EEXIST) return false;
-  // Another program may have made it between the look and the try.
+  // Another program may have created it meanwhile.
   if (is_directory(path)) return true;
   errno = ENOTDIR;
   return false;

@@ -1,24 +1,23 @@
-// Where programs on a Linux host meet and what they leave behind: the directories of sockets and of
-// state, as the environment names them.
+// The directories for sockets and for persistent state, as the environment defines them.
 #pragma once
 
 #include <string>
 
 namespace host {
 
-/// $XDG_RUNTIME_DIR/tvk, else /tmp/tvk-UID: sockets.
+/// For sockets: $XDG_RUNTIME_DIR/tvk, or else /tmp/tvk-UID.
 [[nodiscard]] std::string runtime_directory();
 
-/// $XDG_STATE_HOME/tvk, else ~/.local/state/tvk: what outlives a run. Empty when neither
+/// For what outlives a run: $XDG_STATE_HOME/tvk, or else ~/.local/state/tvk. Empty when neither
 /// XDG_STATE_HOME nor HOME is set.
 [[nodiscard]] std::string state_directory();
 inline constexpr const char* no_state_directory = "neither XDG_STATE_HOME nor HOME is set";
 
-/// The directory that a path is in; empty for a name alone, which is in the current one.
+/// The directory part of a path; empty for a bare name in the current directory.
 [[nodiscard]] std::string parent_of(const std::string& path);
 
-/// Makes the directory and its parents, those it makes with mode 0700. False, with errno set, when
-/// it is not there afterwards.
+/// Creates the directory and missing parents, with mode 0700. False, with errno set, when the
+/// directory does not exist afterwards.
 [[nodiscard]] bool make_directories(const std::string& path);
 
 }  // namespace host

@@ -1,4 +1,4 @@
-// The texts by which a user says where another program is found.
+// Endpoint names, as users write them in TVK_MODEM and TVK_DIAG.
 #pragma once
 
 #include <string>
@@ -6,7 +6,7 @@
 
 namespace host {
 
-/// `scheme:rest`, split at the first colon; a text without a colon is all scheme.
+/// `scheme:rest`, split at the first colon; text without a colon is all scheme.
 struct endpoint_text {
   std::string_view scheme;
   std::string_view rest;

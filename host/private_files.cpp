@@ -18,7 +18,7 @@ constexpr mode_t owner_only = 0600;
 constexpr mode_t writable_by_others = S_IWGRP | S_IWOTH;
 
 std::string error_text(int error) {
-  // Only asked with O_NOFOLLOW, where it does not mean links in a circle.
+  // With O_NOFOLLOW, ELOOP means a link rather than a cycle of links.
   return error == ELOOP ? "it is a symbolic link" : std::strerror(error);
 }
 
@@ -56,14 +56,14 @@ std::string distrust_of_directory(const std::string& path) {
 std::string distrust_of_socket(const std::string& path) {
   const std::string directory = parent_of(path);
   struct stat status {};
-  // Where there is no directory there is no socket, and that is no matter of trust.
+  // A missing directory is not a matter of trust: connecting then fails in any case.
   if (directory != runtime_directory() || ::lstat(directory.c_str(), &status) != 0) return {};
   const std::string distrust = distrust_of_directory(directory);
   return distrust.empty() ? distrust : directory + " is not trusted: " + distrust;
 }
 
 opened_file open_lock(const std::string& path) {
-  // Without O_NONBLOCK a FIFO that somebody put there would hold us up.
+  // O_NONBLOCK, so that a FIFO planted there cannot block us.
   file_descriptor file(
       ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, owner_only));
   struct stat status {};

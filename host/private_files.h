@@ -1,5 +1,6 @@
-// Files and directories that are this user's alone. Some of them live where others can write, as
-// /tmp: whoever was there first must not be trusted for the name, nor be led elsewhere by a link.
+// Files and directories that belong to this user alone. Some are in places where others can write,
+// such as /tmp: a file that already has the right name is not to be trusted for that, and links
+// there are not to be followed.
 #pragma once
 
 #include <string>
@@ -8,24 +9,24 @@
 
 namespace host {
 
-/// Why the directory is not this user's alone: it is a link, belongs to
-/// another user, or others can write to it. Empty when nothing speaks against it.
+/// Why the directory cannot be trusted: it is a link, belongs to another user, or others can write
+/// to it. Empty when it can be trusted.
 [[nodiscard]] std::string distrust_of_directory(const std::string& path);
 
-/// The same of a socket to connect to: one in the runtime directory is trusted as the directory is.
-/// One that the user put elsewhere is the user's choice.
+/// The same for a socket to connect to. In the runtime directory it is trusted if the directory is;
+/// a socket elsewhere is the user's own choice.
 [[nodiscard]] std::string distrust_of_socket(const std::string& path);
 
-/// Opens a lock, made where it is missing. A link, another user's file and one with several names
-/// are refused. Its mode is 0600 afterwards, whatever the umask.
+/// Opens a lock file, creating it if it is missing. Refuses links, other users' files and files
+/// with several names. Its mode is 0600 afterwards, regardless of the umask.
 [[nodiscard]] opened_file open_lock(const std::string& path);
 
-/// A new file to write to, mode 0600 whatever the umask. What has the name already is refused.
+/// Creates a file for writing, with mode 0600 regardless of the umask. Fails if the name exists.
 [[nodiscard]] opened_file make_new_file(const std::string& path);
 
-/// Makes an empty file where there is none, and refuses what `open_lock` refuses. Opens nothing, as
-/// to close a file would end the locks that the process holds on it. Only for a directory that is
-/// this user's alone. Empty, or what is wrong.
+/// Creates an empty file if it is missing, and refuses what `open_lock` refuses. Does not open the
+/// file, because closing it would release the locks that the process holds on it. Only for
+/// directories of this user alone. Returns an empty text, or what is wrong.
 [[nodiscard]] std::string make_private_file(const std::string& path);
 
 }  // namespace host

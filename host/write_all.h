@@ -10,16 +10,16 @@
 
 namespace host {
 
-/// Writes a text to a file, waiting for room where the file is set to take only what it has room
-/// for. False, with errno set, when the rest could not be written: an error, or EINTR or EAGAIN
-/// when a signal interrupted it and `gives_up`, asked then, says so. Null: never.
+/// Writes the whole text to a file, waiting for room if the file was opened non-blocking. False,
+/// with errno set, when the rest could not be written: an error, or EINTR or EAGAIN when a signal
+/// interrupted the write and `gives_up`, which is asked then, returns true. Null never gives up.
 [[nodiscard]] bool write_all(int file, std::string_view text, bool (*gives_up)() = nullptr);
 
-/// As ::write, but without the signal that a socket brings whose far end has closed.
+/// As ::write, but without the signal that a socket raises when its far end has closed.
 [[nodiscard]] ssize_t send_some(int stream, std::span<const std::uint8_t> bytes);
 
-/// Writes bytes to a stream that does not block, waiting for room. False when the stream is gone or
-/// has no room for `patience`: a part may have been written then.
+/// Writes all bytes to a non-blocking stream, waiting for room. False when the stream is closed or
+/// has had no room for `patience`; a part may have been written by then.
 [[nodiscard]] bool send_all(int stream, std::span<const std::uint8_t> bytes,
                             std::chrono::nanoseconds patience);
 

@@ -13,7 +13,7 @@
 namespace modem_api {
 namespace {
 
-/// A call that is to be made.
+/// A pending call of a status callback.
 struct status_report {
   modem_api_status_cb callback;
   std::uint32_t event;
@@ -24,10 +24,10 @@ struct client_table {
   std::array<client*, modem_api_max_clients> slots TVK_GUARDED_BY(lock){};
   std::deque<status_report> reports TVK_GUARDED_BY(lock);
   bool is_reporting TVK_GUARDED_BY(lock) = false;
-  platform::mutex lock;  ///< the innermost: nothing is called while it is held
+  platform::mutex lock;  ///< innermost lock: no callback or other lock while it is held
 };
 
-// Never destroyed: threads of the QMI library report to it until the process has ended.
+// Never destroyed: threads of the QMI library report to it until the process ends.
 client_table& g_table = *new client_table;
 
 thread_local int callbacks_running = 0;
@@ -109,8 +109,8 @@ std::optional<std::int32_t> share_status(std::uint32_t id) {
   return std::nullopt;
 }
 
-void tell_event(std::uint32_t client_type, std::uint32_t event, const void* data,
-                std::uint32_t length) {
+void report_event(std::uint32_t client_type, std::uint32_t event, const void* data,
+                  std::uint32_t length) {
   for (std::uint32_t id = 0; id < modem_api_max_clients; ++id) {
     const auto told = find_client(id);
     if (!told || told->type != client_type || told->event_cb == nullptr) continue;

@@ -12,19 +12,19 @@ namespace {
 constexpr unsigned int request_timeout_ms = 30000;
 
 struct library {
-  platform::mutex lock;  ///< before the client table's
+  platform::mutex lock;  ///< taken before the client table's
   std::uint32_t init_count TVK_GUARDED_BY(lock) = 0;
 };
 library& g_library = *new library;
 
-/// What waits for the threads of the QMI library is refused on them.
+/// Calls that wait for the QMI library's threads would deadlock on those threads.
 bool is_refused_here(const char* function) {
   if (!modem_api::is_in_callback()) return false;
   ORVAX_LOG(ANDROID_LOG_ERROR, function, "not supported in a callback");
   return true;
 }
 
-/// 0 when requests may be sent for the client.
+/// Returns 0 when requests may be sent for the client.
 std::uint32_t check_operational(std::uint32_t client_id, const char* function) {
   const auto client = modem_api::find_client(client_id);
   if (client && client->type == MODEM_API_CLIENT_VS &&
@@ -38,7 +38,7 @@ std::uint32_t check_operational(std::uint32_t client_id, const char* function) {
 
 template <typename Request, typename Response>
 qmi_client_error_type exchange(std::uint16_t message_id, Request& request, Response& response) {
-  // A connection that ends now gives an error code of the QMI library.
+  // If the connection ends meanwhile, the QMI library returns an error code.
   return qmi_client_send_msg_sync(vs_client_handle(), message_id, &request, sizeof request,
                                   &response, sizeof response, request_timeout_ms);
 }
@@ -137,8 +137,8 @@ std::uint32_t modem_api_get_stats_parameter(std::uint32_t client_id, std::uint16
   }
   vendor_stats_get_req_v01 request{.sub = sub, .number = number, .ids_len = 1, .ids = {id}};
   auto error = exchange(vendor_stats_get_v01, request, answer);
-  // The decoder stops at a count that is too large, but leaves it to be looked at: the caller's
-  // checks then tell which one it was.
+  // The decoder stops at a count that is too large but stores it, so that the caller's own checks
+  // can report it.
   if (error == QMI_IDL_ARRAY_TOO_BIG) error = QMI_NO_ERR;
   return modem_api_map_qmi_error_to_modem_api(error, &answer.resp);
 }

@@ -13,13 +13,13 @@ struct result_row {
   std::int32_t qmi_error;
   std::uint32_t result;
 };
-// QMI error codes of a refused request. Every other is MODEM_API_FAILURE.
+// QMI error codes of a refused request. All others map to MODEM_API_FAILURE.
 constexpr result_row refusals[] = {
     {0, MODEM_API_SUCCESS},           {4, MODEM_API_ABORTED},
     {17, MODEM_API_INVALID_ARGUMENT},  // missing
     {19, MODEM_API_INVALID_ARGUMENT},  // too long
     {24, MODEM_API_NOT_SUPPORTED},     // by the network
-    {26, MODEM_API_SUCCESS},           // no effect: it is as was asked
+    {26, MODEM_API_SUCCESS},           // no effect: the state was as requested already
     {42, MODEM_API_NOT_SUPPORTED},     // requested number
     {48, MODEM_API_INVALID_ARGUMENT}, {49, MODEM_API_INVALID_ARGUMENT},  // index
     {52, MODEM_API_NOT_READY},        {77, MODEM_API_NOT_SUPPORTED},     // bundling

@@ -1,4 +1,4 @@
-// The QMI clients of the library, one for each service. Only the first is ever connected.
+// The library's QMI clients, one per service. Only the first one, vs, is ever connected.
 #pragma once
 
 #include <array>
@@ -10,7 +10,7 @@
 
 namespace modem_api {
 
-/// Gets the response of a request that was sent without waiting for it.
+/// Receives the response to a request that was sent without waiting.
 using command_cb = void (*)(qmi_client_type handle, unsigned int msg_id, void* response,
                             unsigned int length, void* context,
                             qmi_client_error_type transport_error);
@@ -21,19 +21,19 @@ struct service_client {
   qmi_client_type handle;
   qmi_client_os_params os_params;
   command_cb command;
-  std::uint32_t initialised;  ///< 1 from the connection to its end; while the service is down too
+  std::uint32_t initialised;  ///< 1 until the connection is closed, even while the service is down
 };
 
 /// Indexed by client type.
 struct service_clients {
-  /// Held while clients are made and released, which waits for services and for the QMI library's
-  /// threads: neither callbacks nor requests take it. The connection's and the client table's lock
-  /// may be taken inside it, in this order.
+  /// Held while clients are created and released. That waits for services and for the QMI library's
+  /// threads, so neither callbacks nor requests may take this lock. Inside it the connection's lock
+  /// and then the client table's may be taken.
   platform::mutex lock;
   std::array<service_client, 4> records TVK_GUARDED_BY(lock){};
 };
 
-// Never destroyed: the threads that follow the service run until the process has ended.
+// Never destroyed: the threads that follow the service run until the process ends.
 inline service_clients& g_service_clients = *new service_clients;
 
 }  // namespace modem_api

@@ -21,13 +21,13 @@ constexpr std::uint32_t connect_timeout_ms = 4;
 constexpr int most_tries = 9;  // after the first call
 constexpr std::chrono::seconds between_tries{1};
 
-/// What callbacks and requests see of the connection: nothing waits with this lock held.
+/// What callbacks and requests see of the connection. No thread waits while holding this lock.
 struct connection_state {
   platform::mutex lock;
   qmi_client_type handle TVK_GUARDED_BY(lock) = nullptr;  ///< null without a connection
-  /// Counts connections and notifiers, so that callbacks and threads can tell theirs from another.
+  /// Numbers connections and notifiers, so that callbacks and threads recognise their own.
   std::uintptr_t generation TVK_GUARDED_BY(lock) = 0;
-  /// The last connection whose service was lost: perhaps before it became the present one.
+  /// The last connection whose service was lost, possibly before it became the current one.
   std::uintptr_t lost_generation TVK_GUARDED_BY(lock) = 0;
 };
 connection_state& g_connection = *new connection_state;
@@ -36,7 +36,7 @@ service_client& vs_record() TVK_REQUIRES(g_service_clients.lock) {
   return g_service_clients.records.at(MODEM_API_CLIENT_VS);
 }
 
-/// What the QMI library hands back to a callback, and a callback to its thread.
+/// A generation as the user data of a callback or thread.
 void* to_data(std::uintptr_t generation) {
   return reinterpret_cast<void*>(generation);  // NOLINT(performance-no-int-to-ptr): not followed
 }
@@ -44,13 +44,14 @@ std::uintptr_t to_generation(const void* data) {
   return reinterpret_cast<std::uintptr_t>(data);
 }
 
-/// Of what is being made. It is the present one when it is done: those who make it hold the lock.
+/// The generation of the connection being created. The lock makes sure that it becomes the current
+/// one.
 std::uintptr_t next_generation() TVK_REQUIRES(g_service_clients.lock) {
   const platform::mutex_lock hold(g_connection.lock);
   return g_connection.generation + 1;
 }
 
-/// All instances are the same to the program.
+/// The program accepts any instance.
 int vs_client_get_master_port() {
   return 0;
 }
@@ -77,7 +78,7 @@ qmi_client_error_type vs_client_init_client_handles() TVK_REQUIRES(g_service_cli
     ORVAX_LOG(ANDROID_LOG_ERROR, __func__, "qmi_client_init_instance returned failure(%d)", error);
     return error;
   }
-  // A service that is gone already calls back in here, before the generation is the present one.
+  // If the service is already lost, this calls back at once, before the generation is current.
   qmi_client_register_error_cb(record.handle, vs_client_service_down_event,
                                to_data(next_generation()));
   record.initialised = 1;
@@ -85,10 +86,10 @@ qmi_client_error_type vs_client_init_client_handles() TVK_REQUIRES(g_service_cli
   return QMI_NO_ERR;
 }
 
-/// Makes the connection the present one, and its clients operational unless its service has gone
-/// already: false then. Reports nothing yet.
+/// Makes the new connection the current one and its clients operational. False if its service has
+/// already been lost. Runs no callbacks yet.
 template <typename Store>
-bool take_up_connection(Store store_operational) TVK_REQUIRES(g_service_clients.lock) {
+bool adopt_connection(Store store_operational) TVK_REQUIRES(g_service_clients.lock) {
   const platform::mutex_lock hold(g_connection.lock);
   ++g_connection.generation;
   if (g_connection.lost_generation == g_connection.generation) {
@@ -100,7 +101,7 @@ bool take_up_connection(Store store_operational) TVK_REQUIRES(g_service_clients.
   return true;
 }
 
-/// Requests get no handle from now on; what the record's handle stands for ends here.
+/// Withdraws the handle from requests, then releases the connection or notifier.
 void release_handle(service_client& record) TVK_REQUIRES(g_service_clients.lock) {
   {
     const platform::mutex_lock hold(g_connection.lock);
@@ -109,7 +110,7 @@ void release_handle(service_client& record) TVK_REQUIRES(g_service_clients.lock)
   qmi_client_release(std::exchange(record.handle, nullptr));
 }
 
-/// Whether a thread started for this generation still has something to do.
+/// Whether a thread that was started for this generation is still needed.
 bool is_current(std::uintptr_t generation) TVK_REQUIRES(g_service_clients.lock) {
   const platform::mutex_lock hold(g_connection.lock);
   return vs_record().initialised != 0 && g_connection.generation == generation;
@@ -126,7 +127,8 @@ void start_detached(void* (*body)(void*), void* data) {
   pthread_attr_destroy(&attributes);
 }
 
-/// A service that is up already calls back in here: its thread waits for the lock.
+/// If the service is already up, this calls back at once; the thread that the callback starts then
+/// waits for the lock.
 void arm_notifier(service_client& record) TVK_REQUIRES(g_service_clients.lock) {
   std::uintptr_t generation = 0;
   {
@@ -151,13 +153,13 @@ void* vs_client_release_qmi_client_thread(void* data) {
   return nullptr;
 }
 
-/// Connects again. A service that went meanwhile is waited for with a new notifier.
+/// Reconnects. If the service is lost again meanwhile, waits for it with a new notifier.
 void resume(std::uintptr_t generation) TVK_REQUIRES(g_service_clients.lock) {
   if (!is_current(generation)) return;
   service_client& record = vs_record();
   release_handle(record);
   if (vs_client_init_client_handles() != QMI_NO_ERR) return arm_notifier(record);
-  const bool is_up = take_up_connection(
+  const bool is_up = adopt_connection(
       [] { modem_api::store_service_status(MODEM_API_CLIENT_VS, MODEM_API_STATUS_OPERATIONAL); });
   if (is_up) return;
   release_handle(record);
@@ -178,7 +180,7 @@ void vs_client_enter_suspend(void* data) {
   {
     const platform::mutex_lock hold(g_connection.lock);
     g_connection.lost_generation = to_generation(data);
-    // Otherwise the thread that connects finds it lost.
+    // If the connection is not current yet, the connecting thread will notice the loss.
     if (g_connection.lost_generation != g_connection.generation) return;
     modem_api::store_service_status(MODEM_API_CLIENT_VS, MODEM_API_STATUS_DOWN);
   }
@@ -201,14 +203,14 @@ std::uint32_t connect_or_share(std::uint32_t client_id) {
     return MODEM_API_FAILURE;
   }
   service_client& record = vs_record();
-  // The connection may have been closed with a third client.
+  // Freeing a third client may have closed the connection.
   if (status && record.initialised != 0) {
     ORVAX_LOG(ANDROID_LOG_DEBUG, function, "Already another client init vs client successfully");
     return MODEM_API_SUCCESS;
   }
   ORVAX_LOG(ANDROID_LOG_DEBUG, function, "Client connecting to QMI FW");
   if (vs_client_init_client_handles() != QMI_NO_ERR) return MODEM_API_FAILURE;
-  const bool is_up = take_up_connection(
+  const bool is_up = adopt_connection(
       [&] { modem_api::set_client_status(client_id, MODEM_API_STATUS_OPERATIONAL); });
   if (is_up) return MODEM_API_SUCCESS;
   release_handle(record);
@@ -222,7 +224,7 @@ void vs_client_ind_hdlr(unsigned int msg_id, const void* indication, std::uint32
     return;
   }
   ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "Handling indication msg 0x%x", msg_id);
-  modem_api::tell_event(MODEM_API_CLIENT_VS, msg_id, indication, length);
+  modem_api::report_event(MODEM_API_CLIENT_VS, msg_id, indication, length);
 }
 
 }  // namespace

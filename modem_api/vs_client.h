@@ -1,12 +1,12 @@
-// The connection to the vendor's statistics service, and how it follows the service down and up.
+// The connection to the vendor's statistics service, which survives losses of the service:
 //
 //   connected -- service down --> released, notifier armed -- service up --> connected
 //                                         ^                         |
-//                                         +-- gone before the tries to connect are over
+//                                         +-- lost again before a connection succeeds
 //
-// The QMI library's callbacks only report and start a detached thread; the thread does what has to
-// wait. A thread that comes too late, because the connection it was started for has ended
-// otherwise, finds another generation and does nothing.
+// The QMI library's callbacks only report and start a detached thread, which does everything that
+// has to wait. A thread that is late, because the connection it was started for has ended by other
+// means, finds a newer generation and does nothing.
 #pragma once
 
 #include <cstdint>
@@ -14,14 +14,15 @@
 #include "modem_api/service_client.h"
 #include "platform/qmi_client.h"
 
-/// Makes the client operational: shares the connection of another client, or connects.
+/// Makes the client operational by sharing another client's connection or by connecting.
 [[nodiscard]] std::uint32_t vs_client_init(std::uint32_t client_id);
 
-/// Ends the connection, or the wait for the service.
+/// Closes the connection, or stops waiting for the service.
 void vs_client_shutdown(modem_api::service_client& record)
     TVK_REQUIRES(modem_api::g_service_clients.lock);
 
-/// The handle of the connection; null when there is none. Does not wait for one that is being made.
+/// The connection's handle; null when there is none yet. Does not wait for a connection in
+/// progress.
 [[nodiscard]] qmi_client_type vs_client_handle();
 
 void vs_client_unsol_ind_cb(qmi_client_type handle, unsigned int msg_id, void* buffer,

@@ -1,14 +1,14 @@
-// Where a value stands in a packet.
+// The position and width of a value in a packet.
 #pragma once
 
 namespace modem_stats {
 
-/// Bit `bit` (of the block that the decoder reads, counted from the least significant bit of its
-/// first byte) and the `width - 1` bits behind it. T is what the value is kept in: a signed T takes
-/// the highest bit as sign.
+/// `width` bits from bit `bit` on, counted from the least significant bit of the first byte of the
+/// block that the decoder is reading. T is the type of the value; if it is signed, the highest bit
+/// is the sign.
 template <typename T>
 struct bit_field {
-  const char* name;  // as messages give it
+  const char* name;  // as it appears in messages
   unsigned bit;
   unsigned width = 8 * sizeof(T);
 };
@@ -19,7 +19,7 @@ template <typename T>
   return {name, 8 * byte};
 }
 
-/// Marks a place that a version does not have.
+/// Stands for a field that a version does not have.
 template <typename T>
 inline constexpr bit_field<T> absent{nullptr, 0, 0};
 

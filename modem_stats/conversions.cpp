@@ -6,13 +6,13 @@
 
 namespace {
 
-/// The digit of `magnitude` at 1 / `scale`, of its own float product: results are compared to the
-/// digit, so no library rounding will do.
+/// The decimal digit of `magnitude` at 1 / `scale`. Each digit comes from a float product of its
+/// own: consumers compare every digit, and library rounding would give different ones.
 std::int64_t digit(float magnitude, float scale) {
   return static_cast<std::int64_t>(magnitude * scale) % 10;
 }
 
-/// Half-up on the third decimal, of the magnitude. The digits are summed, so a carry comes out.
+/// Rounds the magnitude half up at the third decimal. Adding up the digits propagates the carry.
 float two_decimals(double exact) {
   const auto value = static_cast<float>(exact);
   const float magnitude = std::fabs(value);

@@ -85,7 +85,7 @@ class standard_output final : public line_sink {
   void write(std::string_view text) override { std::fwrite(text.data(), 1, text.size(), stdout); }
 };
 
-/// The process's, of the functions whose arguments have no room for it.
+/// Process-wide state of the functions whose fixed signatures cannot carry it.
 struct {
   stream_state stream;
   std::uint32_t current_id = 0;

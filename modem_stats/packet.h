@@ -1,4 +1,4 @@
-// A packet to decode, what surrounds it, and how its decoding ended.
+// A packet to decode, where its lines and records go, and the outcome of decoding it.
 #pragma once
 
 #include <cstdint>
@@ -27,7 +27,7 @@ class line_sink {
   ~line_sink() = default;
 };
 
-/// Receives every record as bytes that are good during the call.
+/// Receives every record as bytes that are valid during the call.
 class record_sink {
  public:
   virtual void record(const record_schema& schema, std::span<const std::uint8_t> data) = 0;
@@ -36,7 +36,7 @@ class record_sink {
   ~record_sink() = default;
 };
 
-/// Where lines and records go; null: nowhere.
+/// Where lines and records go; null discards them.
 struct packet_sinks {
   line_sink* lines = nullptr;
   record_sink* records = nullptr;
@@ -48,13 +48,13 @@ struct stream_state {
   std::uint8_t lte_rrc_last_state = 0;
 };
 
-/// Why a packet made no record, or no further one.
+/// Why a packet produced no record, or no more records.
 enum class rejection : std::uint8_t {
   none,
   version,  // not supported
   value,    // not valid
-  count,    // more of something than there may be
-  length,   // the packet ends too early
+  count,    // above the maximum
+  length,   // the packet is too short
 };
 
 struct packet_outcome {

@@ -66,11 +66,11 @@ void packet_decoder::skip(unsigned bytes) {
 
 void packet_decoder::block_at(unsigned byte) {
   block_ = byte;
-  if (ok_ && position_is_good(8 * byte)) cursor_ = static_cast<int>(byte) - base_;
+  if (ok_ && seek(8 * byte)) cursor_ = static_cast<int>(byte) - base_;
 }
 
-/// Sets base, cursor and the bytes left for a read at this bit of the payload.
-bool packet_decoder::position_is_good(unsigned bit) {
+/// Sets base, cursor and remaining bytes for a read at this bit of the payload.
+bool packet_decoder::seek(unsigned bit) {
   const int byte = static_cast<int>(bit / 8);
   if (end_ == window_end::of_packet) {
     base_ = 0;
@@ -94,10 +94,10 @@ std::uint64_t packet_decoder::field_bits(const char* name, unsigned bit, unsigne
                                          unsigned room, bool is_signed) {
   if (!ok_) return 0;
   const unsigned first = 8 * block_ + bit;
-  if (!position_is_good(first)) return 0;
+  if (!seek(first)) return 0;
   const auto low = static_cast<int>(first % 8 + 1);
   const auto high = low + static_cast<int>(width) - 1;
-  // The sliding window always loads a word; a packet's last field need not have one behind it.
+  // The sliding window always takes a whole word; in a packet, nothing need follow the last field.
   const int needed = end_ == window_end::sliding ? static_cast<int>(sizeof(u64)) : (high + 7) / 8;
   if (left_ < needed) {
     fail(rejection::length, "g_pk_data_left(%d) is not enough for %s_tmp, id(0x%x)", left_, name,
@@ -135,7 +135,7 @@ void packet_decoder::check_version(std::uint32_t version,
   }
 }
 
-/// The first is the packet's, the second a sub-packet's.
+/// The first version is the packet's, the second a sub-packet's.
 void packet_decoder::note_version(std::uint32_t version) {
   if (!ok_) return;
   if (versions_ == 0) outcome_.version = version;

@@ -1,5 +1,5 @@
-// How parsers read a packet and write its record. The first check that fails prints its one line;
-// from then on reads give 0, and lines and records are dropped, so that a parser reads from top to
+// How parsers read a packet and write its record. The first check that fails prints one line; from
+// then on reads return 0, and lines and records are dropped, so that a parser runs from top to
 // bottom without error branches:
 //
 //   const auto version = in.next<u8>("version");
@@ -27,13 +27,13 @@ namespace modem_stats {
 
 /// How far reads may go.
 enum class window_end : std::uint8_t {
-  sliding,    // 2000 bytes from where the last bit-field ended; what is not there reads as zero
+  sliding,    // 2000 bytes from the end of the last bit-field; bytes beyond the packet are zero
   of_packet,  // the last byte of the packet
 };
 
 class packet_decoder {
  public:
-  /// `parser` is named in messages.
+  /// `parser` is the name in messages.
   packet_decoder(const char* parser, const packet& packet, window_end end, const packet_sinks& to,
                  stream_state& state);
   packet_decoder(const packet_decoder&) = delete;
@@ -41,21 +41,20 @@ class packet_decoder {
   ~packet_decoder() = default;
 
   [[nodiscard]] int sub_id() const { return sub_id_; }
-  /// Ask ok() before changing what outlives the packet.
+  /// Check ok() before changing it, because it outlives the packet.
   [[nodiscard]] stream_state& state() const { return state_; }
   [[nodiscard]] const packet_outcome& outcome() const { return outcome_; }
 
-  /// The little-endian value at the byte cursor, which moves behind it.
+  /// Reads the little-endian value at the byte cursor and moves the cursor past it.
   template <std::integral T>
   T next(const char* name) {
     return static_cast<T>(next_bytes(name, sizeof(T)));
   }
 
-  /// Passes over bytes, whatever they are and even if they are not there.
+  /// Moves the cursor past these bytes, even beyond the end of the packet.
   void skip(unsigned bytes);
 
-  /// Fields are placed relative to this byte of the payload from now on, and the byte cursor stands
-  /// there.
+  /// From now on fields are relative to this byte of the payload; also moves the byte cursor there.
   void block_at(unsigned byte);
   [[nodiscard]] unsigned block() const { return block_; }
 
@@ -65,7 +64,7 @@ class packet_decoder {
         field_bits(field.name, field.bit, field.width, 8 * sizeof(T), std::is_signed_v<T>));
   }
 
-  /// As bits(), or `otherwise` where the version at hand does not have the field.
+  /// Like bits(), or `otherwise` if the packet's version does not have the field.
   template <std::integral T>
   [[nodiscard]] T bits_or(const bit_field<T>& field, T otherwise) {
     return field.name == nullptr ? otherwise : bits(field);
@@ -74,8 +73,8 @@ class packet_decoder {
   /// Rejects a version that is not listed.
   void check_version(std::uint32_t version, std::initializer_list<std::uint32_t> supported);
 
-  /// The row of `version`; when there is none, the version is rejected and the row returned is of
-  /// no consequence. `name` is the parser's unless a sub-packet's is given.
+  /// The row for `version`. If there is none, rejects the version and returns an arbitrary row.
+  /// `name` is the name in messages; by default the parser's.
   template <typename Row, std::size_t n>
   [[nodiscard]] const Row& layout_for(std::uint32_t version, const Row (&rows)[n],
                                       const char* name = nullptr) {
@@ -87,20 +86,20 @@ class packet_decoder {
     return rows[0];
   }
 
-  /// Ends the decoding unless `valid`; `value` and `name` (the parser's unless given) are told.
+  /// Ends the decoding unless `valid`, and prints `value` and `name` (by default the parser's).
   template <std::integral T>
   void check_valid(bool valid, T value, const char* name = nullptr) {
     if (!valid) reject_value(static_cast<int>(value), name);
   }
 
-  /// False, and the decoding ends, when more are announced than there may be. Also false after an
-  /// earlier failure.
+  /// Ends the decoding and returns false if `count` exceeds `max`. Also false after an earlier
+  /// failure.
   bool check_count(std::uint32_t count, std::uint32_t max, const char* name);
 
   /// Prints a line.
   void print(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-  /// Makes a record of these values, one for each field.
+  /// Publishes a record of these values, one for each field.
   template <const auto& list, typename... Value>
   requires fields_of<list, Value...>
   void publish(const fixed_record<list>& schema, Value... values) {
@@ -108,20 +107,20 @@ class packet_decoder {
     publish_added(schema);
   }
 
-  /// Adds one part of a record, whose schema is given at the end.
+  /// Adds one part of a record; publish_added() completes it.
   template <const auto& list, typename... Value>
   requires fields_of<list, Value...>
   void add(Value... values) { put(packed<list>(values...)); }
   void publish_added(const record_schema& schema);
 
-  /// No check has failed so far.
+  /// True while no check has failed.
   [[nodiscard]] bool ok() const { return ok_; }
 
  private:
   std::uint64_t next_bytes(const char* name, unsigned width);
   std::uint64_t field_bits(const char* name, unsigned bit, unsigned width, unsigned room,
                            bool is_signed);
-  [[nodiscard]] bool position_is_good(unsigned bit);
+  [[nodiscard]] bool seek(unsigned bit);
   [[nodiscard]] int next_byte() const { return base_ + cursor_; }
   [[nodiscard]] std::uint64_t load(std::size_t byte, unsigned width) const;
 
@@ -143,7 +142,7 @@ class packet_decoder {
   stream_state& state_;
   packet_outcome outcome_;
   bool ok_ = true;
-  int versions_ = 0;    // met so far
+  int versions_ = 0;    // number of versions read so far
   unsigned block_ = 0;  // byte of the payload
   int base_ = 0;        // "byte base"
   int cursor_ = 0;      // "g_pK_DATA_CNT": from base_

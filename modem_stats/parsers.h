@@ -1,5 +1,5 @@
-// The parsers: one for each log code and event id, each in a file of its own name or with its
-// family. Each reads the packet that `in` stands on and gives its lines and records to it.
+// The parsers, one for each log code and event id. Each is in a file of its own or shares one with
+// closely related codes. It reads its packet from `in`, and prints and publishes through it.
 #pragma once
 
 #include "modem_stats/packet_decoder.h"
@@ -9,8 +9,8 @@
 #include "modem_stats/log_parsers.inc"
 #undef TVK_PARSER
 
-/// The steps of event 1606: the first records the state, the second counts it when it comes to be
-/// connected and remembers it. A negative state is the last one.
+/// The steps of event 1606. The first records the state; the second remembers it, and counts a
+/// change to connected. A negative state stands for the remembered one.
 void modem_stats_update_1606_diag_event_lte_rrc_state_change(modem_stats::packet_decoder& in,
                                                              int state_in);
 void modem_stats_update_1606_diag_event_lte_rrc_state_change_stats(modem_stats::packet_decoder& in,

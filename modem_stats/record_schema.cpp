@@ -71,7 +71,7 @@ std::string column_name(const field_row& row) {
     return std::tolower(static_cast<unsigned char>(a)) ==
            std::tolower(static_cast<unsigned char>(b));
   };
-  // "tb_bytes" and "pdsch_rb" say it already.
+  // Names such as "tb_bytes" and "pdsch_rb" already contain the unit.
   if (std::search(name.begin(), name.end(), unit.begin(), unit.end(), same) != name.end() ||
       unit.empty()) {
     return name;

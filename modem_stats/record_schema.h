@@ -1,5 +1,5 @@
-// What a record is made of: rows that name every field, from which parsers write records and
-// everyone else reads them. Parsers give values by name, and the compiler looks up their places:
+// The schema of a record: rows that name every field. Parsers write records from them, and all
+// consumers read records by them. Parsers pass values by name; the compiler looks up the offsets:
 //
 //   inline constexpr auto csf_fields = fields(field<u8>{"version"}, field<u8>{"rank_idx"}, ...);
 //   inline constexpr fixed_record<csf_fields> csf_record{84, "lte_pusch_csf"};
@@ -51,14 +51,14 @@ inline constexpr field_type type_of = [] {
   if constexpr (std::is_same_v<T, f32>) return field_type::float32;
 }();
 
-/// A field as parsers declare it; `unit` is empty for counts, identities and codes.
+/// A field as declared; `unit` is empty for counts, identifiers and codes.
 template <typename T>
 struct field {
   const char* name;
   const char* unit = "";
 };
 
-/// A field as readers see it.
+/// A field as consumers see it.
 struct field_row {
   const char* name;
   const char* unit;
@@ -70,13 +70,13 @@ template <std::size_t n>
 struct field_list {
   std::array<field_row, n> rows;
 
-  /// Bytes in front of row `index`; of all rows when there is none.
+  /// The offset of row `index` in bytes; the total size for an index past the end.
   [[nodiscard]] constexpr std::size_t offset(std::size_t index) const {
     std::size_t bytes = 0;
     for (std::size_t i = 0; i < index; ++i) bytes += size_of(rows[i].type);
     return bytes;
   }
-  /// The number of rows when none has this name.
+  /// Returns the number of rows if none has this name.
   [[nodiscard]] constexpr std::size_t index_of(std::string_view name) const {
     std::size_t index = 0;
     while (index < n && name != rows[index].name) ++index;
@@ -123,7 +123,7 @@ constexpr value_name<field> operator""_f() {
   return {};
 }
 
-/// The values are those of every field in `list`, each given once and in the field's own type.
+/// The values cover every field of `list` exactly once, each with the field's own type.
 template <const auto& list, typename... Value>
 concept fields_of = sizeof...(Value) == list.rows.size() && [] {
   std::array<bool, list.rows.size()> given{};
@@ -134,11 +134,11 @@ concept fields_of = sizeof...(Value) == list.rows.size() && [] {
   return true;
 }();
 
-/// The byte at which a value stands in a record of `list`.
+/// The byte offset of a value in a record of `list`.
 template <const auto& list, typename Value>
 inline constexpr std::size_t place_of = list.offset(list.index_of(Value::name));
 
-/// The bytes of a record of `list`, whatever the order of the values.
+/// The bytes of a record of `list`; the order of the values does not matter.
 template <const auto& list, typename... Value>
 requires fields_of<list, Value...>
 [[nodiscard]] auto packed(Value... values) {
@@ -147,10 +147,10 @@ requires fields_of<list, Value...>
   return bytes;
 }
 
-/// A run of fields in a record, once or as often as counts in the record's first part say.
+/// A group of fields in a record, either single or repeated according to counts in the first part.
 struct record_part {
   std::span<const field_row> rows;
-  const char* name = "";       // of a repeated part: "carriers"
+  const char* name = "";       // for repeated parts, such as "carriers"
   const char* counts[2] = {};  // fields of the first part whose sum is the number of repetitions
 
   [[nodiscard]] constexpr bool repeated() const { return counts[0] != nullptr; }
@@ -169,7 +169,7 @@ struct record_schema {
   }
 };
 
-/// A record whose every packet has the same fields.
+/// A record that always has the same fields.
 template <const auto& list>
 struct fixed_record : record_schema {
   constexpr fixed_record(std::uint32_t data_id, const char* record_name)
@@ -188,11 +188,11 @@ template <typename... Part>
              });
     });
   };
-  if (first.repeated() || !(is_counted(parts) && ...)) throw "a part without its count";
+  if (first.repeated() || !(is_counted(parts) && ...)) throw "a part has no count";
   return {modem_stats_data_id_e_type{data_id}, name, {first, parts...}, 1 + sizeof...(parts)};
 }
 
-/// The number `row` denotes at the front of `bytes`, which must hold it.
+/// The value of a field, read from the start of `bytes`, which must be long enough.
 struct field_value {
   field_type type;
   union {
@@ -207,7 +207,7 @@ struct field_value {
 [[nodiscard]] std::size_t repetitions(const record_schema& schema, const record_part& part,
                                       std::span<const u8> data);
 
-/// What a table calls the field: its name and unit.
+/// The field's column name in tables: its name and unit.
 [[nodiscard]] std::string column_name(const field_row& row);
 
 }  // namespace modem_stats

@@ -1,4 +1,4 @@
-// Keeps a record as its consumers take it: an id, and a block of its own.
+// Stores a record in the form that its consumers expect: an id and an allocated block.
 #pragma once
 
 #include "modem_stats/packet.h"
@@ -6,7 +6,7 @@
 
 namespace modem_stats {
 
-/// Holds one record: the next replaces it.
+/// Holds one record; the next one replaces it.
 class record_slots final : public record_sink {
  public:
   record_slots() = default;
@@ -17,7 +17,7 @@ class record_slots final : public record_sink {
   void record(const record_schema& schema, std::span<const std::uint8_t> data) override;
 
   [[nodiscard]] modem_stats_data_id_e_type data_id() const { return data_id_; }
-  /// Null before the first.
+  /// Null before the first record.
   [[nodiscard]] const modem_stats_single_data_common_type* get() const { return record_; }
 
  private:

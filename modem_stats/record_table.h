@@ -1,4 +1,4 @@
-// Every kind of record.
+// The table of all kinds of records.
 #pragma once
 
 #include <span>
@@ -10,7 +10,7 @@ namespace modem_stats {
 /// In order of data ids.
 [[nodiscard]] std::span<const record_schema* const> record_table();
 
-/// Null for an id that no record has.
+/// Null for an unknown id.
 [[nodiscard]] const record_schema* find_record_schema(modem_stats_data_id_e_type id);
 
 }  // namespace modem_stats

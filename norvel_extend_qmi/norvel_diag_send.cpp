@@ -28,20 +28,20 @@ namespace {
 using norvel_diag::g_diag_wait;
 using norvel_diag::thread_count;
 
-// How a request goes through the library in either mode. The steps are what differs between one
-// whose response is awaited and one whose response is dropped.
+// How each mode sends a request through the library. The members of these structures are what
+// differs between awaiting the response and dropping it.
 
-/// An open connection: registers, sends on the local processor, and closes. `after_send` gets the
-/// library's send result and gives that of the exchange.
+/// On an open connection, registers the handler, sends to the local processor, and closes.
+/// `after_send` receives the library's send result and returns the exchange's.
 struct callback_exchange {
-  const char* function;  ///< the name that the log lines carry
+  const char* function;  ///< the function name in log lines
   norvel_diag_response_handler handler;
   std::function<int(int sent)> after_send;
   void (*close)();
 };
 
-/// From the registration of a client to its release. `after_send` runs when the library has taken
-/// the request and gives the result of the exchange, which is else 1.
+/// Registers a client, sends, and releases the client. If the library accepts the request,
+/// `after_send` runs and returns the exchange's result; otherwise the result is 1.
 struct dci_exchange {
   const char* function;
   diag_dci_response handler;
@@ -55,7 +55,7 @@ constexpr std::size_t dci_response_size = 16384;
 constexpr int local_processor = 0;
 constexpr int client_signal = 18;
 
-/// The client is registered; true when the library has taken the request.
+/// For a registered client. True when the library has accepted the request.
 bool send_registered(const dci_exchange& steps, int client_id, std::span<unsigned char> request,
                      std::span<unsigned char> response) {
   const char* function = steps.function;
@@ -129,7 +129,7 @@ int run(const dci_exchange& steps, std::span<unsigned char> request,
   return result;
 }
 
-/// The room for a DCI response; null, and logged, when there is no memory.
+/// A buffer for a DCI response; null, and logged, when out of memory.
 std::unique_ptr<unsigned char[]> allocate_dci_response(const char* function) {
   std::unique_ptr<unsigned char[]> room(new (std::nothrow) unsigned char[dci_response_size]());
   if (!room) {
@@ -140,7 +140,7 @@ std::unique_ptr<unsigned char[]> allocate_dci_response(const char* function) {
 
 // Requests whose response is awaited.
 
-/// Held from the checks of an awaited request to its end.
+/// Held for the whole of an awaited request, argument checks included.
 platform::mutex g_diag_result_mutex;
 
 int to_ticks(int time_out) {
@@ -156,7 +156,7 @@ struct reply {
   }
 };
 
-bool has_good_arguments(const char* function, std::span<unsigned char> request, const reply& to) {
+bool arguments_are_valid(const char* function, std::span<unsigned char> request, const reply& to) {
   if (norvel_diag_comand_input_check(request.data(), static_cast<unsigned int>(request.size())) !=
       0) {
     NORVEL_LOG_AS(function, "norvel_diag_comand_param_check fail");  // sic
@@ -169,7 +169,7 @@ bool has_good_arguments(const char* function, std::span<unsigned char> request, 
   return true;
 }
 
-/// The request is sent and g_diag_wait begun.
+/// To be called after g_diag_wait.begin and sending the request.
 int await_response(const char* function, const reply& to) {
   norvel_diag_cmd_send_with_result_wait_create_thread();
   g_diag_wait.wait();
@@ -183,20 +183,20 @@ int await_response(const char* function, const reply& to) {
   return gave_up ? 1 : 0;
 }
 
-// Requests whose response is dropped: each is sent by a thread of its own.
+// Requests whose response is dropped. Each is sent by a thread of its own.
 
-/// How long a response is given to come.
+/// How long to linger for a response, which is only logged.
 constexpr std::chrono::milliseconds callback_grace{200};
 constexpr std::chrono::milliseconds dci_grace{1000};
 
-/// One worker after the other. Never destroyed: a worker may outlive main.
+/// Lets only one worker send at a time. Never destroyed: a worker may outlive main.
 platform::mutex& g_diag_async_mutex = *new platform::mutex;
 
 /// Never destroyed, like the mutex above.
 thread_count& g_running_workers = *new thread_count;
 
 template <void* (*Worker)(void*)>
-void* run_and_leave(void* request) {
+void* run_counted(void* request) {
   Worker(request);
   g_running_workers.remove();
   return nullptr;
@@ -248,7 +248,7 @@ void send_by_dci(const char* function, DiagAsyncRequest& request) {
 
 using sender = void(const char* function, DiagAsyncRequest& request);
 
-void take_and_send(const char* function, void* argument, sender send) {
+void send_request(const char* function, void* argument, sender send) {
   const platform::mutex_lock hold(g_diag_async_mutex);
   const owned_request request(static_cast<DiagAsyncRequest*>(argument));
   if (!request) {
@@ -265,7 +265,7 @@ void take_and_send(const char* function, void* argument, sender send) {
 
 void* work(const char* function, void* argument, sender send) {
   NORVEL_LOG_ENTRY_AS(function);
-  take_and_send(function, argument, send);
+  send_request(function, argument, send);
   NORVEL_LOG_EXIT_AS(function);
   return nullptr;
 }
@@ -282,7 +282,7 @@ int norvel_diag_cmd_send_with_result_by_callback_mode(unsigned char* data, unsig
   const reply to{reply_buf, p_reply_len};
   const std::span request(data, data_len);
   const platform::mutex_lock hold(g_diag_result_mutex);
-  if (!has_good_arguments(function, request, to)) return 1;
+  if (!arguments_are_valid(function, request, to)) return 1;
 
   norvel_diag_init_with_result();
   const auto after_send = [&](int sent) {
@@ -312,7 +312,7 @@ int norvel_diag_cmd_send_with_result_by_dci_mode(unsigned char* data, unsigned i
   const reply to{reply_buf, p_reply_len};
   const std::span request(data, data_len);
   const platform::mutex_lock hold(g_diag_result_mutex);
-  if (!has_good_arguments(function, request, to)) return 1;
+  if (!arguments_are_valid(function, request, to)) return 1;
 
   norvel_diag_init_with_result();
   const auto response = allocate_dci_response(function);
@@ -321,7 +321,7 @@ int norvel_diag_cmd_send_with_result_by_dci_mode(unsigned char* data, unsigned i
     return 1;
   }
   const auto after_send = [&] {
-    // Unlike in callback mode any time is taken, also none and less.
+    // Unlike callback mode, DCI mode accepts any time, even zero or negative.
     g_diag_wait.begin(to_ticks(time_out));
     NORVEL_LOG_AS(function, "Dci Command time = %d", to_ticks(time_out));
     const int result = await_response(function, to);
@@ -367,8 +367,8 @@ int norvel_diag_cmd_send_without_result_start_thread(unsigned char* data, unsign
   std::memcpy(bytes_of(*request).data(), data, data_len);
   auto* const worker =
       diag_work_mode == 0
-          ? run_and_leave<norvel_diag_cmd_send_without_result_by_callback_mode_thread_proc>
-          : run_and_leave<norvel_diag_cmd_send_without_result_by_dci_mode_thread_proc>;
+          ? run_counted<norvel_diag_cmd_send_without_result_by_callback_mode_thread_proc>
+          : run_counted<norvel_diag_cmd_send_without_result_by_dci_mode_thread_proc>;
   g_running_workers.add();
   const int created = norvel_diag::start_thread(worker, request.get());
   NORVEL_LOG("norvel daig is created, conf = %d, diag_work_mode = %d", created,  // sic

@@ -12,11 +12,11 @@
 
 namespace {
 
-/// Successful opens since the last close; 0 while the connection is closed.
+/// Successful opens since the last close; 0 while closed.
 int g_diag_init_status = 0;
 
-/// Contexts of the callbacks, the local processor and the remote ones behind it: the library keeps
-/// pointers to them.
+/// Callback contexts, to which the library keeps pointers: the local processor, then the remote
+/// ones.
 constexpr int remote_processors = 16;
 std::array<int, 1 + remote_processors> g_processor_ids{0, 1,  2,  3,  4,  5,  6,  7, 8,
                                                        9, 10, 11, 12, 13, 14, 15, 16};

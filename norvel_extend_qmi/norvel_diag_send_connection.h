@@ -1,12 +1,12 @@
-// The one connection of a process to the DIAG library.
+// The process's only connection to the DIAG library.
 #pragma once
 
-/// Opens the connection, or counts one more user of it. A failure is only logged.
+/// Opens the connection or, if it is open, counts one more user. A failure is only logged.
 void norvel_diag_init_with_result();
-/// Closes the connection, however many users were counted.
+/// Closes the connection, regardless of the number of users.
 void norvel_diag_deinit_with_result();
 
-/// Gets a raw response; `context` points at the processor id.
+/// Receives a raw response; `context` points to the processor id.
 using norvel_diag_response_handler = int (*)(unsigned char* data, int len, void* context);
 
 /// Registers the handler for the local processor and for every remote one.

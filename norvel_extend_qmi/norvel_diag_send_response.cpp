@@ -18,7 +18,7 @@ struct free_block {
 };
 using block = std::unique_ptr<unsigned char, free_block>;
 
-/// Room for so many bytes and one more; null when there is no memory.
+/// Allocates one byte more than `length`; null when out of memory.
 block allocate(int length) {
   const auto size = static_cast<std::size_t>(checked_add(length, 1));
   return block(static_cast<unsigned char*>(std::malloc(size)));
@@ -28,13 +28,13 @@ void copy(const block& to, int offset, const unsigned char* bytes, int count) {
   std::memcpy(to.get() + offset, bytes, static_cast<std::size_t>(count));
 }
 
-/// Both handlers, the watcher and the waiter take the lock: a late response may come while the
-/// request that it belongs to gives up.
+/// Locked by both handlers, the watcher and the waiting request: a late response may arrive while
+/// its request gives up.
 struct response {
   platform::mutex lock;
   block data TVK_GUARDED_BY(lock);
   int length TVK_GUARDED_BY(lock) = 0;
-  block previous TVK_GUARDED_BY(lock);  ///< the contents before the last append
+  block previous TVK_GUARDED_BY(lock);  ///< the contents before the latest append
 };
 
 /// Never destroyed: threads of the library may outlive main.
@@ -45,7 +45,7 @@ const char* channel_name(int processor) {
   return processor >= 0 && processor <= 2 ? names[processor] : "Unknown";
 }
 
-/// False when there is no memory for it.
+/// False when out of memory.
 bool keep_first(response& kept, const unsigned char* data, int len) TVK_REQUIRES(kept.lock) {
   block fresh = allocate(len);
   if (!fresh) return false;
@@ -55,7 +55,7 @@ bool keep_first(response& kept, const unsigned char* data, int len) TVK_REQUIRES
   return true;
 }
 
-/// The name of the block that there is no memory for, else null.
+/// Returns null, or when out of memory the name of the block that could not be allocated.
 const char* append(response& kept, const unsigned char* data, int len) TVK_REQUIRES(kept.lock) {
   if (!kept.data) return keep_first(kept, data, len) ? nullptr : "ptr_out_1";
   block saved = allocate(kept.length);
@@ -152,7 +152,7 @@ int norvel_diag_cmd_response_by_dci(unsigned char* data, int len, void* context)
     return 1;
   }
   NORVEL_LOG("response, cmd_code = 0x%02x, data_size = %d", data[0], len);
-  // A full piece means that more is to come.
+  // After a full piece more follows.
   if (len != norvel_diag::dci_piece_size) norvel_diag::g_diag_wait.post();
   return 0;
 }

@@ -17,9 +17,9 @@ void* norvel_diag_cmd_send_with_result_wait_thread_proc(void* /*unused*/) {
     pause_for(norvel_diag::tick);
     ++count;
     NORVEL_LOG("norvel_diag_cmd_send_with_result_wait_thread_proc, cnt_of_100ms = %d", count);
-  } while (g_diag_wait.goes_on(connection, count));
+  } while (g_diag_wait.still_waiting(connection, count));
 
-  // A response in pieces of which the last is full says nothing of its end.
+  // If the last piece happens to be full as well, nothing marked the end of the response.
   const int length = norvel_diag::response_length();
   if (length != 0 && length % norvel_diag::dci_piece_size == 0) {
     NORVEL_LOG("stop waiting, receive success, length is times of 4096");

@@ -20,7 +20,7 @@ int start_thread(void* (*body)(void*), void* argument) {
   pthread_attr_init(&attributes);
   pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
   auto start = std::make_unique<thread_start>(thread_start{body, argument});
-  // Named by itself: for its maker it may have ended already.
+  // The thread names itself: it may end before the thread that created it could.
   const auto named = [](void* given) -> void* {
     const std::unique_ptr<thread_start> what(static_cast<thread_start*>(given));
     pthread_setname_np(pthread_self(), "KEMO DIAG");

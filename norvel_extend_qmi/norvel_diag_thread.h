@@ -10,7 +10,7 @@ namespace norvel_diag {
 /// Starts a detached thread named "KEMO DIAG"; returns pthread_create's result.
 int start_thread(void* (*body)(void*), void* argument);
 
-/// Detached threads that were started and have not ended.
+/// Counts the detached threads that are running, so that they can be waited for.
 class thread_count {
  public:
   void add() {

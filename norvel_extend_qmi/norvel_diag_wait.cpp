@@ -61,7 +61,7 @@ bool response_wait::waits(std::uint64_t connection) const {
   return waiting_ && connection == connection_;
 }
 
-bool response_wait::goes_on(std::uint64_t connection, int ticks) {
+bool response_wait::still_waiting(std::uint64_t connection, int ticks) {
   const platform::mutex_lock hold(lock_);
   return waits(connection) && ticks < wait_ticks_;
 }

@@ -1,7 +1,8 @@
-// The wait for a response: who waits for how long, and the semaphore that ends it.
+// The wait for a response: whether a request is waiting, for how long, and the semaphore that ends
+// the wait.
 //
-// A late watcher or response of one connection says nothing to the next: what it would post is gone
-// with its connection.
+// The semaphore is created with each connection and destroyed with it, so that a late watcher or
+// response of an earlier connection cannot end a wait on the present one.
 #pragma once
 
 #include <semaphore.h>
@@ -18,25 +19,27 @@ constexpr int default_ticks = 30;
 
 class response_wait {
  public:
-  /// Creates and destroys the semaphore, with the connection. Nobody waits while it is destroyed.
+  /// Creates and destroys the semaphore, along with the connection. No thread may be waiting in
+  /// close().
   void open();
   void close();
 
-  /// A request begins to wait, for so many ticks.
+  /// A request starts to wait, for this many ticks.
   void begin(int ticks);
-  /// Returns when something is posted; at once without a semaphore.
+  /// Returns after a post; at once when there is no semaphore.
   void wait();
-  /// The request waits no longer. Whether the watcher gave up; it is forgotten.
+  /// Ends the request's wait. Returns whether the watcher gave up, and clears that state.
   [[nodiscard]] bool end();
 
   void post();
 
-  /// For the watcher: the connection it watches, and what it may do to no other.
+  // For the watcher: the number of the connection that it watches. The functions that take the
+  // number have no effect once another connection is open.
   [[nodiscard]] std::uint64_t connection();
-  [[nodiscard]] bool goes_on(std::uint64_t connection, int ticks);
+  [[nodiscard]] bool still_waiting(std::uint64_t connection, int ticks);
   void post(std::uint64_t connection);
-  /// Whether the request still waits after so many ticks. It then fails, whatever comes, and is
-  /// woken by the next post.
+  /// True when the request is still waiting after its full number of ticks. The request then fails
+  /// even if a response arrives; the next post wakes it.
   [[nodiscard]] bool gives_up(std::uint64_t connection, int ticks);
 
  private:

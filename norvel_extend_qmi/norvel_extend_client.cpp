@@ -1,4 +1,4 @@
-// The extension client: found and connected once per process, then one exchange at a time.
+// The extension client: connects once per process, then runs one exchange at a time.
 #include "norvel_extend_qmi/norvel_extend_client.h"
 
 #include <algorithm>
@@ -16,10 +16,10 @@ namespace {
 
 constexpr unsigned int exchange_timeout_ms = 3000;
 
-/// Indications of a type below this have a meaning, which this program does not act on.
+/// Indication types below this are defined, although this program acts on none of them.
 constexpr std::uint32_t known_indications = 7;
 
-/// One per process, never released: the library's threads use it until the process has ended.
+/// One per process, never released: the library's threads use it until the process ends.
 struct extension_client {
   platform::mutex lock;
   const qmi_idl_service_object_type service =
@@ -33,10 +33,10 @@ struct extension_client {
 
 extension_client& g_extension_client = *new extension_client;
 
-/// Returns once the service is there, with the number of its servers.
+/// Waits until the service is up; returns the number of its servers.
 std::uint32_t wait_for_service(extension_client& client) TVK_REQUIRES(client.lock) {
   for (;;) {
-    // Cleared before the look, so that a server that comes after it ends the wait.
+    // Cleared before listing, so that a server that appears after the listing ends the wait.
     qmi_cci_os_signal_clear(&client.os_params);
     std::uint32_t num_services = 0;
     const auto error = qmi_client_get_service_list(client.service, nullptr, nullptr, &num_services);
@@ -71,7 +71,7 @@ void connect(extension_client& client) TVK_REQUIRES(client.lock) {
   print_note("QMI client inited\n");
 }
 
-/// Sends the request that stands in the client and checks the answer.
+/// Sends the request prepared in the client and checks the answer.
 int exchange(extension_client& client) TVK_REQUIRES(client.lock) {
   const auto error = qmi_client_send_msg_sync(
       client.handle, norvel_extend_qmi_request_v01, &client.request, sizeof client.request,
@@ -114,12 +114,12 @@ int send_locked(extension_client& client, unsigned int type, const unsigned char
 int norvel_extend_qmi_send_sync(unsigned int type, unsigned char* req_data, int req_len,
                                 void* rsp_data, unsigned int* rsp_len) {
   if (req_data == nullptr || rsp_data == nullptr || rsp_len == nullptr) {
-    // The line shows where the caller's bytes were to be.
+    // The line shows the low half of the pointer.
     const auto low_bits = static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(req_data));
     print_note("%x,  put Invalid param\n", low_bits);
     return norvel_extend_invalid_argument;
   }
-  // Unsigned: a negative length is too long as well.
+  // Unsigned, so that a negative length counts as too long.
   const auto length = static_cast<unsigned int>(req_len);
   if (length > norvel_extend_qmi_max_data || *rsp_len > norvel_extend_qmi_max_data) {
     print_note("put data_len %d > max %d\n", req_len, static_cast<int>(norvel_extend_qmi_max_data));
@@ -137,7 +137,7 @@ void norvel_extend_qmi_ind_cb(qmi_client_type user_handle, unsigned int msg_id, 
   print_note("NORVEL__EXTEND_QMI: Indication msg_id=0x%x buf_len=%d \n", msg_id,
              static_cast<int>(ind_buf_len));
   norvel_extend_qmi_msg_v01 indication{};
-  // One that cannot be decoded is shown with as much of it as could be.
+  // If decoding fails, show what was decoded up to that point.
   static_cast<void>(qmi_client_message_decode(user_handle, QMI_IDL_INDICATION, msg_id, ind_buf,
                                               ind_buf_len, &indication, sizeof indication));
   if (indication.type < known_indications) {
@@ -146,6 +146,6 @@ void norvel_extend_qmi_ind_cb(qmi_client_type user_handle, unsigned int msg_id, 
     print_note("Indicaion: %d greater than maximum known indication.",  // sic
                static_cast<int>(indication.type));
   }
-  // The text has no end of line to send it on its way, and nothing may follow for a long time.
+  // The text does not end its line, and nothing may follow for a long time.
   std::fflush(stdout);
 }

@@ -19,8 +19,8 @@ static_assert(sizeof(request) == norvel_extend_qmi_max_data);
 
 /// Body of a request of the kind `message`.
 struct message_body {
-  std::uint32_t t;  ///< its number
-  std::uint32_t l;  ///< bytes of payload
+  std::uint32_t t;  ///< message number
+  std::uint32_t l;  ///< payload bytes
   std::array<std::uint8_t, norvel_common_msg_max_data> v;
 };
 static_assert(sizeof(message_body) == sizeof(request::body));
@@ -79,7 +79,7 @@ void norvel_send_common_qmi_msg(unsigned int t, unsigned int l, void* v, void* r
 }
 
 int norvel_common_qmi_req(norvel_common::kind what, norvel_common::answer& to) {
-  // Readers of the log know these two lines by numbers of their own.
+  // Readers of the log expect these fixed numbers, not this file's lines.
   constexpr norvel_log_site entry{norvel_log_source(__FILE__), __func__, 1068};
   constexpr norvel_log_site exit{norvel_log_source(__FILE__), __func__, 1106};
   norvel_log(entry, "function entry ------------->");

@@ -11,7 +11,7 @@ constexpr char function[] = "norvel_get_sar_dsi";
 
 int ask_sar_state() {
   qmi_client_type handle = nullptr;
-  // The library keeps the block as long as the client lives, which is until the process ends.
+  // Static: the library uses it for as long as the client lives, which is until the process ends.
   static qmi_client_os_params os_params;
   auto error = qmi_client_init_instance(
       sar_get_service_object_internal_v01(1, 1, QMI_IDL_LIBRARY_VERSION), QMI_CLIENT_INSTANCE_ANY,

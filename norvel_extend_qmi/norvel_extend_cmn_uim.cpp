@@ -18,12 +18,12 @@ constexpr int max_failures = 3;
 
 constexpr int failed = -1;
 
-/// One per process; the library's threads set the flag until the process ends.
+/// One per process. The library's threads may set the flag until the process ends.
 struct uim_client {
   qmi_client_type handle = nullptr;
-  qmi_client_os_params os_params{};  ///< the library's as long as there is a handle
+  qmi_client_os_params os_params{};  ///< used by the library as long as there is a handle
   std::atomic<bool> ssr_detected = false;
-  int failed_cnt = 0;  ///< since the handle was opened
+  int failed_cnt = 0;  ///< failures since the handle was opened
 };
 
 uim_client& g_uim = *new uim_client;
@@ -35,7 +35,7 @@ struct record_deleter {
 template <typename T>
 using record = std::unique_ptr<T, record_deleter<T>>;
 
-/// Zeros; null when there is no memory.
+/// All zeros; null when out of memory.
 template <typename T>
 record<T> make_record(const char* function) {
   return record<T>(static_cast<T*>(qcril_malloc_adv(sizeof(T), function, __LINE__)));
@@ -86,7 +86,7 @@ bool init_uim_qmi_client() {
   return true;
 }
 
-/// Leaves flag and count to the next opening.
+/// Does not reset the flag and the count: opening the next client does.
 void uim_qmi_client_recovery() {
   NORVEL_LOG("uim_qmi_client_recovery qmi_client_release %p", g_uim.handle);
   if (g_uim.handle != nullptr && qmi_client_release(g_uim.handle) != QMI_NO_ERR) {
@@ -96,26 +96,26 @@ void uim_qmi_client_recovery() {
   NORVEL_LOG_EXIT();
 }
 
-/// A message to the service, and how its lines tell of it.
+/// A message to the service, and the texts of its log lines.
 struct uim_message {
   std::uint16_t id;
   const char* function;
   const char* malloc_failed;
-  const char* client_lines = function;  ///< what the lines about the client begin with
-  bool tells_count = false;             ///< a failure's line has the count
+  const char* client_lines = function;  ///< how the lines about the client begin
+  bool logs_count = false;              ///< failure lines include the failure count
 };
 
 constexpr uim_message power_up = {
     .id = uim_power_up_v01,
     .function = "norvel_uim_request_uicc_power_ex",
     .malloc_failed = "uim_power_up malloc failed",
-    .tells_count = true,
+    .logs_count = true,
 };
 constexpr uim_message power_down = {
     .id = uim_power_down_v01,
     .function = "norvel_uim_request_uicc_power_ex",
     .malloc_failed = "uim_power_down malloc failed",
-    .tells_count = true,
+    .logs_count = true,
 };
 constexpr uim_message get_eid = {
     .id = uim_get_eid_v01,
@@ -163,7 +163,7 @@ bool has_client(const uim_message& message) {
 
 void count_failure(const uim_message& message, qmi_client_error_type error) {
   ++g_uim.failed_cnt;
-  if (message.tells_count) {
+  if (message.logs_count) {
     NORVEL_LOG_AS(message.function, "send msg sync client error = %d, failed_cnt = %d", error,
                   g_uim.failed_cnt);
   } else {
@@ -177,7 +177,7 @@ void recover_after(const uim_message& message, int result) {
   uim_qmi_client_recovery();
 }
 
-/// How far an exchange came.
+/// How far an exchange got.
 enum class reached : std::uint8_t { no_client, no_memory, transport };
 
 struct exchange_outcome {
@@ -185,7 +185,7 @@ struct exchange_outcome {
   int result = failed;
 };
 
-/// `read` gets the response when the transport succeeded, and returns the result.
+/// When the transport succeeded, `read` receives the response and returns the result.
 template <typename Response, typename Request, typename Read>
 exchange_outcome exchange(const uim_message& message, const Request& filled,
                           const std::string& about_to_send, Read read) {
@@ -206,7 +206,7 @@ exchange_outcome exchange(const uim_message& message, const Request& filled,
   return {reached::transport, error};
 }
 
-/// Exchange and recovery of every request but power.
+/// Exchange and recovery for every request except power.
 template <typename Response, typename Request, typename Read>
 exchange_outcome ask(const uim_message& message, const Request& filled, Read read,
                      const std::string& about_to_send = {}) {

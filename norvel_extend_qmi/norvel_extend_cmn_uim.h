@@ -1,7 +1,7 @@
-// Requests to the modem's UIM service. One client serves them all: opened by the first, released
-// and opened anew after the service went away or when three requests have failed. For one thread.
+// Requests to the modem's UIM service. They share one client, opened by the first request, and
+// released and reopened once the service was lost or three requests have failed. Not thread-safe.
 //
-// Unless told otherwise a result is 0, the transport's error, or -1 when there was no client, no
+// Unless stated otherwise a result is 0, the transport's error, or -1 when there was no client, no
 // memory, or the card refused.
 #pragma once
 
@@ -17,28 +17,28 @@ struct norvel_uicc_power {
   std::int32_t ignore_hotswap;
 };
 
-/// A request that the card refused counts as done.
+/// Returns 0 also when the card refused the request.
 int norvel_uim_request_uicc_power_ex(const norvel_uicc_power* params);
 
-/// `eid` has room for norvel_eid_size bytes, and stays as it is when there is no EID.
+/// `eid` has room for norvel_eid_size bytes; it is left unchanged when there is no EID.
 void norvel_uim_request_eid(std::uint8_t slot, std::uint8_t* eid);
 
-/// What a slot without a reported card has.
+/// State of a slot for which the modem reports no card.
 constexpr std::uint8_t norvel_card_unknown = 3;
 
 /// States of the first two cards: 0 absent, 1 present, 2 error, above: unknown.
 using norvel_card_states = std::array<std::uint8_t, 2>;
 
-/// False when nothing could be asked. Failures after that leave the states as they are.
+/// False when no request could be sent. Later failures leave the states unchanged.
 bool norvel_uim_get_card_status(norvel_card_states& states);
 
 constexpr std::uint8_t norvel_no_channel = 255;
 
-/// `channel_id`: the channel, norvel_no_channel when there is none.
+/// `channel_id`: out, the channel, or norvel_no_channel when none was opened.
 int norvel_uim_open_channel(std::uint8_t slot, std::span<const std::uint8_t> aid,
                             std::uint8_t& channel_id);
 
-/// An answer of a card, with the status words at its end; cut to what fits.
+/// A card's answer, ending in the status words; cut to what fits.
 struct norvel_apdu_response {
   std::uint8_t length;
   std::array<std::uint8_t, 63> bytes;

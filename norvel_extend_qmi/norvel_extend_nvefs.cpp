@@ -14,7 +14,7 @@ namespace {
 constexpr unsigned int max_chunk = 414;
 constexpr unsigned int max_exchanges = 299;
 
-/// Held for a whole transfer, so that chunks of two files never mix.
+/// Held for a whole transfer, so that chunks of different files never interleave.
 platform::mutex g_efs_lock;
 platform::mutex g_nv_lock;
 
@@ -31,8 +31,8 @@ int map_result(int old_result) {
   }
 }
 
-/// Sends one request; 0 when client and modem both say success, else the mapped client result or
-/// the modem's.
+/// Sends one request. Returns 0 when both client and modem report success, otherwise the mapped
+/// client result or the modem's result.
 int exchange(const char* function, const nvefs_request& request, nvefs_response& response) {
   nvefs_request sent = request;
   response = {};
@@ -53,9 +53,9 @@ int exchange(const char* function, const nvefs_request& request, nvefs_response&
   return response.result;
 }
 
-// EFS files: read, written and deleted in chunks.
+// EFS files, transferred in chunks.
 
-/// The line has the number of the check that refuses.
+/// The log line carries the line number of the check that failed.
 int refuse(norvel_log_site check, const char* why, norvel_nvefs_result code) {
   norvel_log(check, "%s", why);
   return code;
@@ -103,7 +103,7 @@ int read_chunks(const char* function, nvefs_request& request, unsigned char* buf
       return error;
     }
     const unsigned int offset = request.data_len_cur;
-    // No more than a response holds, whatever the modem says.
+    // Never more than a response holds, even if the modem claims so.
     const unsigned int chunk = std::min(response.data_len, nvefs_data_room);
     const unsigned int received = offset + chunk;
     NORVEL_LOG_AS(function,
@@ -191,15 +191,15 @@ int delete_file(const char* function, const efs_file& file) {
   NORVEL_LOG_AS(function, "norvel_efs_delete, sub_id %d, path_len: %d",
                 static_cast<int>(file.sub_id), static_cast<int>(file.path_len));
   if (const int error = check_file(function, file, nvefs_max_path - 1); error != 0) return error;
-  // The subscription byte stays 0: files are deleted on subscription 0 whatever was asked for.
+  // sic: the subscription byte stays 0, so files are always deleted on subscription 0.
   const nvefs_request request = make_efs_request(function, nvefs_efs_delete, file);
   nvefs_response response{};
   return exchange(function, request, response);
 }
 
-// NV items: one exchange each.
+// NV items: one exchange per operation.
 
-/// Checks the item's number and makes the exchange.
+/// Checks the item's number and runs the exchange.
 int exchange_item(const char* function, nvefs_request& request, int nv_id,
                   nvefs_response& response) {
   if (nv_id < 0 || nv_id > norvel_nv_max_id) {

@@ -1,8 +1,8 @@
-// NV items and EFS files of the modem, per subscription 0 or 1.
+// The modem's NV items and EFS files, for subscription 0 or 1.
 //
-// Results: 0; -101 to -103 from the extension client, mapped; -104 and below from the checks here;
-// anything else is the modem's own. EFS transfers go in chunks under a mutex of their own, which is
-// taken before the extension client's; NV items have another, taken likewise.
+// Results: 0; -101 to -103: the extension client's, mapped; -104 and below: argument checks here;
+// anything else: the modem's own. EFS files are transferred in chunks under one mutex, NV items
+// under another; both are taken before the extension client's.
 #pragma once
 
 enum norvel_nvefs_result : int {
@@ -16,16 +16,16 @@ enum norvel_nvefs_result : int {
 
 /// Longest EFS file in bytes.
 constexpr unsigned int norvel_efs_max_file = 102410;
-/// Highest NV item number, and the most data of an item in bytes.
+/// Highest NV item number, and the maximum size of an item in bytes.
 constexpr int norvel_nv_max_id = 7232;
 constexpr unsigned int norvel_nv_max_data = 365;
 
-/// Moves the extension client's results out of the way of the library's own codes: -1, -2 and -3
-/// become -101, -102 and -103; everything else stays.
+/// Keeps the extension client's results apart from the modem's: -1, -2 and -3 become -101, -102 and
+/// -103; everything else is unchanged.
 int norvel_qmi_result_map(int old_result);
 
-/// `path_len` 1 to 71. `*p_buf_len`: in the room of `buf`, out the bytes delivered; a longer file
-/// is cut.
+/// `path_len` 1 to 71. `*p_buf_len`: in the capacity of `buf`, out the bytes read; a longer file is
+/// cut.
 int norvel_efs_read(unsigned int sub_id, const char* path, unsigned int path_len,
                     unsigned char* buf, unsigned int* p_buf_len);
 
@@ -36,7 +36,7 @@ int norvel_efs_write(unsigned int sub_id, const char* path, unsigned int path_le
 /// `path_len` 1 to 70.
 int norvel_efs_delete(unsigned int sub_id, const char* path, unsigned int path_len);
 
-/// `buf` has room for norvel_nv_max_data bytes; `*buf_len` out: the bytes delivered.
+/// `buf` has room for norvel_nv_max_data bytes; `*buf_len` out: the bytes read.
 int norvel_nv_read(unsigned int sub_id, int nv_id, unsigned char* buf, unsigned int* buf_len);
 
 /// At most norvel_nv_max_data bytes.

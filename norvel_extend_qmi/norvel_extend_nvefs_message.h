@@ -1,4 +1,4 @@
-// NV items and EFS files travel in extension requests of type 2, all of one layout.
+// Extension requests of type 2, which carry NV items and EFS files. All share one layout.
 #pragma once
 
 #include <cstddef>
@@ -40,7 +40,7 @@ static_assert(offsetof(nvefs_request, data) == 88);
 
 struct nvefs_response {
   std::uint32_t unused_0;
-  std::uint32_t data_len_all;  ///< of the whole file or item
+  std::uint32_t data_len_all;  ///< bytes of the whole file or item
   std::uint32_t data_len;      ///< bytes of this chunk
   std::uint32_t unused_12;
   std::int32_t result;  ///< 0 success

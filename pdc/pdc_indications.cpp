@@ -1,4 +1,4 @@
-// What the PDC indications leave in their wait slots.
+// The handlers of PDC indications, which fill the wait slots.
 #include <algorithm>
 #include <cstring>
 #include <iterator>
@@ -20,7 +20,7 @@ enum qmi_error : std::int32_t {
 
 using record_lock = std::lock_guard<qtimutex::QtiSharedMutex>;
 
-/// With the record locked.
+/// The record's mutex must be locked.
 void complete(pdc_wait_slot& slot, std::int32_t result) {
   slot.result = result;
   if (slot.is_waiting != 0) slot.finished.notify_one();
@@ -38,7 +38,7 @@ std::int32_t result_without_indication() {
   return pdc_error;
 }
 
-/// For an indication of an error alone.
+/// For an indication that carries nothing but an error code.
 void complete_plainly(pdc_wait_slot& slot, const void* ind_data_ptr) {
   const record_lock hold(g_pdc_info.mutex);
   const auto* const ind = static_cast<const pdc_result_ind_v01*>(ind_data_ptr);
@@ -79,11 +79,11 @@ std::int32_t get_selected(pdc_selected_config* holder, const pdc_get_selected_co
     return pdc_error;
   }
   if (ind->error != 0) return result_of_error(ind->error);
-  // An id that is too long is counted but not decoded, nor is anything after it.
+  // For an id that is too long only its length was decoded, and nothing after it.
   if (std::max(ind->active_id_len, ind->pending_id_len) > pdc_config_id_max_v01) return pdc_error;
   if (ind->active_id_valid == 0) {
     if (ind->pending_id_valid != 0) PDC_LOG_INFO("has pending configuration");
-    return pdc_nothing_there;
+    return pdc_not_found;
   }
   holder->active_id_len = ind->active_id_len;
   std::copy_n(ind->active_id, ind->active_id_len, holder->active_id);
@@ -118,7 +118,7 @@ void push_element(pdc_config_element** list, const pdc_config_v01& config, std::
   *list = element;
 }
 
-/// What a part of the list leads to.
+/// The consequence of one part of the list.
 struct list_step {
   std::int32_t result;
   bool is_complete = true;
@@ -148,7 +148,7 @@ list_step add_part(const pdc_list_configs_slot& slot, const pdc_list_configs_ind
   return {pdc_ok, is_complete};
 }
 
-/// Entries that are too many, and an id that is too long, are counted but not decoded.
+/// If there are too many entries or an id is too long, only the count was decoded.
 bool is_whole(const pdc_list_configs_ind_v01& ind) {
   if (ind.config_list_len > std::size(ind.config_list)) return false;
   return std::ranges::all_of(
@@ -160,7 +160,7 @@ list_step list_configs(const pdc_list_configs_slot& slot, const pdc_list_configs
   if (ind.error != 0) return {result_of_error(ind.error)};
   if (ind.config_list_valid == 0 || ind.config_list_len == 0) {
     PDC_LOG_ERROR("None MBN available in modem EFS");
-    return {pdc_nothing_there};
+    return {pdc_not_found};
   }
   if (is_whole(ind)) return add_part(slot, ind);
   PDC_LOG_ERROR(
@@ -171,7 +171,7 @@ list_step list_configs(const pdc_list_configs_slot& slot, const pdc_list_configs
   return {pdc_error};
 }
 
-/// False when the list goes on: its slot stays open.
+/// False when more parts follow, so that the slot stays open.
 bool list_is_over(const pdc_list_configs_ind_v01* ind) {
   pdc_list_configs_slot& slot = g_pdc_info.list_configs;
   const record_lock hold(g_pdc_info.mutex);
@@ -210,7 +210,7 @@ void qmi_pdc_select_config_ind_hdlr(const void* ind_data_ptr, std::uint32_t /*in
 }
 
 void qmi_pdc_list_configs_ind_hdlr(const void* ind_data_ptr, std::uint32_t ind_data_len) {
-  // The low half tells one buffer from the next well enough.
+  // The low half is enough to tell buffers apart.
   const auto low_bits = static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(ind_data_ptr));
   PDC_LOG_INFO("qmi_pdc_list_configs_ind_hdlr, ind_data_ptr = 0x%x, ind_data_len = %d", low_bits,
                static_cast<int>(ind_data_len));

@@ -17,7 +17,8 @@ constexpr int connect_tries = 20;
 constexpr std::chrono::seconds after_failed_try{5};
 constexpr std::uint32_t connect_timeout_ms = 4;
 
-/// The main thread's; the library's threads only read the service, which is set before they start.
+/// Used by the main thread. The library's threads only read `service`, which is set before they
+/// start.
 struct pdc_client {
   qmi_idl_service_object_type service = nullptr;
   qmi_client_type handle = nullptr;
@@ -120,8 +121,8 @@ void qmi_pdc_unsol_ind_cb(qmi_client_type user_handle, unsigned int msg_id, void
   if (error != QMI_NO_ERR) PDC_LOG_ERROR("failed to decode qmi message, msg_id: 0x%02x", msg_id);
   const auto* const row = std::ranges::find(indications, msg_id, &indication_row::msg_id);
   if (row != std::end(indications)) {
-    // A count beyond the room for it is decoded, and refused by the handler that knows what it
-    // counts. Anything else that is wrong leaves no indication, which fails the slot.
+    // A count that is too large is stored, and the handler, which knows what it counts, refuses it.
+    // After any other error there is no indication to handle, and the slot fails.
     const bool is_there = error == QMI_NO_ERR || error == QMI_IDL_ARRAY_TOO_BIG;
     row->handle(is_there ? payload : nullptr, size);
   }

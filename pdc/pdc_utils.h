@@ -1,5 +1,5 @@
 // The client of the modem's PDC service (its carrier configurations), and the wait slots through
-// which its indications reach the threads that asked.
+// which indications reach the requesting threads.
 //
 // A requester locks the record's mutex, sets the slot's holders and clears `is_done`, sends its
 // request, sets `is_waiting` and waits on `finished` until `is_done`; then it reads the result.
@@ -12,17 +12,17 @@
 #include "platform/shared_mutex.h"
 #include "services/pdc_v01.h"
 
-/// What a slot's result can be.
+/// The results of a slot.
 enum pdc_result : std::int32_t {
   pdc_ok = 0,
   pdc_error = -1,
   pdc_frame_data_reset = -3,
   pdc_invalid_config_id = -4,
   pdc_no_memory = -5,
-  pdc_nothing_there = -6,  ///< nothing selected; no configuration in the modem
+  pdc_not_found = -6,  ///< nothing is selected, or the modem has no configuration
 };
 
-/// An element of the caller's list, made by qcril_malloc_adv. The newest is the head.
+/// An element of the caller's list, allocated with qcril_malloc_adv. The newest is the head.
 struct pdc_config_element {
   std::uint32_t config_id_len;
   std::uint8_t config_id[pdc_config_id_max_v01];
@@ -46,8 +46,8 @@ struct pdc_config_info {
 
 struct pdc_wait_slot {
   std::condition_variable_any finished;
-  std::uint32_t is_waiting = 0;  ///< a thread waits on `finished`
-  std::uint32_t is_done = 0;     ///< stays, for one that begins to wait too late
+  std::uint32_t is_waiting = 0;  ///< a thread is waiting on `finished`
+  std::uint32_t is_done = 0;     ///< stays set, for a thread that starts to wait too late
   std::int32_t result = 0;
 };
 
@@ -58,7 +58,7 @@ struct pdc_list_configs_slot : pdc_wait_slot {
 };
 
 struct pdc_load_config_slot : pdc_wait_slot {
-  std::uint32_t received_size = 0;  ///< bytes of the configuration that the modem has
+  std::uint32_t received_size = 0;  ///< bytes of the configuration that the modem has received
   std::uint32_t remaining_size = 0;
 };
 
@@ -70,7 +70,7 @@ struct pdc_get_selected_config_slot : pdc_wait_slot {
   pdc_selected_config* holder = nullptr;
 };
 
-/// Every member of every slot is the mutex's.
+/// The mutex guards all members of all slots.
 struct pdc_global_info {
   qtimutex::QtiSharedMutex mutex;
   pdc_list_configs_slot list_configs;
@@ -85,14 +85,13 @@ struct pdc_global_info {
 };
 extern pdc_global_info g_pdc_info;
 
-/// Clears the slots and connects: 0, or -1 when the service was not there for 20 tries, 5 seconds
-/// apart.
+/// Clears the slots and connects. Returns 0, or -1 after 20 failed attempts, 5 seconds apart.
 int pdc_init();
 
-/// Disconnects, when connected.
+/// Disconnects if connected.
 void pdc_clean();
 
-/// The connected client; null while there is none.
+/// The connected client, or null.
 [[nodiscard]] qmi_client_type pdc_client_handle();
 
 void qmi_pdc_init_pdc_info();
@@ -101,7 +100,7 @@ void qmi_pdc_init_pdc_info();
 void qmi_pdc_unsol_ind_cb(qmi_client_type user_handle, unsigned int msg_id, void* ind_buf,
                           unsigned int ind_buf_len, void* ind_cb_data);
 
-// Each takes the decoded indication, fills its slot and wakes who waits.
+// Each takes the decoded indication, fills its slot and wakes the waiting thread.
 using pdc_indication_handler = void (*)(const void* ind_data_ptr, std::uint32_t ind_data_len);
 void qmi_pdc_get_selected_config_ind_hdlr(const void* ind_data_ptr, std::uint32_t ind_data_len);
 void qmi_pdc_select_config_ind_hdlr(const void* ind_data_ptr, std::uint32_t ind_data_len);
@@ -113,6 +112,6 @@ void qmi_pdc_get_config_info_ind_hdlr(const void* ind_data_ptr, std::uint32_t in
 void qmi_pdc_deactivate_config_ind_hdlr(const void* ind_data_ptr, std::uint32_t ind_data_len);
 void qmi_pdc_set_feature_ind_hdlr(const void* ind_data_ptr, std::uint32_t ind_data_len);
 
-/// Where the next part of a list would be fetched from. Only prints: nothing here sends requests.
+/// Stands where the next part of a list would be requested. Only prints: no requests are sent here.
 void norvel_qcril_setup_timed_callback(int instance, int modem, void (*callback)(void*),
                                        std::uint32_t timeout_ms, std::uint32_t* id);

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-/// Result of every DCI call that did its work.
+/// Result of every DCI call that succeeded.
 constexpr int DIAG_DCI_NO_ERROR = 1001;
 
 enum diag_logging_mode {
@@ -23,24 +23,25 @@ using diag_callback = int (*)(unsigned char* data, int length, void* context);
 using diag_dci_response = void (*)(unsigned char* data, int length, void* context);
 using diag_dci_stream = void (*)(unsigned char* data, int length);
 
-/// Both return non-zero when done. `environment` is null.
+/// Both return non-zero on success. `environment` is null.
 unsigned char Diag_LSM_Init(unsigned char* environment);
 unsigned char Diag_LSM_DeInit(void);
 
 /// `directory` is null.
 void diag_switch_logging(int mode, char* directory);
 
-/// Register who gets callback-mode data of the local processor, and of remote processor 1 or 2.
+/// Register the receiver of callback-mode data from the local processor, and from remote processor
+/// 1 or 2.
 int diag_register_callback(diag_callback callback, void* context);
 int diag_register_remote_callback(diag_callback callback, int processor, void* context);
 
-/// Bit k-1 of `mask` is set when remote processor k is there.
+/// Bit k-1 of `mask` is set when remote processor k is present.
 int diag_has_remote_device(uint16_t* mask);
 
 /// Returns 0 when sent.
 int diag_callback_send_data(int processor, unsigned char* request, int length);
 
-/// `peripherals` in: those asked for; `signal` is raised when one comes or goes.
+/// `peripherals`: the ones to watch; `signal` is raised when one of them appears or disappears.
 int diag_register_dci_client(int* client_id, uint16_t* peripherals, int processor, int* signal);
 int diag_register_dci_signal_data(int client_id, int signal);
 int diag_get_dci_support_list_proc(int processor, uint16_t* peripherals);

@@ -1,5 +1,4 @@
-// Mutexes that clang's thread-safety analysis can check; with other compilers the notes are
-// nothing.
+// Mutexes that clang's thread-safety analysis can check; other compilers ignore the annotations.
 #pragma once
 
 #include <mutex>
@@ -24,8 +23,7 @@ class TVK_THREAD_NOTE(capability("mutex")) mutex {
   std::mutex mutex_;
 };
 
-/// Holds a mutex from here to the end of the block. A Lockable too, so that a
-/// std::condition_variable_any can wait with it.
+/// Holds a mutex to the end of the block.
 class TVK_THREAD_NOTE(scoped_lockable) mutex_lock {
  public:
   explicit mutex_lock(mutex& held) TVK_THREAD_NOTE(acquire_capability(held)) : held_(held) {

@@ -1,5 +1,5 @@
 // The QMI client library: finds services, exchanges messages, delivers indications.
-// Declared here with the names, argument order and values that the phone's library has.
+// Names, argument order and values are those of the phone's library.
 #pragma once
 
 #include <pthread.h>
@@ -45,7 +45,7 @@ enum : qmi_client_error_type {
   QMI_IDL_RANGE_FAILURE = -51,
 };
 
-/// `instance` of qmi_client_init_instance for whichever instance is there.
+/// `instance` of qmi_client_init_instance: connect to any instance.
 constexpr uint32_t QMI_CLIENT_INSTANCE_ANY = 0xFFFF;
 
 /// One instance of a service, as found by qmi_client_get_service_list. Opaque to callers.
@@ -54,7 +54,7 @@ struct qmi_service_info {
 };
 static_assert(sizeof(qmi_service_info) == 20);
 
-/// A signal object: filled by the library, which keeps the pointer while the client lives.
+/// A signal object, initialised by the library, which uses it as long as the client lives.
 struct qmi_cci_os_signal_type {
   uint32_t sig_set;
   uint32_t timed_out;
@@ -71,7 +71,7 @@ enum qmi_client_notify_event_type {
 };
 
 extern "C" {
-/// Callbacks run on the library's threads. `ind_buf` holds encoded TLVs, null when there are none.
+/// Callbacks run on the library's threads. `ind_buf` holds encoded TLVs; null if there are none.
 using qmi_client_ind_cb = void (*)(qmi_client_type user_handle, unsigned int msg_id, void* ind_buf,
                                    unsigned int ind_buf_len, void* ind_cb_data);
 using qmi_client_error_cb = void (*)(qmi_client_type user_handle, qmi_client_error_type error,
@@ -80,19 +80,19 @@ using qmi_client_notify_cb = void (*)(qmi_client_type user_handle,
                                       qmi_idl_service_object_type service,
                                       qmi_client_notify_event_type event, void* notify_cb_data);
 
-/// Watches for the service: `os_params` is signalled at once if a server exists, afterwards
-/// whenever one appears or disappears.
+/// Watches for the service: `os_params` is signalled at once if a server exists, and then whenever
+/// one appears or disappears.
 qmi_client_error_type qmi_client_notifier_init(qmi_idl_service_object_type service,
                                                qmi_client_os_params* os_params,
                                                qmi_client_type* user_handle);
 
-/// Lists the service's servers: 0 when there is at least one, else QMI_SERVICE_ERR.
-/// `num_entries`: in the array's room, out how many were filled; may be null with the array.
+/// Lists the service's servers: 0 when there is at least one, otherwise QMI_SERVICE_ERR.
+/// `num_entries`: in the array's capacity, out how many were filled; null if the array is.
 qmi_client_error_type qmi_client_get_service_list(qmi_idl_service_object_type service,
                                                   qmi_service_info* service_info_array,
                                                   uint32_t* num_entries, uint32_t* num_services);
 
-/// Waits until the signal is set, `timeout_ms` 0 for ever. Sets timed_out; leaves sig_set as it is.
+/// Waits until the signal is set; `timeout_ms` 0 waits forever. Sets timed_out; keeps sig_set.
 void qmi_cci_os_signal_wait(qmi_client_os_params* os_params, uint32_t timeout_ms);
 
 qmi_client_error_type qmi_client_init(qmi_service_info* service_info,
@@ -100,24 +100,24 @@ qmi_client_error_type qmi_client_init(qmi_service_info* service_info,
                                       void* ind_cb_data, qmi_client_os_params* os_params,
                                       qmi_client_type* user_handle);
 
-/// Finds a server and connects; waits up to `timeout_ms` for one, then QMI_TIMEOUT_ERR.
+/// Finds a server and connects. QMI_TIMEOUT_ERR when none appears within `timeout_ms`.
 qmi_client_error_type qmi_client_init_instance(qmi_idl_service_object_type service,
                                                uint32_t instance, qmi_client_ind_cb ind_cb,
                                                void* ind_cb_data, qmi_client_os_params* os_params,
                                                uint32_t timeout_ms, qmi_client_type* user_handle);
 
-/// The callback gets QMI_SERVICE_ERR once, when the server goes. If it is already gone, inside
-/// this call, which then returns QMI_SERVICE_ERR.
+/// The callback is called with QMI_SERVICE_ERR once, when the server is lost. If it already is, the
+/// callback runs inside this call, which then returns QMI_SERVICE_ERR.
 qmi_client_error_type qmi_client_register_error_cb(qmi_client_type user_handle,
                                                    qmi_client_error_cb callback, void* err_cb_data);
 
-/// On a notifier only. If a server is already known the callback runs inside this call.
+/// For notifiers only. If a server is already known the callback runs inside this call.
 qmi_client_error_type qmi_client_register_notify_cb(qmi_client_type user_handle,
                                                     qmi_client_notify_cb callback,
                                                     void* notify_cb_data);
 
-/// Sizes are those of the C structures; `timeout_ms` 0 waits without limit. Returns transport or
-/// decoder codes; the response's own result field is the caller's to look at.
+/// Sizes are those of the C structures; `timeout_ms` 0 waits forever. Returns transport or decoder
+/// codes; checking the response's own result field is up to the caller.
 qmi_client_error_type qmi_client_send_msg_sync(qmi_client_type user_handle, unsigned int msg_id,
                                                void* req_c_struct, unsigned int req_c_struct_len,
                                                void* resp_c_struct, unsigned int resp_c_struct_len,
@@ -129,8 +129,8 @@ qmi_client_error_type qmi_client_message_decode(qmi_client_type user_handle,
                                                 unsigned int src_len, void* dst,
                                                 unsigned int dst_len);
 
-/// Returns when the client's thread has ended: never call it from a callback of the same handle. (The
-/// library of a Linux host allows it: nothing but that callback runs afterwards.)
+/// Returns when the client's thread has ended, so it must not be called from a callback of the same
+/// handle. (The library of a Linux host allows that: it then runs no further callback.)
 qmi_client_error_type qmi_client_release(qmi_client_type user_handle);
 }
 

@@ -1,15 +1,14 @@
 // QMI IDL service objects, library version 6: the tables from which the QMI client library encodes
-// and decodes messages. Layouts are those of the phone's IDL runtime (LP64); they are checked
-// below.
+// and decodes messages. Layouts are those of the phone's IDL runtime (LP64), and are checked below.
 //
-// A message is a byte string. For each TLV it holds a flag byte, for optional TLVs the type byte,
-// then one element:
+// A byte string describes a message. For each TLV it holds a flag byte, the type byte if the TLV is
+// optional, and one element:
 //   flag byte     0x80 last TLV, 0x40 optional, 0x0F mandatory: TLV type, optional: distance from
 //                 the valid byte to the data
 //   element       flags, offset, [array size], [length distance], [aggregate type]
 //   element flags 0x80 offset is 16 bits, 0x40 array, 0x20 array count is 16 bits, 0x10 variable
 //                 length, 0x08 a second flag byte follows, 0x07 element type
-// An aggregate's own string is a run of elements ended by 0x20.
+// An aggregate's own string is a sequence of elements ended by 0x20.
 #pragma once
 
 #include <cstddef>
@@ -24,7 +23,7 @@ enum qmi_idl_type_of_message {
   QMI_IDL_NUM_MSG_TYPES = 3,
 };
 
-/// A type or a message: size of its C structure in bytes, and its byte string (null when empty).
+/// A type or a message: the size of its C structure in bytes, and its byte string (null if empty).
 struct qmi_idl_type_table_entry {
   uint32_t c_struct_size;
   const uint8_t* encoded;
@@ -42,7 +41,7 @@ struct qmi_idl_type_table_object {
   const void* range_checkers;
 };
 
-/// Sorted by message id within a service object; searched by bisection.
+/// Sorted by message id within a service object, for binary search.
 struct qmi_idl_service_message_table_entry {
   uint16_t qmi_message_id;
   uint16_t message_index;  ///< (table index << 12) | index into that table's messages
@@ -69,8 +68,8 @@ static_assert(sizeof(void*) != 8 || offsetof(qmi_idl_type_table_object, range_ch
 static_assert(sizeof(void*) != 8 || sizeof(qmi_idl_type_table_entry) == 16);
 static_assert(sizeof(qmi_idl_service_message_table_entry) == 6);
 
-/// The standard response as every service's C structures begin with it: result 0 success or
-/// 1 failure, and the QMI error code. On the wire two 16-bit words.
+/// The standard response, with which every response's C structure begins: result 0 (success) or 1
+/// (failure), and the QMI error code. On the wire it is two 16-bit words.
 struct qmi_response_type_v01 {
   int32_t result;
   int32_t error;

@@ -1,4 +1,4 @@
-// Little-endian integers in byte strings, and a reader that never leaves its bytes.
+// Little-endian integers in byte strings, and a bounds-checked reader.
 #pragma once
 
 #include <concepts>
@@ -12,7 +12,7 @@ namespace protocol {
 
 using byte_view = std::span<const std::uint8_t>;
 
-/// The first sizeof(T) bytes; `bytes` must have them.
+/// Reads the first sizeof(T) bytes; `bytes` must have that many.
 template <std::unsigned_integral T>
 [[nodiscard]] constexpr T load_le(byte_view bytes) {
   T value = 0;
@@ -37,7 +37,7 @@ void append_le(std::vector<std::uint8_t>& out, T value) {
   }
 }
 
-/// Takes values off the front of a byte string; nothing once there are too few bytes left.
+/// Takes values off the front of a byte string; returns no value when too few bytes are left.
 class byte_reader {
  public:
   explicit constexpr byte_reader(byte_view bytes) : rest_(bytes) {}

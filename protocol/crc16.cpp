@@ -1,7 +1,7 @@
-// CRC-16/X.25. Whole blocks of 16 bytes are folded into one block by carry-less multiplication
-// where the CPU has it: a block L x^64 + H that stands n bits before the end weighs the same,
-// modulo the polynomial, as the product of L and H with small powers of x further on. Tables finish
-// the last block and do all of the work elsewhere.
+// CRC-16/X.25. On CPUs with carry-less multiplication, 16-byte blocks are folded into one: modulo
+// the polynomial, a block L x^64 + H can be moved n bits closer to the end by multiplying L and H
+// with constants, powers of x, and is then added to the block already there. Tables handle the last
+// block, and everything on other CPUs.
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -33,7 +33,7 @@ constexpr std::uint16_t times_x(std::uint16_t remainder) {
 
 using table = std::array<std::uint16_t, 256>;
 
-/// Table k: what a byte adds to the CRC when k more bytes follow.
+/// Table k: what a byte contributes to the CRC when k more bytes follow it.
 constexpr std::array<table, block_size> make_tables() {
   std::array<table, block_size> tables{};
   for (std::size_t byte = 0; byte < 256; ++byte) {
@@ -47,7 +47,7 @@ constexpr std::array<table, block_size> make_tables() {
 }
 constexpr auto tables = make_tables();
 
-/// At most one block: the look-ups do not wait for each other.
+/// At most one block. The look-ups are independent of each other and can run in parallel.
 inline std::uint16_t add_block(std::uint16_t crc, const std::uint8_t* bytes, std::size_t count) {
   const unsigned before = crc;
   unsigned next = count < 2 ? before >> (8 * count) : 0U;
@@ -69,8 +69,8 @@ std::uint16_t add_by_tables(std::uint16_t crc, byte_view bytes) {
 #if defined(__x86_64__) || (defined(__aarch64__) && defined(__linux__))
 #define TVK_HAS_FOLDING
 
-/// Multiplying by it moves 64 bits `bits` further on. One power less: the product of two words that
-/// are written highest power first comes out one place too far on.
+/// The factor that moves 64 bits `bits` places on. It is one power less than that, because the
+/// product of two bit-reflected words comes out one place too far.
 constexpr std::uint64_t power(unsigned bits) {
   std::uint16_t remainder = 0x8000;  // 1
   for (unsigned i = 1; i < bits; ++i) remainder = times_x(remainder);
@@ -137,7 +137,7 @@ bool can_fold() {
 }
 #endif
 
-/// Needs a block at least.
+/// Needs at least one block.
 TVK_FOLDING_TARGET std::uint16_t add_by_folding(std::uint16_t crc, byte_view bytes) {
   constexpr std::size_t lanes = 4;
   const std::uint8_t* at = bytes.data();

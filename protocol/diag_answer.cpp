@@ -18,7 +18,7 @@ constexpr std::array<std::uint8_t, 4> report_codes = {log_code, 0x79, 0x92, 0x99
 constexpr std::array<std::uint8_t, 3> no_events = {event_code, 0, 0};
 constexpr std::size_t radio_header_size = 8;
 
-/// Bytes that an answer repeats where it is more than the code.
+/// How many bytes of the request an answer repeats; one, the code, for codes not listed.
 struct repeated {
   std::uint8_t code;
   std::size_t bytes;
@@ -43,7 +43,7 @@ std::size_t bytes_to_repeat(byte_view request) {
   return row == std::end(repeated_bytes) ? 1 : std::min(row->bytes, request.size());
 }
 
-/// A modem may cut the request that it repeats behind an error code.
+/// The request that follows an error code may be truncated.
 bool is_error_answer(byte_view request, byte_view packet) {
   if (packet.size() < 2 || !contains(error_codes, static_cast<error_code>(packet[0]))) return false;
   const byte_view echo = packet.subspan(1);

@@ -1,5 +1,5 @@
-// Numbers of DIAG commands, of their operations and of error answers, as modems and their clients
-// write them. Codes of packets that come unasked are in protocol/log_packet.h.
+// Codes of DIAG commands, their operations and error answers. The codes of unsolicited packets are
+// in protocol/log_packet.h.
 #pragma once
 
 #include <cstdint>
@@ -14,12 +14,12 @@ constexpr std::uint8_t subsystem_dispatch = 0x4B;  // code | subsystem u8 | comm
 constexpr std::uint8_t event_control = event_code;
 constexpr std::uint8_t log_config = 0x73;      // code | 3 zeros | operation u32
 constexpr std::uint8_t message_config = 0x7D;  // code | operation u8
-/// As 4B, and answered in one packet or several.
+/// Like 4B, but answered in one or more packets.
 constexpr std::uint8_t delayed_subsystem_dispatch = 0x80;
 constexpr std::uint8_t event_mask_get = 0x81;
 constexpr std::uint8_t event_mask_set = 0x82;
 
-/// Of a log configuration.
+/// Operations of log_config.
 enum class log_operation : std::uint32_t {
   disable = 0,
   ranges = 1,
@@ -28,7 +28,7 @@ enum class log_operation : std::uint32_t {
   get_mask = 4,
 };
 
-/// An error answer is one of these and the request.
+/// An error answer is one of these codes, followed by the request.
 enum class error_code : std::uint8_t {
   bad_command = 0x13,
   bad_parameter = 0x14,

@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t crc_size = 2;
 constexpr std::size_t min_size = 1 + crc_size;
 
-/// Where `byte` is in `bytes`, its size when it is not there.
+/// The index of `byte` in `bytes`; the size of `bytes` when it does not occur.
 std::size_t find(byte_view bytes, std::uint8_t byte) {
   if (bytes.empty()) return 0;
   const void* at = std::memchr(bytes.data(), byte, bytes.size());
@@ -23,8 +23,8 @@ std::size_t find(byte_view bytes, std::uint8_t byte) {
   return static_cast<std::size_t>(static_cast<const std::uint8_t*>(at) - bytes.data());
 }
 
-/// Writes the bytes that `frame` stands for to `out`, which may be the place of `frame`, and gives
-/// their number; nothing when the frame ends in an escape. `first` is where the first escape is.
+/// Writes the unescaped frame to `out`, which may be the frame's own memory. Returns the number of
+/// bytes; no value when the frame ends in an escape. `first` is the index of the first escape.
 std::optional<std::size_t> unescape(byte_view frame, std::size_t first, std::uint8_t* out) {
   std::uint8_t* end = out;
   for (std::size_t run = first;; run = find(frame, escape)) {
@@ -32,7 +32,7 @@ std::optional<std::size_t> unescape(byte_view frame, std::size_t first, std::uin
     end += run;
     if (run == frame.size()) return static_cast<std::size_t>(end - out);
     frame = frame.subspan(run + 1);
-    // Escapes come in groups in counters and tables: no search between neighbours.
+    // Counters and tables have runs of escapes: do not search between adjacent ones.
     while (true) {
       if (frame.empty()) return std::nullopt;
       *end++ = frame[0] ^ escape_xor;
@@ -124,7 +124,7 @@ bool deframer::next(byte_view& bytes, byte_view& packet) {
     }
     unfinished_.insert(unfinished_.end(), piece.begin(), piece.end());
     if (!ends) continue;
-    // The packet may stay in the joined frame until the next call.
+    // The caller may use the packet, which lies in the joined frame, until the next call.
     std::swap(unfinished_, frame_);
     unfinished_.clear();
     if (open(frame_, packet)) return true;

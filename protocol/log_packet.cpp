@@ -22,15 +22,15 @@ constexpr std::size_t report_header_size = 3;
 constexpr std::uint16_t event_id_mask = 0x0FFF;
 constexpr unsigned form_shift = 13;
 constexpr unsigned form_mask = 3;
-constexpr unsigned form_counted = 3;  // a length byte goes before the payload
+constexpr unsigned form_counted = 3;  // a length byte precedes the payload
 constexpr std::uint16_t truncated_bit = 0x8000;
 
-// A truncated time is bits 8-23.
+// A truncated time consists of bits 8-23 of the full one.
 constexpr unsigned truncated_shift = 8;
 constexpr time_stamp below_truncated = 0xFF;
 constexpr time_stamp up_to_truncated = 0xFFFFFF;
 
-/// The first time with these bits that is not before `full`, which events of one report share.
+/// The first time with these bits that is not before `full`, the report's last full time.
 time_stamp complete(std::uint16_t truncated, time_stamp full) {
   const time_stamp time = (full & ~up_to_truncated) | time_stamp{truncated} << truncated_shift;
   return time < (full & ~below_truncated) ? time + up_to_truncated + 1 : time;
@@ -104,7 +104,7 @@ event_reader::event_reader(byte_view report) {
 std::optional<event> event_reader::next() {
   if (rest_.empty()) return std::nullopt;
   byte_reader in(rest_);
-  rest_ = {};  // nothing can be found behind an event that is not whole
+  rest_ = {};  // where the next event starts is unknown after an incomplete one
   const bool damaged_so_far = std::exchange(damaged_, true);
 
   const auto word = in.take<std::uint16_t>();

@@ -14,13 +14,13 @@ constexpr std::uint8_t log_code = 0x10;
 constexpr std::uint8_t event_code = 0x60;
 constexpr std::uint8_t radio_code = 0x98;
 
-/// Bits 16-63 count 1.25 ms since 1980-01-06 UTC, bits 0-15 are 1/49152 of that.
+/// Bits 16-63 count units of 1.25 ms since 1980-01-06 UTC, bits 0-15 count 1/49152 of a unit.
 using time_stamp = std::uint64_t;
 [[nodiscard]] std::int64_t to_unix_microseconds(time_stamp time);
 [[nodiscard]] time_stamp from_unix_microseconds(std::int64_t microseconds);
 
-/// A packet without its 98 wrapper; radio is 1 for the first, also where there is no wrapper or it
-/// says 0 or FFFFFFFF. Nothing when a wrapper has nothing in it.
+/// A packet without its 98 wrapper. Radios count from 1; a packet without a wrapper, or with 0 or
+/// FFFFFFFF in it, is radio 1's. No value when the wrapper is empty.
 struct radio_packet {
   std::uint32_t radio = 1;
   byte_view packet;
@@ -33,9 +33,9 @@ struct log_packet {
   time_stamp time = 0;
   byte_view payload;
 };
-/// Of a whole packet that begins with 10. Nothing when its lengths do not fit its bytes.
+/// Parses a whole packet, which begins with 10. No value when its lengths contradict its size.
 [[nodiscard]] std::optional<log_packet> parse_log(byte_view packet);
-/// Of an inner log packet.
+/// Parses an inner log packet.
 [[nodiscard]] std::optional<log_packet> parse_inner_log(byte_view inner);
 [[nodiscard]] std::vector<std::uint8_t> build_log(const log_packet& log);
 
@@ -45,13 +45,13 @@ struct event {
   byte_view payload;
 };
 
-/// Walks the events of one report (a whole packet that begins with 60), truncated times completed
-/// from the full one before them.
+/// Walks the events of one report (a whole packet, which begins with 60). Truncated times are
+/// completed from the last full time before them.
 class event_reader {
  public:
   explicit event_reader(byte_view report);
   [[nodiscard]] std::optional<event> next();
-  /// The report ended inside an event, or its length does not fit its bytes.
+  /// The report ends inside an event, or its length contradicts its size.
   [[nodiscard]] bool damaged() const { return damaged_; }
 
  private:
@@ -59,8 +59,8 @@ class event_reader {
   std::optional<time_stamp> last_full_;
   bool damaged_ = false;
 };
-/// One report of one event with a full time: form 0, 1, 2 or 3 by the payload's length (at most
-/// 255 bytes).
+/// A report of a single event with a full time. The payload's length (at most 255 bytes) selects
+/// form 0, 1, 2 or 3.
 [[nodiscard]] std::vector<std::uint8_t> build_event_report(const event& one);
 
 }  // namespace protocol::diag

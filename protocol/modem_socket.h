@@ -1,5 +1,5 @@
-// The modem socket: a Unix SOCK_SEQPACKET socket, one connection one QRTR port of the local node,
-// one packet one datagram behind its address:
+// The modem socket, a Unix SOCK_SEQPACKET socket. Each connection is one QRTR port of the local
+// node; each packet is one datagram, preceded by its address:
 //   node u32 | port u32 | the datagram's bytes
 // The address is the destination when sent to the modem, the source when received from it.
 #pragma once
@@ -18,7 +18,7 @@ constexpr std::size_t address_size = 8;
 constexpr std::uint32_t modem_node = 0;
 constexpr std::uint32_t local_node = 1;
 
-/// A datagram holds at most this much; QMI's TLV length is 16 bits behind a 7-byte header.
+/// Address, QMI header of 7 bytes, and TLVs, whose length QMI counts in 16 bits.
 constexpr std::size_t max_packet_size = address_size + 7 + 65535;
 
 [[nodiscard]] inline std::array<std::uint8_t, address_size> build_address(qrtr::address at) {

@@ -1,7 +1,7 @@
 // QMI service messages as a QRTR datagram carries them:
 //   control flags u8 | transaction id u16 | message id u16 | TLV bytes u16 | TLVs
 //   TLV: type u8 | length u16 | value
-// All integers little-endian. The datagram ends where the TLVs end.
+// All integers are little-endian. The datagram ends where the TLVs end.
 #pragma once
 
 #include <cstdint>
@@ -19,7 +19,7 @@ enum class message_kind : std::uint8_t { request = 0, response = 2, indication =
 constexpr std::size_t header_size = 7;
 constexpr std::size_t tlv_header_size = 3;
 
-/// TLV types from here on are optional: a receiver skips those it does not know.
+/// TLV types from here on are optional: a receiver skips types that it does not know.
 constexpr std::uint8_t first_optional_tlv = 0x10;
 /// The standard response: u16 result (0 success, 1 failure), u16 error.
 constexpr std::uint8_t standard_response_tlv = 0x02;
@@ -58,8 +58,8 @@ struct header {
   friend bool operator==(const header&, const header&) = default;
 };
 
-/// Nothing when there are fewer than seven bytes or the flags name no kind. Does not compare
-/// tlv_length with what follows.
+/// No value for fewer than seven bytes or an unknown kind. Does not compare tlv_length with the
+/// bytes that follow.
 [[nodiscard]] std::optional<header> parse_header(byte_view datagram);
 
 /// Writes header_size bytes.
@@ -70,7 +70,7 @@ struct message {
   byte_view tlvs;
 };
 
-/// Nothing unless the datagram is a header and exactly the TLV bytes that it announces.
+/// No value unless the datagram is a header and exactly the TLV bytes that it announces.
 [[nodiscard]] std::optional<message> parse_message(byte_view datagram);
 
 struct tlv {
@@ -78,7 +78,7 @@ struct tlv {
   byte_view value;
 };
 
-/// Walks TLV bytes. After the last `next()`, `malformed()` tells whether bytes were left over.
+/// Walks TLV bytes. After the last `next()`, `malformed()` is true if bytes were left over.
 class tlv_reader {
  public:
   explicit tlv_reader(byte_view tlvs) : in_(tlvs) {}
@@ -96,7 +96,7 @@ class tlv_reader {
 /// The value of the first TLV of this type.
 [[nodiscard]] std::optional<byte_view> find_tlv(byte_view tlvs, std::uint8_t type);
 
-/// The value of a TLV that is exactly one integer.
+/// The value of a TLV that consists of exactly one integer.
 template <std::unsigned_integral T>
 [[nodiscard]] std::optional<T> find_integer(byte_view tlvs, std::uint8_t type) {
   const auto value = find_tlv(tlvs, type);
@@ -116,7 +116,7 @@ class tlv_writer {
   tlv_writer& bytes(std::uint8_t type, byte_view value);
   tlv_writer& standard_response(error code);
 
-  /// Starts over; keeps the memory.
+  /// Empties the writer; keeps its memory.
   void clear() { bytes_.clear(); }
 
   [[nodiscard]] const std::vector<std::uint8_t>& view() const { return bytes_; }

@@ -1,7 +1,7 @@
 // QMUX: QMI messages of several services and clients on one byte stream. A frame is
-//   marker 0x01 | length u16, all that follows the marker | flags u8, 0x80 from the modem
+//   marker 0x01 | length u16, of all that follows the marker | flags u8, 0x80 from the modem
 //   | service u8 | client u8 | message
-// The messages of service 0 (CTL), which hands out the clients, have a header of their own:
+// The messages of service 0 (CTL), which allocates client ids, have a different header:
 //   kind u8: 0 request, 1 response, 2 indication | transaction u8 | message id u16 | TLV bytes u16
 #pragma once
 
@@ -21,18 +21,19 @@ struct frame {
   byte_view message;
 };
 
-/// As the modem sends it; `message` has at most 65530 bytes.
+/// A frame from the modem; `message` has at most 65530 bytes.
 [[nodiscard]] std::vector<std::uint8_t> build_frame(const frame& what);
 
-/// Cuts a stream that comes in any pieces; holds at most one frame and a piece.
+/// Cuts a stream, which may arrive in arbitrary pieces, into frames. Buffers at most one frame and
+/// a piece.
 class frame_cutter {
  public:
   void add(byte_view piece);
 
-  /// The next frame that is whole, good until the next call. Nothing more once `broken()`.
+  /// The next complete frame, valid until the next call. No more frames once `broken()`.
   [[nodiscard]] std::optional<frame> next();
 
-  /// What came is no QMUX: where the next frame begins cannot be known.
+  /// The input is not QMUX, so it is unknown where the next frame begins.
   [[nodiscard]] bool broken() const { return broken_; }
 
  private:
@@ -47,7 +48,7 @@ struct control_message {
   byte_view tlvs;
 };
 
-/// Nothing unless it is a request's header and exactly the TLV bytes that it announces.
+/// No value unless it is a request's header and exactly the TLV bytes that it announces.
 [[nodiscard]] std::optional<control_message> parse_control_request(byte_view message);
 [[nodiscard]] std::vector<std::uint8_t> build_control_response(const control_message& response);
 

@@ -1,7 +1,7 @@
-// QRTR: addresses, and the 20-byte control packets by which services are found.
+// QRTR: addresses, and the 20-byte control packets that announce and look up services.
 //   command u32 | server form: service u32, instance word u32, node u32, port u32
 //               | client form: node u32, port u32, 0, 0
-// The instance word is (instance << 8) | version of the service. All integers little-endian.
+// The instance word is (instance << 8) | version of the service. All integers are little-endian.
 #pragma once
 
 #include <array>
@@ -30,7 +30,7 @@ enum class command : std::uint32_t {
   del_lookup = 11,
 };
 
-/// A service on a port. Service 0 in a lookup asks for any, instance word 0 likewise.
+/// A service on a port. In a lookup, service 0 and instance word 0 match any.
 struct server {
   std::uint32_t service = 0;
   std::uint32_t instance_word = 0;
@@ -38,7 +38,7 @@ struct server {
 
   [[nodiscard]] constexpr std::uint32_t version() const { return instance_word & 0xFF; }
   [[nodiscard]] constexpr std::uint32_t instance() const { return instance_word >> 8; }
-  /// A NEW_SERVER of zeros ends the list that answers a lookup.
+  /// The list that answers a lookup ends with a NEW_SERVER of zeros.
   [[nodiscard]] constexpr bool is_end_of_list() const { return *this == server{}; }
 
   friend bool operator==(const server&, const server&) = default;
@@ -51,7 +51,7 @@ struct control_packet {
 
 constexpr std::size_t control_packet_size = 20;
 
-/// Nothing when shorter than 20 bytes or of a command not listed above.
+/// No value for fewer than 20 bytes or a command not listed above.
 [[nodiscard]] std::optional<control_packet> parse_control(byte_view datagram);
 
 [[nodiscard]] std::array<std::uint8_t, control_packet_size> build_control(

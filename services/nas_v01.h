@@ -1,5 +1,4 @@
-// The standard NAS service. The program connects to it but sends nothing on it, so that no message
-// is described.
+// The standard NAS service. No messages are described, because the program sends none.
 #pragma once
 
 #include <cstdint>

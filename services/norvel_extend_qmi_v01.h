@@ -1,6 +1,6 @@
 // The vendor's extension service. All its messages share one layout:
 //   TLV 0x01 u32 type (request) or result (response); TLV 0x02 u32 data_len;
-//   TLV 0x10, optional, a fixed array of 512 bytes of which data_len count.
+//   TLV 0x10, optional, a fixed array of 512 bytes, of which data_len are used.
 #pragma once
 
 #include <cstddef>
@@ -11,7 +11,7 @@
 constexpr std::uint32_t norvel_extend_qmi_service_id_v01 = 0xFFE4;
 constexpr std::uint32_t norvel_extend_qmi_max_data_v01 = 512;
 
-/// The message that carries every exchange.
+/// The message used for every exchange.
 constexpr std::uint16_t norvel_extend_qmi_request_v01 = 0x0002;
 
 struct norvel_extend_qmi_msg_v01 {

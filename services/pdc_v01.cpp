@@ -4,7 +4,7 @@
 
 namespace {
 
-/// A load request with a full frame.
+/// The longest message: a load request with a full frame.
 constexpr std::uint16_t max_message = 32920;
 
 enum : std::uint8_t { config_type_index, load_type_index };
@@ -151,7 +151,7 @@ constexpr qmi_idl_service_message_table_entry used_requests[] = {
     {pdc_deactivate_config_v01, config_type_req_index, 14},
     {pdc_set_feature_v01, set_feature_req_index, 7},
 };
-/// With the token that some repeat.
+/// Includes the token that some responses repeat.
 constexpr std::uint16_t max_resp = 14;
 constexpr qmi_idl_service_message_table_entry used_responses[] = {
     {pdc_register_v01, resp_index, max_resp},

@@ -1,5 +1,5 @@
-// The standard PDC service: the configurations of carriers that the modem keeps. Every request gets
-// a standard response; what came of it follows in an indication with the request's message id.
+// The standard PDC service: the carrier configurations that the modem stores. Every request gets a
+// standard response; its outcome follows in an indication with the same message id.
 #pragma once
 
 #include <cstddef>
@@ -32,7 +32,7 @@ enum pdc_config_type_v01 : std::uint32_t {
   PDC_CONFIG_TYPE_SOFTWARE_V01 = 1,
 };
 
-/// A configuration among those of its type.
+/// Identifies a configuration: its type, and its id within that type.
 struct pdc_config_v01 {
   std::uint32_t config_type;  ///< pdc_config_type_v01
   std::uint32_t config_id_len;
@@ -40,7 +40,7 @@ struct pdc_config_v01 {
 };
 static_assert(sizeof(pdc_config_v01) == 132);
 
-// In the requests `ind_token` is the requester's choice; the indication repeats it.
+// The requester chooses `ind_token` freely; the indication repeats it.
 
 struct pdc_register_req_v01 {
   std::uint8_t enable_reporting_valid;
@@ -87,7 +87,7 @@ struct pdc_load_config_req_v01 {
   pdc_config_v01 config;
   std::uint32_t total_size;  ///< bytes of the whole configuration
   std::uint32_t config_frame_len;
-  std::uint8_t config_frame[pdc_config_frame_max_v01];  ///< the next ones, first to last
+  std::uint8_t config_frame[pdc_config_frame_max_v01];  ///< the next bytes of it
   std::uint8_t ind_token_valid;
   std::uint32_t ind_token;
 };
@@ -104,13 +104,13 @@ struct pdc_resp_v01 {
   qmi_response_type_v01 resp;
 };
 
-/// To those who registered: which configuration is active now.
+/// Sent to registered clients: the configuration that is active now.
 struct pdc_config_change_ind_v01 {
   pdc_config_v01 config;
 };
 
 struct pdc_refresh_ind_v01 {
-  std::uint32_t event;  ///< 0 start, 1 complete, 2 the client is to refresh
+  std::uint32_t event;  ///< 0 start, 1 complete, 2 the client should refresh
   std::uint8_t subscription_valid;
   std::uint32_t subscription;
   std::uint8_t slot_valid;
@@ -118,7 +118,7 @@ struct pdc_refresh_ind_v01 {
 };
 static_assert(sizeof(pdc_refresh_ind_v01) == 20);
 
-// In the other indications `error` is a QMI error code, 0 for success.
+// In all other indications `error` is a QMI error code, 0 for success.
 
 /// Set selected, delete, activate, deactivate and set feature.
 struct pdc_result_ind_v01 {
@@ -151,7 +151,7 @@ struct pdc_list_configs_ind_v01 {
   std::uint32_t config_list_len;
   pdc_config_v01 config_list[pdc_config_list_max_v01];
   std::uint8_t more_available_valid;
-  std::uint8_t more_available;  ///< not 0: the same request again brings the next part
+  std::uint8_t more_available;  ///< not 0: repeating the request returns the next part
 };
 static_assert(sizeof(pdc_list_configs_ind_v01) == 3324);
 static_assert(offsetof(pdc_list_configs_ind_v01, config_list) == 20);
@@ -162,10 +162,10 @@ struct pdc_load_config_ind_v01 {
   std::uint8_t ind_token_valid;
   std::uint32_t ind_token;
   std::uint8_t received_config_size_valid;
-  std::uint32_t received_config_size;  ///< bytes so far
+  std::uint32_t received_config_size;  ///< bytes received so far
   std::uint8_t remaining_config_size_valid;
   std::uint32_t remaining_config_size;
-  std::uint8_t frame_data_reset_valid;  ///< what came so far is forgotten
+  std::uint8_t frame_data_reset_valid;  ///< the bytes received so far were discarded
   std::uint8_t frame_data_reset;
 };
 static_assert(sizeof(pdc_load_config_ind_v01) == 32);
@@ -178,7 +178,7 @@ struct pdc_get_config_info_ind_v01 {
   std::uint32_t config_size;  ///< bytes
   std::uint8_t config_desc_valid;
   std::uint32_t config_desc_len;
-  std::uint8_t config_desc[pdc_config_description_max_v01];  ///< text without an end
+  std::uint8_t config_desc[pdc_config_description_max_v01];  ///< text, not terminated
   std::uint8_t config_version_valid;
   std::uint32_t config_version;
 };

@@ -4,7 +4,7 @@
 
 namespace {
 
-/// The longest message, a list of supported messages: 7 + 5 + 8192 bytes.
+/// The longest message is a list of supported messages: 7 + 5 + 8192 bytes.
 constexpr std::uint16_t max_message = 8204;
 
 constexpr std::uint8_t rf_get_state_resp[] = {

@@ -1,4 +1,4 @@
-// The standard SAR service: which RF exposure state (DSI) the modem is in.
+// The standard SAR service: the modem's RF exposure state (DSI).
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// From rows to a service object: what the objects of all services have in common.
+// Builds service objects: what the objects of all services have in common.
 #pragma once
 
 #include <algorithm>
@@ -13,7 +13,8 @@ namespace services {
 using rows = std::span<const qmi_idl_service_message_table_entry>;
 using entries = std::span<const qmi_idl_type_table_entry>;
 
-/// A table that refers to itself as table 0 and to the common types as table 1. Lives for ever.
+/// A table that refers to itself as table 0 and to the common types as table 1. It must be static,
+/// because it holds its own address.
 class type_table {
  public:
   constexpr type_table(entries types, entries messages)
@@ -35,11 +36,11 @@ class type_table {
   qmi_idl_type_table_object object_;
 };
 
-/// Stands for a message of the service that nobody here sends, and whose id is not known.
+/// Placeholder for a message that is not used here and whose id is unknown.
 constexpr std::uint16_t reserved_message_id = 0xFFFF;
 
-/// The rows in use, then reserved ones up to the number of messages that the service has.
-/// `empty_message` is the index of a message without TLVs.
+/// The rows in use, padded with reserved rows to the service's number of messages. `empty_message`
+/// is the index of a message without TLVs.
 template <std::size_t count>
 [[nodiscard]] consteval std::array<qmi_idl_service_message_table_entry, count> with_reserved(
     rows used, std::uint16_t empty_message) {
@@ -55,7 +56,7 @@ struct message_rows {
   rows indications;
 };
 
-/// IDL version 1.1, library version 6, as all of our services have it.
+/// Fills in IDL version 1.1 and library version 6, which all our services have.
 constexpr qmi_idl_service_object make_object(std::uint32_t service_id, std::uint32_t max_message,
                                              const message_rows& messages,
                                              const type_table& types) {
@@ -74,7 +75,7 @@ constexpr qmi_idl_service_object make_object(std::uint32_t service_id, std::uint
   };
 }
 
-/// The object when the numbers are those it was made for, else null.
+/// The object, or null unless the version numbers are the ones it was made for.
 inline qmi_idl_service_object_type if_version(const qmi_idl_service_object& object,
                                               std::int32_t idl_major, std::int32_t idl_minor,
                                               std::int32_t library_version) {

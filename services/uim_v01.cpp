@@ -125,7 +125,7 @@ constexpr qmi_idl_message_table_entry messages[] = {
 
 constexpr services::type_table table(types, messages);
 
-/// The longest, an answer with five cards of twenty applications in both forms.
+/// The longest message is a response with five cards of twenty applications, in both forms.
 constexpr std::uint16_t max_message = 9305;
 
 constexpr qmi_idl_service_message_table_entry requests[] = {

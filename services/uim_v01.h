@@ -26,7 +26,7 @@ constexpr std::size_t uim_eid_size_v01 = 16;
 constexpr std::size_t uim_max_apdu_v01 = 1024;
 constexpr std::size_t uim_max_select_response_v01 = 255;
 
-/// The answer of messages that have nothing else to say.
+/// The response of messages that return nothing but a result.
 struct uim_resp_v01 {
   qmi_response_type_v01 resp;
 };
@@ -39,7 +39,7 @@ static_assert(sizeof(uim_power_down_req_v01) == 4);
 struct uim_power_up_req_v01 {
   std::int32_t slot;
   std::uint8_t ignore_hotswap_switch_valid;
-  std::uint8_t ignore_hotswap_switch;  ///< 1: power up even where no card is seen
+  std::uint8_t ignore_hotswap_switch;  ///< 1: power up even if no card is detected
   std::uint8_t mode_valid;
   std::int32_t mode;  ///< 0 telecom
 };
@@ -73,7 +73,7 @@ struct uim_send_apdu_resp_v01 {
   qmi_response_type_v01 resp;
   std::uint8_t apdu_valid;
   std::uint32_t apdu_len;
-  std::uint8_t apdu[uim_max_apdu_v01];  ///< status words at its end
+  std::uint8_t apdu[uim_max_apdu_v01];  ///< ends in the status words
 };
 static_assert(sizeof(uim_send_apdu_resp_v01) == 1040);
 
@@ -107,7 +107,7 @@ struct uim_card_result_v01 {
   std::uint8_t sw2;
 };
 
-/// To both messages about channels.
+/// The response to opening and to closing a channel.
 struct uim_logical_channel_resp_v01 {
   qmi_response_type_v01 resp;
   std::uint8_t channel_id_valid;
@@ -123,7 +123,7 @@ static_assert(offsetof(uim_logical_channel_resp_v01, card_result) == 11);
 
 struct uim_get_card_status_req_v01 {
   std::uint8_t extended_card_status_valid;
-  std::uint8_t extended_card_status;  ///< 1: asked for
+  std::uint8_t extended_card_status;  ///< 1: requested
 };
 static_assert(sizeof(uim_get_card_status_req_v01) == 2);
 
@@ -158,7 +158,7 @@ struct uim_card_info_v01 {
 };
 static_assert(sizeof(uim_card_info_v01) == 1540);
 
-/// Indices name an application: its number in the low byte, its slot in the high one, from 0.
+/// Indices identify an application: number in the low byte, slot in the high byte, both from 0.
 struct uim_card_status_v01 {
   std::uint16_t index_gw_primary;
   std::uint16_t index_1x_primary;

@@ -7,7 +7,7 @@
 //                     TLV 0x03 u8 count, u32 data ids
 //           response  TLV 0x02 standard response; TLV 0x10, optional, u8 count, entries of
 //                     u16 subscription, u16, u32 data id, u16 data length, data
-// The entries' data are records of modem_stats/records.
+// The data of the entries are the records of modem_stats/records.
 #pragma once
 
 #include <cstddef>
@@ -23,7 +23,7 @@ constexpr std::uint16_t vendor_stats_get_v01 = 0x0207;
 constexpr std::uint32_t vendor_stats_max_ids_v01 = 10;
 constexpr std::uint32_t vendor_stats_max_data_v01 = 700;
 
-/// Which feature a switch is for.
+/// The feature number of statistics collection.
 constexpr std::uint32_t vendor_stats_collection_v01 = 2;
 
 struct vendor_stats_feature_req_v01 {
@@ -53,7 +53,7 @@ static_assert(sizeof(vendor_stats_get_req_v01) == 48);
 
 struct vendor_stats_entry_v01 {
   std::uint16_t sub;
-  std::uint16_t number;  ///< of the request; not looked at
+  std::uint16_t number;  ///< the request's; ignored
   std::uint32_t id;
   std::uint32_t data_len;  ///< bytes
   std::uint8_t data[vendor_stats_max_data_v01];

@@ -1,5 +1,5 @@
-# What run, test and .ci/run share: installing the Debian packages that are missing, and building in
-# this checkout one at a time.
+# Shared by run, test and .ci/run: installs missing Debian packages, and serialises builds in this
+# checkout.
 # shellcheck shell=bash
 
 packages_to_build=(
@@ -14,7 +14,7 @@ packages_to_check=(
   libsqlite3-dev:arm64 libsqlitecpp-dev:arm64 libzstd-dev:arm64 zlib1g-dev:arm64
 )
 
-# A package may be there for both architectures: unless it says which, this machine's counts.
+# A package may be installed for both architectures; a name without one means this machine's.
 is_installed() {
   local architecture=$(dpkg --print-architecture)
   [[ $1 == *:* ]] && architecture=${1#*:}
@@ -30,12 +30,12 @@ install_packages() {
   [ ${#missing[@]} -eq 0 ] && return 0
   local by_hand="install these Debian packages and try again: ${missing[*]}"
   if ! command -v apt-get >/dev/null; then
-    echo "There is no apt-get here; $by_hand" >&2
+    echo "apt-get not found; $by_hand" >&2
     return 1
   fi
   if [ "$(id -u)" -ne 0 ]; then
     if ! command -v sudo >/dev/null; then
-      echo "Neither root nor sudo here; $by_hand" >&2
+      echo "not root, and sudo not found; $by_hand" >&2
       return 1
     fi
     as_root=(sudo)
@@ -49,13 +49,13 @@ install_packages() {
     apt-get install -y -q --no-install-recommends "${missing[@]}" >&2
 }
 
-# Two builds in one folder would write the same files: the second waits until the first has ended.
-# The lock goes with this shell and all it starts, unless unlock_build gives it back.
+# Two builds in one folder would write the same files, so the second waits for the first. The lock is
+# held until this shell and its children end, or until unlock_build.
 lock_build() {
   mkdir -p "$1/build"
   exec {build_lock}>"$1/build/.lock"
   flock --nonblock "$build_lock" && return 0
-  echo "Another ./run or ./test is busy in this checkout; waiting for it." >&2
+  echo "Another ./run or ./test is building in this checkout; waiting for it." >&2
   flock "$build_lock"
 }
 

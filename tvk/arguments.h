@@ -1,7 +1,7 @@
 // Numbers on the command line.
 #pragma once
 
-/// What an argument denotes: hexadecimal behind "0x" or "0X", else what atoi makes of it.
+/// Parses an argument: hexadecimal after "0x" or "0X", otherwise as atoi does.
 int norvel_string_to_int(char* str);
 
 /// The value of hexadecimal digits; any other character counts as the digit 0. More than 50

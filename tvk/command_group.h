@@ -1,11 +1,11 @@
-// What the command groups share: the checks before a command runs, the note lines that tell of
-// misuse, and the road from a sub-command number to its function.
+// What the command groups share: the checks before a command runs, the note lines about misuse,
+// and the dispatch from a sub-command number to its function.
 #pragma once
 
 #include <cstdint>
 #include <span>
 
-/// A function of a command: takes the untouched argument vector, returns 0 or an error code.
+/// A command: takes the complete argument vector, returns 0 or an error code.
 using command_function = int (*)(int argc, char** argv);
 
 struct sub_command {
@@ -27,14 +27,14 @@ struct command_group {
   std::span<const sub_command> commands = {};
 };
 
-/// printf of a note line, by the group's rule.
+/// Prints a note line, unless the group obeys the quiet flag and it is set.
 void print_misuse(const command_group& group, const char* fmt, ...)
     __attribute__((format(printf, 2, 3)));
 
-/// The count and group checks, in the group's order. When one fails its note and the group's usage
-/// are printed.
+/// Runs the count and group checks in the group's order. When one fails, prints its note and the
+/// group's usage.
 [[nodiscard]] bool may_run(const command_group& group, int argc, char** argv);
 
-/// Checks, picks the sub-command by argv[2] and runs it; tells of a failure. Returns 0 when the
-/// sub-command did its work.
+/// Runs the checks and the sub-command that argv[2] selects; prints a note on failure. Returns 0 on
+/// success.
 int run_group(const command_group& group, int argc, char** argv);

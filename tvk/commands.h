@@ -1,5 +1,5 @@
-// The dispatchers of the command groups. Each takes the untouched argument vector and returns 0, or
-// another number when its command did not do its work; what went wrong is printed.
+// The dispatchers of the command groups. Each takes the complete argument vector. It returns 0, or
+// another number after printing what went wrong.
 #pragma once
 
 int norvel_test_rf_do(int argc, char** argv);

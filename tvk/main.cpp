@@ -1,5 +1,5 @@
-// tarvik_console GROUP [SUB] [ARGS...]: one command a run. The exit status is 0 whatever comes of
-// it; results are read from what is printed.
+// tarvik_console GROUP [SUB] [ARGS...]: runs one command. The exit status is always 0; callers read
+// the outcome from the output.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -36,9 +36,8 @@ constexpr auto groups = std::to_array<group_entry>({
     {10, norvel_test_mbn_do},
 });
 
-/// A standard descriptor that the caller closed would be the number of the next socket or port, and
-/// what is printed would go there. Its place is kept; not for writing, so that printing still
-/// fails.
+/// If the caller closed a standard descriptor, the next socket or port would get its number and
+/// receive our output. /dev/null takes the number instead, read-only so that printing still fails.
 void keep_standard_descriptors() {
   int opened = 0;
   do {
@@ -51,8 +50,8 @@ void keep_standard_descriptors() {
 
 int main(int argc, char** argv) {
   keep_standard_descriptors();
-  // A pipe or file gets each line as soon as it is printed, as a terminal does: a command may wait
-  // for long, and may be killed while it does.
+  // Pipes and files get each line at once, as a terminal does: a command may wait for a long time,
+  // and may be killed while it waits.
   std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
   const int number = argc >= 2 ? std::atoi(argv[1]) : 0;
   const auto* group = std::ranges::find(groups, number, &group_entry::number);

@@ -12,7 +12,7 @@ namespace {
 
 struct field {
   const char* name;
-  int width;  ///< bytes, little-endian, packed
+  int width;  ///< in bytes; fields are little-endian and packed
 };
 
 constexpr field version_field{"version", 1};
@@ -112,8 +112,8 @@ constexpr std::array blocks = std::to_array<block>({
     {8, "uim", norvel_modem_stats_uim_info_unpk},
 });
 
-/// `p` starts with the version. sic: a block is read behind the blocks printed before it, not at
-/// its own place, so a mask that leaves one out shows another block's bytes.
+/// `p` starts with the version. sic: a block is read right after the last one printed, not at its
+/// own offset, so a mask that skips a block shows another block's bytes.
 void print_blocks(unsigned char* p, int mask) {
   unpack(p, std::span(&version_field, 1));
   std::uint8_t count = 1;
@@ -165,7 +165,7 @@ void norvel_test_modem_stats_get_debug_info_do(int mask) {
     return;
   }
   if (answer.result != 0) {
-    // sic: the modem's result twice
+    // sic: prints the modem's result twice
     std::printf("qmi response fail, result = %d, rsp.result = %d\n", answer.result, answer.result);
     return;
   }

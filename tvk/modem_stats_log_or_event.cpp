@@ -10,7 +10,7 @@
 
 namespace {
 
-/// What every decoder gets to see: a version that no log has, then little but zeros.
+/// The input of every decoder: a version that no log has, then mostly zeros.
 constexpr auto test_payload = [] {
   std::array<unsigned char, 108> payload = {0x09, 0x00, 0x04};
   payload[15] = 0x01;

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// A command that tells of its failures by itself, and never to the dispatcher.
+/// Wraps a command that prints its own failures and returns nothing.
 template <void (*Command)()>
 int without_result(int /*argc*/, char** /*argv*/) {
   Command();

@@ -1,4 +1,4 @@
-// Card status and slot hot-swap: arguments become the 32-bit values of a common message.
+// Card status and slot hot-swap: sends the arguments as the 32-bit values of a common message.
 #include <array>
 #include <cstdint>
 #include <cstdlib>
@@ -13,7 +13,7 @@ namespace {
 
 using norvel_common::message_number;
 
-/// The most values that a command takes.
+/// No command takes more values than the hot-swap test.
 constexpr std::size_t hotswap_values = 4;
 
 int send_values(message_number type, std::span<std::int32_t> values) {
@@ -21,7 +21,7 @@ int send_values(message_number type, std::span<std::int32_t> values) {
                              reinterpret_cast<char*>(values.data()));
 }
 
-/// Reads and prints `count` arguments, which must be all there are.
+/// Converts, prints and sends the arguments, of which there must be exactly `count`.
 template <typename Convert>
 int send_arguments(message_number type, std::size_t count, int argc, char** argv, Convert convert) {
   const int needed = static_cast<int>(count) + 3;
@@ -36,7 +36,7 @@ int send_arguments(message_number type, std::size_t count, int argc, char** argv
 }
 
 int norvel_cmn_card_status_cmd(message_number type, std::size_t count, int argc, char** argv) {
-  // Every parameter of a card status command is a flag.
+  // All parameters of card status commands are flags.
   return send_arguments(type, count, argc, argv, [](int value) { return value != 0 ? 1 : 0; });
 }
 
@@ -45,7 +45,7 @@ int norvel_cmn_card_status_cmd_ex(int argc, char** argv) {
                         [](int value) { return value; });
 }
 
-/// The title that names the function and its line.
+/// Prints the function and its line as a title.
 void print_title(const char* function, int line) {
   print_note("RIL[%s:%d]: %s\n", function, line, function);
 }

@@ -1,4 +1,4 @@
-// A common message whose answer is shown.
+// Sends a common message and prints its answer.
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -12,11 +12,11 @@
 
 namespace {
 
-/// A longer payload than this is dropped. It is more than the message holds.
+/// Longer payloads are dropped. sic: the message holds less than this.
 constexpr unsigned int max_accepted_len = 499;
 
 void print_answer(const norvel_common::answer& answer) {
-  // sic: the data is printed from its start, where the length stands second.
+  // sic: the data is printed from its start, which holds the length itself in its second word.
   std::uint32_t data_len = 0;
   std::memcpy(&data_len, answer.data.data() + sizeof data_len, sizeof data_len);
   std::printf("\ndata len(%d)\ndata:", static_cast<int>(data_len));

@@ -1,4 +1,4 @@
-// A raw DIAG request, given byte by byte.
+// Sends a raw DIAG request, given byte by byte.
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -21,8 +21,8 @@ using reply_buffer = std::array<unsigned char, norvel_diag_max_response>;
 
 constexpr int first_byte_argument = 6;
 
-/// Bytes beyond the room are left out. Each is printed as it is read, so that a number that ends
-/// the process is seen to do so.
+/// Bytes beyond the buffer are ignored. Each byte is printed as soon as it is parsed, so that the
+/// output shows which number aborted the process.
 void read_request(std::span<char*> arguments, request_buffer& request) {
   print_note("diag cmd:\n");
   const std::size_t count = std::min(arguments.size(), request.size());
@@ -49,7 +49,7 @@ constexpr mode modes[] = {
      norvel_diag_cmd_send_with_result_by_dci_mode, 1},
 };
 
-/// In one piece: the watcher may still print.
+/// Printed in one call, because the watcher thread may still be printing.
 void print_reply(std::span<const unsigned char> reply) {
   std::string bytes;
   for (const unsigned char byte : reply) {
@@ -72,7 +72,7 @@ int norvel_cmn_diag_cmd_send(int argc, char** argv) {
   const int time_out = std::atoi(argv[5]);
   const std::span arguments(argv + first_byte_argument,
                             static_cast<std::size_t>(argc - first_byte_argument));
-  // More than there is room for keeps its length, and is refused for it.
+  // The real number of bytes, even if the buffer holds fewer: the length check then refuses it.
   const auto length = static_cast<unsigned int>(arguments.size());
   request_buffer request{};
   read_request(arguments, request);

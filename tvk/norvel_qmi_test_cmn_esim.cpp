@@ -1,5 +1,5 @@
-// The eSIM switch test: between the eUICC and the physical SIM of the second slot, its EID, the
-// states of the cards, and the reset of the eUICC's memory. Whatever is quiet, the outcome is not.
+// The eSIM switch test: switches the second slot between eUICC and physical SIM, reads the EID and
+// the card states, and resets the eUICC's memory. The outcome is printed even when quiet.
 #include <array>
 #include <chrono>
 #include <cstdint>
@@ -36,8 +36,8 @@ std::string hex_of(std::uint8_t* bytes, std::size_t count) {
   return text;
 }
 
-/// The check digits of a decimal EID, by ISO 7064 MOD 97-10. A letter counts as its distance from
-/// '0', so that an EID with letters hardly ever passes.
+/// Verifies the check digits of a decimal EID (ISO 7064 MOD 97-10). A letter counts as its distance
+/// from '0', so an EID with letters hardly ever passes.
 bool is_eid_valid(const std::string& text) {
   NORVEL_LOG("check whether eid valid\n");
   int remainder = 0;
@@ -50,7 +50,7 @@ bool is_eid_valid(const std::string& text) {
   return false;
 }
 
-/// The EID is known to be stored.
+/// Set once the EID is known to be stored.
 bool IS_EID_SAVE = false;  // NOLINT(readability-identifier-naming): the product's own name
 
 void save_eid_to_efs(const eid_bytes& eid) {
@@ -85,10 +85,10 @@ bool set_power(bool up, bool ignore_hotswap) {
   return result == 0;
 }
 
-/// What the second slot is to be.
+/// What the second slot can be switched to.
 enum class second_slot : std::uint32_t { esim = 0, physical_sim = 1 };
 
-/// Tells the modem while the slot is without power.
+/// Powers the slot down, notifies the modem, and powers it up again.
 bool switch_to(second_slot wanted) {
   if (!set_power(false, false)) return false;
   std::array<std::uint32_t, 2> notice{static_cast<std::uint32_t>(wanted), 0};
@@ -99,13 +99,13 @@ bool switch_to(second_slot wanted) {
 }
 
 std::optional<eid_bytes> wait_for_eid(int attempts) {
-  constexpr std::size_t telling_bytes = 8;  // zeros here: nothing was read
+  constexpr std::size_t checked_bytes = 8;  // all zero: no EID was read
   for (int loop = 0; loop < attempts; ++loop) {
     pause_for(std::chrono::milliseconds(100));
     NORVEL_LOG_AS(command, "try get eid loop = %d", loop);
     eid_bytes eid{};
     norvel_uim_request_eid(esim_slot, eid.data());
-    for (std::size_t i = 0; i < telling_bytes; ++i) {
+    for (std::size_t i = 0; i < checked_bytes; ++i) {
       if (eid[i] != 0) return eid;
     }
   }
@@ -163,14 +163,14 @@ void show_card_states() {
   map_sim_state(states);
 }
 
-/// SELECT names this application of an eUICC, its root security domain.
+/// The application to select: the eUICC's root security domain (ISD-R).
 constexpr std::array<std::uint8_t, 16> isd_r = {0xA0, 0x00, 0x00, 0x05, 0x59, 0x10, 0x10, 0xFF,
                                                 0xFF, 0xFF, 0xFF, 0x89, 0x00, 0x00, 0x01, 0x00};
-/// STORE DATA with eUICCMemoryReset: profiles, test profiles, address of the default server.
+/// STORE DATA with eUICCMemoryReset of profiles, test profiles and the default server address.
 constexpr std::array<std::uint8_t, 13> memory_reset = {0x80, 0xE2, 0x91, 0x00, 0x07, 0xBF, 0x34,
                                                        0x04, 0x82, 0x02, 0x05, 0xE0, 0x00};
 
-/// Whether the eUICC says that nothing is left on it.
+/// Whether the eUICC reports that it is empty now.
 bool is_reset(norvel_apdu_response& response) {
   constexpr std::size_t telling_bytes = 8;
   const std::string text =
@@ -206,7 +206,7 @@ void reset_euicc() {
   std::puts("value=SUCCEED");
 }
 
-/// By `esim_on`, from 1.
+/// Indexed by `esim_on` - 1.
 constexpr std::array actions = {switch_to_esim, switch_to_physical_sim, read_eid, show_card_states,
                                 reset_euicc};
 

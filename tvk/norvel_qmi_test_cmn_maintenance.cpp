@@ -1,4 +1,4 @@
-// Restart and full dump of the modem, NV synchronisation, SAR state.
+// Modem restart and full dump, NV synchronisation, SAR state.
 #include <array>
 #include <chrono>
 #include <cstdint>
@@ -23,11 +23,11 @@ constexpr char restart_level[] = "persist.vendor.ssr.restart_level";
 constexpr char restart_level_backup[] = "persist.vendor.ssr.restart_level_bak";
 constexpr char wait_seconds[] = "persist.radio.ssr_wait_s";
 
-/// A crash of the modem restarts it, or ends in a full dump.
+/// Restart levels: a crash of the modem restarts it, or ends in a full dump.
 constexpr char restart_on_crash[] = "ALL_ENABLE";
 constexpr char dump_on_crash[] = "ALL_DISABLE";
 
-/// Argument of a modem reset.
+/// Payload of the modem reset message.
 enum class reset_kind : std::uint32_t { restart = 0x1000, full_dump = 0x2000 };
 
 constexpr std::string_view ssr_update_count_file = "/nv/item_files/modem/norvel/ssr_update_count";
@@ -47,7 +47,7 @@ void reset_modem(reset_kind kind) {
   send_message(norvel_common::modem_reset, &kind, sizeof kind);
 }
 
-/// False when the wait says that the restart is to be stopped.
+/// Waits; false when the configured wait is negative, which cancels the restart.
 bool wait_for_restart_level() {
   if (norvel_cmn_test_ssr_wait_s() >= 0) return true;
   std::puts("wait_s < 0, ssr is stoped");  // sic
@@ -67,7 +67,7 @@ std::uint32_t norvel_cmn_test_read_ssr_update_flag() {
   return 0;
 }
 
-/// Counts how often the restart level was switched for a full dump, on the modem itself.
+/// Increments a counter, stored on the modem, of switches of the restart level for a full dump.
 void norvel_cmn_test_save_ssr_update_flag() {
   std::uint32_t count = checked_add(norvel_cmn_test_read_ssr_update_flag(), std::uint32_t{1});
   const int ret = norvel_efs_write(0, ssr_update_count_file.data(),

@@ -1,4 +1,4 @@
-// Group 8: one AT command, written into the modem's AT channel by the shell.
+// Group 8: writes one AT command to the modem's AT channel through the shell.
 #include <pthread.h>
 
 #include <array>
@@ -43,7 +43,7 @@ bool is_valid_input(int argc, char** argv) {
   return true;
 }
 
-/// Does not read the channel: it says that it is not open and lets the sender go on.
+/// Never reads the channel: only prints that it is not open and lets the sender continue.
 void* norvel_test_at_cmd_receive(void* /*arg*/) {
   constexpr int g_at_serial_fd = 0;
   std::puts("The thread to receive data from serial is started");

@@ -11,7 +11,7 @@
 #include "tvk/commands.h"
 #include "tvk/usage.h"
 
-/// What is known of the modem's configuration files.
+/// What is known about the modem's configuration files.
 class novrel_pdc_mbn_info {  // sic
  public:
   void clear() {
@@ -34,7 +34,7 @@ constexpr command_group mbn{.number = 10, .least_argc = 4};
 
 novrel_pdc_mbn_info g_novrel_pdc_mbn_info;
 
-/// Result of the last connection to the service.
+/// Result of the last attempt to connect to the service.
 int g_pdc_init_status = -1;
 
 int norvel_test_mbn_pdc_init(int /*force_init*/) {

@@ -19,7 +19,7 @@ using item_data = std::array<unsigned char, norvel_nv_max_data>;
 
 constexpr int read_or_delete_argc = 5;
 
-/// An argument that is 0 or anything else.
+/// 0 for an argument of 0, otherwise 1.
 unsigned int flag(const char* argument) {
   return std::atoi(argument) == 0 ? 0 : 1;
 }
@@ -35,7 +35,7 @@ efs_path path_of(char** argv) {
           static_cast<unsigned int>(std::strlen(argv[4]))};
 }
 
-/// The bytes from argv[5] on, as many as an item takes.
+/// The bytes from argv[5] on, up to the maximum size of an item.
 std::span<unsigned char> read_data(int argc, char** argv, item_data& data) {
   const auto count = std::min<std::size_t>(static_cast<std::size_t>(argc - 5), data.size());
   std::transform(argv + 5, argv + 5 + count, data.begin(), [](const char* argument) {
@@ -44,7 +44,7 @@ std::span<unsigned char> read_data(int argc, char** argv, item_data& data) {
   return std::span(data).first(count);
 }
 
-/// Shows what a read brought, or that it failed.
+/// Prints the data that was read, or that reading failed.
 int show(int error, std::span<const unsigned char> data) {
   if (error == 0) {
     print_data(data);

@@ -1,4 +1,4 @@
-// Group 9: statistics records over QMI. One run asks for one record and prints it.
+// Group 9: statistics records over QMI. Each run requests one record and prints it.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -21,7 +21,7 @@ struct option_row {
   int option;
   modem_stats_data_id_e_type id;
   const shown_record* kind;
-  bool of_subscription_0 = false;  ///< whichever is asked for
+  bool of_subscription_0 = false;  ///< regardless of the subscription that was asked for
 };
 constexpr option_row options[] = {
     {0, modem_stats::lte_srv_meas_pcc_record.id, &g_lte_carrier},

@@ -22,7 +22,8 @@ constexpr int max_data = 500;
 
 using payload = std::array<unsigned char, max_data>;
 
-/// Prints each byte as it is read, so that a number that ends the process is seen to do so.
+/// Prints each byte as soon as it is parsed, so that the output shows which number aborted the
+/// process.
 int read_bytes(std::span<char*> arguments, payload& bytes) {
   const auto count = std::min<std::size_t>(arguments.size(), bytes.size());
   for (std::size_t i = 0; i < count; ++i) {

@@ -1,4 +1,4 @@
-// Group 3: GPIO and RF transmit test settings. The modem keeps each in an EFS file.
+// Group 3: GPIO and RF transmit test settings. The modem stores each in an EFS file.
 #include <array>
 #include <cstdint>
 #include <cstdio>
@@ -21,7 +21,7 @@ constexpr std::string_view rf_tx_file = "/nv/item_files/modem/antenna/ant_tx_con
 constexpr int max_gpio_values = 50;
 
 struct gpio_setting {
-  std::int32_t count;  ///< as typed, however many values follow
+  std::int32_t count;  ///< as typed, even if fewer or more values follow
   std::array<std::int32_t, max_gpio_values> values;
 };
 
@@ -93,7 +93,7 @@ int norvel_gpio_test_closed(int argc, char** /*argv*/) {
 
 int norvel_rf_tx_test_set(int argc, char** argv) {
   std::printf("norvel_rf_tx_test_set, argc(%d)\n", argc);
-  if (argc != 6) return refuse_inputs(rf, 5);  // sic: the program's own name is not counted here
+  if (argc != 6) return refuse_inputs(rf, 5);  // sic: only here without counting the program name
   rf_tx_setting setting{};
   setting.v_ant = std::atoi(argv[3]);
   setting.v_sys = std::atoi(argv[4]);

@@ -21,14 +21,14 @@ namespace {
 
 constexpr std::size_t max_fields = 22;
 
-/// The number of fields when there is none of this name.
+/// fields.size() when no field has this name.
 constexpr std::size_t index_of(std::span<const field_row> fields, std::string_view name) {
   std::size_t at = 0;
   while (at < fields.size() && fields[at].name != name) ++at;
   return at;
 }
 
-/// Hands the line's texts and field names to the two functions, in order.
+/// Calls `text` and `field` with the line's literal texts and {NAME}s, in order.
 template <typename Text, typename Field>
 constexpr void walk(std::string_view line, Text text, Field field) {
   while (!line.empty()) {
@@ -52,7 +52,7 @@ consteval shown_record shown(std::span<const field_row> fields, const char* line
   return {fields, line};
 }
 
-/// The next field of the payload.
+/// Takes the next field from the payload.
 std::optional<field_value> take(const field_row& field) {
   qmi_modem_stats_state& state = g_qmi_modem_stats;
   if (state.cursor < 0) {

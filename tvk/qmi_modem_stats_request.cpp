@@ -18,7 +18,7 @@ bool fail(std::uint32_t result, int number, int sub, int id) {
   return false;
 }
 
-/// Whether the answer holds the one record that was asked for; says what is wrong with it.
+/// Whether the answer holds exactly the requested record; prints what is wrong otherwise.
 bool is_usable(const vendor_stats_get_resp_v01& answer, int number, int sub, int id) {
   if (answer.entries_valid != 1) return fail(no_data, number, sub, id);
   const int count = static_cast<int>(std::min(answer.entries_len, vendor_stats_max_ids_v01));

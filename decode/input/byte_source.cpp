@@ -25,7 +25,7 @@ class file_source final : public byte_source {
     front_left_ = front_size_ = read_file(front_);
   }
 
-  /// The first bytes, which read() gives all the same.
+  /// The first bytes; read() returns them as well.
   [[nodiscard]] std::span<const std::uint8_t> front() const {
     return std::span(front_).first(front_size_);
   }
@@ -60,7 +60,7 @@ class file_source final : public byte_source {
   const file_descriptor file_;
   std::array<std::uint8_t, packing_magic_size> front_{};
   std::size_t front_size_ = 0;
-  std::size_t front_left_ = 0;  // that read() has not given yet
+  std::size_t front_left_ = 0;  // bytes that read() has not returned yet
   std::uint64_t consumed_ = 0;
 };
 

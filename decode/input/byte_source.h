@@ -1,4 +1,4 @@
-// The bytes of a capture, whatever they are packed with.
+// The bytes of a capture, unpacked if necessary.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,7 @@
 
 namespace decode {
 
-/// A file cannot be opened; in words for a person, without its name.
+/// A file cannot be opened. The message is for the user and does not name the file.
 class input_error : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -22,14 +22,14 @@ class byte_source {
   byte_source& operator=(const byte_source&) = delete;
   virtual ~byte_source() = default;
 
-  /// Fills the front of `out` and gives how much: less than asked only at the end. Everything that
-  /// can be read is given; damage() says whether that was everything.
+  /// Fills `out` from the start and returns the number of bytes, which is less than its size only
+  /// at the end. Returns everything that can be read; damage() says whether something was lost.
   [[nodiscard]] virtual std::size_t read(std::span<std::uint8_t> out) = 0;
 
-  /// Bytes taken from the file so far, packed as they are there.
+  /// Bytes read from the file so far, before unpacking.
   [[nodiscard]] virtual std::uint64_t consumed() const = 0;
 
-  /// The first thing that was found wrong so far, in words for a person; empty when nothing was.
+  /// The first problem found so far, as a message for the user; empty if there was none.
   [[nodiscard]] const std::string& damage() const { return damage_; }
 
  protected:
@@ -43,12 +43,12 @@ class byte_source {
   std::string damage_;
 };
 
-/// What unpacking may take unless more is allowed: enough for what the packers make of their own
-/// accord, a dictionary of 64 MiB (`xz -9`) and a window of 128 MiB (`zstd --long`) included.
+/// Default memory limit for unpacking. It suffices for everything that packers produce unless told
+/// to use more, up to a dictionary of 64 MiB (`xz -9`) or a window of 128 MiB (`zstd --long`).
 constexpr std::uint64_t unpacking_memory = std::uint64_t{136} * 1024 * 1024;
 
-/// A file, or standard input for "-"; packed ones are unpacked, in `memory` bytes at most. Throws
-/// input_error.
+/// Opens a file, or standard input for "-". Packed files are unpacked, using at most `memory`
+/// bytes. Throws input_error.
 [[nodiscard]] std::unique_ptr<byte_source> open_source(const std::string& path,
                                                        std::uint64_t memory = unpacking_memory);
 

@@ -12,16 +12,16 @@ namespace {
 using protocol::byte_view;
 using protocol::load_le;
 
-/// Packets in a row that settle an unframed kind, when there are so many.
+/// After this many consecutive packets, an unframed kind is certain.
 constexpr int enough_packets = 16;
 
-/// Pieces that are tried for frames: a capture may begin in the middle of one or with damage.
+/// How many pieces to try as frames: a capture may begin in the middle of one or with damage.
 constexpr int enough_pieces = 64;
 
-/// One in 65,536 pieces of anything has a good checksum by chance.
+/// One is not enough: one in 65,536 pieces of any data has a good checksum by chance.
 constexpr int enough_frames = 2;
 
-/// The length of a .qmdl2 header, 0 when there is none: u32 length, u8 version 2, u8 data type,
+/// The length of a .qmdl2 header, or 0 if there is none: u32 length, u8 version 2, u8 data type,
 /// u32 g, g GUIDs of 16 bytes, u32 d, d entries of 47 bytes.
 std::size_t qmdl2_header(byte_view front) {
   constexpr std::size_t guids_at = 10;
@@ -35,8 +35,8 @@ std::size_t qmdl2_header(byte_view front) {
   return header == load_le<std::uint32_t>(front) && header <= front.size() ? header : 0;
 }
 
-/// Packets without framing that follow each other at the front, up to enough_packets. One with
-/// something else behind it is chance.
+/// The number of consecutive unframed packets at the start, up to enough_packets. A single one that
+/// something else follows is a coincidence.
 int packets_in_chain(byte_view front, std::size_t prefix) {
   int packets = 0;
   std::uint64_t skipped = 0;
@@ -62,8 +62,8 @@ int good_frames(byte_view front) {
 
 }  // namespace
 
-// The first bytes of frames make a chain of unframed packets more often than one would think, and
-// a frame that is not escaped begins like a bare packet.
+// Frames are tried first: their first bytes quite often look like a chain of unframed packets, and
+// a frame without escapes begins like a bare packet.
 recognised recognise(byte_view front) {
   if (const auto header = qmdl2_header(front); header != 0) return {capture_kind::hdlc, header};
   const int frames = good_frames(front);

@@ -1,4 +1,4 @@
-// What kind of capture bytes are. Names of files say little: the content decides.
+// Recognises the kind of a capture by its content, because file names say little.
 #pragma once
 
 #include <cstddef>
@@ -9,9 +9,9 @@
 namespace decode {
 
 enum class capture_kind : std::uint8_t {
-  hdlc,  // DIAG frames as they came over a wire: .qmdl, .mi2log, .qmdl2 behind its header
-  logs,  // inner log packets back to back: .dlf
-  bare,  // whole log packets (10 00 n n ...) back to back, without framing
+  hdlc,  // DIAG frames as sent over a wire: .qmdl, .mi2log, .qmdl2 after its header
+  logs,  // consecutive inner log packets: .dlf
+  bare,  // consecutive whole log packets (10 00 n n ...), without framing
 };
 
 struct recognised {
@@ -19,11 +19,11 @@ struct recognised {
   std::size_t header = 0;  // bytes before the first packet
 };
 
-/// How much of a capture is looked at.
+/// How many bytes of a capture are examined.
 constexpr std::size_t recognised_from = std::size_t{64} * 1024;
 
-/// `front` is the first recognised_from bytes of a capture, or all there are. What is nothing else
-/// is taken for frames, which may yet come.
+/// `front` is the first recognised_from bytes of a capture, or all of a shorter one. Anything
+/// unknown counts as frames, which may start later.
 [[nodiscard]] recognised recognise(protocol::byte_view front);
 
 }  // namespace decode

@@ -28,7 +28,7 @@ chunker::chunker(byte_source& from, std::size_t chunk_size)
   rest_.erase(rest_.begin(), rest_.begin() + static_cast<std::ptrdiff_t>(found.header));
 }
 
-/// What lies behind it is kept for the next chunk.
+/// The bytes after it are kept for the next chunk.
 std::size_t chunker::end_of_last_packet(byte_view bytes) const {
   if (kind_ == capture_kind::hdlc) {
     const void* const last = ::memrchr(bytes.data(), hdlc::terminator, bytes.size());
@@ -42,7 +42,8 @@ std::size_t chunker::end_of_last_packet(byte_view bytes) const {
   return bytes.size() - rest.size();
 }
 
-/// No frame is as long as a chunk: what has no end in it is lost, up to the end in a later chunk.
+/// A frame is never as long as a chunk, so bytes up to the next terminator, which may be in a later
+/// chunk, are lost.
 void chunker::drop_endless_frame(chunk& next) {
   std::size_t lost = next.size;
   if (const auto end =

@@ -1,4 +1,4 @@
-// Cuts a capture into pieces that can be decoded independently: no packet lies across two.
+// Cuts a capture into chunks that can be decoded independently: no packet spans two of them.
 #pragma once
 
 #include <cstddef>
@@ -13,20 +13,20 @@ namespace decode {
 
 struct chunk {
   capture_kind kind = capture_kind::hdlc;
-  std::vector<std::uint8_t> bytes;  // its first `size` bytes are the chunk
+  std::vector<std::uint8_t> bytes;  // the chunk is the first `size` bytes
   std::size_t size = 0;
-  std::uint64_t lost_frames = 0;  // without end, given up before this chunk
-  std::uint64_t lost_bytes = 0;   // with what no packet is made of
+  std::uint64_t lost_frames = 0;  // endless frames dropped before this chunk
+  std::uint64_t lost_bytes = 0;   // bytes dropped before this chunk
 
   [[nodiscard]] protocol::byte_view view() const { return {bytes.data(), size}; }
 };
 
 class chunker {
  public:
-  /// Reads as much as it takes to recognise the capture.
+  /// Reads enough to recognise the kind of capture.
   chunker(byte_source& from, std::size_t chunk_size);
 
-  /// False at the end. `next.bytes` is used again.
+  /// False at the end. The memory of `next.bytes` is reused.
   [[nodiscard]] bool next(chunk& next);
 
  private:
@@ -36,8 +36,8 @@ class chunker {
   byte_source& from_;
   std::size_t chunk_size_;
   capture_kind kind_;
-  std::vector<std::uint8_t> rest_;  // read, not yet given
-  bool dropping_ = false;           // in a frame without end
+  std::vector<std::uint8_t> rest_;  // read, but not returned yet
+  bool dropping_ = false;           // in an endless frame
   bool at_end_ = false;
 };
 

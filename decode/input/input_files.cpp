@@ -30,7 +30,7 @@ bool list_directory(const fs::path& top, std::vector<std::string>& found) {
       }
     }
     if (!error) continue;
-    tell(fmt::format("{}: {}", folder.native(), error.message()));
+    report(fmt::format("{}: {}", folder.native(), error.message()));
     complete = false;
   }
   return complete;

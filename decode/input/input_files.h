@@ -1,4 +1,4 @@
-// The files that inputs stand for, and files by what they are and not what they are called.
+// Expands the inputs on the command line to files, and identifies files independently of names.
 #pragma once
 
 #include <sys/stat.h>
@@ -12,9 +12,9 @@ namespace decode {
 
 struct input_file {
   std::string path;
-  bool named;  // by the user, not found in a directory
+  bool named;  // named by the user, as opposed to found in a directory
 
-  /// For messages.
+  /// The name in messages.
   [[nodiscard]] std::string name() const { return path == "-" ? "standard input" : path; }
 };
 
@@ -23,14 +23,14 @@ struct input_files {
   bool complete = true;  // every directory could be read
 };
 
-/// Of directories all files that hold something, in order of their names. A directory that cannot
-/// be read is reported on standard error, and the others are listed all the same.
+/// A directory stands for all its non-empty files, sorted by name. A directory that cannot be read
+/// is reported on standard error and skipped.
 [[nodiscard]] input_files list_files(const std::vector<std::string>& inputs);
 
-/// Regular files by device and inode, which links and other ways to a file do not change.
+/// A set of regular files, identified by device and inode, so that links make no difference.
 class file_set {
  public:
-  /// A file that cannot be found is left out.
+  /// Ignores a file that does not exist.
   void add(const std::string& path);
   [[nodiscard]] bool contains(const struct stat& file) const;
 

@@ -31,7 +31,7 @@ bool packed_source::find_member() {
       in_member_ = true;
       return true;
     }
-    if (packed_.front() != 0) report_damage("something else follows what is packed");
+    if (packed_.front() != 0) report_damage("other data follows the packed data");
     packed_ = packed_.subspan(1);
   }
 }
@@ -46,7 +46,7 @@ std::size_t packed_source::read(std::span<std::uint8_t> out) {
       report_damage(unpacker_->failure());
     } else if (result == unpacker::result::more) {
       if (packed_.size() + room.size() < left) continue;
-      report_damage("the end is missing");
+      report_damage("the file ends too early");
     }
     in_member_ = false;
   }

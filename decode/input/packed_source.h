@@ -1,4 +1,4 @@
-// Unpacks a file as it is read.
+// Unpacks a file while reading it.
 #pragma once
 
 #include <cstdint>
@@ -11,27 +11,27 @@
 
 namespace decode {
 
-/// What members of one packing, one after the other, hold. Zeros between and after them are
-/// padding. Where something is wrong, unpacking goes on with the next member that can be found.
+/// The contents of a file that consists of members of one packing. Zeros between and after members
+/// are padding. After damage, unpacking resumes with the next member that can be found.
 class packed_source final : public byte_source {
  public:
-  /// Takes about `memory` bytes at most.
+  /// Uses at most about `memory` bytes.
   packed_source(std::unique_ptr<byte_source> from, const packing& how, std::uint64_t memory);
 
   [[nodiscard]] std::size_t read(std::span<std::uint8_t> out) override;
   [[nodiscard]] std::uint64_t consumed() const override { return from_->consumed(); }
 
  private:
-  /// Looks for the front of a member; false at the end.
+  /// Looks for the start of a member; false at the end.
   [[nodiscard]] bool find_member();
-  /// Keeps what is there and reads more behind it.
+  /// Keeps the unread bytes and reads more after them.
   void refill();
 
   const std::unique_ptr<byte_source> from_;
   const packing& how_;
   const std::unique_ptr<unpacker> unpacker_;
   std::vector<std::uint8_t> buffer_;
-  std::span<const std::uint8_t> packed_;  // in buffer_, not unpacked yet
+  std::span<const std::uint8_t> packed_;  // bytes in buffer_ that are not unpacked yet
   bool in_member_ = false;
 };
 

@@ -13,10 +13,10 @@ using protocol::load_le;
 constexpr std::size_t header_size = 12;
 constexpr std::size_t time_at = 4;
 
-/// Of the upper 16 bits of times: until 2153. What is no packet has more, as a rule.
+/// Limit of a time's upper 16 bits: the year 2153. Bytes that are no packet usually exceed it.
 constexpr unsigned last_time = 0x0400;
 
-/// That follow each other before bytes are taken for packets again.
+/// Consecutive headers needed before bytes are accepted as packets again.
 constexpr int enough_headers = 3;
 
 enum class header : std::uint8_t { good, bad, unfinished };
@@ -36,7 +36,7 @@ header look_at(byte_view bytes, std::size_t prefix, std::size_t& length) {
   return header::good;
 }
 
-/// False when the bytes are too few to hold the first packet.
+/// False also when there are too few bytes for the first packet.
 bool packets_follow(byte_view bytes, std::size_t prefix) {
   for (int i = 0; i < enough_headers; ++i) {
     std::size_t length = 0;

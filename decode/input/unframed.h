@@ -1,4 +1,4 @@
-// Log packets back to back, without framing or checksum.
+// Consecutive log packets without framing or checksum.
 #pragma once
 
 #include <cstddef>
@@ -9,13 +9,13 @@
 
 namespace decode {
 
-/// Bytes before each inner log packet of these captures.
+/// Bytes before each inner log packet, by kind of capture.
 constexpr std::size_t logs_prefix = 0;
-constexpr std::size_t bare_prefix = 4;  // 10 00 and the length once more
+constexpr std::size_t bare_prefix = 4;  // 10 00, then the length, which the inner packet repeats
 
-/// Takes the next inner log packet off the front of `bytes`. Nothing, and `bytes` is what is left
-/// over, when there is no whole one. Bytes that cannot begin a packet are passed over and counted
-/// until headers fit each other again.
+/// Takes the next inner log packet off the front of `bytes`. When there is no complete one, returns
+/// no value and leaves the rest in `bytes`. Bytes that cannot begin a packet are skipped and
+/// counted until several consistent headers follow each other again.
 [[nodiscard]] std::optional<protocol::byte_view> next_unframed(protocol::byte_view& bytes,
                                                                std::size_t prefix,
                                                                std::uint64_t& skipped);

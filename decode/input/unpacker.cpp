@@ -30,14 +30,14 @@ bool is_gzip(byte_view front) {
   return starts_with(front, {0x1F, 0x8B, 8}) && front.size() > 3 && (front[3] & unknown_flags) == 0;
 }
 
-/// A frame, or one that is to be skipped: some packers begin with it.
+/// A frame or a skippable frame, with which some packers begin.
 bool is_zstd(byte_view front) {
   return starts_with(front, {0x28, 0xB5, 0x2F, 0xFD}) ||
          (!front.empty() && (front[0] & 0xF0) == 0x50 &&
           starts_with(front.subspan(1), {0x2A, 0x4D, 0x18}));
 }
 
-/// Size of the blocks, then the first of them or the end.
+/// The magic with the block size, then the mark of the first block or of the end.
 bool is_bzip2(byte_view front) {
   return starts_with(front, {'B', 'Z', 'h'}) && front.size() > 3 && front[3] >= '1' &&
          front[3] <= '9' &&
@@ -49,14 +49,14 @@ bool is_xz(byte_view front) {
   return starts_with(front, {0xFD, '7', 'z', 'X', 'Z', 0});
 }
 
-constexpr const char* no_memory = "there is not enough memory to unpack it";
+constexpr const char* no_memory = "not enough memory to unpack it";
 
 std::string needs_more_than(std::uint64_t memory) {
   return fmt::format("needs more than {} MiB of memory to be unpacked; --memory SIZE allows more",
                      memory >> 20);
 }
 
-/// zlib, bzip2 and xz take and give through members of the same names.
+/// zlib, bzip2 and xz name the members for input and output alike.
 template <class Stream>
 class stream_step {
  public:
@@ -64,7 +64,7 @@ class stream_step {
       : stream_(stream), packed_(packed), out_(out) {
     using input = decltype(stream.next_in);
     using output = decltype(stream.next_out);
-    // The libraries do not write to their input, whatever their types say.
+    // Despite their types the libraries do not write to their input.
     stream.next_in = reinterpret_cast<input>(const_cast<std::uint8_t*>(packed.data()));
     stream.next_out = reinterpret_cast<output>(out.data());
     stream.avail_in = static_cast<decltype(stream.avail_in)>(packed.size());
@@ -185,11 +185,12 @@ class zstd_unpacker final : public unpacker {
 
   void begin() override {
     ::ZSTD_DCtx_reset(stream_, ZSTD_reset_session_only);
-    wanted_ = 1;  // taken in any case: a front that is refused is not found again
+    wanted_ = 1;  // consume at least a byte, so that a rejected magic is not found again
   }
 
-  /// The library does not say what it wrote in a call that fails, so a call must not go from a good
-  /// block into a bad one: what it wants next is a block and the header of the one behind it.
+  /// A call that fails does not report what it wrote before, so no call may pass from a good block
+  /// into a bad one. The library asks for a block plus the header of the next; that header is held
+  /// back.
   result unpack(byte_view& packed, std::span<std::uint8_t>& out) override {
     constexpr std::size_t block_header_size = 3;
     const auto piece = wanted_ > block_header_size ? wanted_ - block_header_size : wanted_;

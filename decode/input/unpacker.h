@@ -1,4 +1,4 @@
-// The packings of captures: gzip, zstd, bzip2 and xz, each with the library of its own.
+// Unpacks gzip, zstd, bzip2 and xz, each with its own library.
 #pragma once
 
 #include <cstddef>
@@ -9,15 +9,15 @@
 
 namespace decode {
 
-/// Bytes that show which packing a file has.
+/// This many bytes are enough to recognise the packing.
 constexpr std::size_t packing_magic_size = 10;
 
-/// Unpacks members (gzip's word; others say frame or stream) one after the other.
+/// Unpacks members (gzip's term; others say frame or stream) one after the other.
 class unpacker {
  public:
   enum class result : std::uint8_t {
-    more,           // there is more to come; without more input, when nothing changed
-    end_of_member,  // whole, and its checksums are right
+    more,           // the member continues; needs more input if the call changed nothing
+    end_of_member,  // complete, with correct checksums
     failed,         // failure() says why
   };
 
@@ -28,8 +28,8 @@ class unpacker {
   /// To be called before each member.
   virtual void begin() = 0;
 
-  /// Unpacks from the front of `packed` to the front of `out` and shortens both by what was done,
-  /// also when it fails.
+  /// Unpacks from the front of `packed` to the front of `out`, and removes from both what was
+  /// processed, even on failure.
   [[nodiscard]] virtual result unpack(std::span<const std::uint8_t>& packed,
                                       std::span<std::uint8_t>& out) = 0;
 
@@ -48,13 +48,13 @@ class unpacker {
 };
 
 struct packing {
-  /// A member begins with `front`, of which packing_magic_size bytes are enough.
+  /// Whether a member starts at `front`; packing_magic_size bytes are enough.
   bool (*begins)(std::span<const std::uint8_t> front);
-  /// Unpacks in about `memory` bytes.
+  /// Creates an unpacker that uses at most about `memory` bytes.
   std::unique_ptr<unpacker> (*make)(std::uint64_t memory);
 };
 
-/// Of a file with this front; null when it is not packed.
+/// The packing of a file that starts with `front`; null when it is not packed.
 [[nodiscard]] const packing* packing_of(std::span<const std::uint8_t> front);
 
 }  // namespace decode

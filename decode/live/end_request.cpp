@@ -15,9 +15,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// A signal that comes just before a wait does not end it; the next tick does.
+/// A signal that arrives just before a wait does not interrupt it, but the next tick does.
 constexpr auto tick = 20ms;
-/// For a reader that is slow but reads.
+/// Time that a slow reader gets to accept the rest of the output.
 constexpr auto write_grace = 400ms;
 
 std::atomic<bool> requested = false;
@@ -45,7 +45,7 @@ void handle(int signal, void (*handler)(int)) {
   struct sigaction action {};
   action.sa_handler = handler;
   sigfillset(&action.sa_mask);
-  // No SA_RESTART: what waits is to be interrupted.
+  // No SA_RESTART: blocking system calls must be interrupted.
   ::sigaction(signal, &action, nullptr);
 }
 

@@ -1,15 +1,15 @@
-// SIGINT, SIGTERM and SIGHUP as a request that a session end in order, and SIGPIPE as an error of
-// the write that brought it.
+// Turns SIGINT, SIGTERM and SIGHUP into a request to end the session cleanly. SIGPIPE is ignored,
+// so that the write which caused it returns an error.
 #pragma once
 
 namespace decode {
 
-/// From here on, until the process ends. SIGHUP stays ignored where it was, as under nohup. A write
-/// that still waits for room some time after the request is given up.
+/// Installs the signal handlers for the rest of the process. If SIGHUP is ignored, as under nohup,
+/// it stays so. A write that is still blocked some time after the request is abandoned.
 void listen_for_end_request();
 
-/// From the request on every system call that waits is interrupted again and again (EINTR): one
-/// that asks between its waits misses nothing.
+/// After the request, every blocking system call is interrupted repeatedly (EINTR), so it is enough
+/// to check this between system calls.
 [[nodiscard]] bool end_was_requested();
 
 }  // namespace decode

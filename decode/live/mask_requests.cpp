@@ -17,12 +17,12 @@ using protocol::diag::event_mask_set;
 using protocol::diag::log_config;
 using protocol::diag::log_operation;
 
-// Of a log configuration answer: code and three zeros, then u32 operation, u32 status.
+// Offsets in a log configuration answer: code and three zeros, then u32 operation, u32 status.
 constexpr std::size_t operation_at = 4;
 constexpr std::size_t status_at = 8;
 constexpr std::size_t log_data_at = 12;
 
-// Of an event mask answer: code, u8 status, u16 0, u16 bits, then the mask.
+// Offsets in an event mask answer: code, u8 status, u16 0, u16 bits, then the mask.
 constexpr std::size_t event_bits_at = 4;
 constexpr std::size_t event_mask_at = 6;
 
@@ -113,7 +113,7 @@ std::optional<std::array<std::uint32_t, num_equipments>> log_ranges(byte_view an
   if (!is_good_log_answer(answer, log_operation::ranges, log_data_at + 4 * bits.size()))
     return std::nullopt;
   for (std::size_t i = 0; i < bits.size(); ++i) {
-    // An item has 12 bits; more would make requests without end.
+    // Items have 12 bits. Without the limit a bad answer would lead to enormous requests.
     bits[i] = std::min(load_le<std::uint32_t>(answer.subspan(log_data_at + 4 * i)), 4096U);
   }
   return bits;

@@ -31,17 +31,17 @@ bit_mask mask_changes::change::add(const bit_mask& in_force, const bit_mask& wan
   return both;
 }
 
-void mask_changes::make() {
-  make_logs();
-  if (!port_.is_over()) make_events();
+void mask_changes::apply() {
+  apply_logs();
+  if (!port_.is_over()) apply_events();
 }
 
-void mask_changes::make_logs() {
+void mask_changes::apply_logs() {
   const auto ranges_answer = port_.ask(get_log_ranges());
   if (port_.is_over()) return;
   const auto ranges = ranges_answer ? log_ranges(*ranges_answer) : std::nullopt;
   if (!ranges) {
-    tell("the port does not say which logs it has; they come if they are on already");
+    report("the port does not list its logs; it sends only those that are already on");
     return;
   }
   for (unsigned equipment = 0; equipment < num_equipments; ++equipment) {
@@ -54,13 +54,13 @@ void mask_changes::make_logs() {
     const auto set = port_.ask(set_log_mask(equipment, both));
     if (port_.is_over()) return;
     if (!set || !is_done(*set)) {
-      tell(fmt::format("the port refuses to send the logs 0x{:X}000 to 0x{:X}FFF", equipment,
-                       equipment));
+      report(fmt::format("the port refuses to send the logs 0x{:X}000 to 0x{:X}FFF", equipment,
+                         equipment));
     }
   }
 }
 
-void mask_changes::make_events() {
+void mask_changes::apply_events() {
   if (wanted_.events.none()) return;
   const auto answer = port_.ask(get_event_mask());
   if (port_.is_over()) return;
@@ -72,10 +72,10 @@ void mask_changes::make_events() {
   if (port_.is_over()) return;
   const auto reported = port_.ask(report_events(true));
   if (port_.is_over()) return;
-  if (!set || !is_done(*set) || !reported) tell("the port refuses to send events");
+  if (!set || !is_done(*set) || !reported) report("the port refuses to send events");
 }
 
-void mask_changes::take_back() {
+void mask_changes::restore() {
   bool done = true;
   const auto set = [&](const diag_packet& request) {
     const auto answer = port_.ask(request);
@@ -86,7 +86,7 @@ void mask_changes::take_back() {
     done = port_.ask(report_events(false)) && done;
     set(set_event_mask(events_->before));
   }
-  if (!done) tell("the port did not confirm that its masks are as they were");
+  if (!done) report("the port did not confirm that its masks were restored");
 }
 
 }  // namespace decode

@@ -1,4 +1,4 @@
-// What a live session changes in the masks of a port, and how it takes that back.
+// The changes that a live session makes to a port's masks, and how it undoes them.
 #pragma once
 
 #include <map>
@@ -9,16 +9,16 @@
 
 namespace decode {
 
-/// Whoever carries requests to the port.
+/// Sends requests to the port.
 class mask_port {
  public:
   mask_port(const mask_port&) = delete;
   mask_port& operator=(const mask_port&) = delete;
   virtual ~mask_port() = default;
 
-  /// Nothing when no answer came in time.
+  /// No value when no answer arrived in time.
   [[nodiscard]] virtual std::optional<diag_packet> ask(const diag_packet& request) = 0;
-  /// Nothing more is to be asked for: the port is gone, or the session ends.
+  /// True when no further logs or events should be requested: the port is lost or the session ends.
   [[nodiscard]] virtual bool is_over() const = 0;
 
  protected:
@@ -29,25 +29,25 @@ class mask_changes {
  public:
   mask_changes(const filter& wanted, mask_port& port) : wanted_(wanted), port_(port) {}
 
-  /// Asks for the logs and events that are wanted, beside those that are on. Again when a port that
-  /// was lost is back: it may have kept what was asked for before.
-  void make();
+  /// Turns on the wanted logs and events in addition to those that are already on. To be repeated
+  /// after a lost port is back; if it kept the session's masks, those do not count as its own.
+  void apply();
 
-  /// Sets the masks as they were. Whether events were reported before cannot be asked: they are off
-  /// afterwards. What the port does not confirm is told.
-  void take_back();
+  /// Restores the masks. Event reporting is turned off, because the port cannot be asked whether it
+  /// was on before. Reports if the port does not confirm.
+  void restore();
 
  private:
   struct change {
-    bit_mask before;  // without what this session asked for
+    bit_mask before;  // without the bits that this session added
     bit_mask added;
 
-    /// From the mask in force, and what is wanted; returns the mask to set.
+    /// Takes the current mask and the wanted bits; returns the mask to set.
     [[nodiscard]] bit_mask add(const bit_mask& in_force, const bit_mask& wanted);
   };
 
-  void make_logs();
-  void make_events();
+  void apply_logs();
+  void apply_events();
 
   const filter& wanted_;
   mask_port& port_;

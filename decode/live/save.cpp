@@ -21,7 +21,7 @@ void save_file::open() {
   if (errno == EEXIST) {
     std::error_code none;
     if (!replace_ && std::filesystem::is_regular_file(path_, none)) {
-      throw output_error(fmt::format("{}: there is such a file; --force replaces it", path_));
+      throw output_error(fmt::format("{}: the file exists; --force replaces it", path_));
     }
     file_ = host::file_descriptor(::open(path_.c_str(), flags | O_TRUNC, 0666));
     if (file_.valid()) return;

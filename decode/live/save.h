@@ -1,4 +1,4 @@
-// The capture that a live session keeps of what came.
+// The capture file in which a live session saves everything it receives.
 #pragma once
 
 #include <string>
@@ -10,11 +10,11 @@ namespace decode {
 
 class save_file {
  public:
-  /// Nothing is kept without a path.
+  /// Saves nothing if `path` is empty.
   save_file(std::string path, bool replace) : path_(std::move(path)), replace_(replace) {}
 
-  /// Makes the file. One that is there already is left alone, unless it is to be replaced, or is a
-  /// pipe or a device. Throws output_error.
+  /// Creates the file. An existing one is an error, unless it is to be replaced, or is a pipe or a
+  /// device. Throws output_error.
   void open();
 
   /// Throws output_error.

@@ -40,8 +40,8 @@ using protocol::byte_view;
 
 constexpr auto answer_time = 2s;
 constexpr auto retry_time = 500ms;
-/// For all answers after the end was asked for. Requests are sent even when it is over.
-constexpr auto farewell_time = 400ms;
+/// Limit for all answers while the session ends. Requests are sent even after that.
+constexpr auto shutdown_time = 400ms;
 
 class session final : mask_port {
  public:
@@ -65,17 +65,19 @@ class session final : mask_port {
   std::optional<diag_packet> ask(const diag_packet& request) override;
   [[nodiscard]] bool is_over() const override { return !port_.valid() || is_ending(); }
 
-  [[nodiscard]] bool is_ending() const { return farewell_until_.has_value(); }
+  [[nodiscard]] bool is_ending() const { return shutdown_until_.has_value(); }
   void end();
   void fail(std::exception_ptr why);
 
-  /// Takes what comes until `until`, an answer to `request` (which may be empty), or the end of
-  /// port or session; one that ends already goes on to its answers.
+  /// Receives and decodes until the time is up, the answer to `request` (which may be empty)
+  /// arrives, the port is lost, or the session starts to end. While the session is ending it only
+  /// receives answers to its own requests.
   outcome receive(clock::time_point until, byte_view request);
-  /// Waits for bytes of the port, or without a port. Notices the end. False when nothing came.
+  /// Waits for bytes from the port, if there is one, or for a request to end the session. False
+  /// when there are no bytes.
   bool wait(clock::time_point until);
-  /// True when the answer was among them.
-  bool take(byte_view bytes, byte_view request);
+  /// Decodes received bytes. True when the answer to `request` was among them.
+  bool handle(byte_view bytes, byte_view request);
 
   [[nodiscard]] bool open();
   void close();
@@ -92,15 +94,15 @@ class session final : mask_port {
   file_descriptor port_;
   protocol::hdlc::deframer frames_;
   diag_packet answer_;
-  std::optional<clock::time_point> farewell_until_;  // once it ends
-  std::exception_ptr failure_;                       // nothing is written any more
+  std::optional<clock::time_point> shutdown_until_;  // set once the session is ending
+  std::exception_ptr failure_;                       // once set, nothing more is written
 };
 
 bool session::open() {
   auto [port, error] = host::open_byte_stream(port_name_);
   port_ = std::move(port);
   if (port_.valid()) return true;
-  tell_once(protocol::diag::unusable_port(port_name_, error, host::byte_stream_forms));
+  report_once(protocol::diag::unusable_port(port_name_, error, host::byte_stream_forms));
   return false;
 }
 
@@ -112,7 +114,7 @@ void session::close() {
 }
 
 void session::end() {
-  if (!farewell_until_) farewell_until_ = clock::now() + farewell_time;
+  if (!shutdown_until_) shutdown_until_ = clock::now() + shutdown_time;
 }
 
 void session::fail(std::exception_ptr why) {
@@ -133,7 +135,7 @@ bool session::wait(clock::time_point until) {
   return waits[0].revents != 0;
 }
 
-bool session::take(byte_view bytes, byte_view request) {
+bool session::handle(byte_view bytes, byte_view request) {
   bool answered = false;
   counts_.bytes += bytes.size();
   try {
@@ -170,7 +172,7 @@ session::outcome session::receive(clock::time_point until, byte_view request) {
       close();
       return outcome::port_is_gone;
     }
-    if (take({buffer.data(), static_cast<std::size_t>(got)}, request)) return outcome::answered;
+    if (handle({buffer.data(), static_cast<std::size_t>(got)}, request)) return outcome::answered;
     if (is_ending() && !was_ending) return outcome::is_ending;
   }
 }
@@ -180,26 +182,27 @@ std::optional<diag_packet> session::ask(const diag_packet& request) {
   std::vector<std::uint8_t> frame;
   protocol::hdlc::append_frame(frame, request);
   const auto until = clock::now() + answer_time;
-  const auto until_now = [&] { return is_ending() ? std::min(until, *farewell_until_) : until; };
-  if (!host::send_all(port_.get(), frame, until_now() - clock::now())) {
+  const auto limit = [&] { return is_ending() ? std::min(until, *shutdown_until_) : until; };
+  if (!host::send_all(port_.get(), frame, limit() - clock::now())) {
     close();
     return std::nullopt;
   }
-  auto came = receive(until_now(), request);
-  // What was asked is waited for, so that it is no answer to what is asked in the farewell.
-  if (came == outcome::is_ending) came = receive(until_now(), request);
+  auto came = receive(limit(), request);
+  // If the session starts to end, still wait for this answer, so that it cannot be mistaken for the
+  // answer to a request that restores a mask.
+  if (came == outcome::is_ending) came = receive(limit(), request);
   if (came != outcome::answered) return std::nullopt;
   return answer_;
 }
 
 /// Returns when the port is back or the session ends.
 void session::reconnect() {
-  tell("the port is gone; waiting for it");
+  report("the port is lost; waiting for it");
   while (!is_ending()) {
     wait(clock::now() + retry_time);
     if (is_ending() || !open()) continue;
-    tell("the port is back");
-    masks_.make();
+    report("the port is back");
+    masks_.apply();
     return;
   }
 }
@@ -207,7 +210,7 @@ void session::reconnect() {
 bool session::run() {
   if (!open()) return false;
   save_.open();
-  masks_.make();
+  masks_.apply();
   while (!is_ending()) {
     if (port_.valid()) {
       receive(clock::time_point::max(), {});
@@ -216,10 +219,10 @@ bool session::run() {
     }
   }
   if (port_.valid()) {
-    masks_.take_back();
+    masks_.restore();
     close();
   } else {
-    tell("the port is gone; its masks could not be set as they were");
+    report("the port is lost; its masks could not be restored");
   }
   if (failure_) std::rethrow_exception(failure_);
   return true;

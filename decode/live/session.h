@@ -1,4 +1,4 @@
-// Decoding what comes over a DIAG port, until SIGINT, SIGTERM or SIGHUP.
+// Decodes what a DIAG port sends, until SIGINT, SIGTERM or SIGHUP.
 #pragma once
 
 #include "decode/options.h"
@@ -7,10 +7,9 @@
 
 namespace decode {
 
-/// Asks the port for the logs and events that are wanted; a port that goes is waited for. However
-/// it ends, it takes the request back first. It ends as well when what is written to `output` has
-/// lost its reader (-1: there is none to lose). False when there is no port to begin with, which
-/// was told. Throws output_error.
+/// Turns on the wanted logs and events; if the port is lost, waits for it. Restores the port's
+/// masks before it ends for whatever reason. Also ends when `output` (-1: not checked) has lost its
+/// reader. False, after reporting it, when the port cannot be opened. Throws output_error.
 [[nodiscard]] bool decode_live(const options& chosen, record_store& store, int output,
                                summary& counts);
 

@@ -1,5 +1,5 @@
-// CSV: a file for each kind of record, named for it. Fields stand under their names with their
-// units; a repeated part is one column that holds a JSON array. What was not measured is empty.
+// CSV: a file for each kind of record, named after it. Columns are named by field and unit; a
+// repeated part is one column that holds a JSON array. Values that were not measured are empty.
 #include <fmt/format.h>
 
 #include <array>
@@ -29,7 +29,7 @@ class csv_files final : public record_store {
     std::error_code error;
     std::filesystem::create_directories(directory_, error);
     if (error) throw output_error(fmt::format("{}: {}", directory_, error.message()));
-    // Before the first is written, not when a record turns up.
+    // Checked before anything is written, not when the first record of a kind turns up.
     for (const auto* const schema : modem_stats::record_table()) {
       must_not_be_of(inputs, path_of(*schema));
     }

@@ -44,7 +44,7 @@ void must_not_be_of(const file_set& files, const std::string& path) {
 void write_whole(int file, std::string_view name, std::string_view text) {
   if (host::write_all(file, text, give_up_now)) return;
   if (errno == EINTR || errno == EAGAIN) {
-    throw output_error(fmt::format("{}: the reader stalls; the rest is lost", name));
+    throw output_error(fmt::format("{}: the reader has stalled; the rest is lost", name));
   }
   fail(name);
 }

@@ -1,4 +1,4 @@
-// Writing texts to files.
+// Writes text to files.
 #pragma once
 
 #include <string>
@@ -9,26 +9,26 @@
 
 namespace decode {
 
-/// Waits for room where there is none. Throws output_error, which names `name`.
+/// Writes everything, waiting for room if necessary. Throws output_error, which mentions `name`.
 void write_whole(int file, std::string_view name, std::string_view text);
 
-/// Asked whenever a signal interrupts a write, which is given up with output_error when it says
-/// true. Until this is called such writes go on.
+/// Sets a function that is called whenever a signal interrupts a write. If it returns true, the
+/// write is abandoned with output_error. By default writes continue.
 void give_up_interrupted_writes(bool (*now)());
 
-/// Throws output_error when a file is there, and is one of `files` by whatever name or link.
+/// Throws output_error when the path leads to one of `files`, under any name or link.
 void must_not_be_of(const file_set& files, const std::string& path);
 
-/// A file that is written from its beginning. What it held before stays until begin() or the first
-/// write, so that a run that comes to nothing takes nothing away.
+/// A file that is written from its beginning. Its previous contents are kept until begin() or the
+/// first write, so that a run without results does not destroy anything.
 class file_output {
  public:
-  /// Makes the file when missing. Throws output_error.
+  /// Creates the file if it is missing. Throws output_error.
   explicit file_output(const std::string& path);
-  /// One that is open and is written from where it stands.
+  /// A file that is already open, written from its current position.
   file_output(std::string name, host::file_descriptor file);
 
-  /// As above, of this file.
+  /// The same check as above for this file.
   void must_not_be_of(const file_set& files) const;
 
   /// Throws output_error.

@@ -1,6 +1,6 @@
-// JSON lines: {"time":"...Z","radio":1,"log":"0xB193","name":"...","data_id":82, then the fields
-// under their names with their units, repeated parts as arrays of objects}. What was not measured
-// is null.
+// JSON lines: {"time":"...Z","radio":1,"log":"0xB193","name":"...","data_id":82, then the fields,
+// named with their units; repeated parts are arrays of objects}. Values that were not measured are
+// null.
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -23,20 +23,20 @@ using modem_stats::field_row;
 using modem_stats::record_part;
 using modem_stats::record_schema;
 
-/// A field with the text in front of its value.
+/// A field and the text before its value.
 struct column {
   const field_row* row;
-  std::string key;  // "rsrp_rx0_dBm": with quotes, colon and what separates it from the one before
+  std::string key;  // "rsrp_rx0_dBm": including quotes, colon and the separator before it
 };
 
 struct part_form {
   const record_part* part;
   std::vector<column> columns;
-  std::size_t bytes = 0;     // of one repetition in the record
-  std::size_t max_text = 0;  // of one repetition
+  std::size_t bytes = 0;     // size of one repetition in the record
+  std::size_t max_text = 0;  // longest text of one repetition
 };
 
-/// All that is the same in every record of a kind.
+/// Everything that is the same in all records of a kind.
 struct record_form {
   std::string name;  // "name":"...","data_id":82
   std::vector<part_form> parts;

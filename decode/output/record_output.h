@@ -1,5 +1,5 @@
-// Formats of records. A writer turns records into text, chunk by chunk, on any thread; a store
-// takes the texts of chunks in order.
+// Output formats. A writer turns the records of a chunk into text, on any thread; a store receives
+// the texts of the chunks in order.
 #pragma once
 
 #include <cstdint>
@@ -14,11 +14,11 @@
 
 namespace decode {
 
-/// The packet that a record is made of.
+/// The packet from which a record was decoded.
 struct packet_source {
   modem_stats::packet_kind kind;
   std::uint16_t id;     // log code or event id
-  std::uint32_t radio;  // 1 is the first
+  std::uint32_t radio;  // counted from 1
   std::int64_t time;    // microseconds, Unix
 };
 
@@ -35,12 +35,12 @@ class record_writer {
   virtual void record(const packet_source& source, const modem_stats::record_schema& schema,
                       std::span<const std::uint8_t> data) = 0;
 
-  /// A parser's line or lines, each with its newline.
+  /// One or more lines from a parser, each with its newline.
   virtual void lines(const packet_source& /*source*/, std::string_view /*text*/) {}
 
-  /// Hands the text so far to the store this writer is of, and begins anew.
+  /// Passes the text so far to the writer's store and starts over.
   virtual void flush() = 0;
-  /// Forgets the text so far.
+  /// Discards the text so far.
   virtual void clear() = 0;
 
  protected:
@@ -54,28 +54,28 @@ class record_store {
   virtual ~record_store() = default;
 
   [[nodiscard]] virtual std::unique_ptr<record_writer> make_writer() = 0;
-  /// Its writers want the parsers' lines.
+  /// Whether its writers use the parsers' lines.
   [[nodiscard]] virtual bool wants_lines() const { return false; }
 
  protected:
   record_store() = default;
 };
 
-/// Writing failed; told in words for a person.
+/// Writing failed; the message is for the user.
 class output_error : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-/// One object a line.
+/// One object per line.
 [[nodiscard]] std::unique_ptr<record_store> json_lines_store(file_output& to, bool with_raw_bytes);
-/// A file for each kind of record in `directory`, which is made when missing. Throws output_error
-/// when one of these files is among `inputs`.
+/// A file for each kind of record in `directory`, which is created if missing. Throws output_error
+/// if one of these files is among `inputs`.
 [[nodiscard]] std::unique_ptr<record_store> csv_store(const std::string& directory,
                                                       bool with_raw_bytes, const file_set& inputs);
 /// The parsers' own lines.
 [[nodiscard]] std::unique_ptr<record_store> text_store(file_output& to, bool with_time);
-/// Nothing.
+/// No output.
 [[nodiscard]] std::unique_ptr<record_store> no_store();
 
 }  // namespace decode

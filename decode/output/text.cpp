@@ -1,4 +1,4 @@
-// The parsers' own lines, with or without the packet's time and radio in front.
+// The parsers' own lines, optionally preceded by the packet's time and radio.
 #include <fmt/format.h>
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// Text that grows at its end: room is asked for once, then written without checks.
+// A growing text. Callers reserve room once and then write into it without checks.
 #pragma once
 
 #include <cstddef>
@@ -12,7 +12,7 @@ namespace decode {
 
 class text_buffer {
  public:
-  /// Where `size` characters may be written; commit() says how far it went.
+  /// Where `size` characters may be written; commit() takes the end of what was written.
   [[nodiscard]] char* room(std::size_t size) {
     if (capacity_ - size_ < size) grow(size);
     return text_.get() + size_;
@@ -20,7 +20,7 @@ class text_buffer {
   void commit(const char* end) { size_ = static_cast<std::size_t>(end - text_.get()); }
 
   void append(std::string_view text) {
-    // An empty text may be nowhere, from which not even nothing may be copied.
+    // An empty text may have a null pointer, from which memcpy must not copy even 0 bytes.
     if (text.empty()) return;
     std::memcpy(room(text.size()), text.data(), text.size());
     size_ += text.size();
@@ -30,7 +30,7 @@ class text_buffer {
   [[nodiscard]] std::string_view view() const { return {text_.get(), size_}; }
 
  private:
-  /// In place where it can be: a large text is not held twice while it grows.
+  /// Reallocates in place if possible, so that a large text is not held twice.
   void grow(std::size_t size) {
     const std::size_t capacity = capacity_ + capacity_ / 2 + size + 4096;
     void* const larger = std::realloc(text_.get(), capacity);

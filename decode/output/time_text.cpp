@@ -12,7 +12,7 @@ namespace {
 
 using namespace std::chrono;
 
-/// Takes `digits` digits off the front.
+/// Takes a number of `digits` digits off the front.
 std::optional<int> take_number(std::string_view& text, std::size_t digits) {
   int number = 0;
   if (text.size() < digits) return std::nullopt;
@@ -32,7 +32,7 @@ bool take(std::string_view& text, char mark) {
 }  // namespace
 
 void time_writer::write(std::int64_t unix_microseconds, char* out) {
-  // A damaged time may be beyond the years that have four digits.
+  // A damaged time may be beyond year 9999, which would not fit the format.
   constexpr auto last = sys_days(year(9999) / 12 / 31) + days(1) - microseconds(1);
   const auto time = std::min(sys_time<microseconds>(microseconds(unix_microseconds)), last);
   const auto second = floor<seconds>(time);

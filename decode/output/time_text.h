@@ -1,4 +1,4 @@
-// Times as text: ISO 8601, UTC, microseconds.
+// Times as text, in ISO 8601: UTC with microseconds.
 #pragma once
 
 #include <cstddef>
@@ -9,10 +9,10 @@
 
 namespace decode {
 
-/// "2016-03-23T21:55:49.316192Z": always this many characters.
+/// The length of "2016-03-23T21:55:49.316192Z", the same for all times.
 constexpr std::size_t time_text_size = 27;
 
-/// Writes times of which neighbours share a second.
+/// Writes times; fast because consecutive times usually fall into the same second.
 class time_writer {
  public:
   /// Writes time_text_size characters.
@@ -25,8 +25,8 @@ class time_writer {
 
 [[nodiscard]] std::string time_text(std::int64_t unix_microseconds);
 
-/// Of "2016-03-23T21:55:49.316192Z" or any shorter form down to "2016-03-23"; UTC. Nothing when it
-/// is no time.
+/// Parses "2016-03-23T21:55:49.316192Z" or any shorter form down to "2016-03-23", in UTC. No value
+/// when the text is not a time.
 [[nodiscard]] std::optional<std::int64_t> parse_time(std::string_view text);
 
 }  // namespace decode

@@ -21,8 +21,8 @@ char* write_integer(char* out, const std::uint8_t* bytes) {
 }
 
 char* write_real(char* out, float value) {
-  // Nearly every value has two decimals: a tenth of the time that the shortest text of any float
-  // takes to find. The comparison proves that it reads as the same float.
+  // Nearly every value has two decimals, and printing those takes a tenth of the time of finding
+  // the shortest text. The comparison makes sure that the text reads back as the same float.
   const float hundredfold = std::round(value * 100.0F);
   if (std::fabs(hundredfold) < 1e6F) {
     const auto hundredths = static_cast<std::int32_t>(hundredfold);

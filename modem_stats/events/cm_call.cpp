@@ -1,4 +1,4 @@
-// Events 629 and 631, a call begins and ends. Layout: docs/formats/events.md.
+// Events 629 and 631: a call begins and ends. Layout: docs/formats/events.md.
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"
 #include "modem_stats/records/events.h"

@@ -1,4 +1,4 @@
-// Events 1632 and 3215, a mobility management timer of LTE or NR5G ran out.
+// Events 1632 and 3215: a mobility management timer of LTE or NR5G expired.
 // Layout: docs/formats/events.md.
 #include "modem_stats/parsers.h"
 #include "modem_stats/records/events.h"
@@ -8,7 +8,7 @@ namespace {
 
 void emm_timer_expiry(packet_decoder& in, const char* event,
                       const fixed_record<emm_timer_fields>& record) {
-  constexpr u8 rat = 4;  // sic: of both
+  constexpr u8 rat = 4;  // sic: for both
   const auto timer_id = in.next<u8>("timer_id");
   in.print("%s, sub_id = %d, timer_id = %d", event, in.sub_id(), timer_id);
   in.publish(record, "timer_id"_f = timer_id, "rat"_f = rat);

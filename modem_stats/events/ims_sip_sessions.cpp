@@ -1,4 +1,4 @@
-// Events 1428 to 1433, the life of an IMS SIP session. Layout: docs/formats/events.md.
+// Events 1428 to 1433: the lifecycle of an IMS SIP session. Layout: docs/formats/events.md.
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"
 #include "modem_stats/records/events.h"

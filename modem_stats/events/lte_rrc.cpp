@@ -1,4 +1,4 @@
-// Events 1995 and 2568, LTE radio link failures and the new cell after a handover.
+// Events 1995 and 2568: LTE radio link failures, and the new cell after a handover.
 // Layout: docs/formats/events.md.
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"
@@ -20,7 +20,7 @@ void modem_stats_parse_2568_diag_event_lte_rrc_new_cell_ind_ext_earfcn(
     modem_stats::packet_decoder& in) {
   using namespace modem_stats;
   constexpr u8 handover = 2;  // cause
-  constexpr u64 ho_time = 0;  // the event does not tell
+  constexpr u64 ho_time = 0;  // not in the event
   constexpr u8 ho_type = 1;
   const auto cause = in.next<u8>("cause");
   const auto freq = in.next<u32>("freq");

@@ -1,5 +1,5 @@
-// Event 1606, LTE RRC state change: the state itself, and a record of statistics each time a
-// connection comes up. Layout: docs/formats/events.md.
+// Event 1606, LTE RRC state change: prints the state, and makes a statistics record each time a
+// connection is established. Layout: docs/formats/events.md.
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"
 #include "modem_stats/records/events.h"
@@ -10,9 +10,9 @@ namespace {
 constexpr u8 connected = 4;
 constexpr u8 closing = 7;
 
-// Times and counts are of the collector on the modem side; none reaches this one.
+// Only the collector in the modem has times and counts; they are not available here.
 constexpr int not_kept = 0;
-constexpr int sub_id_not_told = 0;  // sic: of every subscription
+constexpr int unknown_sub_id = 0;  // sic: printed for every subscription
 
 }  // namespace
 }  // namespace modem_stats
@@ -38,17 +38,17 @@ void modem_stats_update_1606_diag_event_lte_rrc_state_change_stats(modem_stats::
     in.print(
         "1606_diag_event_lte_rrc_state_change, New Closing and Old Connected, time not inited, "
         "do nothing, sub_id %d",
-        sub_id_not_told);
+        unknown_sub_id);
   } else if (current == closing) {
     in.print(
         "1606_diag_event_lte_rrc_state_change, New Closing and Old other state, do nothing, "
         "sub_id %d",
-        sub_id_not_told);
+        unknown_sub_id);
   } else if (current == connected && last == connected) {
     in.print(
         "1606_diag_event_lte_rrc_state_change, New Connected and Old Connected, time not inited, "
         "do nothing, sub_id %d",
-        sub_id_not_told);
+        unknown_sub_id);
   } else if (current == connected) {
     constexpr u32 rrc_active_time = 0;
     constexpr u32 rrc_setup_count = 1;
@@ -56,14 +56,14 @@ void modem_stats_update_1606_diag_event_lte_rrc_state_change_stats(modem_stats::
     in.print(
         "----1606_diag_event_lte_rrc_state_change, New Connected and Old other state, "
         "rrc_setup_count = %d, sub_id %d",
-        rrc_setup_count, sub_id_not_told);
+        rrc_setup_count, unknown_sub_id);
     in.publish(lte_rrc_state_change_record, "rrc_active_time"_f = rrc_active_time,
                "rrc_setup_count"_f = rrc_setup_count, "rrc_setup"_f = rrc_setup);
   } else {
     in.print(
         "1606_diag_event_lte_rrc_state_change, New other state and Old other state, do nothing, "
         "sub_id %d",
-        sub_id_not_told);
+        unknown_sub_id);
   }
   if (in.ok()) last = current;
 }

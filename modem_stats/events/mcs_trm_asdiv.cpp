@@ -5,7 +5,7 @@
 
 void modem_stats_parse_2622_diag_event_mcs_trm_asdiv(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
-  constexpr u8 version = 0;  // the event has none, the record does
+  constexpr u8 version = 0;  // the record has a version, the event does not
   in.skip(1);
   const auto old_config = in.next<u8>("old_config");
   const auto new_config = in.next<u8>("new_config");

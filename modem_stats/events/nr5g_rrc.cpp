@@ -1,4 +1,4 @@
-// Events 3184 and 3243, a new NR5G cell and the failure of the secondary cell group.
+// Events 3184 and 3243: a new NR5G cell, and the failure of the secondary cell group.
 // Layout: docs/formats/events.md.
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"

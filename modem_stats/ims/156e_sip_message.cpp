@@ -1,4 +1,4 @@
-// Log 0x156E, IMS SIP message: what kind of message it is, without its text.
+// Log 0x156E, IMS SIP message: the kind of message, without its text.
 // Layout: docs/formats/wcdma_gsm_ims.md.
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"

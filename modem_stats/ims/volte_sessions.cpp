@@ -1,5 +1,5 @@
-// Logs 0x1830 and 0x1831, setup and end of a VoLTE session: how it went, without the names of those
-// who talk. Layout: docs/formats/wcdma_gsm_ims.md.
+// Logs 0x1830 and 0x1831, setup and end of a VoLTE session: the outcome, without the names of the
+// parties. Layout: docs/formats/wcdma_gsm_ims.md.
 #include <initializer_list>
 
 #include "modem_stats/packet_decoder.h"
@@ -9,14 +9,14 @@
 namespace modem_stats {
 namespace {
 
-/// The length of the string at the cursor, which moves behind the string.
+/// Moves the cursor past the string and returns the string's length.
 u8 skip_string(packet_decoder& in, const char* length_name) {
   const auto length = in.next<u8>(length_name);
   in.skip(length);
   return length;
 }
 
-/// `outcome_name` is of what tells the two logs apart.
+/// `outcome_name` is the name of the field in which the two logs differ.
 template <field_name outcome_name, const auto& list>
 void volte_session(packet_decoder& in, std::initializer_list<u32> versions,
                    const fixed_record<list>& record) {

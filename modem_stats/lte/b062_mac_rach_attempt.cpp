@@ -9,7 +9,7 @@ namespace {
 
 namespace at {
 constexpr auto num_records = at_byte<u8>("num_records", 1);
-constexpr unsigned sub_packet = 4;  // byte; from here:
+constexpr unsigned sub_packet = 4;  // byte; the offsets below are relative to it
 constexpr auto sub_packet_id = at_byte<u8>("sub_packet_id", 0);
 constexpr auto version_sub = at_byte<u8>("version_sub", 1);
 }  // namespace at
@@ -33,7 +33,7 @@ void modem_stats_parse_b062_diag_log_lte_mac_rach_attempt(modem_stats::packet_de
   in.check_version(version, {1});
   const auto num_records = in.bits(at::num_records);
   u8 version_sub = 0;
-  i8 rach_result = -1;  // no record in the packet: printed, then refused
+  i8 rach_result = -1;  // if the packet has no record, this is printed and then rejected
   if (num_records > 0) {
     in.block_at(at::sub_packet);
     const auto sub_packet_id = in.bits(at::sub_packet_id);

@@ -1,5 +1,5 @@
-// Log 0xB064, LTE MAC UL transport block: one record of the power headroom and the buffer status
-// that the packet's transport blocks report. Layout: docs/formats/lte.md.
+// Log 0xB064, LTE MAC UL transport block: one record with the power headroom and buffer status that
+// the packet's transport blocks report. Layout: docs/formats/lte.md.
 #include "modem_stats/lte/mac_header.h"
 #include "modem_stats/lte/sub_packets.h"
 #include "modem_stats/parsers.h"

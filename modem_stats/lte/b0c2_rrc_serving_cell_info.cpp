@@ -1,4 +1,4 @@
-// Log 0xB0C2, LTE RRC serving cell info: the cell in use makes a record.
+// Log 0xB0C2, LTE RRC serving cell info: a record of the serving cell.
 // Layout: docs/formats/lte.md.
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"
@@ -20,7 +20,7 @@ constexpr cell_layout layouts[] = {
 
 namespace at {
 constexpr auto pci = at_byte<u16>("pci", 1);
-// Of the rest:
+// Relative to the rest:
 constexpr auto dl_bw = at_byte<u8>("dl_bw", 0);
 constexpr auto ul_bw = at_byte<u8>("ul_bw", 1);
 constexpr auto cgi = at_byte<u32>("cgi", 2);

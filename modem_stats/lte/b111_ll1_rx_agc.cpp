@@ -1,4 +1,4 @@
-// Log 0xB111, LTE LL1 RX AGC: the last level of each antenna makes a record.
+// Log 0xB111, LTE LL1 RX AGC: a record with the last level of each antenna.
 // Layout: docs/formats/lte.md; the second bit of the antenna's number is our own.
 #include <array>
 
@@ -13,7 +13,7 @@ namespace {
 namespace at {
 constexpr bit_field<u8> num_records{"num_records", 8, 5};
 constexpr unsigned records = 12;  // byte
-// Of a record:
+// Relative to a record:
 constexpr bit_field<u8> antenna{"rx_antenna", 0, 2};
 constexpr bit_field<u16> rssi{"rssi_i", 44, 10};
 }  // namespace at

@@ -1,4 +1,4 @@
-// Log 0xB14E, LTE LL1 PUSCH CSF: rank and channel quality that the phone reports make a record.
+// Log 0xB14E, LTE LL1 PUSCH CSF: a record of the rank and channel quality that the phone reports.
 // Layout: docs/formats/lte.md.
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"

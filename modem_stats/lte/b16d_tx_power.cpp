@@ -1,5 +1,5 @@
 // Log 0xB16D, LTE TX power: one record of all reports in the packet.
-// Layout: docs/formats/lte.md; of version 48 the places of power, resource blocks and
+// Layout: docs/formats/lte.md; for version 48 the positions of power, resource blocks and
 // ca_mode_enable are our own.
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"
@@ -11,12 +11,12 @@ namespace {
 namespace at {
 constexpr auto num = at_byte<u8>("num", 3);
 constexpr unsigned reports = 4;  // byte
-// Of a report:
+// Relative to a report:
 constexpr bit_field<u8> chan_type{"chan_type", 32, 1};
 }  // namespace at
 
 struct report_places {
-  unsigned tx_power;  // bit; of the channel that was sent
+  unsigned tx_power;  // bit; the power of the channel that was sent
   bit_field<u8> num_res_blocks, mcs, modulation_type;
   unsigned stride;  // bytes
 };
@@ -27,7 +27,7 @@ constexpr report_places of_48{.tx_power = 64,
                               .modulation_type = {"pusch_modulation_type", 344, 4},
                               .stride = 52};
 
-/// In version 49 an acknowledgement mask of this many bytes is in front.
+/// Version 49 starts with an acknowledgement mask of `mask` bytes.
 constexpr report_places of_49(unsigned mask) {
   const unsigned channel = 8 * (10 + mask);
   return {.tx_power = 8 * (8 + mask) + 6,
@@ -40,7 +40,7 @@ constexpr report_places of_49(unsigned mask) {
 struct report_layout {
   unsigned version;
   bit_field<u8> ca_mode_enable;
-  report_places places[2];  // by ca_mode_enable
+  report_places places[2];  // indexed by ca_mode_enable
 };
 constexpr report_layout layouts[] = {
     {48, {"ca_mode_enable", 61, 1}, {of_48, of_48}},

@@ -1,4 +1,4 @@
-// Logs 0xB16E and 0xB16F, LTE PUSCH and PUCCH power control: the last entry makes a record.
+// Logs 0xB16E and 0xB16F, LTE PUSCH and PUCCH power control: a record of the last entry.
 // Layout: docs/formats/lte.md.
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"

@@ -1,5 +1,5 @@
-// Log 0xB173, LTE PDSCH stat indication: one record of the received blocks in sum and of the last
-// one. Layout: docs/formats/lte.md.
+// Log 0xB173, LTE PDSCH stat indication: one record with the totals of the received blocks and the
+// details of the last one. Layout: docs/formats/lte.md.
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"
 #include "modem_stats/records/lte.h"
@@ -10,15 +10,15 @@ namespace {
 namespace at {
 constexpr auto num_records = at_byte<u8>("num_records", 1);
 constexpr unsigned records = 4;  // byte
-// Of a record:
+// Relative to a record:
 constexpr auto num_layers = at_byte<u8>("num_layers", 3);
 constexpr auto num_tb = at_byte<u8>("num_tb", 4);
-// Of a transport block:
+// Relative to a transport block:
 constexpr bit_field<u8> crc_result{"crc_result", 7, 1};
 constexpr bit_field<u8> rnti_type{"pdsch_rnti_type", 8, 4};
 }  // namespace at
 
-/// A record has always room for two transport blocks.
+/// A record always has space for two transport blocks.
 struct record_places {
   unsigned first_block, block_stride, stride;  // bytes
   bit_field<u16> tb_size;
@@ -61,8 +61,8 @@ constexpr unsigned max_records = 25;
 constexpr unsigned max_blocks = 2;
 constexpr u8 c_rnti = 0;
 
-/// Bits a symbol, which is what the log gives where it gives the modulation (3GPP TS 36.213, table
-/// 7.1.7.1-1).
+/// Bits per symbol (3GPP TS 36.213, table 7.1.7.1-1), in the encoding of versions that log the
+/// modulation itself.
 constexpr u8 modulation_of(u8 mcs) {
   if (mcs <= 9 || mcs == 29) return 2;
   if (mcs <= 16 || mcs == 30) return 4;

@@ -1,4 +1,4 @@
-// Log 0xB193, LTE ML1 serving cell measurement: the serving cell of each sub-packet makes a record.
+// Log 0xB193, LTE ML1 serving cell measurement: a record of the serving cell in each sub-packet.
 // Layout: docs/formats/lte.md.
 #include <algorithm>
 #include <array>
@@ -13,7 +13,7 @@ namespace {
 
 constexpr unsigned max_antennas = 4;
 
-/// Where a value starts in a cell: a bit, counted from this byte.
+/// Where a value starts in a cell: at a bit, counted from a byte.
 struct place {
   unsigned byte, bit;
 };
@@ -69,12 +69,12 @@ constexpr cell_places cell_of_48{4,
     {{92, 0}, {92, 9}, {96, 0}, {96, 9}}};
 
 namespace at {
-constexpr unsigned body = lte::sub_packet_head;  // byte; from here:
+constexpr unsigned body = lte::sub_packet_head;  // byte; the offsets below are relative to it
 constexpr bit_field<u32> short_earfcn{"earfcn", 0, 16};
 constexpr bit_field<u32> earfcn{"earfcn", 0, 32};
 constexpr auto num_cells = at_byte<u16>("num_cells", 4);
 constexpr auto rx_valid = at_byte<u16>("rx_valid", 6);
-// Of a cell:
+// Relative to a cell:
 constexpr bit_field<u16> pci{"pci", 0, 9};
 constexpr bit_field<u8> srv_cell_idx{"srv_cell_idx", 9, 3};
 constexpr bit_field<u8> is_srv_cell{"is_srv_cell", 12, 1};
@@ -82,7 +82,7 @@ constexpr bit_field<u8> is_srv_cell{"is_srv_cell", 12, 1};
 
 constexpr auto none = absent<u16>;
 
-/// Where num_cells is absent there is one cell, where is_srv_cell is absent it is the serving one.
+/// Without num_cells there is one cell; without is_srv_cell it is the serving cell.
 struct body_layout {
   unsigned version;
   bit_field<u32> earfcn;
@@ -104,7 +104,7 @@ constexpr body_layout layouts[] = {
     {48, at::earfcn,       at::num_cells, at::rx_valid, 12, 140, at::is_srv_cell, cell_of_48},
 };
 
-/// What is measured, once for each antenna and once combined.
+/// A measured quantity: one value per antenna, and one combined.
 struct quantity {
   std::array<const char*, max_antennas> names;
   const char* combined;
@@ -124,9 +124,9 @@ constexpr quantity snr_of{
 constexpr u8 serving_cell_measurement_result = 25;  // sub-packet id
 constexpr unsigned max_cells = 4;
 constexpr u16 all_antennas = 0x0F;
-constexpr i32 offset_of_4_antennas = 640;  // of measured_rsrp, which then counts from -140 dBm
+constexpr i32 offset_of_4_antennas = 640;  // added to measured_rsrp, which counts from -140 dBm
 
-using raw_values = std::array<u16, max_antennas>;  // 0 for an antenna that is not there
+using raw_values = std::array<u16, max_antennas>;  // 0 for a missing antenna
 using values = std::array<float, max_antennas>;
 
 u16 read(packet_decoder& in, const char* name, place at, unsigned width) {
@@ -150,7 +150,7 @@ float read_combined(packet_decoder& in, const quantity& what, place at, i32 offs
   return what.value(read(in, what.combined, at, what.width) + offset);
 }
 
-/// A bit for each antenna that measured something.
+/// One bit per antenna, set if it has a measurement.
 u16 antennas_of(const raw_values& raw_rsrp) {
   unsigned mask = 0;
   for (unsigned i = 0; i < max_antennas; ++i) mask |= raw_rsrp[i] != 0 ? 1U << i : 0;
@@ -162,7 +162,7 @@ void print(packet_decoder& in, const quantity& what, const values& value) {
            value[1], what.names[2], value[2], what.names[3], value[3]);
 }
 
-/// Puts the block at the serving cell, or at the first one if none says that it is.
+/// Moves the block to the serving cell, or to the first cell if none is marked as serving.
 void find_serving_cell(packet_decoder& in, const body_layout& layout, unsigned num_cells) {
   const unsigned first = in.block() + layout.cells;
   for (unsigned i = 0; i < num_cells; ++i) {

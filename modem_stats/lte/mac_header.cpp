@@ -29,8 +29,8 @@ constexpr int element_sizes[] = {
 };
 static_assert(std::size(element_sizes) == lcid_mask + 1);
 
-/// The most that a buffer size index stands for, bytes (TS 36.321, table 6.1.3.1-1). The last one
-/// has no upper bound and counts as its lower.
+/// The upper bound in bytes of each buffer size index (TS 36.321, table 6.1.3.1-1). The last index
+/// has none and counts as its lower bound.
 constexpr u32 buffer_sizes[] = {
     0,     10,    12,    14,    17,     19,     22,     26,     // 0
     31,    36,    42,    49,    57,     67,     78,     91,     // 8
@@ -50,7 +50,7 @@ struct sub_header {
   unsigned element_bytes = 0;
 };
 
-/// Reads octets up to the header's end, and no further.
+/// Reads octets, but not beyond the end of the header.
 class octets {
  public:
   octets(packet_decoder& in, u8 hdr_len) : in_(in), end_(hdr_len) {}
@@ -63,7 +63,7 @@ class octets {
     at_ += bytes;
     in_.check_valid(at_ <= end_, end_, "hdr_len");
   }
-  /// The one before the cursor.
+  /// The octet before the cursor.
   [[nodiscard]] u8 last() const { return in_.bits(at_byte<u8>("mac_header", at_ - 1)); }
 
  private:
@@ -72,7 +72,7 @@ class octets {
   unsigned at_ = 0;
 };
 
-/// The length behind a sub-header's first octet.
+/// The length that follows a sub-header's first octet.
 unsigned read_length(octets& from, unsigned first) {
   const unsigned high = from.next();
   if ((first & two_byte_length) != 0) return high << 8 | from.next();
@@ -117,7 +117,8 @@ void read_mac_header(packet_decoder& in, u8 hdr_len, unsigned count_tb, mac_repo
   for (unsigned i = 0; i < num && in.ok(); ++i) {
     const auto [lcid, bytes] = sub_headers[i];
     from.skip(bytes);
-    // Group 3 is the last of a long report; what is of interest is in the last octet of an element.
+    // All values that are needed are in the last octet of their element; group 3 is the last one in
+    // a long report.
     const u8 octet = from.last();
     const auto index = static_cast<u8>(octet & 0x3F);
     if (lcid == power_headroom) reports.phr_ind = index;

@@ -1,20 +1,20 @@
-// The header of an LTE uplink MAC PDU (3GPP TS 36.321, 6.1 and 6.2): sub-headers, and behind the
-// last one the control elements that they announce.
+// The header of an LTE uplink MAC PDU (3GPP TS 36.321, 6.1 and 6.2): sub-headers, followed by the
+// control elements that they announce.
 #pragma once
 
 #include "modem_stats/packet_decoder.h"
 
 namespace modem_stats::lte {
 
-/// What the headers of a packet's transport blocks say in sum.
+/// The combined reports from the headers of a packet's transport blocks.
 struct mac_reports {
   u16 phr_ind = 255;     // the last power headroom index; 255: none
   u16 bsr_lcg3_num = 0;  // buffer status reports of logical channel group 3
-  u32 bsr_lcg3_sum = 0;  // and the bytes they report
+  u32 bsr_lcg3_sum = 0;  // total of the bytes they report
 };
 
-/// Adds what the header in the `hdr_len` bytes from the block on reports. A logical channel id that
-/// is not known ends it, with a line. `count_tb` is the transport block's number, for messages.
+/// Adds the reports from the header, which is the `hdr_len` bytes from the block on. An unknown
+/// logical channel id prints a line and ends it. `count_tb`: the block's number, for messages.
 void read_mac_header(packet_decoder& in, u8 hdr_len, unsigned count_tb, mac_reports& reports);
 
 }  // namespace modem_stats::lte

@@ -1,5 +1,6 @@
-// The sub-packets of LTE logs: a count in byte 1 of the packet, then from byte 4 on one behind the
-// other, each with the head id u8, version u8, size u16 (bytes, with the head).
+// The sub-packets of LTE logs. Byte 1 of the packet is their number; they follow each other from
+// byte 4 on, each starting with the head id u8, version u8, size u16 (in bytes, including the
+// head).
 #pragma once
 
 #include "modem_stats/packet_decoder.h"
@@ -9,8 +10,8 @@ namespace modem_stats::lte {
 constexpr unsigned max_sub_packets = 4;
 constexpr unsigned sub_packet_head = 4;  // bytes
 
-/// Calls decode(byte, version) for every sub-packet, which must have this id; the block is at
-/// `byte`. Returns how many there are.
+/// Calls decode(byte, version) with the block at `byte` for every sub-packet, each of which must
+/// have this id. Returns their number.
 template <typename Decode>
 u8 for_each_sub_packet(packet_decoder& in, u8 id, const char* id_name, const Decode& decode) {
   const auto num_subpkt = in.bits(at_byte<u8>("num_subpkt", 1));

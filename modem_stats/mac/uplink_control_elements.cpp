@@ -30,7 +30,7 @@ void short_bsr(walk& to, const char* label, bytes body) {
   to.add(index);
 }
 
-/// Which groups the indices of a truncated report belong to is not told.
+/// A truncated report does not say which groups its indices belong to.
 void long_bsr(walk& to, const char* label, bytes body) {
   if (body.empty()) return;
   const u8 groups = body[0];
@@ -60,11 +60,11 @@ void single_phr(walk& to, const char* label, bytes body) {
 constexpr int other_cell = -1;  // the other MAC entity's special cell
 constexpr int primary_cell = 0;
 
-/// Prints what the front of `entries` tells of a cell and gives what is behind it.
+/// Prints the first cell's report in `entries` and returns the rest.
 bytes cell_phr(walk& to, const char* label, int cell, bytes entries) {
   if (entries.empty()) return entries;
   const auto phr_idx = bits(entries[0], 0, 6);
-  const bool is_virtual = bits(entries[0], 6, 1) != 0;  // of a transmission that was not made
+  const bool is_virtual = bits(entries[0], 6, 1) != 0;  // there was no actual transmission
   if (is_virtual) {
     to.in.print("------ %s: cell = %d, phr_idx = %d", label, cell, phr_idx);
     return entries.subspan(1);
@@ -88,7 +88,7 @@ void cells_phr(walk& to, const char* label, bytes body) {
   }
 }
 
-constexpr unsigned told = ~0U;  // length that follows the first octet
+constexpr unsigned variable = ~0U;  // the length follows the first octet
 
 struct element {
   unsigned lcid;
@@ -98,15 +98,15 @@ struct element {
 };
 constexpr element elements[] = {
     {53, 2, "BitrateMce", bit_rate},
-    {54, told, "Mc4Phr", cells_phr<4>},
+    {54, variable, "Mc4Phr", cells_phr<4>},
     {55, 0, "", nullptr},  // configured grant confirmation
-    {56, told, "Mc1Phr", cells_phr<1>},
+    {56, variable, "Mc1Phr", cells_phr<1>},
     {57, 2, "SinglePhr", single_phr},
     {58, 2, "CrntiStruct", c_rnti},
     {59, 1, "Short Truncated Bsr", short_bsr},
-    {60, told, "Long Truncated Bsr", long_bsr},
+    {60, variable, "Long Truncated Bsr", long_bsr},
     {61, 1, "ShortBsr", short_bsr},
-    {62, told, "LongBsr", long_bsr},
+    {62, variable, "LongBsr", long_bsr},
 };
 
 }  // namespace
@@ -120,7 +120,7 @@ void walk_uplink_control_elements(packet_decoder& in, bytes octets, bool has_oth
     const auto* const row = std::ranges::find(elements, bits(first, 0, 6), &element::lcid);
     if (row == std::end(elements)) return;
     std::size_t length = row->length;
-    if (length == told) {
+    if (length == variable) {
       const std::size_t width = bits(first, 6, 1) != 0 ? 2 : 1;
       if (octets.size() < width) return;
       length = octets[0];

@@ -1,4 +1,4 @@
-// Log 0xB823, NR5G RRC serving cell info: the cell that the phone has chosen.
+// Log 0xB823, NR5G RRC serving cell info: the cell that the phone has selected.
 // Layout: docs/formats/nr5g_mac_rrc.md.
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"
@@ -9,7 +9,7 @@ namespace {
 
 struct cell_layout {
   unsigned version;
-  unsigned cell;  // byte from which on all versions are alike
+  unsigned cell;  // byte; from here on all versions are the same
   bit_field<u16> pci;
 };
 constexpr cell_layout layouts[] = {

@@ -9,7 +9,7 @@
 namespace modem_stats {
 namespace {
 
-/// The counts stand side by side, the lists behind them.
+/// All counts come first, then the lists.
 struct counts_layout {
   bit_field<u8> groups;
   bit_field<u8> nrdc_groups;
@@ -37,7 +37,7 @@ struct configuration_layout {
   unsigned state;           // byte
   unsigned counts;          // byte
   unsigned carrier_stride;  // bytes
-  unsigned band;            // byte of a carrier, from which on the rest of it follows
+  unsigned band;            // byte of a carrier; the rest of it follows
   unsigned ul_rohc;         // byte of a bearer
   const counts_layout& count;
 };

@@ -1,5 +1,5 @@
-// Log 0xB872, NR5G L2 uplink transport blocks: how much data waits in the phone, as the buffer
-// status reports of all blocks tell. Layout: docs/formats/nr5g_mac_rrc.md.
+// Log 0xB872, NR5G L2 uplink transport blocks: how much data is queued in the phone, according to
+// the buffer status reports of all blocks. Layout: docs/formats/nr5g_mac_rrc.md.
 #include <algorithm>
 #include <array>
 #include <limits>
@@ -37,7 +37,7 @@ constexpr unsigned max_ttis = 20;
 constexpr unsigned max_blocks = 15;
 constexpr unsigned max_mce_length = 63;
 
-/// Walks the block that begins at `byte` and returns where the next one does.
+/// Walks the block that begins at `byte` and returns where the next one begins.
 unsigned read_block(packet_decoder& in, const sample_layout& layout, unsigned byte,
                     bool has_other_cell, mac::buffer_sizes& sizes) {
   in.block_at(byte);

@@ -10,7 +10,7 @@ namespace {
 struct dci_layout {
   unsigned version;
   nr5g::mac_header header;
-  bool grouped;       // entries stand in groups of one kind and not in records
+  bool grouped;       // entries are grouped by kind instead of being in records
   unsigned downlink;  // bytes of an entry
   unsigned uplink;
   bit_field<u8> mcs_dl;
@@ -42,7 +42,7 @@ constexpr unsigned groups = 16;  // byte
 }  // namespace at
 
 constexpr unsigned max_records = 32;
-constexpr u8 first_downlink_format = 2;  // 1_0; those before it are 0_0 and 0_1
+constexpr u8 first_downlink_format = 2;  // 1_0; formats 0 and 1 are the uplink's 0_0 and 0_1
 constexpr u16 no_mcs = 255;
 
 struct assignments {
@@ -73,7 +73,7 @@ void read_records(packet_decoder& in, const dci_layout& layout, u8 num_records, 
   });
 }
 
-/// Uplink, downlink, then those downlink assignments to no one phone whose fields are not known.
+/// Uplink, downlink, then downlink assignments to all phones, whose fields are unknown.
 void read_groups(packet_decoder& in, const dci_layout& layout, assignments& last) {
   const auto num_ul = in.bits(at::num_ul);
   const auto num_dl = in.bits(at::num_dl);
@@ -81,7 +81,7 @@ void read_groups(packet_decoder& in, const dci_layout& layout, assignments& last
     in.check_count(count, max_records, "num_records");
   }
   if (!in.ok()) return;
-  // Only the last of a group counts.
+  // Only the last entry of a group is recorded.
   if (num_ul > 0) {
     in.block_at(at::groups + layout.uplink * (num_ul - 1U));
     read_uplink(in, layout, last);

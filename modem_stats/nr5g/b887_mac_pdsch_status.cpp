@@ -46,8 +46,8 @@ pdsch_entry read_entry(packet_decoder& in) {
           .num_rx = in.bits(at::num_rx)};
 }
 
-/// What is told of a packet: its last entry, and the layers of all. Entries for this phone alone
-/// drive out the others; of the others, the last stands for all.
+/// What is recorded: the last entry, and the layers of all entries. Entries addressed to this phone
+/// take precedence; only if there are none, the last of the other entries is used.
 struct summary {
   pdsch_entry last{};
   bool any = false;

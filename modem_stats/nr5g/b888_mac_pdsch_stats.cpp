@@ -12,7 +12,7 @@ struct stats_layout {
   bit_field<u8> num_records;
   unsigned records;  // byte
 };
-constexpr unsigned more_header = 12;  // bytes behind the header that the MAC logs share
+constexpr unsigned more_header = 12;  // bytes after the header that the MAC logs share
 constexpr stats_layout layouts[] = {
     {0x20002, nr5g::mac_header_2.num_records, nr5g::mac_header_2.records + more_header},
     {0x30000, nr5g::mac_header_3.num_records, nr5g::mac_header_3.records + more_header},

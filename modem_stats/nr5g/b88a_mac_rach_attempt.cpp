@@ -1,4 +1,4 @@
-// Log 0xB88A, NR5G MAC RACH attempt: the timing advance that the cell has given.
+// Log 0xB88A, NR5G MAC RACH attempt: the timing advance that the cell assigned.
 // Layout: docs/formats/nr5g_mac_rrc.md; the positions of 0x30000 are our own.
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"
@@ -9,8 +9,8 @@ namespace {
 
 struct attempt_layout {
   unsigned version;
-  unsigned attempt;    // byte from which on the next two stand alike
-  unsigned message_2;  // byte of what message 2 said
+  unsigned attempt;    // byte
+  unsigned message_2;  // byte; contents of message 2
   bool (*has_message_2)(unsigned rach_msg_bitmask);
 };
 
@@ -56,6 +56,6 @@ void modem_stats_parse_b88a_diag_log_nr5g_mac_rach_attempt(modem_stats::packet_d
   in.print(
       "sub_id = %d, version = %d, rach_msg_bitmask = %d, t_rnti = %d, ta = %d, rach_result = %d",
       in.sub_id(), version, rach_msg_bitmask, t_rnti, ta, rach_result);
-  in.check_valid(rach_result != no_result, ta);  // sic: not the result
+  in.check_valid(rach_result != no_result, ta);  // sic: reports ta instead of the result
   in.publish(nr5g_mac_rach_attempt_record, "version"_f = version, "ta"_f = ta);
 }

@@ -27,7 +27,7 @@ constexpr bit_field<u8> bitwidth_cqi{"bitwidth_cqi", 458, 3};
 
 constexpr unsigned report_size = 60;
 constexpr unsigned max_records = 8;
-constexpr u8 ssb_index_and_rsrp = 0x60;  // a report of one of these has another form
+constexpr u8 ssb_index_and_rsrp = 0x60;  // reports with these bits have a different form
 constexpr u8 not_reported = 255;
 
 struct csi_report {

@@ -1,5 +1,5 @@
 // Log 0xB8C9, NR5G LL1 firmware receive AGC: in-band level of up to four receive chains, of the
-// packet's first chunk; only an AGC record makes a record. The place of the level is our own.
+// packet's first chunk, if that is an AGC record. The position of the level is our own.
 // Layout: docs/formats/nr5g_ml1_ll1.md.
 #include "modem_stats/conversions.h"
 #include "modem_stats/nr5g/ll1_chunk.h"

@@ -79,14 +79,14 @@ struct entry {
   cell serving;
 };
 
-/// Goes through the structures of a packet as they lie, and prints each.
+/// Walks the structures of a packet in order and prints each of them.
 class database_walk {
  public:
   database_walk(packet_decoder& in, const database_layout& layout)
       : in_(in), layout_(layout), byte_(layout.header) {}
 
-  /// A layer, its cells and their beams. It makes an entry when one of the cells is the serving
-  /// one and has beams.
+  /// Reads a layer with its cells and their beams. Adds an entry if one of the cells is the serving
+  /// cell and has beams.
   std::optional<entry> next_layer(u8 layer) {
     enter(layout_.layer);
     const auto kind = in_.bits_or(layout_.cc_id, layer);
@@ -108,7 +108,7 @@ class database_walk {
   }
 
  private:
-  /// Fields are placed in the structure of this size at the walk's position from now on.
+  /// Moves the block to the structure of this size at the current position, and steps past it.
   void enter(unsigned size) {
     in_.block_at(byte_);
     byte_ += size;
@@ -146,7 +146,7 @@ class database_walk {
 constexpr const fixed_record<nr5g_meas_fields>* record_of_kind[] = {
     &nr5g_ml1_meas_pcc_record, &nr5g_ml1_meas_scc1_record, &nr5g_ml1_meas_scc2_record};
 
-/// False for a kind of carrier that has no record: it ends the packet.
+/// False for a kind of carrier that has no record, which ends the decoding.
 bool publish(packet_decoder& in, u32 version, unsigned number, const entry& one) {
   const f32 rsrp0 = modem_stats_nr5g_rsrp_ex(one.serving.first_beam.rsrp_i0);
   const f32 rsrp1 = modem_stats_nr5g_rsrp_ex(one.serving.first_beam.rsrp_i1);

@@ -1,5 +1,5 @@
 // Log 0xB98F, NR5G ML1 antenna switch diversity: the antenna of each chain before and after the
-// switch. That the chains stand as Rx0..Rx3, Tx0, Tx1 is inferred.
+// switch. The order of the chains (Rx0..Rx3, Tx0, Tx1) is inferred.
 // Layout: docs/formats/nr5g_ml1_ll1.md.
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"

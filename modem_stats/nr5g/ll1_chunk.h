@@ -1,5 +1,5 @@
-// Chunks of the LL1 firmware logs: a header word, then what its code says. A packet's first chunk
-// is normally a container of the others.
+// Chunks of the LL1 firmware logs: a header word, then contents that depend on its code. A packet's
+// first chunk is normally a container for the others.
 #pragma once
 
 #include "modem_stats/bit_field.h"
@@ -13,7 +13,7 @@ inline constexpr unsigned first_inner = 16;
 
 // Of a chunk.
 inline constexpr bit_field<u8> code{"code", 0, 8};
-inline constexpr bit_field<u16> length{"length", 8, 12};  // bytes, with the header
+inline constexpr bit_field<u16> length{"length", 8, 12};  // in bytes, including the header
 
 // Codes.
 inline constexpr u8 container = 0xFC;

@@ -13,16 +13,16 @@ struct mac_header {
 inline constexpr mac_header mac_header_2{at_byte<u8>("num_records", 15), 16};
 inline constexpr mac_header mac_header_3{at_byte<u8>("num_records", 7), 8};
 
-/// Records back to back, each a head, in which the number of its entries stands behind the four
-/// bytes of the slot's time, and the entries.
+/// Consecutive records, each a head and its entries. The head starts with four bytes for the slot's
+/// time, followed by the number of entries.
 struct record_form {
   const char* num_entries;  // the count's name
   unsigned max_entries;
   unsigned head;  // bytes
 };
 
-/// Lets `read_entry` read every entry, at which `in` then stands; it gives the entry's size.
-/// Returns the number of entries of the last record.
+/// Calls `read_entry`, which returns the entry's size, with `in` at each entry. Returns the number
+/// of entries in the last record.
 template <typename Read>
 u8 read_records(packet_decoder& in, unsigned byte, unsigned num_records, const record_form& form,
                 Read read_entry) {

@@ -49,7 +49,7 @@ inline constexpr auto lte_handover_fields =
 inline constexpr fixed_record<lte_handover_fields> lte_handover_record{
     109, "lte_rrc_new_cell_ind_ext_earfcn"};
 
-/// Antenna information, also of the statistics service.
+/// Antenna information; the statistics service has it too.
 inline constexpr auto antenna_info_fields =
     fields(field<u8>{"version"}, field<u8>{"ant_number"}, field<u16>{"ant_switch_path"},
            field<u16>{"sig_path"}, field<u8>{"old_config"}, field<u8>{"new_config"});

@@ -5,7 +5,7 @@
 
 namespace modem_stats {
 
-/// The 4G carrier record, of the serving-cell measurement log and of the statistics service.
+/// The 4G carrier record, which the serving-cell measurement log and the statistics service share.
 inline constexpr auto lte_carrier_fields =
     fields(field<u8>{"version"}, field<u8>{"version_ssmr"}, field<u32>{"earfcn"}, field<u16>{"pci"},
            field<u8>{"is_srv_cell"}, field<u16>{"rx_valid"},  //
@@ -28,7 +28,7 @@ inline constexpr fixed_record<lte_carrier_fields> lte_srv_meas_scc4_record{106,
                                                                            "lte_srv_meas_scc4"};
 inline constexpr fixed_record<lte_carrier_fields> lte_srv_meas_scc5_record{107,
                                                                            "lte_srv_meas_scc5"};
-/// The log makes this one of every secondary carrier.
+/// The log uses this one for every secondary carrier.
 inline constexpr fixed_record<lte_carrier_fields> lte_srv_meas_scc6_record{108,
                                                                            "lte_srv_meas_scc6"};
 

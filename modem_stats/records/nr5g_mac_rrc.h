@@ -33,13 +33,13 @@ inline constexpr record_schema nr5g_rrc_configuration_record = record_of_parts(
     record_part{nr5g_rrc_configuration_bearer.rows, "bearers", {"num_active_rb"}},
     record_part{nr5g_rrc_configuration_tail.rows});
 
-/// Buffer size indices, 5 and 8 bits wide alike.
+/// Buffer size indices, whether 5 or 8 bits wide.
 inline constexpr auto nr5g_l2_ul_tb_fields =
     fields(field<u32>{"version"}, field<u16>{"bsr_idx"}, field<u16>{"bsr_idx_num"},
            field<u16>{"bsr_idx_sum"});
 inline constexpr fixed_record<nr5g_l2_ul_tb_fields> nr5g_l2_ul_tb_record{115, "nr5g_l2_ul_tb"};
 
-/// A power is 32767 where the packet has no such channel.
+/// A power is 32767 if the packet has no such channel.
 inline constexpr auto nr5g_mac_ul_power_fields =
     fields(field<u32>{"version"}, field<u8>{"num_carriers"},
            field<i16>{"tx_power_pusch", "0.1 dBm"}, field<i16>{"tx_power_pucch", "0.1 dBm"},
@@ -47,7 +47,7 @@ inline constexpr auto nr5g_mac_ul_power_fields =
 inline constexpr fixed_record<nr5g_mac_ul_power_fields> nr5g_mac_ul_power_record{
     90, "nr5g_mac_ul_phy_ch_power_ctrl"};
 
-/// An MCS is 255 where the packet has nothing of that direction.
+/// An MCS is 255 if the packet has nothing for that direction.
 inline constexpr auto nr5g_mac_dci_fields = fields(field<u32>{"version"}, field<u16>{"mcs_dl"},
                                                    field<u16>{"mcs_ul"}, field<u32>{"rb_assi_num"});
 inline constexpr fixed_record<nr5g_mac_dci_fields> nr5g_mac_dci_record{85, "nr5g_mac_dci_info"};
@@ -63,7 +63,7 @@ inline constexpr auto nr5g_mac_pdsch_stats_fields =
 inline constexpr fixed_record<nr5g_mac_pdsch_stats_fields> nr5g_mac_pdsch_stats_record{
     88, "nr5g_mac_pdsch_stats"};
 
-/// The timing advance command is 65535 where message 2 was not received.
+/// The timing advance command is 65535 if message 2 was not received.
 inline constexpr auto nr5g_mac_rach_attempt_fields =
     fields(field<u32>{"version"}, field<u16>{"ta"});
 inline constexpr fixed_record<nr5g_mac_rach_attempt_fields> nr5g_mac_rach_attempt_record{

@@ -52,7 +52,7 @@ inline constexpr auto nr5g_antenna_switch_fields =
 inline constexpr fixed_record<nr5g_antenna_switch_fields> nr5g_ml1_antenna_switch_diversity_record{
     113, "nr5g_ml1_antenna_switch_diversity"};
 
-/// Primary and secondary carriers alike.
+/// For both primary and secondary carriers.
 inline constexpr auto nr5g_meas_fields =
     fields(field<u32>{"version"}, field<f32>{"rsrp_rx0", "dBm"}, field<f32>{"rsrp_rx1", "dBm"},
            field<f32>{"rsrp_rx2", "dBm"}, field<f32>{"rsrp_rx3", "dBm"}, field<f32>{"rsrq", "dB"});

@@ -27,7 +27,7 @@ inline constexpr auto ims_sip_message_fields =
 inline constexpr fixed_record<ims_sip_message_fields> ims_sip_message_record{116,
                                                                              "ims_sip_message"};
 
-/// `outcome` is where setup and end differ.
+/// Setup and end differ only in `outcome`.
 consteval auto ims_volte_session_fields(const char* outcome) {
   return fields(field<u8>{"version"}, field<u8>{"direction"}, field<u16>{outcome},
                 field<u32>{"call_setup_delay", "ms"}, field<u8>{"rat"},

@@ -1,5 +1,5 @@
-// Log 0x4179, WCDMA PN search edition 2: receive level of two chains. That the words in front of
-// the search tasks are these levels is inferred. Layout: docs/formats/wcdma_gsm_ims.md.
+// Log 0x4179, WCDMA PN search edition 2: receive level of two chains. We infer that the words
+// before the search tasks are these levels. Layout: docs/formats/wcdma_gsm_ims.md.
 #include "modem_stats/conversions.h"
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"

@@ -1,4 +1,4 @@
-// The Android log on a Linux host: the system log, or where TVK_ANDROID_LOG says.
+// The Android log on a Linux host: the system log, or the destination TVK_ANDROID_LOG names.
 #include "platform/android_log.h"
 
 #include <fcntl.h>

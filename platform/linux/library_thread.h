@@ -1,5 +1,5 @@
-// A thread of the library. It is detached: a handle that a program never releases, as it may,
-// leaves nothing behind when its thread ends.
+// A thread of the library. It is detached, so that nothing has to join it: a program may never
+// release the handle it serves.
 #pragma once
 
 #include <atomic>
@@ -12,12 +12,12 @@ namespace platform {
 
 class library_thread {
  public:
-  /// False, and reported on standard error, when the host has no thread to give: the body is not
-  /// run. What the body holds is let go before the thread counts as ended.
+  /// False when the host has no thread to spare; that is reported on standard error and the body
+  /// does not run. The body's captures are destroyed before the thread counts as ended.
   [[nodiscard]] bool start(std::function<void()> body);
 
-  /// Returns when the body has ended; at once when there was none. Called by the body itself it
-  /// returns at once: an object may be released in its own callback.
+  /// Returns when the body has ended, or at once if none was started. Also returns at once when
+  /// called from the body: an object may be released in its own callback.
   void wait() const;
 
   [[nodiscard]] bool is_current() const;
@@ -25,7 +25,7 @@ class library_thread {
  private:
   struct state {
     std::latch ended{1};
-    std::atomic<std::thread::id> id;  ///< set by the thread, before the body
+    std::atomic<std::thread::id> id;  ///< set by the thread before it runs the body
   };
 
   std::shared_ptr<state> state_;

@@ -1,6 +1,6 @@
 // System properties on a Linux host: a text file of `name=value` lines. Blanks around name and
-// value do not count, nor does the carriage return of a file from elsewhere. Empty lines and lines
-// that begin with '#' are the user's own and stay as they are.
+// value are ignored, and so are carriage returns at line ends. Empty lines and lines that begin
+// with '#' are preserved.
 #include "platform/properties.h"
 
 #include <fcntl.h>
@@ -33,8 +33,8 @@ namespace {
 using host::file_descriptor;
 using platform::report_once;
 
-/// Far more than any phone's properties take.
-constexpr std::size_t most_bytes = std::size_t{1} << 20;
+/// Far more than any phone's properties need.
+constexpr std::size_t max_bytes = std::size_t{1} << 20;
 
 void report(const std::string& path, const std::string& what) {
   report_once("property file " + path + ": " + what);
@@ -44,8 +44,8 @@ void report_failure(const std::string& path, const char* what) {
   report(path, what + (": " + std::string(std::strerror(errno))));
 }
 
-/// The file that a path leads to, there or not. A link leads on when it is the user's own or the
-/// administrator's: one of somebody else could have us replace any file.
+/// The file that a path leads to, which need not exist. Only links of the user or the administrator
+/// are followed: another user's link could make us replace any file.
 std::optional<std::string> followed(std::string path) {
   constexpr int most_links = 8;
   for (int links = 0; links < most_links; ++links) {
@@ -68,7 +68,7 @@ std::optional<std::string> followed(std::string path) {
     std::error_code error;
     path = link.parent_path() / std::filesystem::read_symlink(link, error);
   }
-  report(path, "too many symbolic links lead on from it");
+  report(path, "too many symbolic links");
   return std::nullopt;
 }
 
@@ -94,7 +94,7 @@ std::optional<std::string> file_path() {
 
 using lines = std::vector<std::string>;
 
-/// The file's lines, none when there is no file yet; nothing when it cannot be read.
+/// The file's lines: an empty list when the file does not exist, no value when it cannot be read.
 std::optional<lines> read_lines(const std::string& path) {
   const file_descriptor file(::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC));
   if (!file.valid()) {
@@ -113,8 +113,8 @@ std::optional<lines> read_lines(const std::string& path) {
       return std::nullopt;
     }
     text.append(chunk.data(), static_cast<std::size_t>(got));
-    if (text.size() > most_bytes) {
-      report(path, "it has more than " + std::to_string(most_bytes) + " bytes");
+    if (text.size() > max_bytes) {
+      report(path, "it has more than " + std::to_string(max_bytes) + " bytes");
       return std::nullopt;
     }
   }
@@ -144,7 +144,7 @@ struct property {
   std::string_view value;
 };
 
-/// What a line sets; nothing for a comment and a line that sets nothing.
+/// The property that a line sets; no value for a comment or any other line.
 std::optional<property> property_in(std::string_view line) {
   const auto equals = line.find('=');
   if (is_comment(line) || equals == std::string_view::npos) return std::nullopt;
@@ -152,7 +152,7 @@ std::optional<property> property_in(std::string_view line) {
   return found.name.empty() ? std::nullopt : std::optional(found);
 }
 
-/// Names the first line that is wrong: a file of another kind has nothing but such lines.
+/// Reports the first malformed line only: in a file of another kind every line is malformed.
 void report_malformed(const std::string& path, const lines& all) {
   constexpr std::size_t shown = 100;
   const auto malformed = [](const std::string& line) {
@@ -163,7 +163,7 @@ void report_malformed(const std::string& path, const lines& all) {
   if (first == all.end()) return;
   const auto more = std::count_if(first + 1, all.end(), malformed);
   std::string text(trimmed(*first).substr(0, shown));
-  // It may be of any file at all, and goes to a terminal.
+  // The text may come from any file and is shown on a terminal: no control characters.
   std::ranges::replace_if(
       text, [](unsigned char each) { return each < ' ' || each > '~'; }, '?');
   report_once("property file " + path + ", line " + std::to_string(first - all.begin() + 1) +
@@ -172,8 +172,8 @@ void report_malformed(const std::string& path, const lines& all) {
               (more == 0 ? "" : ", here and in " + std::to_string(more) + " more lines"));
 }
 
-/// Gives a file that will take the place of another one that other's owner and mode.
-bool take_over_owner_and_mode(const file_descriptor& file, const std::string& replaced) {
+/// Copies owner and mode from the file that is about to be replaced.
+bool copy_owner_and_mode(const file_descriptor& file, const std::string& replaced) {
   struct stat before {};
   if (::lstat(replaced.c_str(), &before) != 0) return errno == ENOENT;
   const bool is_own = before.st_uid == ::geteuid() && before.st_gid == ::getegid();
@@ -181,18 +181,18 @@ bool take_over_owner_and_mode(const file_descriptor& file, const std::string& re
          ::fchmod(file.get(), before.st_mode & 07777U) == 0;
 }
 
-/// Replaces the file in one step: readers see the old text or the new one, whatever happens.
+/// Replaces the file atomically: readers see either the old or the new text.
 bool replace_file(const std::string& path, const lines& all) {
   std::string text;
   for (const std::string& line : all) text += line + "\n";
   const std::string fresh = path + ".new";
-  ::unlink(fresh.c_str());  // of a writer that was killed
+  ::unlink(fresh.c_str());  // left by a writer that was killed
   const auto [file, error] = host::make_new_file(fresh);
   if (!file.valid()) {
     report(path, "cannot be written: " + fresh + ": " + error);
     return false;
   }
-  if (host::write_all(file.get(), text) && take_over_owner_and_mode(file, path) &&
+  if (host::write_all(file.get(), text) && copy_owner_and_mode(file, path) &&
       ::fsync(file.get()) == 0 && std::rename(fresh.c_str(), path.c_str()) == 0) {
     return true;
   }
@@ -201,11 +201,11 @@ bool replace_file(const std::string& path, const lines& all) {
   return false;
 }
 
-/// Held from reading to replacing, so that no other process's change is lost in between. The lock
-/// is a file of its own because the property file is replaced, not rewritten.
+/// Held from reading to replacing, so that another process's change is not lost in between. A
+/// separate file, because the property file itself is replaced, not rewritten.
 file_descriptor lock_file(const std::string& path) {
   if (!host::make_directories(host::parent_of(path))) {
-    report_failure(path, "its directory cannot be made");
+    report_failure(path, "its directory cannot be created");
     return {};
   }
   auto lock = host::open_lock(path + ".lock");
@@ -217,7 +217,7 @@ file_descriptor lock_file(const std::string& path) {
   return std::move(lock.file);
 }
 
-/// What comes back as it was given, from a line of its own.
+/// Whether reading the line back would yield the same name and value.
 bool storable(std::string_view name, std::string_view value) {
   return !name.empty() && name.front() != '#' && trimmed(name) == name && trimmed(value) == value &&
          name.find_first_of("=\n") == std::string_view::npos && value.size() < PROPERTY_VALUE_MAX &&

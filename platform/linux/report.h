@@ -1,4 +1,4 @@
-// What the platform libraries tell the user about the host.
+// Messages from the platform libraries to the user about the host, on standard error.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace platform {
 
-/// One line on standard error; a text that was already said in this process is not said again.
+/// Writes "tvk: " and the text as one line. A text is written only once per process.
 inline void report_once(const std::string& text) {
   host::tell_once("tvk", text);
 }

@@ -27,8 +27,8 @@ android_LogPriority priority_of(LogLevel level) {
   return ANDROID_LOG_ERROR;
 }
 
-/// Writes to the radio log buffer in spite of its name: what a command prints on standard output is
-/// compared to the letter, so log lines have no place there.
+/// Despite its name this writes to the radio log buffer: a command's standard output is compared to
+/// the letter, so log lines must not appear there.
 class StdoutLogger final : public LoggerImpl {
  public:
   void log(LogLevel level, const char* tag, const char* message) override {

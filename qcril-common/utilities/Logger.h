@@ -1,5 +1,4 @@
-// The process's logger: a front, and the implementation behind it, made on first use by the factory
-// registered under its name.
+// The process's logger. A factory, registered by name, creates the implementation on first use.
 #pragma once
 
 #include <cstdint>

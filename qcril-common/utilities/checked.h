@@ -1,10 +1,10 @@
-// Arithmetic that ends the process instead of going wrong, in every build type.
+// Arithmetic that aborts instead of overflowing, in every build type.
 #pragma once
 
 #include <cstdio>
 #include <cstdlib>
 
-/// What was printed so far is not lost.
+/// Flushes standard output first, so that nothing already printed is lost.
 [[noreturn]] inline void abort_process() {
   std::fflush(stdout);
   std::abort();

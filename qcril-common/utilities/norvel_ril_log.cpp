@@ -14,10 +14,10 @@ namespace {
 __attribute__((format(printf, 1, 0))) std::string format(const char* fmt, va_list args) {
   va_list again;
   va_copy(again, args);
-  std::array<char, 256> most{};  // lines are rarely longer
-  const int length = std::vsnprintf(most.data(), most.size(), fmt, args);
-  std::string text(most.data());
-  if (length >= static_cast<int>(most.size())) {
+  std::array<char, 256> usual{};  // lines are rarely longer
+  const int length = std::vsnprintf(usual.data(), usual.size(), fmt, args);
+  std::string text(usual.data());
+  if (length >= static_cast<int>(usual.size())) {
     text.resize(static_cast<std::size_t>(length));
     std::vsnprintf(text.data(), text.size() + 1, fmt, again);
   }

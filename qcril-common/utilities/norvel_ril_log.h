@@ -2,11 +2,11 @@
 //   system log       "RIL[shell][SOURCE:LINE] FUNCTION: message"
 //   standard output  "RIL[FUNCTION:LINE]: message", unless quiet
 //
-// LINE is where the statement stands. SOURCE is the unit, one of the few names that readers of the
-// log know; a unit is the files whose names begin with it, as norvel_diag_send_response.cpp is of
-// norvel_diag_send, and a file with another name cannot log. FUNCTION is the real one, or the one
-// whose name the line is known by (the _AS macros); all lines under one name stand in one file, so
-// that a line is found from its three parts.
+// LINE is the statement's line. SOURCE is the unit, one of the few names that readers of the log
+// know: a unit comprises the files whose names begin with it (norvel_diag_send_response.cpp belongs
+// to norvel_diag_send), and no other file can log. FUNCTION is the enclosing function, or the name
+// by which readers know the line (the _AS macros). All lines with one FUNCTION are in one file, so
+// that the three parts together identify the statement.
 #pragma once
 
 #include <array>
@@ -23,7 +23,7 @@ struct norvel_log_site {
 
 void norvel_log(norvel_log_site site, const char* fmt, ...) __attribute__((format(printf, 2, 3)));
 
-/// The same at error level; standard output has it even when quiet.
+/// The same at error level; printed on standard output even when quiet.
 void norvel_log_error(norvel_log_site site, const char* fmt, ...)
     __attribute__((format(printf, 2, 3)));
 
@@ -37,7 +37,7 @@ consteval const char* norvel_log_source(std::string_view path) {
     const char next = name.substr(unit.size()).front();
     if (next == '_' || next == '.') return unit.data();
   }
-  throw "a file that logs has a name that begins with its unit's";
+  throw "the name of a file that logs must begin with the name of its unit";
 }
 
 #define NORVEL_LOG_SITE(function)                   \

@@ -1,4 +1,4 @@
-// Log lines and text building of the statistics code.
+// Log lines of the statistics code.
 #pragma once
 
 #include <cstddef>

@@ -15,7 +15,7 @@
 
 namespace {
 
-/// When and by whom a block was allocated.
+/// When and from where a block was allocated.
 struct trace_record {
   void* block;
   std::tm local_time;
@@ -38,7 +38,7 @@ struct memory_trace {
   std::map<void*, trace_record> blocks TVK_GUARDED_BY(lock);
 };
 
-// Never destroyed: statistics records outlive every owner.
+// Never destroyed: statistics records may be freed after static destruction.
 memory_trace& trace() {
   static memory_trace& process = *new memory_trace;
   return process;

@@ -129,14 +129,14 @@ TEST_F(tvk_decode_input, of_packed_captures_gives_all_that_can_be_unpacked) {
     add("whole", whole, all, "");
     add("two members", first + second, all, "");
     add("padding", first + hex("00*512") + second + hex("00*4"), all, "");
-    add("behind it other bytes", whole + hex("41*300"), all, "something else follows");
+    add("behind it other bytes", whole + hex("41*300"), all, "other data follows");
     add("a packed magic in other bytes",
         whole + hex("41*9") + bytes(whole.begin(), whole.begin() + 9), all, ": ");
-    add("in between other bytes", first + hex("41*70000") + second, all, "something else follows");
+    add("in between other bytes", first + hex("41*70000") + second, all, "other data follows");
     add("wrong checksum", with_flipped(whole, 3), all, ": ");
     add("wrong checksum, then a good member", with_flipped(first, 3) + second, all, ": ");
-    add("without its last byte", cut(1), all, "the end is missing");
-    add("a tenth cut off", cut(whole.size() / 10), all / 4, "the end is missing");
+    add("without its last byte", cut(1), all, "the file ends too early");
+    add("a tenth cut off", cut(whole.size() / 10), all / 4, "the file ends too early");
   }
   const auto gzip = support::gzip(frames(1, all));
   cases.push_back({"gzip, wrong CRC", with_flipped(gzip, 8), all, "incorrect data check"});

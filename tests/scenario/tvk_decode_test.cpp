@@ -377,7 +377,7 @@ TEST_F(tvk_decode, live_asks_saves_comes_back_and_takes_its_requests_back) {
   modem.port().write(capture + hex("01020304057E"));
   EXPECT_TRUE(support::eventually([&] { return read_file(dir_.file("lines")) == capture_lines; }));
   modem.port().close_connection();
-  EXPECT_TRUE(live.wait_for_error_text("the port is gone; waiting for it"));
+  EXPECT_TRUE(live.wait_for_error_text("the port is lost; waiting for it"));
   EXPECT_TRUE(live.wait_for_error_text("the port is back"));
   ASSERT_TRUE(modem.wait_for(reports_on, 2));
   modem.port().write(diag_frame(voice));
@@ -474,7 +474,7 @@ TEST_F(tvk_decode, live_gives_the_masks_back_however_it_ends) {
          on.program.send_signal(SIGINT);
        },
        1,
-       "the reader stalls; the rest is lost\n"},
+       "the reader has stalled; the rest is lost\n"},
       {"full disk",
        {"-o", "/dev/full"},
        [](live_session on) { on.modem.port().write(diag_frame(cell_info)); },
@@ -518,7 +518,7 @@ TEST_F(tvk_decode, save_makes_its_file_when_there_is_a_port_and_replaces_none_un
   const auto refused = decode(modem.arguments({"--save", kept}));
   EXPECT_EQ(refused.exit_status, 1);
   EXPECT_EQ(refused.errors,
-            "tvk-decode: " + kept + ": there is such a file; --force replaces it\n");
+            "tvk-decode: " + kept + ": the file exists; --force replaces it\n");
   EXPECT_EQ(read_file(kept), content);
   EXPECT_TRUE(modem.port().requests().empty());
   background_process live(TVK_DECODE_PROGRAM, modem.arguments({"--save", kept, "--force"}));

@@ -23,14 +23,14 @@ namespace {
 
 namespace wire = protocol::diag;
 
-/// Requests that a modem leaves without an answer are not kept for ever.
+/// The oldest request is dropped beyond this: a modem may leave requests unanswered.
 constexpr std::size_t max_waiting = 32;
 
 constexpr std::size_t read_size = std::size_t{1} << 16;
 
 constexpr std::chrono::seconds write_patience{3};
 
-/// Not valid when there is no such port: what is wrong is told once on standard error.
+/// Not valid when there is no such port; the reason is reported once on standard error.
 host::file_descriptor open_port() {
   const auto name = host::chosen_endpoint(wire::port_variable, wire::port_socket);
   auto [port, error] = host::open_byte_stream(name);
@@ -40,7 +40,7 @@ host::file_descriptor open_port() {
   return std::move(port);
 }
 
-void tell_log(const listeners& to, byte_view packet) {
+void report_log(const listeners& to, byte_view packet) {
   constexpr std::size_t outer_header_size = 4;
   constexpr std::size_t inner_header_size = 12;
   const auto log = wire::parse_log(packet);
@@ -48,10 +48,10 @@ void tell_log(const listeners& to, byte_view packet) {
   to.log(packet.subspan(outer_header_size, inner_header_size + log->payload.size()));
 }
 
-void tell_events(const listeners& to, byte_view report) {
+void report_events(const listeners& to, byte_view report) {
   wire::event_reader events(report);
   while (const auto event = events.next()) {
-    // A report of one event is the listener's structure behind its code.
+    // After its code byte, a report of a single event is exactly the structure listeners expect.
     const auto alone = wire::build_event_report(*event);
     to.event(byte_view(alone).subspan(1));
   }
@@ -77,7 +77,7 @@ bool connection::send(byte_view request, int owner, answer_handler handler) {
   const shared_port to = port();
   if (!to) return false;
   {
-    // Before it is sent: the answer may be faster than this thread.
+    // Before sending, because the answer may arrive before this thread goes on.
     const platform::mutex_lock hold(lock_);
     if (waiting_.size() == max_waiting) waiting_.erase(waiting_.begin());
     waiting_.push_back({owner, {request.begin(), request.end()}, std::move(handler)});
@@ -95,7 +95,7 @@ void connection::forget(int owner) {
     std::erase_if(waiting_, [&](const waiting& each) { return each.owner == owner; });
   };
   if (thread_.is_current()) return drop();
-  const platform::mutex_lock nothing_runs(calling_);
+  const platform::mutex_lock no_handler_runs(calling_);
   drop();
 }
 
@@ -128,8 +128,8 @@ void connection::run() {
   shared_port from = present_port();
   while (!stopping_) {
     if (auto now = present_port(); now != from) {
-      if (from) tell_port(false);
-      if (now) tell_port(true);
+      if (from) report_port(false);
+      if (now) report_port(true);
       from = std::move(now);
       frames = {};
     }
@@ -146,9 +146,9 @@ void connection::run() {
   }
 }
 
-void connection::tell_port(bool is_there) {
+void connection::report_port(bool is_open) {
   const platform::mutex_lock hold(calling_);
-  to_.port(is_there);
+  to_.port(is_open);
 }
 
 void connection::wait_for_bytes(const shared_port& from) const {
@@ -163,8 +163,8 @@ void connection::handle(byte_view packet) {
   const auto inner = wire::unwrap_radio(packet);
   if (!inner) return;
   const std::uint8_t code = inner->packet[0];
-  if (code == wire::log_code) tell_log(to_, inner->packet);
-  if (code == wire::event_code) tell_events(to_, inner->packet);
+  if (code == wire::log_code) report_log(to_, inner->packet);
+  if (code == wire::event_code) report_events(to_, inner->packet);
   handle_answer(packet);
 }
 

@@ -1,5 +1,5 @@
-// A connection to a modem's DIAG port: sends requests, and hands what comes to those who wait for
-// it, on a thread of its own. A port that goes is opened anew by the next request.
+// A connection to a modem's DIAG port. It sends requests, and its own thread passes answers, logs
+// and events to their handlers. After the port is lost, the next request reopens it.
 #pragma once
 
 #include <atomic>
@@ -18,33 +18,33 @@ namespace diag {
 
 using protocol::byte_view;
 
-/// Everything is called on the connection's thread, one after the other, without its locks.
+/// All of these are called on the connection's thread, one at a time. They may send requests.
 struct listeners {
   std::function<void(byte_view inner)> log;  ///< an inner log packet: length, code, time, payload
-  /// length u16, event word u16 of a full time, time u64, payload: none, one byte, two, or any
-  /// number behind its u8; in the shortest of these forms
+  /// length u16, event word u16 with the full-time form, time u64, then the payload in its shortest
+  /// form: nothing, one byte, two bytes, or a u8 length followed by that many
   std::function<void(byte_view event)> event;
-  std::function<void(bool is_there)> port;  ///< the port came back, or went
+  std::function<void(bool is_open)> port;  ///< the port was opened, or lost
 };
 
-/// Gets one answer, a raw packet.
+/// Receives one answer, a raw packet.
 using answer_handler = std::function<void(byte_view answer)>;
 
 class connection : public std::enable_shared_from_this<connection> {
  public:
   explicit connection(listeners to);
 
-  /// False when there is no port, or no thread.
+  /// False when the port cannot be opened or the host has no thread to spare.
   [[nodiscard]] bool start();
 
-  /// Nothing is called any more when this returns; when called from the connection's own thread,
-  /// nothing but what runs now.
+  /// No handler runs after this returns, except the caller itself when that is a handler.
   void stop();
 
-  /// `owner` is whom forget() names. False when the request could not be sent.
+  /// `owner` is the number that forget() takes. False when the request could not be sent.
   [[nodiscard]] bool send(byte_view request, int owner, answer_handler handler);
 
-  /// Answers to this owner's requests are dropped from now on; what runs now is waited for.
+  /// Drops all further answers to this owner's requests; waits for a handler that is running,
+  /// unless the caller is one.
   void forget(int owner);
 
   [[nodiscard]] bool has_port() { return present_port() != nullptr; }
@@ -57,13 +57,13 @@ class connection : public std::enable_shared_from_this<connection> {
     answer_handler handler;
   };
 
-  /// The port, opened anew when it went.
+  /// The port, reopened if it was lost.
   shared_port port();
   shared_port present_port();
   void lose(const shared_port& lost);
 
   void run();
-  void tell_port(bool is_there);
+  void report_port(bool is_open);
   void wait_for_bytes(const shared_port& from) const;
   void handle(byte_view packet);
   void handle_answer(byte_view packet);
@@ -73,9 +73,9 @@ class connection : public std::enable_shared_from_this<connection> {
   std::atomic<bool> stopping_ = false;
   platform::library_thread thread_;
 
-  // Taken in this order.
-  platform::mutex calling_;  // while something is called
-  platform::mutex sending_;  // while a frame is written
+  // Lock order: as declared.
+  platform::mutex calling_;  // held while a handler runs
+  platform::mutex sending_;  // held while a frame is written
   platform::mutex lock_;
   shared_port port_ TVK_GUARDED_BY(lock_);
   std::vector<waiting> waiting_ TVK_GUARDED_BY(lock_);

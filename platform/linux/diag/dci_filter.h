@@ -1,4 +1,4 @@
-// What a DCI client may not send: requests that change the masks of all clients.
+// Requests that a DCI client may not send, because they change the masks of all clients.
 #pragma once
 
 #include "protocol/bytes.h"

@@ -1,8 +1,8 @@
 // The DIAG library of a Linux host (platform/diag.h) over one connection to a modem's DIAG port.
 //
-// Callback mode hands over the answer to each request that was sent, a raw packet a call, and
-// nothing else: a program that takes whatever comes first for its answer is not misled by logs. DCI
-// answers come in pieces of at most 4096 bytes. There are no remote processors.
+// Callback mode delivers only answers to requests, one raw packet per call, so that a program that
+// takes the first packet for its answer is not misled by logs. DCI answers arrive in pieces of at
+// most 4096 bytes. There are no remote processors.
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -28,11 +28,11 @@ enum dci_result : int {
   dci_no_memory = 1003,
   dci_not_supported = 1004,
   dci_too_large = 1005,
-  dci_send_failed = 1006,  ///< or the request is one that a DCI client may not send
+  dci_send_failed = 1006,  ///< also for a request that a DCI client may not send
 };
 
 constexpr int local_processor = 0;
-constexpr int callback_mode_owner = 0;  ///< DCI clients have numbers from 1
+constexpr int callback_mode_owner = 0;  ///< DCI clients are numbered from 1
 constexpr int max_dci_clients = 10;
 constexpr std::size_t max_dci_piece = 4096;
 
@@ -62,7 +62,7 @@ struct library {
   }
 };
 
-/// Never destroyed: the connection's thread uses it until the process has ended.
+/// Never destroyed: the connection's thread uses it until the process ends.
 library& the_library() {
   static library& only = *new library;
   return only;
@@ -84,7 +84,7 @@ void raise_handled(int signal, int value) {
   ::sigqueue(::getpid(), signal, data);
 }
 
-void tell_stream(diag_dci_stream dci_client::*listener, byte_view bytes) {
+void forward_to_clients(diag_dci_stream dci_client::*listener, byte_view bytes) {
   for (const auto& [id, client] : the_library().present_clients()) {
     if (client.*listener == nullptr) continue;
     std::vector<unsigned char> data(bytes.begin(), bytes.end());
@@ -93,16 +93,16 @@ void tell_stream(diag_dci_stream dci_client::*listener, byte_view bytes) {
   }
 }
 
-void tell_port(bool is_there) {
+void signal_port_change(bool is_open) {
   constexpr int opened = 0x10000;
   constexpr int closed = 0x20000;
   for (const auto& [id, client] : the_library().present_clients()) {
     if ((client.peripherals & DIAG_CON_MPSS) == 0) continue;
-    raise_handled(client.signal, DIAG_CON_MPSS | (is_there ? opened : closed));
+    raise_handled(client.signal, DIAG_CON_MPSS | (is_open ? opened : closed));
   }
 }
 
-void tell_callback(byte_view answer) {
+void call_callback(byte_view answer) {
   diag_callback callback = nullptr;
   void* context = nullptr;
   {
@@ -117,7 +117,7 @@ void tell_callback(byte_view answer) {
   callback(data.data(), static_cast<int>(data.size()), context);
 }
 
-/// Where the answer to a DCI request goes.
+/// Delivers the answer to a DCI request.
 struct dci_response {
   int client_id;
   unsigned char* room;
@@ -139,7 +139,7 @@ struct dci_response {
   }
 };
 
-/// Changes a client that is registered.
+/// Changes a registered client.
 template <typename Change>
 int change_client(int id, Change change) {
   library& all = the_library();
@@ -170,9 +170,10 @@ unsigned char Diag_LSM_Init(unsigned char* /*environment*/) {
   const platform::mutex_lock hold(all.lock);
   if (all.link) return 1;
   auto link = std::make_shared<diag::connection>(diag::listeners{
-      .log = [](diag::byte_view inner) { diag::tell_stream(&diag::dci_client::log, inner); },
-      .event = [](diag::byte_view event) { diag::tell_stream(&diag::dci_client::event, event); },
-      .port = diag::tell_port});
+      .log = [](diag::byte_view inner) { diag::forward_to_clients(&diag::dci_client::log, inner); },
+      .event =
+          [](diag::byte_view event) { diag::forward_to_clients(&diag::dci_client::event, event); },
+      .port = diag::signal_port_change});
   if (!link->start()) return 0;
   all.link = std::move(link);
   return 1;
@@ -225,7 +226,7 @@ int diag_callback_send_data(int processor, unsigned char* request, int length) {
     return -1;
   }
   const diag::byte_view bytes(request, static_cast<std::size_t>(length));
-  return link->send(bytes, diag::callback_mode_owner, diag::tell_callback) ? 0 : -1;
+  return link->send(bytes, diag::callback_mode_owner, diag::call_callback) ? 0 : -1;
 }
 
 int diag_register_dci_client(int* client_id, std::uint16_t* peripherals, int processor,
@@ -267,7 +268,7 @@ int diag_register_dci_stream_proc(int client_id, diag_dci_stream log, diag_dci_s
 int diag_send_dci_async_req(int client_id, unsigned char* request, int length,
                             unsigned char* response, int response_size, diag_dci_response handler,
                             void* context) {
-  using namespace diag;  // NOLINT(google-build-using-namespace): of this file alone
+  using namespace diag;  // NOLINT(google-build-using-namespace): this file's own namespace
   if (response == nullptr || response_size <= 0 || handler == nullptr) {
     return fail(dci_not_supported, EINVAL);
   }
@@ -291,7 +292,7 @@ int diag_release_dci_client(int* client_id) {
   std::shared_ptr<diag::connection> link;
   {
     const platform::mutex_lock hold(all.lock);
-    // Closing the library drops its clients: a release after it finds none.
+    // A release after the library was closed finds no client: closing dropped them all.
     if (all.clients.erase(*client_id) == 0) return diag::fail(diag::dci_not_registered, ENOENT);
     link = all.link;
   }

@@ -28,7 +28,7 @@ void store_native(T value, std::uint8_t* to) {
   std::memcpy(to, &value, sizeof value);
 }
 
-/// The message of a service as the codec works with it.
+/// A message's description, and the type table its aggregates refer to.
 struct message_table {
   const qmi_idl_type_table_object* table = nullptr;
   const qmi_idl_message_table_entry* message = nullptr;
@@ -47,7 +47,7 @@ std::int32_t find_table(qmi_idl_service_object_type service, qmi_idl_type_of_mes
   return QMI_NO_ERR;
 }
 
-/// Bytes being written: refuses, and stays as it is, when a value does not fit.
+/// Appends to a buffer. A value that does not fit is refused and leaves the buffer unchanged.
 class wire_writer {
  public:
   explicit wire_writer(std::span<std::uint8_t> out) : out_(out) {}
@@ -130,7 +130,7 @@ std::int32_t encode_element(const element& what, const std::uint8_t* structure, 
 
 std::int32_t decode_element(const element& what, byte_reader& in, std::uint8_t* structure);
 
-/// One scalar of the element's wire width, sign-extended where it is an enumeration.
+/// Reads one scalar of the element's wire width; enumerations are sign-extended.
 bool decode_scalar(const element& what, byte_reader& in, std::uint8_t* to) {
   const auto bytes = in.take_bytes(what.wire_width());
   if (!bytes) return false;
@@ -180,7 +180,7 @@ std::int32_t decode_element(const element& what, byte_reader& in, std::uint8_t* 
     const auto prefix = in.take_bytes(what.count_width);
     if (!prefix) return QMI_IDL_LENGTH_INCONSISTENCY;
     count = what.count_width == 1 ? prefix->front() : protocol::load_le<std::uint16_t>(*prefix);
-    // The count is told even when it is refused: callers are known to look at it.
+    // Stored even when it is refused: some callers report the count that did not fit.
     store_native(static_cast<std::uint32_t>(count), to - what.count_distance);
     if (count > what.count) return QMI_IDL_ARRAY_TOO_BIG;
   }
@@ -288,8 +288,8 @@ std::int32_t decode(qmi_idl_service_object_type service, qmi_idl_type_of_message
       return error;
     }
     if (!value.empty()) return QMI_IDL_LENGTH_INCONSISTENCY;
-    // A failed response may leave out everything but its result. The runtime looks at the first
-    // byte of TLV 0x02 whatever the service keeps there.
+    // A failed response may omit everything but its result. Like the phone's runtime, look at the
+    // first byte of TLV 0x02 regardless of what the service declares there.
     if (tlv->type == standard_response_tlv && !tlv->value.empty() && tlv->value[0] != 0) {
       failed_response = true;
     }

@@ -1,9 +1,9 @@
-// Encoder and decoder of QMI messages: walk the byte strings of a service object
-// (platform/qmi_idl.h) over a C structure and TLV bytes.
+// Encodes and decodes QMI messages: translates between a C structure and TLV bytes as the byte
+// strings of a service object (platform/qmi_idl.h) direct.
 //
-// Forms: mandatory and optional TLVs; integers of 1, 2, 4 and 8 bytes; enumerations of 1 and 2
+// Supported: mandatory and optional TLVs; integers of 1, 2, 4 and 8 bytes; enumerations of 1 and 2
 // bytes (4 in C, signed); fixed and variable arrays with counts of 1 or 2 bytes; nested aggregates.
-// A table with another form is refused with QMI_IDL_UNRECOGNIZED_VERSION.
+// A table that uses anything else is refused with QMI_IDL_UNRECOGNIZED_VERSION.
 #pragma once
 
 #include <cstddef>
@@ -19,13 +19,13 @@ namespace idl {
                                   std::uint16_t message_id, std::span<const std::uint8_t> c_struct,
                                   std::span<std::uint8_t> out, std::size_t& written);
 
-/// Zeroes the C structure, then fills it from TLV bytes of whatever origin. Returns 0 or an IDL
-/// code; after a failure the structure holds what was read until then.
+/// Zeroes the C structure, then fills it from TLV bytes, which need not be well-formed. Returns 0
+/// or an IDL code; after a failure the structure holds what was decoded up to that point.
 [[nodiscard]] std::int32_t decode(qmi_idl_service_object_type service, qmi_idl_type_of_message kind,
                                   std::uint16_t message_id, std::span<const std::uint8_t> tlvs,
                                   std::span<std::uint8_t> c_struct);
 
-/// The service's row of this message, or null.
+/// The service's entry for this message, or null.
 [[nodiscard]] const qmi_idl_service_message_table_entry* find_message(
     qmi_idl_service_object_type service, qmi_idl_type_of_message kind, std::uint16_t message_id);
 

@@ -1,4 +1,4 @@
-// The IDL types that every service refers to as table 1.
+// Table 1 of every service: the IDL types that all services share.
 #include <cstdint>
 
 #include "platform/qmi_idl.h"
@@ -12,8 +12,8 @@ constexpr std::uint8_t standard_response[] = {
 };
 constexpr qmi_idl_type_table_entry types[] = {{sizeof(qmi_response_type_v01), standard_response}};
 
-// Get supported messages (0x001E) and get supported fields (0x001F), which no service of ours
-// sends.
+// Get supported messages (0x001E) and get supported fields (0x001F). None of our services uses
+// them, so they have no encoding.
 const qmi_idl_type_table_object* const referenced_tables[] = {
     &common_qmi_idl_type_table_object_v01};
 

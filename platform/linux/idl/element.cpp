@@ -62,7 +62,8 @@ bool string_cursor::next_element(element& out) {
     out.count_distance = next_byte();
   }
   if (out.kind == element_kind::aggregate) {
-    // Two bytes: the low eight bits of the type; its next four bits above the table's number.
+    // Two bytes: the low eight bits of the type index, then its next four bits (high nibble) and
+    // the table's number (low nibble).
     const std::size_t low = next_byte();
     const std::size_t high = next_byte();
     out.table = table_->referenced_tables[high & 0x0F];

@@ -1,4 +1,4 @@
-// One element of a message's byte string, taken apart. The encoding is told in platform/qmi_idl.h.
+// Reads a message's byte string one element at a time. platform/qmi_idl.h describes its encoding.
 #pragma once
 
 #include <cstddef>
@@ -22,18 +22,19 @@ struct element {
   element_kind kind = element_kind::u8;
   bool is_array = false;
   bool is_variable = false;
-  std::size_t offset = 0;          ///< of the data, from the start of the enclosing structure
-  std::size_t count = 1;           ///< elements: exactly, or at most when variable
-  std::size_t count_width = 0;     ///< bytes of the count on the wire, variable arrays
-  std::size_t count_distance = 0;  ///< from the u32 count in C to the data, variable arrays
-  const qmi_idl_type_table_entry* type = nullptr;    ///< aggregates
-  const qmi_idl_type_table_object* table = nullptr;  ///< where the aggregate's own types live
+  std::size_t offset = 0;          ///< from the start of the enclosing structure to the data
+  std::size_t count = 1;           ///< number of elements; the maximum when variable
+  std::size_t count_width = 0;     ///< variable arrays: bytes of the count on the wire
+  std::size_t count_distance = 0;  ///< variable arrays: from the u32 count in C to the data
+  const qmi_idl_type_table_entry* type = nullptr;    ///< aggregates only
+  const qmi_idl_type_table_object* table = nullptr;  ///< aggregates: the table `type` is in
 
-  [[nodiscard]] std::size_t wire_width() const;  ///< of one scalar
-  [[nodiscard]] std::size_t c_width() const;     ///< of one element
+  [[nodiscard]] std::size_t wire_width() const;  ///< bytes of one scalar
+  [[nodiscard]] std::size_t c_width() const;     ///< bytes of one element
 };
 
-/// Steps through the elements and TLV rows of a byte string, which always ends itself.
+/// Steps through the elements and TLV rows of a byte string. There is no length to check: the
+/// string carries its own end marks.
 class string_cursor {
  public:
   string_cursor(const std::uint8_t* at, const qmi_idl_type_table_object* table)
@@ -42,7 +43,7 @@ class string_cursor {
   [[nodiscard]] std::uint8_t next_byte() { return *at_++; }
   [[nodiscard]] bool at_aggregate_end() const { return *at_ == aggregate_end; }
 
-  /// False for a form that the codec does not have.
+  /// False for an encoding that the codec does not support.
   [[nodiscard]] bool next_element(element& out);
 
  private:
@@ -59,7 +60,7 @@ struct tlv_row {
   bool is_last = false;
   bool is_optional = false;
   std::uint8_t type = 0;
-  std::size_t valid_distance = 0;  ///< from the valid byte to the data, optional TLVs
+  std::size_t valid_distance = 0;  ///< optional TLVs: from the valid byte to the data
   element content;
 
   [[nodiscard]] std::size_t valid_offset() const { return content.offset - valid_distance; }

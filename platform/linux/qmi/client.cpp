@@ -10,8 +10,8 @@ namespace {
 using protocol::qmi::header_size;
 using protocol::qmi::message_kind;
 
-/// Datagrams that the client's thread receives before it calls back: a modem may send without end.
-constexpr int most_at_once = 64;
+/// Limits how many datagrams are received before callbacks run: a modem may never stop sending.
+constexpr int max_batch = 64;
 
 std::size_t receive_buffer_size(qmi_idl_service_object_type service) {
   return (service->max_msg_len + header_size + 3) / 4 * 4;
@@ -44,47 +44,47 @@ void client::stop() {
 void client::run() {
   while (!is_over()) {
     wakes_->wait();
-    receive_what_is_there();
-    tell_indications();
+    receive_pending();
+    deliver_indications();
   }
   end();
 }
 
 bool client::is_over() {
   const platform::mutex_lock hold(lock_);
-  return stop_.is_set() || (ended_ && indications_to_tell_.empty());
+  return stop_.is_set() || (ended_ && undelivered_.empty());
 }
 
-void client::receive_what_is_there() {
+void client::receive_pending() {
   {
     const platform::mutex_lock hold(lock_);
-    if (!take_turn()) return;
+    if (!begin_receiving()) return;
   }
-  bool is_there = true;
-  for (int count = 0; is_there && count < most_at_once && !stop_.is_set(); ++count) {
+  bool is_up = true;
+  for (int count = 0; is_up && count < max_batch && !stop_.is_set(); ++count) {
     const received got = port_->receive(buffer_);
     if (got.result == io_result::would_block) break;
-    is_there = got.result != io_result::gone;
-    if (is_there && got.size <= buffer_.size()) sort(got.from, std::span(buffer_).first(got.size));
+    is_up = got.result != io_result::gone;
+    if (is_up && got.size <= buffer_.size()) sort(got.from, std::span(buffer_).first(got.size));
   }
   const platform::mutex_lock hold(lock_);
-  if (!is_there) end_requests(QMI_SERVICE_ERR);
-  end_turn();
+  if (!is_up) end_requests(QMI_SERVICE_ERR);
+  end_receiving();
 }
 
-void client::tell_indications() {
+void client::deliver_indications() {
   while (!stop_.is_set()) {
     indication next;
     {
       const platform::mutex_lock hold(lock_);
-      if (indications_to_tell_.empty()) return;
-      next = std::move(indications_to_tell_.front());
-      indications_to_tell_.pop_front();
+      if (undelivered_.empty()) return;
+      next = std::move(undelivered_.front());
+      undelivered_.pop_front();
     }
     indications_.callback(handle_, next.message_id, next.tlvs.empty() ? nullptr : next.tlvs.data(),
                           static_cast<unsigned>(next.tlvs.size()), indications_.data);
     const platform::mutex_lock hold(lock_);
-    ++told_;
+    ++delivered_;
     announce_change();
   }
 }
@@ -94,8 +94,8 @@ void client::end() {
   void* data = nullptr;
   {
     const platform::mutex_lock hold(lock_);
-    end_requests(QMI_CLIENT_INVALID_CLNT);  // unless the server went first
-    told_ = queued_;
+    end_requests(QMI_CLIENT_INVALID_CLNT);  // no effect if the server was lost first
+    delivered_ = queued_;
     announce_change();
     if (!stop_.is_set()) callback = error_callback_;
     data = error_data_;
@@ -103,18 +103,18 @@ void client::end() {
   if (callback != nullptr) callback(handle_, QMI_SERVICE_ERR, data);
 }
 
-bool client::take_turn() {
+bool client::begin_receiving() {
   if (is_receiving_) return false;
   is_receiving_ = true;
-  wakes_->leave_out_port();
+  wakes_->ignore_port();
   return true;
 }
 
-void client::end_turn() {
+void client::end_receiving() {
   is_receiving_ = false;
-  // Whatever is there now wakes the client's thread; but that may be in a callback, so those who
-  // wait for answers may take the turn as well.
-  wakes_->take_in_port();
+  // Pending datagrams now wake the client's thread. It may be busy in a callback, so threads that
+  // wait for answers get the chance to receive as well.
+  wakes_->watch_port();
   announce_change();
 }
 
@@ -151,8 +151,7 @@ void client::sort(address from, byte_view datagram) {
 void client::queue(const protocol::qmi::message& message) {
   if (indications_.callback == nullptr) return;
   const platform::mutex_lock hold(lock_);
-  indications_to_tell_.push_back(
-      {message.head.message_id, {message.tlvs.begin(), message.tlvs.end()}});
+  undelivered_.push_back({message.head.message_id, {message.tlvs.begin(), message.tlvs.end()}});
   ++queued_;
   wakes_->wake();
 }
@@ -167,7 +166,7 @@ void client::handle_response(const protocol::qmi::message& answer) {
                               request.response));
 }
 
-/// The first error is what every later request gets. The client's thread tells it.
+/// Every later request fails with the first error; the client's thread reports it to the program.
 void client::end_requests(qmi_client_error_type error) {
   if (!ended_) ended_ = error;
   for (const auto& [transaction, request] : pending_) finish(*request, *ended_);
@@ -210,14 +209,14 @@ qmi_client_error_type client::send_sync(std::uint16_t message_id,
 
   exchange exchanged{.message_id = message_id, .response = response};
   std::uint16_t transaction = 0;
-  bool has_turn = false;
+  bool is_receiver = false;
   {
     const platform::mutex_lock hold(lock_);
     if (ended_) return *ended_;
     transaction = next_transaction();
     pending_.emplace(transaction, &exchanged);
-    // Before it is sent, so that its answer cannot wake the client's thread.
-    has_turn = take_turn();
+    // Before sending, so that the answer does not needlessly wake the client's thread.
+    is_receiver = begin_receiving();
   }
   protocol::qmi::write_header(
       {message_kind::request, transaction, message_id, static_cast<std::uint16_t>(tlv_length)},
@@ -228,20 +227,20 @@ qmi_client_error_type client::send_sync(std::uint16_t message_id,
     finish(exchanged, sent == io_result::gone ? QMI_SERVICE_ERR : QMI_TIMEOUT_ERR);
   }
   for (;;) {
-    if (has_turn) receive_until_answered(exchanged, deadline);
+    if (is_receiver) receive_until_answered(exchanged, deadline);
     const platform::mutex_lock hold(lock_);
-    if (has_turn) end_turn();
-    has_turn = takes_over_turn(exchanged, deadline);
-    if (has_turn) continue;
+    if (is_receiver) end_receiving();
+    is_receiver = wait_to_receive(exchanged, deadline);
+    if (is_receiver) continue;
     wait_for_indications(exchanged, deadline);
     pending_.erase(transaction);
     return *exchanged.result;
   }
 }
 
-bool client::takes_over_turn(exchange& request, clock::time_point deadline) {
+bool client::wait_to_receive(exchange& request, clock::time_point deadline) {
   while (!request.result) {
-    if (take_turn()) return true;
+    if (begin_receiving()) return true;
     if (!wait_for_change(request, deadline)) finish(request, QMI_TIMEOUT_ERR);
   }
   return false;
@@ -249,7 +248,7 @@ bool client::takes_over_turn(exchange& request, clock::time_point deadline) {
 
 void client::wait_for_indications(exchange& request, clock::time_point deadline) {
   if (thread_.is_current()) return;
-  while (told_ < request.indications_before && wait_for_change(request, deadline)) continue;
+  while (delivered_ < request.indications_before && wait_for_change(request, deadline)) continue;
 }
 
 bool client::wait_for_change(exchange& request, clock::time_point deadline) {
@@ -264,7 +263,7 @@ qmi_client_error_type client::set_error_callback(qmi_client_error_cb callback, v
   {
     const platform::mutex_lock hold(lock_);
     const bool is_lost = ended_ == QMI_SERVICE_ERR;
-    error_callback_ = is_lost ? nullptr : callback;  // told below: not again by the client's thread
+    error_callback_ = is_lost ? nullptr : callback;  // called below, so not by the thread again
     error_data_ = data;
     if (!is_lost) return QMI_NO_ERR;
   }

@@ -1,9 +1,9 @@
 // A connection to one server of a service: requests, their answers, and indications.
 //
-// Datagrams are received by the client's own thread, or by a thread that waits for an answer while
-// no other receives: that saves a change of threads on the way of every answer. Callbacks run on
-// the client's thread alone, while it does not receive: whoever receives queues indications for
-// it. So a callback may send requests of its own, and may release the client.
+// One thread at a time receives datagrams: the client's own thread, or a thread that is waiting for
+// an answer, which saves a thread switch per answer. Callbacks run only on the client's thread and
+// only while it is not receiving; the receiving thread queues indications for it. So a callback may
+// send requests of its own and may release the client.
 #pragma once
 
 #include <condition_variable>
@@ -32,14 +32,14 @@ class client final : public handle_object, public std::enable_shared_from_this<c
   client(qmi_idl_service_object_type service, indication_receiver indications);
   ~client() override { stop(); }
 
-  /// Connects, and receives on a thread of its own. QMI_SERVICE_ERR when the server is not there,
-  /// QMI_INTERNAL_ERR when the host has no thread or descriptor for it.
+  /// Connects and starts the receiving thread. QMI_SERVICE_ERR when the server is not up,
+  /// QMI_INTERNAL_ERR when the host has no thread or descriptor to spare.
   [[nodiscard]] qmi_client_error_type start(qmi_client_type handle, address at);
   void stop() override;
 
-  /// `request`: the whole C structure, or empty for a message without TLVs. No timeout: waits
-  /// without limit. Returns when the callbacks of the indications that came before the answer have
-  /// returned too, unless the time is over or one of them is the caller.
+  /// `request`: the whole C structure, or empty for a message without TLVs. Without a timeout it
+  /// waits indefinitely. It returns only after the callbacks for indications that preceded the
+  /// answer have returned, unless time runs out or the caller is such a callback itself.
   [[nodiscard]] qmi_client_error_type send_sync(std::uint16_t message_id,
                                                 std::span<const std::uint8_t> request,
                                                 std::span<std::uint8_t> response,
@@ -50,13 +50,13 @@ class client final : public handle_object, public std::enable_shared_from_this<c
   [[nodiscard]] qmi_idl_service_object_type service() const { return service_; }
 
  private:
-  /// A request on its way. Lives on the stack of its sender, who takes it out of pending_.
+  /// A request in flight. Lives on the sender's stack; the sender removes it from pending_.
   struct exchange {
     std::uint16_t message_id = 0;
     std::span<std::uint8_t> response;
     std::optional<qmi_client_error_type> result = {};
     std::uint64_t indications_before = 0;  ///< queued when the result came
-    /// Notified of its result, when nobody receives any more, when an indication was told.
+    /// Notified when the result is set, when no thread is receiving, and after each callback.
     std::condition_variable_any changed = {};
   };
 
@@ -67,8 +67,8 @@ class client final : public handle_object, public std::enable_shared_from_this<c
 
   // The client's thread.
   void run();
-  void receive_what_is_there();
-  void tell_indications();
+  void receive_pending();
+  void deliver_indications();
   [[nodiscard]] bool is_over();
   void end();
 
@@ -78,17 +78,17 @@ class client final : public handle_object, public std::enable_shared_from_this<c
   void handle_response(const protocol::qmi::message& answer);
   void end_requests(qmi_client_error_type error) TVK_REQUIRES(lock_);
 
-  /// From here to end_turn, this thread alone receives. False when another does.
-  [[nodiscard]] bool take_turn() TVK_REQUIRES(lock_);
-  void end_turn() TVK_REQUIRES(lock_);
-  /// With the turn.
+  /// Makes this thread the only one to receive, until end_receiving. False when another one is.
+  [[nodiscard]] bool begin_receiving() TVK_REQUIRES(lock_);
+  void end_receiving() TVK_REQUIRES(lock_);
+  /// Only between begin_receiving and end_receiving.
   void receive_until_answered(exchange& request, clock::time_point deadline);
   [[nodiscard]] bool is_answered(const exchange& request);
 
-  /// The first result counts.
+  /// Only the first call has an effect.
   void finish(exchange& request, qmi_client_error_type result) TVK_REQUIRES(lock_);
-  /// Waits: true when it is this thread's turn to receive, false when the request has its result.
-  [[nodiscard]] bool takes_over_turn(exchange& request, clock::time_point deadline)
+  /// Waits until the request has its result (false) or this thread is the one to receive (true).
+  [[nodiscard]] bool wait_to_receive(exchange& request, clock::time_point deadline)
       TVK_REQUIRES(lock_);
   void wait_for_indications(exchange& request, clock::time_point deadline) TVK_REQUIRES(lock_);
   /// False when the deadline has passed.
@@ -107,16 +107,16 @@ class client final : public handle_object, public std::enable_shared_from_this<c
   std::optional<wake_set> wakes_;
   platform::library_thread thread_;
 
-  std::vector<std::uint8_t> buffer_;  ///< of the thread whose turn it is
+  std::vector<std::uint8_t> buffer_;  ///< belongs to the thread that is receiving
 
   platform::mutex lock_;
   bool is_receiving_ TVK_GUARDED_BY(lock_) = false;
-  std::deque<indication> indications_to_tell_ TVK_GUARDED_BY(lock_);
+  std::deque<indication> undelivered_ TVK_GUARDED_BY(lock_);
   std::uint64_t queued_ TVK_GUARDED_BY(lock_) = 0;
-  std::uint64_t told_ TVK_GUARDED_BY(lock_) = 0;
+  std::uint64_t delivered_ TVK_GUARDED_BY(lock_) = 0;
   std::map<std::uint16_t, exchange*> pending_ TVK_GUARDED_BY(lock_);
   std::uint16_t last_transaction_ TVK_GUARDED_BY(lock_) = 0;
-  /// Once set, what every further request returns.
+  /// Once set, every further request returns it.
   std::optional<qmi_client_error_type> ended_ TVK_GUARDED_BY(lock_);
   qmi_client_error_cb error_callback_ TVK_GUARDED_BY(lock_) = nullptr;
   void* error_data_ TVK_GUARDED_BY(lock_) = nullptr;

@@ -13,7 +13,7 @@ struct handle_table {
   std::map<qmi_client_type, std::shared_ptr<handle_object>> objects TVK_GUARDED_BY(lock);
 };
 
-// Never destroyed: a client that is not released keeps its thread until the process has ended.
+// Never destroyed: the thread of a client that is not released runs until the process ends.
 handle_table& handles() {
   static handle_table& table = *new handle_table;
   return table;

@@ -20,18 +20,18 @@ class handle_object {
   virtual void stop() = 0;
 };
 
-/// A number that was not given out before in this process.
+/// A handle that has not been used before in this process.
 [[nodiscard]] qmi_client_type new_handle();
 
 void add_handle(qmi_client_type handle, std::shared_ptr<handle_object> object);
 
-/// The object, which is no longer found afterwards; null when there is none.
+/// Removes and returns the object; null when there is none.
 std::shared_ptr<handle_object> remove_handle(qmi_client_type handle);
 
 [[nodiscard]] std::shared_ptr<handle_object> find_handle(qmi_client_type handle);
 [[nodiscard]] std::vector<std::shared_ptr<handle_object>> all_handles();
 
-/// Null when the handle is of another kind too.
+/// Null also when the handle stands for another kind of object.
 template <typename T>
 [[nodiscard]] std::shared_ptr<T> find_handle_of(qmi_client_type handle) {
   return std::dynamic_pointer_cast<T>(find_handle(handle));

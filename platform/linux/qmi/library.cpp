@@ -15,8 +15,8 @@ namespace {
 using qmi::find_handle_of;
 using qmi::server;
 
-/// A server as callers carry it about: {transport, version, instance, 0}, service, instance word,
-/// node, port.
+/// A server in the opaque form that callers hold: {transport, version, instance, 0}, service,
+/// instance word, node, port.
 qmi_service_info to_info(const server& which) {
   return {{(which.version() << 8) | ((which.instance() & 0xFF) << 16), which.service,
            which.instance_word, which.at.node, which.at.port}};
@@ -30,7 +30,7 @@ qmi_client_error_type connect(protocol::qrtr::address at, qmi_idl_service_object
                               qmi::indication_receiver indications, qmi_client_type* user_handle) {
   auto made = std::make_shared<qmi::client>(service, indications);
   const auto handle = qmi::new_handle();
-  // Known before it starts: its callbacks may use the handle.
+  // Before it starts, because its callbacks may use the handle.
   qmi::add_handle(handle, made);
   if (const auto error = made->start(handle, at); error != QMI_NO_ERR) {
     qmi::remove_handle(handle);

@@ -11,8 +11,8 @@ namespace {
 
 using protocol::qrtr::command;
 
-/// How long a name service may take to end its list. It answers at once; a program that does not
-/// answer for this long is not one.
+/// How long a name service may take to complete its list. A real one answers at once, so a peer
+/// that stays silent this long is something else.
 constexpr std::chrono::seconds answer_limit{2};
 
 }  // namespace
@@ -71,8 +71,8 @@ found find_servers(std::uint32_t service) {
       break;
   }
   platform::report_once("TVK_MODEM=" + endpoint_name() +
-                        ": whoever listens there does not answer a service lookup; expected a "
-                        "modem");
+                        ": the program listening there does not answer service lookups; expected "
+                        "a modem");
   return {};
 }
 

@@ -1,4 +1,4 @@
-// Finding servers: a lookup on a port, which stays registered there.
+// Finds the servers of a service: a lookup on a port, which stays registered for changes.
 #pragma once
 
 #include <optional>
@@ -18,19 +18,19 @@ struct found {
   std::vector<server> servers;      ///< those already up
 };
 
-/// For messages: "QMI service 0xFFE4".
+/// The service's name in messages to the user: "QMI service 0xFFE4".
 [[nodiscard]] std::string service_name(std::uint32_t service);
 
-/// Opens a port and lists the servers of a service, whatever their version and instance.
+/// Opens a port and lists a service's servers of every version and instance.
 [[nodiscard]] found find_servers(std::uint32_t service);
 
-/// What a datagram says of servers, when it comes from the name service.
+/// What a datagram from the name service says about servers.
 struct server_event {
   bool is_up = false;
-  server which;  ///< service 0 when a whole port went away
+  server which;  ///< service 0 when a whole port is gone
 
   [[nodiscard]] bool is_end_of_list() const { return is_up && which.is_end_of_list(); }
-  /// Whether this is the end of a service at an address, alone or with its whole port.
+  /// Whether the service at this address is gone, alone or with its whole port.
   [[nodiscard]] bool ends(std::uint32_t service, address at) const {
     return !is_up && which.at == at && (which.service == 0 || which.service == service);
   }

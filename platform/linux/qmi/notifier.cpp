@@ -10,7 +10,7 @@
 namespace qmi {
 namespace {
 
-/// How often a missing endpoint is looked for.
+/// How often to look for a missing endpoint.
 constexpr std::chrono::milliseconds retry_time{20};
 
 }  // namespace
@@ -24,7 +24,7 @@ qmi_client_error_type notifier::start(qmi_client_type handle) {
   handle_ = handle;
   found first = find_servers(service_->service_id);
   if (first.result == open_result::refused) return QMI_PORT_NOT_OPEN_ERR;
-  take_list(first.servers);
+  add_servers(first.servers);
   port_ = std::move(first.port);
   return thread_.start([self = shared_from_this()] { self->watch(); }) ? QMI_NO_ERR
                                                                        : QMI_INTERNAL_ERR;
@@ -53,7 +53,7 @@ void notifier::watch() {
     if (stop_.is_set() || stop_.wait_for(retry_time)) return;
     found again = find_servers(service_->service_id);
     port_ = std::move(again.port);
-    take_list(again.servers);
+    add_servers(again.servers);
   }
 }
 
@@ -75,7 +75,7 @@ void notifier::run_until_gone(transport& port) {
   for (const server& which : lost) servers_down({.is_up = false, .which = which});
 }
 
-void notifier::take_list(const std::vector<server>& servers) {
+void notifier::add_servers(const std::vector<server>& servers) {
   for (const server& which : servers) server_up(which);
 }
 
@@ -99,7 +99,7 @@ void notifier::servers_down(const server_event& event) {
 }
 
 void notifier::notify(qmi_client_notify_event_type event) {
-  // Released in a callback: the signal may be gone.
+  // If a callback released the notifier, the signal may no longer exist.
   if (stop_.is_set()) return;
   qmi_client_notify_cb callback = nullptr;
   void* data = nullptr;
@@ -113,7 +113,7 @@ void notifier::notify(qmi_client_notify_event_type event) {
 }
 
 void report_waiting(const qmi_client_os_params& signal, std::uint32_t timeout_ms) {
-  // Callers try again and again: the line is the same for each try, and so is said once.
+  // Callers retry in a loop: the text is the same each time, so it is reported once.
   const std::string limit = timeout_ms == 0
                                 ? " until it comes"
                                 : " for up to " + std::to_string(timeout_ms) + " ms in each try";

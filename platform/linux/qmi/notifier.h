@@ -1,4 +1,4 @@
-// Watches the servers of one service, through the coming and going of the modem.
+// Watches the servers of one service, across restarts of the modem.
 #pragma once
 
 #include <vector>
@@ -17,9 +17,9 @@ class notifier final : public handle_object, public std::enable_shared_from_this
   notifier(qmi_idl_service_object_type service, qmi_client_os_params& signal);
   ~notifier() override { stop(); }
 
-  /// Looks once, then watches on a thread of its own. QMI_PORT_NOT_OPEN_ERR when the endpoint is
-  /// not a modem's, QMI_INTERNAL_ERR when the host has no thread; a modem that is not there yet is
-  /// waited for.
+  /// Looks once, then keeps watching on its own thread. A modem that is not up yet is waited for.
+  /// QMI_PORT_NOT_OPEN_ERR when the endpoint is not a modem's, QMI_INTERNAL_ERR when the host has
+  /// no thread to spare.
   [[nodiscard]] qmi_client_error_type start(qmi_client_type handle);
   void stop() override;
 
@@ -33,7 +33,7 @@ class notifier final : public handle_object, public std::enable_shared_from_this
  private:
   void watch();
   void run_until_gone(transport& port);
-  void take_list(const std::vector<server>& servers);
+  void add_servers(const std::vector<server>& servers);
   void server_up(const server& which);
   void servers_down(const server_event& event);
   void notify(qmi_client_notify_event_type event);
@@ -41,7 +41,7 @@ class notifier final : public handle_object, public std::enable_shared_from_this
   const qmi_idl_service_object_type service_;
   qmi_client_os_params& signal_;
   qmi_client_type handle_ = nullptr;
-  std::unique_ptr<transport> port_;  ///< the thread's, from its start
+  std::unique_ptr<transport> port_;  ///< used only by the thread once it has started
   stop_flag stop_;
   platform::library_thread thread_;
 

@@ -5,7 +5,7 @@
 
 namespace qmi {
 
-/// Makes the caller's block a signal that is not set; its waits run on the monotonic clock.
+/// Initialises the caller's block as an unset signal whose waits use the monotonic clock.
 void init_signal(qmi_client_os_params& signal);
 
 void set_signal(qmi_client_os_params& signal);

@@ -23,7 +23,7 @@ loop_end receive_loop(transport& port, const stop_flag& stop, std::span<std::uin
   std::array<pollfd, 2> waits{pollfd{port.descriptor(), POLLIN, 0},
                               pollfd{stop.descriptor(), POLLIN, 0}};
   const bool is_limited = deadline != clock::time_point::max();
-  // Asked before each datagram, not only when there is none: a modem may send without end.
+  // Checked before every datagram, not only when none is waiting: a modem may never stop sending.
   while (!stop.is_set()) {
     if (is_limited && clock::now() >= deadline) return loop_end::deadline;
     const received got = port.receive(buffer);
@@ -44,7 +44,7 @@ io_result send_by(transport& port, address to, byte_view datagram, clock::time_p
   for (;;) {
     const io_result result = port.send(to, datagram);
     if (result != io_result::would_block || clock::now() >= deadline) return result;
-    // A full queue says nothing through poll on every kind of port.
+    // Not every kind of port reports room in its queue through poll.
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
 }

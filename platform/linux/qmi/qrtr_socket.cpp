@@ -13,7 +13,7 @@ namespace {
 
 constexpr int af_qipcrtr = 42;
 
-/// The kernel's socket address. <linux/qrtr.h> has it, but not with every kernel's headers.
+/// The kernel's socket address; not every kernel's headers come with <linux/qrtr.h>.
 struct sockaddr_qrtr {
   sa_family_t family;
   std::uint32_t node;
@@ -39,7 +39,7 @@ class qrtr_socket final : public transport {
 
   io_result send(address to, byte_view datagram) override {
     const sockaddr_qrtr name{af_qipcrtr, to.node, to.port};
-    // MSG_DONTWAIT alone: the family refuses every other flag.
+    // No MSG_NOSIGNAL: the socket family accepts no flag but MSG_DONTWAIT.
     const ssize_t sent = host::uninterrupted([&] {
       return ::sendto(descriptor(), datagram.data(), datagram.size(), MSG_DONTWAIT, generic(name),
                       sizeof name);
@@ -51,8 +51,8 @@ class qrtr_socket final : public transport {
   received receive(std::span<std::uint8_t> buffer) override {
     sockaddr_qrtr name{};
     socklen_t name_size = sizeof name;
-    // The family does not tell the size of a datagram that it cut. One that was cut does not
-    // agree with the length in its own header.
+    // The socket family does not report the full size of a truncated datagram, but a truncated
+    // message contradicts the length in its own header and is dropped for that.
     const ssize_t got = host::uninterrupted([&] {
       return ::recvfrom(descriptor(), buffer.data(), buffer.size(), MSG_DONTWAIT, generic(name),
                         &name_size);

@@ -1,4 +1,4 @@
-// A QRTR port on this host: sends datagrams to, and receives them from, services of a modem.
+// A QRTR port on this host: exchanges datagrams with the services of a modem.
 #pragma once
 
 #include <chrono>
@@ -22,10 +22,10 @@ enum class io_result : std::uint8_t { done, would_block, gone };
 struct received {
   io_result result = io_result::would_block;
   address from;
-  std::size_t size = 0;  ///< of the whole datagram, even when the buffer was too small for it
+  std::size_t size = 0;  ///< the whole datagram's, even when the buffer was too small for it
 };
 
-/// Safe for one receiving thread and any number of sending ones.
+/// One thread may receive while any number of threads send.
 class transport {
  public:
   explicit transport(host::file_descriptor socket) : socket_(std::move(socket)) {}
@@ -48,8 +48,8 @@ class transport {
 
 enum class open_result : std::uint8_t {
   open,
-  absent,   ///< nothing there yet; it may come
-  refused,  ///< not a modem's endpoint, and reported so
+  absent,   ///< nothing listens there yet
+  refused,  ///< not a modem's endpoint; has been reported
 };
 
 struct opened {
@@ -60,7 +60,7 @@ struct opened {
 /// The endpoint named by TVK_MODEM, or the default: `qrtr` or `unix:PATH`.
 [[nodiscard]] std::string endpoint_name();
 
-/// A new port at that endpoint.
+/// Opens a new port at that endpoint.
 [[nodiscard]] opened open_transport();
 
 // The two kinds of endpoint.

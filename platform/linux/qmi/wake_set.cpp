@@ -23,11 +23,11 @@ void wake_set::wait() {
   event_.take();
 }
 
-void wake_set::leave_out_port() const {
+void wake_set::ignore_port() const {
   ::epoll_ctl(epoll_.get(), EPOLL_CTL_DEL, port_, nullptr);
 }
 
-void wake_set::take_in_port() const {
+void wake_set::watch_port() const {
   add(port_);
 }
 

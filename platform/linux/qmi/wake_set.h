@@ -1,4 +1,4 @@
-// What the thread of a client waits for: its port, left-over work, the end.
+// What a client's thread waits for: datagrams on its port, queued work, and the stop flag.
 #pragma once
 
 #include "host/file_descriptor.h"
@@ -11,17 +11,18 @@ class wake_set {
  public:
   wake_set(int port, const stop_flag& stop);
 
-  /// False when the host had no descriptors for it.
+  /// False when the host had no descriptors to spare.
   [[nodiscard]] bool is_valid() const { return epoll_.valid() && event_.is_valid(); }
 
   /// Returns when there is something to do.
   void wait();
-  /// Ends a wait, or the next one.
+  /// Ends the current wait, or the next one.
   void wake() const { event_.wake(); }
 
-  /// While the port is left out, its datagrams end no wait: another thread receives them.
-  void leave_out_port() const;
-  void take_in_port() const;
+  /// While the port is ignored its datagrams do not end a wait, because another thread receives
+  /// them.
+  void ignore_port() const;
+  void watch_port() const;
 
  private:
   void add(int descriptor) const;
