@@ -61,7 +61,7 @@ bool connection::send(byte_view request, int owner, answer_handler handler) {
   const shared_port to = port();
   if (!to) return false;
   {
-    // Before sending, because the answer may arrive before this thread goes on.
+    // Before sending, because the answer may arrive at once.
     const platform::mutex_lock hold(lock_);
     if (waiting_.size() == max_waiting) waiting_.erase(waiting_.begin());
     waiting_.push_back({owner, {request.begin(), request.end()}, std::move(handler)});
