@@ -10,7 +10,10 @@
 
 #include "benchmarks/peers.h"
 #include "benchmarks/ratio.h"
-#include "platform/linux/diag/port.h"
+#include "host/byte_stream.h"
+#include "host/endpoint.h"
+#include "host/write_all.h"
+#include "protocol/diag_port.h"
 #include "protocol/hdlc.h"
 
 namespace {
@@ -28,13 +31,15 @@ class diag_connection {
     // The modem may still be starting up.
     for (int i = 0; i < 100 && !port_.valid(); ++i) {
       usleep(50'000);
-      port_ = diag::open_port(diag::named_port());
+      port_ = host::open_byte_stream(
+                  host::chosen_endpoint(protocol::diag::port_variable, protocol::diag::port_socket))
+                  .file;
     }
   }
 
   /// True when the answer is the request followed by more bytes.
   [[nodiscard]] bool exchange() {
-    if (!diag::write_all(port_.get(), frame_)) return false;
+    if (!host::send_all(port_.get(), frame_, std::chrono::seconds(3))) return false;
     while (true) {
       pollfd wait{.fd = port_.get(), .events = POLLIN, .revents = 0};
       if (poll(&wait, 1, 3000) <= 0) return false;

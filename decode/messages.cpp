@@ -1,17 +1,26 @@
 #include "decode/messages.h"
 
-#include <fmt/format.h>
 #include <unistd.h>
 
-namespace decode {
+#include "host/messages.h"
 
-void report_verbatim(std::string_view text) {
-  // One write, so that lines of several processes do not mix.
-  if (::write(STDERR_FILENO, text.data(), text.size()) < 0) return;
-}
+namespace decode {
+namespace {
+
+constexpr std::string_view program = "tvk-decode";
+
+}  // namespace
 
 void report(std::string_view text) {
-  report_verbatim(fmt::format("tvk-decode: {}\n", text));
+  host::report(program, text);
+}
+
+void report_once(const std::string& text) {
+  host::report_once(program, text);
+}
+
+void report_verbatim(std::string_view text) {
+  if (::write(STDERR_FILENO, text.data(), text.size()) < 0) return;
 }
 
 }  // namespace decode

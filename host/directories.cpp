@@ -5,16 +5,11 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
+
+#include "host/environment.h"
 
 namespace host {
 namespace {
-
-std::string environment(const char* name) {
-  // getenv is safe here: our programs never change the environment.
-  const char* value = std::getenv(name);
-  return value == nullptr ? std::string() : std::string(value);
-}
 
 bool is_directory(const std::string& path) {
   struct stat status {};

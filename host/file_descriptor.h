@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include <string>
 #include <utility>
 
 namespace host {
@@ -26,6 +27,12 @@ class file_descriptor {
 
  private:
   int fd_ = -1;
+};
+
+/// A file, or the reason why it could not be opened.
+struct opened_file {
+  file_descriptor file;
+  std::string error;
 };
 
 }  // namespace host

@@ -17,12 +17,6 @@ namespace host {
 /// a socket elsewhere is the user's own choice.
 [[nodiscard]] std::string distrust_of_socket(const std::string& path);
 
-/// A file, or the reason why it could not be opened.
-struct opened_file {
-  file_descriptor file;
-  std::string error;
-};
-
 /// Opens a lock file, creating it if it is missing. Refuses links, other users' files and files
 /// with several names. Its mode is 0600 afterwards, regardless of the umask.
 [[nodiscard]] opened_file open_lock(const std::string& path);

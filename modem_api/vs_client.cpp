@@ -2,16 +2,15 @@
 
 #include <pthread.h>
 
-#include <atomic>
 #include <chrono>
 #include <cstring>
-#include <thread>
 #include <utility>
 
 #include "modem_api/client_table.h"
 #include "modem_api/modem_api.h"
 #include "qcril-common/utilities/orvax_log.h"
 #include "qcril-common/utilities/orvax_memory.h"
+#include "qcril-common/utilities/pause.h"
 
 namespace {
 
@@ -20,6 +19,7 @@ using modem_api::service_client;
 
 constexpr std::uint32_t connect_timeout_ms = 4;
 constexpr int most_tries = 9;  // after the first call
+constexpr std::chrono::seconds between_tries{1};
 
 /// What callbacks and requests see of the connection. No thread waits while holding this lock.
 struct connection_state {
@@ -31,11 +31,6 @@ struct connection_state {
   std::uintptr_t lost_generation TVK_GUARDED_BY(lock) = 0;
 };
 connection_state& g_connection = *new connection_state;
-
-void pause_a_second() {
-  std::this_thread::sleep_for(std::chrono::seconds(1));
-}
-std::atomic<vs_client_pause_type> g_pause = pause_a_second;
 
 service_client& vs_record() TVK_REQUIRES(g_service_clients.lock) {
   return g_service_clients.records.at(MODEM_API_CLIENT_VS);
@@ -72,7 +67,7 @@ qmi_client_error_type vs_client_init_client_handles() TVK_REQUIRES(g_service_cli
   };
   auto error = connect();
   for (int tries = 1; error != QMI_NO_ERR && tries <= most_tries; ++tries) {
-    g_pause.load()();
+    pause_for(between_tries);
     ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "Trying qmi_client_init_instance() try # %d port[%d]",
               tries, port);
     error = connect();
@@ -248,10 +243,6 @@ void vs_client_shutdown(service_client& record) {
 qmi_client_type vs_client_handle() {
   const platform::mutex_lock hold(g_connection.lock);
   return g_connection.handle;
-}
-
-vs_client_pause_type vs_client_set_pause(vs_client_pause_type pause) {
-  return g_pause.exchange(pause);
 }
 
 void vs_client_unsol_ind_cb(qmi_client_type handle, unsigned int msg_id, void* buffer,

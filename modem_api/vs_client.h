@@ -25,10 +25,6 @@ void vs_client_shutdown(modem_api::service_client& record)
 /// progress.
 [[nodiscard]] qmi_client_type vs_client_handle();
 
-/// Between two tries to connect: a second, unless set. Returns what it was.
-using vs_client_pause_type = void (*)();
-vs_client_pause_type vs_client_set_pause(vs_client_pause_type pause);
-
 void vs_client_unsol_ind_cb(qmi_client_type handle, unsigned int msg_id, void* buffer,
                             unsigned int length, void* data);
 void vs_client_service_down_event(qmi_client_type handle, qmi_client_error_type error, void* data);

@@ -16,12 +16,12 @@
 #include "norvel_extend_qmi/norvel_diag_send_connection.h"
 #include "norvel_extend_qmi/norvel_diag_send_response.h"
 #include "norvel_extend_qmi/norvel_diag_send_watcher.h"
-#include "norvel_extend_qmi/norvel_diag_sleep.h"
 #include "norvel_extend_qmi/norvel_diag_thread.h"
 #include "norvel_extend_qmi/norvel_diag_wait.h"
 #include "platform/diag.h"
 #include "platform/mutex.h"
 #include "qcril-common/utilities/norvel_ril_log.h"
+#include "qcril-common/utilities/pause.h"
 
 namespace {
 
@@ -217,7 +217,7 @@ void close_library() {
 
 void send_by_callback(const char* function, DiagAsyncRequest& request) {
   const auto wait_a_little = [](int) {
-    norvel_diag::sleep_for(callback_grace);
+    pause_for(callback_grace);
     return 0;
   };
   run({.function = function,
@@ -234,7 +234,7 @@ void send_by_dci(const char* function, DiagAsyncRequest& request) {
     norvel_diag_cmd_response_by_dci_no_handle(data, len, context);
   };
   const auto wait_a_little = [] {
-    norvel_diag::sleep_for(dci_grace);
+    pause_for(dci_grace);
     return 0;
   };
   run({.function = function,

@@ -3,10 +3,10 @@
 #include <cstdint>
 
 #include "norvel_extend_qmi/norvel_diag_send_response.h"
-#include "norvel_extend_qmi/norvel_diag_sleep.h"
 #include "norvel_extend_qmi/norvel_diag_thread.h"
 #include "norvel_extend_qmi/norvel_diag_wait.h"
 #include "qcril-common/utilities/norvel_ril_log.h"
+#include "qcril-common/utilities/pause.h"
 
 void* norvel_diag_cmd_send_with_result_wait_thread_proc(void* /*unused*/) {
   using norvel_diag::g_diag_wait;
@@ -14,7 +14,7 @@ void* norvel_diag_cmd_send_with_result_wait_thread_proc(void* /*unused*/) {
   const std::uint64_t connection = g_diag_wait.connection();
   int count = 0;
   do {
-    norvel_diag::sleep_for(norvel_diag::tick);
+    pause_for(norvel_diag::tick);
     ++count;
     NORVEL_LOG("norvel_diag_cmd_send_with_result_wait_thread_proc, cnt_of_100ms = %d", count);
   } while (g_diag_wait.still_waiting(connection, count));

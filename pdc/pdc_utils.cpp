@@ -1,12 +1,12 @@
 #include "pdc/pdc_utils.h"
 
-#include <unistd.h>
-
 #include <algorithm>
+#include <chrono>
 #include <iterator>
 #include <mutex>
 
 #include "pdc/pdc_log.h"
+#include "qcril-common/utilities/pause.h"
 #include "qcril-common/utilities/qcril_memory_management.h"
 
 pdc_global_info g_pdc_info;
@@ -14,7 +14,7 @@ pdc_global_info g_pdc_info;
 namespace {
 
 constexpr int connect_tries = 20;
-constexpr unsigned int seconds_between_tries = 5;
+constexpr std::chrono::seconds after_failed_try{5};
 constexpr std::uint32_t connect_timeout_ms = 4;
 
 /// Used by the main thread. The library's threads only read `service`, which is set before they
@@ -64,7 +64,7 @@ int pdc_init() {
       return 0;
     }
     PDC_LOG_ERROR("qmi_client_init returned failure (%d) for PDC, retry times %d", error, tried);
-    ::sleep(seconds_between_tries);
+    pause_for(after_failed_try);
   }
   client.handle = nullptr;
   return -1;

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <string>
 
+#include "host/messages.h"
 #include "simulator/failure.h"
 
 namespace sim {
@@ -25,7 +26,7 @@ void finish_output() {
 }
 
 void tell_user(std::string_view message) noexcept {
-  std::fprintf(stderr, "tvk-modem: %.*s\n", static_cast<int>(message.size()), message.data());
+  host::report("tvk-modem", message);
 }
 
 }  // namespace sim

@@ -8,13 +8,13 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <thread>
 
 #include "norvel_extend_qmi/norvel_extend_cmn.h"
 #include "norvel_extend_qmi/norvel_extend_cmn_text.h"
 #include "norvel_extend_qmi/norvel_extend_cmn_uim.h"
 #include "norvel_extend_qmi/norvel_extend_nvefs.h"
 #include "qcril-common/utilities/norvel_ril_log.h"
+#include "qcril-common/utilities/pause.h"
 #include "qcril-common/utilities/quiet_notes.h"
 #include "tvk/norvel_qmi_test_cmn.h"
 
@@ -101,7 +101,7 @@ bool switch_to(second_slot wanted) {
 std::optional<eid_bytes> wait_for_eid(int attempts) {
   constexpr std::size_t checked_bytes = 8;  // all zero: no EID was read
   for (int loop = 0; loop < attempts; ++loop) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    pause_for(std::chrono::milliseconds(100));
     NORVEL_LOG_AS(command, "try get eid loop = %d", loop);
     eid_bytes eid{};
     norvel_uim_request_eid(esim_slot, eid.data());

@@ -1,7 +1,6 @@
 // Modem restart and full dump, NV synchronisation, SAR state.
-#include <unistd.h>
-
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -14,6 +13,7 @@
 #include "platform/properties.h"
 #include "qcril-common/utilities/checked.h"
 #include "qcril-common/utilities/norvel_ril_log.h"
+#include "qcril-common/utilities/pause.h"
 #include "qcril-common/utilities/quiet_notes.h"
 #include "tvk/norvel_qmi_test_cmn.h"
 
@@ -87,8 +87,8 @@ int norvel_cmn_test_ssr_wait_s() {
     return 0;
   }
   std::printf("modem ssr start to wait %ds to init\n", seconds);
-  // A negative number is a wait of many years, as long as nothing interrupts it.
-  ::sleep(static_cast<unsigned int>(seconds));
+  // A negative number becomes a wait of many years.
+  pause_for(std::chrono::seconds(static_cast<unsigned int>(seconds)));
   std::printf("modem ssr end to wait %ds to init\n", seconds);
   return seconds;
 }

@@ -7,8 +7,8 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <thread>
 
+#include "qcril-common/utilities/pause.h"
 #include "tvk/command_group.h"
 #include "tvk/commands.h"
 #include "tvk/usage.h"
@@ -80,7 +80,7 @@ int norvel_test_at_cmd_do(int argc, char** argv) {
   }
   pthread_detach(receiver);
   const int result = norvel_test_at_cmd_send(cmd.data());
-  while (at_receive_done == 0) std::this_thread::sleep_for(std::chrono::seconds(1));
+  while (at_receive_done == 0) pause_for(std::chrono::seconds(1));
   at_receive_done = 0;
   return result;
 }

@@ -11,6 +11,7 @@
 
 #include "decode/input/packed_source.h"
 #include "host/file_descriptor.h"
+#include "host/uninterrupted.h"
 
 namespace decode {
 
@@ -44,11 +45,12 @@ class file_source final : public byte_source {
   std::size_t read_file(std::span<std::uint8_t> out) {
     std::size_t done = 0;
     while (done < out.size() && damage().empty()) {
-      const ssize_t count = ::read(file_.get(), out.data() + done, out.size() - done);
+      const ssize_t count = host::uninterrupted(
+          [&] { return ::read(file_.get(), out.data() + done, out.size() - done); });
       if (count == 0) break;
       if (count > 0) {
         done += static_cast<std::size_t>(count);
-      } else if (errno != EINTR) {
+      } else {
         report_damage(std::generic_category().message(errno));
       }
     }

@@ -19,9 +19,14 @@
 #include "decode/live/save.h"
 #include "decode/messages.h"
 #include "decode/packet_stage.h"
+#include "host/byte_stream.h"
+#include "host/endpoint.h"
 #include "host/file_descriptor.h"
-#include "platform/linux/diag/port.h"
+#include "host/uninterrupted.h"
+#include "host/wait.h"
+#include "host/write_all.h"
 #include "protocol/diag_answer.h"
+#include "protocol/diag_port.h"
 #include "protocol/hdlc.h"
 
 namespace decode {
@@ -35,20 +40,16 @@ using protocol::byte_view;
 
 constexpr auto answer_time = 2s;
 constexpr auto retry_time = 500ms;
-constexpr auto longest_wait = 60s;
 /// Limit for all answers while the session ends. Requests are sent even after that.
 constexpr auto shutdown_time = 400ms;
-
-std::chrono::milliseconds time_to(clock::time_point until) {
-  return std::chrono::ceil<std::chrono::milliseconds>(
-      std::clamp<clock::duration>(until - clock::now(), 0s, longest_wait));
-}
 
 class session final : mask_port {
  public:
   session(const options& chosen, record_store& store, int output, summary& counts)
       : output_name_(chosen.output.empty() ? "standard output" : chosen.output),
-        port_name_(chosen.live->empty() ? diag::named_port() : *chosen.live),
+        port_name_(chosen.live->empty() ? host::chosen_endpoint(protocol::diag::port_variable,
+                                                                protocol::diag::port_socket)
+                                        : *chosen.live),
         output_(output),
         save_(chosen.save, chosen.force),
         writer_(store.make_writer()),
@@ -74,7 +75,7 @@ class session final : mask_port {
   outcome receive(clock::time_point until, byte_view request);
   /// Waits for bytes from the port, if there is one, or for a request to end the session. False
   /// when there are no bytes.
-  bool wait(std::chrono::milliseconds time);
+  bool wait(clock::time_point until);
   /// Decodes received bytes. True when the answer to `request` was among them.
   bool handle(byte_view bytes, byte_view request);
 
@@ -98,8 +99,11 @@ class session final : mask_port {
 };
 
 bool session::open() {
-  port_ = diag::open_port(port_name_);
-  return port_.valid();
+  auto [port, error] = host::open_byte_stream(port_name_);
+  port_ = std::move(port);
+  if (port_.valid()) return true;
+  report_once(protocol::diag::unusable_port(port_name_, error, host::byte_stream_forms));
+  return false;
 }
 
 void session::close() {
@@ -118,10 +122,10 @@ void session::fail(std::exception_ptr why) {
   end();
 }
 
-bool session::wait(std::chrono::milliseconds time) {
+bool session::wait(clock::time_point until) {
   std::array<pollfd, 2> waits{{{.fd = port_.get(), .events = POLLIN, .revents = 0},
                                {.fd = is_ending() ? -1 : output_, .events = 0, .revents = 0}}};
-  const int ready = ::poll(waits.data(), waits.size(), static_cast<int>(time.count()));
+  const int ready = ::poll(waits.data(), waits.size(), host::poll_timeout(until));
   if (end_was_requested()) end();
   if (ready <= 0) return false;
   if (waits[1].revents != 0) {
@@ -157,13 +161,13 @@ session::outcome session::receive(clock::time_point until, byte_view request) {
   std::array<std::uint8_t, 65536> buffer;
   const bool was_ending = is_ending();
   while (true) {
-    const auto left = time_to(until);
-    if (left == 0ms) return outcome::timed_out;
-    const bool has_bytes = wait(left);
+    if (clock::now() >= until) return outcome::timed_out;
+    const bool has_bytes = wait(until);
     if (is_ending() && !was_ending) return outcome::is_ending;
     if (!has_bytes) continue;
-    const ssize_t got = ::read(port_.get(), buffer.data(), buffer.size());
-    if (got < 0 && (errno == EAGAIN || errno == EINTR)) continue;
+    const ssize_t got =
+        host::uninterrupted([&] { return ::read(port_.get(), buffer.data(), buffer.size()); });
+    if (got < 0 && errno == EAGAIN) continue;
     if (got <= 0) {
       close();
       return outcome::port_is_gone;
@@ -179,7 +183,7 @@ std::optional<diag_packet> session::ask(const diag_packet& request) {
   protocol::hdlc::append_frame(frame, request);
   const auto until = clock::now() + answer_time;
   const auto limit = [&] { return is_ending() ? std::min(until, *shutdown_until_) : until; };
-  if (!diag::write_all(port_.get(), frame, time_to(limit()))) {
+  if (!host::send_all(port_.get(), frame, limit() - clock::now())) {
     close();
     return std::nullopt;
   }
@@ -195,7 +199,7 @@ std::optional<diag_packet> session::ask(const diag_packet& request) {
 void session::reconnect() {
   report("the port is lost; waiting for it");
   while (!is_ending()) {
-    wait(retry_time);
+    wait(clock::now() + retry_time);
     if (is_ending() || !open()) continue;
     report("the port is back");
     masks_.apply();

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,23 +10,16 @@
 #include <utility>
 
 #include "decode/output/record_output.h"
+#include "host/write_all.h"
 
 namespace decode {
 
 namespace {
 
-bool (*give_up_now)() = [] { return false; };
+bool (*give_up_now)() = nullptr;
 
-/// Whether to try again; waits for room if the file was opened non-blocking by our caller.
-bool is_transient(int error, int file) {
-  if (error == EINTR) return !give_up_now();
-  if (error != EAGAIN) return false;
-  pollfd room{.fd = file, .events = POLLOUT, .revents = 0};
-  return ::poll(&room, 1, -1) > 0 || !give_up_now();
-}
-
-[[noreturn]] void fail(std::string_view name, int error = errno) {
-  throw output_error(fmt::format("{}: {}", name, std::generic_category().message(error)));
+[[noreturn]] void fail(std::string_view name) {
+  throw output_error(fmt::format("{}: {}", name, std::generic_category().message(errno)));
 }
 
 bool is_regular(int file, struct stat& status) {
@@ -50,18 +42,11 @@ void must_not_be_of(const file_set& files, const std::string& path) {
 }
 
 void write_whole(int file, std::string_view name, std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t count = ::write(file, text.data(), text.size());
-    if (count < 0) {
-      const int error = errno;
-      if (is_transient(error, file)) continue;
-      if (error == EINTR || error == EAGAIN) {
-        throw output_error(fmt::format("{}: the reader has stalled; the rest is lost", name));
-      }
-      fail(name, error);
-    }
-    text.remove_prefix(static_cast<std::size_t>(count));
+  if (host::write_all(file, text, give_up_now)) return;
+  if (errno == EINTR || errno == EAGAIN) {
+    throw output_error(fmt::format("{}: the reader has stalled; the rest is lost", name));
   }
+  fail(name);
 }
 
 file_output::file_output(const std::string& path)

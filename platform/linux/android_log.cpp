@@ -8,10 +8,10 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
+#include "host/environment.h"
 #include "host/file_descriptor.h"
 #include "platform/linux/report.h"
 
@@ -21,12 +21,12 @@ using host::file_descriptor;
 
 /// Where lines go: a descriptor, or invalid for the system log.
 file_descriptor open_destination() {
-  const char* name = std::getenv("TVK_ANDROID_LOG");
-  if (name == nullptr || *name == '\0') return {};
-  if (std::strcmp(name, "stderr") == 0) return file_descriptor(::dup(STDERR_FILENO));
-  file_descriptor file(::open(name, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
+  const auto name = host::environment("TVK_ANDROID_LOG");
+  if (name.empty()) return {};
+  if (name == "stderr") return file_descriptor(::dup(STDERR_FILENO));
+  file_descriptor file(::open(name.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600));
   if (!file.valid()) {
-    platform::report_once(std::string("TVK_ANDROID_LOG=") + name + ": " + std::strerror(errno) +
+    platform::report_once("TVK_ANDROID_LOG=" + name + ": " + std::strerror(errno) +
                           "; expected \"stderr\" or a file to append to");
   }
   return file;

@@ -21,8 +21,10 @@
 #include <vector>
 
 #include "host/directories.h"
+#include "host/environment.h"
 #include "host/file_descriptor.h"
 #include "host/private_files.h"
+#include "host/uninterrupted.h"
 #include "host/write_all.h"
 #include "platform/linux/report.h"
 
@@ -71,8 +73,9 @@ std::optional<std::string> followed(std::string path) {
 }
 
 std::optional<std::string> file_path() {
-  const char* chosen = std::getenv("TVK_PROPERTIES");
-  if (chosen != nullptr && *chosen != '\0') return followed(chosen);
+  if (auto chosen = host::environment("TVK_PROPERTIES"); !chosen.empty()) {
+    return followed(std::move(chosen));
+  }
   const std::string directory = host::state_directory();
   if (directory.empty()) {
     report_once(std::string("no property file: TVK_PROPERTIES is not set, and ") +
@@ -102,9 +105,9 @@ std::optional<lines> read_lines(const std::string& path) {
   std::string text;
   std::array<char, 4096> chunk{};
   for (;;) {
-    const ssize_t got = ::read(file.get(), chunk.data(), chunk.size());
+    const ssize_t got =
+        host::uninterrupted([&] { return ::read(file.get(), chunk.data(), chunk.size()); });
     if (got == 0) break;
-    if (got < 0 && errno == EINTR) continue;
     if (got < 0) {
       report_failure(path, "cannot be read");
       return std::nullopt;
@@ -205,14 +208,13 @@ file_descriptor lock_file(const std::string& path) {
     report_failure(path, "its directory cannot be created");
     return {};
   }
-  auto [file, error] = host::open_lock(path + ".lock");
-  while (file.valid() && ::flock(file.get(), LOCK_EX) != 0) {
-    if (errno == EINTR) continue;
-    error = std::strerror(errno);
-    file = {};
+  auto lock = host::open_lock(path + ".lock");
+  if (lock.file.valid() &&
+      host::uninterrupted([&] { return ::flock(lock.file.get(), LOCK_EX); }) != 0) {
+    lock = {{}, std::strerror(errno)};
   }
-  if (!file.valid()) report(path, "cannot be locked: " + path + ".lock: " + error);
-  return std::move(file);
+  if (!lock.file.valid()) report(path, "cannot be locked: " + path + ".lock: " + lock.error);
+  return std::move(lock.file);
 }
 
 /// Whether reading the line back would yield the same name and value.

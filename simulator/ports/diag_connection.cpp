@@ -1,14 +1,7 @@
 #include "simulator/ports/diag_connection.h"
 
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <utility>
-
-#include <asio/buffer.hpp>
-#include <asio/post.hpp>
 
 #include "protocol/log_packet.h"
 #include "simulator/diag/scenario.h"
@@ -26,15 +19,10 @@ using std::chrono::milliseconds;
 constexpr milliseconds quiet_before_stream{1500};
 constexpr milliseconds between_pieces{5};
 
+constexpr std::size_t most_received = 4096;
 constexpr std::size_t stream_stops = std::size_t{64} << 10;  // bytes waiting to be written
 constexpr std::size_t reading_stops = std::size_t{1} << 20;
 constexpr unsigned packets_at_once = 64;  // then others have their turn
-
-/// As `write`, without a signal when the peer has gone.
-ssize_t write_some(int stream, byte_view bytes) {
-  const ssize_t size = ::send(stream, bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
-  return size < 0 && errno == ENOTSOCK ? ::write(stream, bytes.data(), bytes.size()) : size;
-}
 
 std::uint64_t bad_frames(const hdlc::frame_counts& counts) {
   return counts.bad_crc + counts.too_short + counts.too_long;
@@ -49,47 +37,34 @@ protocol::diag::time_stamp stamp_of_now() {
 }  // namespace
 
 diag_connection::diag_connection(asio::io_context& io, diag::server& server, unsigned number,
-                                 host::file_descriptor stream, left_handler left)
-    : server_(server),
+                                 peer_stream stream, left_handler left)
+    : connection(std::move(stream), boundaries::none, most_received, no_limit),
+      server_(server),
       number_(number),
-      stream_(io, stream.release()),
       left_(std::move(left)),
       restarts_(server.state.activity.of(event::restart)),
       pause_(io),
-      stream_timer_(io) {
-  stream_.non_blocking(true);
+      stream_timer_(io) {}
+
+void diag_connection::left(std::string_view reason) {
+  pause_.cancel();
+  stream_timer_.cancel();
+  left_(reason);
 }
 
-void diag_connection::close(std::string_view reason) {
-  if (std::exchange(closed_, true)) return;
-  asio::post(stream_.get_executor(), [self = shared_from_this(), reason] {
-    self->pause_.cancel();
-    self->stream_timer_.cancel();
-    std::error_code ignored;
-    self->stream_.close(ignored);
-    self->left_(reason);
-  });
-}
-
-void diag_connection::receive() {
-  stream_.async_read_some(
-      asio::buffer(buffer_),
-      [self = shared_from_this()](const std::error_code& error, std::size_t size) {
-        if (self->closed_) return;
-        if (error) return self->close("closed");
-        self->unread_ = byte_view(self->buffer_).first(size);
-        self->work_off_requests();
-      });
+void diag_connection::received(byte_view bytes) {
+  unread_ = bytes;
+  work_off_requests();
 }
 
 void diag_connection::work_off_requests() {
   byte_view request;
-  while (!closed_ && !paused_ && deframer_.next(unread_, request)) serve(request);
-  if (closed_ || paused_) return;
+  while (!is_closed() && !paused_ && deframer_.next(unread_, request)) serve(request);
+  if (is_closed() || paused_) return;
   if (const auto bad = bad_frames(deframer_.counts()); std::exchange(bad_frames_, bad) != bad) {
     server_.trace.diag_note(number_, "dropped, not a whole frame or its CRC is wrong");
   }
-  stalled_ = queue_.size() - written_ > reading_stops;
+  stalled_ = waiting() > reading_stops;
   if (!stalled_) receive();
 }
 
@@ -122,7 +97,7 @@ void diag_connection::answer(const diag::packet& packet, const diag::fault_rule*
   hdlc::append_frame(frame, sent);
   // An answer has the code of its request, an error one of its own.
   server_.trace.diag(trace::direction::from_modem, number_, "answer", sent);
-  if (fault == nullptr) return send_frame(frame);
+  if (fault == nullptr) return send(frame);
   switch (fault->action) {
     case fault_action::bad_crc: {
       // In the CRC itself: a packet that is not the answer would be passed over with a good one
@@ -131,20 +106,19 @@ void diag_connection::answer(const diag::packet& packet, const diag::fault_rule*
       const bool would_be_special =
           last == (hdlc::escape ^ 0x80) || last == (hdlc::terminator ^ 0x80);
       last ^= would_be_special ? 0x40 : 0x80;
-      return send_frame(frame);
+      return send(frame);
     }
     case fault_action::split:
       return send_pieces(std::move(frame), fault->value.value_or(1));
     case fault_action::delay:
-      return pause(milliseconds(*fault->value),
-                   [this, late = std::move(frame)] { send_frame(late); });
+      return pause(milliseconds(*fault->value), [this, late = std::move(frame)] { send(late); });
     case fault_action::log: {
       const auto log = diag::serving_cell_log(server_.state.radio.at_present(), stamp_of_now());
       for (std::uint32_t i = 0; i < fault->value.value_or(1); ++i) send_packet(log);
-      return send_frame(frame);
+      return send(frame);
     }
     default:
-      return send_frame(frame);
+      return send(frame);
   }
 }
 
@@ -152,7 +126,7 @@ void diag_connection::send_pieces(std::vector<std::uint8_t> frame, std::size_t p
   piece = std::min(piece, frame.size());
   in_frame_ = true;
   const auto first = frame.begin() + static_cast<std::ptrdiff_t>(piece);
-  send_frame({frame.begin(), first});
+  send({frame.begin(), first});
   pause(between_pieces, [this, piece, rest = std::vector<std::uint8_t>(first, frame.end())] {
     in_frame_ = false;
     if (!rest.empty()) send_pieces(rest, piece);
@@ -163,11 +137,11 @@ void diag_connection::pause(milliseconds time, std::function<void()> then) {
   paused_ = true;
   pause_.expires_after(time);
   pause_.async_wait(
-      [self = shared_from_this(), then = std::move(then)](const std::error_code& cancelled) {
-        if (cancelled || self->closed_) return;
-        self->paused_ = false;
+      [this, self = shared_from_this(), then = std::move(then)](const std::error_code& cancelled) {
+        if (cancelled || is_closed()) return;
+        paused_ = false;
         then();
-        if (!self->paused_) self->resume();
+        if (!paused_) resume();
       });
 }
 
@@ -182,9 +156,9 @@ void diag_connection::request_seen() {
     stream_timer_.cancel();
   } else if (!cursor_) {
     stream_timer_.expires_after(quiet_before_stream);
-    stream_timer_.async_wait([self = shared_from_this()](const std::error_code& cancelled) {
-      if (cancelled || self->closed_ || !self->session_.masks.wants_any()) return;
-      self->begin_stream();
+    stream_timer_.async_wait([this, self = shared_from_this()](const std::error_code& cancelled) {
+      if (cancelled || is_closed() || !session_.masks.wants_any()) return;
+      begin_stream();
     });
   }
 }
@@ -196,8 +170,8 @@ void diag_connection::begin_stream() {
 }
 
 void diag_connection::pump() {
-  for (unsigned sent = 0; cursor_ && !closed_ && !in_frame_; ++sent) {
-    if (queue_.size() - written_ > stream_stops) return;  // on when there is room again
+  for (unsigned sent = 0; cursor_ && !is_closed() && !in_frame_; ++sent) {
+    if (waiting() > stream_stops) return;  // on when there is room again
     const auto now = std::chrono::steady_clock::now();
     const auto due = cursor_->due();
     if (!due) return;
@@ -209,8 +183,8 @@ void diag_connection::pump() {
 
 void diag_connection::pump_at(std::chrono::steady_clock::time_point when) {
   stream_timer_.expires_at(when);
-  stream_timer_.async_wait([self = shared_from_this()](const std::error_code& cancelled) {
-    if (!cancelled) self->pump();
+  stream_timer_.async_wait([this, self = shared_from_this()](const std::error_code& cancelled) {
+    if (!cancelled) pump();
   });
 }
 
@@ -221,42 +195,12 @@ void diag_connection::send_packet(byte_view packet) {
                      packet);
   frame_.clear();
   hdlc::append_frame(frame_, packet);
-  send_frame(frame_);
+  send(frame_);
 }
 
-void diag_connection::send_frame(byte_view frame) {
-  if (closed_) return;
-  if (queue_.empty()) {
-    const ssize_t size = write_some(stream_.native_handle(), frame);
-    if (size < 0 && errno != EAGAIN && errno != EINTR) return close("the peer is gone");
-    frame = frame.subspan(static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
-    if (frame.empty()) return;
-  }
-  const bool waits_already = !queue_.empty();
-  const std::size_t at = queue_.size();
-  queue_.resize(at + frame.size());
-  std::ranges::copy(frame, queue_.begin() + static_cast<std::ptrdiff_t>(at));
-  if (!waits_already) write_queued();
-}
-
-void diag_connection::write_queued() {
-  stream_.async_wait(asio::posix::stream_descriptor::wait_write, [self = shared_from_this()](
-                                                                     const std::error_code& error) {
-    if (error || self->closed_) return;
-    const ssize_t size =
-        write_some(self->stream_.native_handle(), byte_view(self->queue_).subspan(self->written_));
-    if (size < 0 && errno != EAGAIN && errno != EINTR) return self->close("the peer is gone");
-    self->written_ += static_cast<std::size_t>(std::max<ssize_t>(size, 0));
-    const bool all = self->written_ == self->queue_.size();
-    if (all || self->written_ > stream_stops) {
-      self->queue_.erase(self->queue_.begin(),
-                         self->queue_.begin() + static_cast<std::ptrdiff_t>(self->written_));
-      self->written_ = 0;
-    }
-    if (!all) self->write_queued();
-    if (std::exchange(self->stalled_, false)) self->work_off_requests();
-    self->pump();
-  });
+void diag_connection::made_room() {
+  if (std::exchange(stalled_, false)) work_off_requests();
+  pump();
 }
 
 }  // namespace sim

@@ -2,7 +2,6 @@
 // that its masks select. Who reads slowly is read from slowly, and gets all of it in the end.
 #pragma once
 
-#include <array>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -11,29 +10,27 @@
 #include <vector>
 
 #include <asio/io_context.hpp>
-#include <asio/posix/stream_descriptor.hpp>
 #include <asio/steady_timer.hpp>
 
-#include "host/file_descriptor.h"
 #include "protocol/hdlc.h"
 #include "simulator/diag/command.h"
 #include "simulator/diag/server.h"
+#include "simulator/ports/connection.h"
 
 namespace sim {
 
-class diag_connection : public std::enable_shared_from_this<diag_connection> {
+class diag_connection : public connection {
  public:
   /// Calls `left` from the event loop when the stream ends, with the reason.
   using left_handler = std::function<void(std::string_view reason)>;
-  diag_connection(asio::io_context& io, diag::server& server, unsigned number,
-                  host::file_descriptor stream, left_handler left);
-
-  void start() { receive(); }
-  /// Forgets the client: nothing is sent any more.
-  void close(std::string_view reason);
+  diag_connection(asio::io_context& io, diag::server& server, unsigned number, peer_stream stream,
+                  left_handler left);
 
  private:
-  void receive();
+  void received(protocol::byte_view bytes) override;
+  void made_room() override;
+  void left(std::string_view reason) override;
+
   void work_off_requests();
   void serve(protocol::byte_view request);
   void answer(const diag::packet& packet, const diag::fault_rule* fault);
@@ -48,17 +45,12 @@ class diag_connection : public std::enable_shared_from_this<diag_connection> {
   void pump_at(std::chrono::steady_clock::time_point when);
 
   void send_packet(protocol::byte_view packet);
-  void send_frame(protocol::byte_view frame);
-  void write_queued();
 
   diag::server& server_;
   unsigned number_;
-  asio::posix::stream_descriptor stream_;
   left_handler left_;
-  bool closed_ = false;
 
-  std::array<std::uint8_t, 4096> buffer_{};
-  protocol::byte_view unread_;  ///< in `buffer_`
+  protocol::byte_view unread_;  ///< of what was received last
   protocol::hdlc::deframer deframer_;
   std::uint64_t bad_frames_ = 0;
   diag::session session_;
@@ -69,8 +61,6 @@ class diag_connection : public std::enable_shared_from_this<diag_connection> {
   bool in_frame_ = false;  ///< a frame goes out in pieces: nothing may come between
   bool stalled_ = false;   ///< nothing is read while too much waits to be written
 
-  std::vector<std::uint8_t> queue_;
-  std::size_t written_ = 0;  ///< of the queue
   std::vector<std::uint8_t> frame_;
   std::vector<std::uint8_t> shortened_;
 

@@ -44,9 +44,9 @@ host::file_descriptor bind_tcp(std::uint16_t& port) {
 }
 
 /// Answers are small and waited for.
-void send_at_once(const host::file_descriptor& stream) {
+void send_at_once(peer_stream& stream) {
   const int on = 1;
-  ::setsockopt(stream.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
+  ::setsockopt(stream.native_handle(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
 }
 
 }  // namespace
@@ -71,18 +71,17 @@ diag_port::~diag_port() = default;
 
 void diag_port::start(diag::server& server) {
   server_ = &server;
-  unix_.start([this](auto socket) { add(host::file_descriptor(socket.release())); });
+  unix_.start([this](peer_stream socket) { add(std::move(socket)); });
   if (tcp_) {
-    tcp_->start([this](auto socket) {
-      host::file_descriptor stream(socket.release());
-      send_at_once(stream);
-      add(std::move(stream));
+    tcp_->start([this](peer_stream socket) {
+      send_at_once(socket);
+      add(std::move(socket));
     });
   }
   if (link_) wait_at_terminal();
 }
 
-void diag_port::add(host::file_descriptor stream) {
+void diag_port::add(peer_stream stream) {
   const unsigned number = next_++;
   server_->trace.diag_note(number, "connects");
   const auto connection = std::make_shared<diag_connection>(
@@ -95,12 +94,11 @@ void diag_port::add(host::file_descriptor stream) {
 }
 
 void diag_port::wait_at_terminal() {
-  terminal_.async_wait(asio::posix::stream_descriptor::wait_read,
-                       [this](const std::error_code& cancelled) {
-                         if (cancelled) return;
-                         add(host::file_descriptor(terminal_.release()));
-                         next_terminal();
-                       });
+  terminal_.async_wait(peer_stream::wait_read, [this](const std::error_code& cancelled) {
+    if (cancelled) return;
+    add(std::move(terminal_));
+    next_terminal();
+  });
 }
 
 void diag_port::next_terminal() {

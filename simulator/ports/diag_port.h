@@ -11,7 +11,6 @@
 
 #include <asio/generic/stream_protocol.hpp>
 #include <asio/io_context.hpp>
-#include <asio/posix/stream_descriptor.hpp>
 #include <asio/steady_timer.hpp>
 
 #include "simulator/diag/server.h"
@@ -43,7 +42,7 @@ class diag_port {
  private:
   using protocol_type = asio::generic::stream_protocol;
 
-  void add(host::file_descriptor stream);
+  void add(peer_stream stream);
   /// A client has come to the terminal when it says something, or has gone again.
   void wait_at_terminal();
   /// Each client has a terminal of its own: nothing of one that leaves, neither what it did not
@@ -55,7 +54,7 @@ class diag_port {
   listener<protocol_type> unix_;
   std::optional<listener<protocol_type>> tcp_;
   std::uint16_t tcp_port_ = 0;
-  asio::posix::stream_descriptor terminal_;  ///< our side of the one for the next client
+  peer_stream terminal_;  ///< our side of the one for the next client
   std::optional<terminal_link> link_;
   asio::steady_timer terminal_again_;
   diag::server* server_ = nullptr;

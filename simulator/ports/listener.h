@@ -12,6 +12,7 @@
 #include <asio/steady_timer.hpp>
 
 #include "host/file_descriptor.h"
+#include "simulator/ports/connection.h"
 
 namespace sim {
 
@@ -27,7 +28,7 @@ class listener {
     acceptor_.assign(kind, bound.release());
   }
 
-  void start(std::function<void(socket_type)> accepted) {
+  void start(std::function<void(peer_stream)> accepted) {
     accepted_ = std::move(accepted);
     acceptor_.listen();
     accept();
@@ -38,7 +39,7 @@ class listener {
     acceptor_.async_accept([this](const std::error_code& error, socket_type socket) {
       if (error == asio::error::operation_aborted) return;
       if (error) return accept_later();
-      accepted_(std::move(socket));
+      accepted_(peer_stream(acceptor_.get_executor(), socket.release()));
       accept();
     });
   }
@@ -53,7 +54,7 @@ class listener {
 
   asio::basic_socket_acceptor<Protocol> acceptor_;
   asio::steady_timer again_;
-  std::function<void(socket_type)> accepted_;
+  std::function<void(peer_stream)> accepted_;
 };
 
 }  // namespace sim

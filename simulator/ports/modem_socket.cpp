@@ -25,10 +25,10 @@ modem_socket_port::~modem_socket_port() = default;
 
 void modem_socket_port::start(dispatcher& dispatcher) {
   dispatcher_ = &dispatcher;
-  listener_.start([this](protocol_type::socket socket) { accepted(std::move(socket)); });
+  listener_.start([this](peer_stream socket) { accepted(std::move(socket)); });
 }
 
-void modem_socket_port::accepted(protocol_type::socket socket) {
+void modem_socket_port::accepted(peer_stream socket) {
   while (connections_.contains(next_port_)) ++next_port_;
   const std::uint32_t client_port = next_port_++;
   const auto connection = std::make_shared<modem_connection>(*this, client_port, std::move(socket));

@@ -12,6 +12,7 @@
 
 #include "simulator/dispatcher.h"
 #include "simulator/port.h"
+#include "simulator/ports/connection.h"
 #include "simulator/ports/listener.h"
 #include "simulator/ports/socket_path.h"
 #include "simulator/trace.h"
@@ -39,7 +40,7 @@ class modem_socket_port : public port {
  private:
   using protocol_type = asio::generic::seq_packet_protocol;
 
-  void accepted(protocol_type::socket socket);
+  void accepted(peer_stream socket);
   [[nodiscard]] client client_at(std::uint32_t client_port);
 
   socket_path path_;

@@ -2,15 +2,14 @@
 
 #include <fmt/core.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstddef>
 #include <cstring>
 #include <limits>
 #include <utility>
 
+#include "host/unix_address.h"
 #include "protocol/modem_socket.h"
 #include "simulator/failure.h"
 #include "simulator/ports/qmux_connection.h"
@@ -22,14 +21,9 @@ namespace qmux = protocol::qmux;
 
 host::file_descriptor bind_proxy_socket() {
   constexpr std::string_view name = "qmi-proxy";
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  // Abstract: a zero byte, then the name, and nothing behind it.
-  name.copy(std::next(std::begin(address.sun_path)), name.size());
-  const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + 1 + name.size());
+  const auto address = host::unix_address::of_abstract_name(name);
   host::file_descriptor bound(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  if (!bound.valid() ||
-      ::bind(bound.get(), reinterpret_cast<const sockaddr*>(&address), size) != 0) {
+  if (!bound.valid() || ::bind(bound.get(), address.get(), address.size()) != 0) {
     throw failure(
         fmt::format("cannot bind the abstract socket {}: {}", name,
                     errno == EADDRINUSE ? "another program listens on it" : std::strerror(errno)));
@@ -40,12 +34,12 @@ host::file_descriptor bind_proxy_socket() {
 qmux_port::qmux_port(asio::io_context& io, host::file_descriptor bound, const node& node,
                      dispatcher& dispatcher, trace& trace)
     : node_(node), dispatcher_(dispatcher), trace_(trace), listener_(io, std::move(bound)) {
-  listener_.start([this](protocol_type::socket socket) { accepted(std::move(socket)); });
+  listener_.start([this](peer_stream socket) { accepted(std::move(socket)); });
 }
 
 qmux_port::~qmux_port() = default;
 
-void qmux_port::accepted(protocol_type::socket socket) {
+void qmux_port::accepted(peer_stream socket) {
   const connection_number number = next_connection_++;
   const auto connection = std::make_shared<qmux_connection>(*this, number, std::move(socket));
   connections_.emplace(number, connection);

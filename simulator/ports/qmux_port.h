@@ -15,6 +15,7 @@
 #include "simulator/dispatcher.h"
 #include "simulator/node.h"
 #include "simulator/port.h"
+#include "simulator/ports/connection.h"
 #include "simulator/ports/listener.h"
 #include "simulator/ports/qmux_clients.h"
 #include "simulator/trace.h"
@@ -55,7 +56,7 @@ class qmux_port : public port {
  private:
   using protocol_type = asio::generic::stream_protocol;
 
-  void accepted(protocol_type::socket socket);
+  void accepted(peer_stream socket);
   void control(connection_number from, protocol::byte_view message);
   void write(connection_number to, const protocol::qmux::frame& frame);
   void release(std::uint32_t client_port);

@@ -5,7 +5,6 @@
 #include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 
 #include <cerrno>
 #include <cstring>
@@ -13,6 +12,7 @@
 
 #include "host/directories.h"
 #include "host/private_files.h"
+#include "host/unix_address.h"
 #include "simulator/failure.h"
 
 namespace sim {
@@ -24,20 +24,13 @@ constexpr mode_t owner_only = 0600;
   throw failure(fmt::format("cannot {} {}: {}", what, path, std::strerror(reason)));
 }
 
-sockaddr_un address_of(const std::string& path) {
-  sockaddr_un address{};
-  constexpr std::size_t most = sizeof(address.sun_path) - 1;
-  if (path.size() > most) {
+host::unix_address address_of(const std::string& path) {
+  const auto address = host::unix_address::of_path(path);
+  if (!address) {
     throw failure(fmt::format("the socket path is too long ({} bytes, at most {}): {}", path.size(),
-                              most, path));
+                              host::unix_address::longest_path, path));
   }
-  address.sun_family = AF_UNIX;
-  path.copy(std::begin(address.sun_path), most);
-  return address;
-}
-
-const sockaddr* generic(const sockaddr_un& address) {
-  return reinterpret_cast<const sockaddr*>(&address);
+  return *address;
 }
 
 host::file_descriptor make_socket(int type, const std::string& path) {
@@ -105,20 +98,20 @@ void socket_path::make_room() {
   if (!status) return;
   if (!S_ISSOCK(status->st_mode)) throw failure(path_ + " exists and is not a socket");
 
-  const sockaddr_un address = address_of(path_);
+  const auto address = address_of(path_);
   const host::file_descriptor probe = make_socket(type_, path_);
-  if (::connect(probe.get(), generic(address), sizeof(address)) == 0 || errno != ECONNREFUSED) {
+  if (::connect(probe.get(), address.get(), address.size()) == 0 || errno != ECONNREFUSED) {
     throw failure("another program already listens on " + path_);
   }
   if (::unlink(path_.c_str()) != 0) fail("remove the stale socket", path_, errno);
 }
 
 void socket_path::bind() {
-  const sockaddr_un address = address_of(path_);
+  const auto address = address_of(path_);
   socket_ = make_socket(type_, path_);
   // The socket's file gets the mode that the socket has.
   if (::fchmod(socket_.get(), owner_only) != 0 ||
-      ::bind(socket_.get(), generic(address), sizeof(address)) != 0) {
+      ::bind(socket_.get(), address.get(), address.size()) != 0) {
     fail("bind", path_, errno);
   }
   if (const auto status = status_of(path_)) inode_ = status->st_ino;

@@ -13,7 +13,6 @@
 //   {exit 3}                                      that exit status
 //   {stderr some text}                            standard error holds the text; otherwise empty
 //   $ tvk-modem nv get 550                        so does this one, on the modem's state
-//   $ sleep 0.5
 //   $ cat properties                              the property file, its lines sorted
 //
 // Commands run in order, against one modem and one property file; both are the case's own.
@@ -35,7 +34,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -44,7 +42,6 @@
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "support/at_device.h"
@@ -56,7 +53,7 @@
 namespace {
 
 struct step {
-  enum class kind : std::uint8_t { tvk, tvk_modem, echo, cat, sleep };
+  enum class kind : std::uint8_t { tvk, tvk_modem, echo, cat };
   kind what = kind::tvk;
   std::vector<std::string> arguments = {};
   std::vector<std::string> output = {};
@@ -184,8 +181,6 @@ class case_reader {
       current.variables[words[0].substr(0, equals)] = words[0].substr(equals + 1);
     } else if (program == "echo" && words.size() == 2 && words[1] == ">>properties") {
       current.steps.push_back({.what = step::kind::echo, .arguments = {words[0]}});
-    } else if (program == "sleep") {
-      current.steps.push_back({.what = step::kind::sleep, .arguments = words});
     } else if (program == "tvk" || program == "tvk-modem") {
       const auto what = program == "tvk" ? step::kind::tvk : step::kind::tvk_modem;
       current.steps.push_back({.what = what, .arguments = words});
@@ -292,8 +287,6 @@ class cli_test : public testing::Test {
       SCOPED_TRACE(joined(each.arguments));
       if (each.what == step::kind::echo) {
         std::ofstream(properties(), std::ios::app) << each.arguments[0] << "\n";
-      } else if (each.what == step::kind::sleep) {
-        std::this_thread::sleep_for(std::chrono::duration<double>(std::stod(each.arguments.at(0))));
       } else if (each.what == step::kind::cat) {
         auto lines = std::filesystem::exists(properties()) ? lines_of(properties())
                                                            : std::vector<std::string>{};

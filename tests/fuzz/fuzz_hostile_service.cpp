@@ -6,8 +6,6 @@
 // Two answers end the process by design and are kept away: a common message with more than 500
 // bytes to print, and a counter in a file that cannot be counted on.
 #include <syslog.h>
-#include <time.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -28,6 +26,7 @@
 #include "platform/linux/idl/codec.h"
 #include "platform/properties.h"
 #include "platform/qmi_client.h"
+#include "qcril-common/utilities/pause.h"
 #include "qcril-common/utilities/qcril_memory_management.h"
 #include "qcril-common/utilities/quiet_notes.h"
 #include "services/norvel_extend_qmi_v01.h"
@@ -317,9 +316,6 @@ std::span<Byte> bytes_at(Pointer* start, unsigned size) {
   return {static_cast<Byte*>(start), start == nullptr ? 0 : size};
 }
 
-/// Only the commands' waits are short: the fuzzer has threads that sleep.
-thread_local bool t_waits_are_short = false;
-
 }  // namespace
 
 qmi_client_error_type qmi_client_notifier_init(qmi_idl_service_object_type /*service*/,
@@ -426,15 +422,9 @@ int property_set(const char* /*key*/, const char* /*value*/) {
   return 0;
 }
 
+void pause_for(std::chrono::milliseconds /*time*/) {}
+
 extern "C" {
-int nanosleep(const timespec* requested_time, timespec* remaining) {
-  return t_waits_are_short ? 0 : ::clock_nanosleep(CLOCK_MONOTONIC, 0, requested_time, remaining);
-}
-unsigned sleep(unsigned seconds) {
-  const timespec time{.tv_sec = static_cast<time_t>(seconds), .tv_nsec = 0};
-  ::nanosleep(&time, nullptr);
-  return 0;
-}
 // Connecting to the system's log takes longer than all the rest.
 void syslog(int /*priority*/, const char* /*format*/, ...) {}
 void vsyslog(int /*priority*/, const char* /*format*/, va_list /*args*/) {}
@@ -533,7 +523,6 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  t_waits_are_short = true;
   g_script = script({data, size});
   quiet_notes = 0;
   g_qmi_modem_stats.number = 0;
@@ -547,6 +536,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   } else {
     functions.at(which - commands.size())();
   }
-  t_waits_are_short = false;
   return 0;
 }

@@ -16,23 +16,12 @@
 
 #include "pdc/pdc_utils.h"
 #include "qcril-common/utilities/qcril_memory_management.h"
+#include "support/eventually.h"
 #include "support/hand_modem.h"
+#include "support/pauses.h"
 #include "support/printed.h"
 #include "support/simulated_modem.h"
 #include "tvk/commands.h"
-
-namespace {
-
-std::vector<unsigned int> slept;
-
-}  // namespace
-
-// Stands before the C library's: the waits between the tries to connect are a thousandth.
-extern "C" unsigned int sleep(unsigned int seconds) {
-  slept.push_back(seconds);
-  std::this_thread::sleep_for(std::chrono::milliseconds(seconds));
-  return 0;
-}
 
 namespace {
 
@@ -100,7 +89,7 @@ void open_slot(pdc_wait_slot& slot) {
 std::int32_t wait_for(pdc_wait_slot& slot) {
   std::unique_lock hold(g_pdc_info.mutex);
   slot.is_waiting = 1;
-  EXPECT_TRUE(slot.finished.wait_for(hold, 10s, [&] { return slot.is_done != 0; }));
+  EXPECT_TRUE(slot.finished.wait_for(hold, 30s, [&] { return slot.is_done != 0; }));
   slot.is_waiting = 0;
   return slot.result;
 }
@@ -181,7 +170,6 @@ class pdc : public testing::Test {
   pdc() {
     setenv("TVK_ANDROID_LOG", log_file().c_str(), 1);
     log_before_ = log().size();
-    slept.clear();
   }
   ~pdc() override { pdc_clean(); }
 
@@ -247,7 +235,7 @@ TEST_F(pdc, every_operation_of_the_simulated_modem_fills_its_slot) {
   EXPECT_EQ(ask(g_pdc_info.activate_config, pdc_activate_config_v01, of_type()), 0);
 
   // The modem restarts now.
-  while (send(pdc_get_selected_config_v01, of_type()) == 0) std::this_thread::sleep_for(5ms);
+  while (send(pdc_get_selected_config_v01, of_type()) == 0) std::this_thread::yield();
   pdc_clean();
   while (pdc_init() != 0) {
   }
@@ -278,12 +266,8 @@ TEST_F(pdc, list_in_parts_keeps_its_slot_open_until_the_last) {
   open_slot(slot);
   const auto first_part = printed_by([&] {
     ASSERT_EQ(send(pdc_list_configs_v01, of_list()), 0);
-    // Nothing wakes a requester here; what it sees is the counter, and then what is printed.
-    for (std::uint32_t count = 0; count == 0;) {
-      const std::lock_guard hold(g_pdc_info.mutex);
-      count = list.count;
-    }
-    std::this_thread::sleep_for(100ms);
+    support::wait_until_printed("\n");  // nothing wakes a requester here
+    const std::lock_guard hold(g_pdc_info.mutex);
   });
   EXPECT_EQ(first_part, "RIL[norvel_qcril_setup_timed_callback:#]: setup_timed_callback test\n");
   EXPECT_EQ(list.count, 25U);
@@ -369,19 +353,18 @@ TEST_F(pdc_by_hand, list_is_refused_when_it_is_too_long_unexpected_or_has_no_hol
   EXPECT_EQ(list(one_entry), -1);
   EXPECT_EQ(result_of(hex("01 0200 0300"), slot, pdc_list_configs_v01, of_list()), -1);
 
-  // Nobody lists: it is done, and nobody is told.
+  // Nobody lists: it is done, and nobody is woken.
   {
-    std::unique_lock hold(g_pdc_info.mutex);
+    const std::lock_guard hold(g_pdc_info.mutex);
     slot.is_pdc_list_handling = 0;
-    slot.is_waiting = 1;
-    slot.is_done = 0;
-    hold.unlock();
-    ASSERT_EQ(send(pdc_list_configs_v01, of_list()), 0);
-    hold.lock();
-    EXPECT_EQ(slot.finished.wait_for(hold, 300ms), std::cv_status::timeout);
-    EXPECT_EQ(slot.is_done, 1U);
-    EXPECT_EQ(slot.result, -1);
+    open_slot(slot);
   }
+  ASSERT_EQ(send(pdc_list_configs_v01, of_list()), 0);
+  EXPECT_TRUE(support::eventually([&] {
+    const std::lock_guard hold(g_pdc_info.mutex);
+    return slot.is_done == 1;
+  }));
+  EXPECT_EQ(slot.result, -1);
 }
 
 TEST_F(pdc_by_hand, outcomes_of_select_and_load_have_results_of_their_own) {
@@ -480,7 +463,7 @@ TEST_F(pdc_by_hand, indication_that_cannot_be_decoded_fails_its_slot) {
 
 TEST_F(pdc, service_that_is_not_there_is_tried_twenty_times) {
   EXPECT_EQ(connect("unix:/nowhere/modem.sock"), -1);
-  EXPECT_EQ(slept, std::vector<unsigned int>(20, 5));
+  EXPECT_EQ(support::take_pauses(), std::vector<std::chrono::milliseconds>(20, 5s));
   EXPECT_EQ(pdc_client_handle(), nullptr);
   const std::string lines = log();
   EXPECT_NE(lines.find("for PDC, retry times 0\n"), std::string::npos) << lines;

@@ -13,6 +13,7 @@
 #include "norvel_extend_qmi/norvel_extend_nvefs.h"
 #include "qcril-common/utilities/quiet_notes.h"
 #include "support/bytes.h"
+#include "support/eventually.h"
 #include "support/process.h"
 #include "support/simulated_modem.h"
 #include "support/temp_dir.h"
@@ -41,8 +42,7 @@ class modem_state : public testing::Test {
 
   support::process_result run(const words& arguments) {
     return support::run(TVK_PROGRAM, arguments,
-                        {{"TVK_MODEM", modem_->endpoint()}, {"TVK_PROPERTIES", properties()}},
-                        std::chrono::seconds(20));
+                        {{"TVK_MODEM", modem_->endpoint()}, {"TVK_PROPERTIES", properties()}});
   }
 
   [[nodiscard]] std::string properties() const { return dir_.file("properties"); }
@@ -109,13 +109,14 @@ TEST_F(modem_state, reads_end_by_themselves_while_the_modem_restarts) {
     const auto got = run({"5", "5"});
     EXPECT_FALSE(got.timed_out) << got.output;
     EXPECT_EQ(got.exit_status, 0);
-    std::this_thread::sleep_for(std::chrono::milliseconds(20 * (i % 4)));
+    for (const int before = reads; reads == before;) std::this_thread::yield();
   }
   restarting = false;
   for (auto& each : readers) each.join();
   EXPECT_GE(reads, 3);
-  std::this_thread::sleep_for(std::chrono::milliseconds(500));
-  EXPECT_TRUE(run({"4", "4", "0", "/a"}).output.ends_with(data));
+  EXPECT_TRUE(support::eventually([&] {
+    return run({"4", "4", "0", "/a"}).output.ends_with(data);
+  }));
 }
 
 // 200 times each the same item and the same file, from two programs at once.

@@ -6,7 +6,6 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <iterator>
 #include <string>
 #include <thread>
@@ -17,7 +16,9 @@
 #include "modem_api/response.h"
 #include "modem_api/vs_client.h"
 #include "qcril-common/utilities/orvax_memory.h"
+#include "support/eventually.h"
 #include "support/hand_modem.h"
+#include "support/pauses.h"
 #include "support/printed.h"
 #include "support/temp_dir.h"
 #include "tvk/commands.h"
@@ -29,6 +30,7 @@ namespace {
 using namespace std::chrono_literals;
 using support::bytes;
 using support::datagram;
+using support::eventually;
 using support::fill;
 using support::hand_modem;
 using support::hex;
@@ -36,6 +38,7 @@ using support::printed_by;
 using support::qmi_server;
 using support::operator+;
 
+const std::vector<std::chrono::milliseconds> seconds_between_tries(9, 1s);
 constexpr qmi_server statistics{.service = 0xE4};
 const bytes done = hex("02 0400 0000 0000");
 
@@ -47,18 +50,12 @@ void count_status(std::uint32_t event, std::uint32_t type) {
   if (event == 0x10002) ++came_up;
 }
 
-bool soon(const std::function<bool()>& holds) {
-  for (int i = 0; i < 1000 && !holds(); ++i) std::this_thread::sleep_for(10ms);
-  return holds();
-}
-
 class stats_client : public testing::Test {
  protected:
   stats_client() {
     setenv("TVK_ANDROID_LOG", log_file().c_str(), 1);
     log_begin_ = log_text(0).size();
     went_down = came_up = 0;
-    vs_client_set_pause(+[] { std::this_thread::sleep_for(1ms); });
     EXPECT_EQ(modem_api_init(), 0U);
   }
   ~stats_client() override { modem_api_release(); }
@@ -168,26 +165,21 @@ TEST_F(stats_client, response_that_comes_later_is_copied_unless_cancelled) {
   modem_api_process_response(false, orvax_malloc_adv(8), 8, nullptr, 0);
 }
 
-hand_modem* modem_to_come;
-std::atomic<int> pauses;
-
 TEST_F(stats_client, service_that_comes_late_is_tried_for_and_one_that_does_not_is_given_up) {
   hand_modem modem(std::vector<qmi_server>{});
   use(modem, done, done);
-  modem_to_come = &modem;
-  pauses = 0;
   std::uint32_t id = 99;
-  vs_client_set_pause(+[] { ++pauses; });
   EXPECT_EQ(add_client(MODEM_API_CLIENT_VS, &id), 1U);
-  EXPECT_EQ(pauses, 9);
+  EXPECT_EQ(support::take_pauses(), seconds_between_tries);
   EXPECT_EQ(id, 99U);
   EXPECT_EQ(logged("vs_client_init_client_handles: qmi_client_init_instance returned failure(-3)"),
             1);
-  pauses = 0;
-  vs_client_set_pause(+[] {
-    if (++pauses == 2) modem_to_come->publish(statistics);
+  int tries = 0;
+  support::during_pauses([&] {
+    if (++tries == 2) modem.publish(statistics);
   });
   EXPECT_EQ(add_client(MODEM_API_CLIENT_VS, &id), 0U);
+  support::during_pauses({});
   EXPECT_EQ(logged("Trying qmi_client_init_instance() try # 2 port[0]\n"), 2);
   EXPECT_EQ(logged("Trying qmi_client_init_instance() try # 3 port[0]\n"), 1);
   EXPECT_EQ(id, 0U) << "the slot of the client that failed";
@@ -195,7 +187,7 @@ TEST_F(stats_client, service_that_comes_late_is_tried_for_and_one_that_does_not_
   EXPECT_EQ(add_client(MODEM_API_CLIENT_VS, &second), 0U);
   EXPECT_EQ(logged("vs_client_init: Already another client init vs client successfully\n"), 1);
   modem.withdraw(statistics);
-  EXPECT_TRUE(soon([] { return went_down == 2; }));
+  EXPECT_TRUE(eventually([] { return went_down == 2; }));
   EXPECT_EQ(add_client(MODEM_API_CLIENT_VS, &second), 1U);
   EXPECT_EQ(logged("vs_client_init: Another client init vs client with operational status 4\n"), 1);
   modem_api_free_client(0);
@@ -220,7 +212,7 @@ TEST_F(stats_client, indications_are_handed_on_when_they_are_known) {
                                  "04 0000 0300 0700 01 0400 01000000"}) {
     modem.send({0, 0x101, hex(indication)});
   }
-  EXPECT_TRUE(soon([] { return indications == 1; }));
+  EXPECT_TRUE(eventually([] { return indications == 1; }));
   EXPECT_EQ(logged("vs_client_ind_hdlr: Unknown indication msg ffff\n"), 1);
   EXPECT_EQ(logged("Indication decode failed for msg 0x4 with error -43\n"), 1);
   EXPECT_EQ(logged("Indication decode failed for msg 0x3 with error -46\n"), 1);
@@ -263,7 +255,7 @@ TEST_F(stats_client, callback_may_send_requests_but_not_make_or_free_clients) {
   modem.publish(statistics);
   for (auto* const each : {&from_status, &from_event}) {
     SCOPED_TRACE(each == &from_status ? "status" : "event");
-    ASSERT_TRUE(soon([&] { return each->made.load(); }));
+    ASSERT_TRUE(eventually([&] { return each->made.load(); }));
     EXPECT_EQ(each->request, 0U);
     EXPECT_EQ(each->init, 4U);
     EXPECT_EQ(each->init_client, 4U);
@@ -359,10 +351,10 @@ TEST_F(stats_client, client_follows_its_service_down_and_up) {
     EXPECT_EQ(modem_api_get_stats_parameter(id, 1, 1, 100, answer), 0U);
     EXPECT_EQ(answer.entries[0].data[0], 9);
     modem.withdraw(statistics);
-    ASSERT_TRUE(soon([&] { return went_down == round; }));
+    ASSERT_TRUE(eventually([&] { return went_down == round; }));
     EXPECT_EQ(modem_api_get_stats_parameter(id, 1, 1, 100, answer), 7U);
     modem.publish(statistics);
-    ASSERT_TRUE(soon([&] { return came_up == round; }));
+    ASSERT_TRUE(eventually([&] { return came_up == round; }));
   }
   modem_api_free_client(id);
 }
@@ -372,18 +364,16 @@ TEST_F(stats_client, service_that_goes_again_at_once_is_followed_when_it_comes_t
   use(modem, done, done);
   std::uint32_t id = 0;
   ASSERT_EQ(add_client(MODEM_API_CLIENT_VS, &id), 0U);
-  pauses = 0;
-  vs_client_set_pause(+[] { ++pauses; });
   modem.withdraw(statistics);
   for (int round = 1; round <= 2; ++round) {
-    ASSERT_TRUE(soon([&] { return logged("qmi_client_register_notify_cb 0\n") == round; }));
+    ASSERT_TRUE(eventually([&] { return logged("qmi_client_register_notify_cb 0\n") == round; }));
     modem.flap(statistics);
-    ASSERT_TRUE(
-        soon([&] { return logged("qmi_client_init_instance returned failure(-3)") == round; }));
-    EXPECT_EQ(pauses, 9 * round);
+    ASSERT_TRUE(eventually(
+        [&] { return logged("qmi_client_init_instance returned failure(-3)") == round; }));
+    EXPECT_EQ(support::take_pauses(), seconds_between_tries);
   }
   modem.publish(statistics);
-  ASSERT_TRUE(soon([] { return came_up == 1; }));
+  ASSERT_TRUE(eventually([] { return came_up == 1; }));
   EXPECT_EQ(went_down, 1);
   EXPECT_EQ(modem_api_set_orvax_feature_status(id), 0U);
   modem_api_free_client(id);
@@ -436,7 +426,7 @@ TEST_F(stats_client, service_that_comes_and_goes_under_two_threads_leaves_nothin
   EXPECT_GT(went_down, 0);
   EXPECT_GT(came_up, 0);
   // The threads that follow the service may be at work still.
-  EXPECT_TRUE(soon([&] { return open_files() == before; })) << open_files() - before;
+  EXPECT_TRUE(eventually([&] { return open_files() == before; })) << open_files() - before;
   std::uint32_t id = 99;
   EXPECT_EQ(add_client(MODEM_API_CLIENT_VS, &id), 0U);
   EXPECT_EQ(id, 0U) << "all slots are free";

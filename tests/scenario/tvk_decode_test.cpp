@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -15,13 +14,13 @@
 #include <map>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 
 #include "captures/folders.h"
 #include "support/bytes.h"
+#include "support/eventually.h"
 #include "support/hand_diag.h"
 #include "support/packing.h"
 #include "support/process.h"
@@ -30,7 +29,6 @@
 
 namespace {
 
-using namespace std::chrono_literals;
 using support::background_process;
 using support::bytes;
 using support::diag_frame;
@@ -315,11 +313,7 @@ class live_port {
 
   /// Waits until the requests so far hold `count` that begin with `front`.
   bool wait_for(const bytes& front, std::size_t count) const {
-    for (int i = 0; i < 200; ++i) {
-      if (beginning_with(front).size() >= count) return true;
-      std::this_thread::sleep_for(25ms);
-    }
-    return false;
+    return support::eventually([&] { return beginning_with(front).size() >= count; });
   }
 
   std::vector<bytes> beginning_with(const bytes& front) const {
@@ -381,17 +375,13 @@ TEST_F(tvk_decode, live_asks_saves_comes_back_and_takes_its_requests_back) {
   EXPECT_EQ(wanted[0].back(), 0x80);
 
   modem.port().write(capture + hex("01020304057E"));
-  for (int i = 0; i < 200 && read_file(dir_.file("lines")) != capture_lines; ++i) {
-    std::this_thread::sleep_for(25ms);
-  }
+  EXPECT_TRUE(support::eventually([&] { return read_file(dir_.file("lines")) == capture_lines; }));
   modem.port().close_connection();
   EXPECT_TRUE(live.wait_for_error_text("the port is lost; waiting for it"));
   EXPECT_TRUE(live.wait_for_error_text("the port is back"));
   ASSERT_TRUE(modem.wait_for(reports_on, 2));
   modem.port().write(diag_frame(voice));
-  for (int i = 0; i < 200 && read_file(dir_.file("lines")) == capture_lines; ++i) {
-    std::this_thread::sleep_for(25ms);
-  }
+  EXPECT_TRUE(support::eventually([&] { return read_file(dir_.file("lines")) != capture_lines; }));
   live.send_signal(SIGINT);
   const auto ended = live.wait();
   EXPECT_EQ(ended.exit_status, 0);
@@ -425,13 +415,11 @@ class slow_reader {
     file_ = -1;
   }
   bool wait_until_full() const {
-    for (int i = 0; i < 200; ++i) {
+    return support::eventually([this] {
       int waiting = 0;
       ioctl(file_, FIONREAD, &waiting);
-      if (waiting == size_) return true;
-      std::this_thread::sleep_for(25ms);
-    }
-    return false;
+      return waiting == size_;
+    });
   }
 
  private:
@@ -510,7 +498,7 @@ TEST_F(tvk_decode, live_gives_the_masks_back_however_it_ends) {
     background_process live(TVK_DECODE_PROGRAM, modem.arguments(row.more));
     ASSERT_TRUE(modem.wait_for(reports_on, 1));
     row.end({modem, live, reader});
-    const auto ended = live.wait(10s);
+    const auto ended = live.wait();
     EXPECT_EQ(ended.exit_status, row.exit_status);
     EXPECT_TRUE(ended.errors.ends_with(row.error)) << ended.errors;
     EXPECT_EQ(modem.logs(hex("01000000")), live_port::logs_before);
@@ -576,9 +564,8 @@ TEST_F(tvk_decode, live_from_a_simulated_modem_as_from_its_file) {
       "unix:" + std::filesystem::path(modem.socket()).replace_filename("diag.sock").string();
   background_process live(TVK_DECODE_PROGRAM, {"--live", diag, "-f", "jsonl", "--save",
                                                dir_.file("s.qmdl"), "-o", dir_.file("lines")});
-  for (int i = 0; i < 400 && read_file(dir_.file("lines")).size() < expected.size(); ++i) {
-    std::this_thread::sleep_for(25ms);
-  }
+  EXPECT_TRUE(
+      support::eventually([&] { return read_file(dir_.file("lines")).size() >= expected.size(); }));
   live.send_signal(SIGTERM);
   EXPECT_EQ(live.wait().exit_status, 0);
   EXPECT_TRUE(read_file(dir_.file("lines")) == expected);

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <string>
 
+#include "support/eventually.h"
 #include "support/process.h"
 #include "support/simulated_modem.h"
 #include "support/temp_dir.h"
@@ -34,23 +35,22 @@ class terminal {
   void take_for_itself() const { ASSERT_EQ(::ioctl(descriptor_, TIOCEXCL), 0); }
   /// Waits until nobody has it for itself; root could open it all the same.
   [[nodiscard]] bool is_shared() const {
-    int taken = 1;
-    for (int tries = 0; taken != 0 && tries < 500; ++tries) {
-      ::usleep(10000);
+    return support::eventually([this] {
+      int taken = 1;
       ::ioctl(descriptor_, TIOCGEXCL, &taken);
-    }
-    return taken == 0;
+      return taken == 0;
+    });
   }
 
   void send(const std::string& text) const {
     ASSERT_EQ(::write(descriptor_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
   }
 
-  /// Up to `end`, or what came in five seconds.
+  /// Up to `end`, or what came in half a minute.
   [[nodiscard]] std::string receive(const std::string& end) const {
     std::string text;
     pollfd one{descriptor_, POLLIN, 0};
-    while (!text.ends_with(end) && ::poll(&one, 1, 5000) == 1) {
+    while (!text.ends_with(end) && ::poll(&one, 1, 30000) == 1) {
       std::array<char, 256> buffer{};
       const ssize_t size = ::read(descriptor_, buffer.data(), buffer.size());
       if (size <= 0) break;

@@ -1,6 +1,8 @@
 // QMUX on a stream socket, frame by frame: marker, length, flags, service, client, message.
 #include <gtest/gtest.h>
+#include <linux/sockios.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -8,6 +10,7 @@
 #include <string>
 
 #include "support/bytes.h"
+#include "support/eventually.h"
 #include "support/modem_connection.h"
 #include "support/simulated_modem.h"
 #include "support/temp_dir.h"
@@ -17,6 +20,8 @@ namespace {
 using support::bytes;
 using support::hex;
 using support::simulated_modem;
+using namespace support::packets;
+using support::operator+;
 
 class stream {
  public:
@@ -45,6 +50,13 @@ class stream {
       all.insert(all.end(), piece.begin(), piece.begin() + got);
     }
     return all;
+  }
+  /// Waits until the modem has read all.
+  void await_reading() const {
+    EXPECT_TRUE(support::eventually([this] {
+      int unread = 0;
+      return ::ioctl(socket_, SIOCOUTQ, &unread) == 0 && unread == 0;
+    }));
   }
   /// What comes, as long as it is as long as `expected`.
   void expect_answer(const char* request, const char* expected) const {
@@ -107,9 +119,14 @@ TEST_F(tvk_modem_qmux, control_hands_out_clients_and_refuses_what_it_cannot_do) 
                     "01 1300 80 e4 01  02 0100 0702 0700  02 0400 0100 1100");
 
   // A client outlives its service's outage; nobody becomes one meanwhile.
-  one.send(hex("01 0c00 00 11 01  00 0100 0900 0000"));
-  one.expect_answer(allocate_sar, "01 1200 80 00 00  01 07 2200 0700  02 0400 0100 1f00");
-  ::usleep(300000);
+  const support::modem_connection watcher(modem_.socket());
+  EXPECT_EQ(watcher.ask(control + hex("0a000000 11000000 00000000 00000000 00000000")), sar_up);
+  EXPECT_EQ(watcher.receive(), end_of_list);
+  const std::string goes_down = "01 0c00 00 11 01  00 0100 0900 0000";
+  one.expect_answer((goes_down + allocate_sar).c_str(),
+                    "01 1200 80 00 00  01 07 2200 0700  02 0400 0100 1f00");
+  EXPECT_EQ(watcher.receive(), sar_down);
+  EXPECT_EQ(watcher.receive(), sar_up);
   one.expect_answer(ask_client_1, state_to_client_1);
   one.expect_answer(sync, sync_answer);
   one.send(hex(ask_client_1));  // no client any more
@@ -121,7 +138,7 @@ TEST_F(tvk_modem_qmux, frames_come_in_any_pieces_and_anything_else_ends_the_conn
   client.expect_answer(allocate_sar, sar_client_1);
   for (const std::uint8_t each : hex(ask_client_1)) {
     client.send({each});
-    ::usleep(1000);
+    client.await_reading();
   }
   EXPECT_EQ(client.receive(hex(state_to_client_1).size()), hex(state_to_client_1));
   const std::string two = ask_client_1 + std::string(sync);

@@ -101,15 +101,16 @@ TEST(tvk_modem, lookups_see_the_service_go_and_come_back) {
   EXPECT_EQ(watcher.receive(), end_of_list);
 
   const auto start = std::chrono::steady_clock::now();
-  EXPECT_EQ(client.ask(echo("0100")), service_down);
+  ASSERT_TRUE(client.send(echo("0100")));
   ASSERT_TRUE(client.send(echo("0200")));
+  EXPECT_EQ(client.receive(), service_down);
   EXPECT_EQ(client.receive(), service_up) << "the second request is lost";
   EXPECT_GE(std::chrono::steady_clock::now() - start, 200ms);
   for (const bytes& seen : {service_down, service_down, service_up, service_up}) {
     EXPECT_EQ(watcher.receive(), seen);
   }
   EXPECT_EQ(client.ask(echo("0300")), echo_answer("0300"));
-  EXPECT_FALSE(former.readable(0ms));
+  EXPECT_EQ(former.ask(echo("0400")), echo_answer("0400"));
 }
 
 TEST(tvk_modem, faults_change_the_answer) {
@@ -146,21 +147,24 @@ TEST(tvk_modem, silent_and_delayed_answers_hold_nobody_up) {
   EXPECT_EQ(other.ask(echo("0400")), echo_answer("0400"));
   EXPECT_EQ(client.receive(), echo_answer("0200"));
   EXPECT_GE(std::chrono::steady_clock::now() - start, 300ms);
-  EXPECT_FALSE(client.readable(50ms));
+  EXPECT_EQ(client.ask(echo("0500")), echo_answer("0500"));
 }
 
 TEST(tvk_modem, delayed_answer_is_dropped_with_its_client_or_service) {
-  const simulated_modem modem(
-      {"extension/2@1=delay:200", "extension/2@2=delay:200", "extension/2@3=down:100"});
+  const simulated_modem modem({"extension/2@3=down:100", "extension/2=delay:200"});
   auto leaver = std::make_unique<connection>(modem.socket());
   const connection client(modem.socket());
-  ASSERT_TRUE(leaver->send(echo()));
-  ASSERT_TRUE(client.send(echo()));
-  EXPECT_FALSE(client.readable(50ms));
-  ASSERT_TRUE(client.send(echo()));
+  ASSERT_TRUE(client.send(look_up_extension));
+  EXPECT_EQ(client.receive(), service_up);
+  EXPECT_EQ(client.receive(), end_of_list);
+  ASSERT_TRUE(leaver->send(echo("0100")));
+  ASSERT_TRUE(client.send(echo("0200")));
+  ASSERT_TRUE(client.send(echo("0300")));
   leaver.reset();
-  EXPECT_FALSE(client.readable(500ms));
-  EXPECT_EQ(client.ask(echo()), echo_answer());
+  EXPECT_EQ(client.receive(), service_down);
+  EXPECT_EQ(client.receive(), service_up);
+  // Comes when the dropped one would have come long ago.
+  EXPECT_EQ(client.ask(echo("0400")), echo_answer("0400"));
 }
 
 TEST(tvk_modem, serves_twenty_clients_at_once) {
@@ -205,7 +209,7 @@ TEST(tvk_modem, slow_reader_gets_every_answer_in_order) {
     std::ranges::copy(transaction(i), request.begin() + 9);
     ASSERT_TRUE(client.send(request));
   }
-  std::this_thread::sleep_for(100ms);
+  EXPECT_EQ(connection(modem.socket()).ask(echo()), echo_answer());
   for (int i = 0; i < asked; ++i) {
     const bytes answer = client.receive();
     ASSERT_GE(answer.size(), 11U);

@@ -2,31 +2,30 @@
 // The client lives as long as the process, so each test here needs a process of its own.
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <functional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "norvel_extend_qmi/norvel_extend_cmn_uim.h"
 #include "support/extension_packets.h"
 #include "support/hand_modem.h"
 #include "support/modem_connection.h"
+#include "support/pauses.h"
 #include "support/printed.h"
 #include "support/simulated_modem.h"
 #include "tvk/norvel_qmi_test_cmn.h"
 
 namespace {
 
-using namespace std::chrono_literals;
 using support::bytes;
 using support::datagram;
 using support::hand_modem;
 using support::hex;
 using support::printed_by;
 using support::simulated_modem;
+using support::wait_until_printed;
 using support::operator+;
 
 constexpr support::qmi_server uim = {0x0B, 0x0101, 0, 0x10B};
@@ -41,20 +40,6 @@ void use_modem(const std::string& endpoint) {
 
 std::uint16_t id_of(const datagram& request) {
   return static_cast<std::uint16_t>(request.data.at(3) | request.data.at(4) << 8);
-}
-
-/// What is printed meanwhile comes from the library's threads: waits until `text` is.
-void wait_until_printed(const std::string& text) {
-  const auto deadline = std::chrono::steady_clock::now() + 10s;
-  std::string all(65536, '\0');
-  do {
-    std::this_thread::sleep_for(2ms);
-    std::fflush(stdout);
-    const auto size = ::pread(STDOUT_FILENO, all.data(), all.size(), 0);
-    if (size > 0 && all.substr(0, static_cast<std::size_t>(size)).find(text) != std::string::npos)
-      return;
-  } while (std::chrono::steady_clock::now() < deadline);
-  FAIL() << text;
 }
 
 int power(std::int32_t up, std::int32_t ignore_hotswap = 0) {
@@ -226,6 +211,7 @@ TEST(esim_switch, eid_with_letters_is_shown_as_a_failure) {
   EXPECT_EQ(printed_by([] { EXPECT_EQ(esim_test("1", "0"), 0); }),
             "value=FAILED - 8904903200000000000000000000ab66\n");
   EXPECT_EQ(asked, 3);
+  EXPECT_EQ(support::take_pauses(), std::vector(3, std::chrono::milliseconds(100)));
   // Between the requests for power there is the notice.
   const auto sent = modem.requests();
   ASSERT_EQ(sent.size(), 6U);

@@ -75,7 +75,7 @@ class diag_client {
   void send(const bytes& packet) const { send_raw(diag_frame(packet)); }
 
   /// With its 7E. Throws when nothing comes; nothing at all when the modem hung up.
-  [[nodiscard]] bytes receive_frame(std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+  [[nodiscard]] bytes receive_frame(std::chrono::milliseconds limit = std::chrono::seconds(30)) {
     for (std::size_t looked_at = 0;;) {
       for (std::size_t i = looked_at; i < pending_.size(); ++i) {
         if (pending_[i] != 0x7E) continue;
@@ -94,7 +94,7 @@ class diag_client {
       pending_.insert(pending_.end(), more.begin(), more.end());
     }
   }
-  [[nodiscard]] bytes receive(std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+  [[nodiscard]] bytes receive(std::chrono::milliseconds limit = std::chrono::seconds(30)) {
     const bytes frame = receive_frame(limit);
     return frame.empty() ? bytes() : diag_packet(frame);
   }
@@ -107,9 +107,6 @@ class diag_client {
   [[nodiscard]] bool readable(std::chrono::milliseconds limit) const {
     pollfd one{stream_, POLLIN, 0};
     return ::poll(&one, 1, static_cast<int>(limit.count())) == 1;
-  }
-  [[nodiscard]] bool quiet(std::chrono::milliseconds time) const {
-    return pending_.empty() && !readable(time);
   }
   /// How often something could be read.
   [[nodiscard]] int reads() const { return reads_; }

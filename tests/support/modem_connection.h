@@ -93,7 +93,7 @@ class modem_connection {
   }
 
   /// Throws when nothing comes; nothing at all when the modem closed the connection.
-  [[nodiscard]] bytes receive(std::chrono::milliseconds limit = std::chrono::seconds(10)) const {
+  [[nodiscard]] bytes receive(std::chrono::milliseconds limit = std::chrono::seconds(30)) const {
     if (!readable(limit)) throw std::runtime_error("nothing received");
     bytes packet(100'000);
     const ssize_t size = ::recv(socket_, packet.data(), packet.size(), 0);

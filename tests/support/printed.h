@@ -3,10 +3,13 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <string>
+
+#include "support/eventually.h"
 
 namespace support {
 
@@ -52,6 +55,20 @@ std::string printed_by(Call call) {
   call();
   std::fflush(stdout);
   return masked(testing::internal::GetCapturedStdout());
+}
+
+/// Waits until what is captured of a standard stream, another thread's words too, has `text`.
+inline void wait_until_captured(int stream, const std::string& text) {
+  EXPECT_TRUE(eventually([&] {
+    std::fflush(nullptr);
+    std::string all(65536, '\0');
+    const auto size = ::pread(stream, all.data(), all.size(), 0);
+    return size > 0 &&
+           all.substr(0, static_cast<std::size_t>(size)).find(text) != std::string::npos;
+  })) << text;
+}
+inline void wait_until_printed(const std::string& text) {
+  wait_until_captured(STDOUT_FILENO, text);
 }
 
 }  // namespace support

@@ -38,11 +38,11 @@ class background_process {
   /// Waits until standard error, or standard output, holds `text`; false when the program ends or
   /// time passes first.
   [[nodiscard]] bool wait_for_error_text(
-      const std::string& text, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+      const std::string& text, std::chrono::milliseconds limit = std::chrono::seconds(30)) {
     return wait_for_text(result_.errors, text, limit);
   }
   [[nodiscard]] bool wait_for_output_text(
-      const std::string& text, std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+      const std::string& text, std::chrono::milliseconds limit = std::chrono::seconds(30)) {
     return wait_for_text(result_.output, text, limit);
   }
 

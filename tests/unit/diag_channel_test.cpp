@@ -15,11 +15,11 @@
 #include "norvel_extend_qmi/norvel_diag_send.h"
 #include "norvel_extend_qmi/norvel_diag_send_connection.h"
 #include "norvel_extend_qmi/norvel_diag_send_response.h"
-#include "norvel_extend_qmi/norvel_diag_sleep.h"
 #include "norvel_extend_qmi/norvel_diag_thread.h"
 #include "norvel_extend_qmi/norvel_diag_wait.h"
 #include "platform/diag.h"
 #include "support/bytes.h"
+#include "support/pauses.h"
 #include "support/printed.h"
 
 namespace {
@@ -59,7 +59,8 @@ struct fake_library {
 };
 fake_library library;
 
-std::atomic<std::chrono::microseconds::rep> one_tick{100000};
+/// Threads of the channel that run. Never destroyed, like them.
+norvel_diag::thread_count& threads = *new norvel_diag::thread_count;
 
 int dci(bool done) {
   return done ? DIAG_DCI_NO_ERROR : 1006;
@@ -67,13 +68,13 @@ int dci(bool done) {
 
 }  // namespace
 
-void norvel_diag::sleep_for(std::chrono::milliseconds time) {
-  std::this_thread::sleep_for(time / norvel_diag::tick * std::chrono::microseconds(one_tick));
-}
-
 int norvel_diag::start_thread(void* (*body)(void*), void* argument) {
   if (library.failing == "thread") return EAGAIN;
-  std::thread(body, argument).detach();
+  threads.add();
+  std::thread([=] {
+    body(argument);
+    threads.remove();
+  }).detach();
   return 0;
 }
 
@@ -149,9 +150,9 @@ class diag_channel : public testing::Test {
  protected:
   diag_channel() { library.reset(); }
   ~diag_channel() override {
-    // A watcher of the test ends within a tick or two.
-    std::this_thread::sleep_for(250ms);
-    one_tick = 100000;
+    threads.wait_for_none();
+    static_cast<void>(support::take_pauses());
+    support::during_pauses({});
   }
 };
 
@@ -326,45 +327,118 @@ TEST_F(diag_channel, worker_is_waited_for_sends_though_the_modem_is_down_and_may
   EXPECT_EQ(library.take_calls(), calls{});
 }
 
-// One tick is the whole time: the watcher gives up just when the response comes. Either may win;
-// what the loser says must not reach the next request.
-TEST_F(diag_channel, response_in_the_instant_of_the_time_out) {
-  one_tick = 200;
-  std::vector<std::thread> responders;
-  library.when_sent = [&] {
-    responders.emplace_back([callback = library.callback, context = library.context] {
-      static std::atomic<unsigned> round{0};
-      std::this_thread::sleep_for(std::chrono::microseconds(150 + 10 * (round++ % 20)));
-      bytes data(4096, 0x4B);
-      callback(data.data(), round % 3 == 0 ? 4096 : 100, context);
+TEST_F(diag_channel, watcher_takes_a_tick_of_100_ms_at_a_time_and_gives_up_after_the_last) {
+  const std::string own = "RIL[norvel_diag_cmd_send_with_result_by_callback_mode:#]: ";
+  const std::string invalid =
+      own + "Time out is invalid, set default\n" + own + "Command time = 30 * 100ms\n";
+  const struct {
+    bool by_dci;
+    int time_out;
+    std::string printed;
+    std::size_t ticks;
+  } rows[] = {
+      {true, 0, "Dci Command time = 0\n", 1},
+      {true, -500, "Dci Command time = -5\n", 1},
+      {true, 3000, "Dci Command time = 30\n", 30},
+      {false, 99, "callback\n" + own + "Command time = 0 * 100ms\n", 1},
+      {false, 399, "callback\n" + own + "Command time = 3 * 100ms\n", 3},
+      {false, 60000, "callback\n" + own + "Command time = 600 * 100ms\n", 600},
+      {false, 60001, invalid, 30},
+      {false, 0, invalid, 30},
+      {false, -1, invalid, 30},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.time_out);
+    bytes reply(16);
+    int reply_len = 16;
+    const auto printed =
+        printed_by([&] { EXPECT_EQ(send(row.by_dci, row.time_out, reply, reply_len), 1); });
+    threads.wait_for_none();
+    EXPECT_EQ(support::take_pauses(), std::vector<std::chrono::milliseconds>(row.ticks, 100ms));
+    EXPECT_TRUE(contains(printed, row.printed)) << printed;
+    EXPECT_TRUE(contains(printed, "cnt_of_100ms = " + std::to_string(row.ticks) + "\n"));
+  }
+  // Full pieces say nothing of the end: there may be more until the time is over.
+  for (const int pieces : {1, 2}) {
+    int ticks = 0;
+    support::during_pauses([&] {
+      bytes piece(4096, 0x4B);
+      if (++ticks <= pieces) norvel_diag_cmd_response_by_dci(piece.data(), 4096, nullptr);
     });
-  };
-  int answered = 0;
-  int gave_up = 0;
-  printed_by([&] {
-    for (int i = 0; i < 1000; ++i) {
-      bytes reply(10240);
-      int reply_len = 10240;
-      (send(false, 100, reply, reply_len) == 0 ? answered : gave_up) += 1;
-      ASSERT_TRUE(reply_len == 0 || reply_len == 100 || reply_len == 4096);
-      if (i % 2 == 0) continue;
-      for (auto& each : responders) each.join();
-      responders.clear();
+    bytes reply(10240);
+    int reply_len = 10240;
+    const auto printed = printed_by([&] { EXPECT_EQ(send(true, 300, reply, reply_len), 0); });
+    threads.wait_for_none();
+    EXPECT_TRUE(contains(printed, "stop waiting, receive success, length is times of 4096\n"));
+    EXPECT_EQ(reply_len, 4096 * pieces);
+    EXPECT_EQ(support::take_pauses().size(), 3U);
+  }
+  support::during_pauses({});
+  // A worker gives the response that it drops some time to come.
+  bytes request = support::hex("4B0B0000");
+  for (const bool by_dci : {false, true}) {
+    printed_by([&] {
+      EXPECT_EQ(norvel_diag_cmd_send_without_result_start_thread(request.data(), 4, by_dci), 0);
+      norvel_diag_cmd_send_without_result_wait();
+    });
+    EXPECT_EQ(support::take_pauses(), std::vector{by_dci ? 1000ms : 200ms});
+  }
+}
+
+/// A count that threads wait for.
+class milestone {
+ public:
+  void reach(int count) {
+    count_ = count;
+    count_.notify_all();
+  }
+  void await(int count) const {
+    for (int now = count_; now < count; now = count_) count_.wait(now);
+  }
+
+ private:
+  std::atomic<int> count_ = 0;
+};
+
+// One tick is the whole time. The response comes after it, in the next request; in the instant in
+// which the watcher gives up, when either may win; or before.
+TEST_F(diag_channel, response_after_in_and_before_the_instant_of_the_time_out) {
+  enum { after, instant, before, count };
+  milestone may_respond;
+  milestone over;
+  std::vector<std::thread> responders;
+  for (int round = 1; round < 333 * count; ++round) {
+    const int comes = round % count;
+    norvel_diag::drop_response();  // of full pieces the next request would be content with the last
+    library.when_sent = [&] {
+      const auto callback = library.callback;
+      auto* const context = library.context;
+      responders.emplace_back([=, &may_respond] {
+        may_respond.await(round);
+        bytes data(4096, 0x4B);
+        callback(data.data(), round % 7 == 0 ? 4096 : 100, context);
+      });
+    };
+    support::during_pauses([&] {
+      if (comes != after) may_respond.reach(round);
+      if (comes == before) over.await(round);
+    });
+    bytes reply(10240);
+    int reply_len = 10240;
+    int result = 0;
+    printed_by([&] {
+      result = send(false, 100, reply, reply_len);
+      over.reach(round);
+      threads.wait_for_none();
+    });
+    if (comes != instant) {
+      ASSERT_EQ(result, comes == before ? 0 : 1) << round;
     }
-  });
-  for (auto& each : responders) each.join();
-  EXPECT_GT(answered, 0);
-  EXPECT_GT(gave_up, 0);
-  // An answer at once is an answer, whatever came before.
-  one_tick = 100000;
-  library.when_sent = [] {
-    bytes data = support::hex("4B01");
-    library.callback(data.data(), 2, library.context);
-  };
-  bytes reply(16);
-  int reply_len = 16;
-  EXPECT_EQ(send(false, 3000, reply, reply_len), 0);
-  EXPECT_EQ(reply_len, 2);
+    ASSERT_TRUE(reply_len == 0 || reply_len == 100 || reply_len == 4096);
+    if (comes == after) continue;
+    for (auto& each : responders) each.join();
+    responders.clear();
+  }
 }
 
 }  // namespace

@@ -4,17 +4,18 @@
 #include <signal.h>
 #include <stdlib.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "platform/diag.h"
 #include "protocol/diag_answer.h"
 #include "support/bytes.h"
+#include "support/eventually.h"
 #include "support/hand_diag.h"
 #include "support/no_more_threads.h"
 
@@ -41,7 +42,7 @@ struct inbox {
   /// As soon as there are so many.
   std::vector<bytes> take(std::size_t count) {
     std::unique_lock hold(lock);
-    changed.wait_for(hold, 5s, [&] { return all.size() >= count; });
+    changed.wait_for(hold, 30s, [&] { return all.size() >= count; });
     return std::exchange(all, {});
   }
 };
@@ -100,11 +101,11 @@ TEST(diag_library, port_that_goes_is_opened_by_a_later_request) {
   EXPECT_TRUE(send(hex("1D")));
   port.on_request([&](const bytes& request) { port.write(diag_frame(request)); });
   // Until the library has seen the end, a request may go the way of the connection.
-  bool answered = false;
-  for (int i = 0; i < 50 && !answered; ++i) {
-    answered = send(hex("1C")) && answers.take(1) == std::vector<bytes>{hex("1C")};
-  }
-  EXPECT_TRUE(answered);
+  EXPECT_TRUE(support::eventually([] {
+    send(hex("1C"));
+    const auto so_far = answers.take(0);
+    return std::ranges::find(so_far, hex("1C")) != so_far.end();
+  }));
   diag_switch_logging(DIAG_USB_MODE, nullptr);
   EXPECT_TRUE(send(hex("1C")));  // its answer goes elsewhere
   diag_switch_logging(DIAG_CALLBACK_MODE, nullptr);
@@ -164,13 +165,9 @@ TEST(diag_library, dci_client_gets_pieces_streams_and_signals_with_a_handler) {
   port.on_request([&](const bytes& request) { port.write(diag_frame(request)); });
   EXPECT_EQ(ask(hex("1C"), room), DIAG_DCI_NO_ERROR);
   answers.take(1);
-  const auto soon = [](auto condition) {
-    for (int i = 0; i < 500 && !condition(); ++i) std::this_thread::sleep_for(10ms);
-    return condition();
-  };
-  EXPECT_TRUE(soon([] { return data_signals == 1; }));
+  EXPECT_TRUE(support::eventually([] { return data_signals == 1; }));
   port.close_connection();
-  EXPECT_TRUE(soon([] { return port_signal == 0x20002; }));
+  EXPECT_TRUE(support::eventually([] { return port_signal == 0x20002; }));
   EXPECT_EQ(diag_get_dci_support_list_proc(0, &peripherals), DIAG_DCI_NO_ERROR);
   EXPECT_EQ(peripherals, DIAG_CON_APSS);
 

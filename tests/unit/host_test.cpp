@@ -1,14 +1,20 @@
-// Files and directories that others may have put where ours belong.
+// Files and directories that others may have put where ours belong; streams whose far end does not
+// do its part.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "host/directories.h"
 #include "host/private_files.h"
+#include "host/write_all.h"
 #include "support/temp_dir.h"
 
 namespace {
@@ -115,6 +121,47 @@ TEST(host_files, modes_do_not_depend_on_the_umask) {
     EXPECT_EQ(host::make_private_file(name + ".db"), "");
     ::umask(before);
     for (const char* kind : {".lock", ".new", ".db"}) EXPECT_EQ(mode_of(name + kind), 0600) << kind;
+  }
+}
+
+TEST(host_streams, all_is_sent_or_the_failure_is_seen) {
+  struct row {
+    const char* what;
+    enum { reads, waits, closes } far_end;
+    std::chrono::milliseconds patience;
+  };
+  constexpr std::size_t most = std::size_t{1} << 22;  // more than a socket holds
+  const row rows[] = {
+      {"reads", row::reads, std::chrono::seconds(60)},
+      {"reads nothing", row::waits, std::chrono::milliseconds(20)},
+      {"closed", row::closes, std::chrono::seconds(60)},
+  };
+  std::vector<std::uint8_t> sent(most);
+  for (std::size_t i = 0; i < most; ++i) sent[i] = static_cast<std::uint8_t>(i % 251);
+  for (const row& each : rows) {
+    SCOPED_TRACE(each.what);
+    int ends[2];
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0, ends), 0);
+    const host::file_descriptor near(ends[0]);
+    host::file_descriptor far(ends[1]);
+    ASSERT_EQ(::fcntl(far.get(), F_SETFL, 0), 0);
+    std::vector<std::uint8_t> got;
+    std::thread reader;
+    if (each.far_end == row::reads) {
+      reader = std::thread([&] {
+        std::vector<std::uint8_t> piece(1000);
+        while (got.size() < most) {
+          const ssize_t size = ::read(far.get(), piece.data(), piece.size());
+          if (size <= 0) return;
+          got.insert(got.end(), piece.begin(), piece.begin() + size);
+        }
+      });
+    } else if (each.far_end == row::closes) {
+      far = {};
+    }
+    EXPECT_EQ(host::send_all(near.get(), sent, each.patience), each.far_end == row::reads);
+    if (reader.joinable()) reader.join();
+    EXPECT_EQ(got == sent, each.far_end == row::reads);
   }
 }
 

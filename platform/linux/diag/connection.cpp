@@ -1,7 +1,6 @@
 #include "platform/linux/diag/connection.h"
 
 #include <poll.h>
-#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -9,7 +8,13 @@
 #include <cerrno>
 #include <utility>
 
+#include "host/byte_stream.h"
+#include "host/endpoint.h"
+#include "host/uninterrupted.h"
+#include "host/write_all.h"
+#include "platform/linux/report.h"
 #include "protocol/diag_answer.h"
+#include "protocol/diag_port.h"
 #include "protocol/hdlc.h"
 #include "protocol/log_packet.h"
 
@@ -22,6 +27,18 @@ namespace wire = protocol::diag;
 constexpr std::size_t max_waiting = 32;
 
 constexpr std::size_t read_size = std::size_t{1} << 16;
+
+constexpr std::chrono::seconds write_patience{3};
+
+/// Invalid when the port cannot be opened; the reason is reported once on standard error.
+host::file_descriptor open_port() {
+  const auto name = host::chosen_endpoint(wire::port_variable, wire::port_socket);
+  auto [port, error] = host::open_byte_stream(name);
+  if (!port.valid()) {
+    platform::report_once(wire::unusable_port(name, error, host::byte_stream_forms));
+  }
+  return std::move(port);
+}
 
 void report_log(const listeners& to, byte_view packet) {
   constexpr std::size_t outer_header_size = 4;
@@ -42,8 +59,7 @@ void report_events(const listeners& to, byte_view report) {
 
 }  // namespace
 
-connection::connection(listeners to)
-    : to_(std::move(to)), wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+connection::connection(listeners to) : to_(std::move(to)) {}
 
 bool connection::start() {
   if (!port()) return false;
@@ -52,7 +68,7 @@ bool connection::start() {
 
 void connection::stop() {
   stopping_ = true;
-  wake();
+  wake_.wake();
   thread_.wait();
 }
 
@@ -68,7 +84,7 @@ bool connection::send(byte_view request, int owner, answer_handler handler) {
   }
   std::vector<std::uint8_t> frame;
   protocol::hdlc::append_frame(frame, request);
-  if (write_all(to->get(), frame)) return true;
+  if (host::send_all(to->get(), frame, write_patience)) return true;
   lose(to);
   return false;
 }
@@ -90,11 +106,11 @@ connection::shared_port connection::present_port() {
 
 connection::shared_port connection::port() {
   if (auto present = present_port()) return present;
-  auto opened = open_port(named_port());
+  auto opened = open_port();
   if (!opened.valid()) return nullptr;
   const platform::mutex_lock hold(lock_);
   port_ = std::make_shared<host::file_descriptor>(std::move(opened));
-  wake();
+  wake_.wake();
   return port_;
 }
 
@@ -103,13 +119,7 @@ void connection::lose(const shared_port& lost) {
   if (port_ != lost) return;
   port_.reset();
   waiting_.clear();
-  wake();
-}
-
-void connection::wake() const {
-  const std::uint64_t one = 1;
-  // Fails only when the counter is full, and then the thread is awake.
-  if (::write(wake_.get(), &one, sizeof one) < 0) return;
+  wake_.wake();
 }
 
 void connection::run() {
@@ -125,11 +135,12 @@ void connection::run() {
     }
     wait_for_bytes(from);
     if (!from) continue;
-    const ssize_t got = ::read(from->get(), buffer.data(), buffer.size());
+    const ssize_t got =
+        host::uninterrupted([&] { return ::read(from->get(), buffer.data(), buffer.size()); });
     if (got > 0) {
       byte_view rest(buffer.data(), static_cast<std::size_t>(got));
       for (byte_view packet; !stopping_ && frames.next(rest, packet);) handle(packet);
-    } else if (got == 0 || (errno != EAGAIN && errno != EINTR)) {
+    } else if (got == 0 || errno != EAGAIN) {
       lose(from);
     }
   }
@@ -141,12 +152,10 @@ void connection::report_port(bool is_open) {
 }
 
 void connection::wait_for_bytes(const shared_port& from) const {
-  std::array<pollfd, 2> waits{pollfd{wake_.get(), POLLIN, 0},
+  std::array<pollfd, 2> waits{pollfd{wake_.descriptor(), POLLIN, 0},
                               pollfd{from ? from->get() : -1, POLLIN, 0}};
   if (::poll(waits.data(), waits.size(), -1) < 0) return;
-  std::uint64_t wakes = 0;
-  // There is nothing to read when the port ended the wait.
-  if (::read(wake_.get(), &wakes, sizeof wakes) < 0) return;
+  wake_.take();
 }
 
 void connection::handle(byte_view packet) {

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "host/file_descriptor.h"
-#include "platform/linux/diag/port.h"
+#include "host/wake_event.h"
 #include "platform/linux/library_thread.h"
 #include "platform/mutex.h"
 #include "protocol/bytes.h"
@@ -61,7 +61,6 @@ class connection : public std::enable_shared_from_this<connection> {
   shared_port port();
   shared_port present_port();
   void lose(const shared_port& lost);
-  void wake() const;
 
   void run();
   void report_port(bool is_open);
@@ -70,7 +69,7 @@ class connection : public std::enable_shared_from_this<connection> {
   void handle_answer(byte_view packet);
 
   const listeners to_;
-  const host::file_descriptor wake_;
+  const host::wake_event wake_;
   std::atomic<bool> stopping_ = false;
   platform::library_thread thread_;
 

@@ -3,13 +3,14 @@
 
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 
 #include <array>
 #include <cerrno>
 #include <cstring>
 
 #include "host/private_files.h"
+#include "host/uninterrupted.h"
+#include "host/unix_address.h"
 #include "platform/linux/qmi/transport.h"
 #include "platform/linux/report.h"
 
@@ -33,13 +34,10 @@ class modem_socket final : public transport {
     msghdr packet{};
     packet.msg_iov = parts.data();
     packet.msg_iovlen = parts.size();
-    for (;;) {
-      if (::sendmsg(descriptor(), &packet, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0) {
-        return io_result::done;
-      }
-      if (errno == EAGAIN) return io_result::would_block;
-      if (errno != EINTR) return io_result::gone;
-    }
+    const ssize_t sent = host::uninterrupted(
+        [&] { return ::sendmsg(descriptor(), &packet, MSG_DONTWAIT | MSG_NOSIGNAL); });
+    if (sent >= 0) return io_result::done;
+    return errno == EAGAIN ? io_result::would_block : io_result::gone;
   }
 
   received receive(std::span<std::uint8_t> buffer) override {
@@ -49,17 +47,15 @@ class modem_socket final : public transport {
     msghdr packet{};
     packet.msg_iov = parts.data();
     packet.msg_iovlen = parts.size();
-    for (;;) {
-      const ssize_t got = ::recvmsg(descriptor(), &packet, MSG_DONTWAIT | MSG_TRUNC);
-      // A packet without even an address is not the modem's; the connection is of no use then.
-      if (got >= static_cast<ssize_t>(prefix.size())) {
-        return {io_result::done, wire::parse_address(prefix),
-                static_cast<std::size_t>(got) - prefix.size()};
-      }
-      if (got < 0 && errno == EINTR) continue;
-      if (got < 0 && errno == EAGAIN) return {io_result::would_block, {}, 0};
-      return {io_result::gone, {}, 0};
+    const ssize_t got = host::uninterrupted(
+        [&] { return ::recvmsg(descriptor(), &packet, MSG_DONTWAIT | MSG_TRUNC); });
+    // A packet too short for an address cannot be from a modem, so the connection is useless.
+    if (got >= static_cast<ssize_t>(prefix.size())) {
+      return {io_result::done, wire::parse_address(prefix),
+              static_cast<std::size_t>(got) - prefix.size()};
     }
+    const bool is_empty = got < 0 && errno == EAGAIN;
+    return {is_empty ? io_result::would_block : io_result::gone, {}, 0};
   }
 
   [[nodiscard]] address name_service() const override {
@@ -76,14 +72,11 @@ opened refuse(const std::string& path, const std::string& why) {
 }  // namespace
 
 opened open_modem_socket(const std::string& path) {
-  sockaddr_un name{};
-  name.sun_family = AF_UNIX;
-  if (path.size() >= sizeof name.sun_path) {
-    return refuse(path, "longer than the " + std::to_string(sizeof name.sun_path - 1) +
+  const auto name = host::unix_address::of_path(path);
+  if (!name) {
+    return refuse(path, "longer than the " + std::to_string(host::unix_address::longest_path) +
                             " bytes of a socket path");
   }
-  path.copy(static_cast<char*>(name.sun_path), path.size());
-
   if (const auto distrust = host::distrust_of_socket(path); !distrust.empty()) {
     return refuse(path, distrust);
   }
@@ -95,9 +88,8 @@ opened open_modem_socket(const std::string& path) {
   if (!S_ISSOCK(status.st_mode)) return refuse(path, "not a socket");
 
   host::file_descriptor fd(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
-  const auto* any_name = reinterpret_cast<const sockaddr*>(&name);
-  if (!fd.valid() || ::connect(fd.get(), any_name, sizeof name) != 0) {
-    // The socket file of a modem that ended, or one that was removed meanwhile.
+  if (!fd.valid() || ::connect(fd.get(), name->get(), name->size()) != 0) {
+    // The socket file was left by a modem that has ended, or was removed meanwhile.
     if (errno == ECONNREFUSED || errno == ENOENT) return {open_result::absent, nullptr};
     return refuse(path, std::strerror(errno));
   }

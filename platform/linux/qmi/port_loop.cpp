@@ -2,27 +2,15 @@
 
 #include <poll.h>
 
-#include <algorithm>
 #include <array>
 #include <thread>
 
+#include "host/wait.h"
+
 namespace qmi {
-namespace {
-
-/// poll's timeout: -1 without a deadline; rounded up, so that a wait never ends early.
-int poll_timeout(clock::time_point deadline) {
-  if (deadline == clock::time_point::max()) return -1;
-  const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - clock::now()).count();
-  return static_cast<int>(std::clamp<long long>(left, 0, 1'000'000));
-}
-
-}  // namespace
-
 void stop_flag::set() {
   is_set_ = true;
-  const std::uint64_t one = 1;
-  // Fails only when the counter is full, and then the flag is set.
-  if (::write(event_.get(), &one, sizeof one) < 0) return;
+  event_.wake();
 }
 
 bool stop_flag::wait_for(std::chrono::milliseconds time) const {
@@ -47,7 +35,7 @@ loop_end receive_loop(transport& port, const stop_flag& stop, std::span<std::uin
       continue;
     }
     // Interrupted or not, the next round looks at everything again.
-    if (::poll(waits.data(), waits.size(), poll_timeout(deadline)) < 0) continue;
+    if (::poll(waits.data(), waits.size(), host::poll_timeout(deadline)) < 0) continue;
   }
   return loop_end::stopped;
 }

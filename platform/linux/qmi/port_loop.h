@@ -1,13 +1,11 @@
 // Receives on a port until stopped or until the modem is gone.
 #pragma once
 
-#include <sys/eventfd.h>
-
 #include <atomic>
 #include <functional>
 #include <vector>
 
-#include "host/file_descriptor.h"
+#include "host/wake_event.h"
 #include "platform/linux/qmi/transport.h"
 
 namespace qmi {
@@ -15,17 +13,15 @@ namespace qmi {
 /// A flag that a thread can wait for together with a socket.
 class stop_flag {
  public:
-  stop_flag() : event_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
-
   void set();
   [[nodiscard]] bool is_set() const { return is_set_; }
   /// True as soon as the flag is set, false when the time is up.
   [[nodiscard]] bool wait_for(std::chrono::milliseconds time) const;
-  [[nodiscard]] int descriptor() const { return event_.get(); }
+  [[nodiscard]] int descriptor() const { return event_.descriptor(); }
 
  private:
   std::atomic<bool> is_set_ = false;
-  host::file_descriptor event_;
+  host::wake_event event_;
 };
 
 enum class loop_end : std::uint8_t { stopped, gone, deadline, finished };

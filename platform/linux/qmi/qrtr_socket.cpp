@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "host/uninterrupted.h"
 #include "platform/linux/qmi/transport.h"
 #include "platform/linux/report.h"
 
@@ -38,31 +39,26 @@ class qrtr_socket final : public transport {
 
   io_result send(address to, byte_view datagram) override {
     const sockaddr_qrtr name{af_qipcrtr, to.node, to.port};
-    for (;;) {
-      // No MSG_NOSIGNAL: the socket family accepts no flag but MSG_DONTWAIT.
-      if (::sendto(descriptor(), datagram.data(), datagram.size(), MSG_DONTWAIT, generic(name),
-                   sizeof name) >= 0) {
-        return io_result::done;
-      }
-      if (errno == EAGAIN) return io_result::would_block;
-      if (errno != EINTR) return io_result::gone;
-    }
+    // No MSG_NOSIGNAL: the socket family accepts no flag but MSG_DONTWAIT.
+    const ssize_t sent = host::uninterrupted([&] {
+      return ::sendto(descriptor(), datagram.data(), datagram.size(), MSG_DONTWAIT, generic(name),
+                      sizeof name);
+    });
+    if (sent >= 0) return io_result::done;
+    return errno == EAGAIN ? io_result::would_block : io_result::gone;
   }
 
   received receive(std::span<std::uint8_t> buffer) override {
     sockaddr_qrtr name{};
     socklen_t name_size = sizeof name;
-    for (;;) {
-      // The socket family does not report the full size of a truncated datagram, but a truncated
-      // message contradicts the length in its own header and is dropped for that.
-      const ssize_t got = ::recvfrom(descriptor(), buffer.data(), buffer.size(), MSG_DONTWAIT,
-                                     generic(name), &name_size);
-      if (got >= 0) {
-        return {io_result::done, {name.node, name.port}, static_cast<std::size_t>(got)};
-      }
-      if (errno == EAGAIN) return {io_result::would_block, {}, 0};
-      if (errno != EINTR) return {io_result::gone, {}, 0};
-    }
+    // The socket family does not report the full size of a truncated datagram, but a truncated
+    // message contradicts the length in its own header and is dropped for that.
+    const ssize_t got = host::uninterrupted([&] {
+      return ::recvfrom(descriptor(), buffer.data(), buffer.size(), MSG_DONTWAIT, generic(name),
+                        &name_size);
+    });
+    if (got >= 0) return {io_result::done, {name.node, name.port}, static_cast<std::size_t>(got)};
+    return {errno == EAGAIN ? io_result::would_block : io_result::gone, {}, 0};
   }
 
   [[nodiscard]] address name_service() const override {

@@ -1,17 +1,15 @@
 #include "platform/linux/qmi/transport.h"
 
-#include <cstdlib>
-
-#include "host/directories.h"
 #include "host/endpoint.h"
+#include "host/environment.h"
 #include "platform/linux/report.h"
 
 namespace qmi {
 
 std::string endpoint_name() {
-  const char* name = std::getenv("TVK_MODEM");
-  if (name != nullptr && *name != '\0') return name;
-  return have_qrtr() ? "qrtr" : "unix:" + host::runtime_directory() + "/modem.sock";
+  constexpr const char* variable = "TVK_MODEM";
+  if (host::environment(variable).empty() && have_qrtr()) return "qrtr";
+  return host::chosen_endpoint(variable, "modem.sock");
 }
 
 opened open_transport() {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/file_descriptor.h"
+#include "host/wake_event.h"
 #include "platform/linux/qmi/port_loop.h"
 
 namespace qmi {
@@ -11,12 +12,12 @@ class wake_set {
   wake_set(int port, const stop_flag& stop);
 
   /// False when the host had no descriptors to spare.
-  [[nodiscard]] bool is_valid() const { return epoll_.valid() && event_.valid(); }
+  [[nodiscard]] bool is_valid() const { return epoll_.valid() && event_.is_valid(); }
 
   /// Returns when there is something to do.
   void wait();
   /// Ends the current wait, or the next one.
-  void wake() const;
+  void wake() const { event_.wake(); }
 
   /// While the port is ignored its datagrams do not end a wait, because another thread receives
   /// them.
@@ -28,7 +29,7 @@ class wake_set {
 
   int port_;
   host::file_descriptor epoll_;
-  host::file_descriptor event_;
+  host::wake_event event_;
 };
 
 }  // namespace qmi
