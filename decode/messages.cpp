@@ -12,11 +12,11 @@ constexpr std::string_view program = "tvk-decode";
 }  // namespace
 
 void report(std::string_view text) {
-  host::tell(program, text);
+  host::report(program, text);
 }
 
 void report_once(const std::string& text) {
-  host::tell_once(program, text);
+  host::report_once(program, text);
 }
 
 void report_verbatim(std::string_view text) {

@@ -35,7 +35,7 @@ opened_file missing(std::string_view what) {
   return {{}, std::string(what) + " is missing"};
 }
 
-/// 0, or the error of a connection that was begun.
+/// Returns 0, or the error of the connection attempt.
 int connect_in_time(int socket, const sockaddr* address, socklen_t size) {
   if (::connect(socket, address, size) == 0) return 0;
   if (errno != EINPROGRESS) return errno;
@@ -75,8 +75,8 @@ opened_file connect_tcp(int family, const sockaddr* address, socklen_t size) {
   return result;
 }
 
-/// Names but "localhost" are not looked up: the programs are linked statically, and the C library's
-/// look-up then needs its own shared libraries on the host. An IPv6 address stands in brackets.
+/// No host names except "localhost": the programs may be linked statically, and the C library then
+/// needs its own shared libraries on the host for look-ups. An IPv6 address is in brackets.
 opened_file open_tcp(const std::string& text) {
   const auto colon = text.find_last_of(':');
   std::string host = text.substr(0, colon);
@@ -101,7 +101,7 @@ opened_file open_tcp(const std::string& text) {
   return {{}, "not a numeric address (or localhost) and a port number"};
 }
 
-/// Raw: every byte passes as it is. The speed stays what it was set to.
+/// Sets raw mode, so that all bytes pass unchanged. The speed is left as it was set.
 opened_file open_tty(const std::string& path) {
   file_descriptor stream(::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
   termios settings{};

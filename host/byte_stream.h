@@ -1,5 +1,4 @@
-// Byte streams that users name: unix:PATH, tcp:HOST:PORT (a numeric address or localhost),
-// tty:PATH.
+// Opens byte streams by name: unix:PATH, tcp:HOST:PORT (a numeric address or localhost), tty:PATH.
 #pragma once
 
 #include <string>
@@ -8,10 +7,10 @@
 
 namespace host {
 
-/// Reading from the stream and writing to it do not block. The error is in words for a person.
+/// The stream is non-blocking. The error is a message for the user.
 [[nodiscard]] opened_file open_byte_stream(const std::string& endpoint);
 
-/// The forms of such names, for messages.
+/// The accepted forms of names, for messages.
 inline constexpr const char* byte_stream_forms = "unix:PATH, tcp:HOST:PORT or tty:PATH";
 
 }  // namespace host

@@ -1,4 +1,4 @@
-// Endpoint names, as users write them in TVK_MODEM and TVK_DIAG.
+// Endpoint names: how a user specifies where another program is found.
 #pragma once
 
 #include <string>
@@ -13,8 +13,8 @@ struct endpoint_text {
 };
 [[nodiscard]] endpoint_text split_endpoint(std::string_view text);
 
-/// What a variable of the environment names; unset, the socket of this name in the runtime
-/// directory, as unix:PATH.
+/// The endpoint in an environment variable; if unset, unix:PATH of the socket with this name in the
+/// runtime directory.
 [[nodiscard]] std::string chosen_endpoint(const char* variable, std::string_view socket);
 
 }  // namespace host

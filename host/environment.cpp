@@ -5,7 +5,7 @@
 namespace host {
 
 std::string environment(const char* name) {
-  // Nothing in our programs writes the environment while other threads read it.
+  // getenv is safe here: our programs never change the environment while other threads read it.
   const char* value = std::getenv(name);
   return value == nullptr ? std::string() : std::string(value);
 }

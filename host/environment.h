@@ -1,10 +1,11 @@
+// Reads environment variables.
 #pragma once
 
 #include <string>
 
 namespace host {
 
-/// What a variable of the environment says; empty when it says nothing or is not set.
+/// The value of an environment variable; empty when it is unset.
 [[nodiscard]] std::string environment(const char* name);
 
 }  // namespace host

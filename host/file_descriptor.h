@@ -29,7 +29,7 @@ class file_descriptor {
   int fd_ = -1;
 };
 
-/// A file, or why there is none.
+/// A file, or the reason why it could not be opened.
 struct opened_file {
   file_descriptor file;
   std::string error;

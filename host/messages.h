@@ -1,4 +1,4 @@
-// What programs tell their users on standard error.
+// Messages of programs to their users, on standard error.
 #pragma once
 
 #include <string>
@@ -6,10 +6,10 @@
 
 namespace host {
 
-/// Writes "PROGRAM: TEXT" as one line. Where standard error takes nothing, nobody could be told.
-void tell(std::string_view program, std::string_view text) noexcept;
+/// Writes "PROGRAM: TEXT" as one line. Failures are ignored: there is nowhere left to report them.
+void report(std::string_view program, std::string_view text) noexcept;
 
-/// The same, but a text that was already told so in this process is not told again.
-void tell_once(std::string_view program, const std::string& text);
+/// The same, but each text only once per process.
+void report_once(std::string_view program, const std::string& text);
 
 }  // namespace host

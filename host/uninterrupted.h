@@ -1,10 +1,11 @@
+// Retries system calls that signals interrupt.
 #pragma once
 
 #include <cerrno>
 
 namespace host {
 
-/// Makes a system call again for as long as a signal interrupts it; what it returned last.
+/// Repeats a system call as long as it fails with EINTR; returns its last result.
 template <typename Call>
 auto uninterrupted(Call call) {
   while (true) {

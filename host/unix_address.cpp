@@ -5,7 +5,7 @@
 
 namespace host {
 
-/// `zeros_before` and `zeros_after` the text are part of the address.
+/// The size includes `zeros_before` zeros before the text and `zeros_after` after it.
 unix_address::unix_address(std::string_view text, std::size_t zeros_before, std::size_t zeros_after)
     : size_(static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + zeros_before + text.size() +
                                    zeros_after)) {

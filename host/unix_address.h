@@ -11,12 +11,13 @@ namespace host {
 
 class unix_address {
  public:
-  /// In bytes, without the zero that ends it.
+  /// In bytes, without the terminating zero.
   static constexpr std::size_t longest_path = sizeof(sockaddr_un::sun_path) - 1;
 
-  /// Of a place in the file system; nothing when the path is longer than `longest_path`.
+  /// The address of a path in the file system; no value when it is longer than `longest_path`.
   [[nodiscard]] static std::optional<unix_address> of_path(std::string_view path);
-  /// Of a name that is in no file system; at most `longest_path` bytes, what is over is cut off.
+  /// An address in the abstract namespace, outside the file system. The name is cut to
+  /// `longest_path` bytes.
   [[nodiscard]] static unix_address of_abstract_name(std::string_view name);
 
   // For bind and connect.

@@ -14,20 +14,20 @@ namespace {
 
 using clock = std::chrono::steady_clock;
 
-/// 1 when there is room or an error to find, 0 when there was none in time.
+/// Positive when there is room or an error, 0 when time ran out.
 int wait_for_room(int file, clock::time_point until) {
   pollfd room{.fd = file, .events = POLLOUT, .revents = 0};
   return ::poll(&room, 1, poll_timeout(until));
 }
 
-/// Whether a write that failed is to be tried again.
+/// Whether to retry a write that failed. Preserves errno.
 bool may_try_again(int file, bool (*gives_up)()) {
   const int error = errno;
   if (error == EAGAIN && wait_for_room(file, clock::time_point::max()) > 0) return true;
-  const bool is_passing = error == EAGAIN || error == EINTR;
-  const bool tries = is_passing && (gives_up == nullptr || !gives_up());
+  const bool is_transient = error == EAGAIN || error == EINTR;
+  const bool retries = is_transient && (gives_up == nullptr || !gives_up());
   errno = error;
-  return tries;
+  return retries;
 }
 
 }  // namespace
@@ -61,7 +61,7 @@ bool send_all(int stream, std::span<const std::uint8_t> bytes, std::chrono::nano
       continue;
     }
     if (errno != EAGAIN) return false;
-    // Signals may interrupt every wait: they do not prolong it.
+    // Signals may interrupt the wait but must not prolong it.
     if (clock::now() >= until || wait_for_room(stream, until) == 0) return false;
   }
   return true;

@@ -10,16 +10,16 @@
 
 namespace host {
 
-/// Writes the whole text to a file, waiting for room if the file was opened non-blocking. False,
-/// with errno set, when the rest could not be written: an error, or EINTR or EAGAIN when a signal
-/// interrupted the write and `gives_up`, which is asked then, returns true. Null never gives up.
+/// Writes the whole text to a file; waits for room if the file is non-blocking. False, with errno
+/// set, on an error, or (EINTR or EAGAIN) when a signal interrupted it and `gives_up` returned
+/// true. Without `gives_up` it continues after signals.
 [[nodiscard]] bool write_all(int file, std::string_view text, bool (*gives_up)() = nullptr);
 
-/// As ::write, but without the signal that a socket raises when its far end has closed.
+/// Like ::write, but without SIGPIPE when the peer of a socket has closed it.
 [[nodiscard]] ssize_t send_some(int stream, std::span<const std::uint8_t> bytes);
 
 /// Writes all bytes to a non-blocking stream, waiting for room. False when the stream is closed or
-/// has had no room for `patience`; a part may have been written by then.
+/// has no room for `patience`; part of the bytes may have been written.
 [[nodiscard]] bool send_all(int stream, std::span<const std::uint8_t> bytes,
                             std::chrono::nanoseconds patience);
 

@@ -112,10 +112,10 @@ std::optional<std::int32_t> share_status(std::uint32_t id) {
 void report_event(std::uint32_t client_type, std::uint32_t event, const void* data,
                   std::uint32_t length) {
   for (std::uint32_t id = 0; id < modem_api_max_clients; ++id) {
-    const auto told = find_client(id);
-    if (!told || told->type != client_type || told->event_cb == nullptr) continue;
+    const auto receiver = find_client(id);
+    if (!receiver || receiver->type != client_type || receiver->event_cb == nullptr) continue;
     const callback_scope scope;
-    told->event_cb(event, data, length);
+    receiver->event_cb(event, data, length);
   }
 }
 

@@ -9,7 +9,7 @@ constexpr std::uint16_t max_message = 529;
 constexpr std::uint8_t message_layout[] = {
     0x01, 0x02, 0x00,                    // 0x01: u32 type
     0x02, 0x02, 0x04,                    // 0x02: u32 data_len
-    0xC1, 0x10, 0x60, 0x09, 0x00, 0x02,  // 0x10, optional, last: 512 bytes behind data_valid
+    0xC1, 0x10, 0x60, 0x09, 0x00, 0x02,  // 0x10, optional, last: 512 bytes after data_valid
 };
 
 constexpr qmi_idl_message_table_entry messages[] = {

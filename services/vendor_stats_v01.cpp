@@ -10,7 +10,7 @@ constexpr std::uint8_t entry_layout[] = {
     0x01, 0x00,                          // u16 sub
     0x01, 0x02,                          // u16 number
     0x02, 0x04,                          // u32 id
-    0x70, 0x0C, 0xBC, 0x02, 0x04, 0x20,  // up to 700 bytes behind data_len, a u16 on the wire
+    0x70, 0x0C, 0xBC, 0x02, 0x04, 0x20,  // up to 700 bytes after data_len, a u16 on the wire
 };
 
 constexpr std::uint8_t feature_req[] = {
@@ -27,7 +27,7 @@ constexpr std::uint8_t feature_ind[] = {
 constexpr std::uint8_t get_req[] = {
     0x01, 0x01, 0x00,              // 0x01: u16 sub
     0x02, 0x01, 0x02,              // 0x02: u16 number
-    0x83, 0x52, 0x08, 0x0A, 0x04,  // 0x03, last: up to 10 u32 ids behind ids_len
+    0x83, 0x52, 0x08, 0x0A, 0x04,  // 0x03, last: up to 10 u32 ids after ids_len
 };
 constexpr std::uint8_t get_resp[] = {
     0x02, 0x07, 0x00, 0x00, 0x01,                    // 0x02: standard response

@@ -26,7 +26,7 @@ void finish_output() {
 }
 
 void tell_user(std::string_view message) noexcept {
-  host::tell("tvk-modem", message);
+  host::report("tvk-modem", message);
 }
 
 }  // namespace sim

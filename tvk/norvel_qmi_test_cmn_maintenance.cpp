@@ -87,7 +87,7 @@ int norvel_cmn_test_ssr_wait_s() {
     return 0;
   }
   std::printf("modem ssr start to wait %ds to init\n", seconds);
-  // A negative number is a wait of many years.
+  // A negative number becomes a wait of many years.
   pause_for(std::chrono::seconds(static_cast<unsigned int>(seconds)));
   std::printf("modem ssr end to wait %ds to init\n", seconds);
   return seconds;

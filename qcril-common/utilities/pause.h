@@ -1,9 +1,9 @@
-// The one way in which the tool waits for nothing but time. What it waits for otherwise, an answer
-// or a service, has a time limit of its own where it is waited for.
+// The only way in which the tool lets time pass. Waits for events, such as an answer or a service,
+// have their own timeouts.
 #pragma once
 
 #include <chrono>
 
-/// Returns when the time is over, whatever signals are handled meanwhile. Linked from a file of its
-/// own, so that a program of tests can bring another.
+/// Sleeps for the full time, regardless of signals. In a source file of its own, so that test
+/// programs can link a replacement.
 void pause_for(std::chrono::milliseconds time);

@@ -30,7 +30,7 @@ constexpr std::size_t read_size = std::size_t{1} << 16;
 
 constexpr std::chrono::seconds write_patience{3};
 
-/// Not valid when there is no such port; the reason is reported once on standard error.
+/// Invalid when the port cannot be opened; the reason is reported once on standard error.
 host::file_descriptor open_port() {
   const auto name = host::chosen_endpoint(wire::port_variable, wire::port_socket);
   auto [port, error] = host::open_byte_stream(name);
@@ -77,7 +77,7 @@ bool connection::send(byte_view request, int owner, answer_handler handler) {
   const shared_port to = port();
   if (!to) return false;
   {
-    // Before sending, because the answer may arrive before this thread goes on.
+    // Before sending, because the answer may arrive at once.
     const platform::mutex_lock hold(lock_);
     if (waiting_.size() == max_waiting) waiting_.erase(waiting_.begin());
     waiting_.push_back({owner, {request.begin(), request.end()}, std::move(handler)});

@@ -49,7 +49,7 @@ class modem_socket final : public transport {
     packet.msg_iovlen = parts.size();
     const ssize_t got = host::uninterrupted(
         [&] { return ::recvmsg(descriptor(), &packet, MSG_DONTWAIT | MSG_TRUNC); });
-    // A packet without even an address is not the modem's; the connection is of no use then.
+    // A packet too short for an address cannot be from a modem, so the connection is useless.
     if (got >= static_cast<ssize_t>(prefix.size())) {
       return {io_result::done, wire::parse_address(prefix),
               static_cast<std::size_t>(got) - prefix.size()};
@@ -89,7 +89,7 @@ opened open_modem_socket(const std::string& path) {
 
   host::file_descriptor fd(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
   if (!fd.valid() || ::connect(fd.get(), name->get(), name->size()) != 0) {
-    // The socket file of a modem that ended, or one that was removed meanwhile.
+    // The socket file was left by a modem that has ended, or was removed meanwhile.
     if (errno == ECONNREFUSED || errno == ENOENT) return {open_result::absent, nullptr};
     return refuse(path, std::strerror(errno));
   }

@@ -51,7 +51,7 @@ class notifier final : public handle_object, public std::enable_shared_from_this
   void* callback_data_ TVK_GUARDED_BY(lock_) = nullptr;
 };
 
-/// Tells the user what a wait on this signal is for. `timeout_ms` 0: without limit.
+/// Reports to the user what a wait on this signal is for. `timeout_ms` 0: without limit.
 void report_waiting(const qmi_client_os_params& signal, std::uint32_t timeout_ms);
 
 }  // namespace qmi
