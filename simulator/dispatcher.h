@@ -13,8 +13,8 @@
 #include <asio/steady_timer.hpp>
 
 #include "protocol/qmi_message.h"
-#include "simulator/delayed_answers.h"
-#include "simulator/faults.h"
+#include "simulator/faults/delayed_answers.h"
+#include "simulator/faults/faults.h"
 #include "simulator/modem/modem.h"
 #include "simulator/node.h"
 #include "simulator/trace.h"

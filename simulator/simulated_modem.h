@@ -13,8 +13,9 @@
 #include "simulator/diag/play.h"
 #include "simulator/diag/server.h"
 #include "simulator/dispatcher.h"
-#include "simulator/faults.h"
+#include "simulator/faults/faults.h"
 #include "simulator/modem/modem.h"
+#include "simulator/modem/settable.h"
 #include "simulator/node.h"
 #include "simulator/ports/at_port.h"
 #include "simulator/ports/diag_port.h"
@@ -22,7 +23,6 @@
 #include "simulator/ports/qmux_port.h"
 #include "simulator/ports/qrtr.h"
 #include "simulator/ports/socket_path.h"
-#include "simulator/settable.h"
 #include "simulator/trace.h"
 
 namespace sim {

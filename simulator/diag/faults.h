@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "protocol/bytes.h"
-#include "simulator/rule_text.h"
+#include "simulator/faults/rule_text.h"
 
 namespace sim::diag {
 

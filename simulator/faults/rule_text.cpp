@@ -1,4 +1,4 @@
-#include "simulator/rule_text.h"
+#include "simulator/faults/rule_text.h"
 
 #include <fmt/core.h>
 

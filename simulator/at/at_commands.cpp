@@ -1,4 +1,4 @@
-#include "simulator/at_commands.h"
+#include "simulator/at/at_commands.h"
 
 #include <fmt/core.h>
 

@@ -7,7 +7,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "simulator/command_line.h"
+#include "simulator/program/command_line.h"
 
 namespace sim {
 

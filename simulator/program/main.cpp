@@ -3,9 +3,9 @@
 #include <variant>
 
 #include "host/standard_descriptors.h"
-#include "simulator/command_line.h"
-#include "simulator/commands.h"
 #include "simulator/failure.h"
+#include "simulator/program/command_line.h"
+#include "simulator/program/commands.h"
 #include "simulator/standard_streams.h"
 
 int main(int argc, char** argv) try {

@@ -14,9 +14,9 @@
 #include <asio/io_context.hpp>
 
 #include "host/file_descriptor.h"
-#include "simulator/commands.h"
 #include "simulator/failure.h"
-#include "simulator/signals.h"
+#include "simulator/program/commands.h"
+#include "simulator/program/signals.h"
 #include "simulator/standard_streams.h"
 
 namespace sim {

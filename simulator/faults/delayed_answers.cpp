@@ -1,4 +1,4 @@
-#include "simulator/delayed_answers.h"
+#include "simulator/faults/delayed_answers.h"
 
 #include <utility>
 

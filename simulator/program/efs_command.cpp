@@ -6,8 +6,8 @@
 #include <cstring>
 #include <memory>
 
-#include "simulator/commands.h"
 #include "simulator/modem/efs_store.h"
+#include "simulator/program/commands.h"
 #include "simulator/standard_streams.h"
 
 namespace sim {

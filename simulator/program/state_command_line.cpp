@@ -1,4 +1,4 @@
-#include "simulator/state_command_line.h"
+#include "simulator/program/state_command_line.h"
 
 #include <fmt/core.h>
 

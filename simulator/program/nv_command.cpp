@@ -3,9 +3,9 @@
 
 #include <algorithm>
 
-#include "simulator/commands.h"
 #include "simulator/modem/nv_seed.h"
 #include "simulator/modem/nv_store.h"
+#include "simulator/program/commands.h"
 #include "simulator/standard_streams.h"
 
 namespace sim {

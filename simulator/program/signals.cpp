@@ -1,4 +1,4 @@
-#include "simulator/signals.h"
+#include "simulator/program/signals.h"
 
 #include <utility>
 

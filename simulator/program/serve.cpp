@@ -3,8 +3,8 @@
 
 #include <asio/io_context.hpp>
 
-#include "simulator/commands.h"
-#include "simulator/signals.h"
+#include "simulator/program/commands.h"
+#include "simulator/program/signals.h"
 #include "simulator/standard_streams.h"
 
 namespace sim {

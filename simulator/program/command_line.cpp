@@ -1,4 +1,4 @@
-#include "simulator/command_line.h"
+#include "simulator/program/command_line.h"
 
 #include <algorithm>
 #include <iterator>
@@ -10,9 +10,9 @@
 #include "host/directories.h"
 #include "simulator/failure.h"
 #include "simulator/modem/store.h"
+#include "simulator/program/state_command_line.h"
 #include "simulator/services/services.h"
 #include "simulator/standard_streams.h"
-#include "simulator/state_command_line.h"
 
 namespace sim {
 namespace {

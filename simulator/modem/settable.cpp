@@ -1,4 +1,4 @@
-#include "simulator/settable.h"
+#include "simulator/modem/settable.h"
 
 #include <fmt/core.h>
 

@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "simulator/rule_text.h"
+#include "simulator/faults/rule_text.h"
 #include "simulator/service.h"
 
 namespace sim {
