@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "simulator/failure.h"
-#include "simulator/standard_streams.h"
+#include "simulator/standard_error.h"
 
 namespace sim {
 

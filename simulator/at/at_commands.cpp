@@ -6,7 +6,7 @@
 #include <cctype>
 #include <optional>
 
-#include "simulator/standard_streams.h"
+#include "simulator/standard_error.h"
 
 namespace sim {
 namespace {

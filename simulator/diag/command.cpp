@@ -1,6 +1,6 @@
 #include "simulator/diag/command.h"
 
-#include "simulator/standard_streams.h"
+#include "simulator/standard_error.h"
 
 namespace sim::diag {
 namespace {

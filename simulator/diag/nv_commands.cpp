@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "simulator/diag/command.h"
-#include "simulator/standard_streams.h"
+#include "simulator/standard_error.h"
 
 namespace sim::diag {
 namespace {

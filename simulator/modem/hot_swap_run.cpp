@@ -6,7 +6,7 @@
 #include <string>
 
 #include "simulator/failure.h"
-#include "simulator/standard_streams.h"
+#include "simulator/standard_error.h"
 
 namespace sim {
 namespace {

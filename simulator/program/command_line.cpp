@@ -10,9 +10,9 @@
 #include "host/directories.h"
 #include "simulator/failure.h"
 #include "simulator/modem/store.h"
+#include "simulator/program/standard_output.h"
 #include "simulator/program/state_command_line.h"
 #include "simulator/services/services.h"
-#include "simulator/standard_streams.h"
 
 namespace sim {
 namespace {

@@ -8,7 +8,7 @@
 
 #include "simulator/modem/efs_store.h"
 #include "simulator/program/commands.h"
-#include "simulator/standard_streams.h"
+#include "simulator/program/standard_output.h"
 
 namespace sim {
 namespace {

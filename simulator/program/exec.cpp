@@ -17,7 +17,7 @@
 #include "simulator/failure.h"
 #include "simulator/program/commands.h"
 #include "simulator/program/signals.h"
-#include "simulator/standard_streams.h"
+#include "simulator/standard_error.h"
 
 namespace sim {
 namespace {

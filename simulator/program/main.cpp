@@ -6,7 +6,8 @@
 #include "simulator/failure.h"
 #include "simulator/program/command_line.h"
 #include "simulator/program/commands.h"
-#include "simulator/standard_streams.h"
+#include "simulator/program/standard_output.h"
+#include "simulator/standard_error.h"
 
 int main(int argc, char** argv) try {
   // A file that has reached its limit is an error of the writing call, as a full disk is.

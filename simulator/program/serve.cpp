@@ -5,7 +5,7 @@
 
 #include "simulator/program/commands.h"
 #include "simulator/program/signals.h"
-#include "simulator/standard_streams.h"
+#include "simulator/standard_error.h"
 
 namespace sim {
 

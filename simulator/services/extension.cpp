@@ -6,7 +6,7 @@
 
 #include "simulator/failure.h"
 #include "simulator/services/extension_type.h"
-#include "simulator/standard_streams.h"
+#include "simulator/standard_error.h"
 
 namespace sim {
 namespace {

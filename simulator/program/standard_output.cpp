@@ -1,4 +1,4 @@
-#include "simulator/standard_streams.h"
+#include "simulator/program/standard_output.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -22,10 +22,6 @@ void write_output(std::string_view text) {
 
 void finish_output() {
   if (std::fflush(stdout) != 0) fail();
-}
-
-void tell_user(std::string_view message) noexcept {
-  std::fprintf(stderr, "tvk-modem: %.*s\n", static_cast<int>(message.size()), message.data());
 }
 
 }  // namespace sim
