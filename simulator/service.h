@@ -15,7 +15,6 @@ struct modem;
 
 struct request {
   const client& from;
-  std::uint16_t transaction;
   protocol::byte_view tlvs;  ///< well formed as far as lengths go
   modem& state;
 };
@@ -23,15 +22,24 @@ struct request {
 /// What the modem sends unasked.
 struct indication {
   client to;
-  std::uint32_t service = 0;
   std::uint16_t message_id = 0;
   std::vector<std::uint8_t> tlvs;
 };
 
-/// Writes the TLVs of the answer. Any error but `none` is answered instead, in a standard response,
-/// and what was written is forgotten.
-using message_handler = protocol::qmi::error (*)(const request& asked,
-                                                 protocol::qmi::tlv_writer& answer);
+/// What a request comes to: the answer's TLVs, and what happens once the answer is on its way.
+struct reply {
+  /// No TLVs yet.
+  reply() = default;
+  /// A standard response, which may go on after success.
+  reply(protocol::qmi::error code) : result(code) { tlvs.standard_response(code); }
+
+  protocol::qmi::error result = protocol::qmi::error::none;
+  protocol::qmi::tlv_writer tlvs;
+  std::vector<indication> indications;  ///< of the same service, in this order
+  bool restart = false;                 ///< of the modem, after the indications
+};
+
+using message_handler = reply (*)(const request& asked);
 
 /// Says in words what the TLVs of a request ask for, or what an answer to it says.
 using request_words = std::string (*)(protocol::byte_view request);

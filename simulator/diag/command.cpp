@@ -51,15 +51,14 @@ refusal unknown(const command_id& id) {
                                                                         : refusal::bad_command;
 }
 
-refusal try_to_answer(byte_view bytes, session& from, modem& state, packet& answer) {
+reply try_to_answer(byte_view bytes, session& from, modem& state) {
   const auto id = identify(bytes);
   if (!id) return refusal::bad_length;
   const command_row* const row = find(*id);
   if (row == nullptr) return unknown(*id);
   if (bytes.size() < row->least || bytes.size() > row->most) return refusal::bad_length;
-  answer.assign(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(row->repeated));
   try {
-    return row->answer({bytes, from, state}, answer);
+    return row->answer({bytes, bytes.first(row->repeated), from, state});
   } catch (const failure& state_failed) {
     tell_user(state_failed.what());
     return refusal::bad_parameter;
@@ -81,10 +80,10 @@ packet refuse(std::uint8_t code, byte_view bytes) {
   return answer;
 }
 
-packet answer(byte_view bytes, session& from, modem& state) {
-  packet made;
-  const refusal error = try_to_answer(bytes, from, state, made);
-  return error == refusal::none ? made : refuse(static_cast<std::uint8_t>(error), bytes);
+reply answer(byte_view bytes, session& from, modem& state) {
+  reply made = try_to_answer(bytes, from, state);
+  if (made.refused) made.answer = refuse(static_cast<std::uint8_t>(*made.refused), bytes);
+  return made;
 }
 
 }  // namespace sim::diag

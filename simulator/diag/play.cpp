@@ -9,8 +9,8 @@
 #include <cstring>
 #include <filesystem>
 
-#include "protocol/hdlc.h"
 #include "host/file_descriptor.h"
+#include "protocol/hdlc.h"
 #include "simulator/failure.h"
 
 namespace sim::diag {

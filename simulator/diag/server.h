@@ -16,7 +16,7 @@ struct server {
   const source& packets;
   diag::faults faults;
   sim::trace& trace;
-  std::function<void()> after_request;  ///< a request may ask the whole modem to restart
+  std::function<void()> restart;  ///< of the whole modem
 };
 
 }  // namespace sim::diag

@@ -21,7 +21,6 @@
 #include "simulator/modem/settings.h"
 #include "simulator/modem/store.h"
 #include "simulator/modem/uicc_slots.h"
-#include "simulator/service.h"
 
 namespace sim {
 
@@ -66,12 +65,6 @@ struct modem {
 
   /// Bytes of an answer of the factory test.
   std::uint32_t factory_answer = 64;
-
-  /// Left by a request that succeeds: they follow its answer.
-  std::vector<indication> indications;
-
-  /// Set by a request: once its answer is on its way the modem restarts.
-  bool restart_asked = false;
 };
 
 }  // namespace sim

@@ -12,8 +12,7 @@ namespace sim {
 constexpr std::uint32_t extension_service_id = norvel_extend_qmi_service_id_v01;
 constexpr std::uint8_t extension_result_tlv = 0x01;
 
-[[nodiscard]] protocol::qmi::error answer_extension(const request& asked,
-                                                    protocol::qmi::tlv_writer& answer);
+[[nodiscard]] reply answer_extension(const request& asked);
 [[nodiscard]] std::string describe_extension_request(protocol::byte_view request);
 [[nodiscard]] std::string describe_extension_answer(protocol::byte_view request,
                                                     protocol::byte_view answer);

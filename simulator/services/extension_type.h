@@ -36,6 +36,7 @@ struct extension_call {
 struct extension_response {
   std::uint32_t result = 3;  ///< not there
   std::size_t data_len = 0;
+  bool restart = false;  ///< of the modem, after the answer
 };
 
 struct extension_type_row {

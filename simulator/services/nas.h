@@ -8,12 +8,9 @@ namespace sim {
 
 constexpr std::uint32_t nas_service_id = 0x03;
 
-[[nodiscard]] protocol::qmi::error get_signal_strength(const request& asked,
-                                                       protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error get_rf_band_info(const request& asked,
-                                                    protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error get_signal_info(const request& asked,
-                                                   protocol::qmi::tlv_writer& answer);
+[[nodiscard]] reply get_signal_strength(const request& asked);
+[[nodiscard]] reply get_rf_band_info(const request& asked);
+[[nodiscard]] reply get_signal_info(const request& asked);
 
 inline constexpr tlv_row nas_signal_strength_request_tlvs[] = {{0x10, "wanted"}};
 inline constexpr tlv_row nas_signal_strength_response_tlvs[] = {{0x01, "strength", shown_as::bytes},

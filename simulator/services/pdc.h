@@ -10,28 +10,17 @@ namespace sim {
 
 constexpr std::uint16_t pdc_get_limits = 0x0029;
 
-[[nodiscard]] protocol::qmi::error register_for_configs(const request& asked,
-                                                        protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error get_selected_config(const request& asked,
-                                                       protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error set_selected_config(const request& asked,
-                                                       protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error list_configs(const request& asked,
-                                                protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error delete_config(const request& asked,
-                                                 protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error load_config(const request& asked,
-                                               protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error activate_config(const request& asked,
-                                                   protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error get_config_info(const request& asked,
-                                                   protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error get_config_limits(const request& asked,
-                                                     protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error deactivate_config(const request& asked,
-                                                     protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error set_config_feature(const request& asked,
-                                                      protocol::qmi::tlv_writer& answer);
+[[nodiscard]] reply register_for_configs(const request& asked);
+[[nodiscard]] reply get_selected_config(const request& asked);
+[[nodiscard]] reply set_selected_config(const request& asked);
+[[nodiscard]] reply list_configs(const request& asked);
+[[nodiscard]] reply delete_config(const request& asked);
+[[nodiscard]] reply load_config(const request& asked);
+[[nodiscard]] reply activate_config(const request& asked);
+[[nodiscard]] reply get_config_info(const request& asked);
+[[nodiscard]] reply get_config_limits(const request& asked);
+[[nodiscard]] reply deactivate_config(const request& asked);
+[[nodiscard]] reply set_config_feature(const request& asked);
 
 inline constexpr tlv_row pdc_register_request_tlvs[] = {{0x10, "reporting"}, {0x11, "refresh"}};
 inline constexpr tlv_row pdc_type_request_tlvs[] = {{0x01, "type"}, {0x10, "token"}};

@@ -7,10 +7,8 @@ namespace sim {
 
 constexpr std::uint32_t sar_service_id = 0x11;
 
-[[nodiscard]] protocol::qmi::error set_rf_state(const request& asked,
-                                                protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error get_rf_state(const request& asked,
-                                                protocol::qmi::tlv_writer& answer);
+[[nodiscard]] reply set_rf_state(const request& asked);
+[[nodiscard]] reply get_rf_state(const request& asked);
 
 inline constexpr tlv_row sar_set_request_tlvs[] = {{0x01, "RF state"}};
 inline constexpr tlv_row sar_set_response_tlvs[] = {{0x02, "standard response"}};

@@ -8,10 +8,15 @@ namespace sim {
 
 constexpr std::uint32_t uim_service_id = 0x0B;
 
-using uim_answer = protocol::qmi::error(const request& asked, protocol::qmi::tlv_writer& answer);
-
-[[nodiscard]] uim_answer get_card_status, get_slot_status, power_off_card, power_on_card,
-    switch_card_slot, get_card_eid, send_card_apdu, open_card_channel, use_card_channel;
+[[nodiscard]] reply get_card_status(const request& asked);
+[[nodiscard]] reply get_slot_status(const request& asked);
+[[nodiscard]] reply power_off_card(const request& asked);
+[[nodiscard]] reply power_on_card(const request& asked);
+[[nodiscard]] reply switch_card_slot(const request& asked);
+[[nodiscard]] reply get_card_eid(const request& asked);
+[[nodiscard]] reply send_card_apdu(const request& asked);
+[[nodiscard]] reply open_card_channel(const request& asked);
+[[nodiscard]] reply use_card_channel(const request& asked);
 
 inline constexpr tlv_row uim_result_tlvs[] = {{0x02, "standard response"}};
 inline constexpr tlv_row uim_slot_tlvs[] = {{0x01, "slot"}};
