@@ -8,13 +8,14 @@
 #include <vector>
 
 #include "protocol/bytes.h"
+#include "services/pdc_v01.h"
 #include "simulator/modem/store.h"
 
 namespace sim {
 
-constexpr std::uint32_t last_config_type = 1;
-constexpr std::size_t max_config_id_size = 124;
-constexpr std::size_t max_config_description_size = 255;
+constexpr std::uint32_t last_config_type = PDC_CONFIG_TYPE_SOFTWARE_V01;
+constexpr std::size_t max_config_id_size = pdc_config_id_max_v01;
+constexpr std::size_t max_config_description_size = pdc_config_description_max_v01;
 
 /// Bytes of all configurations of one type.
 constexpr std::uint64_t max_config_bytes = std::uint64_t{4} << 20;

@@ -8,8 +8,6 @@
 
 namespace sim {
 
-constexpr std::uint16_t pdc_get_limits = 0x0029;
-
 [[nodiscard]] reply register_for_configs(const request& asked);
 [[nodiscard]] reply get_selected_config(const request& asked);
 [[nodiscard]] reply set_selected_config(const request& asked);
@@ -82,7 +80,7 @@ inline constexpr message_row pdc_messages[] = {
                 pdc_result_tlvs),
     pdc_message(pdc_get_config_info_v01, "get config info", get_config_info,
                 pdc_config_request_tlvs, pdc_info_tlvs),
-    {pdc_get_limits, "get config limits", get_config_limits, pdc_type_request_tlvs,
+    {pdc_get_config_limits_v01, "get config limits", get_config_limits, pdc_type_request_tlvs,
      pdc_limits_response_tlvs},
     pdc_message(pdc_deactivate_config_v01, "deactivate config", deactivate_config,
                 pdc_type_request_tlvs, pdc_result_tlvs),

@@ -7,8 +7,6 @@
 
 namespace sim {
 
-constexpr std::uint32_t statistics_service_id = vendor_stats_service_id_v01;
-
 /// Error 26 when it is as asked already.
 [[nodiscard]] reply switch_statistics(const request& asked);
 /// An entry for each id that is known and measured; error 69 before the switch.

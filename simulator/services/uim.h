@@ -2,11 +2,10 @@
 // which is about the physical ones, and in switch slot, which puts one over the other.
 #pragma once
 
+#include "services/uim_v01.h"
 #include "simulator/service.h"
 
 namespace sim {
-
-constexpr std::uint32_t uim_service_id = 0x0B;
 
 [[nodiscard]] reply get_card_status(const request& asked);
 [[nodiscard]] reply get_slot_status(const request& asked);
@@ -50,17 +49,19 @@ inline constexpr tlv_row uim_eid_tlvs[] = {{0x02, "standard response"},
                                            {0x10, "EID", shown_as::bytes}};
 
 inline constexpr message_row uim_messages[] = {
-    {0x002F, "get card status", get_card_status, uim_card_status_request_tlvs,
+    {uim_get_card_status_v01, "get card status", get_card_status, uim_card_status_request_tlvs,
      uim_card_status_tlvs},
-    {0x0030, "power off", power_off_card, uim_slot_tlvs, uim_result_tlvs},
-    {0x0031, "power on", power_on_card, uim_power_on_tlvs, uim_result_tlvs},
-    {0x003B, "send APDU", send_card_apdu, uim_send_apdu_request_tlvs, uim_send_apdu_tlvs},
-    {0x003F, "logical channel", use_card_channel, uim_channel_request_tlvs, uim_channel_tlvs},
-    {0x0042, "open logical channel", open_card_channel, uim_open_channel_request_tlvs,
+    {uim_power_down_v01, "power off", power_off_card, uim_slot_tlvs, uim_result_tlvs},
+    {uim_power_up_v01, "power on", power_on_card, uim_power_on_tlvs, uim_result_tlvs},
+    {uim_send_apdu_v01, "send APDU", send_card_apdu, uim_send_apdu_request_tlvs,
+     uim_send_apdu_tlvs},
+    {uim_logical_channel_v01, "logical channel", use_card_channel, uim_channel_request_tlvs,
      uim_channel_tlvs},
-    {0x0046, "switch slot", switch_card_slot, uim_switch_slot_tlvs, uim_result_tlvs},
-    {0x0047, "get slot status", get_slot_status, {}, uim_slot_status_tlvs},
-    {0x0065, "get EID", get_card_eid, uim_slot_tlvs, uim_eid_tlvs},
+    {uim_open_logical_channel_v01, "open logical channel", open_card_channel,
+     uim_open_channel_request_tlvs, uim_channel_tlvs},
+    {uim_switch_slot_v01, "switch slot", switch_card_slot, uim_switch_slot_tlvs, uim_result_tlvs},
+    {uim_get_slot_status_v01, "get slot status", get_slot_status, {}, uim_slot_status_tlvs},
+    {uim_get_eid_v01, "get EID", get_card_eid, uim_slot_tlvs, uim_eid_tlvs},
 };
 
 }  // namespace sim
