@@ -2,6 +2,8 @@
 // dispatcher, and it delivers what the modem says.
 #pragma once
 
+#include <tuple>
+
 #include "protocol/bytes.h"
 #include "protocol/qrtr.h"
 
@@ -33,6 +35,14 @@ struct client {
   }
 
   friend bool operator==(const client&, const client&) = default;
+};
+
+/// For maps by client.
+struct client_order {
+  bool operator()(const client& left, const client& right) const {
+    return std::tie(left.via, left.at.node, left.at.port) <
+           std::tie(right.via, right.at.node, right.at.port);
+  }
 };
 
 }  // namespace sim

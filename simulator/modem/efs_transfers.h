@@ -7,7 +7,6 @@
 #include <map>
 #include <optional>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "protocol/bytes.h"
@@ -54,10 +53,7 @@ class efs_transfers {
     std::size_t next = 0;            ///< read: the offset that goes on
   };
 
-  using transfers = std::map<std::tuple<port*, std::uint32_t, std::uint32_t>, transfer>;
-  static transfers::key_type key_of(const client& who) {
-    return {who.via, who.at.node, who.at.port};
-  }
+  using transfers = std::map<client, transfer, client_order>;
 
   efs_store& files_;
   transfers reads_;

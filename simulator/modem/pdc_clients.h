@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <map>
 #include <optional>
-#include <tuple>
 #include <vector>
 
 #include "protocol/bytes.h"
@@ -36,13 +35,7 @@ struct pdc_client {
 };
 
 class pdc_clients {
-  struct by_address {
-    bool operator()(const client& left, const client& right) const {
-      return std::tie(left.via, left.at.node, left.at.port) <
-             std::tie(right.via, right.at.node, right.at.port);
-    }
-  };
-  using clients = std::map<client, pdc_client, by_address>;
+  using clients = std::map<client, pdc_client, client_order>;
 
  public:
   [[nodiscard]] pdc_client& of(const client& who) { return clients_[who]; }

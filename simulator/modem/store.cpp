@@ -46,7 +46,7 @@ std::string default_state_directory() {
   return base.empty() ? base : base + "/modem";
 }
 
-prepared::prepared(store& owner, const char* sql)
+prepared::prepared(store& owner, const std::string& sql)
     : owner_(owner), statement_(owner.database(), sql) {}
 
 void prepared::fail(const SQLite::Exception& error) const {
@@ -82,10 +82,9 @@ std::int64_t store::count(const std::string& counter) {
 }
 
 std::int64_t store::counter(const std::string& name) {
-  return counter_.use([&](SQLite::Statement& query) {
-    query.bind(1, name);
-    return query.executeStep() ? number_in(query, 0, columns::counter_value) : 0;
-  });
+  return counter_
+      .first([](SQLite::Statement& row) { return number_in(row, 0, columns::counter_value); }, name)
+      .value_or(0);
 }
 
 void store::checkpoint() try {

@@ -8,9 +8,12 @@
 #include <SQLiteCpp/Transaction.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <type_traits>
 
 #include "simulator/failure.h"
+#include "simulator/modem/bind.h"
 #include "simulator/modem/column.h"
 
 namespace sim {
@@ -25,7 +28,36 @@ class store;
 /// is a `failure` that names the database.
 class prepared {
  public:
-  prepared(store& owner, const char* sql);
+  prepared(store& owner, const std::string& sql);
+
+  /// With these values: how many rows it changed.
+  template <typename... Values>
+  int run(const Values&... values) {
+    return use([&](SQLite::Statement& statement) {
+      bind_all(statement, values...);
+      return statement.exec();
+    });
+  }
+
+  /// With these values: what `read` makes of the first row, if there is one.
+  template <typename Read, typename... Values>
+  auto first(Read read, const Values&... values) {
+    using value = std::invoke_result_t<Read&, SQLite::Statement&>;
+    return use([&](SQLite::Statement& query) -> std::optional<value> {
+      bind_all(query, values...);
+      if (!query.executeStep()) return std::nullopt;
+      return read(query);
+    });
+  }
+
+  /// With these values: every row is visited.
+  template <typename Visit, typename... Values>
+  void each(Visit visit, const Values&... values) {
+    use([&](SQLite::Statement& query) {
+      bind_all(query, values...);
+      while (query.executeStep()) visit(query);
+    });
+  }
 
   template <typename Action>
   auto use(Action action) {
