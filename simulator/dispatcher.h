@@ -23,7 +23,7 @@ namespace sim {
 
 class dispatcher {
  public:
-  /// Applies the faults of the start.
+  /// Applies the faults that strike at the start.
   dispatcher(asio::io_context& io, modem& state, node& node, faults faults,
              std::chrono::milliseconds restart_time, trace& trace);
 
@@ -34,7 +34,7 @@ class dispatcher {
   /// good stay down.
   void restart();
 
-  /// The client's port closed: nothing more can be sent to it.
+  /// The client's port has closed: nothing more can be sent to it.
   void client_gone(const client& gone);
 
  private:
@@ -46,7 +46,7 @@ class dispatcher {
                         protocol::byte_view datagram);
   /// Leaves the answer in `datagram_`.
   void compose(std::uint16_t transaction, std::uint16_t message_id, protocol::byte_view tlvs);
-  /// A delay of 0 is none.
+  /// A delay of 0 sends at once.
   void send(const client& to, const service_row& from, protocol::byte_view datagram,
             std::chrono::milliseconds delay, const std::string& meaning);
   void indicate(const indication& what, const service_row& from, std::chrono::milliseconds delay);

@@ -30,7 +30,7 @@ struct indication {
 struct reply {
   /// No TLVs yet.
   reply() = default;
-  /// A standard response, which may go on after success.
+  /// A standard response; after success more TLVs may follow.
   reply(protocol::qmi::error code) : result(code) { tlvs.standard_response(code); }
 
   protocol::qmi::error result = protocol::qmi::error::none;
@@ -41,11 +41,11 @@ struct reply {
 
 using message_handler = reply (*)(const request& asked);
 
-/// Says in words what the TLVs of a request ask for, or what an answer to it says.
+/// Describes in words what the TLVs of a request ask for, or what the answer to it says.
 using request_words = std::string (*)(protocol::byte_view request);
 using answer_words = std::string (*)(protocol::byte_view request, protocol::byte_view answer);
 
-/// How the trace shows a value of 1, 2, 4 or 8 bytes; every other is bytes.
+/// How the trace shows a value of 1, 2, 4 or 8 bytes; any other size is shown as bytes.
 enum class shown_as : std::uint8_t { number, bytes };
 
 /// What the trace calls a TLV.
@@ -61,7 +61,7 @@ struct message_row {
   message_handler answer;  ///< null: only an indication
   std::span<const tlv_row> request_tlvs;
   std::span<const tlv_row> response_tlvs;
-  request_words describe_request = nullptr;  ///< null: the TLVs say enough
+  request_words describe_request = nullptr;  ///< null: the TLVs suffice
   answer_words describe_answer = nullptr;
   std::span<const tlv_row> indication_tlvs = {};
 };

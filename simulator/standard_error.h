@@ -1,4 +1,4 @@
-// What the program says to people. A message that nobody can get changes nothing.
+// Messages for the user. One that cannot be written changes nothing.
 #pragma once
 
 #include <string_view>

@@ -5,7 +5,7 @@
 namespace sim::diag {
 namespace {
 
-/// Nothing when the packet is too short to say.
+/// Nothing when the packet is too short to tell.
 std::optional<command_id> identify(byte_view bytes) {
   if (bytes.empty()) return std::nullopt;
   protocol::byte_reader in(bytes);
@@ -45,7 +45,7 @@ const command_row* find(const command_id& id) {
   return nullptr;
 }
 
-/// An operation that a known command does not have is another error than a command that is unknown.
+/// An unknown operation of a known command is a different error than an unknown command.
 refusal unknown(const command_id& id) {
   return id.code == wire::log_config || id.code == wire::message_config ? refusal::bad_parameter
                                                                         : refusal::bad_command;

@@ -58,7 +58,7 @@ struct reply {
 
 using handler = reply (*)(const request& asked);
 
-/// Which command a packet is: by its code alone, or with what subdivides it.
+/// Which command a packet is: its code alone, or its code and what subdivides it.
 struct command_id {
   std::uint8_t code = 0;
   std::uint8_t subsystem = 0;                ///< of code 4B

@@ -26,7 +26,7 @@ void append_word(packet& out, std::int64_t value) {
   append_le(out, static_cast<std::uint32_t>(value));
 }
 
-/// Up to the zero byte, which must be there, and what is behind it.
+/// The text up to the zero byte, which must be there, and what follows it.
 struct c_string {
   std::string text;
   byte_view rest;
@@ -76,7 +76,7 @@ reply query(const request& asked) {
   return answer;
 }
 
-/// What a call leads to: an error number, or 0 and the handle.
+/// Returns an error number, or 0 and sets the handle.
 int open_path(const request& asked, const std::string& given, std::uint32_t flags,
               std::int64_t& handle) {
   efs_tree& tree = asked.state.tree;
@@ -164,7 +164,7 @@ reply write(const request& asked) {
   return answer;
 }
 
-/// Path behind `head`, error in the answer.
+/// Path after `head` bytes, error in the answer.
 template <int (*act)(const request&, const std::string&), std::size_t head>
 reply on_path(const request& asked) {
   const auto path = take_path(asked.bytes.subspan(head));
@@ -294,7 +294,7 @@ reply readdir(const request& asked) {
   append_le(answer, entry_type(status.mode));
   append_le(answer, status.mode);
   append_le(answer, status.size);
-  answer.resize(answer.size() + 3 * sizeof(std::uint32_t));  // times, which nobody keeps
+  answer.resize(answer.size() + 3 * sizeof(std::uint32_t));  // times, which are not kept
   answer.insert(answer.end(), name.begin(), name.end());
   answer.push_back(0);
   return answer;
@@ -359,7 +359,7 @@ reply fstat(const request& asked) {
   return answer;
 }
 
-// What the file system is said to lie on.
+// The flash that the file system reports.
 constexpr std::uint32_t page_size = 2048;
 constexpr std::uint32_t pages_per_block = 64;
 constexpr std::uint32_t blocks = 128;

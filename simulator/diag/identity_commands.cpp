@@ -65,7 +65,7 @@ reply time_stamp(const request& asked) {
   return answer;
 }
 
-/// All of what is asked is in the answer already.
+/// The answer is the request.
 reply repeat(const request& asked) {
   return asked.begin_answer();
 }
@@ -87,7 +87,7 @@ reply password(const request& asked) {
 constexpr std::uint32_t chip = 0x000090B0;
 constexpr std::uint32_t family = 0x00001007;
 
-/// Both strings must be ended; a client cuts the build id when there is a model behind it.
+/// Both strings must be terminated; a client cuts the build id when a model follows it.
 reply build_id(const request& asked) {
   packet answer = asked.begin_answer();
   answer.push_back(1);
@@ -126,7 +126,7 @@ reply mobile_id(const request& asked) {
   return answer;
 }
 
-/// Counting bytes behind the header, so that a reader sees at once what is missing.
+/// Counting bytes after the header, so that a reader sees at once what is missing.
 reply factory_test(const request& asked) {
   packet answer = asked.begin_answer();
   const std::size_t size = std::max<std::size_t>(asked.state.factory_answer, answer.size());

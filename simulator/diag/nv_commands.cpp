@@ -12,7 +12,7 @@ constexpr std::size_t wire_size = 128;
 
 enum class nv_status : std::uint16_t { done = 0, failed = 3, not_active = 4, bad_parameter = 5 };
 
-/// What is where in a request.
+/// The item that a request is about, and its data.
 struct nv_place {
   std::uint8_t subscription;
   std::uint16_t item;

@@ -1,5 +1,5 @@
-// The DIAG side of the modem as its connections share it: what answers, what is sent unasked, what
-// goes wrong.
+// The DIAG side of the modem that all connections share: what answers, what is sent unasked, and
+// the faults.
 #pragma once
 
 #include <functional>

@@ -1,4 +1,4 @@
-// Values into the places of a statement, in their order.
+// Binds values to the parameters of a statement, in their order.
 #pragma once
 
 #include <SQLiteCpp/Statement.h>
@@ -9,7 +9,7 @@
 
 namespace sim {
 
-/// An empty optional is NULL, and what is bytes is a BLOB, which the statement does not copy.
+/// An empty optional is NULL; bytes are a BLOB, which the statement does not copy.
 template <typename Value>
 void bind_value(SQLite::Statement& to, int place, const Value& value) {
   if constexpr (requires { value.has_value(); }) {
@@ -34,7 +34,7 @@ void bind_all(SQLite::Statement& to, const Values&... values) {
   (bind_value(to, ++place, values), ...);
 }
 
-/// For a statement that is used row after row.
+/// For a statement that inserts one row after another.
 template <typename... Values>
 void insert_row(SQLite::Statement& insert, const Values&... values) {
   bind_all(insert, values...);

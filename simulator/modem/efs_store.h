@@ -9,7 +9,7 @@ namespace sim {
 
 constexpr std::size_t max_efs_path_size = 71;
 constexpr std::size_t max_efs_file_size = 102410;
-constexpr std::size_t max_efs_link_size = 1024;  ///< of what a link leads to
+constexpr std::size_t max_efs_link_size = 1024;  ///< of a link's target
 
 class efs_store : public item_store<std::string> {
  public:

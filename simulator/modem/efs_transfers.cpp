@@ -30,7 +30,7 @@ efs_transfers::outcome efs_transfers::read(const client& who, const efs_name& na
 efs_transfers::outcome efs_transfers::write(const client& who, const efs_name& name,
                                             std::size_t total, std::size_t offset,
                                             protocol::byte_view data) {
-  // Whatever ends this chunk early ends the transfer as well.
+  // Anything that ends this chunk early ends the transfer as well.
   auto pending = writes_.extract(who);
   transfer writing{name, total, {}, 0};
   if (offset != 0) {

@@ -85,7 +85,7 @@ std::optional<efs_status> efs_tree::status(const std::string& path) {
     return efs_status{of_file ? known->mode : default_file,
                       static_cast<std::uint32_t>(data->size())};
   }
-  // The mode of a file outlives it when QMI deletes the file.
+  // The mode of a file remains when QMI deletes the file.
   if (known && !of_file) {
     return efs_status{known->mode, static_cast<std::uint32_t>(known->target.size())};
   }

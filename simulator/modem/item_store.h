@@ -25,7 +25,7 @@ class item_store {
 
   [[nodiscard]] std::optional<std::vector<std::uint8_t>> read(std::uint8_t subscription,
                                                               const Key& key);
-  /// All of it at once, or nothing.
+  /// All at once or not at all.
   void write(std::uint8_t subscription, const Key& key, protocol::byte_view data);
   /// False when there was none.
   [[nodiscard]] bool erase(std::uint8_t subscription, const Key& key);
@@ -35,7 +35,7 @@ class item_store {
                 const std::function<void(key_view key, protocol::byte_view data)>& visit);
 
  protected:
-  /// Two columns of the table.
+  /// Both columns are of one table.
   item_store(store& store, const column& key, const column& data);
 
  private:

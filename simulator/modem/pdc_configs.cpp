@@ -5,7 +5,7 @@
 namespace sim {
 namespace {
 
-/// The files say nothing that we could read.
+/// The modem does not read what is in the files.
 constexpr const char* description_of_loaded = "loaded";
 
 std::optional<config_id> id_of_type(prepared& query_of_id, std::uint32_t type) {

@@ -31,7 +31,7 @@ const std::string& made(const std::string& directory) {
   return directory;
 }
 
-/// SQLite would make it as the umask says. What it puts beside it gets the same mode.
+/// SQLite would create it as the umask says. The files that it adds get the same mode.
 std::string made_file(const std::string& path) {
   if (const auto wrong = host::make_private_file(path); !wrong.empty()) {
     throw failure(fmt::format("cannot use {}: {}", path, wrong));
@@ -76,7 +76,7 @@ std::int64_t store::count(const std::string& counter) {
     add.bind(1, counter);
     add.executeStep();
     const std::int64_t value = number_in(add, 0, columns::counter_value);
-    add.executeStep();  // to the end: that is the commit
+    add.executeStep();  // the last step commits
     return value;
   });
 }
@@ -88,7 +88,7 @@ std::int64_t store::counter(const std::string& name) {
 }
 
 void store::checkpoint() try {
-  // Passive: one that waits for readers would hold every client up.
+  // Passive: waiting for readers would hold up every client.
   database_.exec("PRAGMA wal_checkpoint(PASSIVE)");
 } catch (const SQLite::Exception& error) {
   fail(error);

@@ -10,7 +10,7 @@
 #include "simulator/standard_error.h"
 
 int main(int argc, char** argv) try {
-  // A file that has reached its limit is an error of the writing call, as a full disk is.
+  // Writing to a file at its size limit then fails with an error, as on a full disk.
   std::signal(SIGXFSZ, SIG_IGN);
   host::fill_standard_descriptors();
   const int status = std::visit([](auto command) { return sim::run(std::move(command)); },

@@ -1,4 +1,4 @@
-// tvk-modem serve: a modem until it is told to stop.
+// tvk-modem serve: a modem that runs until a signal ends it.
 #include <fmt/core.h>
 
 #include <asio/io_context.hpp>

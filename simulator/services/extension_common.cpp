@@ -22,7 +22,7 @@ constexpr std::size_t result_at = 4;
 constexpr std::size_t value_at = 8;
 constexpr std::size_t value_length_at = 12;
 
-/// What a message brings along, as 32-bit words.
+/// The arguments of a message, as 32-bit words.
 struct arguments {
   byte_view bytes;
 
@@ -32,7 +32,7 @@ struct arguments {
   }
 };
 
-/// What a message comes to.
+/// The outcome of a message.
 struct common_reply {
   common_reply(outcome what, std::uint32_t number = 0) : result(what), value(number) {}
 
@@ -101,7 +101,7 @@ struct common_row {
   std::uint32_t number;
   bool has_value;
   const char* name;
-  std::size_t words;  ///< arguments that it must have
+  std::size_t words;  ///< arguments required
   common_reply (*act)(arguments in, modem& state);
 };
 constexpr common_row messages[] = {
@@ -119,7 +119,7 @@ const common_row* find_message(std::uint32_t number) {
 struct common_message {
   std::uint32_t number = 0;
   std::uint32_t length = 0;
-  byte_view payload;  ///< all that came
+  byte_view payload;  ///< as long as it came
 };
 
 std::optional<common_message> parse_message(byte_view data) {

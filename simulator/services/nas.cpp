@@ -23,7 +23,7 @@ class packed {
   packed& u8(std::uint8_t value) { return add(value); }
   packed& u16(std::uint16_t value) { return add(value); }
   packed& u32(std::uint32_t value) { return add(value); }
-  /// Rounded, and held within what the integer can say.
+  /// Rounded and clamped to the range of the integer.
   packed& s8(double value) { return add(static_cast<std::uint8_t>(clamped<std::int8_t>(value))); }
   packed& s16(double value) {
     return add(static_cast<std::uint16_t>(clamped<std::int16_t>(value)));

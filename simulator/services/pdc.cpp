@@ -108,10 +108,10 @@ reply reply_with_token(const request& asked, std::uint16_t message_id, tlv_write
   return out;
 }
 
-/// To those who asked to hear of changes.
+/// To the clients that registered for changes.
 void report_change(reply& out, const pdc_clients& clients, std::uint32_t type, byte_view id) {
-  for (const auto& [who, wishes] : clients.all()) {
-    if (!wishes.hears_of_changes) continue;
+  for (const auto& [who, registered] : clients.all()) {
+    if (!registered.wants_changes) continue;
     tlv_writer change;
     change.bytes(subject_tlv, bytes_of(type, id));
     out.indications.push_back({who, pdc_config_change_v01, change.take()});
@@ -119,15 +119,15 @@ void report_change(reply& out, const pdc_clients& clients, std::uint32_t type, b
 }
 
 void report_refresh(reply& out, const pdc_clients& clients, refresh what) {
-  for (const auto& [who, wishes] : clients.all()) {
-    if (!wishes.hears_of_refreshes) continue;
+  for (const auto& [who, registered] : clients.all()) {
+    if (!registered.wants_refreshes) continue;
     tlv_writer event;
     event.integer(subject_tlv, static_cast<std::uint32_t>(what));
     out.indications.push_back({who, pdc_refresh_v01, event.take()});
   }
 }
 
-/// A chunk of a configuration, as its request brings it.
+/// A chunk of a configuration, from its request.
 struct load_chunk {
   config_name name;
   std::uint32_t total = 0;
@@ -166,7 +166,7 @@ struct load_progress {
 };
 
 load_progress add_chunk(const request& asked, const load_chunk& chunk) {
-  // Whatever ends this chunk early ends the load as well.
+  // Anything that ends this chunk early ends the load as well.
   auto& kept = asked.state.pdc_clients.of(asked.from).loading;
   auto loading = std::exchange(kept, std::nullopt);
   if (!loading || loading->name != chunk.name || loading->total != chunk.total) {
@@ -191,12 +191,12 @@ load_progress add_chunk(const request& asked, const load_chunk& chunk) {
 reply register_for_configs(const request& asked) {
   constexpr std::uint8_t reporting_tlv = 0x10;
   constexpr std::uint8_t refresh_tlv = 0x11;
-  pdc_client& wishes = asked.state.pdc_clients.of(asked.from);
+  pdc_client& registered = asked.state.pdc_clients.of(asked.from);
   if (const auto on = find_integer<std::uint8_t>(asked.tlvs, reporting_tlv)) {
-    wishes.hears_of_changes = *on != 0;
+    registered.wants_changes = *on != 0;
   }
   if (const auto on = find_integer<std::uint8_t>(asked.tlvs, refresh_tlv)) {
-    wishes.hears_of_refreshes = *on != 0;
+    registered.wants_refreshes = *on != 0;
   }
   return error::none;
 }

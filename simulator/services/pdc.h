@@ -1,5 +1,5 @@
 // PDC, the standard service of carrier configurations. A request gets a standard response at once;
-// what came of it follows in an indication with the same message id: a QMI error code, and the
+// the outcome follows in an indication with the same message id: a QMI error code, and the
 // token by which the requester knows it.
 #pragma once
 

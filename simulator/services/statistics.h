@@ -7,9 +7,9 @@
 
 namespace sim {
 
-/// Error 26 when it is as asked already.
+/// Error 26 when nothing changes.
 [[nodiscard]] reply switch_statistics(const request& asked);
-/// An entry for each id that is known and measured; error 69 before the switch.
+/// An entry for each id that is known and measured; error 69 while the feature is off.
 [[nodiscard]] reply get_statistics(const request& asked);
 
 inline constexpr tlv_row statistics_switch_request_tlvs[] = {

@@ -33,7 +33,7 @@ error error_of(card_error what) {
   return error::internal;
 }
 
-/// A TLV that must be there and be exactly one integer.
+/// A required TLV that is exactly one integer.
 template <typename T>
 error take(const request& asked, std::uint8_t type, T& value) {
   const auto found = protocol::qmi::find_tlv(asked.tlvs, type);

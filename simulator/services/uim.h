@@ -1,5 +1,5 @@
-// UIM, the standard service of cards. Slots are numbers from 1: logical ones, but in slot status,
-// which is about the physical ones, and in switch slot, which puts one over the other.
+// UIM, the standard service of cards. Slots are numbered from 1. They are logical ones, except in
+// slot status, which shows the physical ones, and in switch slot, which maps one to the other.
 #pragma once
 
 #include "services/uim_v01.h"
