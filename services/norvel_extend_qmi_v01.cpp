@@ -20,10 +20,10 @@ constexpr services::type_table table({}, messages);
 
 constexpr qmi_idl_service_message_table_entry commands[] = {
     {norvel_extend_qmi_request_v01, 0, max_message},
-    {0x0003, 0, max_message},
+    {norvel_extend_qmi_message_3_v01, 0, max_message},
 };
 constexpr qmi_idl_service_message_table_entry indications[] = {
-    {0x0003, 0, max_message},
+    {norvel_extend_qmi_message_3_v01, 0, max_message},
 };
 
 constexpr qmi_idl_service_object service_object = services::make_object(

@@ -13,6 +13,8 @@ constexpr std::uint32_t norvel_extend_qmi_max_data_v01 = 512;
 
 /// The message used for every exchange.
 constexpr std::uint16_t norvel_extend_qmi_request_v01 = 0x0002;
+/// Laid out as the other; the tool does not send it.
+constexpr std::uint16_t norvel_extend_qmi_message_3_v01 = 0x0003;
 
 struct norvel_extend_qmi_msg_v01 {
   std::uint32_t type;  ///< request: the vendor function; response: 0 for success

@@ -18,6 +18,7 @@ constexpr std::uint16_t pdc_delete_config_v01 = 0x0025;
 constexpr std::uint16_t pdc_load_config_v01 = 0x0026;
 constexpr std::uint16_t pdc_activate_config_v01 = 0x0027;
 constexpr std::uint16_t pdc_get_config_info_v01 = 0x0028;
+constexpr std::uint16_t pdc_get_config_limits_v01 = 0x0029;  ///< the tool does not send it
 constexpr std::uint16_t pdc_deactivate_config_v01 = 0x002B;
 constexpr std::uint16_t pdc_set_feature_v01 = 0x002E;
 constexpr std::uint16_t pdc_refresh_v01 = 0x002F;

@@ -8,6 +8,7 @@
 
 constexpr std::uint32_t sar_service_id_v01 = 0x11;
 
+constexpr std::uint16_t sar_rf_set_state_v01 = 0x0001;  ///< the tool does not send it
 constexpr std::uint16_t sar_rf_get_state_v01 = 0x0002;
 
 struct sar_rf_get_state_resp_v01 {

@@ -15,6 +15,8 @@ enum uim_message_v01 : std::uint16_t {
   uim_send_apdu_v01 = 0x3B,
   uim_logical_channel_v01 = 0x3F,
   uim_open_logical_channel_v01 = 0x42,
+  uim_switch_slot_v01 = 0x46,      ///< the tool does not send it
+  uim_get_slot_status_v01 = 0x47,  ///< the tool does not send it
   uim_ind_v01 = 0x61,
   uim_get_eid_v01 = 0x65,
 };

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "simulator/failure.h"
-#include "simulator/standard_streams.h"
+#include "simulator/standard_error.h"
 
 namespace sim {
 
@@ -63,42 +63,34 @@ void dispatcher::serve(const client& from, const service_row& service,
     if (fault->action == fault_action::down) return take_down(*fault);
   }
 
-  answer_request(from, service, message, fault);
-  compose(message.head.transaction, message.head.message_id);
+  const reply made = answer_request(from, service, message, fault);
+  compose(message.head.transaction, message.head.message_id, made.tlvs.view());
   if (fault != nullptr) alter_answer(*fault, datagram_);
   const std::string meaning = trace_.meaning_of_answer(service, message, datagram_);
   const bool is_late = fault != nullptr && fault->action == fault_action::delay;
   const std::chrono::milliseconds delay(is_late ? *fault->value : 0);
   send(from, service, datagram_, delay, meaning);
-  for (const indication& each : std::exchange(modem_.indications, {})) indicate(each, delay);
-  restart_if_asked();
+  for (const indication& each : made.indications) indicate(each, service, delay);
+  if (made.restart) restart();
 }
 
-void dispatcher::restart_if_asked() {
-  if (std::exchange(modem_.restart_asked, false)) restart();
-}
-
-void dispatcher::answer_request(const client& from, const service_row& service,
-                                const qmi::message& message, const fault_rule* fault) {
-  auto error = qmi::error::invalid_qmi_command;
-  tlvs_.clear();
+reply dispatcher::answer_request(const client& from, const service_row& service,
+                                 const qmi::message& message, const fault_rule* fault) {
+  reply made = qmi::error::invalid_qmi_command;
   if (fault != nullptr && fault->action == fault_action::error) {
-    error = static_cast<qmi::error>(*fault->value);
+    made = static_cast<qmi::error>(*fault->value);
   } else if (const message_row* const row = service.find(message.head.message_id);
              row != nullptr && row->answer != nullptr) {
     try {
-      error = row->answer({from, message.head.transaction, message.tlvs, modem_}, tlvs_);
+      made = row->answer({from, message.tlvs, modem_});
     } catch (const failure& state_failed) {
       // The state could not be written, so the request must not seem to have worked.
       tell_user(state_failed.what());
-      error = qmi::error::internal;
+      made = qmi::error::internal;
     }
   }
-  modem_.activity.count(error == qmi::error::none ? event::answered : event::refused);
-  if (error == qmi::error::none) return;
-  modem_.indications.clear();
-  tlvs_.clear();
-  tlvs_.standard_response(error);
+  modem_.activity.count(made.result == qmi::error::none ? event::answered : event::refused);
+  return made;
 }
 
 void dispatcher::refuse_malformed(const client& from, const service_row& service,
@@ -113,14 +105,12 @@ void dispatcher::refuse_malformed(const client& from, const service_row& service
       *flags == static_cast<std::uint8_t>(qmi::message_kind::indication)) {
     return;
   }
-  tlvs_.clear();
-  tlvs_.standard_response(qmi::error::malformed_message);
-  compose(*transaction, message_id.value_or(0));
+  const reply refused = qmi::error::malformed_message;
+  compose(*transaction, message_id.value_or(0), refused.tlvs.view());
   deliver(from, service, datagram_);
 }
 
-void dispatcher::compose(std::uint16_t transaction, std::uint16_t message_id) {
-  const auto& tlvs = tlvs_.view();
+void dispatcher::compose(std::uint16_t transaction, std::uint16_t message_id, byte_view tlvs) {
   datagram_.resize(qmi::header_size);
   qmi::write_header({qmi::message_kind::response, transaction, message_id,
                      static_cast<std::uint16_t>(tlvs.size())},
@@ -136,12 +126,11 @@ void dispatcher::send(const client& to, const service_row& from, byte_view datag
   }
 }
 
-void dispatcher::indicate(const indication& what, std::chrono::milliseconds delay) {
-  const auto from = std::ranges::find(node_.services(), what.service, &service_row::id);
-  if (from == node_.services().end() || !node_.is_up(*from)) return;
+void dispatcher::indicate(const indication& what, const service_row& from,
+                          std::chrono::milliseconds delay) {
   constexpr std::uint16_t no_transaction = 0;
   send(
-      what.to, *from,
+      what.to, from,
       qmi::build_message(qmi::message_kind::indication, no_transaction, what.message_id, what.tlvs),
       delay, {});
 }

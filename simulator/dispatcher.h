@@ -13,8 +13,8 @@
 #include <asio/steady_timer.hpp>
 
 #include "protocol/qmi_message.h"
-#include "simulator/delayed_answers.h"
-#include "simulator/faults.h"
+#include "simulator/faults/delayed_answers.h"
+#include "simulator/faults/faults.h"
 #include "simulator/modem/modem.h"
 #include "simulator/node.h"
 #include "simulator/trace.h"
@@ -23,38 +23,37 @@ namespace sim {
 
 class dispatcher {
  public:
-  /// Applies the faults of the start.
+  /// Applies the faults that strike at the start.
   dispatcher(asio::io_context& io, modem& state, node& node, faults faults,
              std::chrono::milliseconds restart_time, trace& trace);
 
   /// A datagram that a client sent to `to`.
   void receive(const client& from, protocol::qrtr::address to, protocol::byte_view datagram);
 
-  /// To be called once the answer to a request, which may have asked for it, is on its way.
-  void restart_if_asked();
+  /// Every service goes down, with all that is unfinished, and comes back; those that are down for
+  /// good stay down.
+  void restart();
 
-  /// The client's port closed: nothing more can be sent to it.
+  /// The client's port has closed: nothing more can be sent to it.
   void client_gone(const client& gone);
 
  private:
   void serve(const client& from, const service_row& service, const protocol::qmi::message& message);
-  /// Leaves the TLVs of the answer in `tlvs_`.
-  void answer_request(const client& from, const service_row& service,
-                      const protocol::qmi::message& message, const fault_rule* fault);
+  [[nodiscard]] reply answer_request(const client& from, const service_row& service,
+                                     const protocol::qmi::message& message,
+                                     const fault_rule* fault);
   void refuse_malformed(const client& from, const service_row& service,
                         protocol::byte_view datagram);
-  void compose(std::uint16_t transaction, std::uint16_t message_id);
-  /// A delay of 0 is none.
+  /// Leaves the answer in `datagram_`.
+  void compose(std::uint16_t transaction, std::uint16_t message_id, protocol::byte_view tlvs);
+  /// A delay of 0 sends at once.
   void send(const client& to, const service_row& from, protocol::byte_view datagram,
             std::chrono::milliseconds delay, const std::string& meaning);
-  void indicate(const indication& what, std::chrono::milliseconds delay);
+  void indicate(const indication& what, const service_row& from, std::chrono::milliseconds delay);
   void deliver(const client& to, const service_row& from, protocol::byte_view datagram,
                std::string_view meaning = {});
   void take_down(const fault_rule& fault);
   void come_back(const service_row& service, std::chrono::milliseconds time);
-  /// Every service goes down, with all that is unfinished, and comes back; those that are down for
-  /// good stay down.
-  void restart();
 
   asio::io_context& io_;
   modem& modem_;
@@ -67,7 +66,6 @@ class dispatcher {
       returning_;  ///< services that are down for a time
 
   // The answer being made; kept for its memory.
-  protocol::qmi::tlv_writer tlvs_;
   std::vector<std::uint8_t> datagram_;
 };
 

@@ -11,7 +11,7 @@ struct usage_error : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// What was asked for did not work here and now: exit status 1.
+/// What was asked for failed: exit status 1.
 struct failure : std::runtime_error {
   using std::runtime_error::runtime_error;
 };

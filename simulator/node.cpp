@@ -13,7 +13,7 @@ using protocol::qrtr::control_packet;
 constexpr std::uint32_t first_port = 1;
 constexpr std::uint32_t instance = 1;
 
-// As many as a kernel's node keeps for all its clients together: bounds what one client can hold.
+// As many as a kernel's node keeps for all its clients together; bounds what one client can use.
 constexpr std::ptrdiff_t max_lookups_of_a_client = 128;
 
 }  // namespace

@@ -17,13 +17,13 @@ constexpr protocol::qrtr::address control_address{protocol::modem_socket::local_
 
 class node {
  public:
-  /// All services are up at first.
+  /// All services start up.
   node(std::span<const service_row> services, trace& trace);
 
-  /// From now on the port hears of services that come and go, at once of those that are up.
+  /// From now on reports services that come and go to the port; those that are up, at once.
   void attach(port& port);
 
-  /// What a client said to the control port.
+  /// A datagram that a client sent to the control port.
   void control(const client& from, protocol::byte_view datagram);
   void client_gone(const client& gone);
 

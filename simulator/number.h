@@ -7,7 +7,7 @@
 
 namespace sim {
 
-/// Decimal, or hexadecimal behind 0x. Nothing for any other text and for what is out of range.
+/// Decimal, or hexadecimal after 0x. Nothing for any other text or a number out of range.
 [[nodiscard]] std::optional<std::uint32_t> parse_number(std::string_view text, std::uint32_t least,
                                                         std::uint32_t most);
 

@@ -1,6 +1,8 @@
-// A port is a way into the modem. It owns sockets; what is said through them it passes to the
-// dispatcher, and it delivers what the modem says.
+// A port is a way into the modem. It owns sockets, passes what clients send to the dispatcher, and
+// delivers what the modem sends.
 #pragma once
+
+#include <tuple>
 
 #include "protocol/bytes.h"
 #include "protocol/qrtr.h"
@@ -18,12 +20,12 @@ class port {
   virtual void send(protocol::qrtr::address to, protocol::qrtr::address from,
                     protocol::byte_view datagram) = 0;
 
-  /// For a port whose clients look services up elsewhere than at our node.
+  /// For a port whose clients do not look services up at our node.
   virtual void service_up(const protocol::qrtr::server& /*server*/) {}
   virtual void service_down(const protocol::qrtr::server& /*server*/) {}
 };
 
-/// Whoever talks to a service. The same address may be in use behind two ports at once.
+/// A peer of a service. The same address may be in use at two ports at once.
 struct client {
   port* via = nullptr;
   protocol::qrtr::address at;
@@ -33,6 +35,14 @@ struct client {
   }
 
   friend bool operator==(const client&, const client&) = default;
+};
+
+/// For maps by client.
+struct client_order {
+  bool operator()(const client& left, const client& right) const {
+    return std::tie(left.via, left.at.node, left.at.port) <
+           std::tie(right.via, right.at.node, right.at.port);
+  }
 };
 
 }  // namespace sim

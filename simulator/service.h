@@ -15,7 +15,6 @@ struct modem;
 
 struct request {
   const client& from;
-  std::uint16_t transaction;
   protocol::byte_view tlvs;  ///< well formed as far as lengths go
   modem& state;
 };
@@ -23,21 +22,30 @@ struct request {
 /// What the modem sends unasked.
 struct indication {
   client to;
-  std::uint32_t service = 0;
   std::uint16_t message_id = 0;
   std::vector<std::uint8_t> tlvs;
 };
 
-/// Writes the TLVs of the answer. Any error but `none` is answered instead, in a standard response,
-/// and what was written is forgotten.
-using message_handler = protocol::qmi::error (*)(const request& asked,
-                                                 protocol::qmi::tlv_writer& answer);
+/// What a request comes to: the answer's TLVs, and what happens once the answer is on its way.
+struct reply {
+  /// No TLVs yet.
+  reply() = default;
+  /// A standard response; after success more TLVs may follow.
+  reply(protocol::qmi::error code) : result(code) { tlvs.standard_response(code); }
 
-/// Says in words what the TLVs of a request ask for, or what an answer to it says.
+  protocol::qmi::error result = protocol::qmi::error::none;
+  protocol::qmi::tlv_writer tlvs;
+  std::vector<indication> indications;  ///< of the same service, in this order
+  bool restart = false;                 ///< of the modem, after the indications
+};
+
+using message_handler = reply (*)(const request& asked);
+
+/// Describes in words what the TLVs of a request ask for, or what the answer to it says.
 using request_words = std::string (*)(protocol::byte_view request);
 using answer_words = std::string (*)(protocol::byte_view request, protocol::byte_view answer);
 
-/// How the trace shows a value of 1, 2, 4 or 8 bytes; every other is bytes.
+/// How the trace shows a value of 1, 2, 4 or 8 bytes; any other size is shown as bytes.
 enum class shown_as : std::uint8_t { number, bytes };
 
 /// What the trace calls a TLV.
@@ -53,7 +61,7 @@ struct message_row {
   message_handler answer;  ///< null: only an indication
   std::span<const tlv_row> request_tlvs;
   std::span<const tlv_row> response_tlvs;
-  request_words describe_request = nullptr;  ///< null: the TLVs say enough
+  request_words describe_request = nullptr;  ///< null: the TLVs suffice
   answer_words describe_answer = nullptr;
   std::span<const tlv_row> indication_tlvs = {};
 };

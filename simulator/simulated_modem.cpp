@@ -25,7 +25,7 @@ simulated_modem::simulated_modem(asio::io_context& io, const modem_options& opti
             .packets = *diag_packets_,
             .faults = diag::faults(options.diag_faults),
             .trace = trace_,
-            .after_request = [this] { dispatcher_.restart_if_asked(); }} {
+            .restart = [this] { dispatcher_.restart(); }} {
   if (options.qrtr) qrtr_.emplace(io, node_, dispatcher_, trace_);
   if (!options.at_device.empty()) at_.emplace(io, options.at_device, modem_, trace_);
   if (!options.qmux.empty()) {

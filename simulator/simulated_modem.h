@@ -13,8 +13,9 @@
 #include "simulator/diag/play.h"
 #include "simulator/diag/server.h"
 #include "simulator/dispatcher.h"
-#include "simulator/faults.h"
+#include "simulator/faults/faults.h"
 #include "simulator/modem/modem.h"
+#include "simulator/modem/settable.h"
 #include "simulator/node.h"
 #include "simulator/ports/at_port.h"
 #include "simulator/ports/diag_port.h"
@@ -22,7 +23,6 @@
 #include "simulator/ports/qmux_port.h"
 #include "simulator/ports/qrtr.h"
 #include "simulator/ports/socket_path.h"
-#include "simulator/settable.h"
 #include "simulator/trace.h"
 
 namespace sim {
@@ -40,10 +40,10 @@ struct modem_options {
   bool qmi_proxy = false;
   diag_ways diag;
   std::vector<diag::fault_rule> diag_faults;
-  std::shared_ptr<const diag::source> played;  ///< by DIAG; null: what the radio sees
+  std::shared_ptr<const diag::source> played;  ///< over DIAG; null: what the radio sees
 };
 
-/// Where clients look for DIAG when they have been told nothing else.
+/// Where clients look for DIAG by default.
 [[nodiscard]] std::string diag_socket_beside(const std::string& modem_socket);
 
 class simulated_modem {
@@ -54,8 +54,7 @@ class simulated_modem {
   [[nodiscard]] std::uint16_t diag_tcp_port() const { return diag_port_.tcp_port(); }
 
  private:
-  // The sockets' places come first: a second modem there must not touch the
-  // state.
+  // The sockets come first: a second modem on the same paths must not touch the state.
   trace trace_;
   modem_socket_port socket_;
   diag_port diag_port_;

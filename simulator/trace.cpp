@@ -141,7 +141,7 @@ void trace::control(direction way, const client& who,
 
 void trace::bad_control(const client& who, byte_view datagram) {
   if (!on()) return;
-  write(fmt::format("{}ignored, no control packet\n{}{}\n",
+  write(fmt::format("{}ignored, not a control packet\n{}{}\n",
                     start_line(direction::to_modem, who, "control"), indent,
                     describe_bytes(datagram)));
 }

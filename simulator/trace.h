@@ -1,5 +1,5 @@
-// The exchange as a reader follows it: one line for a message or control packet, one for each TLV,
-// with the names of the service rows.
+// The exchange for a human reader: a line for each message or control packet and one for each TLV,
+// with the names from the service rows.
 #pragma once
 
 #include <chrono>
@@ -25,11 +25,11 @@ class trace {
   void client_leaves(const client& who, std::string_view reason);
   void control(direction way, const client& who, const protocol::qrtr::control_packet& packet);
   void bad_control(const client& who, protocol::byte_view datagram);
-  /// An answer comes with its meaning, which is not to be had from its bytes alone.
+  /// An answer comes with its meaning, which its bytes alone do not show.
   void message(direction way, const client& who, const service_row& service,
                protocol::byte_view datagram, std::string_view meaning = {});
   void dropped(const client& who, protocol::qrtr::address to, std::size_t size);
-  /// About what the modem does by itself.
+  /// About what the modem does of its own accord.
   void note(std::string_view text);
   void fault(std::string_view rule);
   /// A packet of the DIAG port's client `number`.

@@ -1,11 +1,11 @@
 #include "simulator/diag/command.h"
 
-#include "simulator/standard_streams.h"
+#include "simulator/standard_error.h"
 
 namespace sim::diag {
 namespace {
 
-/// Nothing when the packet is too short to say.
+/// Nothing when the packet is too short to tell.
 std::optional<command_id> identify(byte_view bytes) {
   if (bytes.empty()) return std::nullopt;
   protocol::byte_reader in(bytes);
@@ -45,21 +45,20 @@ const command_row* find(const command_id& id) {
   return nullptr;
 }
 
-/// An operation that a known command does not have is another error than a command that is unknown.
+/// An unknown operation of a known command is a different error than an unknown command.
 refusal unknown(const command_id& id) {
   return id.code == wire::log_config || id.code == wire::message_config ? refusal::bad_parameter
                                                                         : refusal::bad_command;
 }
 
-refusal try_to_answer(byte_view bytes, session& from, modem& state, packet& answer) {
+reply try_to_answer(byte_view bytes, session& from, modem& state) {
   const auto id = identify(bytes);
   if (!id) return refusal::bad_length;
   const command_row* const row = find(*id);
   if (row == nullptr) return unknown(*id);
   if (bytes.size() < row->least || bytes.size() > row->most) return refusal::bad_length;
-  answer.assign(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(row->repeated));
   try {
-    return row->answer({bytes, from, state}, answer);
+    return row->answer({bytes, bytes.first(row->repeated), from, state});
   } catch (const failure& state_failed) {
     tell_user(state_failed.what());
     return refusal::bad_parameter;
@@ -81,10 +80,10 @@ packet refuse(std::uint8_t code, byte_view bytes) {
   return answer;
 }
 
-packet answer(byte_view bytes, session& from, modem& state) {
-  packet made;
-  const refusal error = try_to_answer(bytes, from, state, made);
-  return error == refusal::none ? made : refuse(static_cast<std::uint8_t>(error), bytes);
+reply answer(byte_view bytes, session& from, modem& state) {
+  reply made = try_to_answer(bytes, from, state);
+  if (made.refused) made.answer = refuse(static_cast<std::uint8_t>(*made.refused), bytes);
+  return made;
 }
 
 }  // namespace sim::diag

@@ -22,8 +22,11 @@ struct session {
   efs_handles files;
 };
 
+using packet = std::vector<std::uint8_t>;
+
 struct request {
-  byte_view bytes;  ///< the whole packet, as long as its row allows
+  byte_view bytes;     ///< the whole packet, as long as its row allows
+  byte_view repeated;  ///< its first bytes, which the answer repeats
   session& from;
   modem& state;
 
@@ -31,22 +34,31 @@ struct request {
   [[nodiscard]] T at(std::size_t offset) const {
     return protocol::load_le<T>(bytes.subspan(offset));
   }
-};
 
-using packet = std::vector<std::uint8_t>;
+  /// What every answer to it begins with.
+  [[nodiscard]] packet begin_answer() const { return {repeated.begin(), repeated.end()}; }
+};
 
 /// An answer that refuses is this code and the whole request.
 enum class refusal : std::uint8_t {
-  none = 0,
   bad_command = static_cast<std::uint8_t>(wire::error_code::bad_command),
   bad_parameter = static_cast<std::uint8_t>(wire::error_code::bad_parameter),
   bad_length = static_cast<std::uint8_t>(wire::error_code::bad_length),
 };
 
-/// Appends to the answer, which already repeats the begin of the request.
-using handler = refusal (*)(const request& asked, packet& answer);
+/// What a request comes to.
+struct reply {
+  reply(packet given) : answer(std::move(given)) {}
+  reply(refusal code) : refused(code) {}
 
-/// Which command a packet is: by its code alone, or with what subdivides it.
+  packet answer;
+  std::optional<refusal> refused;
+  bool restart = false;  ///< the modem restarts once the answer is on its way
+};
+
+using handler = reply (*)(const request& asked);
+
+/// Which command a packet is: its code alone, or its code and what subdivides it.
 struct command_id {
   std::uint8_t code = 0;
   std::uint8_t subsystem = 0;                ///< of code 4B
@@ -92,8 +104,8 @@ struct command_row {
 /// What the trace calls a request.
 [[nodiscard]] const char* name_of(byte_view bytes);
 
-/// The answer to a request, whatever it is.
-[[nodiscard]] packet answer(byte_view bytes, session& from, modem& state);
+/// The reply to a request, whatever it is; a refusal is in its answer.
+[[nodiscard]] reply answer(byte_view bytes, session& from, modem& state);
 
 /// code | the whole request
 [[nodiscard]] packet refuse(std::uint8_t code, byte_view bytes);

@@ -3,7 +3,7 @@
 #include <cerrno>
 
 #include "simulator/diag/command.h"
-#include "simulator/standard_streams.h"
+#include "simulator/standard_error.h"
 
 namespace sim::diag {
 namespace {
@@ -26,7 +26,7 @@ void append_word(packet& out, std::int64_t value) {
   append_le(out, static_cast<std::uint32_t>(value));
 }
 
-/// Up to the zero byte, which must be there, and what is behind it.
+/// The text up to the zero byte, which must be there, and what follows it.
 struct c_string {
   std::string text;
   byte_view rest;
@@ -52,29 +52,31 @@ int guarded(Action action) {
   }
 }
 
-refusal hello(const request& asked, packet& answer) {
+reply hello(const request& asked) {
   constexpr std::size_t windows = 24;
   constexpr std::uint32_t version = 1;
   constexpr std::size_t features_at = header + windows + 3 * sizeof(version);
+  packet answer = asked.begin_answer();
   answer.insert(answer.end(), asked.bytes.begin() + header, asked.bytes.begin() + header + windows);
   for (int i = 0; i < 3; ++i) append_le(answer, version);
   append_le(answer, asked.at<std::uint32_t>(features_at));
-  return refusal::none;
+  return answer;
 }
 
 constexpr std::uint32_t most_links = 8;
 constexpr std::uint32_t most_directories = 32;
 
-refusal query(const request& /*asked*/, packet& answer) {
+reply query(const request& asked) {
+  packet answer = asked.begin_answer();
   for (const std::size_t each :
        {max_efs_path_size, max_efs_path_size, std::size_t{most_links}, max_efs_file_size,
         std::size_t{most_directories}, std::size_t{1}}) {
     append_word(answer, static_cast<std::int64_t>(each));
   }
-  return refusal::none;
+  return answer;
 }
 
-/// What a call leads to: an error number, or 0 and the handle.
+/// Returns an error number, or 0 and sets the handle.
 int open_path(const request& asked, const std::string& given, std::uint32_t flags,
               std::int64_t& handle) {
   efs_tree& tree = asked.state.tree;
@@ -97,23 +99,25 @@ int open_path(const request& asked, const std::string& given, std::uint32_t flag
   return 0;
 }
 
-refusal open(const request& asked, packet& answer) {
+reply open(const request& asked) {
   const auto path = take_path(asked.bytes.subspan(header + 8));
   if (!path) return refusal::bad_parameter;
   std::int64_t handle = -1;
   const int error =
       guarded([&] { return open_path(asked, *path, asked.at<std::uint32_t>(header), handle); });
+  packet answer = asked.begin_answer();
   append_word(answer, handle);
   append_word(answer, error);
-  return refusal::none;
+  return answer;
 }
 
-refusal close(const request& asked, packet& answer) {
+reply close(const request& asked) {
+  packet answer = asked.begin_answer();
   append_word(answer, asked.from.files.files.close(asked.at<std::uint32_t>(header)) ? 0 : EBADF);
-  return refusal::none;
+  return answer;
 }
 
-refusal read(const request& asked, packet& answer) {
+reply read(const request& asked) {
   constexpr std::size_t head = header + 16;
   const auto handle = asked.at<std::uint32_t>(header);
   const auto count = asked.at<std::uint32_t>(header + 4);
@@ -129,15 +133,16 @@ refusal read(const request& asked, packet& answer) {
     data.assign(part.begin(), part.end());
     return 0;
   });
+  packet answer = asked.begin_answer();
   append_le(answer, handle);
   append_le(answer, offset);
   append_word(answer, error == 0 ? static_cast<std::int64_t>(data.size()) : -1);
   append_word(answer, error);
   answer.insert(answer.end(), data.begin(), data.end());
-  return refusal::none;
+  return answer;
 }
 
-refusal write(const request& asked, packet& answer) {
+reply write(const request& asked) {
   const auto handle = asked.at<std::uint32_t>(header);
   const auto offset = asked.at<std::uint32_t>(header + 4);
   const byte_view data = asked.bytes.subspan(header + 8);
@@ -151,20 +156,22 @@ refusal write(const request& asked, packet& answer) {
     std::ranges::copy(data, whole->begin() + offset);
     return asked.state.tree.write(file->path, *whole);
   });
+  packet answer = asked.begin_answer();
   append_le(answer, handle);
   append_le(answer, offset);
   append_word(answer, error == 0 ? static_cast<std::int64_t>(data.size()) : -1);
   append_word(answer, error);
-  return refusal::none;
+  return answer;
 }
 
-/// Path behind `head`, error in the answer.
+/// Path after `head` bytes, error in the answer.
 template <int (*act)(const request&, const std::string&), std::size_t head>
-refusal on_path(const request& asked, packet& answer) {
+reply on_path(const request& asked) {
   const auto path = take_path(asked.bytes.subspan(head));
   if (!path) return refusal::bad_parameter;
+  packet answer = asked.begin_answer();
   append_word(answer, guarded([&] { return act(asked, *path); }));
-  return refusal::none;
+  return answer;
 }
 
 int unlink(const request& asked, const std::string& path) {
@@ -200,12 +207,13 @@ int access(const request& asked, const std::string& path) {
 
 /// Two paths, error in the answer.
 template <int (*act)(const request&, const std::string&, const std::string&)>
-refusal on_two_paths(const request& asked, packet& answer) {
+reply on_two_paths(const request& asked) {
   const auto first = take_string(asked.bytes.subspan(header));
   const auto second = first ? take_string(first->rest) : std::nullopt;
   if (!second) return refusal::bad_parameter;
+  packet answer = asked.begin_answer();
   append_word(answer, guarded([&] { return act(asked, first->text, second->text); }));
-  return refusal::none;
+  return answer;
 }
 
 int rename(const request& asked, const std::string& from, const std::string& to) {
@@ -215,7 +223,7 @@ int symlink(const request& asked, const std::string& target, const std::string& 
   return asked.state.tree.make_link(efs_tree::normal(path), target);
 }
 
-refusal readlink(const request& asked, packet& answer) {
+reply readlink(const request& asked) {
   const auto path = take_path(asked.bytes.subspan(header));
   if (!path) return refusal::bad_parameter;
   std::string target;
@@ -225,13 +233,14 @@ refusal readlink(const request& asked, packet& answer) {
     target = *found;
     return 0;
   });
+  packet answer = asked.begin_answer();
   append_word(answer, error);
   answer.insert(answer.end(), target.begin(), target.end());
   answer.push_back(0);
-  return refusal::none;
+  return answer;
 }
 
-refusal opendir(const request& asked, packet& answer) {
+reply opendir(const request& asked) {
   const auto given = take_path(asked.bytes.subspan(header));
   if (!given) return refusal::bad_parameter;
   std::int64_t handle = 0;
@@ -245,9 +254,10 @@ refusal opendir(const request& asked, packet& answer) {
     handle = *opened;
     return 0;
   });
+  packet answer = asked.begin_answer();
   append_word(answer, handle);
   append_word(answer, error);
-  return refusal::none;
+  return answer;
 }
 
 std::uint32_t entry_type(std::uint32_t mode) {
@@ -261,7 +271,7 @@ std::uint32_t entry_type(std::uint32_t mode) {
   }
 }
 
-refusal readdir(const request& asked, packet& answer) {
+reply readdir(const request& asked) {
   const auto handle = asked.at<std::uint32_t>(header);
   const auto sequence = asked.at<std::uint32_t>(header + 4);
   efs_status status;
@@ -277,22 +287,24 @@ refusal readdir(const request& asked, packet& answer) {
     status = asked.state.tree.status(path).value_or(efs_status{});
     return 0;
   });
+  packet answer = asked.begin_answer();
   append_le(answer, handle);
   append_le(answer, sequence);
   append_word(answer, error);
   append_le(answer, entry_type(status.mode));
   append_le(answer, status.mode);
   append_le(answer, status.size);
-  answer.resize(answer.size() + 3 * sizeof(std::uint32_t));  // times, which nobody keeps
+  answer.resize(answer.size() + 3 * sizeof(std::uint32_t));  // times, which are not kept
   answer.insert(answer.end(), name.begin(), name.end());
   answer.push_back(0);
-  return refusal::none;
+  return answer;
 }
 
-refusal closedir(const request& asked, packet& answer) {
+reply closedir(const request& asked) {
   const bool was_open = asked.from.files.directories.close(asked.at<std::uint32_t>(header));
+  packet answer = asked.begin_answer();
   append_word(answer, was_open ? 0 : directory_not_open);
-  return refusal::none;
+  return answer;
 }
 
 enum class follow : std::uint8_t { no, yes };
@@ -315,45 +327,49 @@ void append_status(packet& answer, int error, const efs_status& found) {
   answer.resize(answer.size() + 3 * sizeof(std::uint32_t));
 }
 
-refusal stat(const request& asked, packet& answer) {
+reply stat(const request& asked) {
   const auto path = take_path(asked.bytes.subspan(header));
   if (!path) return refusal::bad_parameter;
   efs_status found;
   const int error = guarded([&] { return find_status(asked, *path, follow::yes, found); });
+  packet answer = asked.begin_answer();
   append_status(answer, error, found);
-  return refusal::none;
+  return answer;
 }
 
-refusal lstat(const request& asked, packet& answer) {
+reply lstat(const request& asked) {
   const auto path = take_path(asked.bytes.subspan(header));
   if (!path) return refusal::bad_parameter;
   efs_status found;
+  packet answer = asked.begin_answer();
   append_word(answer, guarded([&] { return find_status(asked, *path, follow::no, found); }));
   append_le(answer, found.mode);
   answer.resize(answer.size() + 3 * sizeof(std::uint32_t));
-  return refusal::none;
+  return answer;
 }
 
-refusal fstat(const request& asked, packet& answer) {
+reply fstat(const request& asked) {
   efs_status found;
   const int error = guarded([&] {
     const open_file* const file = asked.from.files.files.find(asked.at<std::uint32_t>(header));
     return file == nullptr ? EBADF : find_status(asked, file->path, follow::no, found);
   });
+  packet answer = asked.begin_answer();
   append_status(answer, error, found);
-  return refusal::none;
+  return answer;
 }
 
-// What the file system is said to lie on.
+// The flash that the file system reports.
 constexpr std::uint32_t page_size = 2048;
 constexpr std::uint32_t pages_per_block = 64;
 constexpr std::uint32_t blocks = 128;
 
-refusal statfs(const request& asked, packet& answer) {
+reply statfs(const request& asked) {
   constexpr char type[] = "EFS2    ";
   constexpr std::uint32_t most_files = 1024;
   constexpr std::uint32_t free_blocks = blocks / 2;
   std::uint32_t files = 0;
+  packet answer = asked.begin_answer();
   append_word(answer, guarded([&] {
                 files = asked.state.tree.files();
                 return 0;
@@ -364,12 +380,13 @@ refusal statfs(const request& asked, packet& answer) {
                                    std::uint32_t{max_efs_file_size}, files, most_files}) {
     append_le(answer, each);
   }
-  return refusal::none;
+  return answer;
 }
 
-refusal device_info(const request& /*asked*/, packet& answer) {
+reply device_info(const request& asked) {
   constexpr std::string_view name = "TVK NAND";
   constexpr std::uint32_t spare = 64;
+  packet answer = asked.begin_answer();
   for (const std::uint32_t each : {std::uint32_t{0}, blocks, pages_per_block, page_size,
                                    page_size + spare, std::uint32_t{0}, std::uint32_t{0}}) {
     append_le(answer, each);
@@ -377,20 +394,22 @@ refusal device_info(const request& /*asked*/, packet& answer) {
   answer.push_back(0);
   answer.insert(answer.end(), name.begin(), name.end());
   answer.push_back(0);
-  return refusal::none;
+  return answer;
 }
 
 /// Every change is on its way to the disk when its answer is sent.
-refusal sync(const request& /*asked*/, packet& answer) {
+reply sync(const request& asked) {
+  packet answer = asked.begin_answer();
   append_word(answer, 1);
   append_word(answer, 0);
-  return refusal::none;
+  return answer;
 }
 
-refusal sync_status(const request& /*asked*/, packet& answer) {
+reply sync_status(const request& asked) {
+  packet answer = asked.begin_answer();
   answer.push_back(1);
   append_word(answer, 0);
-  return refusal::none;
+  return answer;
 }
 
 constexpr std::size_t sequenced = header + 2;  // the answer repeats a sequence number

@@ -1,5 +1,5 @@
-// Files and directories that one DIAG client has open. Only names are held: what is in a file is
-// read and written in the store, so that all who look see the same.
+// Files and directories that one DIAG client has open. Only names are held: contents are
+// read and written in the store, so that all clients see the same.
 #pragma once
 
 #include <cstdint>
@@ -20,7 +20,7 @@ struct open_directory {
   std::vector<std::string> names;  ///< as they were when it was opened
 };
 
-/// Small numbers for things that are open, the lowest that is free first.
+/// Small numbers for what is open, the lowest free one first.
 template <typename Thing>
 class handles {
  public:

@@ -26,7 +26,7 @@ constexpr action_form actions[] = {
 };
 static_assert(actions[static_cast<std::size_t>(fault_action::disconnect)].name == "disconnect");
 
-/// Pairs of digits behind 0x, in the order of the wire.
+/// Pairs of digits after 0x, in wire order.
 std::optional<std::vector<std::uint8_t>> parse_bytes(std::string_view text) {
   if (!text.starts_with("0x") || text.size() == 2 || text.size() % 2 != 0) return std::nullopt;
   std::vector<std::uint8_t> bytes;
@@ -50,9 +50,10 @@ fault_rule parse_fault_rule(std::string_view text) {
   if (read.message) {
     auto bytes = parse_bytes(*read.message);
     if (!bytes) {
-      refuse_rule(text,
-                  fmt::format("'{}' is not the begin of a request, such as 0x4B0B", *read.message),
-                  actions);
+      refuse_rule(
+          text,
+          fmt::format("'{}' is not the beginning of a request, such as 0x4B0B", *read.message),
+          actions);
     }
     rule.bytes = *std::move(bytes);
   }

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "protocol/bytes.h"
-#include "simulator/rule_text.h"
+#include "simulator/faults/rule_text.h"
 
 namespace sim::diag {
 
@@ -21,8 +21,8 @@ enum class fault_action : std::uint8_t {
   bad_crc,     ///< the answer's frame has a wrong CRC
   split,       ///< the answer's frame comes in pieces of VALUE bytes or one byte
   truncate,    ///< only the first VALUE bytes of the answer, in a good frame
-  log,         ///< VALUE log packets or one, which nobody asked for, come before the answer
-  disconnect,  ///< the client is hung up on, the request is not acted on
+  log,         ///< VALUE log packets or one, not requested, come before the answer
+  disconnect,  ///< the connection is closed, the request is not acted on
 };
 
 struct fault_rule {

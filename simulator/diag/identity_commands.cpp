@@ -30,7 +30,8 @@ std::uint32_t esn(modem& state) {
 }
 
 /// Compiled, released, version directory, then numbers of the mobile.
-refusal version(const request& /*asked*/, packet& answer) {
+reply version(const request& asked) {
+  packet answer = asked.begin_answer();
   append(answer,
          "Jan 15 2026"
          "10:20:30");
@@ -41,85 +42,96 @@ refusal version(const request& /*asked*/, packet& answer) {
   for (const int each : {0x3A, 0x09, 0xFF, 0x64, 0x00, 0x02, 0x09, 0x0B}) {
     answer.push_back(static_cast<std::uint8_t>(each));
   }
-  return refusal::none;
+  return answer;
 }
 
-refusal serial_number(const request& asked, packet& answer) {
+reply serial_number(const request& asked) {
+  packet answer = asked.begin_answer();
   append_le(answer, esn(asked.state));
-  return refusal::none;
+  return answer;
 }
 
-refusal diag_version(const request& /*asked*/, packet& answer) {
+reply diag_version(const request& asked) {
+  packet answer = asked.begin_answer();
   append_le(answer, std::uint16_t{8});
-  return refusal::none;
+  return answer;
 }
 
-refusal time_stamp(const request& /*asked*/, packet& answer) {
+reply time_stamp(const request& asked) {
   const auto now = std::chrono::system_clock::now().time_since_epoch();
+  packet answer = asked.begin_answer();
   append_le(answer, protocol::diag::from_unix_microseconds(
                         std::chrono::duration_cast<std::chrono::microseconds>(now).count()));
-  return refusal::none;
+  return answer;
 }
 
-/// All of what is asked is in the answer already.
-refusal repeat(const request& /*asked*/, packet& /*answer*/) {
-  return refusal::none;
+/// The answer is the request.
+reply repeat(const request& asked) {
+  return asked.begin_answer();
 }
 
-refusal security_code(const request& asked, packet& answer) {
+reply security_code(const request& asked) {
   const auto code = asked.state.nv.read(0, security_code_item);
+  packet answer = asked.begin_answer();
   answer.push_back(code && std::ranges::equal(*code, asked.bytes.subspan(1)) ? 1 : 0);
-  return refusal::none;
+  return answer;
 }
 
-refusal password(const request& asked, packet& answer) {
+reply password(const request& asked) {
   const bool right = std::ranges::all_of(asked.bytes.subspan(1), [](auto b) { return b == 0xFF; });
+  packet answer = asked.begin_answer();
   answer.push_back(right ? 1 : 0);
-  return refusal::none;
+  return answer;
 }
 
 constexpr std::uint32_t chip = 0x000090B0;
 constexpr std::uint32_t family = 0x00001007;
 
-/// Both strings must be ended; a client cuts the build id when there is a model behind it.
-refusal build_id(const request& /*asked*/, packet& answer) {
+/// Both strings must be terminated; a client cuts the build id when a model follows it.
+reply build_id(const request& asked) {
+  packet answer = asked.begin_answer();
   answer.push_back(1);
   append_le(answer, std::uint16_t{0});
   append_le(answer, chip);
   append_le(answer, family);
   append_c_string(answer, "TVK-MODEM-" TVK_MODEM_VERSION);
   append_c_string(answer, "");
-  return refusal::none;
+  return answer;
 }
 
-refusal largest_packet(const request& /*asked*/, packet& answer) {
+reply largest_packet(const request& asked) {
+  packet answer = asked.begin_answer();
   append_le(answer, static_cast<std::uint32_t>(any_size));
-  return refusal::none;
+  return answer;
 }
 
-refusal diag_ids(const request& /*asked*/, packet& answer) {
+reply diag_ids(const request& asked) {
+  packet answer = asked.begin_answer();
   answer.push_back(1);
   answer.push_back(0);
-  return refusal::none;
+  return answer;
 }
 
-refusal poll(const request& /*asked*/, packet& answer) {
+reply poll(const request& asked) {
+  packet answer = asked.begin_answer();
   answer.resize(16);
-  return refusal::none;
+  return answer;
 }
 
-refusal mobile_id(const request& /*asked*/, packet& answer) {
+reply mobile_id(const request& asked) {
+  packet answer = asked.begin_answer();
   append_le(answer, std::uint32_t{2});
   append_le(answer, family);
   append_le(answer, chip);
-  return refusal::none;
+  return answer;
 }
 
-/// Counting bytes behind the header, so that a reader sees at once what is missing.
-refusal factory_test(const request& asked, packet& answer) {
+/// Counting bytes after the header, so that a reader sees at once what is missing.
+reply factory_test(const request& asked) {
+  packet answer = asked.begin_answer();
   const std::size_t size = std::max<std::size_t>(asked.state.factory_answer, answer.size());
   while (answer.size() < size) answer.push_back(static_cast<std::uint8_t>(answer.size() - 4));
-  return refusal::none;
+  return answer;
 }
 
 constexpr command_row rows[] = {

@@ -24,16 +24,18 @@ bool has_logs(std::uint32_t equipment) {
   return equipment < equipment_ids && log_items.at(equipment) != 0;
 }
 
-refusal disable_logs(const request& asked, packet& answer) {
+reply disable_logs(const request& asked) {
   asked.from.masks.clear_logs();
+  packet answer = asked.begin_answer();
   append_status(answer, log_status::done);
-  return refusal::none;
+  return answer;
 }
 
-refusal log_ranges(const request& /*asked*/, packet& answer) {
+reply log_ranges(const request& asked) {
+  packet answer = asked.begin_answer();
   append_status(answer, log_status::done);
   for (const std::uint32_t items : log_items) append_le(answer, items);
-  return refusal::none;
+  return answer;
 }
 
 constexpr std::size_t log_equipment_at = 8;
@@ -54,48 +56,52 @@ void append_bad_equipment(packet& out, std::uint32_t equipment) {
   append_le(out, std::uint32_t{0});
 }
 
-refusal valid_logs(const request& asked, packet& answer) {
+reply valid_logs(const request& asked) {
   const auto equipment = asked.at<std::uint32_t>(log_equipment_at);
+  packet answer = asked.begin_answer();
   if (has_logs(equipment)) {
     const std::vector<std::uint8_t> all(mask_bytes(items_per_equipment), 0xFF);
     append_log_mask(answer, equipment, log_items.at(equipment), all);
   } else {
     append_bad_equipment(answer, equipment);
   }
-  return refusal::none;
+  return answer;
 }
 
-refusal set_logs(const request& asked, packet& answer) {
+reply set_logs(const request& asked) {
   const auto equipment = asked.at<std::uint32_t>(log_equipment_at);
   const auto bits = asked.at<std::uint32_t>(log_count_at);
   if (bits > items_per_equipment) return refusal::bad_parameter;
   if (asked.bytes.size() != log_mask_at + mask_bytes(bits)) return refusal::bad_length;
+  packet answer = asked.begin_answer();
   if (has_logs(equipment)) {
     asked.from.masks.set_logs(equipment, bits, asked.bytes.subspan(log_mask_at));
     append_log_mask(answer, equipment, bits, asked.from.masks.logs(equipment));
   } else {
     append_bad_equipment(answer, equipment);
   }
-  return refusal::none;
+  return answer;
 }
 
-refusal get_logs(const request& asked, packet& answer) {
+reply get_logs(const request& asked) {
   const auto equipment = asked.at<std::uint32_t>(log_equipment_at);
+  packet answer = asked.begin_answer();
   if (has_logs(equipment)) {
     append_log_mask(answer, equipment, log_items.at(equipment), asked.from.masks.logs(equipment));
   } else {
     append_bad_equipment(answer, equipment);
   }
-  return refusal::none;
+  return answer;
 }
 
 /// The answer is an event report without events.
-refusal event_reports(const request& asked, packet& answer) {
+reply event_reports(const request& asked) {
   const auto on = asked.at<std::uint8_t>(1);
   if (on > 1) return refusal::bad_parameter;
   asked.from.masks.report_events(on == 1);
+  packet answer = asked.begin_answer();
   append_le(answer, std::uint16_t{0});
-  return refusal::none;
+  return answer;
 }
 
 /// 0, reserved, number of bits, mask
@@ -106,27 +112,30 @@ void append_event_mask(packet& out, const masks& from, std::uint32_t bits) {
   append(out, first_bits(from.events(), bits));
 }
 
-refusal get_events(const request& asked, packet& answer) {
+reply get_events(const request& asked) {
+  packet answer = asked.begin_answer();
   append_event_mask(answer, asked.from.masks, event_ids);
-  return refusal::none;
+  return answer;
 }
 
 constexpr std::size_t event_mask_at = 6;
 
-refusal set_events(const request& asked, packet& answer) {
+reply set_events(const request& asked) {
   const std::uint32_t bits = asked.at<std::uint16_t>(4);
   if (bits > event_ids) return refusal::bad_parameter;
   if (asked.bytes.size() != event_mask_at + mask_bytes(bits)) return refusal::bad_length;
   asked.from.masks.set_events(bits, asked.bytes.subspan(event_mask_at));
+  packet answer = asked.begin_answer();
   append_event_mask(answer, asked.from.masks, bits);
-  return refusal::none;
+  return answer;
 }
 
 // The opposite of the status of log masks.
 constexpr std::uint8_t messages_done = 1;
 constexpr std::uint8_t messages_failed = 0;
 
-refusal message_range_list(const request& /*asked*/, packet& answer) {
+reply message_range_list(const request& asked) {
+  packet answer = asked.begin_answer();
   answer.push_back(messages_done);
   answer.push_back(0);
   append_le(answer, static_cast<std::uint32_t>(std::size(message_ranges)));
@@ -134,7 +143,7 @@ refusal message_range_list(const request& /*asked*/, packet& answer) {
     append_le(answer, each.first);
     append_le(answer, each.last);
   }
-  return refusal::none;
+  return answer;
 }
 
 struct asked_messages {
@@ -161,21 +170,23 @@ void append_messages(packet& out, const asked_messages& range, MaskOf mask_of) {
   }
 }
 
-refusal built_messages(const request& asked, packet& answer) {
+reply built_messages(const request& asked) {
   const asked_messages range{asked.at<std::uint16_t>(2), asked.at<std::uint16_t>(4)};
   if (range.first > range.last) return refusal::bad_parameter;
+  packet answer = asked.begin_answer();
   append_messages(answer, range, [](std::uint16_t) { return message_levels; });
-  return refusal::none;
+  return answer;
 }
 
-refusal get_messages(const request& asked, packet& answer) {
+reply get_messages(const request& asked) {
   const asked_messages range{asked.at<std::uint16_t>(2), asked.at<std::uint16_t>(4)};
   if (range.first > range.last) return refusal::bad_parameter;
+  packet answer = asked.begin_answer();
   append_messages(answer, range, [&](std::uint16_t id) { return asked.from.masks.messages[id]; });
-  return refusal::none;
+  return answer;
 }
 
-refusal set_messages(const request& asked, packet& answer) {
+reply set_messages(const request& asked) {
   const asked_messages range{asked.at<std::uint16_t>(2), asked.at<std::uint16_t>(4)};
   if (range.first > range.last) return refusal::bad_parameter;
   if (asked.bytes.size() != message_masks_at + 4 * range.count()) return refusal::bad_length;
@@ -185,22 +196,24 @@ refusal set_messages(const request& asked, packet& answer) {
           asked.at<std::uint32_t>(message_masks_at + 4 * i);
     }
   }
+  packet answer = asked.begin_answer();
   append_messages(answer, range, [&](std::uint16_t id) { return asked.from.masks.messages[id]; });
-  return refusal::none;
+  return answer;
 }
 
 /// One router takes this with a single reserved byte; so do we.
-refusal set_all_messages(const request& asked, packet& answer) {
+reply set_all_messages(const request& asked) {
   const auto mask = asked.at<std::uint32_t>(asked.bytes.size() - 4);
   for (const message_range& each : message_ranges) {
     for (std::uint32_t id = each.first; id <= each.last; ++id) {
       asked.from.masks.messages[static_cast<std::uint16_t>(id)] = mask;
     }
   }
+  packet answer = asked.begin_answer();
   answer.push_back(messages_done);
   answer.push_back(0);
   append_le(answer, mask);
-  return refusal::none;
+  return answer;
 }
 
 constexpr command_row rows[] = {

@@ -22,7 +22,7 @@ std::vector<std::uint8_t> first_bits(byte_view mask, std::uint32_t bits) {
   return first;
 }
 
-// A client that turns reports on without a word about events gets all of them.
+// A client that turns reports on and sets no event mask gets all events.
 masks::masks() : events_(mask_bytes(event_ids), 0xFF) {
   for (auto& each : logs_) each.resize(mask_bytes(items_per_equipment));
 }
@@ -74,7 +74,7 @@ byte_view masks::select(byte_view packet, std::vector<std::uint8_t>& shortened) 
       all = false;
       continue;
     }
-    // Each gets a full time: the one that carried it may be left out.
+    // Each gets a full time: the event that carried it may be left out.
     const auto alone = wire::build_event_report(*one);
     shortened.insert(shortened.end(), alone.begin() + report_header_size, alone.end());
   }

@@ -16,7 +16,7 @@ constexpr std::size_t equipment_ids = 16;
 constexpr std::uint32_t items_per_equipment = 0x1000;
 constexpr std::uint32_t event_ids = 0x1000;
 
-/// Mask bits announced for each equipment id; 0 is none.
+/// Mask bits announced for each equipment id; 0: it has no logs.
 constexpr std::array<std::uint32_t, equipment_ids> log_items = {
     0, 0xFD4, 0, 0, 0x921, 0xE01, 0, 0xB57, 0, 0, 0x392, 0xFFF, 0, 0x207, 0, 0};
 
@@ -52,12 +52,12 @@ class masks {
 
   [[nodiscard]] bool wants_log(std::uint16_t code) const;
   [[nodiscard]] bool wants_event(std::uint16_t id) const;
-  /// False: nothing at all.
+  /// False: nothing.
   [[nodiscard]] bool wants_any() const { return events_on_ || any_log_; }
 
-  /// Log packet or event report, in its radio wrapper or without, as it is to be sent to the
-  /// client: whole, with the events that it wants, or not at all (empty). The result lies in
-  /// `packet` or in `shortened`.
+  /// What to send to the client of a log packet or event report, with or without its radio wrapper:
+  /// all of it, only the events that it wants, or nothing (empty). The result lies in `packet` or
+  /// in `shortened`.
   [[nodiscard]] byte_view select(byte_view packet, std::vector<std::uint8_t>& shortened) const;
 
  private:

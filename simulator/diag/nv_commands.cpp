@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "simulator/diag/command.h"
-#include "simulator/standard_streams.h"
+#include "simulator/standard_error.h"
 
 namespace sim::diag {
 namespace {
@@ -12,7 +12,7 @@ constexpr std::size_t wire_size = 128;
 
 enum class nv_status : std::uint16_t { done = 0, failed = 3, not_active = 4, bad_parameter = 5 };
 
-/// What is where in a request.
+/// The item that a request is about, and its data.
 struct nv_place {
   std::uint8_t subscription;
   std::uint16_t item;
@@ -59,28 +59,30 @@ constexpr std::size_t plain_size = plain_head + wire_size;
 constexpr std::size_t status_size = 2;  // some clients leave it out of their requests
 
 template <nv_status (*act)(nv_store&, const nv_place&, std::span<std::uint8_t>)>
-refusal plain_item(const request& asked, packet& answer) {
+reply plain_item(const request& asked) {
   if (asked.bytes.size() == plain_size + 1) return refusal::bad_length;
+  packet answer = asked.begin_answer();
   exchange<act>(asked.state,
                 {.subscription = 0,
                  .item = asked.at<std::uint16_t>(1),
                  .data = asked.bytes.subspan(plain_head, wire_size)},
                 answer);
-  return refusal::none;
+  return answer;
 }
 
 constexpr std::size_t indexed_head = 8;
 constexpr std::size_t indexed_size = indexed_head + wire_size + status_size;
 
 template <nv_status (*act)(nv_store&, const nv_place&, std::span<std::uint8_t>)>
-refusal indexed_item(const request& asked, packet& answer) {
+reply indexed_item(const request& asked) {
   const auto index = asked.at<std::uint16_t>(6);
+  packet answer = asked.begin_answer();
   exchange<act>(asked.state,
                 {.subscription = static_cast<std::uint8_t>(std::min<std::uint16_t>(index, 0xFF)),
                  .item = asked.at<std::uint16_t>(4),
                  .data = asked.bytes.subspan(indexed_head, wire_size)},
                 answer);
-  return refusal::none;
+  return answer;
 }
 
 constexpr command_row rows[] = {

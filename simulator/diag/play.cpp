@@ -9,8 +9,8 @@
 #include <cstring>
 #include <filesystem>
 
-#include "protocol/hdlc.h"
 #include "host/file_descriptor.h"
+#include "protocol/hdlc.h"
 #include "simulator/failure.h"
 
 namespace sim::diag {
@@ -20,7 +20,8 @@ namespace wire = protocol::diag;
 using protocol::byte_view;
 using std::chrono::microseconds;
 
-// Captures are put together from pieces, and phones set their clocks: nobody waits for that.
+// Captures are put together from pieces, and phones set their clocks: a reader need not wait for
+// it.
 constexpr std::chrono::seconds longest_gap{10};
 constexpr microseconds second = std::chrono::seconds(1);
 
@@ -31,7 +32,7 @@ constexpr std::size_t report_header_size = 3;
   throw failure("cannot read " + path + ": " + reason);
 }
 
-/// Calls `take` with all that is in a file or comes through a pipe, piece by piece.
+/// Calls `take` with everything in a file or from a pipe, piece by piece.
 template <typename Take>
 void read_file(const std::string& path, Take take) {
   using std::filesystem::file_type;

@@ -20,8 +20,8 @@ struct play_options {
 
 class capture : public source {
  public:
-  /// Reads the file, or the pipe until its end. Throws `failure` for what cannot be read, what is
-  /// neither, and what has no log packet or event.
+  /// Reads the file, or the pipe until its end. Throws `failure` when it cannot be read, is
+  /// neither, or has no log packet or event.
   explicit capture(const play_options& options);
 
   [[nodiscard]] std::unique_ptr<cursor> begin() const override;

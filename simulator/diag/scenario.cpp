@@ -30,13 +30,13 @@ void put_word(payload& out, std::size_t at, double value) {
                      std::span(out).subspan(at));
 }
 
-/// A level in steps above the lowest that the log can say.
+/// A level in steps above the lowest that the log can express.
 std::uint32_t steps(double level, double lowest, double per_unit, std::uint32_t most) {
   return static_cast<std::uint32_t>(
       std::clamp(std::round((level - lowest) * per_unit), 0.0, static_cast<double>(most)));
 }
 
-/// How many of these were before; sub-frames, HARQ ids and the like count with it.
+/// How many of these came before; sub-frames, HARQ ids and the like are derived from it.
 using number = std::uint32_t;
 
 /// Version 3.
@@ -301,7 +301,7 @@ class scenario_cursor : public cursor {
       : radio_(seen), begin_(seen.now()), begin_utc_(std::chrono::system_clock::now()) {}
 
   std::optional<std::chrono::microseconds> due() override {
-    // What the radio does later is not settled yet, so no step is made before its time.
+    // The radio may still change later, so no step is made before its time.
     while (ready_.empty() && begin_ + at_ <= radio_.now()) make_step();
     return at_made_ ? *at_made_ : at_;
   }

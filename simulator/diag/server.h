@@ -1,5 +1,5 @@
-// The DIAG side of the modem as its connections share it: what answers, what is sent unasked, what
-// goes wrong.
+// The DIAG side of the modem that all connections share: what answers, what is sent unasked, and
+// the faults.
 #pragma once
 
 #include <functional>
@@ -16,7 +16,7 @@ struct server {
   const source& packets;
   diag::faults faults;
   sim::trace& trace;
-  std::function<void()> after_request;  ///< a request may ask the whole modem to restart
+  std::function<void()> restart;  ///< of the whole modem
 };
 
 }  // namespace sim::diag

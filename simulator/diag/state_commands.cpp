@@ -23,17 +23,19 @@ void put_item(packet& out, std::size_t at, modem& state, std::uint16_t item, std
 }
 
 /// The fields that a modem without CDMA has.
-refusal status(const request& asked, packet& answer) {
+reply status(const request& asked) {
+  packet answer = asked.begin_answer();
   answer.resize(48);
   put_item(answer, 4, asked.state, esn_item, sizeof(std::uint32_t));
-  return refusal::none;
+  return answer;
 }
 
-refusal snapshot(const request& asked, packet& answer) {
+reply snapshot(const request& asked) {
+  packet answer = asked.begin_answer();
   answer.resize(36);
   put_item(answer, 1, asked.state, esn_item, sizeof(std::uint32_t));
   put(answer, 20, asked.state.radio.means.network.mcc);
-  return refusal::none;
+  return answer;
 }
 
 /// 001010123456789, length first, as a card has it.
@@ -45,34 +47,38 @@ void put_identities(packet& out, modem& state) {
   std::ranges::copy(imsi, out.begin() + imei_at + identity_size);
 }
 
-refusal gsm_state(const request& asked, packet& answer) {
+reply gsm_state(const request& asked) {
+  packet answer = asked.begin_answer();
   answer.resize(32);
   put_identities(answer, asked.state);
-  return refusal::none;
+  return answer;
 }
 
-refusal wcdma_state(const request& asked, packet& answer) {
+reply wcdma_state(const request& asked) {
+  packet answer = asked.begin_answer();
   answer.resize(23);
   put_identities(answer, asked.state);
-  return refusal::none;
+  return answer;
 }
 
-refusal umts_state(const request& /*asked*/, packet& answer) {
+reply umts_state(const request& asked) {
+  packet answer = asked.begin_answer();
   answer.resize(26);
-  return refusal::none;
+  return answer;
 }
 
-refusal call_manager_state(const request& asked, packet& answer) {
+reply call_manager_state(const request& asked) {
   constexpr std::uint32_t online = 5;
   constexpr std::uint32_t low_power = 6;
   constexpr std::uint32_t lte = 9;
+  packet answer = asked.begin_answer();
   answer.resize(48);
   const auto seen = asked.state.radio.at_present();
   const bool camped = seen.rrc != lte_rrc_state::idle_not_camped;
   put(answer, 4, std::uint32_t{5});
   put(answer, 8, asked.state.radio.is_on(asked.state.radio.now()) ? online : low_power);
   put(answer, 12, camped ? lte : std::uint32_t{0});
-  return refusal::none;
+  return answer;
 }
 
 enum class mode : std::uint8_t {
@@ -85,16 +91,17 @@ enum class mode : std::uint8_t {
   power_off,
 };
 
-refusal control(const request& asked, packet& /*answer*/) {
+reply control(const request& asked) {
   const auto wanted = asked.at<std::uint8_t>(1);
   if (wanted > static_cast<std::uint8_t>(mode::power_off)) return refusal::bad_parameter;
+  reply out = asked.begin_answer();
   radio& air = asked.state.radio;
   if (static_cast<mode>(wanted) == mode::reset) {
-    asked.state.restart_asked = true;
+    out.restart = true;
   } else {
     air.turn(static_cast<mode>(wanted) == mode::online, air.now());
   }
-  return refusal::none;
+  return out;
 }
 
 constexpr command_row rows[] = {

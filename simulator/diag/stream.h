@@ -1,5 +1,5 @@
-// Log packets and events that the modem sends by itself. Every client has a cursor of its own, so
-// that one who is slow gets all of them, later, and holds up nobody.
+// Log packets and events that the modem sends unasked. Every client has its own cursor, so that a
+// slow one gets all of them, later, without holding up the others.
 #pragma once
 
 #include <chrono>
@@ -17,10 +17,10 @@ class cursor {
   cursor& operator=(const cursor&) = delete;
   virtual ~cursor() = default;
 
-  /// When the next packet is to be sent, since the cursor was made; nothing at the end.
+  /// When the next packet is due, since the cursor was made; nothing at the end.
   [[nodiscard]] virtual std::optional<std::chrono::microseconds> due() = 0;
-  /// The next packet, with its code and, where it has one, its radio wrapper; empty when nothing
-  /// has come up at that time. Not at the end. Good until the next call.
+  /// The next packet, with its code and, where it has one, its radio wrapper; empty when there is
+  /// nothing at that time. Not to be called at the end. Valid until the next call.
   [[nodiscard]] virtual protocol::byte_view take() = 0;
 };
 

@@ -1,5 +1,5 @@
 // BER-TLV data objects, as smart cards exchange them: tags of up to three bytes, lengths of up to
-// two bytes behind their marker.
+// two bytes after their marker.
 #pragma once
 
 #include <cstdint>
@@ -15,8 +15,7 @@ struct object {
   protocol::byte_view value;
 };
 
-/// Walks objects side by side. After the last `next()`, `malformed()` tells whether bytes were
-/// left.
+/// Walks objects side by side. After the last `next()`, `malformed()` is true when bytes were left.
 class reader {
  public:
   explicit reader(protocol::byte_view bytes) : in_(bytes) {}

@@ -1,5 +1,5 @@
 // The two card slots. A slot has a tray, whose detect line is high while it is in, and a SIM on it:
-// the tray takes its SIM along, in and out, and a SIM that is put in has its tray in.
+// the tray takes its SIM along, in and out, and a SIM can be in only with its tray.
 #pragma once
 
 #include <cstdint>

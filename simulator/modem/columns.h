@@ -13,7 +13,7 @@
 namespace sim::columns {
 
 inline constexpr std::int64_t any_name = 64;
-/// Leaves room to count on.
+/// Leaves room to keep counting.
 inline constexpr std::int64_t most_counted = std::int64_t{1} << 53;
 
 inline constexpr column counter_name{"counters", "name", column::kind::text, 1, any_name};
@@ -29,7 +29,7 @@ inline constexpr column efs_subscription{"efs_files", "subscription", column::ki
 inline constexpr column efs_path{"efs_files", "path", column::kind::text, 1, max_efs_path_size};
 inline constexpr column efs_data{"efs_files", "data", column::kind::bytes, 0, max_efs_file_size};
 
-/// What each setting may be is told with it.
+/// The range of each setting is in its own row.
 inline constexpr column setting_name{"settings", "name", column::kind::text, 1, any_name};
 inline constexpr column setting_value{"settings", "value", column::kind::number,
                                       std::numeric_limits<std::int64_t>::min(),

@@ -41,7 +41,7 @@ void write_dump(modem& state, const std::string& reason) {
   const std::int64_t number = state.store.count("dumps");
   const std::string text = contents(state, number, reason);
   const std::string path = fmt::format("{}/dump-{}.bin", state.store.directory(), number);
-  // Under another name until it is whole.
+  // Under another name until it is complete.
   const std::string part = path + ".part";
   auto [file, error] = host::make_new_file(part);
   if (!file.valid()) throw failure(fmt::format("cannot write {}: {}", part, error));

@@ -12,7 +12,7 @@
 
 namespace sim {
 
-/// Writes dump-N.bin into the state directory, whole or not at all. Throws `failure`.
+/// Writes dump-N.bin into the state directory, complete or not at all. Throws `failure`.
 void write_dump(modem& state, const std::string& reason);
 
 }  // namespace sim

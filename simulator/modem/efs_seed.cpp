@@ -3,7 +3,9 @@
 #include <SQLiteCpp/Statement.h>
 
 #include <string_view>
+#include <vector>
 
+#include "simulator/modem/bind.h"
 #include "simulator/modem/hex.h"
 
 namespace sim {
@@ -52,14 +54,8 @@ constexpr std::string_view policy = R"(<?xml version="1.0" encoding="utf-8"?>
 </policy>
 )";
 
-void insert_file(SQLite::Statement& insert, const char* path, const void* data, std::size_t size) {
-  for (const int subscription : {0, 1}) {
-    insert.bind(1, subscription);
-    insert.bind(2, path);
-    insert.bind(3, data, static_cast<int>(size));
-    insert.exec();
-    insert.reset();
-  }
+void insert_file(SQLite::Statement& insert, const char* path, protocol::byte_view data) {
+  for (const int subscription : {0, 1}) insert_row(insert, subscription, path, data);
 }
 
 }  // namespace
@@ -67,10 +63,9 @@ void insert_file(SQLite::Statement& insert, const char* path, const void* data, 
 void seed_efs_files(SQLite::Database& database) {
   SQLite::Statement insert(database, "INSERT INTO efs_files VALUES (?, ?, ?)");
   for (const efs_seed_row& row : files) {
-    const auto data = bytes_of_hex(row.bytes);
-    insert_file(insert, row.path, data.data(), data.size());
+    insert_file(insert, row.path, bytes_of_hex(row.bytes));
   }
-  insert_file(insert, policy_path, policy.data(), policy.size());
+  insert_file(insert, policy_path, std::vector<std::uint8_t>(policy.begin(), policy.end()));
 }
 
 }  // namespace sim

@@ -7,7 +7,7 @@ namespace sim {
 
 efs_transfers::outcome efs_transfers::read(const client& who, const efs_name& name,
                                            std::size_t offset, std::size_t most, efs_chunk& chunk) {
-  auto found = reads_.find(key_of(who));
+  auto found = reads_.find(who);
   const bool goes_on = found != reads_.end() && offset != 0 && found->second.next == offset &&
                        found->second.name == name;
   if (!goes_on) {
@@ -16,7 +16,7 @@ efs_transfers::outcome efs_transfers::read(const client& who, const efs_name& na
     if (!whole) return outcome::no_file;
     if (offset > whole->size()) return outcome::out_of_order;
     const std::size_t total = whole->size();
-    found = reads_.emplace(key_of(who), transfer{name, total, std::move(*whole), offset}).first;
+    found = reads_.emplace(who, transfer{name, total, std::move(*whole), offset}).first;
   }
   transfer& reading = found->second;
   const std::size_t size = std::min(most, reading.total - offset);
@@ -30,8 +30,8 @@ efs_transfers::outcome efs_transfers::read(const client& who, const efs_name& na
 efs_transfers::outcome efs_transfers::write(const client& who, const efs_name& name,
                                             std::size_t total, std::size_t offset,
                                             protocol::byte_view data) {
-  // Whatever ends this chunk early ends the transfer as well.
-  auto pending = writes_.extract(key_of(who));
+  // Anything that ends this chunk early ends the transfer as well.
+  auto pending = writes_.extract(who);
   transfer writing{name, total, {}, 0};
   if (offset != 0) {
     if (!pending) return outcome::out_of_order;
@@ -43,17 +43,17 @@ efs_transfers::outcome efs_transfers::write(const client& who, const efs_name& n
   writing.data.insert(writing.data.end(), data.begin(), data.end());
   if (writing.data.size() == total) {
     // The writer reads back what it wrote.
-    reads_.erase(key_of(who));
+    reads_.erase(who);
     files_.write(name.subscription, name.path, writing.data);
   } else {
-    writes_.emplace(key_of(who), std::move(writing));
+    writes_.emplace(who, std::move(writing));
   }
   return outcome::done;
 }
 
 void efs_transfers::drop(const client& who) {
-  reads_.erase(key_of(who));
-  writes_.erase(key_of(who));
+  reads_.erase(who);
+  writes_.erase(who);
 }
 
 void efs_transfers::drop_all() {

@@ -1,13 +1,12 @@
-// EFS files on their way, chunk by chunk, one for each client. A file that is written is collected
-// here and replaces the stored one with its last chunk; one that is read is kept as it was with its
-// first chunk, so that a reader never gets halves of two files.
+// EFS files in transfer, chunk by chunk, one for each client. A file that is written is collected
+// here and replaces the stored one with its last chunk; one that is read is kept as it was at its
+// first chunk, so that a reader never gets parts of two files.
 #pragma once
 
 #include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "protocol/bytes.h"
@@ -34,11 +33,11 @@ class efs_transfers {
 
   enum class outcome : std::uint8_t { done, no_file, out_of_order };
 
-  /// At most `most` bytes from `offset` on; none at the file's very end. Throws `failure`.
+  /// At most `most` bytes from `offset` on; none at the end of the file. Throws `failure`.
   [[nodiscard]] outcome read(const client& who, const efs_name& name, std::size_t offset,
                              std::size_t most, efs_chunk& chunk);
 
-  /// A chunk of a file that will have `total` bytes. One that does not go on where the last ended
+  /// A chunk of a file that will have `total` bytes. One that does not start where the last ended
   /// ends the transfer. Throws `failure` when the whole file could not be written.
   [[nodiscard]] outcome write(const client& who, const efs_name& name, std::size_t total,
                               std::size_t offset, protocol::byte_view data);
@@ -51,13 +50,10 @@ class efs_transfers {
     efs_name name;
     std::size_t total = 0;
     std::vector<std::uint8_t> data;  ///< written: so far; read: all
-    std::size_t next = 0;            ///< read: the offset that goes on
+    std::size_t next = 0;            ///< read: the offset that continues
   };
 
-  using transfers = std::map<std::tuple<port*, std::uint32_t, std::uint32_t>, transfer>;
-  static transfers::key_type key_of(const client& who) {
-    return {who.via, who.at.node, who.at.port};
-  }
+  using transfers = std::map<client, transfer, client_order>;
 
   efs_store& files_;
   transfers reads_;

@@ -48,44 +48,34 @@ std::string efs_tree::normal(std::string_view path) {
 }
 
 std::optional<efs_tree::entry> efs_tree::entry_of(const std::string& path) {
-  return entry_.use([&](SQLite::Statement& query) -> std::optional<entry> {
-    query.bind(1, path);
-    if (!query.executeStep()) return std::nullopt;
-    return entry{static_cast<std::uint32_t>(number_in(query, 0, columns::entry_mode)),
-                 std::string(text_in(query, 1, columns::entry_target))};
-  });
+  return entry_.first(
+      [](SQLite::Statement& row) {
+        return entry{static_cast<std::uint32_t>(number_in(row, 0, columns::entry_mode)),
+                     std::string(text_in(row, 1, columns::entry_target))};
+      },
+      path);
 }
 
 void efs_tree::keep(const std::string& path, const entry& what) {
-  keep_.use([&](SQLite::Statement& insert) {
-    insert.bind(1, path);
-    insert.bind(2, what.mode);
-    insert.bind(3, what.target);
-    insert.exec();
-  });
+  keep_.run(path, what.mode, what.target);
 }
 
 void efs_tree::forget(const std::string& path) {
-  forget_.use([&](SQLite::Statement& remove) {
-    remove.bind(1, path);
-    remove.exec();
-  });
+  forget_.run(path);
 }
 
 std::vector<std::string> efs_tree::paths_below(const std::string& directory) {
-  return list_.use([&](SQLite::Statement& query) {
-    const std::string first = below(directory);
-    query.bind(1, first);
-    query.bind(2, first + '\x7F');
-    std::vector<std::string> paths;
-    while (query.executeStep()) {
-      // An entry about the root itself is not below it.
-      // A path has the same bounds in both tables.
-      const auto path = text_in(query, 0, columns::entry_path);
-      if (path != first) paths.emplace_back(path);
-    }
-    return paths;
-  });
+  const std::string first = below(directory);
+  std::vector<std::string> paths;
+  list_.each(
+      [&](SQLite::Statement& row) {
+        // A path has the same bounds in both tables.
+        const auto path = text_in(row, 0, columns::entry_path);
+        // An entry about the root itself is not below it.
+        if (path != first) paths.emplace_back(path);
+      },
+      first, first + '\x7F');
+  return paths;
 }
 
 std::optional<efs_status> efs_tree::status(const std::string& path) {
@@ -95,7 +85,7 @@ std::optional<efs_status> efs_tree::status(const std::string& path) {
     return efs_status{of_file ? known->mode : default_file,
                       static_cast<std::uint32_t>(data->size())};
   }
-  // The mode of a file outlives it when QMI deletes the file.
+  // The mode of a file remains when QMI deletes the file.
   if (known && !of_file) {
     return efs_status{known->mode, static_cast<std::uint32_t>(known->target.size())};
   }

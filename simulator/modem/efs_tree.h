@@ -1,5 +1,5 @@
-// The first subscription's EFS files as a tree of directories, links and modes. A directory is
-// there because it was made or because a file is below it.
+// The first subscription's EFS files as a tree of directories, links and modes. A directory
+// exists because it was made or because a file is below it.
 #pragma once
 
 #include <cstdint>
@@ -27,7 +27,7 @@ class efs_tree {
  public:
   efs_tree(store& store, efs_store& files);
 
-  /// Paths as clients write them become those of the store: one leading slash, none at the end.
+  /// A path as clients write it, in the form of the store: one leading slash, none at the end.
   [[nodiscard]] static std::string normal(std::string_view path);
 
   /// Of a link itself.
@@ -35,7 +35,7 @@ class efs_tree {
   /// Names, sorted.
   [[nodiscard]] std::vector<std::string> list(const std::string& directory);
 
-  /// The path that a link leads to, any other path itself; nothing for links in a circle.
+  /// The path that a link leads to, any other path itself; nothing for a loop of links.
   [[nodiscard]] std::optional<std::string> followed(const std::string& path);
   [[nodiscard]] std::optional<std::string> link_target(const std::string& path);
 
@@ -47,7 +47,7 @@ class efs_tree {
   [[nodiscard]] int change_mode(const std::string& path, std::uint32_t mode);
   [[nodiscard]] int remove_file(const std::string& path);
   [[nodiscard]] int remove_directory(const std::string& path);
-  /// With all that is below it.
+  /// With everything below it.
   [[nodiscard]] int remove_tree(const std::string& path);
   [[nodiscard]] int rename(const std::string& from, const std::string& to);
 

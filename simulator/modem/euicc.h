@@ -21,7 +21,7 @@ class euicc {
  public:
   explicit euicc(store& store) : profiles_(store) {}
 
-  /// What SELECT of the ISD-R gives back.
+  /// The response to SELECT of the ISD-R.
   [[nodiscard]] static std::vector<std::uint8_t> select_isd_r();
 
   /// The answer to one request; empty for one that it does not know or that is malformed. Throws

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "simulator/failure.h"
-#include "simulator/standard_streams.h"
+#include "simulator/standard_error.h"
 
 namespace sim {
 namespace {
@@ -60,13 +60,13 @@ void hot_swap_run::finish() {
 
 void hot_swap_run::wait(std::chrono::seconds time, void (hot_swap_run::*next)()) {
   timer_.expires_after(time);
-  // A timer that has fired already cannot be cancelled; its run's number tells.
+  // A timer that has already fired cannot be cancelled, but its run's number is old.
   timer_.async_wait([this, next, run = runs_](const std::error_code& cancelled) {
     if (cancelled || run != runs_) return;
     try {
       (this->*next)();
     } catch (const failure& error) {
-      tell_user(fmt::format("the hot-swap run stands still: {}", error.what()));
+      tell_user(fmt::format("the hot-swap run has stopped: {}", error.what()));
     }
   });
 }

@@ -1,4 +1,4 @@
-// Pulls the card of slot 0 out and pushes it in again, so many times, with waits between. A run
+// Pulls the card of slot 0 and pushes it in again, a number of times, with waits between. A run
 // ends with its modem, and its card is in then: a modem that is killed leaves the card out, and the
 // next one on the same state puts it in.
 #pragma once
@@ -28,7 +28,7 @@ class hot_swap_run {
   hot_swap_run& operator=(const hot_swap_run&) = delete;
   ~hot_swap_run();
 
-  /// In place of a run that is on its way. Pulls at once; throws `failure` when it cannot.
+  /// Replaces a run that is under way. Pulls at once; throws `failure` when it cannot.
   void start(const hot_swap_plan& plan);
   /// Ends a run, with the card in. Throws `failure`.
   void stop();

@@ -1,6 +1,6 @@
 #include "simulator/modem/modem.h"
 
-#include "simulator/standard_streams.h"
+#include "simulator/standard_error.h"
 
 namespace sim {
 

@@ -1,4 +1,4 @@
-// The modem behind the services: what they read and change.
+// The state of the modem: what services, DIAG and AT read and change.
 #pragma once
 
 #include <optional>
@@ -21,7 +21,6 @@
 #include "simulator/modem/settings.h"
 #include "simulator/modem/store.h"
 #include "simulator/modem/uicc_slots.h"
-#include "simulator/service.h"
 
 namespace sim {
 
@@ -42,8 +41,8 @@ struct modem {
   /// What a restart of the modem's firmware forgets.
   void drop_unfinished();
 
-  /// What a subscription's radio sees now: nothing without a card
-  /// that has power and a USIM, and while the radio is off.
+  /// What a subscription's radio sees now: nothing without a powered card with a USIM, and nothing
+  /// while the radio is off.
   [[nodiscard]] std::optional<radio_values> seen_by(unsigned subscription);
 
   sim::store store;
@@ -61,17 +60,11 @@ struct modem {
   sim::pdc_clients pdc_clients;
   sim::radio radio;
 
-  /// Until a client switches it on there are no statistics.
+  /// There are no statistics until a client switches them on.
   bool statistics_on = false;
 
   /// Bytes of an answer of the factory test.
   std::uint32_t factory_answer = 64;
-
-  /// Left by a request that succeeds: they follow its answer.
-  std::vector<indication> indications;
-
-  /// Set by a request: once its answer is on its way the modem restarts.
-  bool restart_asked = false;
 };
 
 }  // namespace sim

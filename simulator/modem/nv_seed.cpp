@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <iterator>
 
+#include "simulator/modem/bind.h"
 #include "simulator/modem/hex.h"
 
 namespace sim {
@@ -64,12 +65,8 @@ void seed_nv_items(SQLite::Database& database) {
   for (const nv_seed_row& row : items) {
     for (const int subscription : {0, 1}) {
       const bool own = subscription == 1 && row.bytes_of_subscription_1 != nullptr;
-      const auto data = bytes_of_hex(own ? row.bytes_of_subscription_1 : row.bytes);
-      insert.bind(1, subscription);
-      insert.bind(2, row.id);
-      insert.bind(3, data.data(), static_cast<int>(data.size()));
-      insert.exec();
-      insert.reset();
+      insert_row(insert, subscription, row.id,
+                 bytes_of_hex(own ? row.bytes_of_subscription_1 : row.bytes));
     }
   }
 }

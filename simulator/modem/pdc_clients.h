@@ -1,11 +1,10 @@
-// What the configuration service knows of its clients: the configuration that each loads, how far
-// its list has come, and what it wants to hear of.
+// What the configuration service knows of its clients: the configuration that each is loading, how
+// far it has read the list, and which indications it wants.
 #pragma once
 
 #include <cstdint>
 #include <map>
 #include <optional>
-#include <tuple>
 #include <vector>
 
 #include "protocol/bytes.h"
@@ -14,14 +13,14 @@
 
 namespace sim {
 
-/// A configuration on its way, chunk by chunk.
+/// A configuration being loaded, chunk by chunk.
 struct config_load {
   config_name name;
   std::uint32_t total = 0;
   std::vector<std::uint8_t> data;
 };
 
-/// A list of which parts are outstanding.
+/// A list with parts still to be sent.
 struct config_listing {
   std::uint32_t token = 0;
   std::optional<std::uint32_t> type;
@@ -29,20 +28,14 @@ struct config_listing {
 };
 
 struct pdc_client {
-  bool hears_of_changes = false;
-  bool hears_of_refreshes = false;
+  bool wants_changes = false;
+  bool wants_refreshes = false;
   std::optional<config_load> loading;
   std::optional<config_listing> listing;
 };
 
 class pdc_clients {
-  struct by_address {
-    bool operator()(const client& left, const client& right) const {
-      return std::tie(left.via, left.at.node, left.at.port) <
-             std::tie(right.via, right.at.node, right.at.port);
-    }
-  };
-  using clients = std::map<client, pdc_client, by_address>;
+  using clients = std::map<client, pdc_client, client_order>;
 
  public:
   [[nodiscard]] pdc_client& of(const client& who) { return clients_[who]; }

@@ -5,25 +5,12 @@
 namespace sim {
 namespace {
 
-/// The files say nothing that we could read.
+/// The modem does not read what is in the files.
 constexpr const char* description_of_loaded = "loaded";
 
-void bind_bytes(SQLite::Statement& statement, int at, protocol::byte_view bytes) {
-  statement.bindNoCopy(at, bytes.data(), static_cast<int>(bytes.size()));
-}
-
-void bind_name(SQLite::Statement& statement, const config_name& name) {
-  statement.bind(1, name.type);
-  bind_bytes(statement, 2, name.id);
-}
-
 std::optional<config_id> id_of_type(prepared& query_of_id, std::uint32_t type) {
-  return query_of_id.use([&](SQLite::Statement& query) -> std::optional<config_id> {
-    query.bind(1, type);
-    if (!query.executeStep()) return std::nullopt;
-    const auto id = bytes_in(query, 0, columns::config_id);
-    return config_id(id.begin(), id.end());
-  });
+  return query_of_id.first(
+      [](SQLite::Statement& row) { return copied(bytes_in(row, 0, columns::config_id)); }, type);
 }
 
 }  // namespace
@@ -52,59 +39,42 @@ pdc_configs::pdc_configs(store& store)
 
 std::vector<config_name> pdc_configs::list(std::optional<std::uint32_t> type, std::int64_t& after,
                                            std::size_t most) {
-  return list_.use([&](SQLite::Statement& query) {
-    if (type) {
-      query.bind(1, *type);
-    } else {
-      query.bind(1);
-    }
-    query.bind(2, after);
-    query.bind(3, static_cast<std::int64_t>(most));
-    std::vector<config_name> names;
-    while (query.executeStep()) {
-      const auto id = bytes_in(query, 1, columns::config_id);
-      names.push_back({static_cast<std::uint32_t>(number_in(query, 0, columns::config_type)),
-                       {id.begin(), id.end()}});
-      after = number_in(query, 2, columns::config_number);
-    }
-    return names;
-  });
+  std::vector<config_name> names;
+  std::int64_t last = after;
+  list_.each(
+      [&](SQLite::Statement& row) {
+        names.push_back({static_cast<std::uint32_t>(number_in(row, 0, columns::config_type)),
+                         copied(bytes_in(row, 1, columns::config_id))});
+        last = number_in(row, 2, columns::config_number);
+      },
+      type, after, static_cast<std::int64_t>(most));
+  after = last;
+  return names;
 }
 
 std::optional<config_details> pdc_configs::find(const config_name& name) {
-  return find_.use([&](SQLite::Statement& query) -> std::optional<config_details> {
-    bind_name(query, name);
-    if (!query.executeStep()) return std::nullopt;
-    return config_details{
-        static_cast<std::uint32_t>(bytes_in(query, 0, columns::config_data).size()),
-        std::string(text_in(query, 1, columns::config_description)),
-        static_cast<std::uint32_t>(number_in(query, 2, columns::config_version))};
-  });
+  return find_.first(
+      [](SQLite::Statement& row) {
+        return config_details{
+            static_cast<std::uint32_t>(bytes_in(row, 0, columns::config_data).size()),
+            std::string(text_in(row, 1, columns::config_description)),
+            static_cast<std::uint32_t>(number_in(row, 2, columns::config_version))};
+      },
+      name.type, name.id);
 }
 
 std::uint64_t pdc_configs::used_bytes(std::uint32_t type) {
-  return used_.use([&](SQLite::Statement& query) {
-    query.bind(1, type);
-    query.executeStep();
-    return static_cast<std::uint64_t>(query.getColumn(0).getInt64());
-  });
+  const auto used =
+      used_.first([](SQLite::Statement& row) { return row.getColumn(0).getInt64(); }, type);
+  return static_cast<std::uint64_t>(used.value_or(0));
 }
 
 bool pdc_configs::add(const config_name& name, protocol::byte_view data) {
-  return add_.use([&](SQLite::Statement& insert) {
-    bind_name(insert, name);
-    bind_bytes(insert, 3, data);
-    insert.bind(4, description_of_loaded);
-    return insert.exec() != 0;
-  });
+  return add_.run(name.type, name.id, data, description_of_loaded) != 0;
 }
 
 pdc_configs::erased pdc_configs::erase(const config_name& name) {
-  const bool is_gone = erase_.use([&](SQLite::Statement& remove) {
-    bind_name(remove, name);
-    return remove.exec() != 0;
-  });
-  if (is_gone) return erased::done;
+  if (erase_.run(name.type, name.id) != 0) return erased::done;
   return find(name) ? erased::active : erased::not_there;
 }
 
@@ -117,24 +87,15 @@ std::optional<config_id> pdc_configs::pending(std::uint32_t type) {
 }
 
 bool pdc_configs::select(const config_name& name) {
-  return select_.use([&](SQLite::Statement& update) {
-    bind_name(update, name);
-    return update.exec() != 0;
-  });
+  return select_.run(name.type, name.id) != 0;
 }
 
 bool pdc_configs::activate(std::uint32_t type) {
-  return activate_.use([&](SQLite::Statement& update) {
-    update.bind(1, type);
-    return update.exec() != 0;
-  });
+  return activate_.run(type) != 0;
 }
 
 void pdc_configs::deactivate(std::uint32_t type) {
-  deactivate_.use([&](SQLite::Statement& update) {
-    update.bind(1, type);
-    update.exec();
-  });
+  deactivate_.run(type);
 }
 
 }  // namespace sim

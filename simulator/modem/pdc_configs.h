@@ -8,13 +8,14 @@
 #include <vector>
 
 #include "protocol/bytes.h"
+#include "services/pdc_v01.h"
 #include "simulator/modem/store.h"
 
 namespace sim {
 
-constexpr std::uint32_t last_config_type = 1;
-constexpr std::size_t max_config_id_size = 124;
-constexpr std::size_t max_config_description_size = 255;
+constexpr std::uint32_t last_config_type = PDC_CONFIG_TYPE_SOFTWARE_V01;
+constexpr std::size_t max_config_id_size = pdc_config_id_max_v01;
+constexpr std::size_t max_config_description_size = pdc_config_description_max_v01;
 
 /// Bytes of all configurations of one type.
 constexpr std::uint64_t max_config_bytes = std::uint64_t{4} << 20;
@@ -39,14 +40,14 @@ class pdc_configs {
  public:
   explicit pdc_configs(store& store);
 
-  /// At most `most`, in the order in which they came, of one type or all. `after` is the number of
-  /// the last one that the caller has, and becomes that of the last one given.
+  /// At most `most`, in the order in which they were added, of one type or all. `after` is the
+  /// number of the last one that the caller has, and becomes that of the last one returned.
   [[nodiscard]] std::vector<config_name> list(std::optional<std::uint32_t> type,
                                               std::int64_t& after, std::size_t most);
   [[nodiscard]] std::optional<config_details> find(const config_name& name);
   [[nodiscard]] std::uint64_t used_bytes(std::uint32_t type);
 
-  /// False when there is one of this name.
+  /// False when the name is taken.
   [[nodiscard]] bool add(const config_name& name, protocol::byte_view data);
 
   enum class erased : std::uint8_t { done, not_there, active };
@@ -54,11 +55,11 @@ class pdc_configs {
 
   [[nodiscard]] std::optional<config_id> active(std::uint32_t type);
   [[nodiscard]] std::optional<config_id> pending(std::uint32_t type);
-  /// False when there is none of this name.
+  /// False when there is no configuration of this name.
   [[nodiscard]] bool select(const config_name& name);
   /// The pending one becomes active; false when there is none.
   [[nodiscard]] bool activate(std::uint32_t type);
-  /// None is active or pending then.
+  /// Afterwards none is active or pending.
   void deactivate(std::uint32_t type);
 
  private:

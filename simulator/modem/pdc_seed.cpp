@@ -4,7 +4,9 @@
 
 #include <cstdint>
 #include <string_view>
+#include <vector>
 
+#include "simulator/modem/bind.h"
 #include "simulator/modem/hex.h"
 
 namespace sim {
@@ -59,15 +61,9 @@ void seed_pdc_configs(SQLite::Database& database) {
                            "(type, id, description, version, is_active, data) "
                            "VALUES (?, ?, ?, ?, ?, ?)");
   for (const pdc_seed_row& row : configs) {
-    const auto id = bytes_of_hex(row.id);
-    insert.bind(1, row.type);
-    insert.bind(2, id.data(), static_cast<int>(id.size()));
-    insert.bind(3, row.description);
-    insert.bind(4, row.version);
-    insert.bind(5, static_cast<int>(row.is_active));
-    insert.bind(6, row.data.data(), static_cast<int>(row.data.size()));
-    insert.exec();
-    insert.reset();
+    insert_row(insert, row.type, bytes_of_hex(row.id), row.description, row.version,
+               static_cast<int>(row.is_active),
+               std::vector<std::uint8_t>(row.data.begin(), row.data.end()));
   }
 }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "simulator/modem/bind.h"
 #include "simulator/modem/columns.h"
 #include "simulator/modem/hex.h"
 
@@ -26,14 +27,6 @@ constexpr profile_seed_row seed[] = {
      "Fernhill Telecom", "Fernhill Travel"},
 };
 
-std::vector<std::uint8_t> copied(protocol::byte_view bytes) {
-  return {bytes.begin(), bytes.end()};
-}
-
-void bind_bytes(SQLite::Statement& statement, int at, protocol::byte_view bytes) {
-  statement.bindNoCopy(at, bytes.data(), static_cast<int>(bytes.size()));
-}
-
 }  // namespace
 
 profile_store::profile_store(store& store)
@@ -45,21 +38,19 @@ profile_store::profile_store(store& store)
       erase_all_(store, "DELETE FROM euicc_profiles") {}
 
 std::vector<profile> profile_store::all() {
-  return list_.use([](SQLite::Statement& query) {
-    std::vector<profile> found;
-    while (query.executeStep()) {
-      found.push_back({copied(bytes_in(query, 0, columns::profile_aid)),
-                       copied(bytes_in(query, 1, columns::profile_iccid)),
-                       number_in(query, 2, columns::profile_enabled) != 0,
-                       std::string(text_in(query, 3, columns::profile_provider)),
-                       std::string(text_in(query, 4, columns::profile_name))});
-      // A list of more would not fit into the answer to one command.
-      if (found.size() > most_profiles) {
-        throw damage(fmt::format("euicc_profiles has more than {} rows", most_profiles));
-      }
+  std::vector<profile> found;
+  list_.each([&](SQLite::Statement& row) {
+    found.push_back({copied(bytes_in(row, 0, columns::profile_aid)),
+                     copied(bytes_in(row, 1, columns::profile_iccid)),
+                     number_in(row, 2, columns::profile_enabled) != 0,
+                     std::string(text_in(row, 3, columns::profile_provider)),
+                     std::string(text_in(row, 4, columns::profile_name))});
+    // A list of more would not fit into the answer to one command.
+    if (found.size() > most_profiles) {
+      throw damage(fmt::format("euicc_profiles has more than {} rows", most_profiles));
     }
-    return found;
   });
+  return found;
 }
 
 std::optional<profile> profile_store::enabled() {
@@ -70,35 +61,22 @@ std::optional<profile> profile_store::enabled() {
 }
 
 void profile_store::enable_only(protocol::byte_view isdp_aid) {
-  enable_.use([&](SQLite::Statement& update) {
-    bind_bytes(update, 1, isdp_aid);
-    update.exec();
-  });
+  enable_.run(isdp_aid);
 }
 
 void profile_store::erase(protocol::byte_view isdp_aid) {
-  erase_.use([&](SQLite::Statement& remove) {
-    bind_bytes(remove, 1, isdp_aid);
-    remove.exec();
-  });
+  erase_.run(isdp_aid);
 }
 
 int profile_store::erase_all() {
-  return erase_all_.use([](SQLite::Statement& remove) { return remove.exec(); });
+  return erase_all_.run();
 }
 
 void seed_profiles(SQLite::Database& database) {
   SQLite::Statement insert(database, "INSERT INTO euicc_profiles VALUES (?, ?, ?, ?, ?)");
   for (const profile_seed_row& row : seed) {
-    const auto aid = bytes_of_hex(row.isdp_aid);
-    const auto iccid = bytes_of_hex(row.iccid);
-    bind_bytes(insert, 1, aid);
-    bind_bytes(insert, 2, iccid);
-    insert.bind(3, row.enabled);
-    insert.bind(4, row.provider);
-    insert.bind(5, row.name);
-    insert.exec();
-    insert.reset();
+    insert_row(insert, bytes_of_hex(row.isdp_aid), bytes_of_hex(row.iccid), row.enabled,
+               row.provider, row.name);
   }
 }
 

@@ -32,10 +32,10 @@ class profile_store {
   [[nodiscard]] std::vector<profile> all();
   [[nodiscard]] std::optional<profile> enabled();
 
-  /// Enables this one alone; without an AID none.
+  /// Enables this profile only, or none when the AID is empty.
   void enable_only(protocol::byte_view isdp_aid);
   void erase(protocol::byte_view isdp_aid);
-  /// How many there were.
+  /// Returns how many there were.
   int erase_all();
 
  private:

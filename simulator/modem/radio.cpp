@@ -10,7 +10,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
-/// What a modem that was turned on goes through again and again.
+/// The states that a radio cycles through while it is on.
 struct rrc_phase {
   milliseconds begins;
   lte_rrc_state state;
@@ -32,7 +32,7 @@ lte_rrc_state rrc_after(milliseconds on) {
   return std::prev(next)->state;
 }
 
-/// -1..1, for each whole number another.
+/// -1..1, different for each whole number.
 double phase(std::uint32_t number) {
   number *= 2654435761U;
   number ^= number >> 15;
@@ -63,7 +63,7 @@ bool radio::is_on(time when) const {
 void radio::turn(bool on, time when) {
   const auto later = std::ranges::lower_bound(changes_, when, {}, &change::when);
   changes_.erase(later, changes_.end());
-  // What is on already does not begin anew.
+  // A radio that is on already does not start over.
   if (changes_.empty() || changes_.back().on != on) changes_.push_back({when, on});
 }
 

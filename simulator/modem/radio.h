@@ -1,7 +1,7 @@
 // What the modem's radio sees: a serving cell of LTE and one of NR, and cells of the older radios
 // beside them, as physical values. They move slowly around what they were set to, the same way for
-// the same seed, and are a function of the time since the modem started, so that whoever is late
-// can still ask for what was.
+// the same seed, and are a function of the time since the modem started, so that a late
+// client can still ask for the past.
 #pragma once
 
 #include <chrono>
@@ -78,7 +78,7 @@ class radio {
   [[nodiscard]] time now() const;
   [[nodiscard]] radio_values at_present() const { return at(now()); }
 
-  /// On from `when` or off; what was to come later is forgotten.
+  /// On or off from `when`; changes planned for later are forgotten.
   void turn(bool on, time when);
   [[nodiscard]] bool is_on(time when) const;
 

@@ -6,7 +6,7 @@
 namespace sim {
 namespace {
 
-/// How much less than the first an antenna receives, dB.
+/// How much weaker than the first antenna each one receives, dB.
 struct antenna_loss {
   double strength;
   double quality;

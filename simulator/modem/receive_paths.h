@@ -29,7 +29,7 @@ struct antenna_paths {
   std::uint8_t configuration;
 };
 
-/// The paths change places every half minute, unless nothing of the radio moves.
+/// The paths change places every half minute, unless the radio stands still.
 struct antenna_switch {
   antenna_paths before;
   antenna_paths after;

@@ -19,7 +19,7 @@
 namespace sim {
 namespace {
 
-constexpr int application_id = 0x54564B4D;  // "TVKM": tells our databases from others
+constexpr int application_id = 0x54564B4D;  // "TVKM": distinguishes our databases from others
 constexpr int busy_timeout_ms = 5000;
 
 constexpr const char* counters =
@@ -67,7 +67,7 @@ constexpr step steps[] = {
 };
 constexpr int schema_version = std::size(steps);
 
-/// Counts of rows that may be at most so many: what one answer holds, and what only one can be.
+/// Upper limits on rows: what fits one answer, and what there can be only one of.
 struct row_limit {
   const char* count;
   int most;
@@ -103,7 +103,7 @@ void check_whole(SQLite::Database& database, const std::string& path) {
   if (check != "ok") throw failure(fmt::format("{} is damaged: {}", path, check));
 }
 
-/// That every column is there and holds what it may, before anything is built on it.
+/// Checks that every column is there and holds what it may, before anything relies on it.
 void check_contents(SQLite::Database& database) {
   for (const column* const each : columns::all) {
     SQLite::Statement rows(database, fmt::format("SELECT {} FROM {}", each->name, each->table));
@@ -123,12 +123,12 @@ void check_contents(SQLite::Database& database) {
 void check_tables(SQLite::Database& database, const std::string& path) try {
   check_contents(database);
 } catch (const std::runtime_error& error) {
-  // An error of SQLite: the version says that the tables are ours, and they are not.
+  // Also an error of SQLite: by their version the tables are ours, yet they are not.
   throw failure(fmt::format("{} is damaged: {}", path, error.what()));
 }
 
 void bring_up_to_date(SQLite::Database& database, const std::string& path) {
-  // Another modem may make the same database just now.
+  // Another modem may be creating the same database.
   SQLite::Transaction transaction(database, SQLite::TransactionBehavior::IMMEDIATE);
   check_owner(database, path);
   for (int at = number(database, "PRAGMA user_version"); at < schema_version; ++at) {

@@ -7,8 +7,8 @@
 
 namespace sim {
 
-/// Opens the database at `path`, makes it where there is none, and brings its tables up to date, in
-/// one transaction. Throws `failure`.
+/// Opens the database at `path`, creating it if necessary, and brings its tables up to date in one
+/// transaction. Throws `failure`.
 [[nodiscard]] SQLite::Database open_database(const std::string& path);
 
 }  // namespace sim

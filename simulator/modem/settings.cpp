@@ -11,20 +11,18 @@ settings::settings(store& store)
            "ON CONFLICT (name) DO UPDATE SET value = excluded.value") {}
 
 std::int64_t settings::get(const setting& which) {
-  return get_.use([&](SQLite::Statement& query) {
-    query.bind(1, which.name);
-    if (!query.executeStep()) return which.at_first;
-    check(query, 0, which);
-    return query.getColumn(0).getInt64();
-  });
+  return get_
+      .first(
+          [&](SQLite::Statement& row) {
+            check(row, 0, which);
+            return row.getColumn(0).getInt64();
+          },
+          which.name)
+      .value_or(which.at_first);
 }
 
 void settings::set(const setting& which, std::int64_t value) {
-  set_.use([&](SQLite::Statement& insert) {
-    insert.bind(1, which.name);
-    insert.bind(2, value);
-    insert.exec();
-  });
+  set_.run(which.name, value);
 }
 
 void check(SQLite::Statement& row, int at, const setting& which) {

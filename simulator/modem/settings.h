@@ -8,7 +8,7 @@
 
 namespace sim {
 
-/// A number, what it may be, and what it is until it was set.
+/// A number, its range, and its value until it is set.
 struct setting {
   const char* name;
   std::int64_t least;
@@ -18,7 +18,7 @@ struct setting {
 
 namespace setting_of {
 inline constexpr setting sar_state{"sar.state", 0, 20, 0};
-/// 1: each logical slot over the other's place.
+/// 1: each logical slot is mapped to the other's physical one.
 inline constexpr setting slots_crossed{"uicc.crossed", 0, 1, 0};
 /// Second word << 32 | first word.
 inline constexpr setting switch_notice{"switch.notice", std::numeric_limits<std::int64_t>::min(),
@@ -49,7 +49,7 @@ class settings {
   prepared set_;
 };
 
-/// Throws `damage` when the row's column number `at` is no value for this setting.
+/// Throws `damage` when the row's column number `at` is not a value for this setting.
 void check(SQLite::Statement& row, int at, const setting& which);
 
 }  // namespace sim

@@ -31,7 +31,7 @@ const std::string& made(const std::string& directory) {
   return directory;
 }
 
-/// SQLite would make it as the umask says. What it puts beside it gets the same mode.
+/// SQLite would create it as the umask says. The files that it adds get the same mode.
 std::string made_file(const std::string& path) {
   if (const auto wrong = host::make_private_file(path); !wrong.empty()) {
     throw failure(fmt::format("cannot use {}: {}", path, wrong));
@@ -46,7 +46,7 @@ std::string default_state_directory() {
   return base.empty() ? base : base + "/modem";
 }
 
-prepared::prepared(store& owner, const char* sql)
+prepared::prepared(store& owner, const std::string& sql)
     : owner_(owner), statement_(owner.database(), sql) {}
 
 void prepared::fail(const SQLite::Exception& error) const {
@@ -76,20 +76,19 @@ std::int64_t store::count(const std::string& counter) {
     add.bind(1, counter);
     add.executeStep();
     const std::int64_t value = number_in(add, 0, columns::counter_value);
-    add.executeStep();  // to the end: that is the commit
+    add.executeStep();  // the last step commits
     return value;
   });
 }
 
 std::int64_t store::counter(const std::string& name) {
-  return counter_.use([&](SQLite::Statement& query) {
-    query.bind(1, name);
-    return query.executeStep() ? number_in(query, 0, columns::counter_value) : 0;
-  });
+  return counter_
+      .first([](SQLite::Statement& row) { return number_in(row, 0, columns::counter_value); }, name)
+      .value_or(0);
 }
 
 void store::checkpoint() try {
-  // Passive: one that waits for readers would hold every client up.
+  // Passive: waiting for readers would hold up every client.
   database_.exec("PRAGMA wal_checkpoint(PASSIVE)");
 } catch (const SQLite::Exception& error) {
   fail(error);

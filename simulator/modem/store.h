@@ -8,24 +8,56 @@
 #include <SQLiteCpp/Transaction.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <type_traits>
 
 #include "simulator/failure.h"
+#include "simulator/modem/bind.h"
 #include "simulator/modem/column.h"
 
 namespace sim {
 
 class store;
 
-/// Where a modem keeps its state that was told nothing else; empty when the environment names no
-/// place, which no `store` opens.
+/// Where a modem keeps its state by default; empty when the environment names no place, and then no
+/// `store` opens it.
 [[nodiscard]] std::string default_state_directory();
 
-/// A statement prepared once. Each use ends with it ready again, whatever happened; what goes wrong
-/// is a `failure` that names the database.
+/// A statement prepared once. It is ready again after each use, even one that failed; an error is a
+/// `failure` that names the database.
 class prepared {
  public:
-  prepared(store& owner, const char* sql);
+  prepared(store& owner, const std::string& sql);
+
+  /// Runs with these values; returns how many rows changed.
+  template <typename... Values>
+  int run(const Values&... values) {
+    return use([&](SQLite::Statement& statement) {
+      bind_all(statement, values...);
+      return statement.exec();
+    });
+  }
+
+  /// Runs with these values; returns what `read` makes of the first row, if there is one.
+  template <typename Read, typename... Values>
+  auto first(Read read, const Values&... values) {
+    using value = std::invoke_result_t<Read&, SQLite::Statement&>;
+    return use([&](SQLite::Statement& query) -> std::optional<value> {
+      bind_all(query, values...);
+      if (!query.executeStep()) return std::nullopt;
+      return read(query);
+    });
+  }
+
+  /// Runs with these values and visits every row.
+  template <typename Visit, typename... Values>
+  void each(Visit visit, const Values&... values) {
+    use([&](SQLite::Statement& query) {
+      bind_all(query, values...);
+      while (query.executeStep()) visit(query);
+    });
+  }
 
   template <typename Action>
   auto use(Action action) {
@@ -57,16 +89,18 @@ class store {
   /// Nothing is changed then.
   explicit store(const std::string& directory);
 
-  /// Adds one to a counter; what it is then. Throws `failure` when it could not be written.
+  /// Adds one to a counter and returns its new value. Throws `failure` when it could not be
+  /// written.
   std::int64_t count(const std::string& counter);
 
-  /// 0 for one that never counted.
+  /// 0 for a counter that was never used.
   [[nodiscard]] std::int64_t counter(const std::string& name);
 
-  /// Moves what is committed from the log into the database, as far as nobody reads it.
+  /// Moves what is committed from the log into the database, as far as no reader prevents it.
   void checkpoint();
 
-  /// What the action changes is one change. Throws `failure`, and nothing is changed then.
+  /// Everything that the action changes is one transaction. Throws `failure`, and then nothing is
+  /// changed.
   template <typename Action>
   void together(Action action) {
     try {

@@ -66,7 +66,7 @@ bytes select_response_of(application what) {
   return what == application::isd_r ? euicc::select_isd_r() : bytes();
 }
 
-/// A command to a card: header, data, and the length expected, which our card does without.
+/// A command to a card: header, data, and the expected length, which our card ignores.
 struct command_apdu {
   std::uint8_t instruction = 0;
   std::uint8_t p1 = 0;

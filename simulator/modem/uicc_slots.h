@@ -1,6 +1,6 @@
 // What the modem does with cards: power, slots, channels. Two physical slots, of which the second
-// has an eUICC and a SIM behind one set of contacts: a switch notice says which of them the next
-// power-up connects. Two logical slots, each over a physical one.
+// has an eUICC and a SIM on one set of contacts: a switch notice says which of them the next
+// power-up connects. Two logical slots, each mapped to a physical one.
 //
 // Power, slots and the connected card outlive a run. Channels belong to the client that opened
 // them.
@@ -19,7 +19,7 @@
 
 namespace sim {
 
-/// Why a card does not do what was asked.
+/// Why a card did not do what was asked.
 enum class card_error : std::uint8_t {
   none,
   no_slot,
@@ -46,8 +46,8 @@ struct opened_channel {
   std::vector<std::uint8_t> select_response;
 };
 
-/// Slots are numbers from 1; each function that takes a logical one refuses those that are not
-/// there. Every function throws `failure` when the state cannot be read or written.
+/// Slots are numbered from 1; each function that takes a logical one refuses those that do not
+/// exist. Every function throws `failure` when the state cannot be read or written.
 class uicc_slots {
  public:
   uicc_slots(settings& settings, cards& cards, euicc& euicc)
@@ -64,8 +64,8 @@ class uicc_slots {
   /// Without a card only when `blindly`.
   [[nodiscard]] card_error power_up(unsigned logical, bool blindly);
 
-  /// Puts a logical slot over this physical one, and the other over the one that becomes free.
-  /// False when it is there already.
+  /// Maps a logical slot to this physical one, and the other slot to the one that becomes free.
+  /// False when it is mapped there already.
   [[nodiscard]] bool assign(unsigned logical, unsigned physical);
 
   [[nodiscard]] card_error open_channel(const client& who, unsigned logical,
@@ -76,12 +76,12 @@ class uicc_slots {
                                     protocol::byte_view apdu, std::vector<std::uint8_t>& answer);
 
   void drop_client(const client& gone);
-  /// Every card comes up anew.
+  /// Every card powers up again.
   void restart();
 
  private:
   struct channel_state {
-    client owner;  ///< of the basic channel: nobody
+    client owner;  ///< unset for the basic channel
     application selected = application::none;
   };
   using channels = std::map<std::pair<unsigned, std::uint8_t>, channel_state>;  // by physical slot

@@ -9,7 +9,7 @@
 #include <asio/posix/stream_descriptor.hpp>
 
 #include "host/file_descriptor.h"
-#include "simulator/at_commands.h"
+#include "simulator/at/at_commands.h"
 #include "simulator/ports/terminal_link.h"
 #include "simulator/trace.h"
 

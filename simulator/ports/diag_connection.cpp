@@ -80,11 +80,11 @@ void diag_connection::serve(byte_view request) {
     if (fault->action == fault_action::silent) return;
     if (fault->action == fault_action::disconnect) return close("a fault");
   }
-  answer(fault != nullptr && fault->action == fault_action::error
-             ? diag::refuse(static_cast<std::uint8_t>(*fault->value), request)
-             : diag::answer(request, session_, server_.state),
-         fault);
-  server_.after_request();
+  const diag::reply reply = fault != nullptr && fault->action == fault_action::error
+                                ? diag::refuse(static_cast<std::uint8_t>(*fault->value), request)
+                                : diag::answer(request, session_, server_.state);
+  answer(reply.answer, fault);
+  if (reply.restart) server_.restart();
   request_seen();
 }
 

@@ -12,7 +12,7 @@
 
 #include "host/file_descriptor.h"
 #include "simulator/failure.h"
-#include "simulator/standard_streams.h"
+#include "simulator/standard_error.h"
 
 namespace sim {
 namespace {

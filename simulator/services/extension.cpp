@@ -6,7 +6,7 @@
 
 #include "simulator/failure.h"
 #include "simulator/services/extension_type.h"
-#include "simulator/standard_streams.h"
+#include "simulator/standard_error.h"
 
 namespace sim {
 namespace {
@@ -73,7 +73,7 @@ const extension_type_row* find_type(std::uint32_t type) {
 
 }  // namespace
 
-error answer_extension(const request& asked, protocol::qmi::tlv_writer& answer) {
+reply answer_extension(const request& asked) {
   extension_request parsed;
   if (const error wrong = parse(asked.tlvs, parsed); wrong != error::none) return wrong;
 
@@ -82,10 +82,12 @@ error answer_extension(const request& asked, protocol::qmi::tlv_writer& answer) 
   if (const auto* const row = find_type(parsed.type)) {
     response = row->answer({asked.from, parsed.data, payload, asked.state});
   }
-  answer.integer(extension_result_tlv, response.result)
+  reply out;
+  out.restart = response.restart;
+  out.tlvs.integer(extension_result_tlv, response.result)
       .integer(data_len_tlv, static_cast<std::uint32_t>(response.data_len));
-  if (response.result == success) answer.bytes(payload_tlv, payload);
-  return error::none;
+  if (response.result == success) out.tlvs.bytes(payload_tlv, payload);
+  return out;
 }
 
 std::string describe_extension_request(byte_view request) {

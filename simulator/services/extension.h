@@ -9,11 +9,9 @@
 
 namespace sim {
 
-constexpr std::uint32_t extension_service_id = norvel_extend_qmi_service_id_v01;
 constexpr std::uint8_t extension_result_tlv = 0x01;
 
-[[nodiscard]] protocol::qmi::error answer_extension(const request& asked,
-                                                    protocol::qmi::tlv_writer& answer);
+[[nodiscard]] reply answer_extension(const request& asked);
 [[nodiscard]] std::string describe_extension_request(protocol::byte_view request);
 [[nodiscard]] std::string describe_extension_answer(protocol::byte_view request,
                                                     protocol::byte_view answer);
@@ -31,8 +29,8 @@ inline constexpr tlv_row extension_response_tlvs[] = {
 inline constexpr message_row extension_messages[] = {
     {norvel_extend_qmi_request_v01, "exchange", answer_extension, extension_request_tlvs,
      extension_response_tlvs, describe_extension_request, describe_extension_answer},
-    {0x0003, "exchange 3", answer_extension, extension_request_tlvs, extension_response_tlvs,
-     describe_extension_request, describe_extension_answer},
+    {norvel_extend_qmi_message_3_v01, "exchange 3", answer_extension, extension_request_tlvs,
+     extension_response_tlvs, describe_extension_request, describe_extension_answer},
 };
 
 }  // namespace sim

@@ -22,7 +22,7 @@ constexpr std::size_t result_at = 4;
 constexpr std::size_t value_at = 8;
 constexpr std::size_t value_length_at = 12;
 
-/// What a message brings along, as 32-bit words.
+/// The arguments of a message, as 32-bit words.
 struct arguments {
   byte_view bytes;
 
@@ -32,52 +32,59 @@ struct arguments {
   }
 };
 
-outcome restart(arguments in, modem& state, std::uint32_t& /*value*/) {
+/// The outcome of a message.
+struct common_reply {
+  common_reply(outcome what, std::uint32_t number = 0) : result(what), value(number) {}
+
+  outcome result;
+  std::uint32_t value;  ///< of a query
+  bool restart = false;
+};
+
+common_reply restart(arguments in, modem& state) {
   constexpr std::uint32_t plain = 0x1000;
   constexpr std::uint32_t with_dump = 0x2000;
   if (in[0] != plain && in[0] != with_dump) return outcome::bad_argument;
   if (in[0] == with_dump) write_dump(state, "full dump asked for by a client");
   state.store.count("restarts");
-  state.restart_asked = true;
-  return outcome::ok;
+  common_reply out = outcome::ok;
+  out.restart = true;
+  return out;
 }
 
-outcome sync(arguments /*in*/, modem& state, std::uint32_t& /*value*/) {
+common_reply sync(arguments /*in*/, modem& state) {
   state.store.checkpoint();
   return outcome::ok;
 }
 
-outcome switch_notice(arguments in, modem& state, std::uint32_t& /*value*/) {
+common_reply switch_notice(arguments in, modem& state) {
   const std::uint64_t both = std::uint64_t{in[1]} << 32 | in[0];
   state.kept.set(setting_of::switch_notice, static_cast<std::int64_t>(both));
   state.activity.count(event::switch_notice);
   return outcome::ok;
 }
 
-outcome any_card(arguments /*in*/, modem& state, std::uint32_t& value) {
-  value = state.cards.count() > 0 ? 1 : 0;
-  return outcome::ok;
+common_reply any_card(arguments /*in*/, modem& state) {
+  return {outcome::ok, state.cards.count() > 0 ? 1U : 0U};
 }
 
-outcome card_count(arguments /*in*/, modem& state, std::uint32_t& value) {
-  value = state.cards.count();
-  return outcome::ok;
+common_reply card_count(arguments /*in*/, modem& state) {
+  return {outcome::ok, state.cards.count()};
 }
 
-outcome card_in_slot(arguments in, modem& state, std::uint32_t& value) {
+common_reply card_in_slot(arguments in, modem& state) {
   if (in[0] >= card_slots) return outcome::bad_argument;
-  value = state.cards.present(in[0]) ? 1 : 0;
-  return outcome::ok;
+  return {outcome::ok, state.cards.present(in[0]) ? 1U : 0U};
 }
 
-outcome set_card(arguments in, modem& state, std::uint32_t& /*value*/) {
+common_reply set_card(arguments in, modem& state) {
   constexpr void (cards::*set[])(unsigned slot, bool in) = {&cards::set_tray, &cards::set_sim};
   if (in[0] >= card_slots || in[1] >= std::size(set) || in[2] > 1) return outcome::bad_argument;
   (state.cards.*set[in[1]])(in[0], in[2] == 1);
   return outcome::ok;
 }
 
-outcome hot_swap(arguments in, modem& state, std::uint32_t& /*value*/) {
+common_reply hot_swap(arguments in, modem& state) {
   if (in[0] == 0) {
     state.hot_swap.stop();
     return outcome::ok;
@@ -94,8 +101,8 @@ struct common_row {
   std::uint32_t number;
   bool has_value;
   const char* name;
-  std::size_t words;  ///< arguments that it must have
-  outcome (*act)(arguments in, modem& state, std::uint32_t& value);
+  std::size_t words;  ///< arguments required
+  common_reply (*act)(arguments in, modem& state);
 };
 constexpr common_row messages[] = {
     {31, false, "restart", 1, restart},           {35, false, "NV sync", 0, sync},
@@ -112,7 +119,7 @@ const common_row* find_message(std::uint32_t number) {
 struct common_message {
   std::uint32_t number = 0;
   std::uint32_t length = 0;
-  byte_view payload;  ///< all that came
+  byte_view payload;  ///< as long as it came
 };
 
 std::optional<common_message> parse_message(byte_view data) {
@@ -125,13 +132,13 @@ std::optional<common_message> parse_message(byte_view data) {
   return common_message{*number, *length, in.rest()};
 }
 
-outcome act(const common_message& message, modem& state, std::uint32_t& value) {
+common_reply act(const common_message& message, modem& state) {
   state.store.count("common." + std::to_string(message.number));
   const common_row* const row = find_message(message.number);
   if (row == nullptr) return outcome::ok;
   if (message.length > message.payload.size()) return outcome::bad_argument;
   const arguments in{message.payload.first(message.length)};
-  return in.count() < row->words ? outcome::bad_argument : row->act(in, state, value);
+  return in.count() < row->words ? outcome::bad_argument : row->act(in, state);
 }
 
 void put(std::uint32_t word, std::size_t at, std::span<std::uint8_t> out) {
@@ -141,16 +148,19 @@ void put(std::uint32_t word, std::size_t at, std::span<std::uint8_t> out) {
 extension_response answer_message(const extension_call& call) {
   const auto message = parse_message(call.data);
   if (!message) return {};
-  std::uint32_t value = 0;
-  const outcome result = outcome_of([&] { return act(*message, call.state, value); });
+  common_reply made = outcome::ok;
+  const outcome result = outcome_of([&] {
+    made = act(*message, call.state);
+    return made.result;
+  });
   put(message->number, 0, call.payload);
   put(static_cast<std::uint32_t>(result), result_at, call.payload);
   const common_row* const row = find_message(message->number);
   if (row != nullptr && row->has_value && result == outcome::ok) {
-    put(value, value_at, call.payload);
-    put(sizeof(value), value_length_at, call.payload);
+    put(made.value, value_at, call.payload);
+    put(sizeof(made.value), value_length_at, call.payload);
   }
-  return {0, answer_size};
+  return {0, answer_size, made.restart};
 }
 
 // The two antenna settings come without a number, from offset 8 on, and are kept as EFS files.

@@ -17,7 +17,7 @@ using protocol::byte_view;
 constexpr std::size_t answer_size = 444;
 constexpr std::size_t max_chunk = 414;
 
-// Where a request's fields are, and where those end that each operation needs.
+// Offsets of a request's fields; those that an operation needs end where the next begins.
 constexpr std::size_t item_at = 2;
 constexpr std::size_t path_length_at = 4;
 constexpr std::size_t path_at = 5;
@@ -26,7 +26,7 @@ constexpr std::size_t chunk_at = 80;
 constexpr std::size_t offset_at = 84;
 constexpr std::size_t data_at = 88;
 
-/// The requests' fields; what a short request does not have is 0.
+/// A request's fields; those that a short request lacks are 0.
 struct fields {
   explicit fields(byte_view request) : bytes(request) {}
 
@@ -38,7 +38,7 @@ struct fields {
   [[nodiscard]] std::uint8_t subscription() const { return at<std::uint8_t>(1); }
   [[nodiscard]] std::uint16_t item() const { return at<std::uint16_t>(item_at); }
   [[nodiscard]] std::uint8_t path_length() const { return at<std::uint8_t>(path_length_at); }
-  /// Cut where the request ends or the field does.
+  /// Cut at the end of the request or of the field.
   [[nodiscard]] std::string path() const {
     const auto start = std::min(path_at, bytes.size());
     const auto rest = bytes.subspan(start, std::min(bytes.size(), total_at) - start);

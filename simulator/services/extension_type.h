@@ -1,5 +1,5 @@
-// What the types of extension requests have in common: bytes in, bytes out, and the results that
-// those answers carry which have one of their own.
+// What the types of extension requests have in common: bytes in, bytes out, and the results in
+// those answers that carry one.
 #pragma once
 
 #include <cstddef>
@@ -20,7 +20,7 @@ enum class outcome : std::int32_t {
   io_error = 5,   ///< the state could not be read or written
   bad_argument = 22,
   too_large = 27,
-  out_of_order = 29,  ///< a chunk that does not go on, or an offset behind the end
+  out_of_order = 29,  ///< a chunk that does not continue the last, or an offset past the end
 };
 
 [[nodiscard]] std::string words_of(outcome result);
@@ -28,7 +28,7 @@ enum class outcome : std::int32_t {
 struct extension_call {
   const client& from;
   protocol::byte_view data;         ///< the request's bytes that count
-  std::span<std::uint8_t> payload;  ///< the answer's, zeros at first
+  std::span<std::uint8_t> payload;  ///< the answer's, initially zeros
   modem& state;
 };
 
@@ -36,17 +36,18 @@ struct extension_call {
 struct extension_response {
   std::uint32_t result = 3;  ///< not there
   std::size_t data_len = 0;
+  bool restart = false;  ///< of the modem, after the answer
 };
 
 struct extension_type_row {
   std::uint32_t type;
   extension_response (*answer)(const extension_call& call);
-  /// For the trace; null where the bytes say enough.
+  /// For the trace; null where the bytes suffice.
   std::string (*describe_request)(protocol::byte_view data);
   std::string (*describe_answer)(protocol::byte_view request, protocol::byte_view answer);
 };
 
-/// Runs `act`, which may change the state; what cannot be written is told on standard error.
+/// Runs `act`, which may change the state; a failure is reported on standard error.
 [[nodiscard]] outcome outcome_of(const std::function<outcome()>& act);
 
 extension_response answer_nvefs(const extension_call& call);

@@ -13,7 +13,6 @@ namespace sim {
 namespace {
 
 using protocol::qmi::error;
-using protocol::qmi::tlv_writer;
 
 constexpr unsigned subscription = 0;
 constexpr std::uint8_t radio_lte = 8;
@@ -24,7 +23,7 @@ class packed {
   packed& u8(std::uint8_t value) { return add(value); }
   packed& u16(std::uint16_t value) { return add(value); }
   packed& u32(std::uint32_t value) { return add(value); }
-  /// Rounded, and held within what the integer can say.
+  /// Rounded and clamped to the range of the integer.
   packed& s8(double value) { return add(static_cast<std::uint8_t>(clamped<std::int8_t>(value))); }
   packed& s16(double value) {
     return add(static_cast<std::uint16_t>(clamped<std::int16_t>(value)));
@@ -74,43 +73,45 @@ std::uint32_t bandwidth_number(std::uint8_t resource_blocks) {
 
 }  // namespace
 
-error get_signal_strength(const request& asked, tlv_writer& answer) {
+reply get_signal_strength(const request& asked) {
   const auto seen = asked.state.seen_by(subscription);
   if (!seen) return error::information_unavailable;
   const lte_cell& lte = seen->lte;
-  answer.bytes(0x01, packed().s8(lte.rssi()).u8(radio_lte).view())
+  reply out;
+  out.tlvs.bytes(0x01, packed().s8(lte.rssi()).u8(radio_lte).view())
       .standard_response(error::none)
       // How far below 0 dBm, in a list.
       .bytes(0x11, packed().u16(1).s8(-lte.rssi()).u8(radio_lte).view())
       .bytes(0x16, packed().s8(lte.rsrq).u8(radio_lte).view())
       .bytes(0x17, packed().s16(10 * lte.sinr).view())
       .bytes(0x18, packed().s16(lte.rsrp).view());
-  return error::none;
+  return out;
 }
 
-error get_rf_band_info(const request& asked, tlv_writer& answer) {
+reply get_rf_band_info(const request& asked) {
   const auto seen = asked.state.seen_by(subscription);
   const auto band = seen ? band_number(seen->lte.band) : std::nullopt;
   if (!band) return error::information_unavailable;
   const lte_cell& lte = seen->lte;
   const auto narrow = static_cast<std::uint16_t>(std::min<std::uint32_t>(lte.dl_earfcn, 0xFFFF));
-  answer.bytes(0x01, packed().u8(1).u8(radio_lte).u16(*band).u16(narrow).view())
+  reply out;
+  out.tlvs.bytes(0x01, packed().u8(1).u8(radio_lte).u16(*band).u16(narrow).view())
       .standard_response(error::none)
       .bytes(0x11, packed().u8(1).u8(radio_lte).u16(*band).u32(lte.dl_earfcn).view())
       .bytes(0x12, packed().u8(1).u8(radio_lte).u32(bandwidth_number(lte.resource_blocks)).view());
-  return error::none;
+  return out;
 }
 
-error get_signal_info(const request& asked, tlv_writer& answer) {
+reply get_signal_info(const request& asked) {
   const auto seen = asked.state.seen_by(subscription);
   if (!seen) return error::information_unavailable;
   const lte_cell& lte = seen->lte;
   const nr_cell& nr = seen->nr;
-  answer.standard_response(error::none)
-      .bytes(0x14, packed().s8(lte.rssi()).s8(lte.rsrq).s16(lte.rsrp).s16(10 * lte.sinr).view())
+  reply out = error::none;
+  out.tlvs.bytes(0x14, packed().s8(lte.rssi()).s8(lte.rsrq).s16(lte.rsrp).s16(10 * lte.sinr).view())
       .bytes(0x17, packed().s16(nr.rsrp).s16(10 * nr.sinr).view())
       .bytes(0x18, packed().s16(nr.rsrq).view());
-  return error::none;
+  return out;
 }
 
 }  // namespace sim

@@ -2,18 +2,14 @@
 // cells, and where they are. Without a card, or with the radio off, error 74.
 #pragma once
 
+#include "services/nas_v01.h"
 #include "simulator/service.h"
 
 namespace sim {
 
-constexpr std::uint32_t nas_service_id = 0x03;
-
-[[nodiscard]] protocol::qmi::error get_signal_strength(const request& asked,
-                                                       protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error get_rf_band_info(const request& asked,
-                                                    protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error get_signal_info(const request& asked,
-                                                   protocol::qmi::tlv_writer& answer);
+[[nodiscard]] reply get_signal_strength(const request& asked);
+[[nodiscard]] reply get_rf_band_info(const request& asked);
+[[nodiscard]] reply get_signal_info(const request& asked);
 
 inline constexpr tlv_row nas_signal_strength_request_tlvs[] = {{0x10, "wanted"}};
 inline constexpr tlv_row nas_signal_strength_response_tlvs[] = {{0x01, "strength", shown_as::bytes},
@@ -29,10 +25,14 @@ inline constexpr tlv_row nas_rf_band_response_tlvs[] = {{0x01, "bands"},
 inline constexpr tlv_row nas_signal_info_response_tlvs[] = {
     {0x02, "standard response"}, {0x14, "LTE"}, {0x17, "NR", shown_as::bytes}, {0x18, "NR RSRQ"}};
 inline constexpr message_row nas_messages[] = {
-    {0x0020, "get signal strength", get_signal_strength, nas_signal_strength_request_tlvs,
-     nas_signal_strength_response_tlvs},
-    {0x0031, "get RF band info", get_rf_band_info, {}, nas_rf_band_response_tlvs},
-    {0x004F, "get signal info", get_signal_info, {}, nas_signal_info_response_tlvs},
+    {nas_get_signal_strength_v01, "get signal strength", get_signal_strength,
+     nas_signal_strength_request_tlvs, nas_signal_strength_response_tlvs},
+    {nas_get_rf_band_info_v01, "get RF band info", get_rf_band_info, {}, nas_rf_band_response_tlvs},
+    {nas_get_signal_info_v01,
+     "get signal info",
+     get_signal_info,
+     {},
+     nas_signal_info_response_tlvs},
 };
 
 }  // namespace sim

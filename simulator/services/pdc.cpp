@@ -94,43 +94,40 @@ tlv_writer outcome(const request& asked, error result) {
   return out;
 }
 
-/// The standard response, and behind it the outcome.
-error answer_with(tlv_writer& answer, const request& asked, std::uint16_t message_id,
-                  tlv_writer outcome) {
-  answer.standard_response(error::none);
-  asked.state.indications.push_back(
-      {asked.from, pdc_service_id_v01, message_id, std::move(outcome).take()});
-  return error::none;
+/// The standard response, and after it the outcome.
+reply reply_with(const request& asked, std::uint16_t message_id, tlv_writer outcome) {
+  reply out = error::none;
+  out.indications.push_back({asked.from, message_id, outcome.take()});
+  return out;
 }
 
 /// The same, with the token in the response too.
-error answer_with_token(tlv_writer& answer, const request& asked, std::uint16_t message_id,
-                        tlv_writer outcome) {
-  const error result = answer_with(answer, asked, message_id, std::move(outcome));
-  if (const auto token = token_of(asked)) answer.integer(token_tlv, *token);
-  return result;
+reply reply_with_token(const request& asked, std::uint16_t message_id, tlv_writer outcome) {
+  reply out = reply_with(asked, message_id, std::move(outcome));
+  if (const auto token = token_of(asked)) out.tlvs.integer(token_tlv, *token);
+  return out;
 }
 
-/// To those who asked to hear of changes.
-void tell_of_change(modem& state, std::uint32_t type, byte_view id) {
-  for (const auto& [who, wishes] : state.pdc_clients.all()) {
-    if (!wishes.hears_of_changes) continue;
+/// To the clients that registered for changes.
+void report_change(reply& out, const pdc_clients& clients, std::uint32_t type, byte_view id) {
+  for (const auto& [who, registered] : clients.all()) {
+    if (!registered.wants_changes) continue;
     tlv_writer change;
     change.bytes(subject_tlv, bytes_of(type, id));
-    state.indications.push_back({who, pdc_service_id_v01, pdc_config_change_v01, change.take()});
+    out.indications.push_back({who, pdc_config_change_v01, change.take()});
   }
 }
 
-void tell_of_refresh(modem& state, refresh what) {
-  for (const auto& [who, wishes] : state.pdc_clients.all()) {
-    if (!wishes.hears_of_refreshes) continue;
+void report_refresh(reply& out, const pdc_clients& clients, refresh what) {
+  for (const auto& [who, registered] : clients.all()) {
+    if (!registered.wants_refreshes) continue;
     tlv_writer event;
     event.integer(subject_tlv, static_cast<std::uint32_t>(what));
-    state.indications.push_back({who, pdc_service_id_v01, pdc_refresh_v01, event.take()});
+    out.indications.push_back({who, pdc_refresh_v01, event.take()});
   }
 }
 
-/// A chunk of a configuration, as its request brings it.
+/// A chunk of a configuration, from its request.
 struct load_chunk {
   config_name name;
   std::uint32_t total = 0;
@@ -169,7 +166,7 @@ struct load_progress {
 };
 
 load_progress add_chunk(const request& asked, const load_chunk& chunk) {
-  // Whatever ends this chunk early ends the load as well.
+  // Anything that ends this chunk early ends the load as well.
   auto& kept = asked.state.pdc_clients.of(asked.from).loading;
   auto loading = std::exchange(kept, std::nullopt);
   if (!loading || loading->name != chunk.name || loading->total != chunk.total) {
@@ -191,21 +188,20 @@ load_progress add_chunk(const request& asked, const load_chunk& chunk) {
 
 }  // namespace
 
-error register_for_configs(const request& asked, tlv_writer& answer) {
+reply register_for_configs(const request& asked) {
   constexpr std::uint8_t reporting_tlv = 0x10;
   constexpr std::uint8_t refresh_tlv = 0x11;
-  pdc_client& wishes = asked.state.pdc_clients.of(asked.from);
+  pdc_client& registered = asked.state.pdc_clients.of(asked.from);
   if (const auto on = find_integer<std::uint8_t>(asked.tlvs, reporting_tlv)) {
-    wishes.hears_of_changes = *on != 0;
+    registered.wants_changes = *on != 0;
   }
   if (const auto on = find_integer<std::uint8_t>(asked.tlvs, refresh_tlv)) {
-    wishes.hears_of_refreshes = *on != 0;
+    registered.wants_refreshes = *on != 0;
   }
-  answer.standard_response(error::none);
   return error::none;
 }
 
-error get_selected_config(const request& asked, tlv_writer& answer) {
+reply get_selected_config(const request& asked) {
   constexpr std::uint8_t active_tlv = 0x11;
   constexpr std::uint8_t pending_tlv = 0x12;
   std::uint32_t type = 0;
@@ -215,18 +211,18 @@ error get_selected_config(const request& asked, tlv_writer& answer) {
   auto out = outcome(asked, active || pending ? error::none : error::not_provisioned);
   if (active) out.bytes(active_tlv, bytes_of(*active));
   if (pending) out.bytes(pending_tlv, bytes_of(*pending));
-  return answer_with_token(answer, asked, pdc_get_selected_config_v01, std::move(out));
+  return reply_with_token(asked, pdc_get_selected_config_v01, std::move(out));
 }
 
-error set_selected_config(const request& asked, tlv_writer& answer) {
+reply set_selected_config(const request& asked) {
   config_name name;
   if (const error wrong = read_name(asked, name); wrong != error::none) return wrong;
   const bool is_there = asked.state.configs.select(name);
-  return answer_with_token(answer, asked, pdc_set_selected_config_v01,
-                           outcome(asked, is_there ? error::none : error::invalid_id));
+  return reply_with_token(asked, pdc_set_selected_config_v01,
+                          outcome(asked, is_there ? error::none : error::invalid_id));
 }
 
-error list_configs(const request& asked, tlv_writer& answer) {
+reply list_configs(const request& asked) {
   constexpr std::uint8_t type_tlv = 0x11;
   constexpr std::uint8_t list_tlv = 0x11;
   const auto type = find_integer<std::uint32_t>(asked.tlvs, type_tlv);
@@ -255,10 +251,10 @@ error list_configs(const request& asked, tlv_writer& answer) {
     out.integer(more_tlv, std::uint8_t{1});
     kept = listing;
   }
-  return answer_with(answer, asked, pdc_list_configs_v01, std::move(out));
+  return reply_with(asked, pdc_list_configs_v01, std::move(out));
 }
 
-error delete_config(const request& asked, tlv_writer& answer) {
+reply delete_config(const request& asked) {
   constexpr std::uint8_t id_tlv = 0x11;
   config_name name;
   if (const error wrong = read_type(asked, name.type); wrong != error::none) return wrong;
@@ -277,10 +273,10 @@ error delete_config(const request& asked, tlv_writer& answer) {
     case pdc_configs::erased::done:
       break;
   }
-  return answer_with_token(answer, asked, pdc_delete_config_v01, outcome(asked, error::none));
+  return reply_with_token(asked, pdc_delete_config_v01, outcome(asked, error::none));
 }
 
-error load_config(const request& asked, tlv_writer& answer) {
+reply load_config(const request& asked) {
   constexpr std::uint8_t received_tlv = 0x11;
   constexpr std::uint8_t remaining_tlv = 0x12;
   constexpr std::uint8_t starts_over_tlv = 0x13;
@@ -293,26 +289,26 @@ error load_config(const request& asked, tlv_writer& answer) {
     out.integer(remaining_tlv, chunk.total - progress.received);
     if (progress.starts_over) out.integer(starts_over_tlv, std::uint8_t{1});
   }
-  return answer_with_token(answer, asked, pdc_load_config_v01, std::move(out));
+  return reply_with_token(asked, pdc_load_config_v01, std::move(out));
 }
 
-error activate_config(const request& asked, tlv_writer& answer) {
+reply activate_config(const request& asked) {
   std::uint32_t type = 0;
   if (const error wrong = read_type(asked, type); wrong != error::none) return wrong;
   modem& state = asked.state;
   const bool was_pending = state.configs.activate(type);
-  const error result =
-      answer_with_token(answer, asked, pdc_activate_config_v01,
-                        outcome(asked, was_pending ? error::none : error::not_provisioned));
+  reply out = reply_with_token(asked, pdc_activate_config_v01,
+                               outcome(asked, was_pending ? error::none : error::not_provisioned));
   if (was_pending) {
-    tell_of_change(state, type, state.configs.active(type).value_or(config_id{}));
-    tell_of_refresh(state, refresh::start);
-    state.restart_asked = true;
+    const auto active = state.configs.active(type).value_or(config_id{});
+    report_change(out, state.pdc_clients, type, active);
+    report_refresh(out, state.pdc_clients, refresh::start);
+    out.restart = true;
   }
-  return result;
+  return out;
 }
 
-error get_config_info(const request& asked, tlv_writer& answer) {
+reply get_config_info(const request& asked) {
   constexpr std::uint8_t size_tlv = 0x11;
   constexpr std::uint8_t description_tlv = 0x12;
   constexpr std::uint8_t version_tlv = 0x13;
@@ -326,40 +322,39 @@ error get_config_info(const request& asked, tlv_writer& answer) {
     out.bytes(description_tlv, bytes_of(text));
     out.integer(version_tlv, details->version);
   }
-  return answer_with(answer, asked, pdc_get_config_info_v01, std::move(out));
+  return reply_with(asked, pdc_get_config_info_v01, std::move(out));
 }
 
-error get_config_limits(const request& asked, tlv_writer& answer) {
+reply get_config_limits(const request& asked) {
   constexpr std::uint8_t most_tlv = 0x11;
   constexpr std::uint8_t used_tlv = 0x12;
   std::uint32_t type = 0;
   if (const error wrong = read_type(asked, type); wrong != error::none) return wrong;
-  answer.standard_response(error::none);
-  if (const auto token = token_of(asked)) answer.integer(token_tlv, *token);
-  answer.integer(most_tlv, max_config_bytes);
-  answer.integer(used_tlv, asked.state.configs.used_bytes(type));
-  return error::none;
+  reply out = error::none;
+  if (const auto token = token_of(asked)) out.tlvs.integer(token_tlv, *token);
+  out.tlvs.integer(most_tlv, max_config_bytes);
+  out.tlvs.integer(used_tlv, asked.state.configs.used_bytes(type));
+  return out;
 }
 
-error deactivate_config(const request& asked, tlv_writer& answer) {
+reply deactivate_config(const request& asked) {
   std::uint32_t type = 0;
   if (const error wrong = read_type(asked, type); wrong != error::none) return wrong;
   modem& state = asked.state;
   const bool was_active = state.configs.active(type).has_value();
   state.configs.deactivate(type);
-  const error result =
-      answer_with_token(answer, asked, pdc_deactivate_config_v01,
-                        outcome(asked, was_active ? error::none : error::not_provisioned));
+  reply out = reply_with_token(asked, pdc_deactivate_config_v01,
+                               outcome(asked, was_active ? error::none : error::not_provisioned));
   if (was_active) {
-    tell_of_refresh(state, refresh::start);
-    tell_of_change(state, type, {});
-    tell_of_refresh(state, refresh::complete);
+    report_refresh(out, state.pdc_clients, refresh::start);
+    report_change(out, state.pdc_clients, type, {});
+    report_refresh(out, state.pdc_clients, refresh::complete);
   }
-  return result;
+  return out;
 }
 
-error set_config_feature(const request& asked, tlv_writer& answer) {
-  return answer_with(answer, asked, pdc_set_feature_v01, outcome(asked, error::none));
+reply set_config_feature(const request& asked) {
+  return reply_with(asked, pdc_set_feature_v01, outcome(asked, error::none));
 }
 
 }  // namespace sim

@@ -1,5 +1,5 @@
 // PDC, the standard service of carrier configurations. A request gets a standard response at once;
-// what came of it follows in an indication with the same message id: a QMI error code, and the
+// the outcome follows in an indication with the same message id: a QMI error code, and the
 // token by which the requester knows it.
 #pragma once
 
@@ -8,30 +8,17 @@
 
 namespace sim {
 
-constexpr std::uint16_t pdc_get_limits = 0x0029;
-
-[[nodiscard]] protocol::qmi::error register_for_configs(const request& asked,
-                                                        protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error get_selected_config(const request& asked,
-                                                       protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error set_selected_config(const request& asked,
-                                                       protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error list_configs(const request& asked,
-                                                protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error delete_config(const request& asked,
-                                                 protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error load_config(const request& asked,
-                                               protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error activate_config(const request& asked,
-                                                   protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error get_config_info(const request& asked,
-                                                   protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error get_config_limits(const request& asked,
-                                                     protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error deactivate_config(const request& asked,
-                                                     protocol::qmi::tlv_writer& answer);
-[[nodiscard]] protocol::qmi::error set_config_feature(const request& asked,
-                                                      protocol::qmi::tlv_writer& answer);
+[[nodiscard]] reply register_for_configs(const request& asked);
+[[nodiscard]] reply get_selected_config(const request& asked);
+[[nodiscard]] reply set_selected_config(const request& asked);
+[[nodiscard]] reply list_configs(const request& asked);
+[[nodiscard]] reply delete_config(const request& asked);
+[[nodiscard]] reply load_config(const request& asked);
+[[nodiscard]] reply activate_config(const request& asked);
+[[nodiscard]] reply get_config_info(const request& asked);
+[[nodiscard]] reply get_config_limits(const request& asked);
+[[nodiscard]] reply deactivate_config(const request& asked);
+[[nodiscard]] reply set_config_feature(const request& asked);
 
 inline constexpr tlv_row pdc_register_request_tlvs[] = {{0x10, "reporting"}, {0x11, "refresh"}};
 inline constexpr tlv_row pdc_type_request_tlvs[] = {{0x01, "type"}, {0x10, "token"}};
@@ -93,7 +80,7 @@ inline constexpr message_row pdc_messages[] = {
                 pdc_result_tlvs),
     pdc_message(pdc_get_config_info_v01, "get config info", get_config_info,
                 pdc_config_request_tlvs, pdc_info_tlvs),
-    {pdc_get_limits, "get config limits", get_config_limits, pdc_type_request_tlvs,
+    {pdc_get_config_limits_v01, "get config limits", get_config_limits, pdc_type_request_tlvs,
      pdc_limits_response_tlvs},
     pdc_message(pdc_deactivate_config_v01, "deactivate config", deactivate_config,
                 pdc_type_request_tlvs, pdc_result_tlvs),

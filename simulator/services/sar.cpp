@@ -6,7 +6,7 @@ namespace sim {
 
 using protocol::qmi::error;
 
-error set_rf_state(const request& asked, protocol::qmi::tlv_writer& answer) {
+reply set_rf_state(const request& asked) {
   constexpr std::uint8_t state_tlv = 0x01;
   const auto value = protocol::qmi::find_tlv(asked.tlvs, state_tlv);
   if (!value) return error::missing_argument;
@@ -15,15 +15,15 @@ error set_rf_state(const request& asked, protocol::qmi::tlv_writer& answer) {
   if (state > setting_of::sar_state.most) return error::invalid_argument;
   asked.state.kept.set(setting_of::sar_state, state);
   asked.state.activity.count(event::rf_state_set);
-  answer.standard_response(error::none);
   return error::none;
 }
 
-error get_rf_state(const request& asked, protocol::qmi::tlv_writer& answer) {
+reply get_rf_state(const request& asked) {
   constexpr std::uint8_t state_tlv = 0x10;
   const auto state = asked.state.kept.get(setting_of::sar_state);
-  answer.standard_response(error::none).integer(state_tlv, static_cast<std::uint32_t>(state));
-  return error::none;
+  reply out = error::none;
+  out.tlvs.integer(state_tlv, static_cast<std::uint32_t>(state));
+  return out;
 }
 
 }  // namespace sim

@@ -12,12 +12,12 @@ namespace {
 
 // A service's port is its place in this table: new ones go to the end.
 constexpr service_row services[] = {
-    {"extension", extension_service_id, 1, extension_result_tlv, extension_messages},
-    {"sar", sar_service_id, 1, no_result_tlv, sar_messages},
-    {"uim", uim_service_id, 1, no_result_tlv, uim_messages},
+    {"extension", norvel_extend_qmi_service_id_v01, 1, extension_result_tlv, extension_messages},
+    {"sar", sar_service_id_v01, 1, no_result_tlv, sar_messages},
+    {"uim", uim_service_id_v01, 1, no_result_tlv, uim_messages},
     {"pdc", pdc_service_id_v01, 1, no_result_tlv, pdc_messages},
-    {"nas", nas_service_id, 1, no_result_tlv, nas_messages},
-    {"statistics", statistics_service_id, 1, no_result_tlv, statistics_messages},
+    {"nas", nas_service_id_v01, 1, no_result_tlv, nas_messages},
+    {"statistics", vendor_stats_service_id_v01, 1, no_result_tlv, statistics_messages},
 };
 
 }  // namespace

@@ -158,7 +158,7 @@ error parse(protocol::byte_view tlvs, get_request& parsed) {
 
 }  // namespace
 
-error switch_statistics(const request& asked, protocol::qmi::tlv_writer& answer) {
+reply switch_statistics(const request& asked) {
   using protocol::qmi::find_integer;
   using protocol::qmi::find_tlv;
   if (!find_tlv(asked.tlvs, 0x01) || !find_tlv(asked.tlvs, 0x10)) return error::missing_argument;
@@ -170,11 +170,10 @@ error switch_statistics(const request& asked, protocol::qmi::tlv_writer& answer)
   bool& is_on = asked.state.statistics_on;
   if (is_on == (*enable == 1)) return error::no_effect;
   is_on = *enable == 1;
-  answer.standard_response(error::none);
   return error::none;
 }
 
-error get_statistics(const request& asked, protocol::qmi::tlv_writer& answer) {
+reply get_statistics(const request& asked) {
   get_request wanted;
   if (const error wrong = parse(asked.tlvs, wanted); wrong != error::none) return wrong;
   if (!asked.state.statistics_on) return error::disabled;
@@ -198,8 +197,9 @@ error get_statistics(const request& asked, protocol::qmi::tlv_writer& answer) {
     append_le(entries, static_cast<std::uint16_t>(record.size()));
     entries.insert(entries.end(), record.begin(), record.end());
   }
-  answer.standard_response(error::none).bytes(0x10, entries);
-  return error::none;
+  reply out = error::none;
+  out.tlvs.bytes(0x10, entries);
+  return out;
 }
 
 }  // namespace sim

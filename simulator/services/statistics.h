@@ -7,14 +7,10 @@
 
 namespace sim {
 
-constexpr std::uint32_t statistics_service_id = vendor_stats_service_id_v01;
-
-/// Error 26 when it is as asked already.
-[[nodiscard]] protocol::qmi::error switch_statistics(const request& asked,
-                                                     protocol::qmi::tlv_writer& answer);
-/// An entry for each id that is known and measured; error 69 before the switch.
-[[nodiscard]] protocol::qmi::error get_statistics(const request& asked,
-                                                  protocol::qmi::tlv_writer& answer);
+/// Error 26 when nothing changes.
+[[nodiscard]] reply switch_statistics(const request& asked);
+/// An entry for each id that is known and measured; error 69 while the feature is off.
+[[nodiscard]] reply get_statistics(const request& asked);
 
 inline constexpr tlv_row statistics_switch_request_tlvs[] = {
     {0x01, "feature"}, {0x10, "enable"}, {0x11, "option"}};

@@ -11,7 +11,6 @@ namespace {
 using protocol::byte_reader;
 using protocol::byte_view;
 using protocol::qmi::error;
-using protocol::qmi::tlv_writer;
 
 constexpr std::uint8_t slot_tlv = 0x01;
 
@@ -34,7 +33,7 @@ error error_of(card_error what) {
   return error::internal;
 }
 
-/// A TLV that must be there and be exactly one integer.
+/// A required TLV that is exactly one integer.
 template <typename T>
 error take(const request& asked, std::uint8_t type, T& value) {
   const auto found = protocol::qmi::find_tlv(asked.tlvs, type);
@@ -61,7 +60,7 @@ std::vector<std::uint8_t> with_count(byte_view data) {
 }
 
 /// Opens a channel to the AID of TLV 0x10.
-error open_to_aid(const request& asked, std::uint8_t slot, byte_view aid_tlv, tlv_writer& answer) {
+reply open_to_aid(const request& asked, std::uint8_t slot, byte_view aid_tlv) {
   constexpr std::uint8_t done[] = {0x90, 0x00};
   const auto aid = counted_bytes<std::uint8_t>(aid_tlv);
   if (!aid) return error::malformed_message;
@@ -70,32 +69,30 @@ error open_to_aid(const request& asked, std::uint8_t slot, byte_view aid_tlv, tl
       wrong != error::none) {
     return wrong;
   }
-  answer.standard_response(error::none)
-      .integer(0x10, opened.id)
+  reply out = error::none;
+  out.tlvs.integer(0x10, opened.id)
       .bytes(0x11, done)
       .bytes(0x12, with_count(opened.select_response));
-  return error::none;
+  return out;
 }
 
 }  // namespace
 
-error power_off_card(const request& asked, tlv_writer& answer) {
+reply power_off_card(const request& asked) {
   std::uint8_t slot = 0;
   if (const error wrong = take(asked, slot_tlv, slot); wrong != error::none) return wrong;
-  answer.standard_response(error::none);
   return error_of(asked.state.uicc.power_down(slot));
 }
 
-error power_on_card(const request& asked, tlv_writer& answer) {
+reply power_on_card(const request& asked) {
   constexpr std::uint8_t ignore_hot_swap_tlv = 0x10;
   std::uint8_t slot = 0;
   if (const error wrong = take(asked, slot_tlv, slot); wrong != error::none) return wrong;
   const auto ignore = protocol::qmi::find_integer<std::uint8_t>(asked.tlvs, ignore_hot_swap_tlv);
-  answer.standard_response(error::none);
   return error_of(asked.state.uicc.power_up(slot, ignore.value_or(0) != 0));
 }
 
-error switch_card_slot(const request& asked, tlv_writer& answer) {
+reply switch_card_slot(const request& asked) {
   constexpr std::uint8_t physical_slot_tlv = 0x02;
   std::uint8_t logical = 0;
   std::uint32_t physical = 0;
@@ -106,11 +103,10 @@ error switch_card_slot(const request& asked, tlv_writer& answer) {
   for (const std::uint32_t slot : {std::uint32_t{logical}, physical}) {
     if (slot < 1 || slot > card_slots) return error::invalid_argument;
   }
-  answer.standard_response(error::none);
   return asked.state.uicc.assign(logical, physical) ? error::none : error::no_effect;
 }
 
-error get_card_eid(const request& asked, tlv_writer& answer) {
+reply get_card_eid(const request& asked) {
   constexpr std::uint8_t eid_tlv = 0x10;
   std::uint8_t slot = 0;
   if (const error wrong = take(asked, slot_tlv, slot); wrong != error::none) return wrong;
@@ -119,13 +115,13 @@ error get_card_eid(const request& asked, tlv_writer& answer) {
       wrong != error::none) {
     return wrong;
   }
-  answer.standard_response(error::none);
-  // A card that is no eUICC has none; to ask for it is no mistake.
-  if (found.is_euicc) answer.bytes(eid_tlv, with_count(euicc_eid));
-  return error::none;
+  reply out = error::none;
+  // A card that is not an eUICC has none; asking for it is no mistake.
+  if (found.is_euicc) out.tlvs.bytes(eid_tlv, with_count(euicc_eid));
+  return out;
 }
 
-error send_card_apdu(const request& asked, tlv_writer& answer) {
+reply send_card_apdu(const request& asked) {
   constexpr std::uint8_t apdu_tlv = 0x02;
   constexpr std::uint8_t channel_tlv = 0x10;
   std::uint8_t slot = 0;
@@ -145,22 +141,23 @@ error send_card_apdu(const request& asked, tlv_writer& answer) {
   std::vector<std::uint8_t> counted;
   protocol::append_le(counted, static_cast<std::uint16_t>(said.size()));
   counted.insert(counted.end(), said.begin(), said.end());
-  answer.standard_response(error::none).bytes(0x10, counted);
-  return error::none;
+  reply out = error::none;
+  out.tlvs.bytes(0x10, counted);
+  return out;
 }
 
-error open_card_channel(const request& asked, tlv_writer& answer) {
+reply open_card_channel(const request& asked) {
   constexpr std::uint8_t aid_tlv = 0x10;
   std::uint8_t slot = 0;
   if (const error wrong = take(asked, slot_tlv, slot); wrong != error::none) return wrong;
   const auto aid = protocol::qmi::find_tlv(asked.tlvs, aid_tlv);
-  return aid ? open_to_aid(asked, slot, *aid, answer) : error::missing_argument;
+  return aid ? open_to_aid(asked, slot, *aid) : error::missing_argument;
 }
 
-error use_card_channel(const request& asked, tlv_writer& answer) {
+reply use_card_channel(const request& asked) {
   constexpr std::uint8_t channel_to_close_tlv = 0x11;
   if (!protocol::qmi::find_tlv(asked.tlvs, channel_to_close_tlv)) {
-    return open_card_channel(asked, answer);
+    return open_card_channel(asked);
   }
   std::uint8_t slot = 0;
   std::uint8_t channel = 0;
@@ -168,7 +165,6 @@ error use_card_channel(const request& asked, tlv_writer& answer) {
   if (const error wrong = take(asked, channel_to_close_tlv, channel); wrong != error::none) {
     return wrong;
   }
-  answer.standard_response(error::none);
   return error_of(asked.state.uicc.close_channel(slot, channel));
 }
 

@@ -1,17 +1,21 @@
-// UIM, the standard service of cards. Slots are numbers from 1: logical ones, but in slot status,
-// which is about the physical ones, and in switch slot, which puts one over the other.
+// UIM, the standard service of cards. Slots are numbered from 1. They are logical ones, except in
+// slot status, which shows the physical ones, and in switch slot, which maps one to the other.
 #pragma once
 
+#include "services/uim_v01.h"
 #include "simulator/service.h"
 
 namespace sim {
 
-constexpr std::uint32_t uim_service_id = 0x0B;
-
-using uim_answer = protocol::qmi::error(const request& asked, protocol::qmi::tlv_writer& answer);
-
-[[nodiscard]] uim_answer get_card_status, get_slot_status, power_off_card, power_on_card,
-    switch_card_slot, get_card_eid, send_card_apdu, open_card_channel, use_card_channel;
+[[nodiscard]] reply get_card_status(const request& asked);
+[[nodiscard]] reply get_slot_status(const request& asked);
+[[nodiscard]] reply power_off_card(const request& asked);
+[[nodiscard]] reply power_on_card(const request& asked);
+[[nodiscard]] reply switch_card_slot(const request& asked);
+[[nodiscard]] reply get_card_eid(const request& asked);
+[[nodiscard]] reply send_card_apdu(const request& asked);
+[[nodiscard]] reply open_card_channel(const request& asked);
+[[nodiscard]] reply use_card_channel(const request& asked);
 
 inline constexpr tlv_row uim_result_tlvs[] = {{0x02, "standard response"}};
 inline constexpr tlv_row uim_slot_tlvs[] = {{0x01, "slot"}};
@@ -45,17 +49,19 @@ inline constexpr tlv_row uim_eid_tlvs[] = {{0x02, "standard response"},
                                            {0x10, "EID", shown_as::bytes}};
 
 inline constexpr message_row uim_messages[] = {
-    {0x002F, "get card status", get_card_status, uim_card_status_request_tlvs,
+    {uim_get_card_status_v01, "get card status", get_card_status, uim_card_status_request_tlvs,
      uim_card_status_tlvs},
-    {0x0030, "power off", power_off_card, uim_slot_tlvs, uim_result_tlvs},
-    {0x0031, "power on", power_on_card, uim_power_on_tlvs, uim_result_tlvs},
-    {0x003B, "send APDU", send_card_apdu, uim_send_apdu_request_tlvs, uim_send_apdu_tlvs},
-    {0x003F, "logical channel", use_card_channel, uim_channel_request_tlvs, uim_channel_tlvs},
-    {0x0042, "open logical channel", open_card_channel, uim_open_channel_request_tlvs,
+    {uim_power_down_v01, "power off", power_off_card, uim_slot_tlvs, uim_result_tlvs},
+    {uim_power_up_v01, "power on", power_on_card, uim_power_on_tlvs, uim_result_tlvs},
+    {uim_send_apdu_v01, "send APDU", send_card_apdu, uim_send_apdu_request_tlvs,
+     uim_send_apdu_tlvs},
+    {uim_logical_channel_v01, "logical channel", use_card_channel, uim_channel_request_tlvs,
      uim_channel_tlvs},
-    {0x0046, "switch slot", switch_card_slot, uim_switch_slot_tlvs, uim_result_tlvs},
-    {0x0047, "get slot status", get_slot_status, {}, uim_slot_status_tlvs},
-    {0x0065, "get EID", get_card_eid, uim_slot_tlvs, uim_eid_tlvs},
+    {uim_open_logical_channel_v01, "open logical channel", open_card_channel,
+     uim_open_channel_request_tlvs, uim_channel_tlvs},
+    {uim_switch_slot_v01, "switch slot", switch_card_slot, uim_switch_slot_tlvs, uim_result_tlvs},
+    {uim_get_slot_status_v01, "get slot status", get_slot_status, {}, uim_slot_status_tlvs},
+    {uim_get_eid_v01, "get EID", get_card_eid, uim_slot_tlvs, uim_eid_tlvs},
 };
 
 }  // namespace sim

@@ -12,7 +12,6 @@ using bytes = std::vector<std::uint8_t>;
 using protocol::append_le;
 using protocol::byte_view;
 using protocol::qmi::error;
-using protocol::qmi::tlv_writer;
 
 void append(bytes& out, byte_view more) {
   out.insert(out.end(), more.begin(), more.end());
@@ -98,16 +97,17 @@ constexpr std::uint8_t uicc_atr[] = {0x3B, 0x03, 0x54, 0x56, 0x4B};
 
 }  // namespace
 
-error get_card_status(const request& asked, tlv_writer& answer) {
+reply get_card_status(const request& asked) {
   constexpr std::uint8_t extended_wanted_tlv = 0x10;
   const auto extended = protocol::qmi::find_integer<std::uint8_t>(asked.tlvs, extended_wanted_tlv);
   const card_status status = read_cards(asked.state.uicc);
-  answer.standard_response(error::none).bytes(0x10, plain_status(status));
-  if (extended.value_or(0) != 0) answer.bytes(0x13, extended_status(status));
-  return error::none;
+  reply out = error::none;
+  out.tlvs.bytes(0x10, plain_status(status));
+  if (extended.value_or(0) != 0) out.tlvs.bytes(0x13, extended_status(status));
+  return out;
 }
 
-error get_slot_status(const request& asked, tlv_writer& answer) {
+reply get_slot_status(const request& asked) {
   constexpr std::uint32_t card_absent = 1;
   constexpr std::uint32_t card_present = 2;
   constexpr std::uint32_t slot_active = 1;
@@ -129,8 +129,9 @@ error get_slot_status(const request& asked, tlv_writer& answer) {
     cards.push_back(found.is_euicc ? 1 : 0);
     append_counted(eids, found.is_euicc ? byte_view(euicc_eid) : byte_view());
   }
-  answer.standard_response(error::none).bytes(0x10, states).bytes(0x11, cards).bytes(0x12, eids);
-  return error::none;
+  reply out = error::none;
+  out.tlvs.bytes(0x10, states).bytes(0x11, cards).bytes(0x12, eids);
+  return out;
 }
 
 }  // namespace sim

@@ -19,19 +19,20 @@ bytes zeros(std::size_t count) {
 class extension_service : public testing::Test {
  protected:
   error ask(const bytes& tlvs) {
-    answer_.clear();
     const sim::client nobody{};
-    return sim::answer_extension({nobody, 1, tlvs, modem_}, answer_);
+    const sim::reply said = sim::answer_extension({nobody, tlvs, modem_});
+    answer_ = said.tlvs.view();
+    return said.result;
   }
   bytes answer_to(const bytes& tlvs) {
     EXPECT_EQ(ask(tlvs), error::none);
-    return answer_.view();
+    return answer_;
   }
 
   support::temp_dir directory_;
   asio::io_context io_;
   sim::modem modem_{io_, directory_.path()};
-  protocol::qmi::tlv_writer answer_;
+  bytes answer_;
 };
 
 TEST_F(extension_service, echoes_the_bytes_that_count) {

@@ -5,7 +5,7 @@
 
 #include "simulator/dispatcher.h"
 #include "simulator/failure.h"
-#include "simulator/faults.h"
+#include "simulator/faults/faults.h"
 #include "simulator/services/services.h"
 #include "support/temp_dir.h"
 

@@ -24,10 +24,10 @@ constexpr std::uint32_t out_of_order = 29;
 class nvefs : public testing::Test {
  protected:
   nvefs_answer ask_with(const bytes& tlvs, std::uint32_t client_port = 1) {
-    protocol::qmi::tlv_writer answer;
     const sim::client who{nullptr, {1, client_port}};
-    EXPECT_EQ(sim::answer_extension({who, 1, tlvs, modem_}, answer), protocol::qmi::error::none);
-    return nvefs_answer(answer.view());
+    const sim::reply said = sim::answer_extension({who, tlvs, modem_});
+    EXPECT_EQ(said.result, protocol::qmi::error::none);
+    return nvefs_answer(said.tlvs.view());
   }
   template <typename Request>
   nvefs_answer ask(const Request& request, std::uint32_t client_port = 1) {

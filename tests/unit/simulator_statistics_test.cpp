@@ -27,11 +27,10 @@ class radio_services : public testing::Test {
 
   /// The TLVs of the answer; the error when there is one.
   bytes ask(sim::message_handler handler, const bytes& tlvs = {}) {
-    protocol::qmi::tlv_writer answer;
     const sim::client who{nullptr, {1, 1}};
-    const error refused = handler({who, 1, tlvs, modem_}, answer);
-    if (refused != error::none) return {static_cast<std::uint8_t>(refused)};
-    return answer.view();
+    const sim::reply said = handler({who, tlvs, modem_});
+    if (said.result != error::none) return {static_cast<std::uint8_t>(said.result)};
+    return said.tlvs.view();
   }
   bytes ask_for(const bytes& ids, std::uint8_t subscription = 0) {
     return ask(sim::get_statistics, hex("01 0200") + bytes{subscription, 0} +

@@ -16,7 +16,7 @@ class at_commands {
   /// for an empty line.
   [[nodiscard]] std::string answer(std::string_view line);
 
-  /// Whether the terminal gives back what it receives.
+  /// Whether the terminal echoes what it receives.
   [[nodiscard]] bool echo() const { return echo_; }
 
  private:

@@ -1,4 +1,4 @@
-#include "simulator/at_commands.h"
+#include "simulator/at/at_commands.h"
 
 #include <fmt/core.h>
 
@@ -6,7 +6,7 @@
 #include <cctype>
 #include <optional>
 
-#include "simulator/standard_streams.h"
+#include "simulator/standard_error.h"
 
 namespace sim {
 namespace {
@@ -18,7 +18,7 @@ constexpr const char* no_card = "+CME ERROR: 10";
 constexpr const char* manufacturer = "TVK";
 constexpr const char* model = "tvk-modem";
 
-/// Length, then a nibble that is no digit, then the digits, low nibble first.
+/// Length, then a nibble that is not a digit, then the digits, low nibble first.
 std::string imei_digits(protocol::byte_view item) {
   std::string digits;
   for (const std::uint8_t byte : item.subspan(std::min<std::size_t>(1, item.size()))) {
@@ -29,8 +29,7 @@ std::string imei_digits(protocol::byte_view item) {
   return digits;
 }
 
-/// A line of the answer; nothing for a plain OK. One that begins with "ERROR" or "+CME" is the
-/// whole.
+/// A line of the answer; empty for a plain OK. "ERROR" or "+CME ..." is the whole answer.
 using text = std::string;
 
 }  // namespace
@@ -92,7 +91,7 @@ struct at_rows {
 namespace {
 
 struct at_row {
-  std::string_view form;  ///< behind "AT"; at '=' the argument begins
+  std::string_view form;  ///< after "AT", up to the '=' that the argument follows
   text (*answer)(at_commands& at, std::string_view argument);
 };
 constexpr at_row rows[] = {
@@ -121,12 +120,12 @@ std::string at_commands::answer(std::string_view line) {
   std::ranges::transform(command, command.begin(),
                          [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
   if (!command.starts_with("AT")) return "ERROR";
-  const std::string_view behind = std::string_view(command).substr(2);
-  const auto form = behind.substr(0, std::min(behind.find('='), behind.size() - 1) + 1);
+  const std::string_view rest = std::string_view(command).substr(2);
+  const auto form = rest.substr(0, std::min(rest.find('='), rest.size() - 1) + 1);
   const auto* const row = std::ranges::find(rows, form, &at_row::form);
   if (row == std::end(rows)) return "ERROR";
   try {
-    const text said = row->answer(*this, behind.substr(form.size()));
+    const text said = row->answer(*this, rest.substr(form.size()));
     if (said.empty()) return "OK";
     const bool failed = said == "ERROR" || said == no_card;
     return failed ? said : said + "\r\n\r\nOK";

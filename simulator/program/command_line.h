@@ -15,11 +15,11 @@ struct serve_command {
 };
 
 struct exec_command {
-  modem_options modem;  ///< with an empty socket: a private one; and so for DIAG
+  modem_options modem;  ///< an empty socket path, DIAG's too, means a private one
   std::vector<std::string> command;
 };
 
-/// What the `nv` and `efs` programs do with a state directory.
+/// What the `nv` and `efs` commands do with a state directory.
 struct nv_command {
   enum class verb : std::uint8_t { list, get, set };
   verb what = verb::list;

@@ -1,4 +1,4 @@
-#include "simulator/signals.h"
+#include "simulator/program/signals.h"
 
 #include <utility>
 
@@ -16,7 +16,7 @@ int open_descriptor(std::initializer_list<int> numbers, sigset_t& before) {
   sigset_t watched;
   ::sigemptyset(&watched);
   for (const int number : numbers) {
-    // nohup: what is to outlive its terminal does.
+    // As nohup leaves it: the program is to outlive its terminal.
     if (number == SIGHUP && is_ignored(SIGHUP)) continue;
     ::sigaddset(&watched, number);
   }

@@ -1,4 +1,4 @@
-// Answers that wait for their time. Those of a client or service that goes away are dropped.
+// Answers that wait until they are due. Those of a client or service that goes away are dropped.
 #pragma once
 
 #include <chrono>
@@ -26,7 +26,7 @@ class delayed_answers {
  public:
   delayed_answers(asio::io_context& io, std::function<void(const answer&)> deliver);
 
-  /// False when too many wait already.
+  /// False when too many are waiting already.
   [[nodiscard]] bool add(answer waiting, std::chrono::milliseconds delay);
 
   void drop_client(const client& gone);
@@ -40,7 +40,7 @@ class delayed_answers {
 
   asio::io_context& io_;
   std::function<void(const answer&)> deliver_;
-  // By number: a timer that fired may find its answer already dropped.
+  // By number: when a timer fires, its answer may have been dropped already.
   std::map<std::uint64_t, waiting_answer> waiting_;
   std::uint64_t next_ = 0;
 };

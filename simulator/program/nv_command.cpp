@@ -3,10 +3,10 @@
 
 #include <algorithm>
 
-#include "simulator/commands.h"
 #include "simulator/modem/nv_seed.h"
 #include "simulator/modem/nv_store.h"
-#include "simulator/standard_streams.h"
+#include "simulator/program/commands.h"
+#include "simulator/program/standard_output.h"
 
 namespace sim {
 namespace {

@@ -14,17 +14,17 @@
 #include <asio/io_context.hpp>
 
 #include "host/file_descriptor.h"
-#include "simulator/commands.h"
 #include "simulator/failure.h"
-#include "simulator/signals.h"
-#include "simulator/standard_streams.h"
+#include "simulator/program/commands.h"
+#include "simulator/program/signals.h"
+#include "simulator/standard_error.h"
 
 namespace sim {
 namespace {
 
 constexpr int cannot_start = 127;
 
-/// A fresh directory, removed with what is in it.
+/// A fresh directory, removed with its contents.
 class temporary_directory {
  public:
   temporary_directory() {
@@ -56,11 +56,11 @@ int start(const std::vector<std::string>& command, const sigset_t& mask, pid_t& 
   for (const std::string& each : command) arguments.push_back(const_cast<char*>(each.c_str()));
   arguments.push_back(nullptr);
 
-  // Ends without a byte when the command runs, and brings errno when it does not.
+  // Closes without a byte when the command runs, and carries errno when it does not.
   int ends[2];
   if (::pipe2(ends, O_CLOEXEC) != 0) return errno;
   const host::file_descriptor outcome(ends[0]);
-  host::file_descriptor teller(ends[1]);
+  host::file_descriptor report(ends[1]);
   child = ::fork();
   if (child < 0) return errno;
   if (child == 0) {
@@ -68,10 +68,10 @@ int start(const std::vector<std::string>& command, const sigset_t& mask, pid_t& 
     std::signal(SIGXFSZ, SIG_DFL);
     ::execvp(arguments[0], arguments.data());
     const int error = errno;
-    const bool told = ::write(teller.get(), &error, sizeof(error)) == sizeof(error);
-    ::_exit(told ? cannot_start : EXIT_FAILURE);
+    const bool reported = ::write(report.get(), &error, sizeof(error)) == sizeof(error);
+    ::_exit(reported ? cannot_start : EXIT_FAILURE);
   }
-  teller = host::file_descriptor();
+  report = host::file_descriptor();
   int error = 0;
   if (::read(outcome.get(), &error, sizeof(error)) != sizeof(error)) return 0;
   ::waitpid(child, nullptr, 0);
@@ -90,13 +90,13 @@ int run(exec_command asked) {
   if (asked.modem.socket.empty()) {
     asked.modem.socket = directory.emplace().path() + "/modem.sock";
   }
-  // The command may go to another directory before it looks for the modem.
+  // The command may change its directory before it looks for the modem.
   asked.modem.socket = std::filesystem::absolute(asked.modem.socket);
   std::string& diag_socket = asked.modem.diag.socket;
   if (diag_socket.empty()) diag_socket = diag_socket_beside(asked.modem.socket);
   diag_socket = std::filesystem::absolute(diag_socket);
 
-  // Where the caller ignored it the kernel would throw the exit status away.
+  // If the caller ignored it, the kernel would discard the exit status.
   ::signal(SIGCHLD, SIG_DFL);
   pid_t child = 0;
   int status = 0;
@@ -105,7 +105,7 @@ int run(exec_command asked) {
     if (event.ssi_signo == SIGCHLD) {
       if (::waitpid(child, &status, WNOHANG) == child) io.stop();
     } else if (event.ssi_code <= 0) {
-      // Another process sent it. One from the terminal the command has got as well.
+      // Another process sent it. The command also gets the ones from the terminal.
       ::kill(child, static_cast<int>(event.ssi_signo));
     }
   });

@@ -1,4 +1,4 @@
-// Signals as events of the loop. Unlike a handler it tells who sent a signal.
+// Signals as events of the loop, which, unlike a handler, learn who sent them.
 #pragma once
 
 #include <sys/signalfd.h>
@@ -16,12 +16,12 @@ class signals {
  public:
   using handler = std::function<void(const signalfd_siginfo&)>;
 
-  /// Blocks the signals, for as long as the program runs, and passes them to `handle`. Blocks
-  /// SIGPIPE as well, since whoever reads the trace may leave. A SIGHUP that the caller ignores
+  /// Blocks the signals for as long as the program runs and passes them to `handle`. Blocks
+  /// SIGPIPE as well, since the reader of the trace may go away. A SIGHUP that the caller ignores
   /// stays ignored.
   signals(asio::io_context& io, std::initializer_list<int> numbers, handler handle);
 
-  /// What was blocked before, for programs that are started from here.
+  /// What was blocked before, for programs started from here.
   [[nodiscard]] const sigset_t& mask_before() const { return mask_before_; }
 
  private:

@@ -1,4 +1,4 @@
-// Faults that the modem is told to have. A rule reads
+// Faults that the user asks the modem to have. A rule reads
 //   SERVICE[/MESSAGE[@N]]=ACTION[:VALUE]
 // and strikes every request of the service, of one of its messages, or only the N-th of that
 // message since the start. The first rule given that fits a request is the one that strikes it.
@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include "simulator/rule_text.h"
+#include "simulator/faults/rule_text.h"
 #include "simulator/service.h"
 
 namespace sim {
@@ -34,7 +34,7 @@ struct fault_rule {
   fault_action action = fault_action::silent;
   std::optional<std::uint32_t> value;
 
-  /// A whole service that is down is so from the start; no request brings that about.
+  /// A rule that takes down a whole service strikes at the start; no request triggers it.
   [[nodiscard]] bool strikes_at_start() const { return action == fault_action::down && !message; }
 };
 
@@ -42,7 +42,7 @@ struct fault_rule {
 [[nodiscard]] fault_rule parse_fault_rule(std::string_view text,
                                           std::span<const service_row> services);
 
-/// Changes an answer as `delay` leaves it, or as `result`, `truncate` and `wrong_id` ask.
+/// Changes an answer for `result`, `truncate` and `wrong_id`; leaves it alone for all others.
 void alter_answer(const fault_rule& rule, std::vector<std::uint8_t>& datagram);
 
 class faults {

@@ -1,11 +1,11 @@
-#include "simulator/delayed_answers.h"
+#include "simulator/faults/delayed_answers.h"
 
 #include <utility>
 
 namespace sim {
 namespace {
 
-// A client may go on asking while its answers wait; memory must not grow with its patience.
+// A client may keep asking while its answers wait; memory must not grow without bound.
 constexpr std::size_t max_waiting = 4096;
 
 }  // namespace

@@ -21,7 +21,7 @@ struct chosen_setting {
   std::int64_t value = 0;
 };
 
-/// Throws `usage_error`, which names the text and what could be set.
+/// Throws `usage_error`, which names the text and the valid settings.
 [[nodiscard]] chosen_setting parse_setting(std::string_view text);
 
 }  // namespace sim

@@ -7,19 +7,19 @@
 
 #include <CLI/CLI.hpp>
 
-#include "simulator/command_line.h"
+#include "simulator/program/command_line.h"
 
 namespace sim {
 
 class state_command_line {
  public:
-  /// Adds both to the program's command line.
+  /// Adds both commands to the program's command line.
   explicit state_command_line(CLI::App& app);
   state_command_line(const state_command_line&) = delete;
   state_command_line& operator=(const state_command_line&) = delete;
 
-  /// What was asked for, once the command line is parsed; nothing when it was neither. Throws
-  /// `usage_error`.
+  /// What was asked for, once the command line is parsed; nothing when it was neither command.
+  /// Throws `usage_error`.
   [[nodiscard]] std::optional<command> parsed() const;
 
  private:

@@ -6,9 +6,9 @@
 #include <cstring>
 #include <memory>
 
-#include "simulator/commands.h"
 #include "simulator/modem/efs_store.h"
-#include "simulator/standard_streams.h"
+#include "simulator/program/commands.h"
+#include "simulator/program/standard_output.h"
 
 namespace sim {
 namespace {

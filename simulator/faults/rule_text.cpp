@@ -1,4 +1,4 @@
-#include "simulator/rule_text.h"
+#include "simulator/faults/rule_text.h"
 
 #include <fmt/core.h>
 
@@ -11,10 +11,10 @@
 namespace sim {
 namespace {
 
-/// What is before `separator`, and what is behind it where there is one.
+/// What comes before `separator`, and what comes after it if there is one.
 struct split_text {
   std::string_view before;
-  std::optional<std::string_view> behind;
+  std::optional<std::string_view> after;
 };
 split_text split(std::string_view text, char separator) {
   const auto at = text.find(separator);

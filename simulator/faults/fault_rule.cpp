@@ -3,9 +3,9 @@
 
 #include <limits>
 
-#include "simulator/faults.h"
+#include "simulator/faults/faults.h"
+#include "simulator/faults/rule_text.h"
 #include "simulator/number.h"
-#include "simulator/rule_text.h"
 
 namespace sim {
 namespace {

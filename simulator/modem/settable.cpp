@@ -1,4 +1,4 @@
-#include "simulator/settable.h"
+#include "simulator/modem/settable.h"
 
 #include <fmt/core.h>
 
@@ -42,7 +42,7 @@ void into_nr(modem& state, std::int64_t value) {
   assign(state.radio.means.nr.*member, value);
 }
 
-/// As users write it, with a sign where it is below zero.
+/// As users write it, with a sign when it is negative.
 std::optional<std::int64_t> parse_signed(std::string_view text, const settable_row& row) {
   const bool negative = text.starts_with('-');
   const auto size = parse_number(text.substr(negative ? 1 : 0), 0, max_32);

@@ -1,11 +1,11 @@
-// tvk-modem serve: a modem until it is told to stop.
+// tvk-modem serve: a modem that runs until a signal ends it.
 #include <fmt/core.h>
 
 #include <asio/io_context.hpp>
 
-#include "simulator/commands.h"
-#include "simulator/signals.h"
-#include "simulator/standard_streams.h"
+#include "simulator/program/commands.h"
+#include "simulator/program/signals.h"
+#include "simulator/standard_error.h"
 
 namespace sim {
 

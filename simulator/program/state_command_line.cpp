@@ -1,4 +1,4 @@
-#include "simulator/state_command_line.h"
+#include "simulator/program/state_command_line.h"
 
 #include <fmt/core.h>
 
@@ -27,7 +27,7 @@ state_command_line::state_command_line(CLI::App& app) : state_(default_state_dir
   nv_get_->add_option("ID", id_, "0 to 7232")->required();
   nv_set_ = add(nv, "set", "Write one.");
   nv_set_->add_option("ID", id_, "0 to 7232")->required();
-  nv_set_->add_option("BYTE", bytes_, "decimal, or hexadecimal behind 0x")->required();
+  nv_set_->add_option("BYTE", bytes_, "decimal, or hexadecimal after 0x")->required();
 
   CLI::App& efs = *app.add_subcommand("efs", "Show and change EFS files in a state directory.");
   efs.require_subcommand(1);
@@ -43,7 +43,7 @@ state_command_line::state_command_line(CLI::App& app) : state_(default_state_dir
 
 CLI::App* state_command_line::add(CLI::App& family, const char* verb, const char* help) {
   CLI::App* const added = family.add_subcommand(verb, help);
-  added->add_option("--state", state_, "where the modem keeps what outlives it")
+  added->add_option("--state", state_, "where the modem keeps its state")
       ->type_name("DIR")
       ->capture_default_str();
   added->add_option("--sub", subscription_, "the subscription, 0 or 1")->capture_default_str();

@@ -27,7 +27,7 @@ struct rule_text {
   std::string_view target;
   std::optional<std::string_view> message;
   std::optional<std::uint32_t> nth;
-  std::size_t action = 0;  ///< its place among the forms
+  std::size_t action = 0;  ///< its index among the forms
   std::optional<std::uint32_t> value;
 };
 
@@ -40,7 +40,7 @@ struct rule_text {
 [[noreturn]] void refuse_rule(std::string_view rule, const std::string& reason,
                               std::span<const action_form> actions);
 
-/// Rules with how many requests each has fitted so far. Rule has an optional `nth`.
+/// Rules, and how many requests each has matched so far. Rule has an optional `nth`.
 template <typename Rule>
 class counted_rules {
  public:
@@ -50,7 +50,7 @@ class counted_rules {
   template <typename Fits>
   [[nodiscard]] const Rule* strike(Fits fits) {
     const Rule* first = nullptr;
-    // To the end: a rule that comes too late for this request still counts it.
+    // All of them: a rule after the first that strikes still counts this request.
     for (counted& each : rules_) {
       if (!fits(each.rule)) continue;
       ++each.requests;

@@ -1,4 +1,4 @@
-#include "simulator/command_line.h"
+#include "simulator/program/command_line.h"
 
 #include <algorithm>
 #include <iterator>
@@ -10,9 +10,9 @@
 #include "host/directories.h"
 #include "simulator/failure.h"
 #include "simulator/modem/store.h"
+#include "simulator/program/standard_output.h"
+#include "simulator/program/state_command_line.h"
 #include "simulator/services/services.h"
-#include "simulator/standard_streams.h"
-#include "simulator/state_command_line.h"
 
 namespace sim {
 namespace {
@@ -44,16 +44,16 @@ void add_options(CLI::App& command, raw_options& options, const std::string& def
   command.add_option("--socket", options.socket, "the modem socket [" + default_socket + "]")
       ->type_name("PATH")
       ->check(not_empty);
-  command.add_option("--state", options.state, "where the modem keeps what outlives it")
+  command.add_option("--state", options.state, "where the modem keeps its state")
       ->type_name("DIR")
       ->check(not_empty)
       ->capture_default_str();
-  command.add_flag("--qrtr", options.qrtr, "be on the kernel's AF_QIPCRTR sockets as well");
+  command.add_flag("--qrtr", options.qrtr, "serve the kernel's AF_QIPCRTR sockets as well");
   command.add_flag("--trace", options.trace, "show every message on standard error");
   command.add_option("--fault", options.faults, "SERVICE[/MESSAGE[@N]]=ACTION[:VALUE]; repeatable")
       ->type_name("RULE")
       ->allow_extra_args(false);
-  command.add_option("--set", options.settings, "how the modem is at its start; repeatable")
+  command.add_option("--set", options.settings, "a setting of the modem at its start; repeatable")
       ->type_name("KEY=VALUE")
       ->allow_extra_args(false);
   command.add_option("--restart-time", options.restart_time, "how long a restart takes")
@@ -80,7 +80,7 @@ void add_options(CLI::App& command, raw_options& options, const std::string& def
           ->check(not_empty);
   command
       .add_option("--rate", options.rate,
-                  "play so many packets a second, 0 for no limit [as their time stamps say]")
+                  "packets played a second, 0 for no limit [as their time stamps say]")
       ->type_name("N")
       ->needs(play);
   command.add_flag("--play-now", options.play_now, "play with the time stamps of now")->needs(play);
@@ -91,8 +91,8 @@ void add_options(CLI::App& command, raw_options& options, const std::string& def
                    "speak QMUX where qmicli -p looks for its proxy");
 }
 
-/// Reads the capture, for which the user may have to wait: nothing is open yet that would have to
-/// be removed, so any signal may end the program.
+/// Reads the capture, which may take a while: nothing is open yet that would have to be removed, so
+/// any signal may end the program.
 modem_options checked(const raw_options& raw) {
   modem_options options{
       .socket = raw.socket,

@@ -1,7 +1,7 @@
 // The commands of tvk-modem. Each returns the exit status and throws `failure`.
 #pragma once
 
-#include "simulator/command_line.h"
+#include "simulator/program/command_line.h"
 
 namespace sim {
 

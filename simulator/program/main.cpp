@@ -3,13 +3,14 @@
 #include <variant>
 
 #include "host/standard_descriptors.h"
-#include "simulator/command_line.h"
-#include "simulator/commands.h"
 #include "simulator/failure.h"
-#include "simulator/standard_streams.h"
+#include "simulator/program/command_line.h"
+#include "simulator/program/commands.h"
+#include "simulator/program/standard_output.h"
+#include "simulator/standard_error.h"
 
 int main(int argc, char** argv) try {
-  // A file that has reached its limit is an error of the writing call, as a full disk is.
+  // Writing to a file at its size limit then fails with an error, as on a full disk.
   std::signal(SIGXFSZ, SIG_IGN);
   host::fill_standard_descriptors();
   const int status = std::visit([](auto command) { return sim::run(std::move(command)); },

@@ -1,11 +1,10 @@
-#include "simulator/standard_streams.h"
+#include "simulator/program/standard_output.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string>
 
-#include "host/messages.h"
 #include "simulator/failure.h"
 
 namespace sim {
@@ -23,10 +22,6 @@ void write_output(std::string_view text) {
 
 void finish_output() {
   if (std::fflush(stdout) != 0) fail();
-}
-
-void tell_user(std::string_view message) noexcept {
-  host::report("tvk-modem", message);
 }
 
 }  // namespace sim
