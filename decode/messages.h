@@ -9,7 +9,7 @@ namespace decode {
 /// Writes the text as a line that starts with the program's name. Failures are ignored: there is
 /// nowhere left to report them.
 void report(std::string_view text);
-/// The same, but a text is written only once per process.
+/// The same, but each text only once.
 void report_once(const std::string& text);
 
 /// Writes the text without adding name and newline.

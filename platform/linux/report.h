@@ -1,4 +1,4 @@
-// Messages from the platform libraries to the user about the host, on standard error.
+// Messages from the platform libraries to the user about the host.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 namespace platform {
 
-/// Writes "tvk: " and the text as one line. A text is written only once per process.
+/// Writes one line on standard error. A text is written only once per process.
 inline void report_once(const std::string& text) {
   host::report_once("tvk", text);
 }
