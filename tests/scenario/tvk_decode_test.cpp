@@ -517,8 +517,7 @@ TEST_F(tvk_decode, save_makes_its_file_when_there_is_a_port_and_replaces_none_un
   live_port modem;
   const auto refused = decode(modem.arguments({"--save", kept}));
   EXPECT_EQ(refused.exit_status, 1);
-  EXPECT_EQ(refused.errors,
-            "tvk-decode: " + kept + ": the file exists; --force replaces it\n");
+  EXPECT_EQ(refused.errors, "tvk-decode: " + kept + ": the file exists; --force replaces it\n");
   EXPECT_EQ(read_file(kept), content);
   EXPECT_TRUE(modem.port().requests().empty());
   background_process live(TVK_DECODE_PROGRAM, modem.arguments({"--save", kept, "--force"}));
