@@ -10,7 +10,7 @@
 #include "modem_api/modem_api.h"
 #include "qcril-common/utilities/orvax_log.h"
 #include "qcril-common/utilities/orvax_memory.h"
-#include "qcril-common/utilities/pause.h"
+#include "qcril-common/utilities/retry.h"
 
 namespace {
 
@@ -67,7 +67,7 @@ qmi_client_error_type vs_client_init_client_handles() TVK_REQUIRES(g_service_cli
   };
   auto error = connect();
   for (int tries = 1; error != QMI_NO_ERR && tries <= most_tries; ++tries) {
-    pause_for(between_tries);
+    pause_before_retry(tries - 1, most_tries, between_tries);
     ORVAX_LOG(ANDROID_LOG_DEBUG, __func__, "Trying qmi_client_init_instance() try # %d port[%d]",
               tries, port);
     error = connect();

@@ -6,8 +6,8 @@
 #include <mutex>
 
 #include "pdc/pdc_log.h"
-#include "qcril-common/utilities/pause.h"
 #include "qcril-common/utilities/qcril_memory_management.h"
+#include "qcril-common/utilities/retry.h"
 
 pdc_global_info g_pdc_info;
 
@@ -64,7 +64,7 @@ int pdc_init() {
       return 0;
     }
     PDC_LOG_ERROR("qmi_client_init returned failure (%d) for PDC, retry times %d", error, tried);
-    pause_for(after_failed_try);
+    pause_before_retry(tried, connect_tries, after_failed_try);
   }
   client.handle = nullptr;
   return -1;

@@ -71,18 +71,25 @@ TEST(transport, wait_names_service_endpoint_and_limit_once) {
     std::vector<std::string> arguments;
     const char* waits;
     const char* limit;
+    const char* retries = "";
   } rows[] = {
       {{"6", "0", "1"}, "QMI service 0xFFE4", "until it comes"},
       {{"5", "10", "1", "1"}, "QMI service 0x0B", "for up to 4000 ms in each try"},
       {{"5", "8"}, "QMI service 0x11", "for up to 4 ms in each try"},
-      {{"9", "0", "0"}, "QMI service 0xE4", "for up to 4 ms in each try"},
-      {{"10", "0", "1"}, "QMI service 0x24", "for up to 4 ms in each try"},
+      {{"9", "0", "0"},
+       "QMI service 0xE4",
+       "for up to 4 ms in each try",
+       "tvk: trying again for up to 9 s\n"},
+      {{"10", "0", "1"},
+       "QMI service 0x24",
+       "for up to 4 ms in each try",
+       "tvk: trying again for up to 100 s\n"},
   };
   const simulated_modem modem({}, simulated_modem::begin::later);
   for (const auto& row : rows) {
     const auto console = support::start_console(modem.endpoint(), row.arguments);
     const std::string line = std::string("tvk: waiting for ") + row.waits + " at " +
-                             modem.endpoint() + " " + row.limit + "\n";
+                             modem.endpoint() + " " + row.limit + "\n" + row.retries;
     EXPECT_TRUE(console->wait_for_error_text(line)) << line;
     console->send_signal(SIGKILL);
     EXPECT_EQ(console->wait().errors, line);
