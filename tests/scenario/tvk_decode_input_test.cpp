@@ -1,8 +1,6 @@
 // What tvk-decode takes and what it leaves alone: packed captures and damage in them, memory,
 // directories, and outputs that are inputs.
 #include <gtest/gtest.h>
-#include <linux/capability.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -14,6 +12,7 @@
 
 #include "support/bytes.h"
 #include "support/hand_diag.h"
+#include "support/no_superuser.h"
 #include "support/packing.h"
 #include "support/process.h"
 #include "support/temp_dir.h"
@@ -258,9 +257,7 @@ TEST_F(tvk_decode_input, takes_bounded_memory) {
 }
 
 TEST_F(tvk_decode_input, a_folder_that_cannot_be_read_hides_no_others) {
-  // The superuser may read everything; its programs may not without these.
-  ::prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE, 0, 0, 0);
-  ::prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH, 0, 0, 0);
+  support::start_programs_without_superuser_rights();
   for (const char* name : {"in", "in/a", "in/b", "in/b/deep", "in/c", "in/d"}) {
     fs::create_directory(file(name));
   }
