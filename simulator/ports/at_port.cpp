@@ -94,7 +94,7 @@ void at_port::share_after_each_client() {
 
 void at_port::send(std::string_view bytes) {
   if (::write(ours_.native_handle(), bytes.data(), bytes.size()) >= 0) return;
-  // Nobody reads; make room by throwing away what nobody read.
+  // No client reads: make room by discarding what was not read.
   ::tcflush(terminal_.get(), TCIFLUSH);
   if (::write(ours_.native_handle(), bytes.data(), bytes.size()) < 0) {
     trace_.note("AT answer dropped, nobody reads");

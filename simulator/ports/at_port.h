@@ -24,11 +24,11 @@ class at_port {
   void received(std::string_view bytes);
   void line_ends();
   void send(std::string_view bytes);
-  /// A client may have the terminal for itself alone, but not when it has gone.
+  /// A client may open the terminal exclusively, but that must end when the client leaves.
   void share_after_each_client();
 
   host::file_descriptor
-      terminal_;  ///< the clients' side; held open, so that one who closes it hangs up nobody
+      terminal_;  ///< the clients' side; held open, so that a client's close is not a hang-up
   asio::posix::stream_descriptor ours_;
   asio::posix::stream_descriptor closings_;  ///< an inotify
   terminal_link link_;

@@ -14,10 +14,10 @@ namespace {
 
 using protocol::byte_view;
 
-/// Without boundaries, small pieces are put together to about this size.
+/// Without packet boundaries, small pieces are joined to about this size.
 constexpr std::size_t write_size = std::size_t{64} << 10;
 
-/// How much of the bytes the peer took; nothing when it is gone.
+/// How many of the bytes were written; empty when the peer is gone.
 std::optional<std::size_t> write_now(int stream, byte_view bytes) {
   const ssize_t size = host::send_some(stream, bytes);
   if (size >= 0) return static_cast<std::size_t>(size);

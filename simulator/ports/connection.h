@@ -1,5 +1,5 @@
-// What the connections of every port have in common: a stream that is read from and written to by
-// the event loop, what its peer has not taken yet, and an end in order.
+// What the connections of all ports share: a stream that the event loop reads and writes, a queue
+// of what the peer has not read yet, and an orderly close.
 #pragma once
 
 #include <cstddef>
@@ -19,7 +19,7 @@ namespace sim {
 /// A socket of any kind, or the modem's side of a terminal.
 using peer_stream = asio::posix::stream_descriptor;
 
-/// Of what is sent: a packet goes out in one write or not at all.
+/// Whether packet boundaries are kept: a packet is then sent in one write or not at all.
 enum class boundaries : std::uint8_t { none, packets };
 
 class connection : public std::enable_shared_from_this<connection> {
@@ -30,8 +30,8 @@ class connection : public std::enable_shared_from_this<connection> {
 
   /// Begins to receive.
   void start() { receive(); }
-  /// Nothing is sent or received any more. Done from the event loop: whoever is sending may be
-  /// walking the list of connections.
+  /// Stops sending and receiving. The connection is removed later from the event loop, because the
+  /// caller may be iterating over the list of connections.
   void close(std::string_view reason);
 
  protected:
@@ -45,18 +45,18 @@ class connection : public std::enable_shared_from_this<connection> {
 
   /// Waits for bytes once and hands them to received().
   void receive();
-  /// At once if the peer keeps up, else queued.
+  /// Sends at once if the peer keeps up, otherwise queues.
   void send(protocol::byte_view bytes);
 
   [[nodiscard]] bool is_closed() const { return is_closed_; }
-  /// Bytes that the peer has not taken yet.
+  /// Bytes that the peer has not read yet.
   [[nodiscard]] std::size_t waiting() const { return waiting_; }
 
   /// The bytes stay until the next receive().
   virtual void received(protocol::byte_view bytes) = 0;
-  /// The peer took some of what was waiting.
+  /// The peer has read some of the queue.
   virtual void made_room() {}
-  /// The connection ends, for this reason.
+  /// Called when the connection ends, with the reason.
   virtual void left(std::string_view reason) = 0;
 
  private:

@@ -14,8 +14,8 @@ using diag::fault_action;
 using protocol::byte_view;
 using std::chrono::milliseconds;
 
-// Clients set their masks in many requests, and some of them take a packet between two for an
-// answer.
+// Clients set their masks in several requests, and some of them mistake a packet between two
+// requests for an answer.
 constexpr milliseconds quiet_before_stream{1500};
 constexpr milliseconds between_pieces{5};
 
@@ -70,7 +70,7 @@ void diag_connection::work_off_requests() {
 
 void diag_connection::serve(byte_view request) {
   server_.trace.diag(trace::direction::to_modem, number_, diag::name_of(request), request);
-  // What was open in the modem is gone with the firmware that had it open.
+  // Files that were open in the modem are lost when its firmware restarts.
   const auto restarts = server_.state.activity.of(event::restart);
   if (std::exchange(restarts_, restarts) != restarts) session_.files = {};
 
@@ -95,13 +95,13 @@ void diag_connection::answer(const diag::packet& packet, const diag::fault_rule*
     sent = sent.first(std::min<std::size_t>(*fault->value, sent.size()));
   }
   hdlc::append_frame(frame, sent);
-  // An answer has the code of its request, an error one of its own.
+  // An answer has the code of its request; an error has a code of its own.
   server_.trace.diag(trace::direction::from_modem, number_, "answer", sent);
   if (fault == nullptr) return send(frame);
   switch (fault->action) {
     case fault_action::bad_crc: {
-      // In the CRC itself: a packet that is not the answer would be passed over with a good one
-      // too.
+      // In the CRC itself: a damaged packet would be skipped as a wrong answer even if its CRC were
+      // not checked.
       std::uint8_t& last = frame[frame.size() - 2];
       const bool would_be_special =
           last == (hdlc::escape ^ 0x80) || last == (hdlc::terminator ^ 0x80);

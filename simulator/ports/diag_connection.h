@@ -1,5 +1,5 @@
 // One client of the DIAG port, on any byte stream: requests and answers in order, and the packets
-// that its masks select. Who reads slowly is read from slowly, and gets all of it in the end.
+// that its masks select. A client that reads slowly is served slowly, but loses nothing.
 #pragma once
 
 #include <chrono>
@@ -58,7 +58,7 @@ class diag_connection : public connection {
 
   asio::steady_timer pause_;
   bool paused_ = false;
-  bool in_frame_ = false;  ///< a frame goes out in pieces: nothing may come between
+  bool in_frame_ = false;  ///< a frame is being sent in pieces: nothing may come in between
   bool stalled_ = false;   ///< nothing is read while too much waits to be written
 
   std::vector<std::uint8_t> frame_;

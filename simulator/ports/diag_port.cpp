@@ -26,7 +26,7 @@ sockaddr* generic(sockaddr_in& address) {
   return reinterpret_cast<sockaddr*>(&address);
 }
 
-/// Bound to this host only. `port` becomes the one that the kernel chose.
+/// Bound to this host only. Sets `port` to the port that the kernel chose.
 host::file_descriptor bind_tcp(std::uint16_t& port) {
   host::file_descriptor made(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   if (!made.valid()) fail("make a socket for", port);
@@ -43,7 +43,7 @@ host::file_descriptor bind_tcp(std::uint16_t& port) {
   return made;
 }
 
-/// Answers are small and waited for.
+/// Answers are small, and clients wait for them.
 void send_at_once(peer_stream& stream) {
   const int on = 1;
   ::setsockopt(stream.native_handle(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
@@ -107,7 +107,7 @@ void diag_port::next_terminal() {
     link_->lead_to(terminal_of(fresh.get()));
     terminal_.assign(fresh.release());
   } catch (const failure&) {
-    // When there are no descriptors left, waiting for a client to leave is all one can do.
+    // Without free descriptors, the only remedy is to wait until a client leaves.
     terminal_again_.expires_after(terminal_retry);
     terminal_again_.async_wait([this](const std::error_code& cancelled) {
       if (!cancelled) next_terminal();

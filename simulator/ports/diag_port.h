@@ -1,5 +1,5 @@
-// The ways to the modem's DIAG side: a Unix socket always, TCP of this host and a terminal on
-// request.
+// The ports of the modem's DIAG side: always a Unix socket; on request also local TCP and a
+// terminal.
 #pragma once
 
 #include <cstdint>
@@ -23,8 +23,8 @@ namespace sim {
 
 struct diag_ways {
   std::string socket;                ///< a Unix socket's path
-  std::optional<std::uint16_t> tcp;  ///< a port of 127.0.0.1, 0 for one that is free
-  std::string terminal;              ///< a link to a pseudo-terminal; empty: none
+  std::optional<std::uint16_t> tcp;  ///< a port of 127.0.0.1; 0 picks a free one
+  std::string terminal;              ///< a link to a pseudo-terminal; empty for none
 };
 
 class diag_port {
@@ -33,7 +33,7 @@ class diag_port {
   diag_port(asio::io_context& io, const diag_ways& ways);
   ~diag_port();
 
-  /// Accepts clients from here on.
+  /// Starts to accept clients.
   void start(diag::server& server);
 
   /// 0 when there is none.
@@ -43,10 +43,10 @@ class diag_port {
   using protocol_type = asio::generic::stream_protocol;
 
   void add(peer_stream stream);
-  /// A client has come to the terminal when it says something, or has gone again.
+  /// A client shows by its first bytes, or by its hang-up.
   void wait_at_terminal();
-  /// Each client has a terminal of its own: nothing of one that leaves, neither what it did not
-  /// read nor how it set its terminal, is there for the next.
+  /// Each client gets a new terminal, so that neither unread bytes nor terminal settings of one
+  /// client reach the next.
   void next_terminal();
 
   asio::io_context& io_;

@@ -1,4 +1,4 @@
-// Accepts connections for as long as it lives, also when there are no descriptors left for a while.
+// Accepts connections for as long as it exists, even after running out of descriptors for a while.
 #pragma once
 
 #include <sys/socket.h>
@@ -44,7 +44,7 @@ class listener {
     });
   }
 
-  /// When there are no descriptors left, waiting for a client to leave is all one can do.
+  /// Without free descriptors, the only remedy is to wait until a client leaves.
   void accept_later() {
     again_.expires_after(std::chrono::milliseconds(100));
     again_.async_wait([this](const std::error_code& cancelled) {

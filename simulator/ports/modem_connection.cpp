@@ -10,7 +10,7 @@ namespace sim {
 
 namespace wire = protocol::modem_socket;
 
-// Receives one byte more than a packet can have, so that a longer one shows.
+// Receives one byte more than the longest packet, so that a longer one is noticed.
 modem_connection::modem_connection(modem_socket_port& owner, std::uint32_t client_port,
                                    peer_stream socket)
     : connection(std::move(socket), boundaries::packets, wire::max_packet_size + 1,

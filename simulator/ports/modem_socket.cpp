@@ -10,7 +10,7 @@
 namespace sim {
 namespace {
 
-// The range from which a kernel's node takes ports for its clients starts here.
+// The start of the range from which the kernel assigns client ports.
 constexpr std::uint32_t first_client_port = 0x4000;
 
 }  // namespace

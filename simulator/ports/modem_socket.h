@@ -27,7 +27,7 @@ class modem_socket_port : public port {
   modem_socket_port(asio::io_context& io, const std::string& path, trace& trace);
   ~modem_socket_port() override;
 
-  /// Accepts connections from here on, and passes what they say to `dispatcher`.
+  /// Starts to accept connections, and passes their packets to `dispatcher`.
   void start(dispatcher& dispatcher);
 
   void send(protocol::qrtr::address to, protocol::qrtr::address from,

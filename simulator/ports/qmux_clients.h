@@ -24,7 +24,7 @@ struct qmux_client {
 
 class qmux_clients {
  public:
-  /// Where the modem knows it; nothing when the service has no id left.
+  /// The client's port in the modem; empty when the service has no free id.
   [[nodiscard]] std::optional<std::uint32_t> add(connection_number connection,
                                                  const service_row& service);
   void remove(std::uint32_t port) { clients_.erase(port); }
@@ -37,7 +37,7 @@ class qmux_clients {
  private:
   [[nodiscard]] bool is_taken(const service_row& service, std::uint8_t id) const;
 
-  // Above the ports that a kernel's node gives its clients.
+  // Above the range from which the kernel assigns client ports.
   std::uint32_t next_port_ = 0x8000;
   std::map<std::uint32_t, qmux_client> clients_;
 };

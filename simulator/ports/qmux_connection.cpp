@@ -23,7 +23,7 @@ void qmux_connection::received(protocol::byte_view bytes) {
     if (!frame) break;
     owner_.receive(number_, *frame);
   }
-  if (frames_.broken()) return close("it sent what is no QMUX frame");
+  if (frames_.broken()) return close("it sent something that is not a QMUX frame");
   if (!is_closed()) receive();
 }
 

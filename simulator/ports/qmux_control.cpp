@@ -31,7 +31,7 @@ error set_instance_id(const control_request& asked, tlv_writer& answer) {
   return error::none;
 }
 
-/// CTL itself first, as modems have it.
+/// CTL itself first, as real modems list it.
 error get_version_info(const control_request& asked, tlv_writer& answer) {
   constexpr std::uint16_t control_major = 1;
   constexpr std::uint16_t control_minor = 5;
@@ -72,7 +72,7 @@ error release_client(const control_request& asked, tlv_writer& answer) {
   return error::none;
 }
 
-/// There is no data to format: whatever is asked for is what it will be.
+/// There is no data port, so any requested format is accepted.
 error set_data_format(const control_request& asked, tlv_writer& answer) {
   constexpr std::uint8_t link_protocol_tlv = 0x10;
   constexpr std::uint16_t raw_ip = 2;
@@ -86,7 +86,7 @@ error sync(const control_request& asked, tlv_writer& /*answer*/) {
   return error::none;
 }
 
-/// The device that it names is this modem, whatever its name.
+/// Any device name stands for this modem.
 error open_through_proxy(const control_request& asked, tlv_writer& /*answer*/) {
   return find_tlv(asked.tlvs, value_tlv) ? error::none : error::missing_argument;
 }

@@ -1,4 +1,4 @@
-// CTL, the service 0 of QMUX: which services there are, and who is a client of which.
+// CTL, service 0 of QMUX: lists the services, and allocates and releases client ids.
 #pragma once
 
 #include <cstdint>
@@ -11,10 +11,10 @@ namespace sim {
 
 class qmux_port;
 
-/// What a CTL message is called; null for one that is not known.
+/// The name of a CTL message; null if it is unknown.
 [[nodiscard]] const char* control_message_name(std::uint16_t message_id);
 
-/// The TLVs of the answer to a request that came on this connection.
+/// The TLVs of the answer to a request from this connection.
 [[nodiscard]] std::vector<std::uint8_t> answer_control(
     qmux_port& port, connection_number from, const protocol::qmux::control_message& asked);
 

@@ -1,5 +1,5 @@
-// QMUX on a stream socket: the way in for clients that know a modem as a character device or
-// through a proxy. Reaches every service whose number fits into 8 bits.
+// QMUX on a stream socket, for clients that expect the modem as a character device or behind a
+// proxy. Offers every service whose number fits into 8 bits.
 #pragma once
 
 #include <cstdint>
@@ -25,12 +25,12 @@ namespace sim {
 class qmux_connection;
 
 /// A socket bound to the abstract address at which stock clients look for their proxy. Throws
-/// `failure` where another program has it.
+/// `failure` if another program has the address.
 [[nodiscard]] host::file_descriptor bind_proxy_socket();
 
 class qmux_port : public port {
  public:
-  /// Accepts connections on a bound stream socket from here on.
+  /// Starts to accept connections on a bound stream socket.
   qmux_port(asio::io_context& io, host::file_descriptor bound, const node& node,
             dispatcher& dispatcher, trace& trace);
   ~qmux_port() override;
@@ -44,9 +44,9 @@ class qmux_port : public port {
 
   // For CTL.
   [[nodiscard]] const node& services() const { return node_; }
-  /// The service that is up and can be reached here, else null.
+  /// The service if it is up and its number fits, otherwise null.
   [[nodiscard]] const service_row* find_service(std::uint8_t id) const;
-  /// The id; nothing when the service has none left.
+  /// The new id; empty when the service has no free id.
   [[nodiscard]] std::optional<std::uint8_t> allocate(connection_number connection,
                                                      const service_row& service);
   /// False when the connection has no such client.

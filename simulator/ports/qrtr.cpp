@@ -46,7 +46,7 @@ socket_type open_socket(asio::io_context& io) {
   return {io, asio::generic::datagram_protocol(AF_QIPCRTR, 0), made.release()};
 }
 
-/// Not the library's own call: that sets MSG_NOSIGNAL, and the family refuses every flag but one.
+/// Not asio's own send: it sets MSG_NOSIGNAL, and the socket family accepts only MSG_DONTWAIT.
 bool send_to(socket_type& from, const endpoint& to, protocol::byte_view datagram) {
   return ::sendto(from.native_handle(), datagram.data(), datagram.size(), MSG_DONTWAIT, to.data(),
                   static_cast<socklen_t>(to.size())) >= 0;
@@ -58,12 +58,12 @@ struct qrtr_port::service_socket {
   service_socket(protocol::qrtr::address known_by, socket_type opened)
       : service(known_by),
         socket(std::move(opened)),
-        // The kernel tells its own node before the socket has a port.
+        // Before the socket has a port, the kernel reports only its own node.
         name_service(
             endpoint_of({address_of(socket.local_endpoint()).node, protocol::qrtr::control_port})) {
   }
 
-  protocol::qrtr::address service;  ///< what the modem knows it by
+  protocol::qrtr::address service;  ///< its address in the modem
   socket_type socket;
   endpoint name_service;
   endpoint sender{};
@@ -72,7 +72,7 @@ struct qrtr_port::service_socket {
 
 qrtr_port::qrtr_port(asio::io_context& io, node& node, dispatcher& dispatcher, trace& trace)
     : io_(io), dispatcher_(dispatcher), trace_(trace) {
-  // Fails here and not later, when a service that is down at the start comes up.
+  // Fails here rather than later, when a service that is down at the start comes up.
   (void)open_socket(io);
   node.attach(*this);
 }
@@ -81,7 +81,7 @@ qrtr_port::~qrtr_port() = default;
 
 void qrtr_port::send(protocol::qrtr::address to, protocol::qrtr::address from,
                      protocol::byte_view datagram) {
-  // Dropped when it cannot be sent, as the network drops what a peer has no room for.
+  // Dropped if it cannot be sent, as a network drops datagrams for a full peer.
   (void)send_to(socket_of(from).socket, endpoint_of(to), datagram);
 }
 
@@ -135,7 +135,7 @@ void qrtr_port::received(const service_socket& socket, std::size_t size) {
 }
 
 void qrtr_port::leaves(protocol::qrtr::address who) {
-  // The kernel tells each of our sockets, and of every port that is closed.
+  // The kernel reports every closed port to each of our sockets.
   if (clients_.erase(who) == 0) return;
   trace_.client_leaves({this, who}, "closed");
   dispatcher_.client_gone({this, who});

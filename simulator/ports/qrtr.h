@@ -19,7 +19,7 @@ namespace sim {
 
 class qrtr_port : public port {
  public:
-  /// Publishes what is up. Throws `failure` where the kernel has no such sockets.
+  /// Publishes the services that are up. Throws `failure` if the kernel has no such sockets.
   qrtr_port(asio::io_context& io, node& node, dispatcher& dispatcher, trace& trace);
   ~qrtr_port() override;
 
@@ -40,7 +40,7 @@ class qrtr_port : public port {
   asio::io_context& io_;
   dispatcher& dispatcher_;
   trace& trace_;
-  std::set<protocol::qrtr::address> clients_;  ///< who has said something and has not left
+  std::set<protocol::qrtr::address> clients_;  ///< those that have sent something and not left
   std::map<std::uint32_t, std::unique_ptr<service_socket>> sockets_;  ///< by the service's port
 };
 

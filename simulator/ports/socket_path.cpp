@@ -46,8 +46,8 @@ std::optional<struct stat> status_of(const std::string& path) {
   return std::nullopt;
 }
 
-/// The path, if a socket can have it; makes its directory. Another user's runtime directory would
-/// hand that user the clients.
+/// Checks the path and creates its directory. A runtime directory of another user would hand the
+/// clients to that user.
 std::string checked(std::string path) {
   (void)address_of(path);
   if (!host::make_directories(host::parent_of(path))) fail("make the directory of", path, errno);
@@ -67,7 +67,7 @@ path_lock::path_lock(const std::string& path) : file_(path + ".lock") {
       if (errno != EWOULDBLOCK) fail("lock", file_, errno);
       throw failure("another modem already listens on " + path);
     }
-    // An owner that was just leaving may have removed the file that was opened.
+    // An owner that is just ending may have removed the file that was opened.
     struct stat locked {};
     const auto there = status_of(file_);
     if (there && ::fstat(opened.get(), &locked) == 0 && locked.st_ino == there->st_ino) {
@@ -89,7 +89,7 @@ socket_path::socket_path(std::string path, int socket_type)
 
 socket_path::~socket_path() {
   struct stat now {};
-  // The place may have been cleared by hand and taken by another program since.
+  // The path may have been removed by hand and taken by another program since.
   if (::lstat(path_.c_str(), &now) == 0 && now.st_ino == inode_) ::unlink(path_.c_str());
 }
 
@@ -109,7 +109,7 @@ void socket_path::make_room() {
 void socket_path::bind() {
   const auto address = address_of(path_);
   socket_ = make_socket(type_, path_);
-  // The socket's file gets the mode that the socket has.
+  // The file in the directory gets the mode of the socket.
   if (::fchmod(socket_.get(), owner_only) != 0 ||
       ::bind(socket_.get(), address.get(), address.size()) != 0) {
     fail("bind", path_, errno);

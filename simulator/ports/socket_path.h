@@ -1,6 +1,6 @@
-// The place of a Unix socket in the file system. Whoever holds the lock PATH.lock owns the place;
-// a modem holds it for as long as it lives, so a socket whose lock is free and that nobody listens
-// on is what a killed modem left behind.
+// The path of a Unix socket in the file system. The holder of the lock PATH.lock owns the path. A
+// modem holds the lock for as long as it runs, so a socket that has no listener and whose lock is
+// free was left by a killed modem.
 #pragma once
 
 #include <sys/types.h>
@@ -11,7 +11,7 @@
 
 namespace sim {
 
-/// Holds the lock of a path; throws `failure` when another holds it.
+/// Holds the lock of a path; throws `failure` if another process holds it.
 class path_lock {
  public:
   explicit path_lock(const std::string& path);
@@ -27,9 +27,9 @@ class path_lock {
 
 class socket_path {
  public:
-  /// Takes the place and binds a socket to it, mode 0600, that does not listen yet. Makes the
-  /// directory where it is missing. Throws `failure`, and has then changed nothing that is not
-  /// a dead modem's.
+  /// Takes the path and binds a socket to it, with mode 0600, that does not listen yet. Creates the
+  /// directory if it is missing. Throws `failure`, and has then changed nothing but leftovers of a
+  /// killed modem.
   socket_path(std::string path, int socket_type);
   socket_path(const socket_path&) = delete;
   socket_path& operator=(const socket_path&) = delete;

@@ -27,7 +27,7 @@ std::string target_of(const std::string& path) {
   return std::filesystem::read_symlink(path, no_link).string();
 }
 
-/// What is there in place of a terminal, for a message.
+/// Describes for a message what is at the path instead of a terminal.
 std::string kind_of(const std::string& path) {
   std::error_code unknown;
   switch (std::filesystem::symlink_status(path, unknown).type()) {
@@ -63,7 +63,7 @@ host::file_descriptor open_pseudo_terminal() {
       ::tcgetattr(ours.get(), &mode) != 0) {
     fail("make", "a pseudo-terminal");
   }
-  // The mode is the clients' side's, whichever side it is set on.
+  // Either side of a pseudo-terminal sets the mode of the clients' side.
   ::cfmakeraw(&mode);
   if (::tcsetattr(ours.get(), TCSANOW, &mode) != 0) fail("set up", "a pseudo-terminal");
   return ours;
@@ -99,7 +99,7 @@ void terminal_link::lead_to(const std::string& terminal) {
 }
 
 terminal_link::~terminal_link() {
-  // The place may have been cleared by hand and taken by another program since.
+  // The path may have been removed by hand and taken by another program since.
   if (target_of(path_) == terminal_) ::unlink(path_.c_str());
 }
 

@@ -1,5 +1,5 @@
 // A pseudo-terminal that clients find through a symbolic link. PATH.lock is held as for a socket,
-// so a link whose lock is free was a killed modem's.
+// so a link whose lock is free was left by a killed modem.
 #pragma once
 
 #include <string>
@@ -9,8 +9,8 @@
 
 namespace sim {
 
-/// The modem's side of a new pseudo-terminal. The clients' side is raw, so that nobody's answers
-/// come back as requests. Throws `failure`.
+/// The modem's side of a new pseudo-terminal. The clients' side is raw, so that answers are not
+/// echoed back as requests. Throws `failure`.
 [[nodiscard]] host::file_descriptor open_pseudo_terminal();
 /// The name of the clients' side.
 [[nodiscard]] std::string terminal_of(int ours);
@@ -18,15 +18,14 @@ namespace sim {
 /// The link from a chosen path to the terminal.
 class terminal_link {
  public:
-  /// Throws `failure`, and has then changed nothing that is not a dead modem's.
+  /// Throws `failure`, and has then changed nothing but leftovers of a killed modem.
   terminal_link(const std::string& path, std::string terminal);
   terminal_link(const terminal_link&) = delete;
   terminal_link& operator=(const terminal_link&) = delete;
   /// Removes the link.
   ~terminal_link();
 
-  /// From now on the link leads to another terminal; it is there all the time. Throws `failure`,
-  /// and then it leads where it did.
+  /// Replaces the link's target atomically. Throws `failure`, and then the link is unchanged.
   void lead_to(const std::string& terminal);
 
  private:
