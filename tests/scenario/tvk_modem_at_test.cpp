@@ -12,6 +12,7 @@
 #include <string>
 
 #include "support/eventually.h"
+#include "support/exclusive_terminal.h"
 #include "support/process.h"
 #include "support/simulated_modem.h"
 #include "support/temp_dir.h"
@@ -35,11 +36,7 @@ class terminal {
   void take_for_itself() const { ASSERT_EQ(::ioctl(descriptor_, TIOCEXCL), 0); }
   /// Waits until nobody has it for itself; root could open it all the same.
   [[nodiscard]] bool is_shared() const {
-    return support::eventually([this] {
-      int taken = 1;
-      ::ioctl(descriptor_, TIOCGEXCL, &taken);
-      return taken == 0;
-    });
+    return support::eventually([this] { return !support::is_exclusive(descriptor_); });
   }
 
   void send(const std::string& text) const {

@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "support/diag_client.h"
+#include "support/exclusive_terminal.h"
 #include "support/process.h"
 #include "support/simulated_modem.h"
 
@@ -296,9 +297,7 @@ TEST(tvk_modem_diag, terminal_is_new_for_each_client) {
     const int terminal = ::open(dir.file("tty").c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
     diag_client client(terminal);
     // Alone, in the mode and with the masks of nobody before, and nothing left unread.
-    int exclusive = 0;
-    EXPECT_EQ(::ioctl(terminal, TIOCGEXCL, &exclusive), 0);
-    EXPECT_EQ(exclusive, 0);
+    EXPECT_FALSE(support::is_exclusive(terminal));
     EXPECT_EQ(client.ask(hex("1C")), hex("1C 0800"));
     EXPECT_EQ(client.ask(hex("73 000000 04000000 0B000000")).at(20), 0);
     client.ask(hex("73 000000 03000000 0B000000 08000000 FF"));
