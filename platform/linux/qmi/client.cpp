@@ -173,7 +173,7 @@ void client::end_requests(qmi_client_error_type error) {
   wakes_->wake();
 }
 
-void client::finish(exchange& request, qmi_client_error_type result) {
+void client::finish(exchange& request, qmi_client_error_type result) const {
   if (request.result) return;
   request.result = result;
   request.indications_before = queued_;

@@ -86,7 +86,7 @@ class client final : public handle_object, public std::enable_shared_from_this<c
   [[nodiscard]] bool is_answered(const exchange& request);
 
   /// Only the first call has an effect.
-  void finish(exchange& request, qmi_client_error_type result) TVK_REQUIRES(lock_);
+  void finish(exchange& request, qmi_client_error_type result) const TVK_REQUIRES(lock_);
   /// Waits until the request has its result (false) or this thread is the one to receive (true).
   [[nodiscard]] bool wait_to_receive(exchange& request, clock::time_point deadline)
       TVK_REQUIRES(lock_);
