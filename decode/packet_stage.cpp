@@ -98,7 +98,7 @@ void packet_stage::decode(byte_view payload) {
 }
 
 void packet_stage::record(const modem_stats::record_schema& schema,
-                          std::span<const std::uint8_t> data) {
+                          const modem_stats::record_data& data) {
   if (!wanted_.data_ids[schema.id]) return;
   counts_.records.add(schema.id);
   writer_.record(source_, schema, data);

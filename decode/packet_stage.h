@@ -41,7 +41,7 @@ class packet_stage final : modem_stats::line_sink, modem_stats::record_sink {
 
   void write(std::string_view text) override { writer_.lines(source_, text); }
   void record(const modem_stats::record_schema& schema,
-              std::span<const std::uint8_t> data) override;
+              const modem_stats::record_data& data) override;
 
   const filter& wanted_;
   record_writer& writer_;

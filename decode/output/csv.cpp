@@ -9,9 +9,9 @@
 #include <system_error>
 
 #include "decode/output/file_output.h"
+#include "decode/output/record_form.h"
 #include "decode/output/record_output.h"
 #include "decode/output/time_text.h"
-#include "decode/output/value_text.h"
 #include "host/file_descriptor.h"
 #include "modem_stats/record_table.h"
 
@@ -19,6 +19,7 @@ namespace decode {
 
 namespace {
 
+using modem_stats::record_data;
 using modem_stats::record_part;
 using modem_stats::record_schema;
 
@@ -32,6 +33,7 @@ class csv_files final : public record_store {
     // Checked before anything is written, not when the first record of a kind turns up.
     for (const auto* const schema : modem_stats::record_table()) {
       must_not_be_of(inputs, path_of(*schema));
+      forms_.emplace(schema->id, record_form(*schema, csv_record));
     }
   }
 
@@ -43,11 +45,18 @@ class csv_files final : public record_store {
     found->second.write(rows);
   }
 
+  [[nodiscard]] const record_form& form(std::size_t data_id) const { return forms_.at(data_id); }
   [[nodiscard]] bool with_raw_bytes() const { return with_raw_bytes_; }
 
  private:
   [[nodiscard]] std::string path_of(const record_schema& schema) const {
     return fmt::format("{}/{}.csv", directory_, schema.name);
+  }
+
+  static void append_names(std::string& header, const record_part& part) {
+    for (const auto& column : modem_stats::columns_of(part)) {
+      header.append(",").append(column.name);
+    }
   }
 
   [[nodiscard]] file_output begin(std::size_t data_id) const {
@@ -60,8 +69,9 @@ class csv_files final : public record_store {
         header.append(",").append(part.name);
         continue;
       }
-      for (const auto& row : part.rows) header.append(",").append(modem_stats::column_name(row));
+      append_names(header, part);
     }
+    append_names(header, schema.beside);
     if (with_raw_bytes_) header += ",raw";
     made.write(header + "\n");
     return made;
@@ -69,6 +79,7 @@ class csv_files final : public record_store {
 
   const std::string directory_;
   const bool with_raw_bytes_;
+  std::map<std::size_t, record_form> forms_;  // by data id
   std::map<std::size_t, file_output> files_;
 };
 
@@ -77,7 +88,7 @@ class csv_rows final : public record_writer {
   explicit csv_rows(csv_files& to) : to_(to) {}
 
   void record(const packet_source& source, const record_schema& schema,
-              std::span<const std::uint8_t> data) override {
+              const record_data& data) override {
     auto& text = rows_.at(schema.id);
     char* out = text.room(time_text_size);
     times_.write(source.time, out);
@@ -87,20 +98,10 @@ class csv_rows final : public record_writer {
     } else {
       text.append(fmt::format(",{},{}", source.radio, source.id));
     }
-    const std::uint8_t* bytes = data.data();
-    for (const auto& part : schema.parts()) {
-      if (part.repeated()) {
-        put_array(text, part, modem_stats::repetitions(schema, part, data), bytes);
-        continue;
-      }
-      for (const auto& row : part.rows) {
-        text.append(",");
-        put_value(text, row, bytes, "");
-      }
-    }
+    to_.form(schema.id).write(text, data);
     if (to_.with_raw_bytes()) {
       text.append(",");
-      text.commit(write_hex(text.room(2 * data.size()), data));
+      text.commit(write_hex(text.room(2 * data.bytes.size()), data.bytes));
     }
     text.append("\n");
   }
@@ -117,29 +118,6 @@ class csv_rows final : public record_writer {
   }
 
  private:
-  static void put_value(text_buffer& text, const modem_stats::field_row& row,
-                        const std::uint8_t*& bytes, std::string_view not_measured) {
-    text.commit(write_value(text.room(max_value_size), row, bytes, not_measured));
-    bytes += modem_stats::size_of(row.type);
-  }
-
-  static void put_array(text_buffer& text, const record_part& part, std::size_t count,
-                        const std::uint8_t*& bytes) {
-    text.append(",\"[");
-    for (std::size_t i = 0; i < count; ++i) {
-      text.append(i == 0 ? "{" : ",{");
-      std::string_view separator;
-      for (const auto& row : part.rows) {
-        text.append(separator);
-        text.append(fmt::format("\"\"{}\"\":", modem_stats::column_name(row)));
-        put_value(text, row, bytes, "null");
-        separator = ",";
-      }
-      text.append("}");
-    }
-    text.append("]\"");
-  }
-
   csv_files& to_;
   time_writer times_;
   std::array<text_buffer, 256> rows_;  // by data id

@@ -6,64 +6,38 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <optional>
 #include <string>
-#include <vector>
 
 #include "decode/output/file_output.h"
+#include "decode/output/record_form.h"
 #include "decode/output/record_output.h"
 #include "decode/output/time_text.h"
-#include "decode/output/value_text.h"
 #include "modem_stats/record_table.h"
 
 namespace decode {
 
 namespace {
 
-using modem_stats::field_row;
-using modem_stats::record_part;
+using modem_stats::record_data;
 using modem_stats::record_schema;
 
-/// A field and the text before its value.
-struct column {
-  const field_row* row;
-  std::string key;  // "rsrp_rx0_dBm": including quotes, colon and the separator before it
-};
-
-struct part_form {
-  const record_part* part;
-  std::vector<column> columns;
-  std::size_t bytes = 0;     // size of one repetition in the record
-  std::size_t max_text = 0;  // longest text of one repetition
-};
-
 /// Everything that is the same in all records of a kind.
-struct record_form {
+struct line_form {
   std::string name;  // "name":"...","data_id":82
-  std::vector<part_form> parts;
+  record_form fields;
 };
 
-part_form form_of(const record_part& part) {
-  part_form form{.part = &part, .columns = {}};
-  for (const auto& row : part.rows) {
-    const bool first = part.repeated() && form.columns.empty();
-    form.columns.push_back({&row, fmt::format("{}\"{}\":", first ? "{" : ",", column_name(row))});
-    form.bytes += modem_stats::size_of(row.type);
-    form.max_text += form.columns.back().key.size() + max_value_size;
-  }
-  form.max_text += 2;  // "}" and ","
-  return form;
-}
-
-using form_table = std::array<record_form, 256>;
+/// By data id.
+using form_table = std::array<std::optional<line_form>, 256>;
 
 const form_table& forms() {
   static const form_table all = [] {
     form_table table;
     for (const auto* const schema : modem_stats::record_table()) {
-      auto& form = table.at(schema->id);
-      form.name = fmt::format(",\"name\":\"{}\",\"data_id\":{}", schema->name,
-                              static_cast<unsigned>(schema->id));
-      for (const auto& part : schema->parts()) form.parts.push_back(form_of(part));
+      table.at(schema->id) = {fmt::format(",\"name\":\"{}\",\"data_id\":{}", schema->name,
+                                          static_cast<unsigned>(schema->id)),
+                              record_form(*schema, json_record)};
     }
     return table;
   }();
@@ -74,21 +48,12 @@ char* put(char* out, std::string_view text) {
   return std::copy(text.begin(), text.end(), out);
 }
 
-char* put_fields(char* out, const part_form& form, const std::uint8_t*& bytes) {
-  for (const auto& column : form.columns) {
-    out = put(out, column.key);
-    out = write_value(out, *column.row, bytes, "null");
-    bytes += modem_stats::size_of(column.row->type);
-  }
-  return out;
-}
-
 class json_lines final : public record_writer {
  public:
   json_lines(file_output& to, bool with_raw_bytes) : to_(to), with_raw_bytes_(with_raw_bytes) {}
 
   void record(const packet_source& source, const record_schema& schema,
-              std::span<const std::uint8_t> data) override;
+              const record_data& data) override;
 
   void flush() override {
     to_.write(text_.view());
@@ -127,30 +92,13 @@ void json_lines::begin(const packet_source& source, std::string_view name) {
 }
 
 void json_lines::record(const packet_source& source, const record_schema& schema,
-                        std::span<const std::uint8_t> data) {
-  const auto& form = forms().at(schema.id);
+                        const record_data& data) {
+  const auto& form = *forms().at(schema.id);
   begin(source, form.name);
-  const std::uint8_t* bytes = data.data();
-  for (const auto& part : form.parts) {
-    if (!part.part->repeated()) {
-      char* out = text_.room(part.max_text);
-      text_.commit(put_fields(out, part, bytes));
-      continue;
-    }
-    const auto count = modem_stats::repetitions(schema, *part.part, data);
-    text_.append(fmt::format(",\"{}\":[", part.part->name));
-    for (std::size_t i = 0; i < count; ++i) {
-      char* out = text_.room(part.max_text);
-      if (i > 0) *out++ = ',';
-      out = put_fields(out, part, bytes);
-      *out++ = '}';
-      text_.commit(out);
-    }
-    text_.append("]");
-  }
+  form.fields.write(text_, data);
   if (with_raw_bytes_) {
     text_.append(R"(,"raw":")");
-    text_.commit(write_hex(text_.room(2 * data.size()), data));
+    text_.commit(write_hex(text_.room(2 * data.bytes.size()), data.bytes));
     text_.append("\"");
   }
   text_.append("}\n");
