@@ -1,0 +1,94 @@
+// All that the page shows, gathered from the records of a run in bounded memory.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <vector>
+
+#include "decode/page/cells.h"
+#include "decode/page/extractor.h"
+#include "decode/page/observations.h"
+#include "decode/page/series.h"
+
+namespace decode::page {
+
+/// Of each series while records come.
+constexpr std::size_t most_buckets = 4096;
+/// Of all series together in a page.
+constexpr std::size_t most_page_buckets = 120'000;
+
+/// A state that holds until the next one of its band.
+struct state_span {
+  std::int64_t milliseconds;
+  std::string_view state;
+};
+
+/// Points in time of which only the first ones are kept and the rest counted.
+template <typename T, std::size_t most>
+class bounded_list {
+ public:
+  void add(T one) {
+    if (kept_.size() < most) {
+      kept_.push_back(std::move(one));
+    } else {
+      ++left_out_;
+    }
+  }
+  /// Drops the oldest while they lie before this time.
+  void forget_before(std::int64_t milliseconds) {
+    while (!kept_.empty() && kept_.front().milliseconds < milliseconds) kept_.pop_front();
+  }
+  [[nodiscard]] const std::deque<T>& kept() const { return kept_; }
+  [[nodiscard]] std::uint64_t left_out() const { return left_out_; }
+
+ private:
+  std::deque<T> kept_;
+  std::uint64_t left_out_ = 0;
+};
+
+using mark_list = bounded_list<mark, 5000>;
+using state_list = bounded_list<state_span, 5000>;
+
+class drive {
+ public:
+  /// Of a series row and radio, or of a state row and radio.
+  using key = std::pair<std::uint16_t, std::uint32_t>;
+
+  explicit drive(const extraction_plan& plan) : plan_(plan) {}
+
+  void add(const observations& more);
+  /// Makes the series coarser until they fit into a page together.
+  void fit_page();
+  /// Removes values, states and marks before this time; cells stay.
+  void forget_before(std::int64_t milliseconds);
+
+  [[nodiscard]] const extraction_plan& plan() const { return plan_; }
+  [[nodiscard]] const std::map<key, series>& all_series() const { return series_; }
+  [[nodiscard]] std::map<key, series>& all_series() { return series_; }
+  [[nodiscard]] const std::map<key, state_list>& states() const { return states_; }
+  [[nodiscard]] const mark_list& marks() const { return marks_; }
+  [[nodiscard]] const cell_history& cells() const { return cells_; }
+  [[nodiscard]] std::uint64_t without_time() const { return without_time_; }
+
+ private:
+  /// What a counter or an interval is measured from.
+  struct last_value {
+    std::int64_t milliseconds;
+    double value;
+    double of;
+  };
+
+  void add(const sample& one);
+  [[nodiscard]] std::optional<double> difference(const sample& one);
+
+  const extraction_plan& plan_;
+  std::map<key, series> series_;
+  std::map<key, last_value> last_;
+  std::map<key, state_list> states_;
+  mark_list marks_;
+  cell_history cells_;
+  std::uint64_t without_time_ = 0;
+};
+
+}  // namespace decode::page

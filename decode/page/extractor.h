@@ -1,0 +1,66 @@
+// Turns records into observations.
+#pragma once
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "decode/output/record_output.h"
+#include "decode/page/chart_rows.h"
+#include "decode/page/observations.h"
+#include "decode/page/record_values.h"
+
+namespace decode::page {
+
+/// A series of a chart, of one receive chain where the row is for several.
+struct planned_series {
+  const series_row* row;
+  std::string label;
+};
+
+/// What to take from each kind of record, worked out once from the rows. Rows name records and
+/// columns; std::logic_error when there are none of these names.
+class extraction_plan {
+ public:
+  extraction_plan();
+
+  [[nodiscard]] const std::vector<planned_series>& series() const { return series_; }
+
+  void extract(const packet_source& source, const modem_stats::record_schema& schema,
+               const modem_stats::record_data& data, observations& to) const;
+
+ private:
+  struct series_column {
+    std::uint16_t series;
+    located_column value;
+    std::optional<located_column> of;
+  };
+  struct state_column {
+    std::uint16_t row;
+    located_column value;
+  };
+  /// The columns of a record that tells the serving cell; empty ones are not in it.
+  struct cell_columns {
+    technology rat;
+    std::optional<located_column> pci, arfcn;
+    std::vector<located_column> rsrp, rsrq, sinr;
+    std::optional<located_column> identity, tac, band, bandwidth, mcc, mnc, mnc_digits;
+  };
+  struct record_plan {
+    std::vector<series_column> series;
+    std::vector<state_column> states;
+    std::optional<cell_columns> cell;
+    int mark = -1;  // of mark_rows
+    std::vector<located_column> mark_columns;
+  };
+
+  void plan_series(const series_row& row);
+  void plan_cell(std::uint8_t record, technology rat, const char* arfcn);
+  void extract_cell(const cell_columns& columns, const packet_source& source,
+                    const record_values& values, observations& to) const;
+
+  std::vector<planned_series> series_;
+  std::array<record_plan, 256> records_;  // by data id
+};
+
+}  // namespace decode::page

@@ -1,0 +1,84 @@
+// What the records of a chunk say for the page, collected on any thread and added to the drive in the
+// order of the packets.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace decode::page {
+
+/// A value of a series; `of` is the second counter of counted_share.
+struct sample {
+  std::int64_t milliseconds;  // Unix
+  std::uint32_t radio;
+  std::uint16_t series;  // index into the plan's series
+  double value;
+  double of;
+};
+
+enum class technology : std::uint8_t { lte, nr };
+
+/// The best antenna of a record, or the packet's own value for all of them.
+struct cell_levels {
+  std::optional<float> rsrp;
+  std::optional<float> rsrq;
+  std::optional<float> sinr;
+};
+
+/// What a serving cell broadcasts.
+struct cell_identity {
+  std::uint64_t identity;
+  std::uint32_t tac;
+  std::uint16_t band;
+  double bandwidth_mhz;  // 0: not known
+  std::string network;   // country and network code: 262-01
+};
+
+/// The channel of a record that tells the cell by its PCI alone.
+constexpr std::uint32_t no_arfcn = UINT32_MAX;
+
+/// A record that tells the serving cell.
+struct cell_observation {
+  std::int64_t milliseconds;
+  std::uint32_t radio;
+  technology rat;
+  std::uint16_t pci;
+  std::uint32_t arfcn;  // or no_arfcn
+  cell_levels levels{};
+  std::optional<cell_identity> broadcast{};
+};
+
+struct state_observation {
+  std::int64_t milliseconds;
+  std::uint32_t radio;
+  std::uint16_t row;       // of state_rows
+  std::string_view state;  // lives as long as the program
+};
+
+struct mark {
+  std::int64_t milliseconds;
+  std::uint32_t radio;
+  std::uint16_t row;  // of mark_rows
+  std::string text;
+};
+
+struct observations {
+  std::vector<sample> samples;
+  std::vector<cell_observation> cells;
+  std::vector<state_observation> states;
+  std::vector<mark> marks;
+  std::uint64_t without_time = 0;  // records from before the modem knew the time
+
+  void clear() {
+    samples.clear();
+    cells.clear();
+    states.clear();
+    marks.clear();
+    without_time = 0;
+  }
+};
+
+}  // namespace decode::page

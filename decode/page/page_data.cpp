@@ -1,0 +1,239 @@
+#include "decode/page/page_data.h"
+
+#include <cmath>
+#include <fmt/format.h>
+
+#include <nlohmann/json.hpp>
+
+#include "decode/page/page_template.h"
+#include "decode/summary/names.h"
+
+namespace decode::page {
+
+namespace {
+
+using nlohmann::ordered_json;
+
+/// Two decimals are finer than any measurement of the modem.
+double rounded(double value) {
+  return std::round(value * 100) / 100;
+}
+
+ordered_json or_null(const std::optional<float>& value) {
+  return value ? ordered_json(rounded(static_cast<double>(*value))) : ordered_json();
+}
+
+std::string_view name_of(technology rat) {
+  return rat == technology::lte ? "LTE" : "NR";
+}
+
+/// Flat, as web/page.js unpacks it.
+ordered_json json_of(const series& one) {
+  auto flat = ordered_json::array();
+  std::int64_t index = 0;
+  for (const auto& bucket : one.buckets()) {
+    flat.push_back(bucket.index - index);
+    flat.push_back(bucket.count);
+    flat.push_back(rounded(bucket.mean()));
+    if (bucket.count > 1) {
+      flat.push_back(rounded(static_cast<double>(bucket.least)));
+      flat.push_back(rounded(static_cast<double>(bucket.greatest)));
+    }
+    index = bucket.index;
+  }
+  return flat;
+}
+
+bool is_rate(series_kind kind) {
+  return kind == series_kind::bytes || kind == series_kind::counted_bytes;
+}
+
+ordered_json json_of_charts(const drive& all) {
+  auto found = ordered_json::array();
+  for (const auto& chart : charts()) {
+    auto list = ordered_json::array();
+    bool rate = false;
+    for (const auto& [key, one] : all.all_series()) {
+      const auto& planned = all.plan().series()[key.first];
+      if (planned.row->chart != chart.id || one.buckets().empty()) continue;
+      rate = is_rate(planned.row->kind);
+      list.push_back({{"label", planned.label},
+                      {"radio", key.second},
+                      {"width", one.width()},
+                      {"buckets", json_of(one)}});
+    }
+    if (list.empty()) continue;
+    found.push_back({{"title", chart.title},
+                     {"unit", chart.unit},
+                     {"steps", chart.steps},
+                     {"rate", rate},
+                     {"series", std::move(list)}});
+  }
+  return found;
+}
+
+ordered_json json_of(const distribution& values) {
+  if (values.count() == 0) return {};
+  return {{"count", values.count()},
+          {"mean", rounded(values.mean())},
+          {"p5", values.percentile(5)},
+          {"p50", values.percentile(50)},
+          {"p95", values.percentile(95)}};
+}
+
+ordered_json json_of(const cell& one) {
+  ordered_json json{{"radio", one.radio},
+                    {"technology", name_of(one.rat)},
+                    {"pci", one.pci},
+                    {"arfcn", one.arfcn},
+                    {"seconds", static_cast<double>(one.milliseconds) / 1000},
+                    {"visits", one.visits},
+                    {"rsrp", json_of(one.rsrp)},
+                    {"rsrq", json_of(one.rsrq)},
+                    {"sinr", json_of(one.sinr)}};
+  if (one.broadcast) {
+    json["band"] = one.broadcast->band;
+    if (one.broadcast->bandwidth_mhz > 0) json["bandwidth_MHz"] = one.broadcast->bandwidth_mhz;
+    json["identity"] = one.broadcast->identity;
+    json["tac"] = one.broadcast->tac;
+    json["network"] = one.broadcast->network;
+  }
+  return json;
+}
+
+void add_cells(ordered_json& to, const cell_history& history) {
+  auto cells = ordered_json::array();
+  for (const auto& one : history.cells()) cells.push_back(json_of(one));
+  auto changes = ordered_json::array();
+  for (const auto& one : history.changes()) {
+    changes.push_back({{"time", one.milliseconds},
+                       {"radio", one.radio},
+                       {"from", one.from},
+                       {"to", one.to},
+                       {"before", or_null(one.rsrp_before)},
+                       {"after", or_null(one.rsrp_after)}});
+  }
+  to["cells"] = std::move(cells);
+  to["cells_left_out"] = history.cells_left_out();
+  to["changes"] = std::move(changes);
+  to["changes_left_out"] = history.changes_left_out();
+}
+
+ordered_json json_of_states(const drive& all) {
+  auto found = ordered_json::array();
+  for (const auto& [key, band] : all.states()) {
+    auto spans = ordered_json::array();
+    for (const auto& span : band.kept()) spans.push_back({span.milliseconds, span.state});
+    found.push_back({{"title", state_rows()[key.first].title},
+                     {"radio", key.second},
+                     {"spans", std::move(spans)}});
+  }
+  return found;
+}
+
+void add_marks(ordered_json& to, const mark_list& marks) {
+  auto found = ordered_json::array();
+  for (const auto& one : marks.kept()) {
+    found.push_back({{"time", one.milliseconds},
+                     {"radio", one.radio},
+                     {"kind", mark_rows()[one.row].kind},
+                     {"text", one.text}});
+  }
+  to["marks"] = std::move(found);
+  to["marks_left_out"] = marks.left_out();
+}
+
+ordered_json json_of_losses(const summary& counts) {
+  const std::pair<const char*, std::uint64_t> all[] = {
+      {"damaged files", counts.damaged_files},     {"bad CRC", counts.bad_crc},
+      {"too short", counts.too_short},             {"too long", counts.too_long},
+      {"unfinished", counts.unfinished},           {"bytes skipped", counts.skipped_bytes},
+      {"damaged packets", counts.damaged_packets},
+  };
+  auto found = ordered_json::array();
+  for (const auto& [what, count] : all) {
+    if (count > 0) found.push_back({what, count});
+  }
+  return found;
+}
+
+ordered_json json_of_refused(const summary& counts) {
+  auto found = ordered_json::array();
+  for (const auto& [packet, versions] : counts.versions) {
+    const auto add = [&](const std::string& what, const outcome_counts& outcomes) {
+      const auto refused =
+          outcomes.by_outcome[static_cast<std::size_t>(outcome::version_not_supported)];
+      if (refused > 0) {
+        found.push_back(
+            fmt::format("{} {}: {}", packet_code(packet.first, packet.second), what, refused));
+      }
+    };
+    for (const auto& [version, outcomes] : versions.kept()) {
+      std::string what = "version " + version_text(version.first);
+      if (version.second) what += ", sub-packet version " + version_text(*version.second);
+      add(what, outcomes);
+    }
+    add("other versions", versions.others());
+  }
+  return found;
+}
+
+std::uint64_t num_records(const summary& counts) {
+  std::uint64_t all = 0;
+  for (const auto id : counts.records.used()) all += counts.records[id];
+  return all;
+}
+
+}  // namespace
+
+std::string page_data(const page_head& head, const drive& all, const summary& counts) {
+  const bool has_time = counts.first_time <= counts.last_time;
+  ordered_json json{{"title", head.title},
+                    {"inputs", head.inputs},
+                    {"from", has_time ? ordered_json(counts.first_time / 1000) : ordered_json()},
+                    {"to", has_time ? ordered_json(counts.last_time / 1000) : ordered_json()},
+                    {"packets", counts.frames},
+                    {"records", num_records(counts)},
+                    {"without_time", all.without_time()},
+                    {"losses", json_of_losses(counts)},
+                    {"refused", json_of_refused(counts)}};
+  auto radios = ordered_json::array();
+  for (const auto& [radio, packets] : counts.radios.kept()) radios.push_back(radio);
+  json["radios"] = std::move(radios);
+  add_cells(json, all.cells());
+  json["charts"] = json_of_charts(all);
+  json["states"] = json_of_states(all);
+  add_marks(json, all.marks());
+
+  constexpr auto replace = ordered_json::error_handler_t::replace;
+  const auto text = json.dump(-1, ' ', false, replace);
+  std::string safe;
+  safe.reserve(text.size());
+  for (const char c : text) {
+    if (c == '<') {
+      safe += "\\u003c";
+    } else {
+      safe += c;
+    }
+  }
+  return safe;
+}
+
+std::string filled_page(std::string_view data, std::string_view connect) {
+  constexpr std::string_view connect_mark = "@connect@";
+  constexpr std::string_view data_mark = "@data@";
+  const auto all = page_template();
+  const auto connect_at = all.find(connect_mark);
+  const auto data_at = all.find(data_mark);
+  std::string page;
+  page.reserve(all.size() + data.size());
+  page += all.substr(0, connect_at);
+  page += connect;
+  const auto between = connect_at + connect_mark.size();
+  page += all.substr(between, data_at - between);
+  page += data;
+  page += all.substr(data_at + data_mark.size());
+  return page;
+}
+
+}  // namespace decode::page
