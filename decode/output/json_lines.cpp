@@ -1,17 +1,16 @@
-// JSON lines: {"time":"...Z","radio":1,"log":"0xB193","name":"...","data_id":82, then the fields,
-// named with their units; repeated parts are arrays of objects}. Values that were not measured are
-// null.
+// JSON lines: {"time":"...Z","radio":1,"source":"0xB193","data_id":82,"name":"...","file":"...",
+// "packet":0, then the fields, named with their units; repeated parts are arrays of objects}.
+// Values that were not measured are null.
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <string>
 #include <vector>
 
 #include "decode/output/file_output.h"
+#include "decode/output/identity.h"
 #include "decode/output/record_output.h"
-#include "decode/output/time_text.h"
 #include "decode/output/value_text.h"
 #include "modem_stats/record_table.h"
 
@@ -38,7 +37,7 @@ struct part_form {
 
 /// Everything that is the same in all records of a kind.
 struct record_form {
-  std::string name;  // "name":"...","data_id":82
+  std::string name;  // 82,"name":"..."
   std::vector<part_form> parts;
 };
 
@@ -61,8 +60,8 @@ const form_table& forms() {
     form_table table;
     for (const auto* const schema : modem_stats::record_table()) {
       auto& form = table.at(schema->id);
-      form.name = fmt::format(",\"name\":\"{}\",\"data_id\":{}", schema->name,
-                              static_cast<unsigned>(schema->id));
+      form.name =
+          fmt::format("{},\"name\":\"{}\"", static_cast<unsigned>(schema->id), schema->name);
       for (const auto& part : schema->parts()) form.parts.push_back(form_of(part));
     }
     return table;
@@ -83,85 +82,68 @@ char* put_fields(char* out, const part_form& form, const std::uint8_t*& bytes) {
   return out;
 }
 
+constexpr identity_writer::form identity_form{R"({"time":")", R"(","radio":)", R"(,"source":")",
+                                              R"(","data_id":)"};
+
 class json_lines final : public record_writer {
  public:
-  json_lines(file_output& to, bool with_raw_bytes) : to_(to), with_raw_bytes_(with_raw_bytes) {}
+  json_lines(file_output& to, bool with_raw_bytes, const std::string& file)
+      : to_(to),
+        with_raw_bytes_(with_raw_bytes),
+        identity_(identity_form, fmt::format(R"(,"file":"{}","packet":)", json_text(file))) {}
 
   void record(const packet_source& source, const record_schema& schema,
               std::span<const std::uint8_t> data) override;
 
-  void flush() override {
-    to_.write(text_.view());
-    clear();
+  void flush(const running_counts& late) override {
+    lines_.flush(late.packets, [&](std::string_view text) { to_.write(text); });
   }
-  void clear() override { text_.clear(); }
+  void clear() override { lines_.clear(); }
 
  private:
-  void begin(const packet_source& source, std::string_view name);
-
   file_output& to_;
   const bool with_raw_bytes_;
-  time_writer times_;
-  text_buffer text_;
+  identity_writer identity_;
+  numbered_text lines_;
 };
-
-void json_lines::begin(const packet_source& source, std::string_view name) {
-  constexpr std::size_t fixed_text = 128;
-  char* out = text_.room(fixed_text + name.size());
-  out = put(out, R"({"time":")");
-  times_.write(source.time, out);
-  out += time_text_size;
-  out = put(out, R"(","radio":)");
-  out = std::to_chars(out, out + max_value_size, source.radio).ptr;
-  if (source.kind == modem_stats::packet_kind::log) {
-    out = put(out, R"(,"log":"0x)");
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    for (const int shift : {12, 8, 4, 0}) *out++ = digits[source.id >> shift & 0x0F];
-    *out++ = '"';
-  } else {
-    out = put(out, R"(,"event":)");
-    out = std::to_chars(out, out + max_value_size, source.id).ptr;
-  }
-  out = put(out, name);
-  text_.commit(out);
-}
 
 void json_lines::record(const packet_source& source, const record_schema& schema,
                         std::span<const std::uint8_t> data) {
   const auto& form = forms().at(schema.id);
-  begin(source, form.name);
+  identity_.write(lines_, source, form.name);
+  auto& text = lines_.text();
   const std::uint8_t* bytes = data.data();
   for (const auto& part : form.parts) {
     if (!part.part->repeated()) {
-      char* out = text_.room(part.max_text);
-      text_.commit(put_fields(out, part, bytes));
+      char* out = text.room(part.max_text);
+      text.commit(put_fields(out, part, bytes));
       continue;
     }
     const auto count = modem_stats::repetitions(schema, *part.part, data);
-    text_.append(fmt::format(",\"{}\":[", part.part->name));
+    text.append(fmt::format(",\"{}\":[", part.part->name));
     for (std::size_t i = 0; i < count; ++i) {
-      char* out = text_.room(part.max_text);
+      char* out = text.room(part.max_text);
       if (i > 0) *out++ = ',';
       out = put_fields(out, part, bytes);
       *out++ = '}';
-      text_.commit(out);
+      text.commit(out);
     }
-    text_.append("]");
+    text.append("]");
   }
   if (with_raw_bytes_) {
-    text_.append(R"(,"raw":")");
-    text_.commit(write_hex(text_.room(2 * data.size()), data));
-    text_.append("\"");
+    text.append(R"(,"raw":")");
+    text.commit(write_hex(text.room(2 * data.size()), data));
+    text.append("\"");
   }
-  text_.append("}\n");
+  text.append("}\n");
 }
 
 class json_lines_all final : public record_store {
  public:
   json_lines_all(file_output& to, bool with_raw_bytes) : to_(to), with_raw_bytes_(with_raw_bytes) {}
 
-  std::unique_ptr<record_writer> make_writer() override {
-    return std::make_unique<json_lines>(to_, with_raw_bytes_);
+  std::unique_ptr<record_writer> make_writer(const std::string& file) override {
+    return std::make_unique<json_lines>(to_, with_raw_bytes_, file);
   }
 
  private:
