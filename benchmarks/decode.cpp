@@ -108,7 +108,7 @@ class dense_filter final : modem_stats::record_sink {
         modem_stats::decode_packet({kind, id, 0, payload}, {.records = this}, state_));
   }
   void record(const modem_stats::record_schema& /*schema*/,
-              std::span<const std::uint8_t> /*data*/) override {
+              const modem_stats::record_data& /*data*/) override {
     found_ = true;
   }
 

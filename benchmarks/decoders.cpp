@@ -87,7 +87,7 @@ class counted_records final : public modem_stats::record_sink {
   std::uint64_t count = 0;
 
   void record(const modem_stats::record_schema& schema,
-              std::span<const std::uint8_t> data) override {
+              const modem_stats::record_data& data) override {
     ++count;
     slots_.record(schema, data);
   }

@@ -118,9 +118,9 @@ modem_stats::packet_outcome packet_stage::decode(byte_view payload,
 }
 
 void packet_stage::record(const modem_stats::record_schema& schema,
-                          std::span<const std::uint8_t> data) {
+                          const modem_stats::record_data& data) {
   ++records_;
-  counts_.cells.record(source_.radio, source_.time, schema, data);
+  counts_.cells.record(source_.radio, source_.time, schema, data.bytes);
   if (!wanted_.data_ids[schema.id]) return;
   counts_.records.add(schema.id);
   writer_.record(source_, schema, data);

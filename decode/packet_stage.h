@@ -50,7 +50,7 @@ class packet_stage final : modem_stats::line_sink, modem_stats::record_sink {
     writer_.counted_line(source_, text, count_at, count_size, count);
   }
   void record(const modem_stats::record_schema& schema,
-              std::span<const std::uint8_t> data) override;
+              const modem_stats::record_data& data) override;
 
   const filter& wanted_;
   record_writer& writer_;

@@ -92,7 +92,7 @@ void pipeline::run(chunker& chunks, const std::string& file, summary& counts) {
   } else {
     run_alone(chunks, file, counts);
   }
-  counts.cells.end_capture();
+  counts.end_capture();
 }
 
 void pipeline::run_alone(chunker& chunks, const std::string& file, summary& counts) {

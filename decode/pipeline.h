@@ -37,8 +37,8 @@ class pipeline {
  public:
   pipeline(const pipeline_options& options, record_store& store);
 
-  /// Decodes a capture named `file`, and adds what is in it to `counts`. Throws output_error;
-  /// everything before that has been written and counted.
+  /// Decodes a capture named `file`, and counts in the empty `counts` what is in it. Throws
+  /// output_error; everything before that has been written and counted.
   void run(chunker& chunks, const std::string& file, summary& counts);
 
  private:

@@ -38,7 +38,7 @@ class line_sink {
 /// Receives every record as bytes that are valid during the call.
 class record_sink {
  public:
-  virtual void record(const record_schema& schema, std::span<const std::uint8_t> data) = 0;
+  virtual void record(const record_schema& schema, const record_data& data) = 0;
 
  protected:
   ~record_sink() = default;

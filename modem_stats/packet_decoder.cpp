@@ -183,9 +183,12 @@ void packet_decoder::put(std::span<const std::uint8_t> bytes) {
   written_ += bytes.size();
 }
 
-void packet_decoder::publish_added(const record_schema& schema) {
+void packet_decoder::publish_added(const record_schema& schema, std::size_t beside) {
   if (!ok_) return;
-  if (to_.records != nullptr) to_.records->record(schema, std::span(staging_).first(written_));
+  if (to_.records != nullptr) {
+    const auto all = std::span<const std::uint8_t>(staging_).first(written_);
+    to_.records->record(schema, {all.first(written_ - beside), all.last(beside)});
+  }
   written_ = 0;
 }
 

@@ -70,6 +70,16 @@ class packet_decoder {
     return field.name == nullptr ? otherwise : bits(field);
   }
 
+  /// A field of at most 32 bits that no check depends on, or `otherwise` if the packet ends before
+  /// its end. Changes nothing: neither the cursor, nor how far later reads may go.
+  template <std::integral T>
+  [[nodiscard]] T peek(const bit_field<T>& field, T otherwise) const {
+    const unsigned first = 8 * block_ + field.bit;
+    if (payload_.size() < (first + field.width + 7) / 8) return otherwise;
+    const auto word = load(first / 8, sizeof(std::uint64_t)) >> (first % 8);
+    return static_cast<T>(word & ((std::uint64_t{1} << field.width) - 1));
+  }
+
   /// Rejects a version that is not listed.
   void check_version(std::uint32_t version, std::initializer_list<std::uint32_t> supported);
 
@@ -99,19 +109,20 @@ class packet_decoder {
   /// Prints a line.
   void print(const char* format, ...) __attribute__((format(printf, 2, 3)));
 
-  /// Publishes a record of these values, one for each field.
-  template <const auto& list, typename... Value>
-  requires fields_of<list, Value...>
-  void publish(const fixed_record<list>& schema, Value... values) {
-    put(packed<list>(values...));
-    publish_added(schema);
+  /// Publishes a record of these values, one for each field and each value beside them.
+  template <const auto& list, const auto& beside, typename... Value>
+  requires fields_of<fixed_record<list, beside>::published, Value...>
+  void publish(const fixed_record<list, beside>& schema, Value... values) {
+    put(packed<fixed_record<list, beside>::published>(values...));
+    publish_added(schema, beside.offset(beside.rows.size()));
   }
 
   /// Adds one part of a record; publish_added() completes it.
   template <const auto& list, typename... Value>
   requires fields_of<list, Value...>
   void add(Value... values) { put(packed<list>(values...)); }
-  void publish_added(const record_schema& schema);
+  /// The last `beside` bytes added are no part of the record, but beside it.
+  void publish_added(const record_schema& schema, std::size_t beside = 0);
 
   /// True while no check has failed.
   [[nodiscard]] bool ok() const { return ok_; }

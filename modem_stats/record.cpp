@@ -29,10 +29,11 @@ void modem_stats_free_single(modem_stats_single_data_common_type* record) {
 
 namespace modem_stats {
 
-void record_slots::record(const record_schema& schema, std::span<const std::uint8_t> data) {
+void record_slots::record(const record_schema& schema, const record_data& data) {
   modem_stats_single_data_common_type* made = nullptr;
-  if (!modem_stats_new_single_ex(schema.id, static_cast<unsigned>(data.size()), 0, &made)) return;
-  std::memcpy(made->data, data.data(), data.size());
+  if (!modem_stats_new_single_ex(schema.id, static_cast<unsigned>(data.bytes.size()), 0, &made))
+    return;
+  std::memcpy(made->data, data.bytes.data(), data.bytes.size());
   modem_stats_free_single(record_);
   record_ = made;
   data_id_ = schema.id;

@@ -1,8 +1,6 @@
 #include "modem_stats/record_schema.h"
 
-#include <algorithm>
 #include <bit>
-#include <cctype>
 #include <cstring>
 
 namespace modem_stats {
@@ -62,24 +60,6 @@ std::size_t repetitions(const record_schema& schema, const record_part& part,
     data = data.subspan(size_of(row.type));
   }
   return sum;
-}
-
-std::string column_name(const field_row& row) {
-  std::string name = row.name;
-  const std::string_view unit = row.unit;
-  const auto same = [](char a, char b) {
-    return std::tolower(static_cast<unsigned char>(a)) ==
-           std::tolower(static_cast<unsigned char>(b));
-  };
-  // Names such as "tb_bytes" and "pdsch_rb" already contain the unit.
-  if (std::search(name.begin(), name.end(), unit.begin(), unit.end(), same) != name.end() ||
-      unit.empty()) {
-    return name;
-  }
-  name.append("_").append(unit);
-  std::ranges::replace_if(
-      name, [](unsigned char c) { return std::isalnum(c) == 0; }, '_');
-  return name;
 }
 
 }  // namespace modem_stats

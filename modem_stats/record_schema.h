@@ -1,7 +1,8 @@
 // The schema of a record: rows that name every field. Parsers write records from them, and all
 // consumers read records by them. Parsers pass values by name; the compiler looks up the offsets:
 //
-//   inline constexpr auto csf_fields = fields(field<u8>{"version"}, field<u8>{"rank_idx"}, ...);
+//   inline constexpr auto csf_fields =
+//       fields(field<u8>{"version", packet_version}, field<u8>{"rank_idx", rank_index}, ...);
 //   inline constexpr fixed_record<csf_fields> csf_record{84, "lte_pusch_csf"};
 //   ...
 //   in.publish(csf_record, "version"_f = version, "rank_idx"_f = rank_idx, ...);
@@ -9,15 +10,16 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <span>
-#include <string>
 #include <string_view>
 #include <type_traits>
 #include <utility>
 
+#include "modem_stats/quantity.h"
 #include "modem_stats/record.h"
 
 namespace modem_stats {
@@ -51,18 +53,67 @@ inline constexpr field_type type_of = [] {
   if constexpr (std::is_same_v<T, f32>) return field_type::float32;
 }();
 
-/// A field as declared; `unit` is empty for counts, identifiers and codes.
+/// When a field was not measured: when the field `of`, seen through `mask`, has one of `values`.
+struct null_rule {
+  static constexpr std::size_t max_values = 3;
+
+  const char* of = nullptr;  // a field of the same part; null: the field itself
+  u32 mask = 0;              // 0: always measured
+  std::array<u32, max_values> values{};
+  bool otherwise = false;   // when it has none of them
+  bool upper_half = false;  // `mask` is for the upper four bytes
+};
+
+inline constexpr null_rule always_measured{};
+
+/// When the field has one of these values.
+template <typename... T>
+[[nodiscard]] consteval null_rule null_if(T... values) {
+  static_assert(sizeof...(T) > 0 && sizeof...(T) <= null_rule::max_values);
+  const auto bits_of = [](auto value) {
+    if constexpr (std::is_same_v<decltype(value), f32>) {
+      return std::bit_cast<u32>(value);
+    } else {
+      return static_cast<u32>(value);
+    }
+  };
+  null_rule rule{.mask = UINT32_MAX};
+  std::size_t i = 0;
+  ((rule.values[i++] = bits_of(values)), ...);
+  while (i < rule.values.size()) rule.values[i++] = rule.values[0];
+  return rule;
+}
+/// When another field has this value.
+[[nodiscard]] consteval null_rule null_if_other(const char* of, int value) {
+  null_rule rule = null_if(value);
+  rule.of = of;
+  return rule;
+}
+/// When this bit of another field is clear.
+[[nodiscard]] consteval null_rule null_unless_bit(const char* of, unsigned bit) {
+  return {.of = of, .mask = u32{1} << bit};
+}
+/// When a field of 64 bits needs more bits than these, of which there are at least 32.
+[[nodiscard]] consteval null_rule null_beyond_bits(unsigned bits) {
+  return {.mask = ~((u32{1} << (bits - 32)) - 1), .otherwise = true, .upper_half = true};
+}
+
+/// A field as declared.
 template <typename T>
 struct field {
-  const char* name;
-  const char* unit = "";
+  const char* name;  // in the texts of decoders and readers
+  const quantity& of;
+  null_rule null = always_measured;
+  u8 decimals = 0;  // the record holds the value without the decimal point
 };
 
 /// A field as consumers see it.
 struct field_row {
   const char* name;
-  const char* unit;
+  const quantity* of;
   field_type type;
+  null_rule null;
+  u8 decimals;
 };
 
 /// Fields in record order.
@@ -86,10 +137,28 @@ struct field_list {
 
 template <typename... T>
 [[nodiscard]] consteval field_list<sizeof...(T)> fields(field<T>... list) {
-  const field_list<sizeof...(T)> all{{field_row{list.name, list.unit, type_of<T>}...}};
+  const field_list<sizeof...(T)> all{
+      {field_row{list.name, &list.of, type_of<T>, list.null, list.decimals}...}};
   for (std::size_t i = 0; i < sizeof...(T); ++i) {
-    if (all.index_of(all.rows[i].name) != i) throw "two fields of one name";
+    const auto& row = all.rows[i];
+    if (all.index_of(row.name) != i) throw "two fields of one name";
+    if (row.null.mask == 0) continue;
+    if (row.null.of != nullptr && all.index_of(row.null.of) == sizeof...(T)) {
+      throw "no such field in a null rule";
+    }
+    if (all.offset(sizeof...(T)) < sizeof(u32)) throw "a null rule needs a part of four bytes";
   }
+  return all;
+}
+
+inline constexpr field_list<0> no_fields{};
+
+template <std::size_t n, std::size_t m>
+[[nodiscard]] consteval field_list<n + m> joined(const field_list<n>& first,
+                                                 const field_list<m>& second) {
+  field_list<n + m> all{};
+  std::copy(second.rows.begin(), second.rows.end(),
+            std::copy(first.rows.begin(), first.rows.end(), all.rows.begin()));
   return all;
 }
 
@@ -163,18 +232,32 @@ struct record_schema {
   const char* name;
   std::array<record_part, max_parts> all_parts{};
   std::size_t num_parts = 0;
+  record_part beside{};  // of values that only the packet has; may have no rows
 
   [[nodiscard]] constexpr std::span<const record_part> parts() const {
     return std::span(all_parts).first(num_parts);
   }
 };
 
-/// A record that always has the same fields.
-template <const auto& list>
+/// The bytes of a record, and those of what the packet says beside it.
+struct record_data {
+  std::span<const u8> bytes;
+  std::span<const u8> beside;
+};
+
+/// A record that always has the same fields. Tables have those of `beside_list` as well, which
+/// other consumers of the record do not get.
+template <const auto& list, const auto& beside_list = no_fields>
 struct fixed_record : record_schema {
+  /// Both lists, as the values are published.
+  static constexpr auto published = joined(list, beside_list);
+
   constexpr fixed_record(std::uint32_t data_id, const char* record_name)
-      : record_schema{
-            modem_stats_data_id_e_type{data_id}, record_name, {record_part{list.rows}}, 1} {}
+      : record_schema{modem_stats_data_id_e_type{data_id},
+                      record_name,
+                      {record_part{list.rows}},
+                      1,
+                      record_part{beside_list.rows}} {}
 };
 
 /// A record with repeated parts; the first part holds their counts.
@@ -189,7 +272,7 @@ template <typename... Part>
     });
   };
   if (first.repeated() || !(is_counted(parts) && ...)) throw "a part has no count";
-  return {modem_stats_data_id_e_type{data_id}, name, {first, parts...}, 1 + sizeof...(parts)};
+  return {modem_stats_data_id_e_type{data_id}, name, {first, parts...}, 1 + sizeof...(parts), {}};
 }
 
 /// The value of a field, read from the start of `bytes`, which must be long enough.
@@ -206,8 +289,5 @@ struct field_value {
 /// How often `part`, a repeated part of `schema`, occurs in the record `data`.
 [[nodiscard]] std::size_t repetitions(const record_schema& schema, const record_part& part,
                                       std::span<const u8> data);
-
-/// The field's column name in tables: its name and unit.
-[[nodiscard]] std::string column_name(const field_row& row);
 
 }  // namespace modem_stats

@@ -14,7 +14,7 @@ class record_slots final : public record_sink {
   record_slots& operator=(const record_slots&) = delete;
   ~record_slots() { modem_stats_free_single(record_); }
 
-  void record(const record_schema& schema, std::span<const std::uint8_t> data) override;
+  void record(const record_schema& schema, const record_data& data) override;
 
   [[nodiscard]] modem_stats_data_id_e_type data_id() const { return data_id_; }
   /// Null before the first record.

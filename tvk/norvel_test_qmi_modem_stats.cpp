@@ -30,7 +30,7 @@ constexpr option_row options[] = {
     {3, modem_stats::lte_srv_meas_scc3_record.id, &g_lte_carrier},
     {4, modem_stats::lte_srv_meas_scc4_record.id, &g_lte_carrier},
     {5, modem_stats::lte_srv_meas_scc5_record.id, &g_lte_carrier},
-    {6, modem_stats::lte_srv_meas_scc6_record.id, &g_lte_carrier},
+    {6, modem_stats::lte_srv_meas_scc_record.id, &g_lte_carrier},
     {7, modem_stats::nr5g_ll1_fw_rx_control_agc_record.id, &g_nr5g_rssi},
     {8, modem_stats::nr5g_ll1_fw_serving_ftl_record.id, &g_nr5g_snr},
     {9, modem_stats::nr5g_ml1_antenna_switch_diversity_record.id, &g_nr5g_antenna_switch},

@@ -112,7 +112,7 @@ void session::close() {
   add_losses(counts_, frames_.counts());
   frames_ = {};
   stage_.restart();
-  counts_.cells.end_capture();
+  counts_.end_capture();
 }
 
 void session::end() {

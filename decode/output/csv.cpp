@@ -3,10 +3,12 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <memory>
 #include <set>
 #include <string>
 
 #include "decode/output/identity.h"
+#include "decode/output/record_form.h"
 #include "decode/output/record_output.h"
 #include "decode/output/table_folder.h"
 #include "decode/output/value_text.h"
@@ -16,6 +18,7 @@ namespace decode {
 
 namespace {
 
+using modem_stats::record_data;
 using modem_stats::record_part;
 using modem_stats::record_schema;
 
@@ -25,14 +28,43 @@ std::set<std::string> table_names() {
   return names;
 }
 
+void append_names(std::string& header, const record_part& part) {
+  for (const auto& column : modem_stats::columns_of(part)) {
+    header.append(",").append(column.name);
+  }
+}
+
+std::string header_of(const record_schema& schema, bool with_raw_bytes) {
+  std::string header = "time,radio,source,data_id,file,packet";
+  for (const auto& part : schema.parts()) {
+    if (part.repeated()) {
+      header.append(",").append(part.name);
+    } else {
+      append_names(header, part);
+    }
+  }
+  append_names(header, schema.beside);
+  if (with_raw_bytes) header += ",raw";
+  return header + "\n";
+}
+
+/// What is the same in all rows of a table.
+struct table_form {
+  std::string name;
+  std::string header;
+  std::string data_id;
+  record_form fields;
+};
+
 class csv_tables final : public record_store {
  public:
   csv_tables(const std::string& directory, bool with_raw_bytes, bool replace,
              const file_set& inputs)
       : with_raw_bytes_(with_raw_bytes), folder_(directory, table_names(), replace, inputs) {
     for (const auto* const schema : modem_stats::record_table()) {
-      tables_.at(schema->id) = {schema->name, header_of(*schema),
-                                std::to_string(static_cast<unsigned>(schema->id))};
+      tables_.at(schema->id) = std::make_unique<table_form>(table_form{
+          schema->name, header_of(*schema, with_raw_bytes),
+          std::to_string(static_cast<unsigned>(schema->id)), record_form(*schema, csv_record)});
     }
   }
 
@@ -40,37 +72,16 @@ class csv_tables final : public record_store {
   void finish() override { folder_.finish(); }
 
   void write(std::size_t data_id, std::string_view rows) {
-    folder_.write(tables_.at(data_id).name, tables_.at(data_id).header, rows);
+    folder_.write(form(data_id).name, form(data_id).header, rows);
   }
 
-  [[nodiscard]] std::string_view id_text(std::size_t data_id) const {
-    return tables_.at(data_id).id_text;
-  }
+  [[nodiscard]] const table_form& form(std::size_t data_id) const { return *tables_.at(data_id); }
   [[nodiscard]] bool with_raw_bytes() const { return with_raw_bytes_; }
 
  private:
-  [[nodiscard]] std::string header_of(const record_schema& schema) const {
-    std::string header = "time,radio,source,data_id,file,packet";
-    for (const auto& part : schema.parts()) {
-      if (part.repeated()) {
-        header.append(",").append(part.name);
-        continue;
-      }
-      for (const auto& row : part.rows) header.append(",").append(modem_stats::column_name(row));
-    }
-    if (with_raw_bytes_) header += ",raw";
-    return header + "\n";
-  }
-
-  struct table {
-    std::string name;
-    std::string header;
-    std::string id_text;
-  };
-
   const bool with_raw_bytes_;
   table_folder folder_;
-  std::array<table, 256> tables_;  // by data id
+  std::array<std::unique_ptr<table_form>, 256> tables_;  // by data id
 };
 
 constexpr identity_writer::form identity_form{"", ",", ",", ","};
@@ -81,24 +92,15 @@ class csv_rows final : public record_writer {
       : to_(to), identity_(identity_form, fmt::format(",{},", csv_text(file))) {}
 
   void record(const packet_source& source, const record_schema& schema,
-              std::span<const std::uint8_t> data) override {
+              const record_data& data) override {
+    const auto& form = to_.form(schema.id);
     auto& rows = rows_.at(schema.id);
-    identity_.write(rows, source, to_.id_text(schema.id));
+    identity_.write(rows, source, form.data_id);
     auto& text = rows.text();
-    const std::uint8_t* bytes = data.data();
-    for (const auto& part : schema.parts()) {
-      if (part.repeated()) {
-        put_array(text, part, modem_stats::repetitions(schema, part, data), bytes);
-        continue;
-      }
-      for (const auto& row : part.rows) {
-        text.append(",");
-        put_value(text, row, bytes, "");
-      }
-    }
+    form.fields.write(text, data);
     if (to_.with_raw_bytes()) {
       text.append(",");
-      text.commit(write_hex(text.room(2 * data.size()), data));
+      text.commit(write_hex(text.room(2 * data.bytes.size()), data.bytes));
     }
     text.append("\n");
   }
@@ -114,29 +116,6 @@ class csv_rows final : public record_writer {
   }
 
  private:
-  static void put_value(text_buffer& text, const modem_stats::field_row& row,
-                        const std::uint8_t*& bytes, std::string_view not_measured) {
-    text.commit(write_value(text.room(max_value_size), row, bytes, not_measured));
-    bytes += modem_stats::size_of(row.type);
-  }
-
-  static void put_array(text_buffer& text, const record_part& part, std::size_t count,
-                        const std::uint8_t*& bytes) {
-    text.append(",\"[");
-    for (std::size_t i = 0; i < count; ++i) {
-      text.append(i == 0 ? "{" : ",{");
-      std::string_view separator;
-      for (const auto& row : part.rows) {
-        text.append(separator);
-        text.append(fmt::format("\"\"{}\"\":", modem_stats::column_name(row)));
-        put_value(text, row, bytes, "null");
-        separator = ",";
-      }
-      text.append("}");
-    }
-    text.append("]\"");
-  }
-
   csv_tables& to_;
   identity_writer identity_;
   std::array<numbered_text, 256> rows_;  // by data id

@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <span>
 #include <string>
 #include <string_view>
 
@@ -35,7 +34,7 @@ class record_writer {
   virtual ~record_writer() = default;
 
   virtual void record(const packet_source& source, const modem_stats::record_schema& schema,
-                      std::span<const std::uint8_t> data) = 0;
+                      const modem_stats::record_data& data) = 0;
 
   /// A line from a parser, with its newline.
   virtual void line(const packet_source& /*source*/, std::string_view /*text*/) {}

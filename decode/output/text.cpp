@@ -15,7 +15,7 @@ class text_lines final : public record_writer {
   text_lines(file_output& to, bool with_time) : to_(to), with_time_(with_time) {}
 
   void record(const packet_source& /*source*/, const modem_stats::record_schema& /*schema*/,
-              std::span<const std::uint8_t> /*data*/) override {}
+              const modem_stats::record_data& /*data*/) override {}
 
   void line(const packet_source& source, std::string_view text) override {
     if (with_time_) put_time(source);
@@ -70,7 +70,7 @@ class text_lines_all final : public record_store {
 class nothing final : public record_writer {
  public:
   void record(const packet_source& /*source*/, const modem_stats::record_schema& /*schema*/,
-              std::span<const std::uint8_t> /*data*/) override {}
+              const modem_stats::record_data& /*data*/) override {}
   void flush(const running_counts& /*late*/) override {}
   void clear() override {}
 };

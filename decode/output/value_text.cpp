@@ -5,8 +5,6 @@
 #include <cmath>
 #include <cstring>
 
-#include "modem_stats/conversions.h"
-
 namespace decode {
 
 namespace {
@@ -14,9 +12,31 @@ namespace {
 using modem_stats::field_type;
 
 template <typename T>
-char* write_integer(char* out, const std::uint8_t* bytes) {
+T load(const std::uint8_t* bytes) {
   T value;
   std::memcpy(&value, bytes, sizeof value);
+  return value;
+}
+
+/// An integer that counts tenths, hundredths and so on.
+char* write_decimal(char* out, std::int64_t value, unsigned decimals) {
+  if (value < 0) *out++ = '-';
+  const auto magnitude = static_cast<std::uint64_t>(std::abs(value));
+  std::uint64_t one = 1;
+  for (unsigned i = 0; i < decimals; ++i) one *= 10;
+  out = std::to_chars(out, out + max_value_size, magnitude / one).ptr;
+  *out++ = '.';
+  for (auto rest = magnitude % one; one > 1; rest %= one) {
+    one /= 10;
+    *out++ = static_cast<char>('0' + rest / one);
+  }
+  return out;
+}
+
+template <typename T>
+char* write_integer(char* out, const std::uint8_t* bytes, unsigned decimals) {
+  const auto value = load<T>(bytes);
+  if (decimals != 0) return write_decimal(out, static_cast<std::int64_t>(value), decimals);
   return std::to_chars(out, out + max_value_size, value).ptr;
 }
 
@@ -40,34 +60,71 @@ char* write_real(char* out, float value) {
   return std::to_chars(out, out + max_value_size, value).ptr;
 }
 
+/// The value of a code or version, which are unsigned.
+std::uint64_t load_unsigned(field_type type, const std::uint8_t* bytes) {
+  switch (modem_stats::size_of(type)) {
+    case 1:
+      return *bytes;
+    case 2:
+      return load<std::uint16_t>(bytes);
+    case 4:
+      return load<std::uint32_t>(bytes);
+    default:
+      return load<std::uint64_t>(bytes);
+  }
+}
+
+char* put(char* out, std::string_view text) {
+  return std::copy(text.begin(), text.end(), out);
+}
+
+char* write_text(char* out, const modem_stats::column& column, const std::uint8_t* part,
+                 const std::uint8_t* record, const value_style& style) {
+  const auto number = load_unsigned(column.field->type, part + column.byte);
+  if (column.means == nullptr) {
+    out = put(out, style.quote);
+    out = modem_stats::write_version(out, static_cast<std::uint32_t>(number));
+    return put(out, style.quote);
+  }
+  // Only packets with versions of four bytes have codes that depend on them, and begin with these.
+  const std::uint32_t version =
+      column.means->texts_before_3.empty() ? 0 : load<std::uint32_t>(record);
+  const auto text = modem_stats::text_of(*column.means, number, version);
+  if (text.empty()) return put(out, style.null);
+  if (column.type != modem_stats::value_type::text) return put(out, text);
+  return put(put(put(out, style.quote), text), style.quote);
+}
+
 }  // namespace
 
-char* write_value(char* out, const modem_stats::field_row& row, const std::uint8_t* bytes,
-                  std::string_view not_measured) {
-  switch (row.type) {
+char* write_value(char* out, const modem_stats::column& column, const std::uint8_t* part,
+                  const std::uint8_t* record, const value_style& style) {
+  if (column.is_null(part)) return put(out, style.null);
+  if (column.means != nullptr || column.type == modem_stats::value_type::text) {
+    return write_text(out, column, part, record, style);
+  }
+  const auto& field = *column.field;
+  const std::uint8_t* const bytes = part + column.byte;
+  switch (field.type) {
     case field_type::uint8:
-      return write_integer<std::uint8_t>(out, bytes);
+      return write_integer<std::uint8_t>(out, bytes, field.decimals);
     case field_type::uint16:
-      return write_integer<std::uint16_t>(out, bytes);
+      return write_integer<std::uint16_t>(out, bytes, field.decimals);
     case field_type::uint32:
-      return write_integer<std::uint32_t>(out, bytes);
+      return write_integer<std::uint32_t>(out, bytes, field.decimals);
     case field_type::uint64:
-      return write_integer<std::uint64_t>(out, bytes);
+      return write_integer<std::uint64_t>(out, bytes, field.decimals);
     case field_type::int8:
-      return write_integer<std::int8_t>(out, bytes);
+      return write_integer<std::int8_t>(out, bytes, field.decimals);
     case field_type::int16:
-      return write_integer<std::int16_t>(out, bytes);
+      return write_integer<std::int16_t>(out, bytes, field.decimals);
     case field_type::int32:
-      return write_integer<std::int32_t>(out, bytes);
+      return write_integer<std::int32_t>(out, bytes, field.decimals);
     case field_type::float32:
       break;
   }
-  float value = 0;
-  std::memcpy(&value, bytes, sizeof value);
-  if (value == modem_stats_not_measured || !std::isfinite(value)) {
-    return std::copy(not_measured.begin(), not_measured.end(), out);
-  }
-  return write_real(out, value);
+  const auto value = load<float>(bytes);
+  return std::isfinite(value) ? write_real(out, value) : put(out, style.null);
 }
 
 char* write_hex(char* out, std::span<const std::uint8_t> bytes) {

@@ -6,18 +6,28 @@
 #include <span>
 #include <string_view>
 
-#include "modem_stats/record_schema.h"
+#include "modem_stats/columns.h"
 
 namespace decode {
 
 /// The longest text of a value.
-constexpr std::size_t max_value_size = 24;
+constexpr std::size_t max_value_size = 40;
 
-/// Writes the value of `row` at the front of `bytes` to `out` and returns the end of the text. A
-/// value that was not measured is written as `not_measured`. Floats get enough digits to read back
-/// as the same float.
-[[nodiscard]] char* write_value(char* out, const modem_stats::field_row& row,
-                                const std::uint8_t* bytes, std::string_view not_measured);
+/// How a format writes values that are null, and what it puts around texts.
+struct value_style {
+  std::string_view null;
+  std::string_view quote;
+};
+constexpr value_style json_values{"null", "\""};
+constexpr value_style csv_values{"", ""};
+constexpr value_style json_values_in_csv{"null", "\"\""};
+
+/// Writes the value of a column in the part that begins at `part`, of the record that begins at
+/// `record`, to `out` and returns the end of the text. Floats get enough digits to read back as the
+/// same float.
+[[nodiscard]] char* write_value(char* out, const modem_stats::column& column,
+                                const std::uint8_t* part, const std::uint8_t* record,
+                                const value_style& style);
 
 /// Writes two lower-case hexadecimal digits per byte.
 [[nodiscard]] char* write_hex(char* out, std::span<const std::uint8_t> bytes);

@@ -3,8 +3,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <iterator>
 
+#include "modem_stats/columns.h"
 #include "modem_stats/dispatch.h"
 #include "modem_stats/record_table.h"
 #include "protocol/diag_commands.h"
@@ -56,8 +58,8 @@ std::string packet_code(modem_stats::packet_kind kind, std::uint32_t id) {
 }
 
 std::string version_text(std::uint32_t version) {
-  if (version <= 0xFF) return std::to_string(version);
-  return fmt::format("{}.{}", version >> 16, version & 0xFFFF);
+  std::array<char, modem_stats::max_version_size> text;
+  return {text.data(), modem_stats::write_version(text.data(), version)};
 }
 
 log_list listed_logs(const summary& all) {

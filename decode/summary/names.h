@@ -19,7 +19,7 @@ namespace decode {
 /// "0xB193" or "event 1606".
 [[nodiscard]] std::string packet_code(modem_stats::packet_kind kind, std::uint32_t id);
 
-/// "36", or "2.9" for NR, whose words hold major and minor number.
+/// "36", or "2.9" for major and minor number.
 [[nodiscard]] std::string version_text(std::uint32_t version);
 
 [[nodiscard]] std::string_view technology_name(radio_technology technology);

@@ -97,8 +97,7 @@ std::string to_json(const summary& all, double seconds) {
       {"with_radio_prefix", all.with_radio},
       {"first_time", has_time ? json(time_text(all.first_time)) : json()},
       {"last_time", has_time ? json(time_text(all.last_time)) : json()},
-      {"duration_s",
-       has_time ? json(static_cast<double>(all.last_time - all.first_time) / 1e6) : json()},
+      {"duration_s", has_time ? json(static_cast<double>(all.duration) / 1e6) : json()},
       {"rate_MBps", seconds > 0 ? json(static_cast<double>(all.bytes) / seconds / 1e6) : json()}};
   auto& radios = whole["radios"] = json::array();
   for (const auto& [radio, count] : all.radios.values()) {

@@ -67,7 +67,7 @@ void put_losses(lines& out, const summary& all) {
 void put_times(lines& out, const summary& all, double seconds) {
   if (all.first_time <= all.last_time) {
     out.text("time", "{} to {}", time_text(all.first_time), time_text(all.last_time));
-    out.text("duration", "{:.3f} s", seconds_of(all.last_time - all.first_time));
+    out.text("duration", "{:.3f} s", seconds_of(all.duration));
   }
   if (seconds > 0) out.text("rate", "{:.1f} MB/s", static_cast<double>(all.bytes) / seconds / 1e6);
 }

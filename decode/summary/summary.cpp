@@ -73,7 +73,13 @@ void summary::add(const summary& next) {
   cells.add(next.cells);
   first_time = std::min(first_time, next.first_time);
   last_time = std::max(last_time, next.last_time);
+  duration += next.duration;
   files.insert(files.end(), next.files.begin(), next.files.end());
+}
+
+void summary::end_capture() {
+  cells.end_capture();
+  if (first_time <= last_time) duration = last_time - first_time;
 }
 
 void summary::clear() {
@@ -87,6 +93,7 @@ void summary::clear() {
   cells = {};
   first_time = INT64_MAX;
   last_time = INT64_MIN;
+  duration = 0;
   files.clear();
 }
 

@@ -77,6 +77,7 @@ struct summary {
   serving_cells cells;
   std::int64_t first_time = INT64_MAX;  // microseconds, Unix
   std::int64_t last_time = INT64_MIN;
+  std::int64_t duration = 0;  // of all captures together
   std::vector<file_summary> files;
 
   /// A log or an event was found.
@@ -84,8 +85,10 @@ struct summary {
   /// It was decoded.
   void count(modem_stats::packet_kind kind, std::uint16_t id,
              const modem_stats::packet_outcome& result, bool made_records);
-  /// Adds what comes next in the same capture, or after cells.end_capture().
+  /// Adds what comes next in the same capture, or after end_capture().
   void add(const summary& next);
+  /// The capture, or a connection of the live session, ends. Nothing else has been counted.
+  void end_capture();
   void clear();
 
   /// Whether something was lost or rejected.

@@ -208,10 +208,11 @@ void decode(packet_decoder& in, u8 version, unsigned sub_packet, u8 version_ssmr
   print(in, snr_of, snr);
   in.print("avg_rsrp = %.2f, avg_rsrq = %.2f, max_rssi = %.2f", avg_rsrp, avg_rsrq, max_rssi);
   in.check_valid(rx_valid > 0 && rx_valid <= all_antennas, rx_valid, "rx_valid");
-  const auto& record = srv_cell_idx == 0 ? lte_srv_meas_pcc_record : lte_srv_meas_scc6_record;
+  const auto& record = srv_cell_idx == 0 ? lte_srv_meas_pcc_record : lte_srv_meas_scc_record;
   in.publish(
       record, "version"_f = version, "version_ssmr"_f = version_ssmr, "earfcn"_f = earfcn,
-      "pci"_f = pci, "is_srv_cell"_f = is_srv_cell, "rx_valid"_f = rx_valid,  //
+      "pci"_f = pci, "is_srv_cell"_f = is_srv_cell, "srv_cell_idx"_f = srv_cell_idx,
+      "rx_valid"_f = rx_valid,  //
       "rsrp_rx0"_f = rsrp[0], "rsrq_rx0"_f = rsrq[0], "rssi_rx0"_f = rssi[0], "snr_rx0"_f = snr[0],
       "rsrp_rx1"_f = rsrp[1], "rsrq_rx1"_f = rsrq[1], "rssi_rx1"_f = rssi[1], "snr_rx1"_f = snr[1],
       "rsrp_rx2"_f = rsrp[2], "rsrq_rx2"_f = rsrq[2], "rssi_rx2"_f = rssi[2], "snr_rx2"_f = snr[2],

@@ -1,6 +1,7 @@
 // Log 0xB8D8, NR5G LL1 serving SNR of four receive chains. House layout: positions are our own.
 // Layout: docs/formats/nr5g_ml1_ll1.md.
 #include "modem_stats/conversions.h"
+#include "modem_stats/nr5g/snr_head.h"
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"
 #include "modem_stats/records/nr5g_ml1_ll1.h"
@@ -22,5 +23,7 @@ void modem_stats_parse_b8d8_diag_log_nr5g_ll1_log_serving_snr(modem_stats::packe
   in.print("snr0_f = %.2f, snr1_f = %.2f, snr2_f = %.2f, snr3_f = %.2f", snr0_f, snr1_f, snr2_f,
            snr3_f);
   in.publish(nr5g_ll1_log_serving_snr_record, "version"_f = version, "snr0"_f = snr0_f,
-             "snr1"_f = snr1_f, "snr2"_f = snr2_f, "snr3"_f = snr3_f);
+             "snr1"_f = snr1_f, "snr2"_f = snr2_f, "snr3"_f = snr3_f,
+             "pci"_f = in.peek(snr_head::pci, nr5g_no_pci),
+             "carrier_index"_f = in.peek(snr_head::carrier_index, nr5g_no_carrier));
 }

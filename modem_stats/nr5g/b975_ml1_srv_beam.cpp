@@ -15,5 +15,6 @@ void modem_stats_parse_b975_diag_log_nr5g_mac_ml1_srv_beam(modem_stats::packet_d
   const f32 rsrq = modem_stats_nr5g_rsrq(rsrq_i);
   in.print("version = %d, rsrp_i = %d, rsrq_i = %d, rsrp = %.2f, rsrq = %.2f", version, rsrp_i,
            rsrq_i, rsrp, rsrq);
-  in.publish(nr5g_ml1_srv_beam_record, "version"_f = version, "rsrp"_f = rsrp, "rsrq"_f = rsrq);
+  in.publish(nr5g_ml1_srv_beam_record, "version"_f = version, "rsrp"_f = rsrp, "rsrq"_f = rsrq,
+             "pci"_f = in.peek(bit_field<u32>{"pci", 32, 16}, nr5g_no_pci));
 }

@@ -42,6 +42,7 @@ constexpr database_layout layouts[] = {
 constexpr unsigned cell_size = 16;
 
 namespace at_layer {
+constexpr auto arfcn = at_byte<u32>("arfcn", 0);
 constexpr auto srv_pci = at_byte<u16>("srv_pci", 6);
 constexpr auto rsrp_i2 = at_byte<i32>("rsrp_i2", 12);
 constexpr auto rsrp_i3 = at_byte<i32>("rsrp_i3", 16);
@@ -75,6 +76,7 @@ struct cell {
 
 struct entry {
   u8 kind;  // 0: primary carrier, 1 and 2: secondary ones
+  u32 arfcn;
   i32 rsrp_i2, rsrp_i3;
   cell serving;
 };
@@ -89,6 +91,7 @@ class database_walk {
   /// cell and has beams.
   std::optional<entry> next_layer(u8 layer) {
     enter(layout_.layer);
+    const auto arfcn = in_.peek(at_layer::arfcn, u32{0});
     const auto kind = in_.bits_or(layout_.cc_id, layer);
     const auto num_cells = in_.bits(layout_.num_cells);
     const auto srv_pci = in_.bits(at_layer::srv_pci);
@@ -104,7 +107,8 @@ class database_walk {
       if (one.pci_1 == srv_pci && !serving) serving = one;
     }
     if (!serving || serving->num_beams == 0) return std::nullopt;
-    return entry{.kind = kind, .rsrp_i2 = rsrp_i2, .rsrp_i3 = rsrp_i3, .serving = *serving};
+    return entry{
+        .kind = kind, .arfcn = arfcn, .rsrp_i2 = rsrp_i2, .rsrp_i3 = rsrp_i3, .serving = *serving};
   }
 
  private:
@@ -143,7 +147,7 @@ class database_walk {
   unsigned byte_;
 };
 
-constexpr const fixed_record<nr5g_meas_fields>* record_of_kind[] = {
+constexpr const fixed_record<nr5g_meas_fields, nr5g_meas_cell>* record_of_kind[] = {
     &nr5g_ml1_meas_pcc_record, &nr5g_ml1_meas_scc1_record, &nr5g_ml1_meas_scc2_record};
 
 /// False for a kind of carrier that has no record, which ends the decoding.
@@ -157,7 +161,8 @@ bool publish(packet_decoder& in, u32 version, unsigned number, const entry& one)
            rsrp0, rsrp1, rsrp2, rsrp3, rsrq);
   if (one.kind >= std::size(record_of_kind)) return false;
   in.publish(*record_of_kind[one.kind], "version"_f = version, "rsrp_rx0"_f = rsrp0,
-             "rsrp_rx1"_f = rsrp1, "rsrp_rx2"_f = rsrp2, "rsrp_rx3"_f = rsrp3, "rsrq"_f = rsrq);
+             "rsrp_rx1"_f = rsrp1, "rsrp_rx2"_f = rsrp2, "rsrp_rx3"_f = rsrp3, "rsrq"_f = rsrq,
+             "pci"_f = one.serving.pci_1, "arfcn"_f = one.arfcn);
   return in.ok();
 }
 

@@ -20,10 +20,10 @@ class reader final : public record_sink, public line_sink {
     if (text.empty() || text.back() != '\n') std::abort();
   }
 
-  void record(const record_schema& schema, std::span<const std::uint8_t> data) override {
-    auto rest = data;
+  void record(const record_schema& schema, const record_data& data) override {
+    auto rest = data.bytes;
     for (const auto& part : schema.parts()) {
-      const auto count = part.repeated() ? repetitions(schema, part, data) : 1;
+      const auto count = part.repeated() ? repetitions(schema, part, data.bytes) : 1;
       for (std::size_t i = 0; i < count; ++i) {
         for (const auto& row : part.rows) {
           if (rest.size() < size_of(row.type)) std::abort();
@@ -33,7 +33,9 @@ class reader final : public record_sink, public line_sink {
       }
     }
     // The rows account for every byte.
-    if (!rest.empty()) std::abort();
+    std::size_t beside = 0;
+    for (const auto& row : schema.beside.rows) beside += size_of(row.type);
+    if (!rest.empty() || data.beside.size() != beside) std::abort();
   }
 };
 

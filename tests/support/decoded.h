@@ -47,10 +47,10 @@ class decoded final : modem_stats::line_sink, modem_stats::record_sink {
   void write(std::string_view text) override { lines += text; }
 
   void record(const modem_stats::record_schema& schema,
-              std::span<const std::uint8_t> data) override {
+              const modem_stats::record_data& data) override {
     std::string text = std::to_string(schema.id) + ":";
     constexpr std::string_view digits = "0123456789abcdef";
-    for (const auto byte : data) {
+    for (const auto byte : data.bytes) {
       text += digits[byte >> 4];
       text += digits[byte & 0x0F];
     }

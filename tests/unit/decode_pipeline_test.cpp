@@ -53,9 +53,9 @@ class list_store final : public decode::record_store {
    public:
     explicit writer(list_store& to) : to_(to) {}
     void record(const decode::packet_source& source, const modem_stats::record_schema& schema,
-                std::span<const std::uint8_t> data) override {
+                const modem_stats::record_data& data) override {
       text_ += std::to_string(source.time) + " " + std::to_string(schema.id);
-      for (const auto byte : data) text_ += " " + std::to_string(byte);
+      for (const auto byte : data.bytes) text_ += " " + std::to_string(byte);
       text_ += "\n";
     }
     void flush() override {

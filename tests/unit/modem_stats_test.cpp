@@ -109,14 +109,16 @@ class reading : public testing::Test, line_sink, record_sink {
 
  private:
   void write(std::string_view text) override { lines += text; }
-  void record(const record_schema& /*schema*/, std::span<const std::uint8_t> data) override {
-    records.emplace_back(data.begin(), data.end());
+  void record(const record_schema& /*schema*/, const record_data& data) override {
+    records.emplace_back(data.bytes.begin(), data.bytes.end());
   }
 
   stream_state state_;
 };
 
-constexpr auto three_fields = fields(field<u8>{"a"}, field<u16>{"b"}, field<i8>{"c"});
+constexpr quantity some{"some", "a quantity"};
+constexpr auto three_fields =
+    fields(field<u8>{"a", some}, field<u16>{"b", some}, field<i8>{"c", some});
 constexpr fixed_record<three_fields> three{83, "three"};
 
 // What is not the record's fields does not compile.
