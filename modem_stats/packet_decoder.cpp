@@ -1,9 +1,9 @@
 #include "modem_stats/packet_decoder.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 
+#include "modem_stats/line_text.h"
 #include "qcril-common/utilities/checked.h"
 
 namespace modem_stats {
@@ -147,9 +147,17 @@ void packet_decoder::reject_version(std::uint32_t version, const char* name) {
   if (!ok_) return;
   auto& count = state_.versions_not_supported;
   count = checked_add<std::uint64_t>(count, 1);
-  fail(rejection::version,
-       "VERSION_NOT_SUPPORT, version(%d), not_support_num(%lu), name(%s), id(0x%x)", version, count,
-       name, id_);
+  ok_ = false;
+  outcome_.rejected = rejection::version;
+  if (versions_ > 1) outcome_.sub_version = version;
+  if (to_.lines == nullptr) return;
+  line_text line;
+  line.add("VERSION_NOT_SUPPORT, version(%d), not_support_num(", version);
+  const auto count_at = line.size();
+  line.add("%lu", count);
+  const auto count_size = line.size() - count_at;
+  line.add("), name(%s), id(0x%x)", name, id_);
+  to_.lines->write_counted(line.finished(), count_at, count_size, count);
 }
 
 void packet_decoder::reject_value(int value, const char* name) {
@@ -185,12 +193,9 @@ void packet_decoder::publish_added(const record_schema& schema, std::size_t besi
 }
 
 void packet_decoder::print_line(const char* format, std::va_list args) const {
-  std::array<char, 1024> text;
-  const int length = std::vsnprintf(text.data(), text.size() - 1, format, args);
-  if (length < 0) return;
-  auto size = std::min(static_cast<std::size_t>(length), text.size() - 2);
-  text[size++] = '\n';
-  to_.lines->write({text.data(), size});
+  line_text line;
+  line.add_args(format, args);
+  to_.lines->write(line.finished());
 }
 
 void packet_decoder::print(const char* format, ...) {

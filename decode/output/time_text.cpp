@@ -29,6 +29,23 @@ bool take(std::string_view& text, char mark) {
   return true;
 }
 
+/// Takes "Z", "+02:00", "+0200", "+02" or nothing, which is UTC.
+std::optional<minutes> take_offset(std::string_view& text) {
+  if (text.empty() || take(text, 'Z')) return minutes(0);
+  const bool west = take(text, '-');
+  if (!west && !take(text, '+')) return std::nullopt;
+  const auto h = take_number(text, 2);
+  if (!h || *h > 23) return std::nullopt;
+  minutes offset = hours(*h);
+  if (!text.empty()) {
+    take(text, ':');
+    const auto m = take_number(text, 2);
+    if (!m || *m > 59) return std::nullopt;
+    offset += minutes(*m);
+  }
+  return west ? -offset : offset;
+}
+
 }  // namespace
 
 void time_writer::write(std::int64_t unix_microseconds, char* out) {
@@ -88,9 +105,9 @@ std::optional<std::int64_t> parse_time(std::string_view text) {
       }
     }
   }
-  take(text, 'Z');
-  if (!text.empty()) return std::nullopt;
-  return time.time_since_epoch().count();
+  const auto offset = take_offset(text);
+  if (!offset || !text.empty()) return std::nullopt;
+  return (time - *offset).time_since_epoch().count();
 }
 
 }  // namespace decode
