@@ -10,6 +10,7 @@
 #include "decode/options.h"
 #include "decode/output/file_output.h"
 #include "decode/output/record_output.h"
+#include "decode/page/page_store.h"
 #include "decode/summary/report.h"
 #include "decode/summary/summary.h"
 #include "host/file_descriptor.h"
@@ -28,8 +29,15 @@ file_output open_output(const options& chosen) {
   return file_output(chosen.output);
 }
 
+/// Named after what it was made from.
+page::page_head page_head_of(const input_files& inputs) {
+  page::page_head head{.title = "Report", .inputs = {}};
+  for (const auto& input : inputs.files) head.inputs.push_back(input.name());
+  return head;
+}
+
 std::unique_ptr<record_store> make_store(const options& chosen, file_output& output,
-                                         const file_set& taken) {
+                                         const input_files& inputs, const file_set& taken) {
   switch (chosen.format) {
     case output_format::text:
       return text_store(output, chosen.with_time);
@@ -37,6 +45,8 @@ std::unique_ptr<record_store> make_store(const options& chosen, file_output& out
       return json_lines_store(output, chosen.with_raw_bytes);
     case output_format::csv:
       return csv_store(chosen.output, chosen.with_raw_bytes, chosen.force, taken);
+    case output_format::html:
+      return page::html_store(output, page_head_of(inputs));
     case output_format::none:
       break;
   }
@@ -52,16 +62,16 @@ int run(const options& chosen) {
   auto output = open_output(chosen);
   if (!chosen.save.empty()) taken.add(chosen.save);
   output.must_not_be_of(taken);
-  const auto store = make_store(chosen, output, taken);
+  const auto store = make_store(chosen, output, inputs, taken);
   summary counts;
   const bool is_written =
-      chosen.format == output_format::text || chosen.format == output_format::json_lines;
+      chosen.format != output_format::csv && chosen.format != output_format::none;
   const bool all_read =
       chosen.live ? decode_live(chosen, *store, is_written ? output.descriptor() : -1, counts)
                   : decode_files(chosen, inputs, *store, counts);
   if (counts.frames > 0) {
     output.begin();
-    store->finish();
+    store->finish(counts);
   }
   if (chosen.with_summary) {
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;

@@ -30,6 +30,7 @@ struct choice {
 constexpr choice<output_format> formats[] = {{"text", output_format::text},
                                              {"jsonl", output_format::json_lines},
                                              {"csv", output_format::csv},
+                                             {"html", output_format::html},
                                              {"none", output_format::none}};
 constexpr choice<summary_format> summary_formats[] = {{"text", summary_format::text},
                                                       {"json", summary_format::json}};
@@ -93,7 +94,8 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
                    "let --save replace its file, and -f csv the tables in its directory");
 
   std::string format;
-  app.add_option("-f,--format", format, "text, jsonl, csv or none; default: text");
+  app.add_option("-f,--format", format,
+                 "text, jsonl, csv, html (a page of charts) or none; default: text");
   app.add_option("-o,--output", chosen.output,
                  "file to write, or directory for csv; default: standard output");
   app.add_flag("--time", chosen.with_time, "text: start each line with time and radio");

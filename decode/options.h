@@ -10,7 +10,7 @@
 
 namespace decode {
 
-enum class output_format : std::uint8_t { text, json_lines, csv, none };
+enum class output_format : std::uint8_t { text, json_lines, csv, html, none };
 enum class summary_format : std::uint8_t { text, json };
 
 struct options {

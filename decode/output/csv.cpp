@@ -69,7 +69,7 @@ class csv_tables final : public record_store {
   }
 
   std::unique_ptr<record_writer> make_writer(const std::string& file) override;
-  void finish() override { folder_.finish(); }
+  void finish(const summary& /*counts*/) override { folder_.finish(); }
 
   void write(std::size_t data_id, std::string_view rows) {
     folder_.write(form(data_id).name, form(data_id).header, rows);

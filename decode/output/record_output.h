@@ -26,6 +26,7 @@ struct packet_source {
 class file_output;
 class file_set;
 class record_store;
+struct summary;
 
 class record_writer {
  public:
@@ -64,7 +65,7 @@ class record_store {
   /// Whether its writers use the parsers' lines.
   [[nodiscard]] virtual bool wants_lines() const { return false; }
   /// The run is over, and nothing went wrong in writing. Throws output_error.
-  virtual void finish() {}
+  virtual void finish(const summary& /*counts*/) {}
 
  protected:
   record_store() = default;

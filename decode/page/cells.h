@@ -26,9 +26,9 @@ class distribution {
   double sum_ = 0;
 };
 
-struct cell {
+struct visited_cell {
   std::uint32_t radio;
-  technology rat;
+  radio_technology rat;
   std::uint16_t pci;
   std::uint32_t arfcn;
   std::optional<cell_identity> broadcast{};
@@ -56,7 +56,7 @@ class cell_history {
 
   void add(const cell_observation& seen);
 
-  [[nodiscard]] const std::vector<cell>& cells() const { return cells_; }
+  [[nodiscard]] const std::vector<visited_cell>& cells() const { return cells_; }
   [[nodiscard]] const std::vector<cell_change>& changes() const { return changes_; }
   [[nodiscard]] std::uint64_t cells_left_out() const { return cells_left_out_; }
   [[nodiscard]] std::uint64_t changes_left_out() const { return changes_left_out_; }
@@ -69,14 +69,15 @@ class cell_history {
     std::optional<float> rsrp{};
     std::optional<std::size_t> change{};  // the one that waits for its first level
   };
-  using radio_and_technology = std::pair<std::uint32_t, technology>;
+  using radio_and_technology = std::pair<std::uint32_t, radio_technology>;
 
   [[nodiscard]] std::optional<std::size_t> find_or_add(const cell_observation& seen);
   void change_to(serving& now, std::size_t cell, const cell_observation& seen);
   void add_levels(serving& now, const cell_levels& levels);
 
-  std::vector<cell> cells_;
-  std::map<std::tuple<std::uint32_t, technology, std::uint32_t, std::uint16_t>, std::size_t> index_;
+  std::vector<visited_cell> cells_;
+  std::map<std::tuple<std::uint32_t, radio_technology, std::uint32_t, std::uint16_t>, std::size_t>
+      index_;
   std::map<radio_and_technology, serving> serving_;
   std::vector<cell_change> changes_;
   std::uint64_t cells_left_out_ = 0;

@@ -1,5 +1,5 @@
-// What the page shows: a row for each chart, for each series of a chart, for each band of states and
-// for each kind of mark. All values come from the columns of records (docs/formats/records.md).
+// What the page shows: a row for each chart, for each series of a chart, for each band of states
+// and for each kind of mark. All values come from the columns of records (docs/formats/records.md).
 #pragma once
 
 #include <cstdint>

@@ -53,7 +53,7 @@ using state_list = bounded_list<state_span, 5000>;
 class drive {
  public:
   /// Of a series row and radio, or of a state row and radio.
-  using key = std::pair<std::uint16_t, std::uint32_t>;
+  using series_key = std::pair<std::uint16_t, std::uint32_t>;
 
   explicit drive(const extraction_plan& plan) : plan_(plan) {}
 
@@ -64,9 +64,9 @@ class drive {
   void forget_before(std::int64_t milliseconds);
 
   [[nodiscard]] const extraction_plan& plan() const { return plan_; }
-  [[nodiscard]] const std::map<key, series>& all_series() const { return series_; }
-  [[nodiscard]] std::map<key, series>& all_series() { return series_; }
-  [[nodiscard]] const std::map<key, state_list>& states() const { return states_; }
+  [[nodiscard]] const std::map<series_key, series>& all_series() const { return series_; }
+  [[nodiscard]] std::map<series_key, series>& all_series() { return series_; }
+  [[nodiscard]] const std::map<series_key, state_list>& states() const { return states_; }
   [[nodiscard]] const mark_list& marks() const { return marks_; }
   [[nodiscard]] const cell_history& cells() const { return cells_; }
   [[nodiscard]] std::uint64_t without_time() const { return without_time_; }
@@ -83,9 +83,9 @@ class drive {
   [[nodiscard]] std::optional<double> difference(const sample& one);
 
   const extraction_plan& plan_;
-  std::map<key, series> series_;
-  std::map<key, last_value> last_;
-  std::map<key, state_list> states_;
+  std::map<series_key, series> series_;
+  std::map<series_key, last_value> last_;
+  std::map<series_key, state_list> states_;
   mark_list marks_;
   cell_history cells_;
   std::uint64_t without_time_ = 0;

@@ -24,22 +24,21 @@ constexpr std::int64_t first_known_time = 631152000000000;  // 1990, microsecond
 /// known by other records.
 struct cell_row {
   std::uint8_t record;
-  technology rat;
+  radio_technology rat;
   const char* arfcn;
 };
 constexpr cell_row cell_rows[] = {
-    {82, technology::lte, "dl_earfcn"},   {129, technology::lte, "dl_earfcn"},
-    {109, technology::lte, "dl_earfcn"},  {135, technology::nr, "ssb_nr_arfcn"},
-    {130, technology::nr, "ssb_nr_arfcn"}, {92, technology::nr, "ssb_nr_arfcn"},
-    {137, technology::nr, nullptr},
+    {82, radio_technology::lte, "dl_earfcn"},    {129, radio_technology::lte, "dl_earfcn"},
+    {109, radio_technology::lte, "dl_earfcn"},   {135, radio_technology::nr, "ssb_nr_arfcn"},
+    {130, radio_technology::nr, "ssb_nr_arfcn"}, {92, radio_technology::nr, "ssb_nr_arfcn"},
+    {137, radio_technology::nr, nullptr},
 };
 
 struct modulation_row {
   std::string_view name;
   double bits;
 };
-constexpr modulation_row modulations[] = {
-    {"QPSK", 2}, {"16QAM", 4}, {"64QAM", 6}, {"256QAM", 8}};
+constexpr modulation_row modulations[] = {{"QPSK", 2}, {"16QAM", 4}, {"64QAM", 6}, {"256QAM", 8}};
 
 const record_schema& schema_of(std::uint8_t record) {
   for (const auto* const schema : modem_stats::record_table()) {
@@ -87,7 +86,8 @@ std::optional<float> best_of(const record_values& values,
   std::optional<float> best;
   for (const auto& one : chains) {
     const auto value = number_in(values, one);
-    if (value) best = std::max(best.value_or(static_cast<float>(*value)), static_cast<float>(*value));
+    if (value)
+      best = std::max(best.value_or(static_cast<float>(*value)), static_cast<float>(*value));
   }
   return best;
 }
@@ -128,13 +128,12 @@ std::vector<located_column> columns_for_text(const record_schema& schema) {
   std::vector<located_column> found;
   const auto parts = schema.parts();
   for (std::size_t i = 0; i <= parts.size(); ++i) {
-    const auto columns =
-        modem_stats::columns_of(i < parts.size() ? parts[i] : schema.beside);
+    const auto columns = modem_stats::columns_of(i < parts.size() ? parts[i] : schema.beside);
     for (std::size_t k = 0; k < columns.size(); ++k) {
       const bool is_version =
           columns[k].type == modem_stats::value_type::text && columns[k].means == nullptr;
-      const bool has_text = k + 1 < columns.size() && columns[k + 1].means != nullptr &&
-                            columns[k].means == nullptr;
+      const bool has_text =
+          k + 1 < columns.size() && columns[k + 1].means != nullptr && columns[k].means == nullptr;
       if (!is_version && !has_text) found.push_back({columns[k], i});
     }
   }
@@ -175,9 +174,11 @@ void extraction_plan::plan_series(const series_row& row) {
   }
 }
 
-void extraction_plan::plan_cell(std::uint8_t record, technology rat, const char* arfcn) {
+void extraction_plan::plan_cell(std::uint8_t record, radio_technology rat, const char* arfcn) {
   const auto& schema = schema_of(record);
-  cell_columns columns{.rat = rat, .pci = column_of(schema, "pci")};
+  cell_columns columns{};
+  columns.rat = rat;
+  columns.pci = column_of(schema, "pci");
   if (arfcn != nullptr) columns.arfcn = column_of(schema, arfcn);
   columns.rsrp = chains_of(schema, "rsrp_rx", "_dBm");
   columns.rsrq = chains_of(schema, "rsrq_rx", "_dB");
@@ -218,7 +219,9 @@ void extraction_plan::extract_cell(const cell_columns& columns, const packet_sou
         .identity = whole_number_in(values, columns.identity),
         .tac = static_cast<std::uint32_t>(whole_number_in(values, columns.tac)),
         .band = static_cast<std::uint16_t>(whole_number_in(values, columns.band)),
-        .bandwidth_mhz = number ? *number : text.empty() ? 0 : std::stod(std::string(text)),
+        .bandwidth_mhz = number         ? *number
+                         : text.empty() ? 0
+                                        : std::stod(std::string(text)),
         .network = fmt::format("{:03}-{:0{}}", whole_number_in(values, columns.mcc),
                                whole_number_in(values, columns.mnc), digits == 3 ? 3 : 2)};
   }

@@ -41,7 +41,7 @@ class extraction_plan {
   };
   /// The columns of a record that tells the serving cell; empty ones are not in it.
   struct cell_columns {
-    technology rat;
+    radio_technology rat;
     std::optional<located_column> pci, arfcn;
     std::vector<located_column> rsrp, rsrq, sinr;
     std::optional<located_column> identity, tac, band, bandwidth, mcc, mnc, mnc_digits;
@@ -55,7 +55,7 @@ class extraction_plan {
   };
 
   void plan_series(const series_row& row);
-  void plan_cell(std::uint8_t record, technology rat, const char* arfcn);
+  void plan_cell(std::uint8_t record, radio_technology rat, const char* arfcn);
   void extract_cell(const cell_columns& columns, const packet_source& source,
                     const record_values& values, observations& to) const;
 

@@ -1,5 +1,5 @@
-// What the records of a chunk say for the page, collected on any thread and added to the drive in the
-// order of the packets.
+// What the records of a chunk say for the page, collected on any thread and added to the drive in
+// the order of the packets.
 #pragma once
 
 #include <cstdint>
@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "decode/summary/cells.h"
 
 namespace decode::page {
 
@@ -18,8 +20,6 @@ struct sample {
   double value;
   double of;
 };
-
-enum class technology : std::uint8_t { lte, nr };
 
 /// The best antenna of a record, or the packet's own value for all of them.
 struct cell_levels {
@@ -44,7 +44,7 @@ constexpr std::uint32_t no_arfcn = UINT32_MAX;
 struct cell_observation {
   std::int64_t milliseconds;
   std::uint32_t radio;
-  technology rat;
+  radio_technology rat;
   std::uint16_t pci;
   std::uint32_t arfcn;  // or no_arfcn
   cell_levels levels{};

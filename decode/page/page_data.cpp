@@ -1,7 +1,8 @@
 #include "decode/page/page_data.h"
 
-#include <cmath>
 #include <fmt/format.h>
+
+#include <cmath>
 
 #include <nlohmann/json.hpp>
 
@@ -21,10 +22,6 @@ double rounded(double value) {
 
 ordered_json or_null(const std::optional<float>& value) {
   return value ? ordered_json(rounded(static_cast<double>(*value))) : ordered_json();
-}
-
-std::string_view name_of(technology rat) {
-  return rat == technology::lte ? "LTE" : "NR";
 }
 
 /// Flat, as web/page.js unpacks it.
@@ -81,9 +78,9 @@ ordered_json json_of(const distribution& values) {
           {"p95", values.percentile(95)}};
 }
 
-ordered_json json_of(const cell& one) {
+ordered_json json_of(const visited_cell& one) {
   ordered_json json{{"radio", one.radio},
-                    {"technology", name_of(one.rat)},
+                    {"technology", technology_name(one.rat)},
                     {"pci", one.pci},
                     {"arfcn", one.arfcn},
                     {"seconds", static_cast<double>(one.milliseconds) / 1000},
@@ -145,9 +142,12 @@ void add_marks(ordered_json& to, const mark_list& marks) {
 
 ordered_json json_of_losses(const summary& counts) {
   const std::pair<const char*, std::uint64_t> all[] = {
-      {"damaged files", counts.damaged_files},     {"bad CRC", counts.bad_crc},
-      {"too short", counts.too_short},             {"too long", counts.too_long},
-      {"unfinished", counts.unfinished},           {"bytes skipped", counts.skipped_bytes},
+      {"damaged files", counts.damaged_files},
+      {"bad CRC", counts.bad_crc},
+      {"too short", counts.too_short},
+      {"too long", counts.too_long},
+      {"unfinished", counts.unfinished},
+      {"bytes skipped", counts.skipped_bytes},
       {"damaged packets", counts.damaged_packets},
   };
   auto found = ordered_json::array();
@@ -168,7 +168,7 @@ ordered_json json_of_refused(const summary& counts) {
             fmt::format("{} {}: {}", packet_code(packet.first, packet.second), what, refused));
       }
     };
-    for (const auto& [version, outcomes] : versions.kept()) {
+    for (const auto& [version, outcomes] : versions.values()) {
       std::string what = "version " + version_text(version.first);
       if (version.second) what += ", sub-packet version " + version_text(*version.second);
       add(what, outcomes);
@@ -176,12 +176,6 @@ ordered_json json_of_refused(const summary& counts) {
     add("other versions", versions.others());
   }
   return found;
-}
-
-std::uint64_t num_records(const summary& counts) {
-  std::uint64_t all = 0;
-  for (const auto id : counts.records.used()) all += counts.records[id];
-  return all;
 }
 
 }  // namespace
@@ -193,12 +187,12 @@ std::string page_data(const page_head& head, const drive& all, const summary& co
                     {"from", has_time ? ordered_json(counts.first_time / 1000) : ordered_json()},
                     {"to", has_time ? ordered_json(counts.last_time / 1000) : ordered_json()},
                     {"packets", counts.frames},
-                    {"records", num_records(counts)},
+                    {"records", counts.records.sum()},
                     {"without_time", all.without_time()},
                     {"losses", json_of_losses(counts)},
                     {"refused", json_of_refused(counts)}};
   auto radios = ordered_json::array();
-  for (const auto& [radio, packets] : counts.radios.kept()) radios.push_back(radio);
+  for (const auto& [radio, packets] : counts.radios.values()) radios.push_back(radio);
   json["radios"] = std::move(radios);
   add_cells(json, all.cells());
   json["charts"] = json_of_charts(all);

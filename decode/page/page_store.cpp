@@ -1,5 +1,9 @@
 #include "decode/page/page_store.h"
 
+#include <utility>
+
+#include "decode/output/file_output.h"
+
 namespace decode::page {
 
 namespace {
@@ -24,10 +28,29 @@ class page_writer final : public record_writer {
   observations seen_;
 };
 
+class page_file final : public record_store {
+ public:
+  page_file(file_output& to, page_head head) : to_(to), head_(std::move(head)) {}
+
+  std::unique_ptr<record_writer> make_writer(const std::string& /*file*/) override {
+    return std::make_unique<page_writer>(plan_, all_);
+  }
+  void finish(const summary& counts) override {
+    all_.fit_page();
+    to_.write(filled_page(page_data(head_, all_, counts), "'none'"));
+  }
+
+ private:
+  file_output& to_;
+  page_head head_;
+  extraction_plan plan_;
+  drive all_{plan_};
+};
+
 }  // namespace
 
-std::unique_ptr<record_writer> page_store::make_writer(const std::string& /*file*/) {
-  return std::make_unique<page_writer>(plan_, all_);
+std::unique_ptr<record_store> html_store(file_output& to, page_head head) {
+  return std::make_unique<page_file>(to, std::move(head));
 }
 
 }  // namespace decode::page

@@ -2,22 +2,12 @@
 #pragma once
 
 #include <memory>
-#include <mutex>
 
 #include "decode/output/record_output.h"
-#include "decode/page/drive.h"
+#include "decode/page/page_data.h"
 
 namespace decode::page {
 
-class page_store final : public record_store {
- public:
-  [[nodiscard]] std::unique_ptr<record_writer> make_writer(const std::string& file) override;
-
-  [[nodiscard]] drive& all() { return all_; }
-
- private:
-  extraction_plan plan_;
-  drive all_{plan_};
-};
+[[nodiscard]] std::unique_ptr<record_store> html_store(file_output& to, page_head head);
 
 }  // namespace decode::page

@@ -1,5 +1,5 @@
-// A series of values over time, in buckets: fine ones while they are few, coarser ones as they grow,
-// so that any length of time fits into the same memory.
+// A series of values over time, in buckets: fine ones while they are few, coarser ones as they
+// grow, so that any length of time fits into the same memory.
 #pragma once
 
 #include <cstddef>

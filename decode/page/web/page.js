@@ -254,6 +254,8 @@
   };
 
   // --- charts --------------------------------------------------------------------------------
+  // The library's own legend writes markup with styles, which the page's policy refuses.
+  Dygraph.PLUGINS = Dygraph.PLUGINS.filter((plugin) => plugin !== Dygraph.Plugins.Legend);
   const whole = () => {
     const from = data.from ?? 0;
     const to = Math.max(data.to ?? 1, from + 1);
@@ -426,10 +428,13 @@
     };
     if (figure.graph === null) {
       figure.graph = new Dygraph(box, rows, {
-        ...options, customBars: true, labelsUTC: true, legend: "never", strokeWidth: 1.5,
+        ...options, customBars: true, labelsUTC: true, strokeWidth: 1.5,
         connectSeparatedPoints: true, drawPoints: chart.series.every((s) => s.buckets.length < 400),
         pointSize: 2, highlightCircleSize: 4, stepPlot: chart.steps, fillAlpha: 0.2,
-        axes: { y: { axisLabelWidth: 50 } },
+        axes: {
+          x: { ticker: Dygraph.dateTicker, axisLabelFormatter: Dygraph.dateAxisLabelFormatter },
+          y: { axisLabelWidth: 50 },
+        },
         highlightCallback: (event, x) => setCursor(x),
         unhighlightCallback: () => setCursor(null),
         zoomCallback: (low, high) => moveView(low, high),
