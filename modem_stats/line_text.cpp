@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "modem_stats/digits.h"
+
 namespace modem_stats {
 
 namespace {
@@ -17,12 +19,6 @@ constexpr std::ptrdiff_t number_size = 24;
 /// Below this, hundredths fit 32 bits.
 constexpr double largest_fast_real = 1e7;
 
-char* write_pair(char* out, unsigned number) {
-  *out++ = static_cast<char>('0' + number / 10);
-  *out++ = static_cast<char>('0' + number % 10);
-  return out;
-}
-
 /// A float times 100 is exact in a double, and then rounding to the nearest, ties to even, is what
 /// "%.2f" does.
 bool is_fast_real(double value) {
@@ -32,10 +28,7 @@ bool is_fast_real(double value) {
 
 char* write_fast_real(char* out, double value) {
   if (std::signbit(value)) *out++ = '-';
-  const auto hundredths = static_cast<std::uint32_t>(std::nearbyint(std::fabs(value) * 100));
-  out = std::to_chars(out, out + number_size, hundredths / 100).ptr;
-  *out++ = '.';
-  return write_pair(out, hundredths % 100);
+  return write_hundredths(out, static_cast<std::uint32_t>(std::nearbyint(std::fabs(value) * 100)));
 }
 
 }  // namespace
@@ -63,7 +56,7 @@ void line_text::add_args(const char* format, std::va_list args) {
     if (*format == '\0') break;
     const bool fits = end - out >= number_size;
     if (fits && format[1] == 'd') {
-      number(va_arg(args, int));
+      out = write_signed(out, va_arg(args, int));
       format += 2;
     } else if (fits && format[1] == '.' && format[2] == '2' && format[3] == 'f') {
       const double value = va_arg(args, double);
@@ -83,7 +76,7 @@ void line_text::add_args(const char* format, std::va_list args) {
       number(va_arg(args, unsigned), 16);
       format += 2;
     } else if (fits && format[1] == 'u') {
-      number(va_arg(args, unsigned));
+      out = write_unsigned(out, va_arg(args, unsigned));
       format += 2;
     } else if (fits && format[1] == 'l' && format[2] == 'u') {
       number(va_arg(args, unsigned long));

@@ -13,6 +13,13 @@ namespace {
 constexpr int sliding_window = 2000;
 constexpr unsigned word_bits = 64;
 
+/// The `width` bits of `word` from bit `low` on, which are in it.
+u64 value_in(u64 word, unsigned low, unsigned width, bool is_signed) {
+  const unsigned unused = word_bits - width;
+  const u64 value = word >> low << unused;
+  return is_signed ? static_cast<u64>(static_cast<std::int64_t>(value) >> unused) : value >> unused;
+}
+
 }  // namespace
 
 packet_decoder::packet_decoder(const char* parser, const packet& packet, window_end end,
@@ -94,6 +101,17 @@ std::uint64_t packet_decoder::field_bits(const char* name, unsigned bit, unsigne
                                          unsigned room, bool is_signed) {
   if (!ok_) return 0;
   const unsigned first = 8 * block_ + bit;
+  // Nearly every field of a packet passes all the checks below, and has a whole word after it.
+  if (end_ == window_end::of_packet && first / 8 + sizeof(u64) <= payload_.size() &&
+      first % 8 + width <= word_bits && width <= room) {
+    base_ = 0;
+    cursor_ = static_cast<int>(first / 8);
+    left_ = static_cast<int>(payload_.size()) - cursor_;
+    bit_position_ = first + width;
+    u64 word = 0;
+    std::memcpy(&word, payload_.data() + cursor_, sizeof word);
+    return value_in(word, first % 8, width, is_signed);
+  }
   if (!seek(first)) return 0;
   const auto low = static_cast<int>(first % 8 + 1);
   const auto high = low + static_cast<int>(width) - 1;
@@ -121,10 +139,7 @@ std::uint64_t packet_decoder::field_bits(const char* name, unsigned bit, unsigne
   }
   const u64 word = load(static_cast<std::size_t>(next_byte()), sizeof(u64));
   bit_position_ = first + width;
-  u64 value = word >> (low - 1);
-  const unsigned unused = word_bits - width;
-  value <<= unused;
-  return is_signed ? static_cast<u64>(static_cast<std::int64_t>(value) >> unused) : value >> unused;
+  return value_in(word, first % 8, width, is_signed);
 }
 
 void packet_decoder::check_version(std::uint32_t version,
