@@ -3,8 +3,11 @@
 
 #include <chrono>
 #include <csignal>
+#include <memory>
+#include <utility>
 
 #include "decode/files.h"
+#include "decode/live/gsmtap_sender.h"
 #include "decode/live/session.h"
 #include "decode/messages.h"
 #include "decode/options.h"
@@ -36,6 +39,8 @@ std::unique_ptr<record_store> make_store(const options& chosen, file_output& out
       return json_lines_store(output, chosen.with_raw_bytes);
     case output_format::csv:
       return csv_store(chosen.output, chosen.with_raw_bytes, taken);
+    case output_format::pcap:
+      return pcap_store(output, chosen.with_comments);
     case output_format::none:
       break;
   }
@@ -51,14 +56,18 @@ int run(const options& chosen) {
   auto output = open_output(chosen);
   if (!chosen.save.empty()) taken.add(chosen.save);
   output.must_not_be_of(taken);
-  const auto store = make_store(chosen, output, taken);
+  auto store = make_store(chosen, output, taken);
+  if (chosen.gsmtap) store = gsmtap_store(std::move(store), *chosen.gsmtap);
   summary counts;
   const bool is_written =
-      chosen.format == output_format::text || chosen.format == output_format::json_lines;
+      chosen.format != output_format::csv && chosen.format != output_format::none;
   const bool all_read =
       chosen.live ? decode_live(chosen, *store, is_written ? output.descriptor() : -1, counts)
                   : decode_files(chosen, inputs, *store, counts);
-  if (counts.frames > 0) output.begin();
+  if (counts.frames > 0) {
+    output.begin();
+    store->start();
+  }
   if (chosen.with_summary) {
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
     const bool is_output = chosen.format == output_format::none && chosen.output.empty();

@@ -16,6 +16,7 @@
 #include "decode/output/time_text.h"
 #include "decode/pipeline.h"
 #include "decode/record_list.h"
+#include "decode/signalling/reader.h"
 
 namespace decode {
 
@@ -38,6 +39,27 @@ void select(std::bitset<N>& wanted, const std::vector<std::string>& list, const 
       throw CLI::ValidationError(std::string("--") + what, "'" + text + "' has no decoder");
     }
     wanted.set(number);
+  }
+}
+
+/// A log may have records, messages, or both.
+void select_logs(filter& wanted, const std::vector<std::string>& codes) {
+  auto either = wanted.logs | wanted.signalling;
+  select(either, codes, "code");
+  wanted.logs &= either;
+  wanted.signalling &= either;
+}
+
+/// Messages are read for outputs that show them, and where everything is only counted. Records
+/// appear in pcap only as comments.
+void choose_signalling(options& chosen) {
+  const bool is_pcap = chosen.format == output_format::pcap;
+  if (is_pcap || chosen.format == output_format::none || chosen.gsmtap) {
+    chosen.wanted.signalling = signalling::logs();
+  }
+  if (is_pcap && !chosen.with_comments) {
+    chosen.wanted.logs.reset();
+    chosen.wanted.events.reset();
   }
 }
 
@@ -84,16 +106,27 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
           ->needs(live_option);
   app.add_flag("--force", chosen.force, "let --save replace an existing file")->needs(save_option);
 
+  std::string gsmtap = "127.0.0.1:4729";
+  auto* const gsmtap_option =
+      app.add_option(
+             "--gsmtap", gsmtap,
+             "send signalling to a Wireshark that captures there: HOST:PORT; default: " + gsmtap)
+          ->expected(0, 1)
+          ->needs(live_option);
+
   const std::map<std::string, output_format> formats{{"text", output_format::text},
                                                      {"jsonl", output_format::json_lines},
                                                      {"csv", output_format::csv},
+                                                     {"pcap", output_format::pcap},
                                                      {"none", output_format::none}};
-  app.add_option("-f,--format", chosen.format, "text, jsonl, csv or none; default: text")
+  app.add_option("-f,--format", chosen.format, "text, jsonl, csv, pcap or none; default: text")
       ->transform(CLI::CheckedTransformer(formats, CLI::ignore_case).description(""));
   app.add_option("-o,--output", chosen.output,
                  "file to write, or directory for csv; default: standard output");
   app.add_flag("--time", chosen.with_time, "text: start each line with time and radio");
   app.add_flag("--raw", chosen.with_raw_bytes, "jsonl, csv: add the record's bytes");
+  app.add_flag("--comments", chosen.with_comments,
+               "pcap: add records as comments on the message that follows them");
   app.add_flag("--summary", chosen.with_summary,
                "print counts at the end: on standard output with -f none, otherwise on standard "
                "error");
@@ -126,8 +159,10 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
   try {
     app.parse(argc, argv);
     if (live_option->count() > 0) chosen.live = live;
+    if (gsmtap_option->count() > 0) chosen.gsmtap = gsmtap;
+    choose_signalling(chosen);
     if (!codes.empty() || !events.empty()) {
-      select(chosen.wanted.logs, codes, "code");
+      select_logs(chosen.wanted, codes);
       select(chosen.wanted.events, events, "event");
     }
     if (!data_ids.empty()) select(chosen.wanted.data_ids, data_ids, "data-id");
@@ -139,6 +174,13 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
     }
     if (chosen.format == output_format::csv && chosen.output.empty()) {
       throw CLI::RequiredError("--output DIRECTORY for csv");
+    }
+    if (chosen.with_comments && chosen.format != output_format::pcap) {
+      throw CLI::RequiredError("-f pcap for --comments");
+    }
+    if (chosen.format == output_format::pcap && chosen.output.empty() &&
+        ::isatty(STDOUT_FILENO) == 1) {
+      throw CLI::RequiredError("--output FILE, or a pipe, for pcap");
     }
   } catch (const CLI::ParseError& e) {
     std::ostringstream complaint;

@@ -1,6 +1,7 @@
 #include "decode/packet_stage.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "modem_stats/dispatch.h"
 
@@ -22,12 +23,13 @@ int subscription(std::uint32_t radio) {
 }  // namespace
 
 packet_stage::packet_stage(const filter& wanted, bool with_lines, const stream_state& state,
-                           record_writer& writer, summary& counts)
+                           signalling::open_messages open, record_writer& writer, summary& counts)
     : wanted_(wanted),
       writer_(writer),
       counts_(counts),
       sinks_{.lines = with_lines ? this : nullptr, .records = this},
-      state_(state) {}
+      state_(state),
+      messages_(std::move(open)) {}
 
 void packet_stage::packet(byte_view whole) {
   ++counts_.frames;
@@ -66,6 +68,7 @@ void packet_stage::log(const diag::log_packet& log, std::uint32_t radio) {
   counts_.logs.add(log.code);
   begin({packet_kind::log, log.code, radio, diag::to_unix_microseconds(log.time)});
   if (wanted_.logs[log.code]) decode(log.payload);
+  if (wanted_.signalling[log.code]) read_message(log);
 }
 
 void packet_stage::events(byte_view report, std::uint32_t radio) {
@@ -95,6 +98,20 @@ void packet_stage::decode(byte_view payload) {
   const auto outcome = modem_stats::decode_packet(
       {source_.kind, source_.id, subscription(source_.radio), payload}, sinks_, state_);
   counts_.count(source_.kind, source_.id, outcome);
+}
+
+void packet_stage::read_message(const diag::log_packet& log) {
+  const auto now = messages_.read(log.code, source_.radio, log.payload);
+  source_.radio = now.radio;
+  if (!wanted_.wants(source_.time, source_.radio)) return;
+  // A packet that is decoded to a record as well is counted already.
+  if (!wanted_.logs[log.code] || now.outcome.rejected != modem_stats::rejection::none) {
+    counts_.count(source_.kind, source_.id, now.outcome);
+  }
+  counts_.incomplete_signalling += messages_.take_given_up();
+  if (!now.found) return;
+  counts_.signalling.add(signalling::index_of(now.found->what));
+  writer_.message(source_, *now.found);
 }
 
 void packet_stage::record(const modem_stats::record_schema& schema,

@@ -44,17 +44,22 @@ struct pipeline::task {
   stream_state from;  // the state with which decoding started
   stream_state to;
   bool used_rrc_state = false;
+  signalling::open_messages open_from;
+  signalling::open_messages open_to;
+  bool read_part = false;
   bool done = false;
 };
 
 pipeline::pipeline(const pipeline_options& options, record_store& store)
     : options_(options), store_(store) {}
 
-void pipeline::decode(task& one, const stream_state& from) const {
+void pipeline::decode(task& one, const stream_state& from,
+                      const signalling::open_messages& open) const {
   one.counts.clear();
   one.writer->clear();
   one.from = from;
-  packet_stage stage(options_.wanted, store_.wants_lines(), from, *one.writer, one.counts);
+  one.open_from = open;
+  packet_stage stage(options_.wanted, store_.wants_lines(), from, open, *one.writer, one.counts);
   switch (one.input.kind) {
     case capture_kind::hdlc:
       decode_frames(one.input.view(), stage, one.counts);
@@ -70,16 +75,20 @@ void pipeline::decode(task& one, const stream_state& from) const {
   one.counts.skipped_bytes += one.input.lost_bytes;
   one.to = stage.state();
   one.used_rrc_state = stage.used_rrc_state();
+  one.open_to = stage.messages().open();
+  one.read_part = stage.messages().has_read_part();
 }
 
 /// Called in the order of chunks. With threads, a chunk is decoded before the state after its
 /// predecessors is known; if it depends on a part that turns out different, it is decoded again.
 void pipeline::finish(task& one) {
-  if (one.used_rrc_state && one.from.lte_rrc_last_state != state_.lte_rrc_last_state) {
-    decode(one, state_);
+  if ((one.used_rrc_state && one.from.lte_rrc_last_state != state_.lte_rrc_last_state) ||
+      (one.read_part && one.open_from != open_)) {
+    decode(one, state_, open_);
   }
   state_.versions_not_supported += one.to.versions_not_supported - one.from.versions_not_supported;
   if (one.used_rrc_state) state_.lte_rrc_last_state = one.to.lte_rrc_last_state;
+  if (one.read_part) open_ = one.open_to;
   one.writer->flush();
   counts_.add(one.counts);
   if (options_.progress) options_.progress();
@@ -92,13 +101,15 @@ void pipeline::run(chunker& chunks) {
   } else {
     run_alone(chunks);
   }
+  counts_.incomplete_signalling += open_.size();
+  open_.clear();
 }
 
 void pipeline::run_alone(chunker& chunks) {
   task one;
   one.writer = store_.make_writer();
   while (chunks.next(one.input)) {
-    decode(one, state_);
+    decode(one, state_, open_);
     finish(one);
   }
 }
@@ -118,7 +129,7 @@ void pipeline::run_threads(chunker& chunks) {
       task& one = *work_queue.front();
       work_queue.pop_front();
       lock.unlock();
-      decode(one, one.from);
+      decode(one, one.from, one.open_from);
       lock.lock();
       one.done = true;
       chunk_done.notify_one();
@@ -153,6 +164,7 @@ void pipeline::run_threads(chunker& chunks) {
       task& next = tasks[begun % tasks.size()];
       next.done = false;
       next.from = state_;
+      next.open_from = open_;
       if (!chunks.next(next.input)) break;
       ++begun;
       const std::lock_guard lock(mutex);

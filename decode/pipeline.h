@@ -46,7 +46,7 @@ class pipeline {
  private:
   struct task;
 
-  void decode(task& one, const stream_state& from) const;
+  void decode(task& one, const stream_state& from, const signalling::open_messages& open) const;
   void finish(task& one);
   void run_alone(chunker& chunks);
   void run_threads(chunker& chunks);
@@ -55,6 +55,7 @@ class pipeline {
   record_store& store_;
   summary counts_;
   stream_state state_;
+  signalling::open_messages open_;  // within a capture
 };
 
 }  // namespace decode

@@ -99,6 +99,8 @@ void summary::add(const summary& other) {
   logs.add(other.logs);
   events.add(other.events);
   records.add(other.records);
+  signalling.add(other.signalling);
+  incomplete_signalling += other.incomplete_signalling;
   for (const auto& [packet, counts] : other.versions) versions[packet].add(counts);
   first_time = std::min(first_time, other.first_time);
   last_time = std::max(last_time, other.last_time);
@@ -109,15 +111,18 @@ void summary::clear() {
   logs.clear();
   events.clear();
   records.clear();
+  signalling.clear();
   versions.clear();
   bytes = frames = damaged_files = bad_crc = too_short = too_long = skipped_bytes = with_radio =
-      damaged_packets = 0;
+      damaged_packets = incomplete_signalling = 0;
   first_time = INT64_MAX;
   last_time = INT64_MIN;
 }
 
 bool summary::has_rejections() const {
-  return damaged_files + bad_crc + too_short + too_long + skipped_bytes + damaged_packets > 0 ||
+  return damaged_files + bad_crc + too_short + too_long + skipped_bytes + damaged_packets +
+                 incomplete_signalling >
+             0 ||
          std::ranges::any_of(versions, [](const auto& packet) {
            const version_counts& counts = packet.second;
            return counts.others().has_rejections() ||
@@ -179,6 +184,11 @@ std::string to_text(const summary& all, double seconds) {
       fmt::format_to(out, "{} other versions{}\n", name, outcomes_text(counts.others()));
     }
   }
+  for (const auto number : in_order(all.signalling)) {
+    line(fmt::format("signalling {}", signalling::name_of(signalling::kind_at(number))),
+         all.signalling[number]);
+  }
+  if (all.incomplete_signalling > 0) line("incomplete signalling", all.incomplete_signalling);
   for (const auto number : in_order(all.records)) {
     const auto* const schema =
         modem_stats::find_record_schema(static_cast<modem_stats_data_id_e_type>(number));

@@ -54,7 +54,7 @@ class session final : mask_port {
         save_(chosen.save, chosen.force),
         writer_(store.make_writer()),
         counts_(counts),
-        stage_(chosen.wanted, store.wants_lines(), {}, *writer_, counts),
+        stage_(chosen.wanted, store.wants_lines(), {}, {}, *writer_, counts),
         masks_(chosen.wanted, *this) {}
 
   bool run();
@@ -110,6 +110,7 @@ void session::close() {
   port_ = {};
   frames_.finish();
   add_losses(counts_, frames_.counts());
+  stage_.end_messages();
   frames_ = {};
 }
 

@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "decode/output/text_buffer.h"
+#include "decode/signalling/message.h"
 #include "modem_stats/packet.h"
 #include "modem_stats/record_schema.h"
 
@@ -38,6 +39,9 @@ class record_writer {
   /// One or more lines from a parser, each with its newline.
   virtual void lines(const packet_source& /*source*/, std::string_view /*text*/) {}
 
+  /// A signalling message, valid during the call.
+  virtual void message(const packet_source& /*source*/, const signalling::message& /*one*/) {}
+
   /// Passes the text so far to the writer's store and starts over.
   virtual void flush() = 0;
   /// Discards the text so far.
@@ -56,6 +60,8 @@ class record_store {
   [[nodiscard]] virtual std::unique_ptr<record_writer> make_writer() = 0;
   /// Whether its writers use the parsers' lines.
   [[nodiscard]] virtual bool wants_lines() const { return false; }
+  /// Writes what the output has without records too. Called at the latest when a packet was found.
+  virtual void start() {}
 
  protected:
   record_store() = default;
@@ -75,6 +81,8 @@ class output_error : public std::runtime_error {
                                                       bool with_raw_bytes, const file_set& inputs);
 /// The parsers' own lines.
 [[nodiscard]] std::unique_ptr<record_store> text_store(file_output& to, bool with_time);
+/// Signalling messages as pcapng, with the records between them as comments if asked for.
+[[nodiscard]] std::unique_ptr<record_store> pcap_store(file_output& to, bool with_records);
 /// No output.
 [[nodiscard]] std::unique_ptr<record_store> no_store();
 
