@@ -199,6 +199,8 @@ int main(int argc, char** argv) {
       [&] { return run_here([&] { return deframe_byte_by_byte(file.content()); }); });
   row("none, 1 thread", [&] { return run_decoder(file.path(), "none", "1"); });
   row("none, 2 threads", [&] { return run_decoder(file.path(), "none", "2"); });
+  row("pcap, 1 thread", [&] { return run_decoder(file.path(), "pcap", "1"); });
+  row("pcap, 2 threads", [&] { return run_decoder(file.path(), "pcap", "2"); });
   const double alone =
       row("jsonl, 1 thread", [&] { return run_decoder(file.path(), "jsonl", "1"); });
   const double two =
