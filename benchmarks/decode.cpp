@@ -252,7 +252,7 @@ void measure(const char* what, const memory_file& file, int times, const char* b
     print_row(name, size, best);
     std::printf("\n");
   }
-  for (const std::string format : {"none", "text", "jsonl", "csv"}) {
+  for (const std::string format : {"none", "text", "jsonl", "csv", "pcap", "html"}) {
     double alone = 0;
     for (const char* threads : {"1", "2"}) {
       result best;

@@ -61,9 +61,12 @@ void select(std::bitset<n>& wanted, const std::vector<std::string>& list,
 }  // namespace
 
 void filter::select_logs(const std::vector<std::string>& list) {
-  select(logs, list, {16, 10}, [](std::size_t code) {
+  auto either = logs | signalling;
+  select(either, list, {16, 10}, [](std::size_t code) {
     return modem_stats::packet_name(packet_kind::log, static_cast<std::uint16_t>(code));
   });
+  logs &= either;
+  signalling &= either;
 }
 
 void filter::select_events(const std::vector<std::string>& list) {

@@ -16,7 +16,8 @@ class selection_error : public std::runtime_error {
 };
 
 struct filter {
-  std::bitset<65536> logs;
+  std::bitset<65536> logs;        // for their records
+  std::bitset<65536> signalling;  // logs, for their messages
   std::bitset<4096> events;
   std::bitset<256> data_ids;
   std::int64_t from = INT64_MIN;  // microseconds, Unix; both ends are inclusive

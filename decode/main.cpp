@@ -3,8 +3,11 @@
 
 #include <chrono>
 #include <csignal>
+#include <memory>
+#include <utility>
 
 #include "decode/input/files.h"
+#include "decode/live/gsmtap_sender.h"
 #include "decode/live/session.h"
 #include "decode/messages.h"
 #include "decode/options.h"
@@ -45,6 +48,8 @@ std::unique_ptr<record_store> make_store(const options& chosen, file_output& out
       return json_lines_store(output, chosen.with_raw_bytes);
     case output_format::csv:
       return csv_store(chosen.output, chosen.with_raw_bytes, chosen.force, taken);
+    case output_format::pcap:
+      return pcap_store(output, chosen.with_comments);
     case output_format::html:
       return page::html_store(output, page_head_of(inputs));
     case output_format::none:
@@ -62,7 +67,8 @@ int run(const options& chosen) {
   auto output = open_output(chosen);
   if (!chosen.save.empty()) taken.add(chosen.save);
   output.must_not_be_of(taken);
-  const auto store = make_store(chosen, output, inputs, taken);
+  auto store = make_store(chosen, output, inputs, taken);
+  if (chosen.gsmtap) store = gsmtap_store(std::move(store), *chosen.gsmtap);
   summary counts;
   const bool is_written =
       chosen.format != output_format::csv && chosen.format != output_format::none;
@@ -71,6 +77,7 @@ int run(const options& chosen) {
                   : decode_files(chosen, inputs, *store, counts);
   if (counts.frames > 0) {
     output.begin();
+    store->start();
     store->finish(counts);
   }
   if (chosen.with_summary) {

@@ -15,6 +15,7 @@
 #include "decode/output/time_text.h"
 #include "decode/pipeline.h"
 #include "decode/record_list.h"
+#include "decode/signalling/reader.h"
 
 namespace decode {
 
@@ -27,11 +28,10 @@ struct choice {
   std::string_view name;
   Value value;
 };
-constexpr choice<output_format> formats[] = {{"text", output_format::text},
-                                             {"jsonl", output_format::json_lines},
-                                             {"csv", output_format::csv},
-                                             {"html", output_format::html},
-                                             {"none", output_format::none}};
+constexpr choice<output_format> formats[] = {
+    {"text", output_format::text}, {"jsonl", output_format::json_lines},
+    {"csv", output_format::csv},   {"pcap", output_format::pcap},
+    {"html", output_format::html}, {"none", output_format::none}};
 constexpr choice<summary_format> summary_formats[] = {{"text", summary_format::text},
                                                       {"json", summary_format::json}};
 
@@ -44,6 +44,19 @@ Value chosen_from(const choice<Value> (&rows)[n], const char* option, const std:
     names.append(names.empty() ? "" : ", ").append(row.name);
   }
   throw CLI::ValidationError(option, fmt::format("'{}' is not one of {}", name, names));
+}
+
+/// Messages are read for outputs that show them, and where everything is only counted. Records
+/// appear in pcap only as comments.
+void choose_signalling(options& chosen) {
+  const bool is_pcap = chosen.format == output_format::pcap;
+  if (is_pcap || chosen.format == output_format::none || chosen.gsmtap) {
+    chosen.wanted.signalling = signalling::logs();
+  }
+  if (is_pcap && !chosen.with_comments) {
+    chosen.wanted.logs.reset();
+    chosen.wanted.events.reset();
+  }
 }
 
 std::int64_t to_time(const char* option, const std::string& text) {
@@ -93,13 +106,24 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
       app.add_flag("--force", chosen.force,
                    "let --save replace its file, and -f csv the tables in its directory");
 
+  std::string gsmtap = "127.0.0.1:4729";
+  auto* const gsmtap_option =
+      app.add_option(
+             "--gsmtap", gsmtap,
+             "send signalling to a Wireshark that captures there: HOST:PORT; default: " + gsmtap)
+          ->expected(0, 1)
+          ->needs(live_option);
+
   std::string format;
   app.add_option("-f,--format", format,
-                 "text, jsonl, csv, html (a page of charts) or none; default: text");
+                 "text, jsonl, csv, pcap (signalling for Wireshark), html (a page of charts) or "
+                 "none; default: text");
   app.add_option("-o,--output", chosen.output,
                  "file to write, or directory for csv; default: standard output");
   app.add_flag("--time", chosen.with_time, "text: start each line with time and radio");
   app.add_flag("--raw", chosen.with_raw_bytes, "jsonl, csv: add the record's bytes");
+  app.add_flag("--comments", chosen.with_comments,
+               "pcap: add records as comments on the message that follows them");
   app.add_flag("--summary", chosen.with_summary,
                "print counts at the end: on standard output with -f none, otherwise on standard "
                "error");
@@ -137,6 +161,8 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
     app.parse(argc, argv);
     if (live_option->count() > 0) chosen.live = live;
     if (!format.empty()) chosen.format = chosen_from(formats, "--format", format);
+    if (gsmtap_option->count() > 0) chosen.gsmtap = gsmtap;
+    choose_signalling(chosen);
     if (!summary_format.empty()) {
       chosen.with_summary = true;
       chosen.summary = chosen_from(summary_formats, "--summary-format", summary_format);
@@ -164,6 +190,13 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
     }
     if (chosen.force && chosen.format != output_format::csv && save_option->count() == 0) {
       throw CLI::RequiresError(force_option->get_name(), "--save or -f csv");
+    }
+    if (chosen.with_comments && chosen.format != output_format::pcap) {
+      throw CLI::RequiredError("-f pcap for --comments");
+    }
+    if (chosen.format == output_format::pcap && chosen.output.empty() &&
+        ::isatty(STDOUT_FILENO) == 1) {
+      throw CLI::RequiredError("--output FILE, or a pipe, for pcap");
     }
   } catch (const CLI::Success& e) {
     exit_code = app.exit(e, page);

@@ -29,7 +29,8 @@ packet_stage::packet_stage(const filter& wanted, bool with_lines, const stream& 
       writer_(writer),
       counts_(counts),
       sinks_{.lines = with_lines ? this : nullptr, .records = this},
-      stream_(from) {}
+      stream_(from),
+      messages_(stream_.messages) {}
 
 void packet_stage::packet(byte_view whole) {
   ++counts_.frames;
@@ -70,6 +71,7 @@ void packet_stage::log(const diag::log_packet& log, std::uint32_t radio) {
   counts_.logs.add(log.code);
   begin(packet_kind::log, log.code, radio, log.time);
   if (wanted_.logs[log.code]) decode(log.payload);
+  if (wanted_.signalling[log.code]) read_message(log);
 }
 
 void packet_stage::events(byte_view report, std::uint32_t radio) {
@@ -115,6 +117,25 @@ modem_stats::packet_outcome packet_stage::decode(byte_view payload,
   stream_.counts.rejections = state.versions_not_supported;
   if (changes_rrc) stream_.rrc.set(source_.radio, state.lte_rrc_last_state);
   return outcome;
+}
+
+void packet_stage::restart() {
+  counts_.incomplete_signalling += stream_.messages.size();
+  stream_.restart();
+}
+
+void packet_stage::read_message(const diag::log_packet& log) {
+  const auto now = messages_.read(log.code, source_.radio, log.payload);
+  source_.radio = now.radio;
+  if (!wanted_.wants(source_.time, source_.radio)) return;
+  // A packet that is decoded to a record as well is counted already.
+  if (!wanted_.logs[log.code] || now.outcome.rejected != modem_stats::rejection::none) {
+    counts_.count(source_.kind, source_.id, now.outcome, now.found.has_value());
+  }
+  counts_.incomplete_signalling += messages_.take_given_up();
+  if (!now.found) return;
+  counts_.signalling.add(signalling::index_of(now.found->what));
+  writer_.message(source_, *now.found);
 }
 
 void packet_stage::record(const modem_stats::record_schema& schema,

@@ -7,6 +7,7 @@
 
 #include "decode/filter.h"
 #include "decode/output/record_output.h"
+#include "decode/signalling/reader.h"
 #include "decode/stream.h"
 #include "decode/summary/summary.h"
 #include "modem_stats/packet.h"
@@ -29,11 +30,13 @@ class packet_stage final : modem_stats::line_sink, modem_stats::record_sink {
   void inner_log(protocol::byte_view inner);
 
   /// A new connection; a capture gets a new stage.
-  void restart() { stream_.restart(); }
+  void restart();
 
   [[nodiscard]] const stream& state() const { return stream_; }
   /// Whether a packet was decoded whose result depends on the LTE RRC states before it.
   [[nodiscard]] bool used_rrc_states() const { return used_rrc_states_; }
+  /// Whether there was a part of a message, whose result depends on the parts before it.
+  [[nodiscard]] bool used_messages() const { return messages_.has_read_part(); }
 
  private:
   void log(const protocol::diag::log_packet& log, std::uint32_t radio);
@@ -43,6 +46,7 @@ class packet_stage final : modem_stats::line_sink, modem_stats::record_sink {
   void decode(protocol::byte_view payload);
   modem_stats::packet_outcome decode(protocol::byte_view payload,
                                      const modem_stats::packet_sinks& to);
+  void read_message(const protocol::diag::log_packet& log);
 
   void write(std::string_view text) override { writer_.line(source_, text); }
   void write_counted(std::string_view text, std::size_t count_at, std::size_t count_size,
@@ -57,6 +61,7 @@ class packet_stage final : modem_stats::line_sink, modem_stats::record_sink {
   summary& counts_;
   const modem_stats::packet_sinks sinks_;
   stream stream_;
+  signalling::reader messages_;
   packet_source source_{};
   std::uint64_t records_ = 0;  // made so far, wanted or not
   bool used_rrc_states_ = false;

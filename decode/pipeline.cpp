@@ -44,6 +44,7 @@ struct pipeline::task {
   stream from;  // with which decoding started
   stream to;
   bool used_rrc_states = false;
+  bool used_messages = false;
   bool done = false;
 };
 
@@ -70,16 +71,21 @@ void pipeline::decode(task& one, const stream& from) const {
   one.counts.skipped_bytes += one.input.lost_bytes;
   one.to = stage.state();
   one.used_rrc_states = stage.used_rrc_states();
+  one.used_messages = stage.used_messages();
 }
 
 /// Called in the order of chunks. With threads, a chunk is decoded before it is known what its
 /// predecessors leave behind: counts are then corrected, and a chunk that depends on a state that
 /// turns out different is decoded again.
 void pipeline::finish(task& one, summary& counts) {
-  if (one.used_rrc_states && one.from.rrc != stream_.rrc) decode(one, stream_);
+  if ((one.used_rrc_states && one.from.rrc != stream_.rrc) ||
+      (one.used_messages && one.from.messages != stream_.messages)) {
+    decode(one, stream_);
+  }
   const auto late = stream_.counts - one.from.counts;
   stream_.counts += one.to.counts - one.from.counts;
   if (one.used_rrc_states) stream_.rrc = one.to.rrc;
+  if (one.used_messages) stream_.messages = one.to.messages;
   one.writer->flush(late);
   counts.add(one.counts);
   if (options_.progress) options_.progress();
@@ -92,6 +98,7 @@ void pipeline::run(chunker& chunks, const std::string& file, summary& counts) {
   } else {
     run_alone(chunks, file, counts);
   }
+  counts.incomplete_signalling += stream_.messages.size();
   counts.end_capture();
 }
 

@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "decode/signalling/reader.h"
+
 namespace decode {
 
 /// Counts that outputs show as they run on. Both grow by the same steps whatever they start with,
@@ -60,11 +62,13 @@ class rrc_states {
 struct stream {
   running_counts counts;
   rrc_states rrc;
+  signalling::open_messages messages;
 
   /// Another capture or connection begins.
   void restart() {
     counts.packets = 0;
     rrc = {};
+    messages.clear();
   }
 };
 

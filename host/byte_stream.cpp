@@ -1,6 +1,5 @@
 #include "host/byte_stream.h"
 
-#include <arpa/inet.h>
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
@@ -10,13 +9,12 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <charconv>
-#include <cstdint>
 #include <cstring>
 #include <string_view>
 #include <utility>
 
 #include "host/endpoint.h"
+#include "host/ip_address.h"
 #include "host/private_files.h"
 #include "host/unix_address.h"
 
@@ -66,39 +64,18 @@ opened_file open_unix(const std::string& path) {
   return connect_socket(AF_UNIX, address->get(), address->size());
 }
 
-opened_file connect_tcp(int family, const sockaddr* address, socklen_t size) {
-  opened_file result = connect_socket(family, address, size);
+opened_file open_tcp(const std::string& text) {
+  const auto colon = text.find_last_of(':');
+  if (colon == 0 || text.empty()) return missing("HOST");
+  if (colon == std::string::npos || colon + 1 == text.size()) return missing("PORT");
+  const auto address = ip_address::parse(text);
+  if (!address) return {{}, "not a numeric address (or localhost) and a port number"};
+  opened_file result = connect_socket(address->family(), address->get(), address->size());
   const int at_once = 1;
   if (result.file.valid()) {
     ::setsockopt(result.file.get(), IPPROTO_TCP, TCP_NODELAY, &at_once, sizeof at_once);
   }
   return result;
-}
-
-/// No host names except "localhost": the programs may be linked statically, and the C library then
-/// needs its own shared libraries on the host for look-ups. An IPv6 address is in brackets.
-opened_file open_tcp(const std::string& text) {
-  const auto colon = text.find_last_of(':');
-  std::string host = text.substr(0, colon);
-  if (host.empty()) return missing("HOST");
-  if (colon == std::string::npos || colon + 1 == text.size()) return missing("PORT");
-  if (host == "localhost") host = "127.0.0.1";
-  if (host.starts_with('[') && host.ends_with(']')) host = host.substr(1, host.size() - 2);
-  std::uint16_t number = 0;
-  std::from_chars(text.data() + colon + 1, text.data() + text.size(), number);
-  sockaddr_in v4{};
-  v4.sin_family = AF_INET;
-  v4.sin_port = htons(number);
-  sockaddr_in6 v6{};
-  v6.sin6_family = AF_INET6;
-  v6.sin6_port = htons(number);
-  if (number != 0 && ::inet_pton(AF_INET, host.c_str(), &v4.sin_addr) == 1) {
-    return connect_tcp(AF_INET, reinterpret_cast<const sockaddr*>(&v4), sizeof v4);
-  }
-  if (number != 0 && ::inet_pton(AF_INET6, host.c_str(), &v6.sin6_addr) == 1) {
-    return connect_tcp(AF_INET6, reinterpret_cast<const sockaddr*>(&v6), sizeof v6);
-  }
-  return {{}, "not a numeric address (or localhost) and a port number"};
 }
 
 /// Sets raw mode, so that all bytes pass unchanged. The speed is left as it was set.

@@ -225,6 +225,13 @@ struct record_part {
   [[nodiscard]] constexpr bool repeated() const { return counts[0] != nullptr; }
 };
 
+/// Bytes of one repetition.
+[[nodiscard]] constexpr std::size_t size_of(const record_part& part) {
+  std::size_t bytes = 0;
+  for (const auto& row : part.rows) bytes += size_of(row.type);
+  return bytes;
+}
+
 struct record_schema {
   static constexpr std::size_t max_parts = 4;
 

@@ -45,7 +45,8 @@ void mask_changes::apply_logs() {
     return;
   }
   for (unsigned equipment = 0; equipment < num_equipments; ++equipment) {
-    const auto wanted = mask_of(wanted_.logs, std::size_t{equipment} << 12, (*ranges)[equipment]);
+    const auto wanted = mask_of(wanted_.logs | wanted_.signalling, std::size_t{equipment} << 12,
+                                (*ranges)[equipment]);
     if (!wanted.any()) continue;
     const auto answer = port_.ask(get_log_mask(equipment));
     if (port_.is_over()) return;

@@ -62,6 +62,11 @@ void file_output::must_not_be_of(const file_set& files) const {
   if (is_regular(file_.get(), status) && files.contains(status)) refuse(name_);
 }
 
+bool file_output::keeps_contents() const {
+  struct stat status {};
+  return !begun_ && is_regular(file_.get(), status);
+}
+
 void file_output::begin() {
   if (std::exchange(begun_, true)) return;
   struct stat status {};

@@ -35,6 +35,9 @@ class file_output {
   void begin();
   void write(std::string_view text);
 
+  /// Whether it is a file whose previous contents are still there.
+  [[nodiscard]] bool keeps_contents() const;
+
   [[nodiscard]] int descriptor() const { return file_.get(); }
 
  private:

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "decode/output/text_buffer.h"
+#include "decode/signalling/message.h"
 #include "decode/stream.h"
 #include "modem_stats/packet.h"
 #include "modem_stats/record_schema.h"
@@ -44,6 +45,9 @@ class record_writer {
                             std::size_t /*count_at*/, std::size_t /*count_size*/,
                             std::uint64_t /*count*/) {}
 
+  /// A signalling message, valid during the call.
+  virtual void message(const packet_source& /*source*/, const signalling::message& /*one*/) {}
+
   /// Passes the text so far to the writer's store and starts over. `late` is to be added to its
   /// running counts, which were only guessed when the text was made.
   virtual void flush(const running_counts& late) = 0;
@@ -64,6 +68,8 @@ class record_store {
   [[nodiscard]] virtual std::unique_ptr<record_writer> make_writer(const std::string& file) = 0;
   /// Whether its writers use the parsers' lines.
   [[nodiscard]] virtual bool wants_lines() const { return false; }
+  /// Writes what the output has without records too. Called at the latest when a packet was found.
+  virtual void start() {}
   /// The run is over, and nothing went wrong in writing. Throws output_error.
   virtual void finish(const summary& /*counts*/) {}
 
@@ -85,6 +91,8 @@ class output_error : public std::runtime_error {
                                                       const file_set& inputs);
 /// The parsers' own lines.
 [[nodiscard]] std::unique_ptr<record_store> text_store(file_output& to, bool with_time);
+/// Signalling messages as pcapng, with the records between them as comments if asked for.
+[[nodiscard]] std::unique_ptr<record_store> pcap_store(file_output& to, bool with_records);
 /// No output.
 [[nodiscard]] std::unique_ptr<record_store> no_store();
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "decode/output/value_text.h"
+#include "decode/output/record_text.h"
 #include "modem_stats/record_table.h"
 
 namespace decode::page {
@@ -107,39 +107,6 @@ std::optional<double> value_of(const series_row& row, const modem_stats::column&
   return *value + static_cast<double>(row.offset);
 }
 
-/// The columns of a record in words: codes by their meaning where it is known.
-std::string text_of(const std::vector<located_column>& columns, const record_values& values) {
-  std::string text;
-  char value[max_value_size];
-  for (const auto& one : columns) {
-    const auto* const part = values.part(one.part).first;
-    constexpr value_style plain{"", ""};
-    const char* const end = write_value(value, one.column, part, values.record(), plain);
-    if (end != value) {
-      text += fmt::format("{}{} {}", text.empty() ? "" : ", ", one.column.name,
-                          std::string_view(value, end));
-    }
-  }
-  return text;
-}
-
-/// All columns but versions, and but codes that have a text.
-std::vector<located_column> columns_for_text(const record_schema& schema) {
-  std::vector<located_column> found;
-  const auto parts = schema.parts();
-  for (std::size_t i = 0; i <= parts.size(); ++i) {
-    const auto columns = modem_stats::columns_of(i < parts.size() ? parts[i] : schema.beside);
-    for (std::size_t k = 0; k < columns.size(); ++k) {
-      const bool is_version =
-          columns[k].type == modem_stats::value_type::text && columns[k].means == nullptr;
-      const bool has_text =
-          k + 1 < columns.size() && columns[k + 1].means != nullptr && columns[k].means == nullptr;
-      if (!is_version && !has_text) found.push_back({columns[k], i});
-    }
-  }
-  return found;
-}
-
 }  // namespace
 
 extraction_plan::extraction_plan() {
@@ -151,9 +118,7 @@ extraction_plan::extraction_plan() {
   }
   for (const auto& row : cell_rows) plan_cell(row.record, row.rat, row.arfcn);
   for (std::size_t i = 0; i < mark_rows().size(); ++i) {
-    auto& plan = records_[mark_rows()[i].record];
-    plan.mark = static_cast<int>(i);
-    plan.mark_columns = columns_for_text(schema_of(mark_rows()[i].record));
+    records_[mark_rows()[i].record].mark = static_cast<int>(i);
   }
 }
 
@@ -255,7 +220,7 @@ void extraction_plan::extract(const packet_source& source, const record_schema& 
   if (plan.cell) extract_cell(*plan.cell, source, values, to);
   if (plan.mark >= 0) {
     to.marks.push_back({milliseconds, source.radio, static_cast<std::uint16_t>(plan.mark),
-                        text_of(plan.mark_columns, values)});
+                        record_text(schema, data)});
   }
 }
 

@@ -51,7 +51,6 @@ class extraction_plan {
     std::vector<state_column> states;
     std::optional<cell_columns> cell;
     int mark = -1;  // of mark_rows
-    std::vector<located_column> mark_columns;
   };
 
   void plan_series(const series_row& row);

@@ -7,18 +7,11 @@ namespace decode::page {
 
 using modem_stats::column;
 using modem_stats::field_type;
-using modem_stats::record_part;
 using modem_stats::record_schema;
 
 namespace {
 
 constexpr double powers_of_ten[] = {1, 10, 100, 1000};
-
-std::size_t size_of(const record_part& part) {
-  std::size_t bytes = 0;
-  for (const auto& row : part.rows) bytes += modem_stats::size_of(row.type);
-  return bytes;
-}
 
 /// No number at all if it is not finite.
 double load(const column& column, const std::uint8_t* part) {
@@ -55,10 +48,10 @@ record_values::record_values(const record_schema& schema, const modem_stats::rec
   for (const auto& part : schema.parts()) {
     const auto count =
         part.repeated() ? modem_stats::repetitions(schema, part, data.bytes) : std::size_t{1};
-    parts_[index] = {at, size_of(part), count};
+    parts_[index] = {at, modem_stats::size_of(part), count};
     at += count * parts_[index++].size;
   }
-  parts_[index] = {data.beside.data(), size_of(schema.beside), 1};
+  parts_[index] = {data.beside.data(), modem_stats::size_of(schema.beside), 1};
 }
 
 std::optional<double> number_of(const column& column, const std::uint8_t* part) {

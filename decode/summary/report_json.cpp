@@ -94,6 +94,7 @@ std::string to_json(const summary& all, double seconds) {
       {"unfinished", all.unfinished},
       {"bytes_skipped", all.skipped_bytes},
       {"damaged_packets", all.damaged_packets},
+      {"incomplete_signalling", all.incomplete_signalling},
       {"with_radio_prefix", all.with_radio},
       {"first_time", has_time ? json(time_text(all.first_time)) : json()},
       {"last_time", has_time ? json(time_text(all.last_time)) : json()},
@@ -120,6 +121,11 @@ std::string to_json(const summary& all, double seconds) {
   auto& records = whole["records"] = json::array();
   for (const auto id : all.records.in_order()) {
     records.push_back({{"data_id", id}, {"name", record_name(id)}, {"records", all.records[id]}});
+  }
+  auto& messages_by_kind = whole["signalling"] = json::array();
+  for (const auto index : all.signalling.in_order()) {
+    messages_by_kind.push_back({{"name", signalling::name_of(signalling::kind_at(index))},
+                                {"messages", all.signalling[index]}});
   }
   whole["cells"] = cells(all);
   auto& files = whole["files"] = json::array();

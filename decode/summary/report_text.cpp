@@ -61,6 +61,7 @@ void put_losses(lines& out, const summary& all) {
   out.count("unfinished", all.unfinished);
   out.count("bytes skipped", all.skipped_bytes);
   out.count("damaged packets", all.damaged_packets);
+  out.count("incomplete signalling", all.incomplete_signalling);
   out.count("with radio prefix", all.with_radio);
 }
 
@@ -109,6 +110,9 @@ void put_results(lines& out, const summary& all) {
     if (counts.others().any()) {
       out.text(fmt::format("{} other versions:", name), "{}", outcomes_text(counts.others()));
     }
+  }
+  for (const auto index : all.signalling.in_order()) {
+    out.count("signalling", signalling::name_of(signalling::kind_at(index)), all.signalling[index]);
   }
   for (const auto id : all.records.in_order()) {
     out.count(fmt::format("record {}", id), record_name(id), all.records[id]);

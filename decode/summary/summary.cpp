@@ -12,11 +12,17 @@ using modem_stats::rejection;
 namespace {
 
 /// The numbers of a summary that are only added up.
-constexpr std::uint64_t summary::*sums[] = {&summary::bytes,         &summary::frames,
-                                            &summary::damaged_files, &summary::bad_crc,
-                                            &summary::too_short,     &summary::too_long,
-                                            &summary::unfinished,    &summary::skipped_bytes,
-                                            &summary::with_radio,    &summary::damaged_packets};
+constexpr std::uint64_t summary::*sums[] = {&summary::bytes,
+                                            &summary::frames,
+                                            &summary::damaged_files,
+                                            &summary::bad_crc,
+                                            &summary::too_short,
+                                            &summary::too_long,
+                                            &summary::unfinished,
+                                            &summary::skipped_bytes,
+                                            &summary::with_radio,
+                                            &summary::damaged_packets,
+                                            &summary::incomplete_signalling};
 
 outcome outcome_of(const modem_stats::packet_outcome& result, bool made_records) {
   switch (result.rejected) {
@@ -68,6 +74,7 @@ void summary::add(const summary& next) {
   logs.add(next.logs);
   events.add(next.events);
   records.add(next.records);
+  signalling.add(next.signalling);
   for (const auto& [packet, counts] : next.versions) versions[packet].add(counts);
   radios.add(next.radios);
   cells.add(next.cells);
@@ -88,6 +95,7 @@ void summary::clear() {
   logs.clear();
   events.clear();
   records.clear();
+  signalling.clear();
   versions.clear();
   radios = {};
   cells = {};
@@ -99,7 +107,7 @@ void summary::clear() {
 
 bool summary::has_rejections() const {
   return damaged_files + bad_crc + too_short + too_long + unfinished + skipped_bytes +
-                 damaged_packets >
+                 damaged_packets + incomplete_signalling >
              0 ||
          std::ranges::any_of(versions, [](const auto& packet) {
            const version_counts& counts = packet.second;

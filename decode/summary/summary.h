@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "decode/signalling/kind.h"
 #include "decode/summary/cells.h"
 #include "decode/summary/tables.h"
 #include "modem_stats/packet.h"
@@ -71,7 +72,9 @@ struct summary {
   counter_table<256> messages;        // frames by first byte, after any radio prefix
   counter_table<65536> logs;
   counter_table<4096> events;
-  counter_table<256> records;  // by data id
+  counter_table<256> records;                        // by data id
+  counter_table<signalling::most_kinds> signalling;  // messages by kind
+  std::uint64_t incomplete_signalling = 0;           // messages of which parts are missing
   std::map<std::pair<modem_stats::packet_kind, std::uint16_t>, version_counts> versions;
   lowest_keys<std::uint32_t, packet_count, 64> radios;  // logs and events by radio
   serving_cells cells;

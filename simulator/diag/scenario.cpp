@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "protocol/log_packet.h"
+#include "simulator/diag/signalling.h"
 #include "simulator/modem/receive_paths.h"
 
 namespace sim::diag {
@@ -331,6 +332,9 @@ class scenario_cursor : public cursor {
       const auto made = row.build(seen, static_cast<number>(at_ / row.every));
       ready_.push_back(wire::build_log({.code = row.code, .time = time, .payload = made}));
     }
+    for (const auto& log : signalling_.logs_at(at_, seen)) {
+      ready_.push_back(wire::build_log({.code = log.code, .time = time, .payload = log.payload}));
+    }
     if (!ready_.empty()) at_made_ = at_;
     at_ += step;
   }
@@ -341,6 +345,7 @@ class scenario_cursor : public cursor {
   milliseconds at_{0};
   std::optional<milliseconds> at_made_;
   std::optional<lte_rrc_state> last_;
+  signalling signalling_;
   std::deque<std::vector<std::uint8_t>> ready_;
   std::vector<std::uint8_t> taken_;
 };

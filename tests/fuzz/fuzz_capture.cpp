@@ -1,12 +1,13 @@
 // Whatever a capture holds: nothing is read or written out of bounds, no byte is decoded and
-// counted as lost too, threads change nothing, and every line is an object of its own. Packed, the
-// same comes out however it is asked for.
+// counted as lost too, threads change nothing, every line is an object of its own, and a capture
+// file consists of whole blocks. Packed, the same comes out however it is asked for.
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <span>
 #include <string>
@@ -15,6 +16,7 @@
 #include "decode/input/packed_source.h"
 #include "decode/output/file_output.h"
 #include "decode/pipeline.h"
+#include "decode/signalling/reader.h"
 #include "host/file_descriptor.h"
 
 namespace {
@@ -38,7 +40,11 @@ class memory_source final : public decode::byte_source {
 decode::summary decode_to(decode::record_store& store, std::span<const std::uint8_t> capture,
                           unsigned threads) {
   // Made once: it takes longer than to decode most inputs.
-  static const auto everything = decode::filter::all();
+  static const auto everything = [] {
+    auto all = decode::filter::all();
+    all.signalling = decode::signalling::logs();
+    return all;
+  }();
   memory_source source(capture);
   const decode::pipeline_options how{.threads = threads, .wanted = everything, .progress = {}};
   decode::pipeline one(how, store);
@@ -47,11 +53,13 @@ decode::summary decode_to(decode::record_store& store, std::span<const std::uint
   return one.counts();
 }
 
-std::string json_lines(std::span<const std::uint8_t> capture, unsigned threads) {
-  static const host::file_descriptor file(::memfd_create("lines", MFD_CLOEXEC));
+using make_store = std::unique_ptr<decode::record_store> (*)(decode::file_output& to, bool);
+
+std::string output(make_store make, std::span<const std::uint8_t> capture, unsigned threads) {
+  static const host::file_descriptor file(::memfd_create("output", MFD_CLOEXEC));
   if (::ftruncate(file.get(), 0) != 0 || ::lseek(file.get(), 0, SEEK_SET) != 0) __builtin_trap();
-  decode::file_output to("lines", host::file_descriptor(::dup(file.get())));
-  const auto store = decode::json_lines_store(to, true);
+  decode::file_output to("output", host::file_descriptor(::dup(file.get())));
+  const auto store = make(to, true);
   static_cast<void>(decode_to(*store, capture, threads));
   std::string text(static_cast<std::size_t>(::lseek(file.get(), 0, SEEK_CUR)), ' ');
   if (::pread(file.get(), text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) {
@@ -73,6 +81,19 @@ bool is_object(std::string_view line) {
     if (depth == 0 && &c != &line.back()) return false;
   }
   return depth == 0 && !quoted && line.starts_with('{');
+}
+
+/// Takes a pcapng block off the front: type, length, contents, length again.
+bool take_block(std::string_view& rest) {
+  std::uint32_t head[2];
+  std::uint32_t tail = 0;
+  if (rest.size() < sizeof head + sizeof tail) return false;
+  std::memcpy(head, rest.data(), sizeof head);
+  if (head[1] < sizeof head + sizeof tail || head[1] % 4 != 0 || head[1] > rest.size())
+    return false;
+  std::memcpy(&tail, rest.data() + head[1] - sizeof tail, sizeof tail);
+  rest.remove_prefix(head[1]);
+  return tail == head[1];
 }
 
 struct unpacked {
@@ -114,14 +135,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (counts.frames > 0 && counts.skipped_bytes >= size) __builtin_trap();
   static_cast<void>(decode::to_text(counts, 1));
 
-  const auto lines = json_lines(capture, 1);
+  const auto lines = output(decode::json_lines_store, capture, 1);
   for (std::string_view rest = lines; !rest.empty();) {
     const auto end = rest.find('\n');
     if (end == std::string_view::npos || !is_object(rest.substr(0, end))) __builtin_trap();
     rest.remove_prefix(end + 1);
   }
+  const auto blocks = output(decode::pcap_store, capture, 1);
+  for (std::string_view rest = blocks; !rest.empty();) {
+    if (!take_block(rest)) __builtin_trap();
+  }
   // More than one chunk takes more than most inputs have.
-  if (size > decode::chunk_size(decode::max_threads) && json_lines(capture, 2) != lines)
+  if (size > decode::chunk_size(decode::max_threads) &&
+      (output(decode::json_lines_store, capture, 2) != lines ||
+       output(decode::pcap_store, capture, 2) != blocks)) {
     __builtin_trap();
+  }
   return 0;
 }

@@ -1,0 +1,109 @@
+#include "decode/signalling/reader.h"
+
+#include <algorithm>
+#include <functional>
+#include <iterator>
+
+namespace decode::signalling {
+
+namespace {
+
+using modem_stats::rejection;
+
+struct log_row {
+  std::uint16_t code;
+  reading (*read)(std::uint16_t code, protocol::byte_view payload, scratch& room);
+};
+constexpr log_row rows[] = {
+    {0x156E, read_sip},      {0x412F, read_umts_rrc}, {0x512F, read_gsm_rr},
+    {0x5226, read_gprs_mac}, {0x5230, read_layer_3},  {0x5B2F, read_gsm_rr},
+    {0x713A, read_layer_3},  {0x7B3A, read_layer_3},  {0xB0C0, read_lte_rrc},
+    {0xB0E0, read_nas},      {0xB0E1, read_nas},      {0xB0E2, read_nas},
+    {0xB0E3, read_nas},      {0xB0EA, read_nas},      {0xB0EB, read_nas},
+    {0xB0EC, read_nas},      {0xB0ED, read_nas},      {0xB197, read_lte_mib},
+    {0xB800, read_nas},      {0xB801, read_nas},      {0xB808, read_nas},
+    {0xB809, read_nas},      {0xB80A, read_nas},      {0xB80B, read_nas},
+    {0xB814, read_nas},      {0xB821, read_nr_rrc},
+};
+static_assert(std::ranges::adjacent_find(rows, std::ranges::greater_equal(), &log_row::code) ==
+              std::end(rows));
+
+/// More than radios and logs can have open at a time, unless what they send is garbage.
+constexpr std::size_t most_open = 8;
+
+/// The dissector reads an RRCReconfigurationComplete only within a UL-DCCH message: the five bits
+/// that choose it there are put in front, and zeros behind.
+void put_into_channel(message& found, scratch& room) {
+  constexpr unsigned front = 5;
+  constexpr unsigned chosen = 1;
+  scratch shifted;
+  unsigned before = chosen;
+  for (const auto byte : found.bytes) {
+    const unsigned both = before << 8 | byte;
+    shifted.push_back(static_cast<std::uint8_t>(both >> front));
+    before = both & ((1U << front) - 1);
+  }
+  shifted.push_back(static_cast<std::uint8_t>(before << (8 - front)));
+  room = std::move(shifted);
+  found.what.number = nr_ul_dcch;
+  found.bytes = room;
+  found.note = "RRCReconfigurationComplete, put into a UL-DCCH message";
+}
+
+}  // namespace
+
+const std::bitset<65536>& logs() {
+  static const std::bitset<65536> all = [] {
+    std::bitset<65536> codes;
+    for (const auto& row : rows) codes.set(row.code);
+    return codes;
+  }();
+  return all;
+}
+
+reading reader::read(std::uint16_t code, std::uint32_t radio, protocol::byte_view payload) {
+  const auto* const row = std::ranges::lower_bound(rows, code, {}, &log_row::code);
+  auto now = row->read(code, payload, room_);
+  if (now.radio == 0) now.radio = radio;
+  if (now.part != whole_message) join(code, now.radio, now);
+  if (now.found && now.found->what.of == family::nr_rrc &&
+      now.found->what.number == nr_rrc_reconf_compl) {
+    put_into_channel(*now.found, room_);
+  }
+  return now;
+}
+
+/// Parts come in the order of their numbers, the last one whenever.
+void reader::join(std::uint16_t code, std::uint32_t radio, reading& now) {
+  has_read_part_ = true;
+  const auto bytes = now.found->bytes;
+  auto one = std::ranges::find_if(
+      open_, [&](const auto& each) { return each.code == code && each.radio == radio; });
+  const bool follows = one != open_.end() && (now.part == last_part || now.part == one->part + 1);
+  if (!follows && one != open_.end()) {
+    open_.erase(one);
+    ++given_up_;
+  }
+  if (follows) {
+    one->part = now.part;
+    one->bytes.insert(one->bytes.end(), bytes.begin(), bytes.end());
+  } else if (now.part == 1) {
+    if (open_.size() == most_open) {
+      open_.erase(open_.begin());
+      ++given_up_;
+    }
+    open_.push_back({code, radio, now.part, {bytes.begin(), bytes.end()}});
+  } else {
+    now = {.outcome = {.rejected = rejection::value, .version = now.outcome.version}, .found = {}};
+    return;
+  }
+  if (now.part == last_part) {
+    room_ = std::move(one->bytes);
+    open_.erase(one);
+    now.found->bytes = room_;
+  } else {
+    now.found.reset();
+  }
+}
+
+}  // namespace decode::signalling
