@@ -92,8 +92,9 @@ void packet_stage::decode(byte_view payload) {
   // An event may have no payload at all.
   static constexpr std::uint8_t nothing[1] = {};
   if (payload.data() == nullptr) payload = byte_view(nothing, 0);
-  const auto outcome = modem_stats::decode_packet(
-      {source_.kind, source_.id, subscription(source_.radio), payload}, sinks_, state_);
+  const auto outcome =
+      modem_stats::decode_packet({source_.kind, source_.id, subscription(source_.radio), payload},
+                                 sinks_, state_, wanted_.versions);
   counts_.count(source_.kind, source_.id, outcome);
 }
 

@@ -32,7 +32,8 @@ std::string record_list() {
       text += "\n| field | type | unit |\n|---|---|---|\n";
       for (const auto& row : part.rows) {
         text += fmt::format("| {} | {} | {} |\n", row.name,
-                            type_names[static_cast<std::size_t>(row.type)], modem_stats::suffix_of(row.of->in));
+                            type_names[static_cast<std::size_t>(row.type)],
+                            modem_stats::suffix_of(row.of->in));
       }
     }
   }
