@@ -123,6 +123,9 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
   app.add_option("--radio", chosen.wanted.radio, "only this radio, counted from 1")
       ->check(CLI::PositiveNumber);
 
+  bool product_versions = false;
+  app.add_flag("--no-extra-versions", product_versions,
+               "decode only the versions that the product's parsers have");
   app.add_flag("--strict", chosen.strict, "exit with 1 if anything was lost or rejected");
   app.add_option("-j,--threads", chosen.threads, "number of threads; default: one per core")
       ->check(CLI::Range(1U, max_threads));
@@ -151,6 +154,7 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
       select("--event", &filter::select_events, events);
     }
     if (!data_ids.empty()) select("--data-id", &filter::select_records, data_ids);
+    if (product_versions) chosen.wanted.versions = modem_stats::version_set::product;
     if (!from.empty()) chosen.wanted.from = to_time("--from", from);
     if (!to.empty()) chosen.wanted.to = to_time("--to", to);
     if (chosen.inputs.empty() == !chosen.live.has_value()) {

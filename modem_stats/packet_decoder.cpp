@@ -15,7 +15,7 @@ constexpr int sliding_window = 2000;
 }  // namespace
 
 packet_decoder::packet_decoder(const char* parser, const packet& packet, window_end end,
-                               const packet_sinks& to, stream_state& state)
+                               const packet_sinks& to, stream_state& state, version_set versions)
     : parser_(parser),
       id_(packet.id),
       sub_id_(packet.sub_id),
@@ -23,6 +23,7 @@ packet_decoder::packet_decoder(const char* parser, const packet& packet, window_
       end_(end),
       to_(to),
       state_(state),
+      accepted_(versions),
       left_(end == window_end::sliding ? sliding_window : static_cast<int>(payload_.size())) {}
 
 std::uint64_t packet_decoder::load(std::size_t byte, unsigned width) const {

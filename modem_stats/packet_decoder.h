@@ -36,7 +36,7 @@ class packet_decoder {
  public:
   /// `parser` is the name in messages.
   packet_decoder(const char* parser, const packet& packet, window_end end, const packet_sinks& to,
-                 stream_state& state);
+                 stream_state& state, version_set versions = version_set::product);
   packet_decoder(const packet_decoder&) = delete;
   packet_decoder& operator=(const packet_decoder&) = delete;
   ~packet_decoder() = default;
@@ -85,13 +85,14 @@ class packet_decoder {
   void check_version(std::uint32_t version, std::initializer_list<std::uint32_t> supported);
 
   /// The row for `version`. If there is none, rejects the version and returns an arbitrary row.
+  /// Rows with an `origin` other than the product count only if all versions are to be decoded.
   /// `name` is the name in messages; by default the parser's.
   template <typename Row, std::size_t n>
   [[nodiscard]] const Row& layout_for(std::uint32_t version, const Row (&rows)[n],
                                       const char* name = nullptr) {
     note_version(version);
     for (const Row& row : rows) {
-      if (row.version == version) return row;
+      if (row.version == version && accepts(row)) return row;
     }
     reject_version(version, name == nullptr ? parser_ : name);
     return rows[0];
@@ -129,6 +130,15 @@ class packet_decoder {
   [[nodiscard]] bool ok() const { return ok_; }
 
  private:
+  template <typename Row>
+  [[nodiscard]] bool accepts(const Row& row) const {
+    if constexpr (requires { row.from; }) {
+      return row.from == origin::product || accepted_ == version_set::all;
+    } else {
+      return true;
+    }
+  }
+
   std::uint64_t next_bytes(const char* name, unsigned width);
   static constexpr unsigned word_bits = 64;
 
@@ -179,6 +189,7 @@ class packet_decoder {
   window_end end_;
   packet_sinks to_;
   stream_state& state_;
+  version_set accepted_;
   packet_outcome outcome_;
   bool ok_ = true;
   int versions_ = 0;    // number of versions read so far
