@@ -12,6 +12,8 @@
 
 #include "decode/messages.h"
 #include "decode/output/file_output.h"
+#include "decode/output/schema_json.h"
+#include "decode/output/schema_sql.h"
 #include "decode/output/time_text.h"
 #include "decode/pipeline.h"
 #include "decode/record_list.h"
@@ -31,6 +33,13 @@ constexpr choice<output_format> formats[] = {{"text", output_format::text},
                                              {"jsonl", output_format::json_lines},
                                              {"csv", output_format::csv},
                                              {"none", output_format::none}};
+/// Makes the page that --schema prints.
+using schema_maker = std::string (*)();
+constexpr choice<schema_maker> schemas[] = {
+    {"json", json_schema},
+    {"duckdb", [] { return sql_schema(duckdb_engine); }},
+    {"postgresql", [] { return sql_schema(postgresql_engine); }},
+    {"sqlite", [] { return sql_schema(sqlite_engine); }}};
 constexpr choice<summary_format> summary_formats[] = {{"text", summary_format::text},
                                                       {"json", summary_format::json}};
 
@@ -77,6 +86,14 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
         throw CLI::Success();
       },
       "describe the records, in Markdown");
+  app.add_option_function<std::string>(
+      "--schema",
+      [&](const std::string& name) {
+        page << chosen_from(schemas, "--schema", name)();
+        throw CLI::Success();
+      },
+      "print the schema of -f jsonl: json; or the statements that create and load tables: duckdb, "
+      "postgresql, sqlite");
 
   app.add_option("input", chosen.inputs, "files, directories, - for standard input");
   std::string live;
