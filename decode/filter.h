@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "modem_stats/packet.h"
+
 namespace decode {
 
 /// The user asked for something that does not exist; the message says what.
@@ -23,6 +25,7 @@ struct filter {
   std::int64_t from = INT64_MIN;  // microseconds, Unix; both ends are inclusive
   std::int64_t to = INT64_MAX;
   std::uint32_t radio = 0;  // 0: all
+  modem_stats::version_set versions = modem_stats::version_set::all;
 
   /// Everything that has a decoder.
   [[nodiscard]] static filter all();

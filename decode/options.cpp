@@ -12,6 +12,8 @@
 
 #include "decode/messages.h"
 #include "decode/output/file_output.h"
+#include "decode/output/schema_json.h"
+#include "decode/output/schema_sql.h"
 #include "decode/output/time_text.h"
 #include "decode/pipeline.h"
 #include "decode/record_list.h"
@@ -32,6 +34,13 @@ constexpr choice<output_format> formats[] = {
     {"text", output_format::text}, {"jsonl", output_format::json_lines},
     {"csv", output_format::csv},   {"pcap", output_format::pcap},
     {"html", output_format::html}, {"none", output_format::none}};
+/// Makes the page that --schema prints.
+using schema_maker = std::string (*)();
+constexpr choice<schema_maker> schemas[] = {
+    {"json", json_schema},
+    {"duckdb", [] { return sql_schema(duckdb_engine); }},
+    {"postgresql", [] { return sql_schema(postgresql_engine); }},
+    {"sqlite", [] { return sql_schema(sqlite_engine); }}};
 constexpr choice<summary_format> summary_formats[] = {{"text", summary_format::text},
                                                       {"json", summary_format::json}};
 
@@ -91,6 +100,14 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
         throw CLI::Success();
       },
       "describe the records, in Markdown");
+  app.add_option_function<std::string>(
+      "--schema",
+      [&](const std::string& name) {
+        page << chosen_from(schemas, "--schema", name)();
+        throw CLI::Success();
+      },
+      "print the schema of -f jsonl: json; or the statements that create and load tables: duckdb, "
+      "postgresql, sqlite");
 
   app.add_option("input", chosen.inputs, "files, directories, - for standard input");
   std::string live;
@@ -149,6 +166,9 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
   app.add_option("--radio", chosen.wanted.radio, "only this radio, counted from 1")
       ->check(CLI::PositiveNumber);
 
+  bool product_versions = false;
+  app.add_flag("--no-extra-versions", product_versions,
+               "decode only the versions that the product's parsers have");
   app.add_flag("--strict", chosen.strict, "exit with 1 if anything was lost or rejected");
   app.add_option("-j,--threads", chosen.threads, "number of threads; default: one per core")
       ->check(CLI::Range(1U, max_threads));
@@ -179,6 +199,7 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
       select("--event", &filter::select_events, events);
     }
     if (!data_ids.empty()) select("--data-id", &filter::select_records, data_ids);
+    if (product_versions) chosen.wanted.versions = modem_stats::version_set::product;
     if (!from.empty()) chosen.wanted.from = to_time("--from", from);
     if (!to.empty()) chosen.wanted.to = to_time("--to", to);
     if (chosen.inputs.empty() == !chosen.live.has_value()) {

@@ -112,8 +112,9 @@ modem_stats::packet_outcome packet_stage::decode(byte_view payload,
     used_rrc_states_ = true;
     state.lte_rrc_last_state = stream_.rrc.of(source_.radio);
   }
-  const auto outcome = modem_stats::decode_packet(
-      {source_.kind, source_.id, subscription(source_.radio), payload}, to, state);
+  const auto outcome =
+      modem_stats::decode_packet({source_.kind, source_.id, subscription(source_.radio), payload},
+                                 to, state, wanted_.versions);
   stream_.counts.rejections = state.versions_not_supported;
   if (changes_rrc) stream_.rrc.set(source_.radio, state.lte_rrc_last_state);
   return outcome;

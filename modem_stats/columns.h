@@ -25,6 +25,7 @@ struct column {
   std::array<u32, null_rule::max_values> null_values{};
   bool null_otherwise = false;
 
+  /// By its row. A float that is not a number is null as well.
   [[nodiscard]] bool is_null(const u8* part) const {
     if (null_mask == 0) return false;
     u32 word = 0;

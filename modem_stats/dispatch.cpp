@@ -67,10 +67,10 @@ void print_header(line_sink* lines, const packet& packet, int length) {
 }
 
 packet_outcome decode(const packet& packet, window_end end, const packet_sinks& to,
-                      stream_state& state) {
+                      stream_state& state, version_set versions) {
   const auto* const row = parser_of(packet.kind, packet.id);
   if (row == nullptr) return {};
-  packet_decoder in(row->name, packet, end, to, state);
+  packet_decoder in(row->name, packet, end, to, state, versions);
   row->parse(in);
   return in.outcome();
 }
@@ -86,9 +86,10 @@ std::string_view packet_name(packet_kind kind, std::uint16_t id) {
   return row == nullptr ? std::string_view() : name_in(row->name);
 }
 
-packet_outcome decode_packet(const packet& packet, const packet_sinks& to, stream_state& state) {
+packet_outcome decode_packet(const packet& packet, const packet_sinks& to, stream_state& state,
+                             version_set versions) {
   print_header(to.lines, packet, static_cast<int>(packet.payload.size()));
-  return decode(packet, window_end::of_packet, to, state);
+  return decode(packet, window_end::of_packet, to, state, versions);
 }
 
 namespace {
@@ -115,7 +116,8 @@ void process(packet_kind kind, int sub_id, std::uint16_t id, unsigned char lengt
     return;
   }
   g_decoding.current_id = id;
-  decode(packet, window_end::sliding, {.lines = &lines, .records = &record}, g_decoding.stream);
+  decode(packet, window_end::sliding, {.lines = &lines, .records = &record}, g_decoding.stream,
+         version_set::product);
 }
 
 }  // namespace

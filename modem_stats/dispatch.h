@@ -22,6 +22,7 @@ namespace modem_stats {
 
 /// Decodes a captured packet. The payload is what follows the log header or the event's time;
 /// nothing after it is read. Thread-safe if the threads share no arguments.
-packet_outcome decode_packet(const packet& packet, const packet_sinks& to, stream_state& state);
+packet_outcome decode_packet(const packet& packet, const packet_sinks& to, stream_state& state,
+                             version_set versions = version_set::product);
 
 }  // namespace modem_stats

@@ -56,6 +56,16 @@ struct stream_state {
   std::uint8_t lte_rrc_last_state = 0;
 };
 
+/// Where the layout of a version is from: one that the product's parsers have, a public
+/// description, or real packets alone.
+enum class origin : std::uint8_t { product, published, inferred };
+
+/// Which versions are decoded.
+enum class version_set : std::uint8_t {
+  product,  // only those that the product's parsers have
+  all,
+};
+
 /// Why a packet produced no record, or no more records.
 enum class rejection : std::uint8_t {
   none,

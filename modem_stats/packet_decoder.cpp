@@ -11,19 +11,11 @@ namespace modem_stats {
 namespace {
 
 constexpr int sliding_window = 2000;
-constexpr unsigned word_bits = 64;
-
-/// The `width` bits of `word` from bit `low` on, which are in it.
-u64 value_in(u64 word, unsigned low, unsigned width, bool is_signed) {
-  const unsigned unused = word_bits - width;
-  const u64 value = word >> low << unused;
-  return is_signed ? static_cast<u64>(static_cast<std::int64_t>(value) >> unused) : value >> unused;
-}
 
 }  // namespace
 
 packet_decoder::packet_decoder(const char* parser, const packet& packet, window_end end,
-                               const packet_sinks& to, stream_state& state)
+                               const packet_sinks& to, stream_state& state, version_set versions)
     : parser_(parser),
       id_(packet.id),
       sub_id_(packet.sub_id),
@@ -31,6 +23,7 @@ packet_decoder::packet_decoder(const char* parser, const packet& packet, window_
       end_(end),
       to_(to),
       state_(state),
+      accepted_(versions),
       left_(end == window_end::sliding ? sliding_window : static_cast<int>(payload_.size())) {}
 
 std::uint64_t packet_decoder::load(std::size_t byte, unsigned width) const {
@@ -97,21 +90,10 @@ bool packet_decoder::seek(unsigned bit) {
   return true;
 }
 
-std::uint64_t packet_decoder::field_bits(const char* name, unsigned bit, unsigned width,
-                                         unsigned room, bool is_signed) {
+std::uint64_t packet_decoder::checked_field_bits(const char* name, unsigned bit, unsigned width,
+                                                 unsigned room, bool is_signed) {
   if (!ok_) return 0;
   const unsigned first = 8 * block_ + bit;
-  // Nearly every field of a packet passes all the checks below, and has a whole word after it.
-  if (end_ == window_end::of_packet && first / 8 + sizeof(u64) <= payload_.size() &&
-      first % 8 + width <= word_bits && width <= room) {
-    base_ = 0;
-    cursor_ = static_cast<int>(first / 8);
-    left_ = static_cast<int>(payload_.size()) - cursor_;
-    bit_position_ = first + width;
-    u64 word = 0;
-    std::memcpy(&word, payload_.data() + cursor_, sizeof word);
-    return value_in(word, first % 8, width, is_signed);
-  }
   if (!seek(first)) return 0;
   const auto low = static_cast<int>(first % 8 + 1);
   const auto high = low + static_cast<int>(width) - 1;

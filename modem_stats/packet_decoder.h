@@ -14,6 +14,7 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
 #include <span>
 #include <type_traits>
@@ -35,7 +36,7 @@ class packet_decoder {
  public:
   /// `parser` is the name in messages.
   packet_decoder(const char* parser, const packet& packet, window_end end, const packet_sinks& to,
-                 stream_state& state);
+                 stream_state& state, version_set versions = version_set::product);
   packet_decoder(const packet_decoder&) = delete;
   packet_decoder& operator=(const packet_decoder&) = delete;
   ~packet_decoder() = default;
@@ -84,13 +85,14 @@ class packet_decoder {
   void check_version(std::uint32_t version, std::initializer_list<std::uint32_t> supported);
 
   /// The row for `version`. If there is none, rejects the version and returns an arbitrary row.
+  /// Rows with an `origin` other than the product count only if all versions are to be decoded.
   /// `name` is the name in messages; by default the parser's.
   template <typename Row, std::size_t n>
   [[nodiscard]] const Row& layout_for(std::uint32_t version, const Row (&rows)[n],
                                       const char* name = nullptr) {
     note_version(version);
     for (const Row& row : rows) {
-      if (row.version == version) return row;
+      if (row.version == version && accepts(row)) return row;
     }
     reject_version(version, name == nullptr ? parser_ : name);
     return rows[0];
@@ -128,9 +130,45 @@ class packet_decoder {
   [[nodiscard]] bool ok() const { return ok_; }
 
  private:
+  template <typename Row>
+  [[nodiscard]] bool accepts(const Row& row) const {
+    if constexpr (requires { row.from; }) {
+      return row.from == origin::product || accepted_ == version_set::all;
+    } else {
+      return true;
+    }
+  }
+
   std::uint64_t next_bytes(const char* name, unsigned width);
+  static constexpr unsigned word_bits = 64;
+
+  /// Nearly every field of a packet passes all checks, and has a whole word after its first bit.
   std::uint64_t field_bits(const char* name, unsigned bit, unsigned width, unsigned room,
-                           bool is_signed);
+                           bool is_signed) {
+    const unsigned first = 8 * block_ + bit;
+    if (!ok_ || end_ == window_end::sliding ||
+        first / 8 + sizeof(std::uint64_t) > payload_.size() || first % 8 + width > word_bits ||
+        width > room) {
+      return checked_field_bits(name, bit, width, room, is_signed);
+    }
+    base_ = 0;
+    cursor_ = static_cast<int>(first / 8);
+    left_ = static_cast<int>(payload_.size()) - cursor_;
+    bit_position_ = first + width;
+    std::uint64_t word = 0;
+    std::memcpy(&word, payload_.data() + cursor_, sizeof word);
+    return value_in(word, first % 8, width, is_signed);
+  }
+  std::uint64_t checked_field_bits(const char* name, unsigned bit, unsigned width, unsigned room,
+                                   bool is_signed);
+  /// The `width` bits of `word` from bit `low` on, which are in it.
+  [[nodiscard]] static std::uint64_t value_in(std::uint64_t word, unsigned low, unsigned width,
+                                              bool is_signed) {
+    const unsigned unused = word_bits - width;
+    const std::uint64_t value = word >> low << unused;
+    return is_signed ? static_cast<std::uint64_t>(static_cast<std::int64_t>(value) >> unused)
+                     : value >> unused;
+  }
   [[nodiscard]] bool seek(unsigned bit);
   [[nodiscard]] int next_byte() const { return base_ + cursor_; }
   [[nodiscard]] std::uint64_t load(std::size_t byte, unsigned width) const;
@@ -151,6 +189,7 @@ class packet_decoder {
   window_end end_;
   packet_sinks to_;
   stream_state& state_;
+  version_set accepted_;
   packet_outcome outcome_;
   bool ok_ = true;
   int versions_ = 0;    // number of versions read so far

@@ -80,7 +80,10 @@ template <typename... T>
   null_rule rule{.mask = UINT32_MAX};
   std::size_t i = 0;
   ((rule.values[i++] = bits_of(values)), ...);
-  while (i < rule.values.size()) rule.values[i++] = rule.values[0];
+  while (i < rule.values.size()) {
+    rule.values[i] = rule.values[i - 1];
+    ++i;
+  }
   return rule;
 }
 /// When another field has this value.

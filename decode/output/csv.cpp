@@ -35,7 +35,10 @@ void append_names(std::string& header, const record_part& part) {
 }
 
 std::string header_of(const record_schema& schema, bool with_raw_bytes) {
-  std::string header = "time,radio,source,data_id,file,packet";
+  std::string header;
+  for (const auto& column : identity_columns) {
+    header.append(header.empty() ? "" : ",").append(column.name);
+  }
   for (const auto& part : schema.parts()) {
     if (part.repeated()) {
       header.append(",").append(part.name);

@@ -1,11 +1,4 @@
-// The columns that say where a record is from, the same in JSON and CSV and in every run:
-//
-//   time     of the packet, in UTC
-//   radio    counted from 1
-//   source   "0xB193" or "event 1606"
-//   data_id  the kind of record
-//   file     the capture as it was named, or the live port
-//   packet   number of the packet in its capture or connection, from 0
+// The columns that say where a record is from, the same in JSON and CSV and in every run.
 #pragma once
 
 #include <string>
@@ -14,8 +7,24 @@
 #include "decode/output/numbered_text.h"
 #include "decode/output/record_output.h"
 #include "decode/output/time_text.h"
+#include "modem_stats/columns.h"
 
 namespace decode {
+
+struct identity_column {
+  const char* name;
+  modem_stats::value_type type;
+  const char* about;
+};
+inline constexpr const char* time_column = "time";
+inline constexpr identity_column identity_columns[] = {
+    {time_column, modem_stats::value_type::text, "of the packet, in UTC"},
+    {"radio", modem_stats::value_type::integer, "of the packet, from 1"},
+    {"source", modem_stats::value_type::text, "code of the log, or event and its id"},
+    {"data_id", modem_stats::value_type::integer, "kind of record"},
+    {"file", modem_stats::value_type::text, "the capture as it was named, or the live port"},
+    {"packet", modem_stats::value_type::integer, "number in the file or connection, from 0"},
+};
 
 /// The text in a JSON string, between the quotes. Bytes that are not UTF-8 are replaced.
 [[nodiscard]] std::string json_text(std::string_view text);

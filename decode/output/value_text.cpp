@@ -81,11 +81,12 @@ char* write_text(char* out, const modem_stats::column& column, const std::uint8_
 
 char* write_real(char* out, float value, const value_style& style) {
   // Nearly every value has two decimals, and printing those takes a tenth of the time of finding
-  // the shortest text. The comparison makes sure that the text reads back as the same float.
+  // the shortest text. The comparison makes sure that the text reads back as the same float: up to
+  // here, the product rounds to the same float as the quotient by 100.
   const float magnitude = std::fabs(value);
   if (magnitude < 1e4F) {
     const auto hundredths = static_cast<std::uint32_t>(magnitude * 100.0F + 0.5F);
-    if (static_cast<float>(hundredths / 100.0) == magnitude && hundredths != 0) {
+    if (static_cast<float>(hundredths * 0.01) == magnitude && hundredths != 0) {
       *out = '-';
       return modem_stats::write_hundredths(out + (value < 0 ? 1 : 0), hundredths);
     }

@@ -5,8 +5,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <iterator>
-#include <map>
+#include <utility>
 #include <vector>
 
 namespace decode {
@@ -49,28 +48,35 @@ class counter_table {
 template <typename Key, typename Value, std::size_t most>
 class lowest_keys {
  public:
+  using entry = std::pair<Key, Value>;
+
   [[nodiscard]] Value& at(const Key& key) {
-    const auto found = values_.lower_bound(key);
+    // Mostly it is the same as the last time.
+    if (last_ < values_.size() && values_[last_].first == key) return values_[last_].second;
+    const auto found = std::ranges::lower_bound(values_, key, {}, &entry::first);
+    last_ = static_cast<std::size_t>(found - values_.begin());
     if (found != values_.end() && found->first == key) return found->second;
-    if (values_.size() == most) {
-      if (found == values_.end()) return others_;
-      const auto highest = std::prev(values_.end());
-      others_.add(highest->second);
-      values_.erase(highest);
+    if (last_ == most) return others_;
+    values_.insert(found, {key, Value()});
+    if (values_.size() > most) {
+      others_.add(values_.back().second);
+      values_.pop_back();
     }
-    return values_[key];
+    return values_[last_].second;
   }
   void add(const lowest_keys& other) {
     for (const auto& [key, value] : other.values_) at(key).add(value);
     others_.add(other.others_);
   }
 
-  [[nodiscard]] const std::map<Key, Value>& values() const { return values_; }
+  /// In the order of keys.
+  [[nodiscard]] const std::vector<entry>& values() const { return values_; }
   [[nodiscard]] const Value& others() const { return others_; }
 
  private:
-  std::map<Key, Value> values_;
+  std::vector<entry> values_;
   Value others_;
+  std::size_t last_ = 0;  // index of the entry found last
 };
 
 }  // namespace decode

@@ -17,9 +17,14 @@ constexpr auto version_sub = at_byte<u8>("version_sub", 1);
 struct attempt_layout {
   unsigned version;
   bit_field<i8> rach_result;
+  origin from = origin::product;
 };
 constexpr attempt_layout attempt_layouts[] = {
     {49, at_byte<i8>("rach_result", 7)},
+    {2, at_byte<i8>("rach_result", 5), origin::published},
+    {3, at_byte<i8>("rach_result", 7), origin::published},
+    {4, at_byte<i8>("rach_result", 5), origin::published},
+    {50, at_byte<i8>("rach_result", 7), origin::published},
 };
 
 constexpr u8 rach_attempt = 6;  // sub-packet id

@@ -1,6 +1,6 @@
 // Log 0xB16D, LTE TX power: one record of all reports in the packet.
 // Layout: docs/formats/lte.md; for version 48 the positions of power, resource blocks and
-// ca_mode_enable are our own.
+// ca_mode_enable are our own, those of version 8 are inferred.
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"
 #include "modem_stats/records/lte.h"
@@ -12,16 +12,25 @@ namespace at {
 constexpr auto num = at_byte<u8>("num", 3);
 constexpr unsigned reports = 4;  // byte
 // Relative to a report:
+constexpr bit_field<u8> chan_type_of_8{"chan_type", 0, 1};
 constexpr bit_field<u8> chan_type{"chan_type", 32, 1};
 }  // namespace at
 
 struct report_places {
-  unsigned tx_power;  // bit; the power of the channel that was sent
+  unsigned pucch_tx_power, pusch_tx_power;  // bits; the one of the channel that was sent
   bit_field<u8> num_res_blocks, mcs, modulation_type;
   unsigned stride;  // bytes
 };
 
-constexpr report_places of_48{.tx_power = 64,
+constexpr report_places of_8{.pucch_tx_power = 15,
+                             .pusch_tx_power = 96,
+                             .num_res_blocks = {"pusch_num_res_blocks", 118, 7},
+                             .mcs = {"pusch_mcs", 161, 5},
+                             .modulation_type = {"pusch_modulation_type", 116, 2},
+                             .stride = 24};
+
+constexpr report_places of_48{.pucch_tx_power = 64,
+                              .pusch_tx_power = 64,
                               .num_res_blocks = {"pusch_num_res_blocks", 72, 7},
                               .mcs = {"pusch_mcs", 325, 5},
                               .modulation_type = {"pusch_modulation_type", 344, 4},
@@ -29,8 +38,10 @@ constexpr report_places of_48{.tx_power = 64,
 
 /// Version 49 starts with an acknowledgement mask of `mask` bytes.
 constexpr report_places of_49(unsigned mask) {
+  const unsigned power = 8 * (8 + mask) + 6;
   const unsigned channel = 8 * (10 + mask);
-  return {.tx_power = 8 * (8 + mask) + 6,
+  return {.pucch_tx_power = power,
+          .pusch_tx_power = power,
           .num_res_blocks = {"pusch_num_res_blocks", channel + 39, 7},
           .mcs = {"pusch_mcs", channel + 46, 5},
           .modulation_type = {"pusch_modulation_type", channel + 28, 3},
@@ -39,12 +50,14 @@ constexpr report_places of_49(unsigned mask) {
 
 struct report_layout {
   unsigned version;
-  bit_field<u8> ca_mode_enable;
+  bit_field<u8> chan_type, ca_mode_enable;
   report_places places[2];  // indexed by ca_mode_enable
+  origin from = origin::product;
 };
 constexpr report_layout layouts[] = {
-    {48, {"ca_mode_enable", 61, 1}, {of_48, of_48}},
-    {49, {"ca_mode_enable", 57, 1}, {of_49(2), of_49(14)}},
+    {48, at::chan_type, {"ca_mode_enable", 61, 1}, {of_48, of_48}},
+    {49, at::chan_type, {"ca_mode_enable", 57, 1}, {of_49(2), of_49(14)}},
+    {8, at::chan_type_of_8, absent<u8>, {of_8, of_8}, origin::inferred},
 };
 
 constexpr unsigned max_reports = 20;
@@ -65,11 +78,12 @@ void modem_stats_parse_b16d_diag_log_lte_tx_power(modem_stats::packet_decoder& i
   unsigned byte = at::reports;
   for (unsigned i = 0; i < num; ++i) {
     in.block_at(byte);
-    const auto chan_type = in.bits(at::chan_type);
-    const auto& places = layout.places[in.bits(layout.ca_mode_enable)];
+    const auto chan_type = in.bits(layout.chan_type);
+    const auto& places = layout.places[in.bits_or(layout.ca_mode_enable, u8{0})];
     const bool is_pusch = chan_type == pusch;
     const auto tx_power =
-        in.bits(bit_field<i8>{is_pusch ? "pusch_tx_power" : "pucch_tx_power", places.tx_power});
+        in.bits(is_pusch ? bit_field<i8>{"pusch_tx_power", places.pusch_tx_power}
+                         : bit_field<i8>{"pucch_tx_power", places.pucch_tx_power});
     i8 pucch_tx_power = not_sent;
     i8 pusch_tx_power = not_sent;
     u8 num_res_blocks = 0;

@@ -2,107 +2,19 @@
 // Layout: docs/formats/lte.md.
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <iterator>
+#include <limits>
 
 #include "modem_stats/conversions.h"
-#include "modem_stats/lte/sub_packets.h"
+#include "modem_stats/lte/b193_layouts.h"
 #include "modem_stats/parsers.h"
 #include "modem_stats/records/lte.h"
 
 namespace modem_stats {
 namespace {
 
-constexpr unsigned max_antennas = 4;
-
-/// Where a value starts in a cell: at a bit, counted from a byte.
-struct place {
-  unsigned byte, bit;
-};
-
-struct cell_places {
-  unsigned antennas;
-  place rsrp[max_antennas], measured_rsrp;
-  place rsrq[max_antennas], measured_rsrq;
-  place rssi[max_antennas], max_rssi;
-  place snr[max_antennas];
-};
-
-// clang-format off
-constexpr cell_places cell_of_4{2,
-    {{10, 10}, {14, 12}}, {18, 12},
-    {{22, 12}, {26, 0}}, {26, 20},
-    {{30, 10}, {30, 21}}, {34, 0},
-    {{58, 0}, {58, 9}}};
-constexpr cell_places cell_of_7{2,
-    {{12, 10}, {16, 12}}, {20, 12},
-    {{24, 12}, {28, 0}}, {28, 20},
-    {{32, 10}, {32, 21}}, {36, 0},
-    {{60, 0}, {60, 9}}};
-constexpr cell_places cell_of_18{2,
-    {{16, 10}, {20, 12}}, {24, 12},
-    {{28, 12}, {32, 0}}, {32, 20},
-    {{36, 10}, {36, 21}}, {40, 0},
-    {{64, 0}, {64, 9}}};
-constexpr cell_places cell_of_22{2,
-    {{16, 10}, {20, 12}}, {28, 12},
-    {{32, 12}, {36, 0}}, {40, 10},
-    {{44, 10}, {44, 21}}, {52, 0},
-    {{76, 0}, {76, 9}}};
-constexpr cell_places cell_of_24{2,
-    {{16, 11}, {20, 12}}, {24, 12},  // the first is one bit later than everywhere else: doubtful
-    {{28, 12}, {32, 0}}, {32, 20},
-    {{36, 10}, {36, 21}}, {40, 0},
-    {{64, 0}, {64, 9}}};
-constexpr cell_places cell_of_35{4,
-    {{16, 10}, {20, 12}, {24, 12}, {28, 0}}, {28, 12},
-    {{36, 0}, {36, 20}, {40, 10}, {40, 20}}, {44, 0},
-    {{48, 0}, {48, 11}, {52, 0}, {52, 11}}, {56, 0},
-    {{80, 0}, {80, 9}, {84, 0}, {84, 9}}};
-constexpr cell_places cell_of_40{4,
-    {{16, 10}, {20, 12}, {24, 12}, {32, 0}}, {32, 12},
-    {{40, 0}, {40, 20}, {44, 10}, {44, 20}}, {48, 0},
-    {{52, 0}, {52, 11}, {56, 0}, {56, 11}}, {60, 0},
-    {{84, 0}, {84, 9}, {88, 0}, {88, 9}}};
-constexpr cell_places cell_of_48{4,
-    {{16, 10}, {20, 12}, {24, 12}, {32, 0}}, {32, 12},
-    {{40, 0}, {40, 20}, {44, 10}, {44, 20}}, {48, 0},
-    {{52, 0}, {52, 11}, {56, 0}, {56, 11}}, {60, 0},
-    {{92, 0}, {92, 9}, {96, 0}, {96, 9}}};
-
-namespace at {
-constexpr unsigned body = lte::sub_packet_head;  // byte; the offsets below are relative to it
-constexpr bit_field<u32> short_earfcn{"earfcn", 0, 16};
-constexpr bit_field<u32> earfcn{"earfcn", 0, 32};
-constexpr auto num_cells = at_byte<u16>("num_cells", 4);
-constexpr auto rx_valid = at_byte<u16>("rx_valid", 6);
-// Relative to a cell:
-constexpr bit_field<u16> pci{"pci", 0, 9};
-constexpr bit_field<u8> srv_cell_idx{"srv_cell_idx", 9, 3};
-constexpr bit_field<u8> is_srv_cell{"is_srv_cell", 12, 1};
-}  // namespace at
-
-constexpr auto none = absent<u16>;
-
-/// Without num_cells there is one cell; without is_srv_cell it is the serving cell.
-struct body_layout {
-  unsigned version;
-  bit_field<u32> earfcn;
-  bit_field<u16> num_cells, rx_valid;
-  unsigned cells, stride;  // bytes
-  bit_field<u8> is_srv_cell;
-  const cell_places& cell;
-};
-constexpr body_layout layouts[] = {
-    { 4, at::short_earfcn, none,          none,          2,   0, absent<u8>,      cell_of_4},
-    { 7, at::earfcn,       none,          none,          4,   0, absent<u8>,      cell_of_7},
-    {18, at::earfcn,       none,          none,          4,   0, at::is_srv_cell, cell_of_18},
-    {19, at::earfcn,       at::num_cells, none,          8,  88, at::is_srv_cell, cell_of_18},
-    {22, at::earfcn,       at::num_cells, none,          8, 120, at::is_srv_cell, cell_of_22},
-    {24, at::earfcn,       at::num_cells, none,          8,  92, at::is_srv_cell, cell_of_24},
-    {35, at::earfcn,       at::num_cells, none,          8, 124, at::is_srv_cell, cell_of_35},
-    {36, at::earfcn,       at::num_cells, at::rx_valid,  8, 128, at::is_srv_cell, cell_of_35},
-    {40, at::earfcn,       at::num_cells, at::rx_valid,  8, 132, at::is_srv_cell, cell_of_40},
-    {48, at::earfcn,       at::num_cells, at::rx_valid, 12, 140, at::is_srv_cell, cell_of_48},
-};
+using namespace lte::b193;
 
 /// A measured quantity: one value per antenna, and one combined.
 struct quantity {
@@ -119,7 +31,8 @@ constexpr quantity rssi_of{
     {"rssi_rx0", "rssi_rx1", "rssi_rx2", "rssi_rx3"}, "max_rssi", 11, modem_stats_i2f_rssi};
 constexpr quantity snr_of{
     {"snr_rx0", "snr_rx1", "snr_rx2", "snr_rx3"}, nullptr, 9, modem_stats_i2f_snr};
-// clang-format on
+constexpr quantity filtered_rsrp_of{{}, "filtered_rsrp", 12, modem_stats_i2f_rsrp};
+constexpr quantity filtered_rsrq_of{{}, "filtered_rsrq", 12, modem_stats_i2f_rsrq};
 
 constexpr u8 serving_cell_measurement_result = 25;  // sub-packet id
 constexpr unsigned max_cells = 4;
@@ -167,51 +80,123 @@ void find_serving_cell(packet_decoder& in, const body_layout& layout, unsigned n
   const unsigned first = in.block() + layout.cells;
   for (unsigned i = 0; i < num_cells; ++i) {
     in.block_at(first + i * layout.stride);
-    if (in.bits_or(layout.is_srv_cell, u8{1}) != 0) return;
+    if (in.bits_or(layout.head.is_srv_cell, u8{1}) != 0) return;
   }
   in.block_at(first);
 }
 
+/// What all values of a cell are about.
+struct cell_identity {
+  u32 earfcn;
+  u16 num_cells, pci;
+  u8 srv_cell_idx, is_srv_cell;
+};
+
+void print(packet_decoder& in, u8 version, const cell_identity& cell, u16 rx_valid) {
+  in.print(
+      "version = %d, earfcn = %d, rx_valid = %d, pci = %d, is_srv_cell = %d, srv_cell_idx = %d, "
+      "num_cells = %d",
+      version, cell.earfcn, rx_valid, cell.pci, cell.is_srv_cell, cell.srv_cell_idx,
+      cell.num_cells);
+  in.print("subpacket_id = %d", serving_cell_measurement_result);
+}
+
+struct antenna_levels {
+  raw_values raw_rsrp;
+  values rsrp, rsrq, rssi, snr;
+};
+
+antenna_levels read_levels(packet_decoder& in, const cell_places& cell) {
+  antenna_levels levels;
+  levels.raw_rsrp = read_raw(in, rsrp_of, cell.antennas, cell.rsrp);
+  levels.rsrp = converted(rsrp_of, levels.raw_rsrp);
+  levels.rsrq = converted(rsrq_of, read_raw(in, rsrq_of, cell.antennas, cell.rsrq));
+  levels.rssi = converted(rssi_of, read_raw(in, rssi_of, cell.antennas, cell.rssi));
+  if (cell.has_snr) {
+    levels.snr = converted(snr_of, read_raw(in, snr_of, cell.antennas, cell.snr));
+  } else {
+    levels.snr.fill(std::numeric_limits<float>::quiet_NaN());
+  }
+  return levels;
+}
+
+/// RSRQ is RSRP less RSSI, times the number of resource blocks. If this is so on every antenna for
+/// a bandwidth that there is, the values are where they were looked for.
+bool is_consistent(const antenna_levels& levels, u16 rx_valid) {
+  constexpr double tolerance = 0.3;  // dB
+  constexpr double bandwidths[] = {6, 15, 25, 50, 75, 100};
+  return std::ranges::any_of(bandwidths, [&](double blocks) {
+    for (unsigned i = 0; i < max_antennas; ++i) {
+      const double expected = 10 * std::log10(blocks) + levels.rsrp[i] - levels.rssi[i];
+      if ((rx_valid >> i & 1) != 0 && std::fabs(levels.rsrq[i] - expected) > tolerance) {
+        return false;
+      }
+    }
+    return true;
+  });
+}
+
+/// All that is known of a cell whose antennas are not.
+void print_filtered(packet_decoder& in, u8 version, const cell_identity& identity, u16 rx_valid,
+                    const cell_places& cell) {
+  const auto rsrp = read_combined(in, filtered_rsrp_of, cell.filtered_rsrp);
+  const auto rsrq = read_combined(in, filtered_rsrq_of, cell.filtered_rsrq);
+  print(in, version, identity, rx_valid);
+  in.print("filtered_rsrp = %.2f, filtered_rsrq = %.2f", rsrp, rsrq);
+}
+
 void decode(packet_decoder& in, u8 version, unsigned sub_packet, u8 version_ssmr) {
   const auto& layout = in.layout_for(version_ssmr, layouts, "lte_srv_meas");
+  const auto size = in.peek(at_byte<u16>("size_sub", 2), u16{0});
   in.block_at(sub_packet + at::body);
-  const auto earfcn = in.bits(layout.earfcn);
-  const auto num_cells = in.bits_or(layout.num_cells, u16{1});
+  cell_identity identity{};
+  identity.earfcn = in.bits(layout.earfcn);
+  identity.num_cells = in.bits_or(layout.num_cells, u16{1});
+  const auto num_cells = identity.num_cells;
   in.check_valid(num_cells > 0, num_cells, "num_cells");
-  if (!in.check_count(num_cells, max_cells, "num_cells")) return;
+  const unsigned most_cells = layout.values == antenna_values::unknown ? 1 : max_cells;
+  if (!in.check_count(num_cells, most_cells, "num_cells")) return;
+  if (layout.from != origin::product) {
+    // The stride is not in the packet, and only these sizes are known.
+    in.check_valid(size == at::body + layout.cells + num_cells * layout.stride, size, "size_sub");
+  }
   const auto rx_valid_given = in.bits_or(layout.rx_valid, u16{0});
 
   find_serving_cell(in, layout, num_cells);
-  const auto pci = in.bits(at::pci);
-  const auto srv_cell_idx = in.bits(at::srv_cell_idx);
-  const auto is_srv_cell = in.bits_or(layout.is_srv_cell, u8{1});
+  const auto& head = layout.head;
+  identity.pci = in.bits(head.pci);
+  identity.srv_cell_idx = in.bits_or(head.srv_cell_idx, u8{0});
+  identity.is_srv_cell = in.bits_or(head.is_srv_cell, u8{1});
+  const auto rx_valid_of_cell = in.bits_or(head.rx_valid, rx_valid_given);
   const auto& cell = layout.cell;
-  const auto raw_rsrp = read_raw(in, rsrp_of, cell.antennas, cell.rsrp);
-  const auto rsrp = converted(rsrp_of, raw_rsrp);
-  const auto rsrq = converted(rsrq_of, read_raw(in, rsrq_of, cell.antennas, cell.rsrq));
-  const auto rssi = converted(rssi_of, read_raw(in, rssi_of, cell.antennas, cell.rssi));
-  const auto snr = converted(snr_of, read_raw(in, snr_of, cell.antennas, cell.snr));
+  if (layout.values == antenna_values::unknown) {
+    return print_filtered(in, version, identity, rx_valid_of_cell, cell);
+  }
+  const auto levels = read_levels(in, cell);
   const auto offset = cell.antennas == max_antennas ? offset_of_4_antennas : 0;
   const auto avg_rsrp = read_combined(in, rsrp_of, cell.measured_rsrp, offset);
   const auto avg_rsrq = read_combined(in, rsrq_of, cell.measured_rsrq);
   const auto max_rssi = read_combined(in, rssi_of, cell.max_rssi);
-  const auto rx_valid = layout.rx_valid.name != nullptr ? rx_valid_given : antennas_of(raw_rsrp);
+  const bool is_given = layout.rx_valid.name != nullptr || head.rx_valid.name != nullptr;
+  const auto rx_valid = is_given ? rx_valid_of_cell : antennas_of(levels.raw_rsrp);
+  if (layout.values == antenna_values::if_consistent && !is_consistent(levels, rx_valid)) {
+    return print_filtered(in, version, identity, rx_valid, cell);
+  }
 
-  in.print(
-      "version = %d, earfcn = %d, rx_valid = %d, pci = %d, is_srv_cell = %d, srv_cell_idx = %d, "
-      "num_cells = %d",
-      version, earfcn, rx_valid, pci, is_srv_cell, srv_cell_idx, num_cells);
-  in.print("subpacket_id = %d", serving_cell_measurement_result);
-  print(in, rsrp_of, rsrp);
-  print(in, rsrq_of, rsrq);
-  print(in, rssi_of, rssi);
-  print(in, snr_of, snr);
+  print(in, version, identity, rx_valid);
+  print(in, rsrp_of, levels.rsrp);
+  print(in, rsrq_of, levels.rsrq);
+  print(in, rssi_of, levels.rssi);
+  if (cell.has_snr) print(in, snr_of, levels.snr);
   in.print("avg_rsrp = %.2f, avg_rsrq = %.2f, max_rssi = %.2f", avg_rsrp, avg_rsrq, max_rssi);
   in.check_valid(rx_valid > 0 && rx_valid <= all_antennas, rx_valid, "rx_valid");
-  const auto& record = srv_cell_idx == 0 ? lte_srv_meas_pcc_record : lte_srv_meas_scc_record;
+  const auto& record =
+      identity.srv_cell_idx == 0 ? lte_srv_meas_pcc_record : lte_srv_meas_scc_record;
+  const auto& [raw_rsrp, rsrp, rsrq, rssi, snr] = levels;
   in.publish(
-      record, "version"_f = version, "version_ssmr"_f = version_ssmr, "earfcn"_f = earfcn,
-      "pci"_f = pci, "is_srv_cell"_f = is_srv_cell, "srv_cell_idx"_f = srv_cell_idx,
+      record, "version"_f = version, "version_ssmr"_f = version_ssmr, "earfcn"_f = identity.earfcn,
+      "pci"_f = identity.pci, "is_srv_cell"_f = identity.is_srv_cell,
+      "srv_cell_idx"_f = identity.srv_cell_idx,
       "rx_valid"_f = rx_valid,  //
       "rsrp_rx0"_f = rsrp[0], "rsrq_rx0"_f = rsrq[0], "rssi_rx0"_f = rssi[0], "snr_rx0"_f = snr[0],
       "rsrp_rx1"_f = rsrp[1], "rsrq_rx1"_f = rsrq[1], "rssi_rx1"_f = rssi[1], "snr_rx1"_f = snr[1],

@@ -94,7 +94,7 @@ inline constexpr auto lte_tx_power_head =
 inline constexpr null_rule lte_no_pusch = null_if_other("pusch_tx_power", -128);
 inline constexpr auto lte_tx_power_report =
     fields(field<i8>{"pucch_tx_power", of::pucch_tx_power, null_if(-128)},
-           field<u8>{"pusch_num_res_blocks", of::num_pusch_rb, lte_no_pusch},
+           field<u8>{"pusch_num_res_blocks", of::num_pusch_rb, null_if(0)},
            field<u8>{"pusch_modulation_type", of::pusch_modulation_code, lte_no_pusch},
            field<i8>{"pusch_tx_power", of::pusch_tx_power, null_if(-128)},
            field<u8>{"pusch_mcs", of::pusch_mcs, lte_no_pusch});

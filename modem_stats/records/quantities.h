@@ -29,13 +29,13 @@ inline constexpr quantity sub_packet_version{
 inline constexpr quantity num_records{"num_records", "entries in the packet"};
 inline constexpr quantity num_reports{"num_reports", "reports in the packet"};
 inline constexpr quantity num_power_infos{"num_power_infos", "power infos in the packet"};
-inline constexpr quantity num_carriers{"num_carriers", "carriers of the packet's last entry"};
+inline constexpr quantity num_carriers{"num_carriers", "carriers of the last entry in the packet"};
 
 // Cells.
 inline constexpr quantity pci{"pci", "physical cell identity"};
 inline constexpr quantity dl_earfcn{"dl_earfcn", "downlink EARFCN"};
 inline constexpr quantity ul_earfcn{"ul_earfcn", "uplink EARFCN"};
-inline constexpr quantity ssb_nr_arfcn{"ssb_nr_arfcn", "NR-ARFCN of the cell's SSB"};
+inline constexpr quantity ssb_nr_arfcn{"ssb_nr_arfcn", "NR-ARFCN of the SSB of the cell"};
 inline constexpr quantity dl_nr_arfcn{"dl_nr_arfcn", "NR-ARFCN of the downlink carrier"};
 inline constexpr quantity ul_nr_arfcn{"ul_nr_arfcn", "NR-ARFCN of the uplink carrier"};
 inline constexpr quantity band{"band", "band number"};
@@ -132,16 +132,16 @@ inline constexpr quantity rnti_type_code =
 inline constexpr quantity num_layers{"num_layers", "spatial layers of the block"};
 inline constexpr quantity num_crnti_layers{"num_crnti_layers",
                                            "spatial layers of the last block for the C-RNTI"};
-inline constexpr quantity tb_sum = in_bytes("tb_sum_bytes", "size of the packet's blocks");
+inline constexpr quantity tb_sum = in_bytes("tb_sum_bytes", "size of the blocks in the packet");
 inline constexpr quantity tb_crnti_sum =
-    in_bytes("tb_crnti_sum_bytes", "size of the packet's blocks for the C-RNTI");
-inline constexpr quantity crc_passed{"crc_passed", "1 if the block's checksum was right"};
+    in_bytes("tb_crnti_sum_bytes", "size of the blocks for the C-RNTI in the packet");
+inline constexpr quantity crc_passed{"crc_passed", "1 if the checksum of the block was right"};
 inline constexpr quantity num_pdsch_decodes_total{"num_pdsch_decodes_total",
-                                                  "PDSCH decodes since the modem's start"};
+                                                  "PDSCH decodes since the start of the modem"};
 inline constexpr quantity num_crc_failures_total{"num_crc_failures_total",
                                                  "of them with a wrong checksum"};
 inline constexpr quantity tb_total =
-    in_bytes("tb_total_bytes", "size of blocks since the modem's start, modulo 2^32");
+    in_bytes("tb_total_bytes", "size of blocks since the start of the modem, modulo 2^32");
 
 // Buffer status reports.
 inline constexpr quantity bsr_lcg3_average =
@@ -185,7 +185,7 @@ inline constexpr quantity rlf_cause_code =
 inline constexpr quantity handover_time{"handover_time", "duration of the handover"};
 inline constexpr quantity handover_type_code = code("handover_type_code", "always 1");
 inline constexpr quantity scg_failure_cause_code =
-    code("scg_failure_cause_code", "cause of the secondary cell group's failure");
+    code("scg_failure_cause_code", "cause of the failure of the secondary cell group");
 inline constexpr quantity num_cc_groups{"num_cc_groups", "groups of contiguous carriers"};
 inline constexpr quantity num_nrdc_cc_groups{"num_nrdc_cc_groups",
                                              "such groups of the NR-DC secondary cell group"};
@@ -236,7 +236,7 @@ inline constexpr quantity fc_level_last{"fc_level_last", "its level before"};
 inline constexpr quantity fc_level_current{"fc_level_current", "its level after"};
 
 // Calls and IMS.
-inline constexpr quantity cm_call_id{"cm_call_id", "number of the call manager's call"};
+inline constexpr quantity cm_call_id{"cm_call_id", "number that the call manager gave the call"};
 inline constexpr quantity num_calls{"num_calls", "calls that end"};
 inline constexpr quantity call_type_code = code("call_type_code", "kind of call");
 inline constexpr quantity service_type_code = code("service_type_code", "kind of service");
@@ -266,8 +266,8 @@ inline constexpr quantity call_setup_delay{"call_setup_delay_ms", "time until th
                                            value_type::integer, unit::ms};
 inline constexpr quantity rat_code = code("rat_code", "radio technology; codes not published");
 inline constexpr quantity originating_url_size =
-    in_bytes("originating_url_bytes", "size of the caller's URI");
+    in_bytes("originating_url_bytes", "size of the URI of the caller");
 inline constexpr quantity terminating_url_size =
-    in_bytes("terminating_url_bytes", "size of the called party's URI");
+    in_bytes("terminating_url_bytes", "size of the URI of the called party");
 
 }  // namespace modem_stats::of

@@ -5,11 +5,25 @@
 #include "modem_stats/parsers.h"
 #include "modem_stats/records/wcdma_gsm_ims.h"
 
+namespace modem_stats {
+namespace {
+
+struct head_layout {
+  unsigned version;
+  unsigned before_levels;  // bytes after the version
+  origin from = origin::product;
+};
+constexpr head_layout layouts[] = {
+    {5, 2}, {8, 2}, {1, 0, origin::inferred}, {3, 0, origin::inferred}};
+
+}  // namespace
+}  // namespace modem_stats
+
 void modem_stats_parse_4179_diag_log_wcdma_pn_search_edition2(modem_stats::packet_decoder& in) {
   using namespace modem_stats;
   const auto version = in.next<u8>("version");
-  in.check_version(version, {5, 8});
-  in.skip(2);
+  const auto& layout = in.layout_for(version, layouts);
+  in.skip(layout.before_levels);
   const auto rx_agc_old_0 = in.next<i16>("rx_agc_old_0");
   const auto rx_agc_old_1 = in.next<i16>("rx_agc_old_1");
   const f32 rx_agc_0 = modem_stats_wcdma_rssi(rx_agc_old_0);

@@ -1,9 +1,11 @@
 // Every packet of the captures through its decoder, next to what independent decoders made of it.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <filesystem>
+#include <iostream>
 #include <map>
 #include <sstream>
 #include <string>
@@ -13,6 +15,7 @@
 #include "captures/folders.h"
 #include "captures/independent_values.h"
 #include "decode/input/byte_source.h"
+#include "modem_stats/columns.h"
 #include "support/decoded.h"
 
 namespace {
@@ -36,48 +39,101 @@ bool is_misplaced(char decoder, const nlohmann::json& packet) {
   return decoder == 'b' && packet["file"] == "hexpackets_dev.qmdl" && packet["index"] == 14;
 }
 
-struct count {
-  std::size_t packets = 0;
-  std::size_t fields = 0;
-  std::size_t rejected = 0;  // versions that are not supported
-};
-
-class captures_in : public testing::TestWithParam<fs::path> {};
-
-TEST_P(captures_in, decoders_agree_with_independent_ones_field_by_field) {
-  std::map<std::uint16_t, count> counts;
-  for (const auto& file : fs::directory_iterator(GetParam() / "expected")) {
+/// Calls `check` with every packet, and the decoder that it was given to.
+template <typename Check>
+void for_each_packet(const fs::path& folder, Check check) {
+  for (const auto& file : fs::directory_iterator(folder / "expected")) {
     auto name = file.path().filename().string();
     if (name.ends_with(".gz")) name.resize(name.size() - 3);
     if (!name.ends_with(".jsonl")) continue;
     const char decoder = name.at(name.size() - std::string_view("a.jsonl").size());
     std::istringstream lines(unpacked(file));
     for (std::string line; std::getline(lines, line);) {
-      const auto packet = nlohmann::json::parse(line);
-      const auto code =
-          static_cast<std::uint16_t>(std::stoul(packet["code"].get<std::string>(), nullptr, 16));
-      const auto ours = decoded::log(code, packet["payload_hex"].get<std::string>());
-      const auto& theirs = packet["decoded"];
-      if (theirs.is_null() || is_misplaced(decoder, packet)) continue;
-      auto& sum = counts[code];
-      if (ours.lines.find("VERSION_NOT_SUPPORT") != std::string::npos) {
-        ++sum.rejected;
-        continue;
-      }
-      const auto expected = captures::expectations(decoder, code, theirs);
-      if (expected.empty()) continue;
-      ++sum.packets;
-      const auto values = captures::values_in(ours.lines);
-      for (const auto& one : expected) {
-        ++sum.fields;
-        const auto found = values.find(one.name);
-        ASSERT_NE(found, values.end()) << one.name << " in " << line << '\n' << ours.lines;
-        EXPECT_LE(std::fabs(found->second - one.value), one.tolerance)
-            << one.name << " is " << one.value << " in " << line << '\n'
-            << ours.lines;
-      }
+      check(decoder, nlohmann::json::parse(line));
     }
   }
+}
+
+std::uint16_t code_of(const nlohmann::json& packet) {
+  return static_cast<std::uint16_t>(std::stoul(packet["code"].get<std::string>(), nullptr, 16));
+}
+
+struct count {
+  std::size_t packets = 0;
+  std::size_t fields = 0;
+  std::size_t rejected = 0;  // versions that are not supported
+};
+
+struct mean {
+  double total = 0;
+  std::size_t count = 0;
+
+  void add(double value) {
+    total += value;
+    ++count;
+  }
+};
+
+std::ostream& operator<<(std::ostream& out, const mean& of) {
+  out << of.count << " values";
+  if (of.count > 0) out << ", mean " << of.total / static_cast<double>(of.count);
+  return out;
+}
+
+/// The levels of receive chains: all of them as they are stored, and those that are not null.
+class level_means final : public modem_stats::record_sink {
+ public:
+  struct level {
+    mean stored, measured;
+    double lowest = 0;
+  };
+  std::map<std::string, level> levels;  // by record and column
+
+  void record(const modem_stats::record_schema& schema,
+              const modem_stats::record_data& data) override {
+    for (const auto& column : modem_stats::columns_of(schema.parts().front())) {
+      if (std::string_view(column.name).find("_rx") == std::string_view::npos ||
+          column.type != modem_stats::value_type::number) {
+        continue;
+      }
+      const double value = load_field(*column.field, data.bytes.subspan(column.byte)).real;
+      if (std::isnan(value)) continue;
+      auto& sums = levels[std::string(schema.name) + " " + column.name];
+      sums.stored.add(value);
+      if (column.is_null(data.bytes.data())) continue;
+      sums.measured.add(value);
+      sums.lowest = sums.measured.count == 1 ? value : std::min(sums.lowest, value);
+    }
+  }
+};
+
+class captures_in : public testing::TestWithParam<fs::path> {};
+
+TEST_P(captures_in, decoders_agree_with_independent_ones_field_by_field) {
+  std::map<std::uint16_t, count> counts;
+  for_each_packet(GetParam(), [&](char decoder, const nlohmann::json& packet) {
+    const auto code = code_of(packet);
+    const auto ours = decoded::log(code, packet["payload_hex"].get<std::string>());
+    const auto& theirs = packet["decoded"];
+    if (theirs.is_null() || is_misplaced(decoder, packet)) return;
+    auto& sum = counts[code];
+    if (ours.lines.find("VERSION_NOT_SUPPORT") != std::string::npos) {
+      ++sum.rejected;
+      return;
+    }
+    const auto expected = captures::expectations(decoder, code, theirs);
+    if (expected.empty()) return;
+    ++sum.packets;
+    const auto values = captures::values_in(ours.lines);
+    for (const auto& one : expected) {
+      ++sum.fields;
+      const auto found = values.find(one.name);
+      ASSERT_NE(found, values.end()) << one.name << " in " << packet << '\n' << ours.lines;
+      EXPECT_LE(std::fabs(found->second - one.value), one.tolerance)
+          << one.name << " is " << one.value << " in " << packet << '\n'
+          << ours.lines;
+    }
+  });
   // Sub-packet version 49 of 0xB062 is in one packet, which none of the others decodes.
   EXPECT_EQ(counts[0xB062].packets, 0U);
   for (const int code : {0xB064, 0xB0C2, 0xB14E, 0xB16E, 0xB16F, 0xB173, 0xB193, 0xB823, 0xB97F}) {
@@ -87,6 +143,28 @@ TEST_P(captures_in, decoders_agree_with_independent_ones_field_by_field) {
     std::printf(
         "0x%04X: %zu packets, %zu fields compared, %zu of versions that are not supported\n", code,
         sum.packets, sum.fields, sum.rejected);
+  }
+}
+
+TEST_P(captures_in, means_of_levels_are_without_markers) {
+  level_means all;
+  for_each_packet(GetParam(), [&](char decoder, const nlohmann::json& packet) {
+    if (decoder != 'a') return;  // the same packets again
+    const auto payload = support::hex(packet["payload_hex"].get<std::string>());
+    modem_stats::stream_state state;
+    decode_packet({modem_stats::packet_kind::log, code_of(packet), 0, payload}, {.records = &all},
+                  state, modem_stats::version_set::all);
+  });
+  EXPECT_FALSE(all.levels.empty());
+  // What a raw value of 0, which stands for nothing measured, comes out as.
+  const std::map<std::string, double> markers{
+      {"rsrp", -180}, {"rsrq", -30}, {"rssi", -110}, {"snr", -20}};
+  for (const auto& [name, level] : all.levels) {
+    std::cout << name << ": stored " << level.stored << "; measured " << level.measured << '\n';
+    const auto column = name.substr(name.find(' ') + 1);
+    if (level.measured.count > 0) {
+      EXPECT_GT(level.lowest, markers.at(column.substr(0, column.find('_')))) << name;
+    }
   }
 }
 

@@ -76,6 +76,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   decode_packet({kind, id, data[2], payload},
                 {.lines = (data[0] & 2) != 0 ? &all : nullptr,
                  .records = (data[0] & 4) != 0 ? &all : nullptr},
-                state);
+                state, (data[0] & 16) != 0 ? version_set::all : version_set::product);
   return 0;
 }

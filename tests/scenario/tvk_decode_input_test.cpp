@@ -46,8 +46,8 @@ bytes frame(std::size_t number) {
 }
 std::string line(std::size_t number) {
   return R"({"time":"2016-03-23T21:55:49.773832Z","radio":)" + std::to_string(number) +
-         R"(,"log":"0x1568","name":"ims_rtp_sn_and_payload","data_id":136,"version":13,)"
-         R"("codec_type":1,"frame_type":8})"
+         R"(,"log":"0x1568","name":"ims_rtp_sn_and_payload","data_id":136,)"
+         R"("packet_version":"13","codec_code":1,"codec":"AMR_WB","frame_type_code":8})"
          "\n";
 }
 

@@ -44,14 +44,15 @@ const bytes voice =
     hex("1000 2500 2500 6815 BE0C0B9E34DDD400 0D013412D4C3B2A100710200010021002000000F0008010000");
 const std::string cell_info_line =
     R"({"time":"2016-03-23T21:55:49.772582Z","radio":1,"log":"0xB0C2",)"
-    R"("name":"lte_rrc_serving_cell_info","data_id":129,"version":3,"mcc":310,"mnc_num":3,)"
-    R"("mnc":260,"tac":42235,"cgi":6508556,"pci":289,"freq_band_ind":2,"dl_earfcn":976,)"
-    R"("dl_bw_RB":25,"ul_earfcn":18976,"ul_bw_RB":25,"allow_access":1})"
+    R"("name":"lte_rrc_serving_cell_info","data_id":129,"packet_version":"3","mcc":310,)"
+    R"("num_mnc_digits":3,"mnc":260,"tac":42235,"cell_identity":6508556,"pci":289,"band":2,)"
+    R"("dl_earfcn":976,"num_dl_rb":25,"dl_bandwidth_MHz":5,"ul_earfcn":18976,"num_ul_rb":25,)"
+    R"("ul_bandwidth_MHz":5,"allow_access":1})"
     "\n";
 std::string voice_line(int radio = 1) {
   return R"({"time":"2016-03-23T21:55:49.773832Z","radio":)" + std::to_string(radio) +
-         R"(,"log":"0x1568","name":"ims_rtp_sn_and_payload","data_id":136,"version":13,)"
-         R"("codec_type":1,"frame_type":8})"
+         R"(,"log":"0x1568","name":"ims_rtp_sn_and_payload","data_id":136,)"
+         R"("packet_version":"13","codec_code":1,"codec":"AMR_WB","frame_type_code":8})"
          "\n";
 }
 
@@ -62,17 +63,17 @@ const bytes events =
         "96E5 0B00 04 0A000000");
 const std::string events_lines =
     R"({"time":"2016-03-23T21:55:49.772582Z","radio":1,"event":1606,"name":"lte_rrc_state",)"
-    R"("data_id":5,"rrc_state":4})"
+    R"("data_id":5,"lte_rrc_state_code":4,"lte_rrc_state":"connected"})"
     "\n"
     R"({"time":"2016-03-23T21:55:49.772582Z","radio":1,"event":1606,)"
-    R"("name":"lte_rrc_state_change","data_id":127,"rrc_active_time":0,"rrc_setup_count":1,)"
+    R"("name":"lte_rrc_state_change","data_id":127,"rrc_active_time":null,"num_rrc_setups":1,)"
     R"("rrc_setup":1})"
     "\n"
     R"({"time":"2016-03-23T21:55:49.772578Z","radio":1,"event":1428,)"
     R"("name":"ims_sip_session_start","data_id":119,"sip_call_id":67305985})"
     "\n"
     R"({"time":"2016-03-23T21:55:49.772584Z","radio":1,"event":631,"name":"cm_call_end",)"
-    R"("data_id":118,"num_calls":1,"call_id":2})"
+    R"("data_id":118,"num_calls":1,"cm_call_id":2})"
     "\n"
     R"({"time":"2016-03-23T21:55:50.080071Z","radio":1,"event":1430,)"
     R"("name":"ims_sip_session_established","data_id":121,"sip_call_id":10})"
@@ -163,6 +164,12 @@ TEST_F(tvk_decode, filters_and_formats) {
   const auto established = events_lines.rfind("{\"time");
   EXPECT_EQ(lines({"--event", "1430"}), events_lines.substr(established));
 
+  const auto search =
+      made("search", diag_frame(hex("1000 1100 1100 7941 BE0C0A9E34DDD400 01 21FF 0002")));
+  EXPECT_NE(decode({"-f", "jsonl", search}).output.find("\"rssi_rx0_dBm\":-77.10"),
+            std::string::npos);
+  EXPECT_EQ(decode({"-f", "jsonl", "--no-extra-versions", search}).output, "");
+
   const auto text = decode({"--time", "--code", "0xB0C2", path}).output;
   EXPECT_EQ(text,
             "2016-03-23T21:55:49.772582Z 1: modem_stats_diag_process_log_ex: log_id 0xb0c2, "
@@ -173,22 +180,22 @@ TEST_F(tvk_decode, filters_and_formats) {
             "ul_earfcn 18976, ul_bw 25, allow_access 1\n");
   EXPECT_EQ(decode({"-f", "csv", "--raw", "-o", dir_.file("csv"), path}).exit_status, 0);
   EXPECT_EQ(read_file(dir_.file("csv/ims_rtp_sn_and_payload.csv")),
-            "time,radio,source,version,codec_type,frame_type,raw\n"
-            "2016-03-23T21:55:49.773832Z,2,0x1568,13,1,8,0d0108\n");
+            "time,radio,source,packet_version,codec_code,codec,frame_type_code,raw\n"
+            "2016-03-23T21:55:49.773832Z,2,0x1568,13,1,AMR_WB,8,0d0108\n");
   EXPECT_EQ(read_file(dir_.file("csv/cm_call_end.csv")),
-            "time,radio,source,num_calls,call_id,raw\n"
+            "time,radio,source,num_calls,cm_call_id,raw\n"
             "2016-03-23T21:55:49.772584Z,1,631,1,2,0102\n");
   const auto powers = made(
       "powers", diag_frame(hex("1000 7800 7800 6DB1 BE0C0A9E34DDD400 30000002 00000000 1066e623 f4 "
                                "00*43 00000000 1166e623 07040000 00*28 e001000300000000 00*4")));
   EXPECT_EQ(decode({"-f", "csv", "-o", dir_.file("csv"), powers}).exit_status, 0);
   EXPECT_EQ(read_file(dir_.file("csv/lte_tx_power.csv")),
-            "time,radio,source,version,num,reports\n"
+            "time,radio,source,packet_version,num_reports,reports\n"
             "2016-03-23T21:55:49.772582Z,1,0xB16D,48,2,"
-            R"("[{""pucch_tx_power_dBm"":-12,""pusch_num_res_blocks_RB"":0,)"
-            R"(""pusch_modulation_type"":0,""pusch_tx_power_dBm"":-128,""pusch_mcs"":0},)"
-            R"({""pucch_tx_power_dBm"":-128,""pusch_num_res_blocks_RB"":4,)"
-            R"(""pusch_modulation_type"":3,""pusch_tx_power_dBm"":7,""pusch_mcs"":15}]")"
+            R"("[{""pucch_tx_power_dBm"":-12,""num_pusch_rb"":null,""pusch_modulation_code"":null,)"
+            R"(""pusch_modulation"":null,""pusch_tx_power_dBm"":null,""pusch_mcs"":null},)"
+            R"({""pucch_tx_power_dBm"":null,""num_pusch_rb"":4,""pusch_modulation_code"":3,)"
+            R"(""pusch_modulation"":""64QAM"",""pusch_tx_power_dBm"":7,""pusch_mcs"":15}]")"
             "\n");
 }
 

@@ -17,6 +17,7 @@ class decoded final : modem_stats::line_sink, modem_stats::record_sink {
  public:
   std::string lines;  // without the dispatcher's own
   std::vector<std::string> records;
+  std::vector<std::string> beside;  // the bytes beside each of them, in hexadecimal
   modem_stats::stream_state state;  // after the packet
 
   static decoded log(std::uint16_t code, std::string_view payload) {
@@ -24,6 +25,11 @@ class decoded final : modem_stats::line_sink, modem_stats::record_sink {
   }
   static decoded log(std::uint16_t code, const bytes& payload) {
     return decoded(modem_stats::packet_kind::log, code, payload);
+  }
+  /// With the versions that the product's parsers reject.
+  static decoded log_of_any_version(std::uint16_t code, std::string_view payload) {
+    return decoded(modem_stats::packet_kind::log, code, hex(payload), {},
+                   modem_stats::version_set::all);
   }
   static decoded event(std::uint16_t id, std::string_view payload,
                        const modem_stats::stream_state& before = {}) {
@@ -38,9 +44,11 @@ class decoded final : modem_stats::line_sink, modem_stats::record_sink {
 
  private:
   decoded(modem_stats::packet_kind kind, std::uint16_t id, const bytes& payload,
-          const modem_stats::stream_state& before = {})
+          const modem_stats::stream_state& before = {},
+          modem_stats::version_set versions = modem_stats::version_set::product)
       : state(before) {
-    modem_stats::decode_packet({kind, id, 0, payload}, {.lines = this, .records = this}, state);
+    modem_stats::decode_packet({kind, id, 0, payload}, {.lines = this, .records = this}, state,
+                               versions);
     lines.erase(0, lines.find('\n') + 1);
   }
 
@@ -48,13 +56,18 @@ class decoded final : modem_stats::line_sink, modem_stats::record_sink {
 
   void record(const modem_stats::record_schema& schema,
               const modem_stats::record_data& data) override {
-    std::string text = std::to_string(schema.id) + ":";
+    records.push_back(std::to_string(schema.id) + ":" + digits_of(data.bytes));
+    beside.push_back(digits_of(data.beside));
+  }
+
+  static std::string digits_of(std::span<const std::uint8_t> data) {
     constexpr std::string_view digits = "0123456789abcdef";
-    for (const auto byte : data.bytes) {
+    std::string text;
+    for (const auto byte : data) {
       text += digits[byte >> 4];
       text += digits[byte & 0x0F];
     }
-    records.push_back(text);
+    return text;
   }
 };
 

@@ -2,15 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
 #include <iterator>
-#include <set>
 #include <string>
 
 #include "decode/output/time_text.h"
 #include "decode/pipeline.h"
-#include "decode/record_list.h"
-#include "modem_stats/record_table.h"
 #include "support/bytes.h"
 #include "support/hand_diag.h"
 
@@ -239,30 +235,6 @@ TEST(times, as_text_and_back) {
   for (const char* bad : {"", "2016", "2015-02-29", "2016-03-23T24:00", "2016-03-23x",
                           "2016-03-23T21:55:49.", "2016-03-23T21:55:49.1234567", "-016-03-23"}) {
     EXPECT_EQ(decode::parse_time(bad), std::nullopt) << bad;
-  }
-}
-
-TEST(records, page_about_them_is_up_to_date) {
-  std::ifstream page(TVK_RECORDS_PAGE);
-  const std::string text{std::istreambuf_iterator<char>(page), {}};
-  EXPECT_TRUE(text == decode::record_list())
-      << "tvk-decode --list-records > docs/formats/records.md makes it anew";
-}
-
-TEST(records, no_column_takes_the_name_of_another) {
-  for (const auto* const schema : modem_stats::record_table()) {
-    std::set<std::string> names = {"time",   "radio", "log",     "event",
-                                   "source", "name",  "data_id", "raw"};
-    for (const auto& part : schema->parts()) {
-      if (part.repeated()) {
-        EXPECT_TRUE(names.insert(part.name).second) << schema->name << ' ' << part.name;
-        continue;
-      }
-      for (const auto& row : part.rows) {
-        const auto name = modem_stats::column_name(row);
-        EXPECT_TRUE(names.insert(name).second) << schema->name << ' ' << name;
-      }
-    }
   }
 }
 
