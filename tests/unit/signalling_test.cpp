@@ -156,6 +156,9 @@ TEST(signalling, what_is_unknown_empty_or_out_of_range_is_refused) {
   for (const auto& each : refused) {
     EXPECT_EQ(refusal(each.code, hex(each.payload)), each.why) << each.payload;
   }
+  // The largest that a datagram takes with its header, and one byte more.
+  EXPECT_NE(read(0xB0EC, hex("01 090500 55*65491")), "nothing");
+  EXPECT_EQ(refusal(0xB0EC, hex("01 090500 55*65492")), rejection::count);
 }
 
 /// A DL-DCCH message of one byte, or a part of one.
