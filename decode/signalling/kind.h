@@ -100,6 +100,8 @@ enum undissected_message : std::uint8_t { nr_scg_failure_measurements, gprs_inte
 struct kind {
   family of;
   std::uint8_t number;
+
+  bool operator==(const kind&) const = default;
 };
 
 constexpr std::size_t most_kinds_of_family = 64;

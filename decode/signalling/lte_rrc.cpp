@@ -10,46 +10,12 @@ using modem_stats::rejection;
 using protocol::byte_view;
 using protocol::load_le;
 
-constexpr ota_layout first_layout{.cell = 4,
-                                  .channel = 6,
-                                  .channel_size = 2,
-                                  .timing = 8,
-                                  .pdu = 10,
-                                  .length = 11,
-                                  .part = 0,
-                                  .message = 13};
-constexpr ota_layout with_sib_mask{.cell = 4,
-                                   .channel = 6,
-                                   .channel_size = 2,
-                                   .timing = 8,
-                                   .pdu = 10,
-                                   .length = 15,
-                                   .part = 0,
-                                   .message = 17};
-constexpr ota_layout with_long_earfcn{.cell = 4,
-                                      .channel = 6,
-                                      .channel_size = 4,
-                                      .timing = 10,
-                                      .pdu = 12,
-                                      .length = 17,
-                                      .part = 0,
-                                      .message = 19};
-constexpr ota_layout with_nr_release{.cell = 6,
-                                     .channel = 8,
-                                     .channel_size = 4,
-                                     .timing = 12,
-                                     .pdu = 14,
-                                     .length = 19,
-                                     .part = 0,
-                                     .message = 21};
-constexpr ota_layout with_parts{.cell = 6,
-                                .channel = 8,
-                                .channel_size = 4,
-                                .timing = 12,
-                                .pdu = 14,
-                                .length = 19,
-                                .part = 23,
-                                .message = 24};
+// Cell, channel and its size, timing, PDU number, length, part, message.
+constexpr ota_layout first_layout{4, 6, 2, 8, 10, 11, 0, 13};
+constexpr ota_layout with_sib_mask{4, 6, 2, 8, 10, 15, 0, 17};
+constexpr ota_layout with_long_earfcn{4, 6, 4, 10, 12, 17, 0, 19};
+constexpr ota_layout with_nr_release{6, 8, 4, 12, 14, 19, 0, 21};
+constexpr ota_layout with_parts{6, 8, 4, 12, 14, 19, 23, 24};
 
 constexpr kind rrc(lte_channel channel) {
   return {family::lte_rrc, channel};
@@ -127,8 +93,8 @@ struct mib_layout {
   std::uint8_t mib;   // a word whose upper three bytes are the block
 };
 constexpr mib_layout mib_layouts[] = {
-    {.version = 1, .frame = 2, .channel = 4, .channel_size = 2, .cell = 0, .mib = 24},
-    {.version = 2, .frame = 2, .channel = 4, .channel_size = 4, .cell = 8, .mib = 28},
+    {1, 2, 4, 2, 0, 24},
+    {2, 2, 4, 4, 8, 28},
 };
 
 }  // namespace

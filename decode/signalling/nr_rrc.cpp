@@ -10,48 +10,14 @@ using modem_stats::rejection;
 using protocol::byte_view;
 using protocol::load_le;
 
-/// The only form of time that is known: a word, system frame number in its upper half, sub-frame *
-/// 8 in its lower one; 0 where there is none.
-constexpr ota_layout with_time{.cell = 7,
-                               .channel = 9,
-                               .channel_size = 4,
-                               .timing = 13,
-                               .pdu = 17,
-                               .length = 22,
-                               .part = 0,
-                               .message = 24};
-constexpr ota_layout with_short_time{.cell = 7,
-                                     .channel = 9,
-                                     .channel_size = 4,
-                                     .timing = 0,
-                                     .pdu = 16,
-                                     .length = 21,
-                                     .part = 0,
-                                     .message = 23};
-constexpr ota_layout with_cell_identity{.cell = 7,
-                                        .channel = 17,
-                                        .channel_size = 4,
-                                        .timing = 0,
-                                        .pdu = 24,
-                                        .length = 29,
-                                        .part = 0,
-                                        .message = 31};
-constexpr ota_layout with_one_more{.cell = 7,
-                                   .channel = 17,
-                                   .channel_size = 4,
-                                   .timing = 0,
-                                   .pdu = 24,
-                                   .length = 29,
-                                   .part = 0,
-                                   .message = 32};
-constexpr ota_layout with_parts{.cell = 7,
-                                .channel = 17,
-                                .channel_size = 4,
-                                .timing = 0,
-                                .pdu = 24,
-                                .length = 29,
-                                .part = 34,
-                                .message = 35};
+// Cell, channel and its size, timing, PDU number, length, part, message. The timing of all but the
+// first is of an unknown form. That one is a word with the system frame number in its upper half
+// and eight times the sub-frame in its lower one, or 0.
+constexpr ota_layout with_time{7, 9, 4, 13, 17, 22, 0, 24};
+constexpr ota_layout with_short_time{7, 9, 4, 0, 16, 21, 0, 23};
+constexpr ota_layout with_cell_identity{7, 17, 4, 0, 24, 29, 0, 31};
+constexpr ota_layout with_one_more{7, 17, 4, 0, 24, 29, 0, 32};
+constexpr ota_layout with_parts{7, 17, 4, 0, 24, 29, 34, 35};
 
 constexpr kind rrc(nr_channel channel) {
   return {family::nr_rrc, channel};

@@ -9,12 +9,12 @@
 
 namespace decode::signalling {
 
-/// Where the fields of a header are. The length is that of the rest of the packet.
+/// Where the fields of a header are. The length is that of the rest of the packet, the message.
 struct ota_layout {
   std::uint8_t cell;
   std::uint8_t channel;
   std::uint8_t channel_size;
-  std::uint8_t timing;
+  std::uint8_t timing;  // 0: unknown
   std::uint8_t pdu;
   std::uint8_t length;
   std::uint8_t part;  // 0: messages are whole

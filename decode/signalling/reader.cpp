@@ -4,6 +4,8 @@
 #include <functional>
 #include <iterator>
 
+#include "decode/signalling/gsmtap.h"
+
 namespace decode::signalling {
 
 namespace {
@@ -28,8 +30,11 @@ constexpr log_row rows[] = {
 static_assert(std::ranges::adjacent_find(rows, std::ranges::greater_equal(), &log_row::code) ==
               std::end(rows));
 
-/// More than radios and logs can have open at a time, unless what they send is garbage.
+/// More than there are at a time, unless what is sent is garbage.
 constexpr std::size_t most_open = 8;
+
+/// More does not fit into the datagram that GSMTAP is.
+constexpr std::size_t most_message = 65507 - gsmtap_header_size;
 
 /// The dissector reads an RRCReconfigurationComplete only within a UL-DCCH message: the five bits
 /// that choose it there are put in front, and zeros behind.
@@ -66,8 +71,11 @@ reading reader::read(std::uint16_t code, std::uint32_t radio, protocol::byte_vie
   auto now = row->read(code, payload, room_);
   if (now.radio == 0) now.radio = radio;
   if (now.part != whole_message) join(code, now.radio, now);
-  if (now.found && now.found->what.of == family::nr_rrc &&
-      now.found->what.number == nr_rrc_reconf_compl) {
+  if (now.found && now.found->bytes.size() > most_message) {
+    now.outcome.rejected = rejection::count;
+    now.found.reset();
+  }
+  if (now.found && now.found->what == kind{family::nr_rrc, nr_rrc_reconf_compl}) {
     put_into_channel(*now.found, room_);
   }
   return now;
@@ -77,8 +85,10 @@ reading reader::read(std::uint16_t code, std::uint32_t radio, protocol::byte_vie
 void reader::join(std::uint16_t code, std::uint32_t radio, reading& now) {
   has_read_part_ = true;
   const auto bytes = now.found->bytes;
-  auto one = std::ranges::find_if(
-      open_, [&](const auto& each) { return each.code == code && each.radio == radio; });
+  const auto what = now.found->what;
+  auto one = std::ranges::find_if(open_, [&](const open_message& each) {
+    return each.code == code && each.radio == radio && each.what == what;
+  });
   const bool follows = one != open_.end() && (now.part == last_part || now.part == one->part + 1);
   if (!follows && one != open_.end()) {
     open_.erase(one);
@@ -92,9 +102,10 @@ void reader::join(std::uint16_t code, std::uint32_t radio, reading& now) {
       open_.erase(open_.begin());
       ++given_up_;
     }
-    open_.push_back({code, radio, now.part, {bytes.begin(), bytes.end()}});
+    open_.push_back({code, radio, what, now.part, {bytes.begin(), bytes.end()}});
   } else {
-    now = {.outcome = {.rejected = rejection::value, .version = now.outcome.version}, .found = {}};
+    now = rejected(rejection::value, now.outcome.version);
+    now.radio = radio;
     return;
   }
   if (now.part == last_part) {

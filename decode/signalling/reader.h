@@ -20,6 +20,7 @@ namespace decode::signalling {
 struct open_message {
   std::uint16_t code;
   std::uint32_t radio;
+  kind what;
   std::uint8_t part;  // the latest
   std::vector<std::uint8_t> bytes;
 

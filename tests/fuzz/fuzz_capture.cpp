@@ -18,24 +18,9 @@
 #include "decode/pipeline.h"
 #include "decode/signalling/reader.h"
 #include "host/file_descriptor.h"
+#include "support/memory_source.h"
 
 namespace {
-
-class memory_source final : public decode::byte_source {
- public:
-  explicit memory_source(std::span<const std::uint8_t> content) : rest_(content) {}
-
-  std::size_t read(std::span<std::uint8_t> out) override {
-    const auto count = std::min(out.size(), rest_.size());
-    std::copy_n(rest_.begin(), count, out.begin());
-    rest_ = rest_.subspan(count);
-    return count;
-  }
-  [[nodiscard]] std::uint64_t consumed() const override { return 0; }
-
- private:
-  std::span<const std::uint8_t> rest_;
-};
 
 decode::summary decode_to(decode::record_store& store, std::span<const std::uint8_t> capture,
                           unsigned threads) {
@@ -45,7 +30,7 @@ decode::summary decode_to(decode::record_store& store, std::span<const std::uint
     all.signalling = decode::signalling::logs();
     return all;
   }();
-  memory_source source(capture);
+  support::memory_source source(capture);
   const decode::pipeline_options how{.threads = threads, .wanted = everything, .progress = {}};
   decode::pipeline one(how, store);
   decode::chunker chunks(source, decode::chunk_size(decode::max_threads));
@@ -106,7 +91,7 @@ struct unpacked {
 unpacked unpack(std::span<const std::uint8_t> file, const decode::packing& how, std::size_t piece) {
   constexpr std::uint64_t memory = 1 << 20;
   constexpr std::size_t enough = 1 << 16;
-  decode::packed_source source(std::make_unique<memory_source>(file), how, memory);
+  decode::packed_source source(std::make_unique<support::memory_source>(file), how, memory);
   unpacked all;
   bool at_end = false;
   while (!at_end && all.content.size() < enough) {

@@ -9,6 +9,7 @@
 #include "decode/pipeline.h"
 #include "support/bytes.h"
 #include "support/hand_diag.h"
+#include "support/memory_source.h"
 
 namespace {
 
@@ -17,23 +18,6 @@ using support::bytes;
 using support::diag_frame;
 using support::hex;
 using support::operator+;
-
-/// Gives what it has in reads that are as long as asked.
-class memory_source final : public decode::byte_source {
- public:
-  explicit memory_source(const bytes& content) : rest_(content) {}
-
-  std::size_t read(std::span<std::uint8_t> out) override {
-    const auto count = std::min(out.size(), rest_.size());
-    std::copy_n(rest_.begin(), count, out.begin());
-    rest_ = rest_.subspan(count);
-    return count;
-  }
-  [[nodiscard]] std::uint64_t consumed() const override { return 0; }
-
- private:
-  std::span<const std::uint8_t> rest_;
-};
 
 /// Each record as its time in microseconds, data id and bytes, in the order they are flushed.
 class list_store final : public decode::record_store {
@@ -72,7 +56,7 @@ struct decoded {
 };
 
 decoded decode_all(const bytes& capture, unsigned threads = 1) {
-  memory_source source(capture);
+  support::memory_source source(capture);
   list_store store;
   const decode::pipeline_options how{
       .threads = threads, .wanted = decode::filter::all(), .progress = {}};

@@ -14,6 +14,7 @@
 #include "decode/signalling/reader.h"
 #include "support/bytes.h"
 #include "support/hand_diag.h"
+#include "support/memory_source.h"
 
 namespace {
 
@@ -28,9 +29,9 @@ std::string text_of(const decode::signalling::reading& now) {
   const auto& one = *now.found;
   std::string text(decode::signalling::name_of(one.what));
   text += one.way == direction::up ? " up" : one.way == direction::down ? " down" : "";
-  if (one.channel) text += " channel " + std::to_string(*one.channel);
-  if (one.cell) text += " cell " + std::to_string(*one.cell);
-  if (one.frame) text += " frame " + std::to_string(*one.frame);
+  if (one.channel) text += " " + std::to_string(*one.channel);
+  if (one.cell) text += "/" + std::to_string(*one.cell);
+  if (one.frame) text += " " + std::to_string(*one.frame);
   if (one.subframe) text += "." + std::to_string(*one.subframe);
   text += ":";
   constexpr std::string_view digits = "0123456789abcdef";
@@ -56,46 +57,44 @@ struct row {
   const char* message;
 };
 
-// PCI 405, EARFCN 5780 or 66486, frame 552, sub-frame 5; NR cell 710, NR-ARFCN 431070.
+// EARFCN 5780 or 66486 and PCI 405, frame 552, sub-frame 5; NR-ARFCN 431070 and PCI 710.
 const row rows[] = {
-    {0xB0C0, "02 0904 01 9501 9416 8562 04 0200 4001",
-     "lte-rrc.pcch down channel 5780 cell 405 frame 552.5: 40 01"},
-    {0xB0C0, "07 0904 01 9501 9416 8562 08 00*4 0100 10",
-     "lte-rrc.ul.dcch up channel 5780 cell 405: 10"},
+    {0xB0C0, "02 0904 01 9501 9416 8562 04 0200 4001", "lte-rrc.pcch down 5780/405 552.5: 40 01"},
+    {0xB0C0, "07 0904 01 9501 9416 8562 08 00*4 0100 10", "lte-rrc.ul.dcch up 5780/405: 10"},
     {0xB0C0, "09 0904 01 9501 B6030100 8562 09 00*4 0100 68",
-     "lte-rrc.bcch.dl.sch down channel 66486 cell 405 frame 552.5: 68"},
+     "lte-rrc.bcch.dl.sch down 66486/405 552.5: 68"},
     {0xB0C0, "0F 0904 01 9501 B6030100 85E2 2B 00*4 0100 68",
-     "lte-rrc.dl.ccch.nb down channel 66486 cell 405 frame 552.5: 68"},
+     "lte-rrc.dl.ccch.nb down 66486/405 552.5: 68"},
     {0xB0C0, "14 0904 01 9501 B6030100 0000 3D 00*4 0100 68",
-     "lte-rrc.ul.dcch.nb up channel 66486 cell 405: 68"},
+     "lte-rrc.ul.dcch.nb up 66486/405: 68"},
     {0xB0C0, "1A 0F10 0F10 01 9501 B6030100 8562 09 00*4 0200 2028",
-     "lte-rrc.dl.dcch down channel 66486 cell 405 frame 552.5: 20 28"},
+     "lte-rrc.dl.dcch down 66486/405 552.5: 20 28"},
     {0xB0C0, "1E 0F10 0F10 01 9501 B6030100 8562 0A 00*4 0100 00 00 00 41",
-     "lte-rrc.ul.ccch up channel 66486 cell 405: 41"},
+     "lte-rrc.ul.ccch up 66486/405: 41"},
     {0xB197, "01 64 2802 9416 00*18 0000 4CA9 0000 0000",
-     "lte-rrc.bcch.bch down channel 5780 frame 552: a9 4c 00"},
+     "lte-rrc.bcch.bch down 5780 552: a9 4c 00"},
     {0xB197, "02 64 2802 B6030100 95010000 00*16 00004CA9 0000 0000",
-     "lte-rrc.bcch.bch down channel 66486 cell 405 frame 552: a9 4c 00"},
+     "lte-rrc.bcch.bch down 66486/405 552: a9 4c 00"},
     {0xB0EB, "01 090500 47 01020304 00 075E", "nas-eps up: 47 01 02 03 04 00 07 5e"},
     {0xB0E2, "01 090500 5201C1", "nas-eps_plain down: 52 01 c1"},
     {0xB821, "08000000 0F60 FF C602 DE930600 18002802 01 00*4 0300 040506",
-     "nr-rrc.bcch.bch down channel 431070 cell 710 frame 552.3: 04 05 06"},
+     "nr-rrc.bcch.bch down 431070/710 552.3: 04 05 06"},
     {0xB821, "08000000 0F60 FF 0000 00000000 00000000 0A 00*4 0200 01FF",
      "nr-rrc.ul.dcch up: 08 0f f8"},
     {0xB821, "0E000000 0F60 FF C602 DE930600 000000 21 00*4 0100 04",
-     "nr-rrc.ue_nr_cap up channel 431070 cell 710: 04"},
+     "nr-rrc.ue_nr_cap up 431070/710: 04"},
     {0xB821, "11000000 0F60 FF C602 00*8 DE930600 000000 09 00*4 0100 04",
-     "nr-rrc.rrc_reconf down channel 431070 cell 710: 04"},
+     "nr-rrc.rrc_reconf down 431070/710: 04"},
     {0xB821, "14000000 0F60 FF C602 00*8 DE930600 000000 05 00*4 0100 00 04",
-     "nr-rrc.mcch down channel 431070 cell 710: 04"},
+     "nr-rrc.mcch down 431070/710: 04"},
     {0xB821, "1C000000 0F60 FF FFFF 00*8 FFFFFFFF 000000 0A 00*4 0100 00*3 00 04",
      "nr-rrc.ul.dcch up: 04"},
     {0xB814, "01000000 0F1000 7E0041", "nas-5gs: 7e 00 41"},
     {0xB809, "01000000 0F1000 7E0041", "nas-5gs up: 7e 00 41"},
     {0x412F, "01 02 0100 05", "rrc.ul.dcch up: 05"},
-    {0x412F, "84 00 0100 A729 3201 05", "rrc.bcch.bch down channel 10663 cell 306: 05"},
+    {0x412F, "84 00 0100 A729 3201 05", "rrc.bcch.bch down 10663/306: 05"},
     {0x412F, "FE 00 0200 1F 05", "rrc.si.sib11bis down: 05"},
-    {0x412F, "F0 00 0200 A729 3201 1F 05", "rrc.si.sib19 down channel 10663 cell 306: 05"},
+    {0x412F, "F0 00 0200 A729 3201 1F 05", "rrc.si.sib19 down 10663/306: 05"},
     {0x713A, "01 02000000 0524", "gsm_a_dtap up: 05 24"},
     {0x7B3A, "02 00 02000000 0524", "gsm_a_dtap down: 05 24"},
     {0x512F, "81 1B 03 15 061B", "gsm.bcch down: 15 06 1b"},
@@ -157,6 +156,9 @@ TEST(signalling, what_is_unknown_empty_or_out_of_range_is_refused) {
   for (const auto& each : refused) {
     EXPECT_EQ(refusal(each.code, hex(each.payload)), each.why) << each.payload;
   }
+  // The largest that a datagram takes with its header, and one byte more.
+  EXPECT_NE(read(0xB0EC, hex("01 090500 55*65491")), "nothing");
+  EXPECT_EQ(refusal(0xB0EC, hex("01 090500 55*65492")), rejection::count);
 }
 
 /// A DL-DCCH message of one byte, or a part of one.
@@ -171,20 +173,7 @@ struct decoded {
 };
 
 decoded decode_to_pcap(const bytes& capture, unsigned threads = 1) {
-  class memory_source final : public decode::byte_source {
-   public:
-    explicit memory_source(const bytes& content) : rest_(content) {}
-    std::size_t read(std::span<std::uint8_t> out) override {
-      const auto count = std::min(out.size(), rest_.size());
-      std::copy_n(rest_.begin(), count, out.begin());
-      rest_ = rest_.subspan(count);
-      return count;
-    }
-    [[nodiscard]] std::uint64_t consumed() const override { return 0; }
-
-   private:
-    std::span<const std::uint8_t> rest_;
-  } source(capture);
+  support::memory_source source(capture);
   const host::file_descriptor file(::memfd_create("pcap", MFD_CLOEXEC));
   decode::file_output to("pcap", host::file_descriptor(::dup(file.get())));
   const auto store = decode::pcap_store(to, true);
