@@ -62,6 +62,10 @@ void choose_signalling(options& chosen) {
   if (is_pcap || chosen.format == output_format::none || chosen.gsmtap) {
     chosen.wanted.signalling = signalling::logs();
   }
+  if (chosen.format == output_format::html) {
+    constexpr std::size_t sip_message = 0x156E;  // shown among the events
+    chosen.wanted.signalling.set(sip_message);
+  }
   if (is_pcap && !chosen.with_comments) {
     chosen.wanted.logs.reset();
     chosen.wanted.events.reset();

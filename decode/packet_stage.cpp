@@ -142,7 +142,7 @@ void packet_stage::read_message(const diag::log_packet& log) {
 void packet_stage::record(const modem_stats::record_schema& schema,
                           const modem_stats::record_data& data) {
   ++records_;
-  counts_.cells.record(source_.radio, source_.time, schema, data.bytes);
+  counts_.cells.record(source_.radio, source_.time, schema, data);
   if (!wanted_.data_ids[schema.id]) return;
   counts_.records.add(schema.id);
   writer_.record(source_, schema, data);

@@ -1,16 +1,8 @@
 #include "decode/page/cells.h"
 
 #include <cmath>
-#include <tuple>
 
 namespace decode::page {
-
-namespace {
-
-/// Between two records of one cell; when they are further apart, nobody knows what served.
-constexpr std::int64_t longest_step = 60'000;  // ms
-
-}  // namespace
 
 void distribution::add(double value) {
   ++counts_[static_cast<std::int32_t>(std::lround(value * 100))];
@@ -28,16 +20,15 @@ double distribution::percentile(unsigned percent) const {
   return 0;
 }
 
-std::optional<std::size_t> cell_history::find_or_add(const cell_observation& seen) {
-  const std::tuple key(seen.radio, seen.rat, seen.arfcn, seen.pci);
-  const auto found = index_.find(key);
+std::optional<std::size_t> cell_history::find_or_add(const cell& which) {
+  const auto found = index_.find(which);
   if (found != index_.end()) return found->second;
   if (cells_.size() == most_cells) {
     ++cells_left_out_;
     return {};
   }
-  index_.emplace(key, cells_.size());
-  cells_.push_back({.radio = seen.radio, .rat = seen.rat, .pci = seen.pci, .arfcn = seen.arfcn});
+  index_.emplace(which, cells_.size());
+  cells_.push_back({.which = which});
   return cells_.size() - 1;
 }
 
@@ -45,7 +36,7 @@ void cell_history::change_to(serving& now, std::size_t cell, const cell_observat
   ++cells_[cell].visits;
   if (changes_.size() < most_changes) {
     now.change = changes_.size();
-    changes_.push_back({seen.milliseconds, seen.radio, now.cell, cell, now.rsrp, {}});
+    changes_.push_back({seen.milliseconds, seen.seen.radio, now.cell, cell, now.rsrp, {}});
   } else {
     now.change.reset();
     ++changes_left_out_;
@@ -66,28 +57,25 @@ void cell_history::add_levels(serving& now, const cell_levels& levels) {
   if (levels.sinr) cell.sinr.add(static_cast<double>(*levels.sinr));
 }
 
-void cell_history::add(const cell_observation& seen) {
-  const auto known = serving_.find({seen.radio, seen.rat});
-  if (seen.arfcn == no_arfcn) {
-    if (known != serving_.end() && cells_[known->second.cell].pci == seen.pci) {
-      add_levels(known->second, seen.levels);
+void cell_history::add(const cell_observation& now) {
+  const radio_and_technology key(now.seen.radio, now.seen.technology);
+  auto known = serving_.find(key);
+  if (now.seen.arfcn == no_arfcn) {
+    if (known != serving_.end() && cells_[known->second.cell].which.pci == now.seen.pci) {
+      add_levels(known->second, now.levels);
     }
     return;
   }
-  const auto cell = find_or_add(seen);
-  if (!cell) return;
+  const auto found = find_or_add(now.seen);
+  if (!found) return;
   if (known == serving_.end()) {
-    ++cells_[*cell].visits;
-    serving_.insert({{seen.radio, seen.rat}, {*cell, seen.milliseconds}});
-  } else {
-    auto& now = known->second;
-    const auto step = seen.milliseconds - now.seen;
-    if (step > 0 && step <= longest_step) cells_[now.cell].milliseconds += step;
-    now.seen = seen.milliseconds;
-    if (now.cell != *cell) change_to(now, *cell, seen);
+    ++cells_[*found].visits;
+    known = serving_.insert({key, {*found}}).first;
+  } else if (known->second.cell != *found) {
+    change_to(known->second, *found, now);
   }
-  if (seen.broadcast) cells_[*cell].broadcast = seen.broadcast;
-  add_levels(serving_.at({seen.radio, seen.rat}), seen.levels);
+  if (now.broadcast) cells_[*found].broadcast = now.broadcast;
+  add_levels(known->second, now.levels);
 }
 
 }  // namespace decode::page

@@ -1,4 +1,4 @@
-// The serving cells of each radio over time, with how long they served and their levels.
+// The serving cells of each radio over time, and their levels.
 #pragma once
 
 #include <cstdint>
@@ -27,12 +27,8 @@ class distribution {
 };
 
 struct visited_cell {
-  std::uint32_t radio;
-  radio_technology rat;
-  std::uint16_t pci;
-  std::uint32_t arfcn;
+  cell which;
   std::optional<cell_identity> broadcast{};
-  std::int64_t milliseconds = 0;  // that it served
   std::uint64_t visits = 0;
   distribution rsrp{};
   distribution rsrq{};
@@ -54,7 +50,9 @@ class cell_history {
   static constexpr std::size_t most_cells = 1000;
   static constexpr std::size_t most_changes = 2000;
 
-  void add(const cell_observation& seen);
+  void add(const cell_observation& now);
+  /// What comes from now on is of another capture or connection.
+  void end_capture() { serving_.clear(); }
 
   [[nodiscard]] const std::vector<visited_cell>& cells() const { return cells_; }
   [[nodiscard]] const std::vector<cell_change>& changes() const { return changes_; }
@@ -65,19 +63,17 @@ class cell_history {
   /// What serves a radio in one technology.
   struct serving {
     std::size_t cell;
-    std::int64_t seen;  // milliseconds
     std::optional<float> rsrp{};
     std::optional<std::size_t> change{};  // the one that waits for its first level
   };
   using radio_and_technology = std::pair<std::uint32_t, radio_technology>;
 
-  [[nodiscard]] std::optional<std::size_t> find_or_add(const cell_observation& seen);
+  [[nodiscard]] std::optional<std::size_t> find_or_add(const cell& which);
   void change_to(serving& now, std::size_t cell, const cell_observation& seen);
   void add_levels(serving& now, const cell_levels& levels);
 
   std::vector<visited_cell> cells_;
-  std::map<std::tuple<std::uint32_t, radio_technology, std::uint32_t, std::uint16_t>, std::size_t>
-      index_;
+  std::map<cell, std::size_t> index_;
   std::map<radio_and_technology, serving> serving_;
   std::vector<cell_change> changes_;
   std::uint64_t cells_left_out_ = 0;

@@ -65,6 +65,11 @@ void drive::add(const observations& more) {
   without_time_ += more.without_time;
 }
 
+void drive::end_capture() {
+  cells_.end_capture();
+  last_.clear();
+}
+
 void drive::fit_page() {
   for (std::size_t most = most_buckets; most >= 2; most /= 2) {
     std::size_t all = 0;

@@ -58,6 +58,8 @@ class drive {
   explicit drive(const extraction_plan& plan) : plan_(plan) {}
 
   void add(const observations& more);
+  /// What comes from now on is of another capture or connection.
+  void end_capture();
   /// Makes the series coarser until they fit into a page together.
   void fit_page();
   /// Removes values, states and marks before this time; cells stay.

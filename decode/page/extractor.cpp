@@ -16,23 +16,23 @@ using modem_stats::record_data;
 using modem_stats::record_schema;
 
 constexpr unsigned num_chains = 4;
+constexpr std::uint8_t sip_message_record = 116;
 
 /// Modems count from 1980 until they know the time.
 constexpr std::int64_t first_known_time = 631152000000000;  // 1990, microseconds
 
-/// Where a record tells the serving cell. Records without a channel tell levels of the cell that is
-/// known by other records.
-struct cell_row {
-  std::uint8_t record;
-  radio_technology rat;
-  const char* arfcn;
-};
-constexpr cell_row cell_rows[] = {
-    {82, radio_technology::lte, "dl_earfcn"},    {129, radio_technology::lte, "dl_earfcn"},
-    {109, radio_technology::lte, "dl_earfcn"},   {135, radio_technology::nr, "ssb_nr_arfcn"},
-    {130, radio_technology::nr, "ssb_nr_arfcn"}, {92, radio_technology::nr, "ssb_nr_arfcn"},
-    {137, radio_technology::nr, nullptr},
-};
+/// Of a SIP message that a mark shows.
+constexpr std::size_t most_sip_text = 1000;
+
+/// The row of SIP messages, which have their text instead of the record's columns.
+std::uint16_t sip_text_row() {
+  static const auto row =
+      std::ranges::find(mark_rows(), sip_message_record, &mark_row::record) - mark_rows().begin();
+  return static_cast<std::uint16_t>(row);
+}
+
+/// Levels of the NR cell by its PCI alone.
+constexpr std::uint8_t nr_snr_record = 137;
 
 struct modulation_row {
   std::string_view name;
@@ -74,10 +74,13 @@ std::optional<double> number_in(const record_values& values, const located_colum
   return number_of(from.column, values.part(from.part).first);
 }
 
-std::uint64_t whole_number_in(const record_values& values,
-                              const std::optional<located_column>& from) {
-  const auto found = from ? number_in(values, *from) : std::nullopt;
-  return found ? static_cast<std::uint64_t>(*found) : 0;
+/// 0 if it is not known.
+std::uint64_t whole_number_in(const record_values& values, const located_column& from) {
+  return static_cast<std::uint64_t>(number_in(values, from).value_or(0));
+}
+
+std::string_view meaning_in(const record_values& values, const located_column& from) {
+  return meaning_of(from.column, values.part(from.part).first, values.record());
 }
 
 /// The strongest antenna counts, as in the levels that a phone reports.
@@ -116,9 +119,10 @@ extraction_plan::extraction_plan() {
     records_[row.record].states.push_back(
         {static_cast<std::uint16_t>(i), column_of(schema_of(row.record), row.column)});
   }
-  for (const auto& row : cell_rows) plan_cell(row.record, row.rat, row.arfcn);
+  for (const auto* const schema : modem_stats::record_table()) plan_levels(*schema);
   for (std::size_t i = 0; i < mark_rows().size(); ++i) {
-    records_[mark_rows()[i].record].mark = static_cast<int>(i);
+    const auto record = mark_rows()[i].record;
+    if (record != sip_message_record) records_[record].mark = static_cast<int>(i);
   }
 }
 
@@ -139,58 +143,59 @@ void extraction_plan::plan_series(const series_row& row) {
   }
 }
 
-void extraction_plan::plan_cell(std::uint8_t record, radio_technology rat, const char* arfcn) {
-  const auto& schema = schema_of(record);
-  cell_columns columns{};
-  columns.rat = rat;
-  columns.pci = column_of(schema, "pci");
-  if (arfcn != nullptr) columns.arfcn = column_of(schema, arfcn);
+void extraction_plan::plan_levels(const record_schema& schema) {
+  auto& columns = records_[schema.id].levels;
   columns.rsrp = chains_of(schema, "rsrp_rx", "_dBm");
   columns.rsrq = chains_of(schema, "rsrq_rx", "_dB");
   columns.sinr = chains_of(schema, "snr_rx", "_dB");
   if (const auto all = find_column(schema, "rsrq_dB")) columns.rsrq.push_back(*all);
-  columns.identity = find_column(schema, "cell_identity");
-  columns.tac = find_column(schema, "tac");
-  columns.band = find_column(schema, "band");
-  columns.bandwidth = find_column(schema, "dl_bandwidth_MHz");
-  columns.mcc = find_column(schema, "mcc");
-  columns.mnc = find_column(schema, "mnc");
-  columns.mnc_digits = find_column(schema, "num_mnc_digits");
-  records_[record].cell = std::move(columns);
+  if (schema.id == nr_snr_record) columns.pci = column_of(schema, "pci");
+  if (!find_column(schema, "cell_identity")) return;
+  records_[schema.id].broadcast = {
+      .identity = column_of(schema, "cell_identity"),
+      .tac = column_of(schema, "tac"),
+      .band = column_of(schema, "band"),
+      .bandwidth = column_of(schema, "dl_bandwidth_MHz"),
+      .mcc = column_of(schema, "mcc"),
+      .mnc = column_of(schema, "mnc"),
+      .mnc_digits = column_of(schema, "num_mnc_digits"),
+  };
 }
 
-void extraction_plan::extract_cell(const cell_columns& columns, const packet_source& source,
-                                   const record_values& values, observations& to) const {
-  const auto pci = number_in(values, *columns.pci);
-  if (!pci) return;
-  cell_observation seen{.milliseconds = source.time / 1000,
-                        .radio = source.radio,
-                        .rat = columns.rat,
-                        .pci = static_cast<std::uint16_t>(*pci),
-                        .arfcn = no_arfcn,
-                        .levels = {best_of(values, columns.rsrp), best_of(values, columns.rsrq),
-                                   best_of(values, columns.sinr)}};
-  if (columns.arfcn) {
-    const auto arfcn = number_in(values, *columns.arfcn);
-    if (!arfcn) return;
-    seen.arfcn = static_cast<std::uint32_t>(*arfcn);
+cell_identity extraction_plan::identity_of(const broadcast_columns& columns,
+                                           const record_values& values) {
+  const auto text = meaning_in(values, columns.bandwidth);
+  const auto number = number_in(values, columns.bandwidth);
+  const int digits = whole_number_in(values, columns.mnc_digits) == 3 ? 3 : 2;
+  return {.identity = whole_number_in(values, columns.identity),
+          .tac = static_cast<std::uint32_t>(whole_number_in(values, columns.tac)),
+          .band = static_cast<std::uint16_t>(whole_number_in(values, columns.band)),
+          .bandwidth_mhz = number         ? *number
+                           : text.empty() ? 0
+                                          : std::stod(std::string(text)),
+          .network = fmt::format("{:03}-{:0{}}", whole_number_in(values, columns.mcc),
+                                 whole_number_in(values, columns.mnc), digits)};
+}
+
+void extraction_plan::extract_cell(const packet_source& source, const record_schema& schema,
+                                   const record_data& data, const record_values& values,
+                                   observations& to) const {
+  const auto& plan = records_[schema.id];
+  auto seen = told_cell(source.radio, schema, data);
+  if (!seen && plan.levels.pci) {
+    const auto pci = number_in(values, *plan.levels.pci);
+    if (pci) {
+      seen = {source.radio, radio_technology::nr, no_arfcn, static_cast<std::uint16_t>(*pci)};
+    }
   }
-  if (columns.identity) {
-    const auto digits = whole_number_in(values, columns.mnc_digits);
-    const auto* const part = values.part(columns.bandwidth->part).first;
-    const auto text = meaning_of(columns.bandwidth->column, part, values.record());
-    const auto number = number_in(values, *columns.bandwidth);
-    seen.broadcast = {
-        .identity = whole_number_in(values, columns.identity),
-        .tac = static_cast<std::uint32_t>(whole_number_in(values, columns.tac)),
-        .band = static_cast<std::uint16_t>(whole_number_in(values, columns.band)),
-        .bandwidth_mhz = number         ? *number
-                         : text.empty() ? 0
-                                        : std::stod(std::string(text)),
-        .network = fmt::format("{:03}-{:0{}}", whole_number_in(values, columns.mcc),
-                               whole_number_in(values, columns.mnc), digits == 3 ? 3 : 2)};
-  }
-  to.cells.push_back(std::move(seen));
+  if (!seen) return;
+  cell_observation one{
+      .milliseconds = source.time / 1000,
+      .seen = *seen,
+      .levels = {best_of(values, plan.levels.rsrp), best_of(values, plan.levels.rsrq),
+                 best_of(values, plan.levels.sinr)}};
+  if (plan.broadcast) one.broadcast = identity_of(*plan.broadcast, values);
+  to.cells.push_back(std::move(one));
 }
 
 void extraction_plan::extract(const packet_source& source, const record_schema& schema,
@@ -217,11 +222,20 @@ void extraction_plan::extract(const packet_source& source, const record_schema& 
     const auto state = meaning_of(one.value.column, part, values.record());
     if (!state.empty()) to.states.push_back({milliseconds, source.radio, one.row, state});
   }
-  if (plan.cell) extract_cell(*plan.cell, source, values, to);
+  extract_cell(source, schema, data, values, to);
   if (plan.mark >= 0) {
     to.marks.push_back({milliseconds, source.radio, static_cast<std::uint16_t>(plan.mark),
                         record_text(schema, data)});
   }
+}
+
+void extract_sip(const packet_source& source, std::span<const std::uint8_t> message,
+                 observations& to) {
+  if (source.time < first_known_time) return;
+  const std::string_view all(reinterpret_cast<const char*>(message.data()), message.size());
+  std::string text(all.substr(0, std::min(all.find("\r\n\r\n"), most_sip_text)));
+  std::erase(text, '\r');
+  to.marks.push_back({source.time / 1000, source.radio, sip_text_row(), std::move(text)});
 }
 
 }  // namespace decode::page

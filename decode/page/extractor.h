@@ -39,27 +39,37 @@ class extraction_plan {
     std::uint16_t row;
     located_column value;
   };
-  /// The columns of a record that tells the serving cell; empty ones are not in it.
-  struct cell_columns {
-    radio_technology rat;
-    std::optional<located_column> pci, arfcn;
+  /// Levels of the cell, by receive chain; all of them may be empty.
+  struct level_columns {
     std::vector<located_column> rsrp, rsrq, sinr;
-    std::optional<located_column> identity, tac, band, bandwidth, mcc, mnc, mnc_digits;
+    std::optional<located_column> pci;  // of records that tell no channel
+  };
+  /// What a record of the cell's own information has.
+  struct broadcast_columns {
+    located_column identity, tac, band, bandwidth, mcc, mnc, mnc_digits;
   };
   struct record_plan {
     std::vector<series_column> series;
     std::vector<state_column> states;
-    std::optional<cell_columns> cell;
+    level_columns levels;
+    std::optional<broadcast_columns> broadcast;
     int mark = -1;  // of mark_rows
   };
 
   void plan_series(const series_row& row);
-  void plan_cell(std::uint8_t record, radio_technology rat, const char* arfcn);
-  void extract_cell(const cell_columns& columns, const packet_source& source,
-                    const record_values& values, observations& to) const;
+  void plan_levels(const modem_stats::record_schema& schema);
+  [[nodiscard]] static cell_identity identity_of(const broadcast_columns& columns,
+                                                 const record_values& values);
+  void extract_cell(const packet_source& source, const modem_stats::record_schema& schema,
+                    const modem_stats::record_data& data, const record_values& values,
+                    observations& to) const;
 
   std::vector<planned_series> series_;
   std::array<record_plan, 256> records_;  // by data id
 };
+
+/// A SIP message as a mark: its lines before the body.
+void extract_sip(const packet_source& source, std::span<const std::uint8_t> message,
+                 observations& to);
 
 }  // namespace decode::page

@@ -37,16 +37,13 @@ struct cell_identity {
   std::string network;   // country and network code: 262-01
 };
 
-/// The channel of a record that tells the cell by its PCI alone.
+/// The channel of a cell that the record tells by its PCI alone.
 constexpr std::uint32_t no_arfcn = UINT32_MAX;
 
-/// A record that tells the serving cell.
+/// A record that tells the serving cell, or levels of it.
 struct cell_observation {
   std::int64_t milliseconds;
-  std::uint32_t radio;
-  radio_technology rat;
-  std::uint16_t pci;
-  std::uint32_t arfcn;  // or no_arfcn
+  cell seen;
   cell_levels levels{};
   std::optional<cell_identity> broadcast{};
 };

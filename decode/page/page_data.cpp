@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include <nlohmann/json.hpp>
@@ -78,12 +79,15 @@ ordered_json json_of(const distribution& values) {
           {"p95", values.percentile(95)}};
 }
 
-ordered_json json_of(const visited_cell& one) {
-  ordered_json json{{"radio", one.radio},
-                    {"technology", technology_name(one.rat)},
-                    {"pci", one.pci},
-                    {"arfcn", one.arfcn},
-                    {"seconds", static_cast<double>(one.milliseconds) / 1000},
+ordered_json json_of(const visited_cell& one, const serving_cells& times) {
+  const auto& all = times.counts().values();
+  const auto time = std::ranges::find(all, one.which, &std::pair<cell, cell_counts>::first);
+  const auto microseconds = time == all.end() ? 0 : time->second.microseconds;
+  ordered_json json{{"radio", one.which.radio},
+                    {"technology", technology_name(one.which.technology)},
+                    {"pci", one.which.pci},
+                    {"arfcn", one.which.arfcn},
+                    {"seconds", static_cast<double>(microseconds) / 1e6},
                     {"visits", one.visits},
                     {"rsrp", json_of(one.rsrp)},
                     {"rsrq", json_of(one.rsrq)},
@@ -98,9 +102,9 @@ ordered_json json_of(const visited_cell& one) {
   return json;
 }
 
-void add_cells(ordered_json& to, const cell_history& history) {
+void add_cells(ordered_json& to, const cell_history& history, const serving_cells& times) {
   auto cells = ordered_json::array();
-  for (const auto& one : history.cells()) cells.push_back(json_of(one));
+  for (const auto& one : history.cells()) cells.push_back(json_of(one, times));
   auto changes = ordered_json::array();
   for (const auto& one : history.changes()) {
     changes.push_back({{"time", one.milliseconds},
@@ -194,7 +198,7 @@ std::string page_data(const page_head& head, const drive& all, const summary& co
   auto radios = ordered_json::array();
   for (const auto& [radio, packets] : counts.radios.values()) radios.push_back(radio);
   json["radios"] = std::move(radios);
-  add_cells(json, all.cells());
+  add_cells(json, all.cells(), counts.cells);
   json["charts"] = json_of_charts(all);
   json["states"] = json_of_states(all);
   add_marks(json, all.marks());

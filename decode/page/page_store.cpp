@@ -16,6 +16,9 @@ class page_writer final : public record_writer {
               const modem_stats::record_data& data) override {
     plan_.extract(source, schema, data, seen_);
   }
+  void message(const packet_source& source, const signalling::message& one) override {
+    if (one.what.of == signalling::family::sip) extract_sip(source, one.bytes, seen_);
+  }
   void flush(const running_counts& /*late*/) override {
     to_.add(seen_);
     seen_.clear();
@@ -32,7 +35,8 @@ class page_file final : public record_store {
  public:
   page_file(file_output& to, page_head head) : to_(to), head_(std::move(head)) {}
 
-  std::unique_ptr<record_writer> make_writer(const std::string& /*file*/) override {
+  std::unique_ptr<record_writer> make_writer(const std::string& file) override {
+    if (std::exchange(file_, file) != file) all_.end_capture();
     return std::make_unique<page_writer>(plan_, all_);
   }
   void finish(const summary& counts) override {
@@ -43,6 +47,7 @@ class page_file final : public record_store {
  private:
   file_output& to_;
   page_head head_;
+  std::string file_;
   extraction_plan plan_;
   drive all_{plan_};
 };

@@ -8,11 +8,14 @@
 #include "modem_stats/records/events.h"
 #include "modem_stats/records/lte.h"
 #include "modem_stats/records/nr5g_mac_rrc.h"
+#include "modem_stats/records/nr5g_ml1_ll1.h"
 
 namespace decode {
 
 namespace {
 
+using modem_stats::record_data;
+using modem_stats::record_part;
 using modem_stats::record_schema;
 
 /// A kind of record that tells the serving cell, and the fields that do.
@@ -26,6 +29,7 @@ constexpr telling_record telling_records[] = {
     {modem_stats::lte_srv_meas_pcc_record, radio_technology::lte, "earfcn", "pci"},
     {modem_stats::lte_rrc_serving_cell_record, radio_technology::lte, "dl_earfcn", "pci"},
     {modem_stats::lte_handover_record, radio_technology::lte, "freq", "pci"},
+    {modem_stats::nr5g_ml1_meas_pcc_record, radio_technology::nr, "arfcn", "pci"},
     {modem_stats::nr5g_rrc_serving_cell_record, radio_technology::nr, "dl_earfcn", "pci"},
     {modem_stats::nr5g_new_cell_record, radio_technology::nr, "ssb_freq", "pci"},
 };
@@ -33,18 +37,18 @@ constexpr telling_record telling_records[] = {
 struct place {
   const modem_stats::field_row* row = nullptr;
   std::size_t at = 0;
+  bool is_beside = false;  // the record, in what the packet says beside it
 };
 
 place place_of(const record_schema& schema, std::string_view name) {
-  place found;
-  for (const auto& row : schema.parts().front().rows) {
-    if (row.name == name) {
-      found.row = &row;
-      break;
+  for (const bool is_beside : {false, true}) {
+    std::size_t at = 0;
+    for (const auto& row : is_beside ? schema.beside.rows : schema.parts().front().rows) {
+      if (row.name == name) return {&row, at, is_beside};
+      at += modem_stats::size_of(row.type);
     }
-    found.at += modem_stats::size_of(row.type);
   }
-  return found;
+  return {};
 }
 
 struct telling_places {
@@ -66,22 +70,28 @@ const telling_places* places_of(const record_schema& schema) {
   return found.pci.row == nullptr ? nullptr : &found;
 }
 
-std::uint64_t value_of(const place& at, std::span<const std::uint8_t> data) {
-  return modem_stats::load_field(*at.row, data.subspan(at.at)).unsigned_number;
+std::uint64_t value_of(const place& at, const record_data& data) {
+  const auto bytes = at.is_beside ? data.beside : data.bytes;
+  return modem_stats::load_field(*at.row, bytes.subspan(at.at)).unsigned_number;
 }
 
 }  // namespace
 
-void serving_cells::record(std::uint32_t radio, std::int64_t time, const record_schema& schema,
-                           std::span<const std::uint8_t> data) {
+std::optional<cell> told_cell(std::uint32_t radio, const record_schema& schema,
+                              const record_data& data) {
   const auto* const places = places_of(schema);
-  if (places == nullptr) return;
-  const cell seen{radio, places->technology,
-                  static_cast<std::uint32_t>(value_of(places->arfcn, data)),
-                  static_cast<std::uint16_t>(value_of(places->pci, data))};
-  ++counts_.at(seen).records;
-  const track_key key{radio, places->technology};
-  const track now{{seen, time}, {seen, time}};
+  if (places == nullptr) return {};
+  return cell{radio, places->technology, static_cast<std::uint32_t>(value_of(places->arfcn, data)),
+              static_cast<std::uint16_t>(value_of(places->pci, data))};
+}
+
+void serving_cells::record(std::uint32_t radio, std::int64_t time, const record_schema& schema,
+                           const record_data& data) {
+  const auto seen = told_cell(radio, schema, data);
+  if (!seen) return;
+  ++counts_.at(*seen).records;
+  const track_key key{radio, seen->technology};
+  const track now{{*seen, time}, {*seen, time}};
   const auto found = tracks_.find(key);
   if (found != tracks_.end()) return follow(found->second, now);
   tracks_.emplace(key, now);

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <span>
 #include <utility>
 
@@ -24,6 +25,11 @@ struct cell {
   friend auto operator<=>(const cell&, const cell&) = default;
 };
 
+/// The serving cell that the record tells, if it tells one.
+[[nodiscard]] std::optional<cell> told_cell(std::uint32_t radio,
+                                            const modem_stats::record_schema& schema,
+                                            const modem_stats::record_data& data);
+
 struct cell_counts {
   std::int64_t microseconds = 0;  // from its records to the next record of a serving cell
   std::uint64_t records = 0;
@@ -41,7 +47,7 @@ class serving_cells {
 
   /// Counts the record if it tells the serving cell.
   void record(std::uint32_t radio, std::int64_t time, const modem_stats::record_schema& schema,
-              std::span<const std::uint8_t> data);
+              const modem_stats::record_data& data);
   /// What is added from now on is of another capture or connection.
   void end_capture() { tracks_.clear(); }
   /// Adds what comes next in the same capture, or after end_capture().
