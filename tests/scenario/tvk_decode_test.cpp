@@ -173,13 +173,13 @@ TEST_F(tvk_decode, records_say_which_packet_of_which_file_they_are_from) {
 
 // The state behind record 127 is that of the radio and of the capture, wanted or not.
 TEST_F(tvk_decode, a_filter_or_another_radio_or_file_does_not_change_a_record) {
-  const auto state = [](const bytes& before, const char* time, int state) {
+  const auto change = [](const bytes& before, const char* time, int state) {
     return diag_frame(before + hex(std::string("60 0B00 4626 ") + time + " 9E34DDD400") +
                       bytes{static_cast<std::uint8_t>(state)});
   };
-  const auto connected = made("connected", state({}, "BE0C0A", 4) + state(radio_two, "BE0C0B", 4) +
-                                               state({}, "BE0C0C", 4) + state({}, "BE0C0D", 2) +
-                                               state({}, "BE0C0E", 4));
+  const auto connected = made(
+      "connected", change({}, "BE0C0A", 4) + change(radio_two, "BE0C0B", 4) +
+                       change({}, "BE0C0C", 4) + change({}, "BE0C0D", 2) + change({}, "BE0C0E", 4));
   const auto setups = [&](std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), {"-f", "csv", "--force", "-o", dir_.file("csv")});
     EXPECT_EQ(decode(arguments).exit_status, 0);
@@ -194,7 +194,7 @@ TEST_F(tvk_decode, a_filter_or_another_radio_or_file_does_not_change_a_record) {
   EXPECT_EQ(setups({"--from", "2016-03-23T21:55:49.774", connected}), "1@49.777582 ");
   EXPECT_EQ(setups({"--radio", "2", connected}), "2@49.773832 ");
   EXPECT_EQ(setups({"--data-id", "lte_rrc_state_change", "--from", "2016-03-23T23:55:49.773+02:00",
-                    connected, made("again", state({}, "BE0C0C", 4))}),
+                    connected, made("again", change({}, "BE0C0C", 4))}),
             "2@49.773832 1@49.777582 1@49.775082 ");
 }
 
