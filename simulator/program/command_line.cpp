@@ -1,13 +1,18 @@
 #include "simulator/program/command_line.h"
 
+#include <fmt/core.h>
+
 #include <algorithm>
 #include <iterator>
 #include <span>
 #include <sstream>
+#include <string_view>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
 #include "host/directories.h"
+#include "host/near_name.h"
 #include "simulator/failure.h"
 #include "simulator/modem/store.h"
 #include "simulator/program/standard_output.h"
@@ -35,6 +40,9 @@ struct raw_options {
   std::string qmux;
   bool qmi_proxy = false;
 };
+
+constexpr const char* no_separator =
+    "exec needs -- before its command: tvk-modem exec [OPTIONS] -- COMMAND [ARGS...]";
 
 std::string not_empty(const std::string& path) {
   return path.empty() ? "empty path" : "";
@@ -123,6 +131,20 @@ modem_options checked(const raw_options& raw) {
   return options;
 }
 
+/// Names a wrong sub-command, of which the library says only that it was not expected.
+void check_subcommand(const CLI::App& app, std::string_view name) {
+  if (name.starts_with('-')) return;
+  std::vector<std::string> owned;
+  for (const CLI::App* const each : app.get_subcommands([](const CLI::App*) { return true; })) {
+    owned.push_back(each->get_name());
+  }
+  const std::vector<std::string_view> names(owned.begin(), owned.end());
+  if (std::ranges::find(names, name) != names.end()) return;
+  const auto near = host::near_name(name, names);
+  throw usage_error(fmt::format("no command {}{}; tvk-modem --help lists them", name,
+                                near.empty() ? "" : fmt::format(", did you mean {}?", near)));
+}
+
 }  // namespace
 
 command parse_command_line(int argc, const char* const* argv) {
@@ -144,6 +166,7 @@ command parse_command_line(int argc, const char* const* argv) {
   exec->footer("tvk-modem exec [OPTIONS] -- COMMAND [ARGS...]");
   const state_command_line state(app);
 
+  if (ours > 1) check_subcommand(app, argv[1]);
   try {
     app.parse(ours, argv);
   } catch (const CLI::Success& help_or_version) {
@@ -152,11 +175,13 @@ command parse_command_line(int argc, const char* const* argv) {
     write_output(text.str());
     return nothing_to_do{};
   } catch (const CLI::ParseError& error) {
+    if (separator == all.end() && exec->parsed()) throw usage_error(no_separator);
     throw usage_error(error.what());
   }
 
   if (exec->parsed()) {
-    if (separator == all.end() || std::next(separator) == all.end()) {
+    if (separator == all.end()) throw usage_error(no_separator);
+    if (std::next(separator) == all.end()) {
       throw usage_error("exec needs a command: tvk-modem exec [OPTIONS] -- COMMAND [ARGS...]");
     }
     return exec_command{checked(raw), {std::next(separator), all.end()}};

@@ -1,14 +1,20 @@
 // Whatever a capture holds: nothing is read or written out of bounds, no byte is decoded and
-// counted as lost too, threads change nothing, every line is an object of its own, and a capture
-// file consists of whole blocks. Packed, the same comes out however it is asked for.
+// counted as lost too, threads change nothing in any output, every JSON line is an object of its
+// own, and a pcapng file consists of whole blocks. Packed, the same comes out however it is asked
+// for.
 #include <sys/mman.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <memory>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -17,6 +23,7 @@
 #include "decode/output/file_output.h"
 #include "decode/pipeline.h"
 #include "decode/signalling/reader.h"
+#include "decode/summary/report.h"
 #include "host/file_descriptor.h"
 #include "support/memory_source.h"
 
@@ -34,17 +41,18 @@ decode::summary decode_to(decode::record_store& store, std::span<const std::uint
   const decode::pipeline_options how{.threads = threads, .wanted = everything, .progress = {}};
   decode::pipeline one(how, store);
   decode::chunker chunks(source, decode::chunk_size(decode::max_threads));
-  one.run(chunks);
-  return one.counts();
+  decode::summary counts;
+  one.run(chunks, "a \"capture\"", counts);
+  return counts;
 }
 
-using make_store = std::unique_ptr<decode::record_store> (*)(decode::file_output& to, bool);
-
-std::string output(make_store make, std::span<const std::uint8_t> capture, unsigned threads) {
-  static const host::file_descriptor file(::memfd_create("output", MFD_CLOEXEC));
+/// What the store that `make` makes for a file writes to it.
+template <typename Make>
+std::string written(Make make, std::span<const std::uint8_t> capture, unsigned threads) {
+  static const host::file_descriptor file(::memfd_create("lines", MFD_CLOEXEC));
   if (::ftruncate(file.get(), 0) != 0 || ::lseek(file.get(), 0, SEEK_SET) != 0) __builtin_trap();
-  decode::file_output to("output", host::file_descriptor(::dup(file.get())));
-  const auto store = make(to, true);
+  decode::file_output to("lines", host::file_descriptor(::dup(file.get())));
+  const auto store = make(to);
   static_cast<void>(decode_to(*store, capture, threads));
   std::string text(static_cast<std::size_t>(::lseek(file.get(), 0, SEEK_CUR)), ' ');
   if (::pread(file.get(), text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) {
@@ -53,13 +61,46 @@ std::string output(make_store make, std::span<const std::uint8_t> capture, unsig
   return text;
 }
 
-/// Braces and brackets close, quotes pair: enough for text that has no escapes.
+std::string json_lines(std::span<const std::uint8_t> capture, unsigned threads) {
+  return written([](auto& to) { return decode::json_lines_store(to, true); }, capture, threads);
+}
+
+std::string text_lines(std::span<const std::uint8_t> capture, unsigned threads) {
+  return written([](auto& to) { return decode::text_store(to, true); }, capture, threads);
+}
+
+std::string pcap_blocks(std::span<const std::uint8_t> capture, unsigned threads) {
+  return written([](auto& to) { return decode::pcap_store(to, true); }, capture, threads);
+}
+
+/// All tables one after the other; they stay unfinished and so leave nothing behind.
+std::string csv_tables(std::span<const std::uint8_t> capture, unsigned threads) {
+  static const std::string folder = [] {
+    std::string name = "/tmp/fuzz_capture.XXXXXX";
+    if (::mkdtemp(name.data()) == nullptr) __builtin_trap();
+    return name;
+  }();
+  const auto store = decode::csv_store(folder, true, false, {});
+  static_cast<void>(decode_to(*store, capture, threads));
+  std::set<std::filesystem::path> tables;
+  for (const auto& table : std::filesystem::directory_iterator(folder)) tables.insert(table);
+  std::string text;
+  for (const auto& table : tables) {
+    std::ifstream file(table, std::ios::binary);
+    text.append(std::istreambuf_iterator<char>(file), {});
+  }
+  return text;
+}
+
+/// Braces and brackets close, quotes pair: enough for text whose only escapes are of quotes.
 bool is_object(std::string_view line) {
   int depth = 0;
   bool quoted = false;
+  bool escaped = false;
   for (const char& c : line) {
-    if (static_cast<unsigned char>(c) < 0x20 || c == '\\') return false;
-    if (c == '"') quoted = !quoted;
+    if (static_cast<unsigned char>(c) < 0x20) return false;
+    if (c == '"' && !escaped) quoted = !quoted;
+    escaped = c == '\\';
     if (quoted) continue;
     if (c == '{' || c == '[') ++depth;
     if (c == '}' || c == ']') --depth;
@@ -119,21 +160,24 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (counts.skipped_bytes > size) __builtin_trap();
   if (counts.frames > 0 && counts.skipped_bytes >= size) __builtin_trap();
   static_cast<void>(decode::to_text(counts, 1));
+  static_cast<void>(decode::to_json(counts, 1));
 
-  const auto lines = output(decode::json_lines_store, capture, 1);
+  const auto lines = json_lines(capture, 1);
   for (std::string_view rest = lines; !rest.empty();) {
     const auto end = rest.find('\n');
     if (end == std::string_view::npos || !is_object(rest.substr(0, end))) __builtin_trap();
     rest.remove_prefix(end + 1);
   }
-  const auto blocks = output(decode::pcap_store, capture, 1);
+  const auto blocks = pcap_blocks(capture, 1);
   for (std::string_view rest = blocks; !rest.empty();) {
     if (!take_block(rest)) __builtin_trap();
   }
+  const auto text = text_lines(capture, 1);
+  const auto tables = csv_tables(capture, 1);
   // More than one chunk takes more than most inputs have.
   if (size > decode::chunk_size(decode::max_threads) &&
-      (output(decode::json_lines_store, capture, 2) != lines ||
-       output(decode::pcap_store, capture, 2) != blocks)) {
+      (json_lines(capture, 2) != lines || text_lines(capture, 2) != text ||
+       csv_tables(capture, 2) != tables || pcap_blocks(capture, 2) != blocks)) {
     __builtin_trap();
   }
   return 0;

@@ -7,6 +7,7 @@
 
 #include "decode/output/time_text.h"
 #include "decode/pipeline.h"
+#include "decode/summary/report.h"
 #include "support/bytes.h"
 #include "support/hand_diag.h"
 #include "support/memory_source.h"
@@ -22,7 +23,7 @@ using support::operator+;
 /// Each record as its time in microseconds, data id and bytes, in the order they are flushed.
 class list_store final : public decode::record_store {
  public:
-  std::unique_ptr<decode::record_writer> make_writer() override {
+  std::unique_ptr<decode::record_writer> make_writer(const std::string& /*file*/) override {
     return std::make_unique<writer>(*this);
   }
 
@@ -38,7 +39,7 @@ class list_store final : public decode::record_store {
       for (const auto byte : data.bytes) text_ += " " + std::to_string(byte);
       text_ += "\n";
     }
-    void flush() override {
+    void flush(const decode::running_counts& /*late*/) override {
       to_.list += text_;
       text_.clear();
     }
@@ -62,8 +63,9 @@ decoded decode_all(const bytes& capture, unsigned threads = 1) {
       .threads = threads, .wanted = decode::filter::all(), .progress = {}};
   decode::pipeline one(how, store);
   decode::chunker chunks(source, decode::chunk_size(decode::max_threads));
-  one.run(chunks);
-  return {store.list, one.counts()};
+  summary counts;
+  one.run(chunks, "capture", counts);
+  return {store.list, counts};
 }
 
 /// A 0x1568 log whose codec type is `number`.
@@ -199,9 +201,10 @@ TEST(pipeline, summary_has_a_row_for_the_lowest_versions_of_a_packet_only) {
   const auto alone = decode_all(capture);
   const auto text = decode::to_text(alone.counts, 0);
   for (const char* line :
-       {"\n0x1568 version 0: 100 version not supported\n", "\n0x1568 version 13: 100 decoded\n",
-        "\n0x1568 version 15: 100 version not supported\n"
-        "0x1568 other versions: 24000 version not supported\n"}) {
+       {"\n0x1568 ims_rtp_sn_and_payload version 0: 100 version not supported\n",
+        "\n0x1568 ims_rtp_sn_and_payload version 13: 100 decoded\n",
+        "\n0x1568 ims_rtp_sn_and_payload version 15: 100 version not supported\n"
+        "0x1568 ims_rtp_sn_and_payload other versions: 24000 version not supported\n"}) {
     EXPECT_NE(text.find(line), std::string::npos) << line << text;
   }
   EXPECT_EQ(text.find("version 16"), std::string::npos);
