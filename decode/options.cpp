@@ -159,6 +159,7 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
   try {
     app.parse(argc, argv);
     if (live_option->count() > 0) chosen.live = live;
+    if (chosen.output == "-") chosen.output.clear();
     if (gsmtap_option->count() > 0) chosen.gsmtap = gsmtap;
     choose_signalling(chosen);
     if (!codes.empty() || !events.empty()) {

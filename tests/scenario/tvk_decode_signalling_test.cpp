@@ -53,6 +53,8 @@ TEST(tvk_decode_signalling, file_has_what_filters_leave) {
   // Nothing for this radio: still a file that Wireshark opens.
   EXPECT_EQ(run({"--radio", "2"}).exit_status, 0);
   EXPECT_EQ(std::filesystem::file_size(to), 52U);
+  const auto piped = support::run(TVK_DECODE_PROGRAM, {"-f", "pcap", "-o", "-", path});
+  EXPECT_EQ(piped.output.size(), 52U + 48 + 140 + 68 + 152);
   EXPECT_EQ(run({"--gsmtap"}).exit_status, 2);
   EXPECT_EQ(run({"--code", "0xB193"}).exit_status, 2);
   EXPECT_EQ(support::run(TVK_DECODE_PROGRAM, {"--comments", "-f", "jsonl", path}).exit_status, 2);
