@@ -106,11 +106,12 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
           ->needs(live_option);
   app.add_flag("--force", chosen.force, "let --save replace an existing file")->needs(save_option);
 
-  std::string gsmtap = "127.0.0.1:4729";
+  const std::string gsmtap_default = "127.0.0.1:4729";
+  std::string gsmtap;
   auto* const gsmtap_option =
-      app.add_option(
-             "--gsmtap", gsmtap,
-             "send signalling to a Wireshark that captures there: HOST:PORT; default: " + gsmtap)
+      app.add_option("--gsmtap", gsmtap,
+                     "send signalling to a Wireshark that captures there: HOST:PORT; default: " +
+                         gsmtap_default)
           ->expected(0, 1)
           ->needs(live_option);
 
@@ -160,7 +161,7 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
     app.parse(argc, argv);
     if (live_option->count() > 0) chosen.live = live;
     if (chosen.output == "-") chosen.output.clear();
-    if (gsmtap_option->count() > 0) chosen.gsmtap = gsmtap;
+    if (gsmtap_option->count() > 0) chosen.gsmtap = gsmtap.empty() ? gsmtap_default : gsmtap;
     choose_signalling(chosen);
     if (!codes.empty() || !events.empty()) {
       select_logs(chosen.wanted, codes);

@@ -56,6 +56,8 @@ TEST(tvk_decode_signalling, file_has_what_filters_leave) {
   const auto piped = support::run(TVK_DECODE_PROGRAM, {"-f", "pcap", "-o", "-", path});
   EXPECT_EQ(piped.output.size(), 52U + 48 + 140 + 68 + 152);
   EXPECT_EQ(run({"--gsmtap"}).exit_status, 2);
+  const auto no_port = support::run(TVK_DECODE_PROGRAM, {"--live", "unix:/none", "--gsmtap"});
+  EXPECT_TRUE(no_port.errors.starts_with("tvk-decode: DIAG port unix:/none: ")) << no_port.errors;
   EXPECT_EQ(run({"--code", "0xB193"}).exit_status, 2);
   EXPECT_EQ(support::run(TVK_DECODE_PROGRAM, {"--comments", "-f", "jsonl", path}).exit_status, 2);
 }
