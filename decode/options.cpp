@@ -127,11 +127,12 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
       app.add_flag("--force", chosen.force,
                    "let --save replace its file, and -f csv the tables in its directory");
 
-  std::string gsmtap = "127.0.0.1:4729";
+  const std::string gsmtap_default = "127.0.0.1:4729";
+  std::string gsmtap;
   auto* const gsmtap_option =
-      app.add_option(
-             "--gsmtap", gsmtap,
-             "send signalling to a Wireshark that captures there: HOST:PORT; default: " + gsmtap)
+      app.add_option("--gsmtap", gsmtap,
+                     "send signalling to a Wireshark that captures there: HOST:PORT; default: " +
+                         gsmtap_default)
           ->expected(0, 1)
           ->needs(live_option);
 
@@ -185,7 +186,8 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
     app.parse(argc, argv);
     if (live_option->count() > 0) chosen.live = live;
     if (!format.empty()) chosen.format = chosen_from(formats, "--format", format);
-    if (gsmtap_option->count() > 0) chosen.gsmtap = gsmtap;
+    if (chosen.output == "-") chosen.output.clear();
+    if (gsmtap_option->count() > 0) chosen.gsmtap = gsmtap.empty() ? gsmtap_default : gsmtap;
     choose_signalling(chosen);
     if (!summary_format.empty()) {
       chosen.with_summary = true;

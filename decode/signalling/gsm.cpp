@@ -51,14 +51,14 @@ struct gsm_channel_row {
 };
 constexpr gsm_channel_row gsm_channels[] = {
     {0, layer_3},                        // DCCH
-    {1, {family::gsm_radio, gsm_bcch}},  //
-    {2, {family::gsm_radio, gsm_rach}},  //
-    {3, {family::gsm_radio, gsm_ccch}},  //
+    {1, {family::gsm_radio, gsm_bcch}},  // BCCH
+    {2, {family::gsm_radio, gsm_rach}},  // RACH
+    {3, {family::gsm_radio, gsm_ccch}},  // CCCH
     {4, layer_3},                        // SACCH
     {5, layer_3},                        // SDCCH
     {6, layer_3},                        // FACCH, full rate
     {7, layer_3},                        // FACCH, half rate
-    {8, {family::gsm_radio, gsm_rach}},  // without delay
+    {8, {family::gsm_radio, gsm_rach}},  // RACH without delay
 };
 
 constexpr std::size_t gsm_header_size = 3;  // channel, message type, length

@@ -115,10 +115,11 @@ reading read_nr_rrc(std::uint16_t /*code*/, byte_view payload, scratch& /*room*/
   auto made = read_ota(*version, payload);
   if (!made.found) return made;
   message& found = *made.found;
-  if (found.channel == 0U || found.channel == no_channel) {  // it came within an LTE message
+  const auto channel = found.channel.value_or(0);
+  if (channel == 0 || channel == no_channel) {  // it came within an LTE message
     found.channel.reset();
     found.cell.reset();
-  } else if (found.channel > most_nr_arfcn) {
+  } else if (channel > most_nr_arfcn) {
     return rejected(rejection::value, number);
   }
   if (version->layout.timing != 0) {

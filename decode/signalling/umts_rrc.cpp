@@ -15,7 +15,7 @@ constexpr std::size_t length_at = 2;
 constexpr std::size_t after_length = 4;
 
 /// What stands between the length and the message.
-enum class header : std::uint8_t { none, cell, block, cell_and_old_block };
+enum class header : std::uint8_t { none, cell, block, cell_and_block };
 
 struct channel_row {
   std::uint8_t number;
@@ -43,14 +43,13 @@ constexpr channel_row channels[] = {
     {0x86, header::cell, umts_pcch},
     {0x87, header::cell, umts_mcch},
     {0x88, header::cell, umts_msch},
-    {0x89, header::cell_and_old_block},
-    {0xF0, header::cell_and_old_block},
+    {0x89, header::cell_and_block},
+    {0xF0, header::cell_and_block},
     {0xFE, header::block},
     {0xFF, header::block},
 };
 
-/// Numbers of system information blocks. Headers with a cell are of an earlier numbering, in which
-/// 31 is another block.
+/// Numbers of system information blocks. 31 is another one where a cell is in front.
 struct block_row {
   std::uint8_t number;
   std::uint8_t channel;
@@ -66,7 +65,7 @@ constexpr block_row blocks[] = {
     {28, umts_sb2},       {29, umts_sib15_5},   {30, umts_sib5bis},   {31, umts_sib11bis},
     {66, umts_sib11bis},  {67, umts_sib19},
 };
-constexpr block_row old_31{31, umts_sib19};
+constexpr block_row block_31_behind_cell{31, umts_sib19};
 
 }  // namespace
 
@@ -78,7 +77,7 @@ reading read_umts_rrc(std::uint16_t /*code*/, byte_view payload, scratch& /*room
   const auto length = load_le<std::uint16_t>(payload.subspan(length_at));
   byte_view rest = payload.subspan(after_length);
   message found{.what = {family::umts_rrc, row->channel}, .way = direction::down, .bytes = {}};
-  if (row->before == header::cell || row->before == header::cell_and_old_block) {
+  if (row->before == header::cell || row->before == header::cell_and_block) {
     constexpr std::size_t cell_size = 4;
     if (rest.size() < cell_size) return rejected(rejection::length, 0);
     found.channel = load_le<std::uint16_t>(rest);
@@ -89,11 +88,11 @@ reading read_umts_rrc(std::uint16_t /*code*/, byte_view payload, scratch& /*room
   if (const auto wrong = check_length(length, rest.size()); wrong != rejection::none) {
     return rejected(wrong, 0);
   }
-  if (row->before == header::block || row->before == header::cell_and_old_block) {
+  if (row->before == header::block || row->before == header::cell_and_block) {
     const auto* block = std::ranges::find(blocks, rest[0], &block_row::number);
     if (block == std::end(blocks)) return rejected(rejection::value, 0);
-    if (row->before == header::cell_and_old_block && block->number == old_31.number) {
-      block = &old_31;
+    if (row->before == header::cell_and_block && block->number == block_31_behind_cell.number) {
+      block = &block_31_behind_cell;
     }
     found.what.number = block->channel;
     rest = rest.subspan(1);

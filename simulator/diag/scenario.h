@@ -1,5 +1,5 @@
-// What the modem logs without a capture: measurements of its radio, its cells, its data, signalling,
-// and event 1606 as its RRC state changes.
+// What the modem logs without a capture: measurements of its radio, its cells, its data,
+// signalling, and event 1606 as its RRC state changes.
 #pragma once
 
 #include <cstdint>

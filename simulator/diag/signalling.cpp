@@ -79,19 +79,19 @@ enum class occasion : std::uint8_t { attach, later, always };
 /// A message and the log that it is in: RRC's, with its channel, or one of NAS.
 struct message_row {
   lte_rrc_state state;
-  milliseconds after;  // the state began
   occasion when;
-  std::uint16_t log;
   lte_channel channel;
+  std::uint16_t log;
+  milliseconds after;  // the state began
   message_bytes (*build)(const radio_values& seen);
 };
 constexpr message_row rrc(lte_rrc_state state, int after, occasion when, lte_channel channel,
                           message_bytes (*build)(const radio_values& seen)) {
-  return {state, milliseconds(after), when, lte_rrc_log, channel, build};
+  return {state, when, channel, lte_rrc_log, milliseconds(after), build};
 }
 constexpr message_row nas(lte_rrc_state state, int after, occasion when, std::uint16_t log,
                           message_bytes (*build)(const radio_values& seen)) {
-  return {state, milliseconds(after), when, log, {}, build};
+  return {state, when, {}, log, milliseconds(after), build};
 }
 constexpr message_row messages[] = {
     rrc(connecting, 0, occasion::later, pcch, paging),

@@ -4,12 +4,14 @@
 #include <algorithm>
 
 #include "simulator/diag/scenario.h"
+#include "simulator/diag/signalling.h"
 #include "support/bytes.h"
 
 namespace {
 
 using support::bytes;
 using support::hex;
+using support::operator+;
 
 TEST(simulator_logs, every_field_has_its_value) {
   struct row {
@@ -52,6 +54,35 @@ TEST(simulator_logs, every_field_has_its_value) {
     EXPECT_TRUE(got == each.payload) << std::hex << each.code << " differs at byte " << std::dec
                                      << std::ranges::mismatch(got, each.payload).in1 - got.begin();
   }
+}
+
+// The first connection that is seen from its beginning is an attach, the next one is not. Header of
+// 21 bytes: version 26, PCI 143, EARFCN 1300, no time on the uplink, channel 10.
+TEST(simulator_logs, signalling_follows_the_connection) {
+  using sim::lte_rrc_state;
+  sim::diag::signalling modem;
+  sim::radio_values seen;
+  int at = 0;
+  const auto logs_in = [&](lte_rrc_state state) {
+    seen.rrc = state;
+    return modem.logs_at(std::chrono::milliseconds(at += 100), seen);
+  };
+  const bytes header = hex("1A 0F10 0F10 00 8F00 14050000 0000 0A 00*4 0600");
+  EXPECT_TRUE(logs_in(lte_rrc_state::idle_camped).empty());
+  auto logs = logs_in(lte_rrc_state::connecting);
+  ASSERT_EQ(logs.size(), 3U);
+  EXPECT_EQ(logs[0].payload, hex("01 090500 0201D031"));
+  EXPECT_EQ(logs[1].payload, hex("01 090500 074171 080910101032547698 02E0E0 0004 0201D031"));
+  // 0 1 0 1, the random value, cause 3, 0.
+  EXPECT_EQ(logs[2].payload, header + hex("55A17C3B2F46"));
+  for (const auto state :
+       {lte_rrc_state::connected, lte_rrc_state::closing, lte_rrc_state::idle_camped}) {
+    static_cast<void>(logs_in(state));
+  }
+  logs = logs_in(lte_rrc_state::connecting);
+  ASSERT_EQ(logs.size(), 3U);
+  EXPECT_EQ(logs[1].payload, hex("01 090500 C703 5A03"));
+  EXPECT_EQ(logs[2].payload, header + hex("401C0A812344"));
 }
 
 }  // namespace
