@@ -1,10 +1,12 @@
-// A run of tvk-decode over a file in memory, compared to only searching for the ends of frames
+// Runs of tvk-decode over files in memory, compared to only searching for the ends of frames
 // (memchr) and to a byte-by-byte deframer. Rates are in bytes of the capture.
 //
-//   bench_decode [--quick] [CAPTURE...]
+//   bench_decode [--quick] [--baseline=PROGRAM] [CAPTURE...]
 //
-// The captures are repeated up to 1 GB, or 64 MB with --quick. Without arguments it uses the
-// captures next to the sources, or synthetic log packets if there are none.
+// There are two files: the captures one after the other, and a dense one with only those packets
+// that make records. Each is repeated up to 256 MB, or 64 MB with --quick. Without arguments it
+// uses the captures next to the sources, or synthetic log packets if there are none. With a
+// baseline, another build of tvk-decode, its runs alternate with those of this build.
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -26,9 +28,12 @@
 #include <random>
 #include <span>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "benchmarks/byte_loop.h"
+#include "modem_stats/dispatch.h"
 #include "protocol/hdlc.h"
 #include "protocol/log_packet.h"
 
@@ -37,7 +42,7 @@ namespace {
 using bytes = std::vector<std::uint8_t>;
 using clock_type = std::chrono::steady_clock;
 
-constexpr std::size_t full_size = std::size_t{1} << 30;
+constexpr std::size_t full_size = std::size_t{256} << 20;
 constexpr std::size_t quick_size = std::size_t{64} << 20;
 
 /// Serving cell measurements, and packets without a decoder, both with random content. So escapes
@@ -75,6 +80,52 @@ bytes read_captures(std::vector<std::string> paths) {
     all.insert(all.end(), std::istreambuf_iterator<char>(file), {});
   }
   return all;
+}
+
+/// Whether a packet makes a record.
+class dense_filter final : modem_stats::record_sink {
+ public:
+  bool keeps(protocol::byte_view whole) {
+    using modem_stats::packet_kind;
+    found_ = false;
+    const auto inner = protocol::diag::unwrap_radio(whole);
+    if (!inner || inner->packet.empty()) return false;
+    if (inner->packet[0] == protocol::diag::log_code) {
+      const auto log = protocol::diag::parse_log(inner->packet);
+      if (log) decode(packet_kind::log, log->code, log->payload);
+    } else if (inner->packet[0] == protocol::diag::event_code) {
+      protocol::diag::event_reader events(inner->packet);
+      while (const auto event = events.next()) {
+        decode(packet_kind::event, event->id, event->payload);
+      }
+    }
+    return found_;
+  }
+
+ private:
+  void decode(modem_stats::packet_kind kind, std::uint16_t id, protocol::byte_view payload) {
+    static_cast<void>(
+        modem_stats::decode_packet({kind, id, 0, payload}, {.records = this}, state_));
+  }
+  void record(const modem_stats::record_schema& /*schema*/,
+              const modem_stats::record_data& /*data*/) override {
+    found_ = true;
+  }
+
+  modem_stats::stream_state state_;
+  bool found_ = false;
+};
+
+bytes dense(const bytes& captures) {
+  dense_filter filter;
+  protocol::hdlc::deframer frames;
+  bytes made;
+  bytes copy = captures;  // the deframer may unescape in place
+  protocol::byte_view rest = copy;
+  for (protocol::byte_view packet; frames.next(rest, packet);) {
+    if (filter.keeps(packet)) protocol::hdlc::append_frame(made, packet);
+  }
+  return made;
 }
 
 /// A file in memory: other programs open path(), this one reads content().
@@ -122,21 +173,29 @@ struct result {
   long peak = 0;  // kB; 0 if it ran in this process
 };
 
-result best_of(int times, const std::function<result()>& once) {
-  result best;
-  for (int i = 0; i < times; ++i) {
-    const auto one = once();
-    best = {std::min(best.wall, one.wall), std::min(best.cpu, one.cpu),
-            std::max(best.peak, one.peak)};
-  }
-  return best;
+void keep_best(result& best, const result& one) {
+  best = {std::min(best.wall, one.wall), std::min(best.cpu, one.cpu),
+          std::max(best.peak, one.peak)};
 }
 
-result run_decoder(const std::string& path, const char* format, const char* threads) {
+/// Where CSV tables go: in memory, as the other outputs go nowhere.
+const std::string& table_folder() {
+  static const std::string folder = [] {
+    std::string name = "/dev/shm/bench_decode.XXXXXX";
+    if (::mkdtemp(name.data()) == nullptr) std::exit(EXIT_FAILURE);
+    return name;
+  }();
+  return folder;
+}
+
+result run_decoder(const char* program, const std::string& path, const std::string& format,
+                   const char* threads) {
+  const std::string output = format == "csv" ? table_folder() + "/tables" : "/dev/null";
+  if (format == "csv") std::filesystem::remove_all(output);
   const auto begin = clock_type::now();
   const pid_t child = ::fork();
   if (child == 0) {
-    ::execl(TVK_DECODE_PROGRAM, TVK_DECODE_PROGRAM, "-f", format, "-j", threads, "-o", "/dev/null",
+    ::execl(program, program, "-f", format.c_str(), "-j", threads, "-o", output.c_str(),
             path.c_str(), nullptr);
     std::_Exit(127);
   }
@@ -144,7 +203,7 @@ result run_decoder(const std::string& path, const char* format, const char* thre
   rusage used{};
   ::wait4(child, &status, 0, &used);
   if (status != 0) {
-    std::fprintf(stderr, "tvk-decode failed\n");
+    std::fprintf(stderr, "%s failed\n", program);
     std::exit(EXIT_FAILURE);
   }
   return {std::chrono::duration<double>(clock_type::now() - begin).count(),
@@ -162,6 +221,10 @@ result run_here(const std::function<std::size_t()>& count_frames) {
   return {wall.count(), seconds_of(after.ru_utime) - seconds_of(before.ru_utime), 0};
 }
 
+std::size_t byte_by_byte(std::span<const std::uint8_t> rest) {
+  return deframe_byte_by_byte(rest);
+}
+
 std::size_t find_terminators(std::span<const std::uint8_t> rest) {
   std::size_t found = 0;
   while (const void* at = std::memchr(rest.data(), protocol::hdlc::terminator, rest.size())) {
@@ -172,36 +235,66 @@ std::size_t find_terminators(std::span<const std::uint8_t> rest) {
   return found;
 }
 
+void print_row(const std::string& name, std::size_t size, const result& best) {
+  const double megabytes = static_cast<double>(size) / 1e6;
+  std::printf("%-20s %8.0f %10.0f", name.c_str(), megabytes / best.wall, megabytes / best.cpu);
+  if (best.peak > 0) std::printf(" %8.1f", static_cast<double>(best.peak) / 1e3);
+}
+
+void measure(const char* what, const memory_file& file, int times, const char* baseline) {
+  const auto size = file.content().size();
+  std::printf("%s, %zu MB, best of %d\n%-20s %8s %10s %8s\n", what, size / 1'000'000, times, "",
+              "MB/s", "MB/CPU s", "peak MB");
+  for (const auto& [name, pass] :
+       {std::pair("memchr of 7E", &find_terminators), std::pair("byte by byte", &byte_by_byte)}) {
+    result best;
+    for (int i = 0; i < times; ++i) keep_best(best, run_here([&] { return pass(file.content()); }));
+    print_row(name, size, best);
+    std::printf("\n");
+  }
+  for (const std::string format : {"none", "text", "jsonl", "csv"}) {
+    double alone = 0;
+    for (const char* threads : {"1", "2"}) {
+      result best;
+      result before;
+      for (int i = 0; i < times; ++i) {
+        keep_best(best, run_decoder(TVK_DECODE_PROGRAM, file.path(), format, threads));
+        if (baseline != nullptr) {
+          keep_best(before, run_decoder(baseline, file.path(), format, threads));
+        }
+      }
+      print_row(format + ", -j " + threads, size, best);
+      if (alone > 0) std::printf("  to one thread: %.2f", alone / best.wall);
+      alone = best.wall;
+      if (baseline != nullptr) {
+        std::printf("  to baseline: %.2f (%.0f MB/s, %.1f MB)", before.wall / best.wall,
+                    static_cast<double>(size) / 1e6 / before.wall,
+                    static_cast<double>(before.peak) / 1e3);
+      }
+      std::printf("\n");
+      std::fflush(stdout);
+    }
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
   bool quick = false;
+  const char* baseline = nullptr;
   std::vector<std::string> paths;
   for (int i = 1; i < argc; ++i) {
-    const std::string argument = argv[i];
+    const std::string_view argument = argv[i];
+    constexpr std::string_view of_baseline = "--baseline=";
     if (argument == "--quick") quick = true;
-    if (!argument.starts_with("--")) paths.push_back(argument);
+    if (argument.starts_with(of_baseline)) baseline = argv[i] + of_baseline.size();
+    if (!argument.starts_with("--")) paths.emplace_back(argument);
   }
-  const memory_file file(read_captures(paths), quick ? quick_size : full_size);
+  const std::size_t size = quick ? quick_size : full_size;
   const int times = quick ? 2 : 5;
-  std::printf("%zu MB, best of %d\n%-22s %10s %12s %10s\n", file.content().size() / 1'000'000,
-              times, "", "MB/s", "MB/CPU s", "peak MB");
-  const auto row = [&](const char* name, const std::function<result()>& once) {
-    const auto best = best_of(times, once);
-    const double megabytes = static_cast<double>(file.content().size()) / 1e6;
-    std::printf("%-22s %10.0f %12.0f", name, megabytes / best.wall, megabytes / best.cpu);
-    if (best.peak > 0) std::printf(" %10.1f", static_cast<double>(best.peak) / 1e3);
-    std::printf("\n");
-    return best.wall;
-  };
-  row("memchr of 7E", [&] { return run_here([&] { return find_terminators(file.content()); }); });
-  row("byte by byte",
-      [&] { return run_here([&] { return deframe_byte_by_byte(file.content()); }); });
-  row("none, 1 thread", [&] { return run_decoder(file.path(), "none", "1"); });
-  row("none, 2 threads", [&] { return run_decoder(file.path(), "none", "2"); });
-  const double alone =
-      row("jsonl, 1 thread", [&] { return run_decoder(file.path(), "jsonl", "1"); });
-  const double two =
-      row("jsonl, 2 threads", [&] { return run_decoder(file.path(), "jsonl", "2"); });
-  std::printf("jsonl, 2 threads to 1: %.2f\n", alone / two);
+  const auto captures = read_captures(paths);
+  measure("captures", memory_file(captures, size), times, baseline);
+  const auto records = dense(captures);
+  if (!records.empty()) measure("dense", memory_file(records, size), times, baseline);
+  std::filesystem::remove_all(table_folder());
 }

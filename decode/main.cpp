@@ -4,13 +4,14 @@
 #include <chrono>
 #include <csignal>
 
-#include "decode/files.h"
+#include "decode/input/files.h"
 #include "decode/live/session.h"
 #include "decode/messages.h"
 #include "decode/options.h"
 #include "decode/output/file_output.h"
 #include "decode/output/record_output.h"
-#include "decode/summary.h"
+#include "decode/summary/report.h"
+#include "decode/summary/summary.h"
 #include "host/file_descriptor.h"
 #include "host/standard_descriptors.h"
 
@@ -35,7 +36,7 @@ std::unique_ptr<record_store> make_store(const options& chosen, file_output& out
     case output_format::json_lines:
       return json_lines_store(output, chosen.with_raw_bytes);
     case output_format::csv:
-      return csv_store(chosen.output, chosen.with_raw_bytes, taken);
+      return csv_store(chosen.output, chosen.with_raw_bytes, chosen.force, taken);
     case output_format::none:
       break;
   }
@@ -58,12 +59,16 @@ int run(const options& chosen) {
   const bool all_read =
       chosen.live ? decode_live(chosen, *store, is_written ? output.descriptor() : -1, counts)
                   : decode_files(chosen, inputs, *store, counts);
-  if (counts.frames > 0) output.begin();
+  if (counts.frames > 0) {
+    output.begin();
+    store->finish();
+  }
   if (chosen.with_summary) {
     const std::chrono::duration<double> took = std::chrono::steady_clock::now() - begin;
     const bool is_output = chosen.format == output_format::none && chosen.output.empty();
     write_whole(is_output ? STDOUT_FILENO : STDERR_FILENO, "summary",
-                to_text(counts, took.count()));
+                chosen.summary == summary_format::json ? to_json(counts, took.count())
+                                                       : to_text(counts, took.count()));
   }
   return all_read && !(chosen.strict && counts.has_rejections()) ? 0 : failed;
 }

@@ -4,15 +4,16 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <charconv>
-#include <map>
 #include <sstream>
+#include <string_view>
 #include <thread>
 
 #include <CLI/CLI.hpp>
 
 #include "decode/messages.h"
 #include "decode/output/file_output.h"
+#include "decode/output/schema_json.h"
+#include "decode/output/schema_sql.h"
 #include "decode/output/time_text.h"
 #include "decode/pipeline.h"
 #include "decode/record_list.h"
@@ -23,29 +24,43 @@ namespace {
 
 constexpr int wrong_usage = 2;
 
-/// Reduces `wanted` to the listed numbers, all of which must be in it.
-template <std::size_t N>
-void select(std::bitset<N>& wanted, const std::vector<std::string>& list, const char* what) {
-  const auto possible = wanted;
-  wanted.reset();
-  for (const auto& text : list) {
-    const bool hex = text.starts_with("0x") || text.starts_with("0X");
-    const char* const first = text.data() + (hex ? 2 : 0);
-    const char* const last = text.data() + text.size();
-    std::size_t number = 0;
-    const auto result = std::from_chars(first, last, number, hex ? 16 : 10);
-    if (result.ec != std::errc() || result.ptr != last || number >= N || !possible[number]) {
-      throw CLI::ValidationError(std::string("--") + what, "'" + text + "' has no decoder");
-    }
-    wanted.set(number);
+template <typename Value>
+struct choice {
+  std::string_view name;
+  Value value;
+};
+constexpr choice<output_format> formats[] = {{"text", output_format::text},
+                                             {"jsonl", output_format::json_lines},
+                                             {"csv", output_format::csv},
+                                             {"none", output_format::none}};
+/// Makes the page that --schema prints.
+using schema_maker = std::string (*)();
+constexpr choice<schema_maker> schemas[] = {
+    {"json", json_schema},
+    {"duckdb", [] { return sql_schema(duckdb_engine); }},
+    {"postgresql", [] { return sql_schema(postgresql_engine); }},
+    {"sqlite", [] { return sql_schema(sqlite_engine); }}};
+constexpr choice<summary_format> summary_formats[] = {{"text", summary_format::text},
+                                                      {"json", summary_format::json}};
+
+/// The value of the row with this name; the error lists the names.
+template <typename Value, std::size_t n>
+Value chosen_from(const choice<Value> (&rows)[n], const char* option, const std::string& name) {
+  std::string names;
+  for (const auto& row : rows) {
+    if (row.name == name) return row.value;
+    names.append(names.empty() ? "" : ", ").append(row.name);
   }
+  throw CLI::ValidationError(option, fmt::format("'{}' is not one of {}", name, names));
 }
 
 std::int64_t to_time(const char* option, const std::string& text) {
   const auto time = parse_time(text);
   if (!time) {
     throw CLI::ValidationError(
-        option, "'" + text + "' is not a time; expected UTC like 2016-03-23T21:55:49.316");
+        option, "'" + text +
+                    "' is not a time; expected one like 2016-03-23T21:55:49.316, in UTC, or with "
+                    "an offset like +02:00");
   }
   return *time;
 }
@@ -71,6 +86,14 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
         throw CLI::Success();
       },
       "describe the records, in Markdown");
+  app.add_option_function<std::string>(
+      "--schema",
+      [&](const std::string& name) {
+        page << chosen_from(schemas, "--schema", name)();
+        throw CLI::Success();
+      },
+      "print the schema of -f jsonl: json; or the statements that create and load tables: duckdb, "
+      "postgresql, sqlite");
 
   app.add_option("input", chosen.inputs, "files, directories, - for standard input");
   std::string live;
@@ -82,14 +105,12 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
   auto* const save_option =
       app.add_option("--save", chosen.save, "save everything the port sends in a .qmdl file")
           ->needs(live_option);
-  app.add_flag("--force", chosen.force, "let --save replace an existing file")->needs(save_option);
+  auto* const force_option =
+      app.add_flag("--force", chosen.force,
+                   "let --save replace its file, and -f csv the tables in its directory");
 
-  const std::map<std::string, output_format> formats{{"text", output_format::text},
-                                                     {"jsonl", output_format::json_lines},
-                                                     {"csv", output_format::csv},
-                                                     {"none", output_format::none}};
-  app.add_option("-f,--format", chosen.format, "text, jsonl, csv or none; default: text")
-      ->transform(CLI::CheckedTransformer(formats, CLI::ignore_case).description(""));
+  std::string format;
+  app.add_option("-f,--format", format, "text, jsonl, csv or none; default: text");
   app.add_option("-o,--output", chosen.output,
                  "file to write, or directory for csv; default: standard output");
   app.add_flag("--time", chosen.with_time, "text: start each line with time and radio");
@@ -97,6 +118,8 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
   app.add_flag("--summary", chosen.with_summary,
                "print counts at the end: on standard output with -f none, otherwise on standard "
                "error");
+  std::string summary_format;
+  app.add_option("--summary-format", summary_format, "text or json; the latter implies --summary");
 
   std::vector<std::string> codes;
   std::vector<std::string> events;
@@ -107,10 +130,12 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
     // One argument only: the next one is an input.
     app.add_option(name, list, what)->delimiter(',')->allow_extra_args(false);
   };
-  add_list("--code", codes, "only these log codes: 0xB193,0xB0C2");
-  add_list("--event", events, "only these event ids: 1606");
-  add_list("--data-id", data_ids, "only records with these ids: 82,108");
-  app.add_option("--from", from, "only packets from this time on, UTC: 2016-03-23T21:55:49.316");
+  add_list("--code", codes, "only these logs, by code or name: 0xB193,lte_tx_power");
+  add_list("--event", events, "only these events, by id or name: 1606");
+  add_list("--data-id", data_ids, "only these records, by data id or name: 82,lte_rx_agc");
+  app.add_option(
+      "--from", from,
+      "only packets from this time on: 2016-03-23T21:55:49.316, in UTC, or with an offset: +02:00");
   app.add_option("--to", to, "only packets up to this time");
   app.add_option("--radio", chosen.wanted.radio, "only this radio, counted from 1")
       ->check(CLI::PositiveNumber);
@@ -129,12 +154,24 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
   try {
     app.parse(argc, argv);
     if (live_option->count() > 0) chosen.live = live;
-    if (!codes.empty() || !events.empty()) {
-      select(chosen.wanted.logs, codes, "code");
-      select(chosen.wanted.events, events, "event");
+    if (!format.empty()) chosen.format = chosen_from(formats, "--format", format);
+    if (!summary_format.empty()) {
+      chosen.with_summary = true;
+      chosen.summary = chosen_from(summary_formats, "--summary-format", summary_format);
     }
+    const auto select = [&](const char* option, auto how, const std::vector<std::string>& list) {
+      try {
+        (chosen.wanted.*how)(list);
+      } catch (const selection_error& e) {
+        throw CLI::ValidationError(option, e.what());
+      }
+    };
+    if (!codes.empty() || !events.empty()) {
+      select("--code", &filter::select_logs, codes);
+      select("--event", &filter::select_events, events);
+    }
+    if (!data_ids.empty()) select("--data-id", &filter::select_records, data_ids);
     if (product_versions) chosen.wanted.versions = modem_stats::version_set::product;
-    if (!data_ids.empty()) select(chosen.wanted.data_ids, data_ids, "data-id");
     if (!from.empty()) chosen.wanted.from = to_time("--from", from);
     if (!to.empty()) chosen.wanted.to = to_time("--to", to);
     if (chosen.inputs.empty() == !chosen.live.has_value()) {
@@ -144,11 +181,16 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
     if (chosen.format == output_format::csv && chosen.output.empty()) {
       throw CLI::RequiredError("--output DIRECTORY for csv");
     }
-  } catch (const CLI::ParseError& e) {
-    std::ostringstream complaint;
-    exit_code = app.exit(e, page, complaint) == 0 ? 0 : wrong_usage;
+    if (chosen.force && chosen.format != output_format::csv && save_option->count() == 0) {
+      throw CLI::RequiresError(force_option->get_name(), "--save or -f csv");
+    }
+  } catch (const CLI::Success& e) {
+    exit_code = app.exit(e, page);
     write_whole(STDOUT_FILENO, "standard output", page.str());
-    report_verbatim(complaint.str());
+    return std::nullopt;
+  } catch (const CLI::ParseError& e) {
+    exit_code = wrong_usage;
+    report(fmt::format("{}; --help describes the options", e.what()));
     return std::nullopt;
   }
   return chosen;

@@ -11,17 +11,19 @@
 namespace decode {
 
 enum class output_format : std::uint8_t { text, json_lines, csv, none };
+enum class summary_format : std::uint8_t { text, json };
 
 struct options {
   std::vector<std::string> inputs;  // files, directories, "-"
   std::optional<std::string> live;  // DIAG port; empty: the one that TVK_DIAG names
   std::string save;                 // file for everything that the port sends
-  bool force = false;               // the file may already exist
+  bool force = false;               // the file, or CSV tables, may already exist
   output_format format = output_format::text;
   std::string output;  // file, or directory for CSV; empty: standard output
   bool with_time = false;
   bool with_raw_bytes = false;
   bool with_summary = false;
+  summary_format summary = summary_format::text;
   bool strict = false;
   unsigned threads = 1;
   std::uint64_t memory = unpacking_memory;

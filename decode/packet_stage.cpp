@@ -1,7 +1,5 @@
 #include "decode/packet_stage.h"
 
-#include <algorithm>
-
 #include "modem_stats/dispatch.h"
 
 namespace decode {
@@ -19,18 +17,23 @@ int subscription(std::uint32_t radio) {
   return static_cast<int>(radio) - 1;
 }
 
+bool changes_rrc_state(const packet_source& source) {
+  return source.kind == packet_kind::event && source.id == lte_rrc_state_change;
+}
+
 }  // namespace
 
-packet_stage::packet_stage(const filter& wanted, bool with_lines, const stream_state& state,
+packet_stage::packet_stage(const filter& wanted, bool with_lines, const stream& from,
                            record_writer& writer, summary& counts)
     : wanted_(wanted),
       writer_(writer),
       counts_(counts),
       sinks_{.lines = with_lines ? this : nullptr, .records = this},
-      state_(state) {}
+      stream_(from) {}
 
 void packet_stage::packet(byte_view whole) {
   ++counts_.frames;
+  source_.packet = stream_.counts.packets++;
   const auto unwrapped = diag::unwrap_radio(whole);
   if (!unwrapped || unwrapped->packet.empty()) {
     ++counts_.damaged_packets;
@@ -53,6 +56,7 @@ void packet_stage::packet(byte_view whole) {
 
 void packet_stage::inner_log(byte_view inner) {
   ++counts_.frames;
+  source_.packet = stream_.counts.packets++;
   counts_.messages.add(diag::log_code);
   const auto found = diag::parse_inner_log(inner);
   if (found) {
@@ -64,7 +68,7 @@ void packet_stage::inner_log(byte_view inner) {
 
 void packet_stage::log(const diag::log_packet& log, std::uint32_t radio) {
   counts_.logs.add(log.code);
-  begin({packet_kind::log, log.code, radio, diag::to_unix_microseconds(log.time)});
+  begin(packet_kind::log, log.code, radio, log.time);
   if (wanted_.logs[log.code]) decode(log.payload);
 }
 
@@ -72,34 +76,52 @@ void packet_stage::events(byte_view report, std::uint32_t radio) {
   diag::event_reader reader(report);
   while (const auto event = reader.next()) {
     counts_.events.add(event->id);
-    begin({packet_kind::event, event->id, radio, diag::to_unix_microseconds(event->time)});
+    begin(packet_kind::event, event->id, radio, event->time);
     if (wanted_.events[event->id]) decode(event->payload);
   }
   if (reader.damaged()) ++counts_.damaged_packets;
 }
 
-void packet_stage::begin(const packet_source& source) {
-  source_ = source;
-  counts_.first_time = std::min(counts_.first_time, source.time);
-  counts_.last_time = std::max(counts_.last_time, source.time);
+void packet_stage::begin(packet_kind kind, std::uint16_t id, std::uint32_t radio,
+                         diag::time_stamp time) {
+  source_ = {kind, id, radio, diag::to_unix_microseconds(time), source_.packet};
+  counts_.packet(radio, source_.time);
 }
 
 void packet_stage::decode(byte_view payload) {
-  if (!wanted_.wants(source_.time, source_.radio)) return;
-  if (source_.kind == packet_kind::event && source_.id == lte_rrc_state_change) {
-    used_rrc_state_ = true;
-  }
   // An event may have no payload at all.
   static constexpr std::uint8_t nothing[1] = {};
   if (payload.data() == nullptr) payload = byte_view(nothing, 0);
+  if (!wanted_.wants(source_.time, source_.radio)) {
+    // It still says what comes before a packet that is wanted.
+    if (changes_rrc_state(source_)) decode(payload, {});
+    return;
+  }
+  const auto records_before = records_;
+  const auto outcome = decode(payload, sinks_);
+  counts_.count(source_.kind, source_.id, outcome, records_ > records_before);
+}
+
+modem_stats::packet_outcome packet_stage::decode(byte_view payload,
+                                                 const modem_stats::packet_sinks& to) {
+  const bool changes_rrc = changes_rrc_state(source_);
+  modem_stats::stream_state state{.versions_not_supported = stream_.counts.rejections};
+  if (changes_rrc) {
+    used_rrc_states_ = true;
+    state.lte_rrc_last_state = stream_.rrc.of(source_.radio);
+  }
   const auto outcome =
       modem_stats::decode_packet({source_.kind, source_.id, subscription(source_.radio), payload},
-                                 sinks_, state_, wanted_.versions);
-  counts_.count(source_.kind, source_.id, outcome);
+                                 to, state, wanted_.versions);
+  stream_.counts.rejections = state.versions_not_supported;
+  if (changes_rrc) stream_.rrc.set(source_.radio, state.lte_rrc_last_state);
+  return outcome;
 }
 
 void packet_stage::record(const modem_stats::record_schema& schema,
                           const modem_stats::record_data& data) {
+  ++records_;
+  counts_.cells.record(source_.radio, source_.time, schema, data.bytes);
   if (!wanted_.data_ids[schema.id]) return;
   counts_.records.add(schema.id);
   writer_.record(source_, schema, data);

@@ -7,19 +7,18 @@
 
 #include "decode/filter.h"
 #include "decode/output/record_output.h"
-#include "decode/summary.h"
+#include "decode/stream.h"
+#include "decode/summary/summary.h"
 #include "modem_stats/packet.h"
 #include "protocol/bytes.h"
 #include "protocol/log_packet.h"
 
 namespace decode {
 
-using modem_stats::stream_state;
-
 class packet_stage final : modem_stats::line_sink, modem_stats::record_sink {
  public:
-  packet_stage(const filter& wanted, bool with_lines, const stream_state& state,
-               record_writer& writer, summary& counts);
+  packet_stage(const filter& wanted, bool with_lines, const stream& from, record_writer& writer,
+               summary& counts);
   packet_stage(const packet_stage&) = delete;
   packet_stage& operator=(const packet_stage&) = delete;
   ~packet_stage() = default;
@@ -29,17 +28,27 @@ class packet_stage final : modem_stats::line_sink, modem_stats::record_sink {
   /// A packet from a capture without frames.
   void inner_log(protocol::byte_view inner);
 
-  [[nodiscard]] const stream_state& state() const { return state_; }
-  /// Whether a packet was decoded whose result depends on the LTE RRC state before it.
-  [[nodiscard]] bool used_rrc_state() const { return used_rrc_state_; }
+  /// A new connection; a capture gets a new stage.
+  void restart() { stream_.restart(); }
+
+  [[nodiscard]] const stream& state() const { return stream_; }
+  /// Whether a packet was decoded whose result depends on the LTE RRC states before it.
+  [[nodiscard]] bool used_rrc_states() const { return used_rrc_states_; }
 
  private:
   void log(const protocol::diag::log_packet& log, std::uint32_t radio);
   void events(protocol::byte_view report, std::uint32_t radio);
-  void begin(const packet_source& source);
+  void begin(modem_stats::packet_kind kind, std::uint16_t id, std::uint32_t radio,
+             protocol::diag::time_stamp time);
   void decode(protocol::byte_view payload);
+  modem_stats::packet_outcome decode(protocol::byte_view payload,
+                                     const modem_stats::packet_sinks& to);
 
-  void write(std::string_view text) override { writer_.lines(source_, text); }
+  void write(std::string_view text) override { writer_.line(source_, text); }
+  void write_counted(std::string_view text, std::size_t count_at, std::size_t count_size,
+                     std::uint64_t count) override {
+    writer_.counted_line(source_, text, count_at, count_size, count);
+  }
   void record(const modem_stats::record_schema& schema,
               const modem_stats::record_data& data) override;
 
@@ -47,9 +56,10 @@ class packet_stage final : modem_stats::line_sink, modem_stats::record_sink {
   record_writer& writer_;
   summary& counts_;
   const modem_stats::packet_sinks sinks_;
-  stream_state state_;
+  stream stream_;
   packet_source source_{};
-  bool used_rrc_state_ = false;
+  std::uint64_t records_ = 0;  // made so far, wanted or not
+  bool used_rrc_states_ = false;
 };
 
 }  // namespace decode

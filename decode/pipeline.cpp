@@ -30,7 +30,7 @@ void decode_unframed(byte_view bytes, std::size_t prefix, packet_stage& stage, s
     stage.inner_log(*inner);
   }
   if (bytes.empty()) return;
-  ++counts.too_short;
+  ++counts.unfinished;
   counts.skipped_bytes += bytes.size();
 }
 
@@ -41,16 +41,16 @@ struct pipeline::task {
   chunk input;
   std::unique_ptr<record_writer> writer;
   summary counts;
-  stream_state from;  // the state with which decoding started
-  stream_state to;
-  bool used_rrc_state = false;
+  stream from;  // with which decoding started
+  stream to;
+  bool used_rrc_states = false;
   bool done = false;
 };
 
 pipeline::pipeline(const pipeline_options& options, record_store& store)
     : options_(options), store_(store) {}
 
-void pipeline::decode(task& one, const stream_state& from) const {
+void pipeline::decode(task& one, const stream& from) const {
   one.counts.clear();
   one.writer->clear();
   one.from = from;
@@ -69,41 +69,42 @@ void pipeline::decode(task& one, const stream_state& from) const {
   one.counts.too_long += one.input.lost_frames;
   one.counts.skipped_bytes += one.input.lost_bytes;
   one.to = stage.state();
-  one.used_rrc_state = stage.used_rrc_state();
+  one.used_rrc_states = stage.used_rrc_states();
 }
 
-/// Called in the order of chunks. With threads, a chunk is decoded before the state after its
-/// predecessors is known; if it depends on a part that turns out different, it is decoded again.
-void pipeline::finish(task& one) {
-  if (one.used_rrc_state && one.from.lte_rrc_last_state != state_.lte_rrc_last_state) {
-    decode(one, state_);
-  }
-  state_.versions_not_supported += one.to.versions_not_supported - one.from.versions_not_supported;
-  if (one.used_rrc_state) state_.lte_rrc_last_state = one.to.lte_rrc_last_state;
-  one.writer->flush();
-  counts_.add(one.counts);
+/// Called in the order of chunks. With threads, a chunk is decoded before it is known what its
+/// predecessors leave behind: counts are then corrected, and a chunk that depends on a state that
+/// turns out different is decoded again.
+void pipeline::finish(task& one, summary& counts) {
+  if (one.used_rrc_states && one.from.rrc != stream_.rrc) decode(one, stream_);
+  const auto late = stream_.counts - one.from.counts;
+  stream_.counts += one.to.counts - one.from.counts;
+  if (one.used_rrc_states) stream_.rrc = one.to.rrc;
+  one.writer->flush(late);
+  counts.add(one.counts);
   if (options_.progress) options_.progress();
 }
 
-void pipeline::run(chunker& chunks) {
-  // The parsers' lines contain a running count of rejections, so they need a single thread.
-  if (options_.threads > 1 && !store_.wants_lines()) {
-    run_threads(chunks);
+void pipeline::run(chunker& chunks, const std::string& file, summary& counts) {
+  stream_.restart();
+  if (options_.threads > 1) {
+    run_threads(chunks, file, counts);
   } else {
-    run_alone(chunks);
+    run_alone(chunks, file, counts);
   }
+  counts.end_capture();
 }
 
-void pipeline::run_alone(chunker& chunks) {
+void pipeline::run_alone(chunker& chunks, const std::string& file, summary& counts) {
   task one;
-  one.writer = store_.make_writer();
+  one.writer = store_.make_writer(file);
   while (chunks.next(one.input)) {
-    decode(one, state_);
-    finish(one);
+    decode(one, stream_);
+    finish(one, counts);
   }
 }
 
-void pipeline::run_threads(chunker& chunks) {
+void pipeline::run_threads(chunker& chunks, const std::string& file, summary& counts) {
   std::mutex mutex;
   std::condition_variable work_available;
   std::condition_variable chunk_done;
@@ -126,7 +127,7 @@ void pipeline::run_threads(chunker& chunks) {
   };
 
   std::vector<task> tasks(chunks_in_flight(options_.threads));
-  for (auto& one : tasks) one.writer = store_.make_writer();
+  for (auto& one : tasks) one.writer = store_.make_writer(file);
   std::vector<std::jthread> workers;
   const auto end = [&] {
     const std::lock_guard lock(mutex);
@@ -143,7 +144,7 @@ void pipeline::run_threads(chunker& chunks) {
       chunk_done.wait(lock, [&] { return oldest.done; });
     }
     ++finished;
-    finish(oldest);
+    finish(oldest, counts);
   };
 
   try {
@@ -152,7 +153,7 @@ void pipeline::run_threads(chunker& chunks) {
       if (begun - finished == tasks.size()) finish_oldest();
       task& next = tasks[begun % tasks.size()];
       next.done = false;
-      next.from = state_;
+      next.from = stream_;
       if (!chunks.next(next.input)) break;
       ++begun;
       const std::lock_guard lock(mutex);

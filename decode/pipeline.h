@@ -8,7 +8,7 @@
 #include "decode/input/chunker.h"
 #include "decode/output/record_output.h"
 #include "decode/packet_stage.h"
-#include "decode/summary.h"
+#include "decode/summary/summary.h"
 
 namespace decode {
 
@@ -32,29 +32,26 @@ struct pipeline_options {
   std::function<void()> progress;  // called after each chunk, on the calling thread
 };
 
-/// Decodes captures one after the other, and keeps the decoders' state between them.
+/// Decodes captures one after the other.
 class pipeline {
  public:
   pipeline(const pipeline_options& options, record_store& store);
 
-  /// Throws output_error; everything before that has been written and counted.
-  void run(chunker& chunks);
-
-  [[nodiscard]] const summary& counts() const { return counts_; }
-  [[nodiscard]] summary& counts() { return counts_; }
+  /// Decodes a capture named `file`, and counts in the empty `counts` what is in it. Throws
+  /// output_error; everything before that has been written and counted.
+  void run(chunker& chunks, const std::string& file, summary& counts);
 
  private:
   struct task;
 
-  void decode(task& one, const stream_state& from) const;
-  void finish(task& one);
-  void run_alone(chunker& chunks);
-  void run_threads(chunker& chunks);
+  void decode(task& one, const stream& from) const;
+  void finish(task& one, summary& counts);
+  void run_alone(chunker& chunks, const std::string& file, summary& counts);
+  void run_threads(chunker& chunks, const std::string& file, summary& counts);
 
   const pipeline_options& options_;
   record_store& store_;
-  summary counts_;
-  stream_state state_;
+  stream stream_;  // after the last finished chunk
 };
 
 }  // namespace decode

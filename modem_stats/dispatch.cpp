@@ -1,11 +1,12 @@
 #include "modem_stats/dispatch.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <functional>
 #include <iterator>
+#include <string_view>
 
+#include "modem_stats/line_text.h"
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/parsers.h"
 #include "modem_stats/record_slots.h"
@@ -36,6 +37,15 @@ consteval bool ascends(const parser_row (&rows)[n]) {
 }
 static_assert(ascends(log_parsers) && ascends(event_parsers));
 
+/// The name of a packet in the name of its parser.
+constexpr std::string_view name_in(std::string_view parser) {
+  for (const std::string_view kind : {"_diag_log_", "_diag_event_event_", "_diag_event_"}) {
+    const auto at = parser.find(kind);
+    if (at != std::string_view::npos) return parser.substr(at + kind.size());
+  }
+  return parser;
+}
+
 const parser_row* parser_of(packet_kind kind, std::uint16_t id) {
   const std::span<const parser_row> rows =
       kind == packet_kind::log ? std::span<const parser_row>(log_parsers) : event_parsers;
@@ -45,17 +55,15 @@ const parser_row* parser_of(packet_kind kind, std::uint16_t id) {
 
 void print_header(line_sink* lines, const packet& packet, int length) {
   if (lines == nullptr) return;
-  std::array<char, 128> text;
-  const int size =
-      packet.kind == packet_kind::log
-          ? std::snprintf(text.data(), text.size(),
-                          "modem_stats_diag_process_log_ex: log_id 0x%x, length %d, sub_id = %d\n",
-                          packet.id, length, packet.sub_id)
-          : std::snprintf(
-                text.data(), text.size(),
-                "modem_stats_diag_process_event_ex: event_id %d, length %d, sub_id = %d\n",
-                packet.id, length, packet.sub_id);
-  lines->write({text.data(), static_cast<std::size_t>(size)});
+  line_text line;
+  if (packet.kind == packet_kind::log) {
+    line.add("modem_stats_diag_process_log_ex: log_id 0x%x, length %d, sub_id = %d", packet.id,
+             length, packet.sub_id);
+  } else {
+    line.add("modem_stats_diag_process_event_ex: event_id %d, length %d, sub_id = %d", packet.id,
+             length, packet.sub_id);
+  }
+  lines->write(line.finished());
 }
 
 packet_outcome decode(const packet& packet, window_end end, const packet_sinks& to,
@@ -71,6 +79,11 @@ packet_outcome decode(const packet& packet, window_end end, const packet_sinks& 
 
 bool has_parser(packet_kind kind, std::uint16_t id) {
   return parser_of(kind, id) != nullptr;
+}
+
+std::string_view packet_name(packet_kind kind, std::uint16_t id) {
+  const auto* const row = parser_of(kind, id);
+  return row == nullptr ? std::string_view() : name_in(row->name);
 }
 
 packet_outcome decode_packet(const packet& packet, const packet_sinks& to, stream_state& state,

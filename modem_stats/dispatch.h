@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 #include "modem_stats/packet.h"
 
@@ -16,6 +17,8 @@ void modem_stats_diag_process_event_ex(int sub_id, unsigned short event_id, unsi
 namespace modem_stats {
 
 [[nodiscard]] bool has_parser(packet_kind kind, std::uint16_t id);
+/// A name such as "lte_srv_meas"; empty without a parser.
+[[nodiscard]] std::string_view packet_name(packet_kind kind, std::uint16_t id);
 
 /// Decodes a captured packet. The payload is what follows the log header or the event's time;
 /// nothing after it is read. Thread-safe if the threads share no arguments.

@@ -1,7 +1,9 @@
 // A packet to decode, where its lines and records go, and the outcome of decoding it.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -18,10 +20,16 @@ struct packet {
   std::span<const std::uint8_t> payload;
 };
 
-/// Receives the decoders' lines, each with its newline.
+/// Receives the decoders' lines, one at a time, each with its newline.
 class line_sink {
  public:
   virtual void write(std::string_view text) = 0;
+  /// A line that shows the running count of rejected versions: `count`, in the `count_size` digits
+  /// from `count_at` on.
+  virtual void write_counted(std::string_view text, std::size_t /*count_at*/,
+                             std::size_t /*count_size*/, std::uint64_t /*count*/) {
+    write(text);
+  }
 
  protected:
   ~line_sink() = default;
@@ -69,8 +77,8 @@ enum class rejection : std::uint8_t {
 
 struct packet_outcome {
   rejection rejected = rejection::none;
-  std::uint32_t version = 0;      // of the packet; 0 where packets have none
-  std::uint32_t sub_version = 0;  // of its first sub-packet
+  std::uint32_t version = 0;                 // of the packet; 0 where packets have none
+  std::optional<std::uint32_t> sub_version;  // of the rejected sub-packet, or else the first
 };
 
 }  // namespace modem_stats

@@ -1,9 +1,9 @@
 #include "modem_stats/packet_decoder.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 
+#include "modem_stats/line_text.h"
 #include "qcril-common/utilities/checked.h"
 
 namespace modem_stats {
@@ -11,7 +11,6 @@ namespace modem_stats {
 namespace {
 
 constexpr int sliding_window = 2000;
-constexpr unsigned word_bits = 64;
 
 }  // namespace
 
@@ -91,8 +90,8 @@ bool packet_decoder::seek(unsigned bit) {
   return true;
 }
 
-std::uint64_t packet_decoder::field_bits(const char* name, unsigned bit, unsigned width,
-                                         unsigned room, bool is_signed) {
+std::uint64_t packet_decoder::checked_field_bits(const char* name, unsigned bit, unsigned width,
+                                                 unsigned room, bool is_signed) {
   if (!ok_) return 0;
   const unsigned first = 8 * block_ + bit;
   if (!seek(first)) return 0;
@@ -122,10 +121,7 @@ std::uint64_t packet_decoder::field_bits(const char* name, unsigned bit, unsigne
   }
   const u64 word = load(static_cast<std::size_t>(next_byte()), sizeof(u64));
   bit_position_ = first + width;
-  u64 value = word >> (low - 1);
-  const unsigned unused = word_bits - width;
-  value <<= unused;
-  return is_signed ? static_cast<u64>(static_cast<std::int64_t>(value) >> unused) : value >> unused;
+  return value_in(word, first % 8, width, is_signed);
 }
 
 void packet_decoder::check_version(std::uint32_t version,
@@ -148,9 +144,17 @@ void packet_decoder::reject_version(std::uint32_t version, const char* name) {
   if (!ok_) return;
   auto& count = state_.versions_not_supported;
   count = checked_add<std::uint64_t>(count, 1);
-  fail(rejection::version,
-       "VERSION_NOT_SUPPORT, version(%d), not_support_num(%lu), name(%s), id(0x%x)", version, count,
-       name, id_);
+  ok_ = false;
+  outcome_.rejected = rejection::version;
+  if (versions_ > 1) outcome_.sub_version = version;
+  if (to_.lines == nullptr) return;
+  line_text line;
+  line.add("VERSION_NOT_SUPPORT, version(%d), not_support_num(", version);
+  const auto count_at = line.size();
+  line.add("%lu", count);
+  const auto count_size = line.size() - count_at;
+  line.add("), name(%s), id(0x%x)", name, id_);
+  to_.lines->write_counted(line.finished(), count_at, count_size, count);
 }
 
 void packet_decoder::reject_value(int value, const char* name) {
@@ -186,12 +190,9 @@ void packet_decoder::publish_added(const record_schema& schema, std::size_t besi
 }
 
 void packet_decoder::print_line(const char* format, std::va_list args) const {
-  std::array<char, 1024> text;
-  const int length = std::vsnprintf(text.data(), text.size() - 1, format, args);
-  if (length < 0) return;
-  auto size = std::min(static_cast<std::size_t>(length), text.size() - 2);
-  text[size++] = '\n';
-  to_.lines->write({text.data(), size});
+  line_text line;
+  line.add_args(format, args);
+  to_.lines->write(line.finished());
 }
 
 void packet_decoder::print(const char* format, ...) {

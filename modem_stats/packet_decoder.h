@@ -14,6 +14,7 @@
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <initializer_list>
 #include <span>
 #include <type_traits>
@@ -139,8 +140,35 @@ class packet_decoder {
   }
 
   std::uint64_t next_bytes(const char* name, unsigned width);
+  static constexpr unsigned word_bits = 64;
+
+  /// Nearly every field of a packet passes all checks, and has a whole word after its first bit.
   std::uint64_t field_bits(const char* name, unsigned bit, unsigned width, unsigned room,
-                           bool is_signed);
+                           bool is_signed) {
+    const unsigned first = 8 * block_ + bit;
+    if (!ok_ || end_ == window_end::sliding ||
+        first / 8 + sizeof(std::uint64_t) > payload_.size() || first % 8 + width > word_bits ||
+        width > room) {
+      return checked_field_bits(name, bit, width, room, is_signed);
+    }
+    base_ = 0;
+    cursor_ = static_cast<int>(first / 8);
+    left_ = static_cast<int>(payload_.size()) - cursor_;
+    bit_position_ = first + width;
+    std::uint64_t word = 0;
+    std::memcpy(&word, payload_.data() + cursor_, sizeof word);
+    return value_in(word, first % 8, width, is_signed);
+  }
+  std::uint64_t checked_field_bits(const char* name, unsigned bit, unsigned width, unsigned room,
+                                   bool is_signed);
+  /// The `width` bits of `word` from bit `low` on, which are in it.
+  [[nodiscard]] static std::uint64_t value_in(std::uint64_t word, unsigned low, unsigned width,
+                                              bool is_signed) {
+    const unsigned unused = word_bits - width;
+    const std::uint64_t value = word >> low << unused;
+    return is_signed ? static_cast<std::uint64_t>(static_cast<std::int64_t>(value) >> unused)
+                     : value >> unused;
+  }
   [[nodiscard]] bool seek(unsigned bit);
   [[nodiscard]] int next_byte() const { return base_ + cursor_; }
   [[nodiscard]] std::uint64_t load(std::size_t byte, unsigned width) const;

@@ -133,7 +133,7 @@ bool deframer::next(byte_view& bytes, byte_view& packet) {
 }
 
 void deframer::finish() {
-  if (!unfinished_.empty()) lose(counts_.too_short, unfinished_.size());
+  if (!unfinished_.empty()) lose(counts_.unfinished, unfinished_.size());
   unfinished_.clear();
   dropping_ = false;
 }

@@ -30,8 +30,9 @@ void append_frame(std::vector<std::uint8_t>& out, byte_view packet);
 struct frame_counts {
   std::uint64_t good = 0;
   std::uint64_t bad_crc = 0;        // wrong CRC, or an escape at the very end
-  std::uint64_t too_short = 0;      // fewer than 3 bytes, or no terminator
+  std::uint64_t too_short = 0;      // fewer than 3 bytes
   std::uint64_t too_long = 0;       // longer than max_frame_size: dropped up to its terminator
+  std::uint64_t unfinished = 0;     // no terminator at the end of the stream
   std::uint64_t skipped_bytes = 0;  // wire bytes of all bad frames
 };
 

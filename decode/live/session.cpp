@@ -52,7 +52,7 @@ class session final : mask_port {
                                         : *chosen.live),
         output_(output),
         save_(chosen.save, chosen.force),
-        writer_(store.make_writer()),
+        writer_(store.make_writer(port_name_)),
         counts_(counts),
         stage_(chosen.wanted, store.wants_lines(), {}, *writer_, counts),
         masks_(chosen.wanted, *this) {}
@@ -111,6 +111,8 @@ void session::close() {
   frames_.finish();
   add_losses(counts_, frames_.counts());
   frames_ = {};
+  stage_.restart();
+  counts_.end_capture();
 }
 
 void session::end() {
@@ -149,7 +151,7 @@ bool session::handle(byte_view bytes, byte_view request) {
     }
     if (!failure_) {
       save_.write(bytes);
-      writer_->flush();
+      writer_->flush({});
     }
   } catch (...) {
     fail(std::current_exception());

@@ -3,7 +3,7 @@
 
 #include "decode/options.h"
 #include "decode/output/record_output.h"
-#include "decode/summary.h"
+#include "decode/summary/summary.h"
 
 namespace decode {
 

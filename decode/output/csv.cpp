@@ -3,16 +3,15 @@
 #include <fmt/format.h>
 
 #include <array>
-#include <filesystem>
-#include <map>
+#include <memory>
+#include <set>
 #include <string>
-#include <system_error>
 
-#include "decode/output/file_output.h"
+#include "decode/output/identity.h"
 #include "decode/output/record_form.h"
 #include "decode/output/record_output.h"
-#include "decode/output/time_text.h"
-#include "host/file_descriptor.h"
+#include "decode/output/table_folder.h"
+#include "decode/output/value_text.h"
 #include "modem_stats/record_table.h"
 
 namespace decode {
@@ -23,82 +22,85 @@ using modem_stats::record_data;
 using modem_stats::record_part;
 using modem_stats::record_schema;
 
-class csv_files final : public record_store {
+std::set<std::string> table_names() {
+  std::set<std::string> names;
+  for (const auto* const schema : modem_stats::record_table()) names.insert(schema->name);
+  return names;
+}
+
+void append_names(std::string& header, const record_part& part) {
+  for (const auto& column : modem_stats::columns_of(part)) {
+    header.append(",").append(column.name);
+  }
+}
+
+std::string header_of(const record_schema& schema, bool with_raw_bytes) {
+  std::string header;
+  for (const auto& column : identity_columns) {
+    header.append(header.empty() ? "" : ",").append(column.name);
+  }
+  for (const auto& part : schema.parts()) {
+    if (part.repeated()) {
+      header.append(",").append(part.name);
+    } else {
+      append_names(header, part);
+    }
+  }
+  append_names(header, schema.beside);
+  if (with_raw_bytes) header += ",raw";
+  return header + "\n";
+}
+
+/// What is the same in all rows of a table.
+struct table_form {
+  std::string name;
+  std::string header;
+  std::string data_id;
+  record_form fields;
+};
+
+class csv_tables final : public record_store {
  public:
-  csv_files(std::string directory, bool with_raw_bytes, const file_set& inputs)
-      : directory_(std::move(directory)), with_raw_bytes_(with_raw_bytes) {
-    std::error_code error;
-    std::filesystem::create_directories(directory_, error);
-    if (error) throw output_error(fmt::format("{}: {}", directory_, error.message()));
-    // Checked before anything is written, not when the first record of a kind turns up.
+  csv_tables(const std::string& directory, bool with_raw_bytes, bool replace,
+             const file_set& inputs)
+      : with_raw_bytes_(with_raw_bytes), folder_(directory, table_names(), replace, inputs) {
     for (const auto* const schema : modem_stats::record_table()) {
-      must_not_be_of(inputs, path_of(*schema));
-      forms_.emplace(schema->id, record_form(*schema, csv_record));
+      tables_.at(schema->id) = std::make_unique<table_form>(table_form{
+          schema->name, header_of(*schema, with_raw_bytes),
+          std::to_string(static_cast<unsigned>(schema->id)), record_form(*schema, csv_record)});
     }
   }
 
-  std::unique_ptr<record_writer> make_writer() override;
+  std::unique_ptr<record_writer> make_writer(const std::string& file) override;
+  void finish() override { folder_.finish(); }
 
   void write(std::size_t data_id, std::string_view rows) {
-    auto found = files_.find(data_id);
-    if (found == files_.end()) found = files_.emplace(data_id, begin(data_id)).first;
-    found->second.write(rows);
+    folder_.write(form(data_id).name, form(data_id).header, rows);
   }
 
-  [[nodiscard]] const record_form& form(std::size_t data_id) const { return forms_.at(data_id); }
+  [[nodiscard]] const table_form& form(std::size_t data_id) const { return *tables_.at(data_id); }
   [[nodiscard]] bool with_raw_bytes() const { return with_raw_bytes_; }
 
  private:
-  [[nodiscard]] std::string path_of(const record_schema& schema) const {
-    return fmt::format("{}/{}.csv", directory_, schema.name);
-  }
-
-  static void append_names(std::string& header, const record_part& part) {
-    for (const auto& column : modem_stats::columns_of(part)) {
-      header.append(",").append(column.name);
-    }
-  }
-
-  [[nodiscard]] file_output begin(std::size_t data_id) const {
-    const auto& schema =
-        *modem_stats::find_record_schema(static_cast<modem_stats_data_id_e_type>(data_id));
-    file_output made(path_of(schema));
-    std::string header = "time,radio,source";
-    for (const auto& part : schema.parts()) {
-      if (part.repeated()) {
-        header.append(",").append(part.name);
-        continue;
-      }
-      append_names(header, part);
-    }
-    append_names(header, schema.beside);
-    if (with_raw_bytes_) header += ",raw";
-    made.write(header + "\n");
-    return made;
-  }
-
-  const std::string directory_;
   const bool with_raw_bytes_;
-  std::map<std::size_t, record_form> forms_;  // by data id
-  std::map<std::size_t, file_output> files_;
+  table_folder folder_;
+  std::array<std::unique_ptr<table_form>, 256> tables_;  // by data id
 };
+
+constexpr identity_writer::form identity_form{"", ",", ",", ","};
 
 class csv_rows final : public record_writer {
  public:
-  explicit csv_rows(csv_files& to) : to_(to) {}
+  csv_rows(csv_tables& to, const std::string& file)
+      : to_(to), identity_(identity_form, fmt::format(",{},", csv_text(file))) {}
 
   void record(const packet_source& source, const record_schema& schema,
               const record_data& data) override {
-    auto& text = rows_.at(schema.id);
-    char* out = text.room(time_text_size);
-    times_.write(source.time, out);
-    text.commit(out + time_text_size);
-    if (source.kind == modem_stats::packet_kind::log) {
-      text.append(fmt::format(",{},0x{:04X}", source.radio, source.id));
-    } else {
-      text.append(fmt::format(",{},{}", source.radio, source.id));
-    }
-    to_.form(schema.id).write(text, data);
+    const auto& form = to_.form(schema.id);
+    auto& rows = rows_.at(schema.id);
+    identity_.write(rows, source, form.data_id);
+    auto& text = rows.text();
+    form.fields.write(text, data);
     if (to_.with_raw_bytes()) {
       text.append(",");
       text.commit(write_hex(text.room(2 * data.bytes.size()), data.bytes));
@@ -106,11 +108,10 @@ class csv_rows final : public record_writer {
     text.append("\n");
   }
 
-  void flush() override {
+  void flush(const running_counts& late) override {
     for (std::size_t id = 0; id < rows_.size(); ++id) {
-      if (!rows_.at(id).view().empty()) to_.write(id, rows_.at(id).view());
+      rows_.at(id).flush(late.packets, [&](std::string_view text) { to_.write(id, text); });
     }
-    clear();
   }
 
   void clear() override {
@@ -118,20 +119,20 @@ class csv_rows final : public record_writer {
   }
 
  private:
-  csv_files& to_;
-  time_writer times_;
-  std::array<text_buffer, 256> rows_;  // by data id
+  csv_tables& to_;
+  identity_writer identity_;
+  std::array<numbered_text, 256> rows_;  // by data id
 };
 
-std::unique_ptr<record_writer> csv_files::make_writer() {
-  return std::make_unique<csv_rows>(*this);
+std::unique_ptr<record_writer> csv_tables::make_writer(const std::string& file) {
+  return std::make_unique<csv_rows>(*this, file);
 }
 
 }  // namespace
 
 std::unique_ptr<record_store> csv_store(const std::string& directory, bool with_raw_bytes,
-                                        const file_set& inputs) {
-  return std::make_unique<csv_files>(directory, with_raw_bytes, inputs);
+                                        bool replace, const file_set& inputs) {
+  return std::make_unique<csv_tables>(directory, with_raw_bytes, replace, inputs);
 }
 
 }  // namespace decode

@@ -3,6 +3,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "modem_stats/digits.h"
 
 namespace decode {
 
@@ -11,6 +15,24 @@ using modem_stats::record_part;
 using modem_stats::record_schema;
 
 namespace {
+
+using modem_stats::field_type;
+
+/// Keys are copied in blocks of this size, which is faster than copying just as much as there is.
+constexpr std::size_t block = 32;
+
+char* put_padded(char* out, const char* text, std::size_t size) {
+  std::memcpy(out, text, block);
+  if (size > block) std::memcpy(out + block, text + block, size - block);
+  return out + size;
+}
+
+template <typename T>
+T load(const std::uint8_t* bytes) {
+  T value;
+  std::memcpy(&value, bytes, sizeof value);
+  return value;
+}
 
 std::string key(std::string_view before, const value_style& style, std::string_view name) {
   return fmt::format("{}{}{}{}:", before, style.quote, name, style.quote);
@@ -34,21 +56,81 @@ record_form::part_form record_form::form_of(const record_part& part, const recor
   }
   for (const auto& column : modem_stats::columns_of(part)) {
     const std::string_view before = part.repeated() && form.columns.empty() ? "{" : ",";
-    form.columns.push_back({part.repeated() || style.names ? key(before, form.style, column.name)
-                                                           : std::string(before),
-                            column});
-    form.max_text += form.columns.back().key.size() + max_value_size;
+    auto text =
+        part.repeated() || style.names ? key(before, form.style, column.name) : std::string(before);
+    const auto size = text.size();
+    text.append(block, ' ');
+    form.max_text += size + max_value_size;
+    form.columns.push_back({std::move(text), size, kind_of(column), column});
   }
-  form.max_text += 2;  // "}" and ","
+  form.max_text += 2 + block;  // "}" and ","
   for (const auto& row : part.rows) form.bytes += modem_stats::size_of(row.type);
   return form;
+}
+
+record_form::value_kind record_form::kind_of(const modem_stats::column& column) {
+  const auto& field = *column.field;
+  const bool is_number = column.means == nullptr && column.type != modem_stats::value_type::text;
+  if (!is_number || field.decimals != 0) return value_kind::other;
+  switch (field.type) {
+    case field_type::uint8:
+      return value_kind::uint8;
+    case field_type::uint16:
+      return value_kind::uint16;
+    case field_type::uint32:
+      return value_kind::uint32;
+    case field_type::int8:
+      return value_kind::int8;
+    case field_type::int16:
+      return value_kind::int16;
+    case field_type::int32:
+      return value_kind::int32;
+    case field_type::float32:
+      return value_kind::real;
+    case field_type::uint64:
+      break;
+  }
+  return value_kind::other;
 }
 
 char* record_form::write_columns(char* out, const part_form& form, const std::uint8_t* part,
                                  const std::uint8_t* record) {
   for (const auto& one : form.columns) {
-    out = std::copy(one.key.begin(), one.key.end(), out);
-    out = write_value(out, one.column, part, record, form.style);
+    out = put_padded(out, one.key.data(), one.key_size);
+    if (one.kind == value_kind::other) {
+      out = write_value(out, one.column, part, record, form.style);
+      continue;
+    }
+    if (one.column.is_null(part)) {
+      out = std::copy(form.style.null.begin(), form.style.null.end(), out);
+      continue;
+    }
+    const std::uint8_t* const bytes = part + one.column.byte;
+    switch (one.kind) {
+      case value_kind::uint8:
+        out = modem_stats::write_unsigned(out, *bytes);
+        break;
+      case value_kind::uint16:
+        out = modem_stats::write_unsigned(out, load<std::uint16_t>(bytes));
+        break;
+      case value_kind::uint32:
+        out = modem_stats::write_unsigned(out, load<std::uint32_t>(bytes));
+        break;
+      case value_kind::int8:
+        out = modem_stats::write_signed(out, load<std::int8_t>(bytes));
+        break;
+      case value_kind::int16:
+        out = modem_stats::write_signed(out, load<std::int16_t>(bytes));
+        break;
+      case value_kind::int32:
+        out = modem_stats::write_signed(out, load<std::int32_t>(bytes));
+        break;
+      case value_kind::real:
+        out = write_real(out, load<float>(bytes), form.style);
+        break;
+      case value_kind::other:
+        break;
+    }
   }
   return out;
 }

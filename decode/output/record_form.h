@@ -31,8 +31,13 @@ class record_form {
   void write(text_buffer& to, const modem_stats::record_data& data) const;
 
  private:
+  /// The kinds of values that records mostly consist of, and all the rest.
+  enum class value_kind : std::uint8_t { uint8, uint16, uint32, int8, int16, int32, real, other };
+
   struct keyed_column {
-    std::string key;  // the text before the value: ,"rsrp_rx0_dBm":
+    std::string key;  // the text before the value, with padding: ,"rsrp_rx0_dBm":
+    std::size_t key_size;
+    value_kind kind;
     modem_stats::column column;
   };
 
@@ -47,6 +52,7 @@ class record_form {
 
   [[nodiscard]] static part_form form_of(const modem_stats::record_part& part,
                                          const record_style& style);
+  [[nodiscard]] static value_kind kind_of(const modem_stats::column& column);
   [[nodiscard]] static char* write_columns(char* out, const part_form& form,
                                            const std::uint8_t* part, const std::uint8_t* record);
   void write_array(text_buffer& to, const part_form& form, std::size_t count,

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "decode/output/text_buffer.h"
+#include "decode/stream.h"
 #include "modem_stats/packet.h"
 #include "modem_stats/record_schema.h"
 
@@ -16,9 +17,10 @@ namespace decode {
 /// The packet from which a record was decoded.
 struct packet_source {
   modem_stats::packet_kind kind;
-  std::uint16_t id;     // log code or event id
-  std::uint32_t radio;  // counted from 1
-  std::int64_t time;    // microseconds, Unix
+  std::uint16_t id;      // log code or event id
+  std::uint32_t radio;   // counted from 1
+  std::int64_t time;     // microseconds, Unix
+  std::uint64_t packet;  // number of the packet in its capture or connection, from 0
 };
 
 class file_output;
@@ -34,11 +36,16 @@ class record_writer {
   virtual void record(const packet_source& source, const modem_stats::record_schema& schema,
                       const modem_stats::record_data& data) = 0;
 
-  /// One or more lines from a parser, each with its newline.
-  virtual void lines(const packet_source& /*source*/, std::string_view /*text*/) {}
+  /// A line from a parser, with its newline.
+  virtual void line(const packet_source& /*source*/, std::string_view /*text*/) {}
+  /// The same, with the running count of rejections in `count_size` digits from `count_at` on.
+  virtual void counted_line(const packet_source& /*source*/, std::string_view /*text*/,
+                            std::size_t /*count_at*/, std::size_t /*count_size*/,
+                            std::uint64_t /*count*/) {}
 
-  /// Passes the text so far to the writer's store and starts over.
-  virtual void flush() = 0;
+  /// Passes the text so far to the writer's store and starts over. `late` is to be added to its
+  /// running counts, which were only guessed when the text was made.
+  virtual void flush(const running_counts& late) = 0;
   /// Discards the text so far.
   virtual void clear() = 0;
 
@@ -52,9 +59,12 @@ class record_store {
   record_store& operator=(const record_store&) = delete;
   virtual ~record_store() = default;
 
-  [[nodiscard]] virtual std::unique_ptr<record_writer> make_writer() = 0;
+  /// `file` is the capture whose packets it will get, or the live port.
+  [[nodiscard]] virtual std::unique_ptr<record_writer> make_writer(const std::string& file) = 0;
   /// Whether its writers use the parsers' lines.
   [[nodiscard]] virtual bool wants_lines() const { return false; }
+  /// The run is over, and nothing went wrong in writing. Throws output_error.
+  virtual void finish() {}
 
  protected:
   record_store() = default;
@@ -68,10 +78,10 @@ class output_error : public std::runtime_error {
 
 /// One object per line.
 [[nodiscard]] std::unique_ptr<record_store> json_lines_store(file_output& to, bool with_raw_bytes);
-/// A file for each kind of record in `directory`, which is created if missing. Throws output_error
-/// if one of these files is among `inputs`.
+/// A file for each kind of record in `directory`: see table_folder.h.
 [[nodiscard]] std::unique_ptr<record_store> csv_store(const std::string& directory,
-                                                      bool with_raw_bytes, const file_set& inputs);
+                                                      bool with_raw_bytes, bool replace,
+                                                      const file_set& inputs);
 /// The parsers' own lines.
 [[nodiscard]] std::unique_ptr<record_store> text_store(file_output& to, bool with_time);
 /// No output.

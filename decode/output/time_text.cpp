@@ -1,10 +1,10 @@
 #include "decode/output/time_text.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <charconv>
 #include <chrono>
+
+#include "modem_stats/digits.h"
 
 namespace decode {
 
@@ -29,6 +29,23 @@ bool take(std::string_view& text, char mark) {
   return true;
 }
 
+/// Takes "Z", "+02:00", "+0200", "+02" or nothing, which is UTC.
+std::optional<minutes> take_offset(std::string_view& text) {
+  if (text.empty() || take(text, 'Z')) return minutes(0);
+  const bool west = take(text, '-');
+  if (!west && !take(text, '+')) return std::nullopt;
+  const auto h = take_number(text, 2);
+  if (!h || *h > 23) return std::nullopt;
+  minutes offset = hours(*h);
+  if (!text.empty()) {
+    take(text, ':');
+    const auto m = take_number(text, 2);
+    if (!m || *m > 59) return std::nullopt;
+    offset += minutes(*m);
+  }
+  return west ? -offset : offset;
+}
+
 }  // namespace
 
 void time_writer::write(std::int64_t unix_microseconds, char* out) {
@@ -41,15 +58,26 @@ void time_writer::write(std::int64_t unix_microseconds, char* out) {
     const auto day = floor<days>(second);
     const year_month_day date(day);
     const hh_mm_ss clock(second - day);
-    fmt::format_to_n(text_, sizeof text_, "{:04}-{:02}-{:02}T{:02}:{:02}:{:02}.000000Z",
-                     static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
-                     static_cast<unsigned>(date.day()), clock.hours().count(),
-                     clock.minutes().count(), clock.seconds().count());
+    char* at = text_;
+    const auto put = [&](unsigned pair, char after) {
+      at = modem_stats::write_pair(at, pair);
+      *at++ = after;
+    };
+    const auto number = [](auto count) { return static_cast<unsigned>(count.count()); };
+    const auto y = static_cast<unsigned>(static_cast<int>(date.year()));
+    at = modem_stats::write_pair(at, y / 100);
+    put(y % 100, '-');
+    put(static_cast<unsigned>(date.month()), '-');
+    put(static_cast<unsigned>(date.day()), 'T');
+    put(number(clock.hours()), ':');
+    put(number(clock.minutes()), ':');
+    put(number(clock.seconds()), '.');
+    std::copy_n("000000Z", 7, at);
   }
   std::copy_n(text_, time_text_size, out);
-  auto fraction = (time - second).count();
-  for (char* digit = out + time_text_size - 2; fraction > 0; fraction /= 10) {
-    *digit-- = static_cast<char>('0' + fraction % 10);
+  auto fraction = static_cast<std::uint32_t>((time - second).count());
+  for (char* digits = out + time_text_size - 3; fraction > 0; digits -= 2, fraction /= 100) {
+    modem_stats::write_pair(digits, fraction % 100);
   }
 }
 
@@ -88,9 +116,9 @@ std::optional<std::int64_t> parse_time(std::string_view text) {
       }
     }
   }
-  take(text, 'Z');
-  if (!text.empty()) return std::nullopt;
-  return time.time_since_epoch().count();
+  const auto offset = take_offset(text);
+  if (!offset || !text.empty()) return std::nullopt;
+  return (time - *offset).time_since_epoch().count();
 }
 
 }  // namespace decode

@@ -25,8 +25,8 @@ class time_writer {
 
 [[nodiscard]] std::string time_text(std::int64_t unix_microseconds);
 
-/// Parses "2016-03-23T21:55:49.316192Z" or any shorter form down to "2016-03-23", in UTC. No value
-/// when the text is not a time.
+/// Parses "2016-03-23T21:55:49.316192Z" or any shorter form down to "2016-03-23", in UTC unless an
+/// offset like "+02:00" follows. No value when the text is not a time.
 [[nodiscard]] std::optional<std::int64_t> parse_time(std::string_view text);
 
 }  // namespace decode

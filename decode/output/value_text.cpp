@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "modem_stats/digits.h"
+
 namespace decode {
 
 namespace {
@@ -37,26 +39,6 @@ template <typename T>
 char* write_integer(char* out, const std::uint8_t* bytes, unsigned decimals) {
   const auto value = load<T>(bytes);
   if (decimals != 0) return write_decimal(out, static_cast<std::int64_t>(value), decimals);
-  return std::to_chars(out, out + max_value_size, value).ptr;
-}
-
-char* write_real(char* out, float value) {
-  // Nearly every value has two decimals, and printing those takes a tenth of the time of finding
-  // the shortest text. The comparison makes sure that the text reads back as the same float.
-  const float hundredfold = std::round(value * 100.0F);
-  if (std::fabs(hundredfold) < 1e6F) {
-    const auto hundredths = static_cast<std::int32_t>(hundredfold);
-    if (static_cast<float>(hundredths / 100.0) == value && hundredths != 0) {
-      auto magnitude = static_cast<std::uint32_t>(std::abs(hundredths));
-      if (hundredths < 0) *out++ = '-';
-      out = std::to_chars(out, out + max_value_size, magnitude / 100).ptr;
-      *out++ = '.';
-      magnitude %= 100;
-      *out++ = static_cast<char>('0' + magnitude / 10);
-      *out++ = static_cast<char>('0' + magnitude % 10);
-      return out;
-    }
-  }
   return std::to_chars(out, out + max_value_size, value).ptr;
 }
 
@@ -97,6 +79,22 @@ char* write_text(char* out, const modem_stats::column& column, const std::uint8_
 
 }  // namespace
 
+char* write_real(char* out, float value, const value_style& style) {
+  // Nearly every value has two decimals, and printing those takes a tenth of the time of finding
+  // the shortest text. The comparison makes sure that the text reads back as the same float: up to
+  // here, the product rounds to the same float as the quotient by 100.
+  const float magnitude = std::fabs(value);
+  if (magnitude < 1e4F) {
+    const auto hundredths = static_cast<std::uint32_t>(magnitude * 100.0F + 0.5F);
+    if (static_cast<float>(hundredths * 0.01) == magnitude && hundredths != 0) {
+      *out = '-';
+      return modem_stats::write_hundredths(out + (value < 0 ? 1 : 0), hundredths);
+    }
+  }
+  if (!std::isfinite(value)) return put(out, style.null);
+  return std::to_chars(out, out + max_value_size, value).ptr;
+}
+
 char* write_value(char* out, const modem_stats::column& column, const std::uint8_t* part,
                   const std::uint8_t* record, const value_style& style) {
   if (column.is_null(part)) return put(out, style.null);
@@ -123,8 +121,7 @@ char* write_value(char* out, const modem_stats::column& column, const std::uint8
     case field_type::float32:
       break;
   }
-  const auto value = load<float>(bytes);
-  return std::isfinite(value) ? write_real(out, value) : put(out, style.null);
+  return write_real(out, load<float>(bytes), style);
 }
 
 char* write_hex(char* out, std::span<const std::uint8_t> bytes) {

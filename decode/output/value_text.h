@@ -29,6 +29,9 @@ constexpr value_style json_values_in_csv{"null", "\"\""};
                                 const std::uint8_t* part, const std::uint8_t* record,
                                 const value_style& style);
 
+/// The value of a float field that is not null by its rule.
+[[nodiscard]] char* write_real(char* out, float value, const value_style& style);
+
 /// Writes two lower-case hexadecimal digits per byte.
 [[nodiscard]] char* write_hex(char* out, std::span<const std::uint8_t> bytes);
 

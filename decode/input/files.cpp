@@ -1,4 +1,4 @@
-#include "decode/files.h"
+#include "decode/input/files.h"
 
 #include <fmt/format.h>
 
@@ -35,8 +35,8 @@ bool decode_files(const options& chosen, const input_files& inputs, record_store
   progress shown(size_of(inputs.files));
   const byte_source* reading = nullptr;
   pipeline_options how{.threads = chosen.threads, .wanted = chosen.wanted, .progress = {}};
+  how.progress = [&] { shown.show(counts.bytes + reading->consumed()); };
   pipeline decoding(how, store);
-  how.progress = [&] { shown.show(decoding.counts().bytes + reading->consumed()); };
   for (const auto& file : inputs.files) {
     std::unique_ptr<byte_source> source;
     try {
@@ -47,21 +47,21 @@ bool decode_files(const options& chosen, const input_files& inputs, record_store
       continue;
     }
     reading = source.get();
-    const auto frames_before = decoding.counts().frames;
     chunker chunks(*source, chunk_size(chosen.threads));
-    decoding.run(chunks);
-    const auto bytes = source->consumed();
-    decoding.counts().bytes += bytes;
+    summary found;
+    decoding.run(chunks, file.path, found);
+    found.bytes = source->consumed();
     if (!source->damage().empty()) {
       report_problem(file, source->damage());
-      ++decoding.counts().damaged_files;
+      ++found.damaged_files;
       all_read = false;
-    } else if (bytes > 0 && decoding.counts().frames == frames_before) {
+    } else if (found.bytes > 0 && found.frames == 0) {
       report_problem(file, "no diagnostic packets");
       if (file.named) all_read = false;
     }
+    found.files.push_back({file.name(), found.bytes, found.frames, found.records.sum()});
+    counts.add(found);
   }
-  counts.add(decoding.counts());
   return all_read;
 }
 
