@@ -46,8 +46,8 @@ const std::string cell_info_line =
     R"({"time":"2016-03-23T21:55:49.772582Z","radio":1,"log":"0xB0C2",)"
     R"("name":"lte_rrc_serving_cell_info","data_id":129,"packet_version":"3","mcc":310,)"
     R"("num_mnc_digits":3,"mnc":260,"tac":42235,"cell_identity":6508556,"pci":289,"band":2,)"
-    R"("dl_earfcn":976,"num_dl_rb":25,"dl_bandwidth_MHz":5,"ul_earfcn":18976,"num_ul_rb":25,)"
-    R"("ul_bandwidth_MHz":5,"allow_access":1})"
+    R"("dl_earfcn":976,"num_dl_rb":25,"dl_bandwidth_MHz":5.0,"ul_earfcn":18976,"num_ul_rb":25,)"
+    R"("ul_bandwidth_MHz":5.0,"allow_access":1})"
     "\n";
 std::string voice_line(int radio = 1) {
   return R"({"time":"2016-03-23T21:55:49.773832Z","radio":)" + std::to_string(radio) +
@@ -189,14 +189,15 @@ TEST_F(tvk_decode, filters_and_formats) {
       "powers", diag_frame(hex("1000 7800 7800 6DB1 BE0C0A9E34DDD400 30000002 00000000 1066e623 f4 "
                                "00*43 00000000 1166e623 07040000 00*28 e001000300000000 00*4")));
   EXPECT_EQ(decode({"-f", "csv", "-o", dir_.file("csv"), powers}).exit_status, 0);
-  EXPECT_EQ(read_file(dir_.file("csv/lte_tx_power.csv")),
-            "time,radio,source,packet_version,num_reports,reports\n"
-            "2016-03-23T21:55:49.772582Z,1,0xB16D,48,2,"
-            R"("[{""pucch_tx_power_dBm"":-12,""num_pusch_rb"":null,""pusch_modulation_code"":null,)"
-            R"(""pusch_modulation"":null,""pusch_tx_power_dBm"":null,""pusch_mcs"":null},)"
-            R"({""pucch_tx_power_dBm"":null,""num_pusch_rb"":4,""pusch_modulation_code"":3,)"
-            R"(""pusch_modulation"":""64QAM"",""pusch_tx_power_dBm"":7,""pusch_mcs"":15}]")"
-            "\n");
+  EXPECT_EQ(
+      read_file(dir_.file("csv/lte_tx_power.csv")),
+      "time,radio,source,packet_version,num_reports,reports\n"
+      "2016-03-23T21:55:49.772582Z,1,0xB16D,48,2,"
+      R"("[{""pucch_tx_power_dBm"":-12.0,""num_pusch_rb"":null,""pusch_modulation_code"":null,)"
+      R"(""pusch_modulation"":null,""pusch_tx_power_dBm"":null,""pusch_mcs"":null},)"
+      R"({""pucch_tx_power_dBm"":null,""num_pusch_rb"":4,""pusch_modulation_code"":3,)"
+      R"(""pusch_modulation"":""64QAM"",""pusch_tx_power_dBm"":7.0,""pusch_mcs"":15}]")"
+      "\n");
 }
 
 TEST_F(tvk_decode, what_was_lost_or_refused_is_told) {
