@@ -98,6 +98,7 @@ char* write_real(char* out, float value, const value_style& style) {
       return modem_stats::write_hundredths(out + (value < 0 ? 1 : 0), hundredths);
     }
   }
+  if (value == 0) return put(out, std::signbit(value) ? "-0.00" : "0.00");
   if (!std::isfinite(value)) return put(out, style.null);
   return std::to_chars(out, out + max_value_size, value).ptr;
 }

@@ -173,8 +173,8 @@ TEST(values, what_was_not_measured_or_sent_is_null) {
        R"(,"handover_time":null,"handover_type_code":1,"dl_earfcn":1650,"pci":700)"},
       {110, "05 6666b6c2 666666c0",
        R"(,"packet_version":"5","rssi_rx0_dBm":-91.20,"rssi_rx1_dBm":null)"},
-      {112, "07000000 0ad75b41 3d0a9541 52b82241 00ff7f47",
-       R"(,"packet_version":"7","snr_rx0_dB":13.74,"snr_rx1_dB":18.63,"snr_rx2_dB":10.17,)"
+      {112, "07000000 0ad75b41 3d0a9541 00000000 00ff7f47",
+       R"(,"packet_version":"7","snr_rx0_dB":13.74,"snr_rx1_dB":18.63,"snr_rx2_dB":0.00,)"
        R"("snr_rx3_dB":null,"pci":null,"dl_nr_arfcn":null,"carrier_index":null)",
        "ffff0000 ffffffff ff"},
       {113, "02000200 0001 0100 0202 0303 0001 ffff",
