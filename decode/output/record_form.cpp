@@ -70,8 +70,9 @@ record_form::part_form record_form::form_of(const record_part& part, const recor
 
 record_form::value_kind record_form::kind_of(const modem_stats::column& column) {
   const auto& field = *column.field;
-  const bool is_number = column.means == nullptr && column.type != modem_stats::value_type::text;
-  if (!is_number || field.decimals != 0) return value_kind::other;
+  const auto stored_as_shown = field.type == field_type::float32 ? modem_stats::value_type::number
+                                                                 : modem_stats::value_type::integer;
+  if (column.means != nullptr || column.type != stored_as_shown) return value_kind::other;
   switch (field.type) {
     case field_type::uint8:
       return value_kind::uint8;

@@ -20,8 +20,13 @@ T load(const std::uint8_t* bytes) {
   return value;
 }
 
-/// An integer that counts tenths, hundredths and so on.
+/// An integer that counts ones, tenths, hundredths and so on, with at least one decimal: readers
+/// that guess types are to see a number in every record, not an integer in some of them.
 char* write_decimal(char* out, std::int64_t value, unsigned decimals) {
+  if (decimals == 0) {
+    value *= 10;
+    decimals = 1;
+  }
   if (value < 0) *out++ = '-';
   const auto magnitude = static_cast<std::uint64_t>(std::abs(value));
   std::uint64_t one = 1;
@@ -36,9 +41,11 @@ char* write_decimal(char* out, std::int64_t value, unsigned decimals) {
 }
 
 template <typename T>
-char* write_integer(char* out, const std::uint8_t* bytes, unsigned decimals) {
+char* write_integer(char* out, const std::uint8_t* bytes, const modem_stats::column& column) {
   const auto value = load<T>(bytes);
-  if (decimals != 0) return write_decimal(out, static_cast<std::int64_t>(value), decimals);
+  if (column.type == modem_stats::value_type::number) {
+    return write_decimal(out, static_cast<std::int64_t>(value), column.field->decimals);
+  }
   return std::to_chars(out, out + max_value_size, value).ptr;
 }
 
@@ -91,6 +98,7 @@ char* write_real(char* out, float value, const value_style& style) {
       return modem_stats::write_hundredths(out + (value < 0 ? 1 : 0), hundredths);
     }
   }
+  if (value == 0) return put(out, std::signbit(value) ? "-0.00" : "0.00");
   if (!std::isfinite(value)) return put(out, style.null);
   return std::to_chars(out, out + max_value_size, value).ptr;
 }
@@ -101,23 +109,22 @@ char* write_value(char* out, const modem_stats::column& column, const std::uint8
   if (column.means != nullptr || column.type == modem_stats::value_type::text) {
     return write_text(out, column, part, record, style);
   }
-  const auto& field = *column.field;
   const std::uint8_t* const bytes = part + column.byte;
-  switch (field.type) {
+  switch (column.field->type) {
     case field_type::uint8:
-      return write_integer<std::uint8_t>(out, bytes, field.decimals);
+      return write_integer<std::uint8_t>(out, bytes, column);
     case field_type::uint16:
-      return write_integer<std::uint16_t>(out, bytes, field.decimals);
+      return write_integer<std::uint16_t>(out, bytes, column);
     case field_type::uint32:
-      return write_integer<std::uint32_t>(out, bytes, field.decimals);
+      return write_integer<std::uint32_t>(out, bytes, column);
     case field_type::uint64:
-      return write_integer<std::uint64_t>(out, bytes, field.decimals);
+      return write_integer<std::uint64_t>(out, bytes, column);
     case field_type::int8:
-      return write_integer<std::int8_t>(out, bytes, field.decimals);
+      return write_integer<std::int8_t>(out, bytes, column);
     case field_type::int16:
-      return write_integer<std::int16_t>(out, bytes, field.decimals);
+      return write_integer<std::int16_t>(out, bytes, column);
     case field_type::int32:
-      return write_integer<std::int32_t>(out, bytes, field.decimals);
+      return write_integer<std::int32_t>(out, bytes, column);
     case field_type::float32:
       break;
   }

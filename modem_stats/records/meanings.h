@@ -42,10 +42,12 @@ inline constexpr meaning connection_mode{"connection_mode", connection_modes};
 inline constexpr texts band_types = {"none", "sub_6_GHz", "mmWave"};
 inline constexpr meaning band_type{"band_type", band_types};
 
-inline constexpr texts nr_bandwidths_before_3 = {"5",  "10", "15", "20", "25",  "30",  "40", "50",
-                                                 "60", "70", "80", "90", "100", "200", "400"};
-inline constexpr texts nr_bandwidths = {"5",  "10", "15", "20", "25", "30",  "35",  "40", "45",
-                                        "50", "60", "70", "80", "90", "100", "200", "400"};
+inline constexpr texts nr_bandwidths_before_3 = {"5.0",  "10.0", "15.0",  "20.0",  "25.0",
+                                                 "30.0", "40.0", "50.0",  "60.0",  "70.0",
+                                                 "80.0", "90.0", "100.0", "200.0", "400.0"};
+inline constexpr texts nr_bandwidths = {"5.0",  "10.0", "15.0",  "20.0",  "25.0", "30.0",
+                                        "35.0", "40.0", "45.0",  "50.0",  "60.0", "70.0",
+                                        "80.0", "90.0", "100.0", "200.0", "400.0"};
 inline constexpr meaning dl_bandwidth_of_index{
     "dl_bandwidth_MHz", nr_bandwidths, nr_bandwidths_before_3, value_type::number, unit::mhz};
 inline constexpr meaning ul_bandwidth_of_index{
@@ -55,11 +57,11 @@ inline constexpr meaning ul_bandwidth_of_index{
 inline constexpr auto lte_bandwidths = [] {
   std::array<std::string_view, 101> by_blocks{};
   by_blocks[6] = "1.4";
-  by_blocks[15] = "3";
-  by_blocks[25] = "5";
-  by_blocks[50] = "10";
-  by_blocks[75] = "15";
-  by_blocks[100] = "20";
+  by_blocks[15] = "3.0";
+  by_blocks[25] = "5.0";
+  by_blocks[50] = "10.0";
+  by_blocks[75] = "15.0";
+  by_blocks[100] = "20.0";
   return by_blocks;
 }();
 inline constexpr meaning dl_bandwidth_of_blocks{

@@ -47,8 +47,8 @@ const std::string cell_info_line =
     R"({"time":"2016-03-23T21:55:49.772582Z","radio":1,"source":"0xB0C2",)"
     R"("data_id":129,"name":"lte_rrc_serving_cell_info","packet_version":"3","mcc":310,)"
     R"("num_mnc_digits":3,"mnc":260,"tac":42235,"cell_identity":6508556,"pci":289,"band":2,)"
-    R"("dl_earfcn":976,"num_dl_rb":25,"dl_bandwidth_MHz":5,"ul_earfcn":18976,"num_ul_rb":25,)"
-    R"("ul_bandwidth_MHz":5,"allow_access":1})"
+    R"("dl_earfcn":976,"num_dl_rb":25,"dl_bandwidth_MHz":5.0,"ul_earfcn":18976,"num_ul_rb":25,)"
+    R"("ul_bandwidth_MHz":5.0,"allow_access":1})"
     "\n";
 std::string voice_line(int radio = 1) {
   return R"({"time":"2016-03-23T21:55:49.773832Z","radio":)" + std::to_string(radio) +
@@ -250,10 +250,10 @@ TEST_F(tvk_decode, filters_and_formats) {
       "time,radio,source,data_id,file,packet,packet_version,num_reports,reports\n"
       "2016-03-23T21:55:49.772582Z,1,0xB16D,83," +
           powers +
-          R"(,0,48,2,"[{""pucch_tx_power_dBm"":-12,""num_pusch_rb"":null,""pusch_modulation_code"":null,)"
+          R"(,0,48,2,"[{""pucch_tx_power_dBm"":-12.0,""num_pusch_rb"":null,""pusch_modulation_code"":null,)"
           R"(""pusch_modulation"":null,""pusch_tx_power_dBm"":null,""pusch_mcs"":null},)"
           R"({""pucch_tx_power_dBm"":null,""num_pusch_rb"":4,""pusch_modulation_code"":3,)"
-          R"(""pusch_modulation"":""64QAM"",""pusch_tx_power_dBm"":7,""pusch_mcs"":15}]")"
+          R"(""pusch_modulation"":""64QAM"",""pusch_tx_power_dBm"":7.0,""pusch_mcs"":15}]")"
           "\n");
 }
 

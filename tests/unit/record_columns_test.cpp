@@ -162,8 +162,8 @@ TEST(values, what_was_not_measured_or_sent_is_null) {
        R"("rssi_rx2_dBm":null,"rssi_rx3_dBm":null)"},
       {99, "00000200 02 02 e2ff20001500 e1ff20001700 ff7fff7fff7f ff7fff7fff7f",
        R"(,"packet_version":"2.0","sub_packet_version":"2","num_power_infos":2,)"
-       R"("pusch_tx_power_dBm":-30,"pusch_path_loss_dB":32,"pusch_max_tx_power_dBm":21,)"
-       R"("pucch_tx_power_dBm":-31,"pucch_path_loss_dB":32,"pucch_max_tx_power_dBm":23,)"
+       R"("pusch_tx_power_dBm":-30.0,"pusch_path_loss_dB":32.0,"pusch_max_tx_power_dBm":21.0,)"
+       R"("pucch_tx_power_dBm":-31.0,"pucch_path_loss_dB":32.0,"pucch_max_tx_power_dBm":23.0,)"
        R"("srs_tx_power_dBm":null,"srs_path_loss_dB":null,"srs_max_tx_power_dBm":null,)"
        R"("prach_tx_power_dBm":null,"prach_path_loss_dB":null,"prach_max_tx_power_dBm":null)"},
       {100, "00 03 0405 0607 01 02",
@@ -173,8 +173,8 @@ TEST(values, what_was_not_measured_or_sent_is_null) {
        R"(,"handover_time":null,"handover_type_code":1,"dl_earfcn":1650,"pci":700)"},
       {110, "05 6666b6c2 666666c0",
        R"(,"packet_version":"5","rssi_rx0_dBm":-91.20,"rssi_rx1_dBm":null)"},
-      {112, "07000000 0ad75b41 3d0a9541 52b82241 00ff7f47",
-       R"(,"packet_version":"7","snr_rx0_dB":13.74,"snr_rx1_dB":18.63,"snr_rx2_dB":10.17,)"
+      {112, "07000000 0ad75b41 3d0a9541 00000000 00ff7f47",
+       R"(,"packet_version":"7","snr_rx0_dB":13.74,"snr_rx1_dB":18.63,"snr_rx2_dB":0.00,)"
        R"("snr_rx3_dB":null,"pci":null,"dl_nr_arfcn":null,"carrier_index":null)",
        "ffff0000 ffffffff ff"},
       {113, "02000200 0001 0100 0202 0303 0001 ffff",
@@ -242,8 +242,8 @@ TEST(values, codes_have_their_meaning_beside_them) {
        R"(,"packet_version":"8","num_cc_groups":1,"num_nrdc_cc_groups":0,"num_active_cc":1,)"
        R"("num_nrdc_active_cc":0,"num_active_bearers":1,"carriers":[{"pci":669,)"
        R"("dl_nr_arfcn":643666,"ul_nr_arfcn":null,"band":78,"band_type_code":1,)"
-       R"("band_type":"sub_6_GHz","dl_bandwidth_code":11,"dl_bandwidth_MHz":90,)"
-       R"("ul_bandwidth_code":11,"ul_bandwidth_MHz":90}],"bearers":[{"dl_bearer_type_code":1,)"
+       R"("band_type":"sub_6_GHz","dl_bandwidth_code":11,"dl_bandwidth_MHz":90.0,)"
+       R"("ul_bandwidth_code":11,"ul_bandwidth_MHz":90.0}],"bearers":[{"dl_bearer_type_code":1,)"
        R"("dl_bearer_type":"SRB","dl_bearer_path_code":2,"dl_bearer_path":"NR","dl_rohc":0,)"
        R"("ul_bearer_type_code":1,"ul_bearer_type":"SRB","ul_bearer_path_code":2,)"
        R"("ul_bearer_path":"NR","ul_rohc":0}],"nr_rrc_state_code":16,"nr_rrc_state":"idle",)"
@@ -252,7 +252,7 @@ TEST(values, codes_have_their_meaning_beside_them) {
        R"(,"packet_version":"3.3","num_cc_groups":0,"num_nrdc_cc_groups":0,"num_active_cc":0,)"
        R"("num_nrdc_active_cc":1,"num_active_bearers":0,"carriers":[{"pci":669,)"
        R"("dl_nr_arfcn":643666,"ul_nr_arfcn":643666,"band":78,"band_type_code":2,)"
-       R"("band_type":"mmWave","dl_bandwidth_code":11,"dl_bandwidth_MHz":70,)"
+       R"("band_type":"mmWave","dl_bandwidth_code":11,"dl_bandwidth_MHz":70.0,)"
        R"("ul_bandwidth_code":17,"ul_bandwidth_MHz":null}],"bearers":[],"nr_rrc_state_code":2,)"
        R"("nr_rrc_state":"connected","connection_mode_code":3,"connection_mode":"NR_DC")"},
       {116, "01 01 00 23 1204 1304 0600 0000 ff000000",
@@ -278,11 +278,11 @@ TEST(values, codes_have_their_meaning_beside_them) {
 
 TEST(values, arrays_in_csv_are_json) {
   EXPECT_EQ(written({83, "31 02 f40000 8000 80 04 03 07 0f", ""}, decode::csv_record),
-            R"(,49,2,"[{""pucch_tx_power_dBm"":-12,""num_pusch_rb"":null,)"
+            R"(,49,2,"[{""pucch_tx_power_dBm"":-12.0,""num_pusch_rb"":null,)"
             R"(""pusch_modulation_code"":null,""pusch_modulation"":null,)"
             R"(""pusch_tx_power_dBm"":null,""pusch_mcs"":null},{""pucch_tx_power_dBm"":null,)"
             R"(""num_pusch_rb"":4,""pusch_modulation_code"":3,""pusch_modulation"":""64QAM"",)"
-            R"(""pusch_tx_power_dBm"":7,""pusch_mcs"":15}]")");
+            R"(""pusch_tx_power_dBm"":7.0,""pusch_mcs"":15}]")");
   EXPECT_EQ(written({90, "05000300 01 7f00 ddff ff7f ff7f", ""}, decode::csv_record),
             ",3.5,1,12.7,-3.5,,");
 }
