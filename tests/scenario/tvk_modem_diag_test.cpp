@@ -86,6 +86,8 @@ TEST(tvk_modem_diag, first_requests_of_a_client_get_their_answers_and_nothing_el
   EXPECT_EQ(client.reads() - before, static_cast<int>(steps.size()));
   modem.let_pass(1499);
   replay(client, {{hex("1C"), hex("1C 0800")}});
+  modem.let_pass(1499);
+  EXPECT_FALSE(client.readable(std::chrono::milliseconds(0))) << "not long enough after the last";
   modem.let_pass(1);
   // Its first event: the state of RRC, one byte.
   const bytes report = client.receive();
@@ -126,7 +128,8 @@ TEST(tvk_modem_diag, logs_and_events_follow_the_masks_of_each_client) {
   event_mask[200] = 0x20;
   EXPECT_EQ(events.ask(hex("82 00 0000 4806") + event_mask), hex("82 00 0000 4806") + event_mask);
   EXPECT_EQ(events.ask(hex("60 01")), hex("60 0000"));
-  modem.let_pass(20000);
+  modem.let_pass(1500);
+  modem.let_pass(10000);
   for (int i = 0; i < 3; ++i) {
     const bytes log = cells.receive();
     ASSERT_EQ(log.size(), 16U + 29U);
