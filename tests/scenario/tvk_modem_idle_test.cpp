@@ -11,7 +11,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -24,10 +23,7 @@
 
 namespace {
 
-using support::bytes;
-using support::hex;
-using support::simulated_modem;
-using support::operator+;
+using namespace support;
 
 std::chrono::milliseconds window() {
   const char* const set = std::getenv("TVK_IDLE_WINDOW");
@@ -40,7 +36,7 @@ int connected(int family, int type, const void* address, socklen_t size) {
 }
 
 int local(const std::string& path, int type) {
-  const sockaddr_un address = support::address_of(path);
+  const sockaddr_un address = address_of(path);
   return connected(AF_UNIX, type, &address, sizeof(address));
 }
 
@@ -63,28 +59,26 @@ std::uint16_t tcp_port_in(const std::string& said) {
 }
 
 TEST(tvk_modem_idle, is_at_rest_before_and_after_clients_of_each_port) {
-  const support::temp_dir dir;
+  const temp_dir dir;
   simulated_modem modem({}, simulated_modem::begin::at_once,
                         {"--trace", "--diag-tcp", "0", "--diag-pty", dir.file("tty"), "--at-device",
                          dir.file("at"), "--qmux", dir.file("qmux")});
   EXPECT_TRUE(modem.process().comes_to_rest(window())) << "nobody has come yet";
-  const auto diag = std::filesystem::path(modem.socket()).replace_filename("diag.sock").string();
   const auto port = tcp_port_in(modem.process().errors_so_far());
 
   // All logs of equipment 11, then the version, and half a request.
-  const bytes asks_much = support::diag_frame(hex("73 000000 03000000 0B000000 08000000 FF")) +
-                          support::diag_frame(hex("00")) + hex("1C 00");
+  const bytes asks_much = diag_frame(hex("73 000000 03000000 0B000000 08000000 FF")) +
+                          diag_frame(hex("00")) + hex("1C 00");
   struct row {
     const char* port;
     std::function<int()> open;
     bytes asks;
   };
   const row rows[] = {
-      {"modem socket", [&] { return local(modem.socket(), SOCK_SEQPACKET); },
-       support::packets::look_up_all},
+      {"modem socket", [&] { return local(modem.socket(), SOCK_SEQPACKET); }, packets::look_up_all},
       {"QMUX", [&] { return local(dir.file("qmux"), SOCK_STREAM); },
        hex("01 0f00 00 00 00  00 07 2200 0400  01 0100 11 01")},
-      {"DIAG socket", [&] { return local(diag, SOCK_STREAM); }, asks_much},
+      {"DIAG socket", [&] { return local(modem.diag_socket(), SOCK_STREAM); }, asks_much},
       {"DIAG over TCP", [&] { return tcp(port); }, asks_much},
       {"DIAG terminal", [&] { return terminal(dir.file("tty")); }, asks_much},
       {"AT terminal", [&] { return terminal(dir.file("at")); }, hex("41540D 4154")},

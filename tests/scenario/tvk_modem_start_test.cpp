@@ -21,24 +21,15 @@
 
 namespace {
 
+using namespace support;
 using namespace support::packets;
-using connection = support::modem_connection;
-using support::address_of;
-using support::bytes;
-using support::common_message;
-using support::extension_tlvs;
-using support::file_request;
-using support::hex;
-using support::simulated_modem;
-using support::temp_dir;
-using support::u32;
-using support::operator+;
+using connection = modem_connection;
 
 const bytes closed = {};
 
-support::process_result run_modem(const std::vector<std::string>& arguments,
-                                  const support::environment& additions = {}) {
-  return support::run(TVK_MODEM_PROGRAM, arguments, additions);
+process_result run_modem(const std::vector<std::string>& arguments,
+                         const environment& additions = {}) {
+  return run(TVK_MODEM_PROGRAM, arguments, additions);
 }
 
 std::vector<std::string> names_in(const std::string& directory) {
@@ -53,8 +44,8 @@ TEST(tvk_modem_serve, removes_its_socket_and_lock_when_told_to_stop) {
   for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
     const temp_dir dir;
     const std::string socket = dir.file("run/modem.sock");
-    support::background_process modem(TVK_MODEM_PROGRAM,
-                                      {"serve", "--socket", socket, "--state", dir.file("state")});
+    background_process modem(TVK_MODEM_PROGRAM,
+                             {"serve", "--socket", socket, "--state", dir.file("state")});
     ASSERT_TRUE(modem.wait_for_error_text("tvk-modem: listening on unix:" + socket + "\n"));
     struct stat status {};
     ASSERT_EQ(::stat(socket.c_str(), &status), 0);
@@ -84,10 +75,10 @@ TEST(tvk_modem_serve, one_of_many_simultaneous_starts_wins) {
   const temp_dir dir;
   const std::string socket = dir.file("modem.sock");
   constexpr std::size_t many = 8;
-  std::vector<std::unique_ptr<support::background_process>> starts;
+  std::vector<std::unique_ptr<background_process>> starts;
   starts.reserve(many);
   while (starts.size() < many) {
-    starts.push_back(std::make_unique<support::background_process>(
+    starts.push_back(std::make_unique<background_process>(
         TVK_MODEM_PROGRAM,
         std::vector<std::string>{"serve", "--socket", socket, "--state", dir.file("state")}));
   }
@@ -237,7 +228,7 @@ TEST(tvk_modem, standard_streams_that_are_closed_or_full) {
   };
   for (const row& each : rows) {
     SCOPED_TRACE(each.command);
-    const auto ended = support::run("sh", {"-c", each.command, TVK_MODEM_PROGRAM, dir.path()});
+    const auto ended = run("sh", {"-c", each.command, TVK_MODEM_PROGRAM, dir.path()});
     EXPECT_EQ(ended.exit_status, each.exit_status);
     EXPECT_EQ(ended.errors, each.errors);
     EXPECT_EQ(ended.output, each.output);
@@ -245,18 +236,11 @@ TEST(tvk_modem, standard_streams_that_are_closed_or_full) {
 }
 
 TEST(tvk_modem_trace, names_what_passes) {
-  const temp_dir dir;
-  const std::string socket = dir.file("modem.sock");
-  support::background_process modem(
-      TVK_MODEM_PROGRAM, {"serve", "--socket", socket, "--state", dir.file("state"), "--trace",
-                          "--fault", "extension/2@2=silent"});
-  ASSERT_TRUE(modem.wait_for_error_text("listening"));
+  simulated_modem modem({"extension/2@2=silent"}, simulated_modem::begin::at_once, {"--trace"});
   {
-    const connection client(socket);
-    ASSERT_TRUE(client.send(look_up_all));
-    for (const bytes& seen : all_up) EXPECT_EQ(client.receive(), seen);
-    EXPECT_EQ(client.ask(echo()), end_of_list);
-    EXPECT_EQ(client.receive(), echo_answer());
+    const connection client(modem.socket());
+    EXPECT_EQ(client.look_up(look_up_all), listed(all_up));
+    EXPECT_EQ(client.ask(echo()), echo_answer());
     ASSERT_TRUE(client.send(echo()));
     const bytes head = service + hex("00 0100 0200 1102");
     EXPECT_FALSE(
@@ -264,9 +248,8 @@ TEST(tvk_modem_trace, names_what_passes) {
     const auto query = common_message(55, u32(1));
     EXPECT_FALSE(client.ask(head + extension_tlvs(4, query)).empty());
   }
-  ASSERT_TRUE(modem.wait_for_error_text("leaves"));
-  modem.send_signal(SIGTERM);
-  const std::string errors = modem.wait().errors;
+  ASSERT_TRUE(modem.process().wait_for_error_text("leaves"));
+  const std::string errors = modem.stop();
   for (const char* text :
        {"client 1:16384 connects\n", "NEW_LOOKUP  any service",
         "NEW_SERVER  extension (0xffe4)  version 1, instance 1, at 0:1\n", "end of list\n",
