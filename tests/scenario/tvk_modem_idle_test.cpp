@@ -30,22 +30,14 @@ std::chrono::milliseconds window() {
   return std::chrono::milliseconds(set == nullptr ? 250 : std::atoi(set));
 }
 
-int connected(int family, int type, const void* address, socklen_t size) {
-  const int made = ::socket(family, type | SOCK_CLOEXEC, 0);
-  return ::connect(made, static_cast<const sockaddr*>(address), size) == 0 ? made : -1;
-}
-
-int local(const std::string& path, int type) {
-  const sockaddr_un address = address_of(path);
-  return connected(AF_UNIX, type, &address, sizeof(address));
-}
-
 int tcp(std::uint16_t port) {
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_port = htons(port);
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  return connected(AF_INET, SOCK_STREAM, &address, sizeof(address));
+  const int made = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const auto* const generic = reinterpret_cast<const sockaddr*>(&address);
+  return ::connect(made, generic, sizeof(address)) == 0 ? made : -1;
 }
 
 int terminal(const std::string& path) {
@@ -75,10 +67,11 @@ TEST(tvk_modem_idle, is_at_rest_before_and_after_clients_of_each_port) {
     bytes asks;
   };
   const row rows[] = {
-      {"modem socket", [&] { return local(modem.socket(), SOCK_SEQPACKET); }, packets::look_up_all},
-      {"QMUX", [&] { return local(dir.file("qmux"), SOCK_STREAM); },
+      {"modem socket", [&] { return connected(modem.socket(), SOCK_SEQPACKET); },
+       packets::look_up_all},
+      {"QMUX", [&] { return connected(dir.file("qmux"), SOCK_STREAM); },
        hex("01 0f00 00 00 00  00 07 2200 0400  01 0100 11 01")},
-      {"DIAG socket", [&] { return local(modem.diag_socket(), SOCK_STREAM); }, asks_much},
+      {"DIAG socket", [&] { return connected(modem.diag_socket(), SOCK_STREAM); }, asks_much},
       {"DIAG over TCP", [&] { return tcp(port); }, asks_much},
       {"DIAG terminal", [&] { return terminal(dir.file("tty")); }, asks_much},
       {"AT terminal", [&] { return terminal(dir.file("at")); }, hex("41540D 4154")},

@@ -8,10 +8,8 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <utility>
 
-#include "captures/folders.h"
 #include "support/diag_client.h"
 #include "support/simulated_modem.h"
 #include "support/temp_dir.h"
@@ -24,11 +22,6 @@ void write_file(const std::string& path, const bytes& content) {
   std::ofstream(path, std::ios::binary)
       .write(reinterpret_cast<const char*>(content.data()),
              static_cast<std::streamsize>(content.size()));
-}
-
-bytes read_file(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 /// To 1C: nothing came before it.
@@ -198,45 +191,5 @@ TEST(tvk_modem_play, can_be_ended_while_it_waits_for_a_pipe) {
   EXPECT_FALSE(modem.wait().timed_out);
   EXPECT_FALSE(std::filesystem::exists(dir.file("s")));
 }
-
-/// Log packets and event reports of a stream of frames.
-std::vector<bytes> packets_of(const bytes& stream) {
-  std::vector<bytes> packets;
-  for (auto at = stream.begin(); at != stream.end();) {
-    auto end = std::find(at, stream.end(), 0x7E);
-    if (end == stream.end()) break;
-    if (end - at >= 3) {
-      const bytes packet = diag_packet(bytes(at, ++end));
-      if (packet[0] == 0x10 || packet[0] == 0x98 || packet[0] == 0x60) packets.push_back(packet);
-    } else {
-      ++end;
-    }
-    at = end;
-  }
-  return packets;
-}
-
-class tvk_modem_plays : public testing::TestWithParam<std::filesystem::path> {};
-
-TEST_P(tvk_modem_plays, real_captures_arrive_complete) {
-  int played = 0;
-  for (const auto& file : std::filesystem::directory_iterator(GetParam())) {
-    const std::string kind = file.path().extension();
-    if (kind != ".mi2log" && kind != ".qmdl") continue;
-    SCOPED_TRACE(file.path());
-    auto modem = player(file.path());
-    diag_client client(modem.diag_socket());
-    want_everything(client);
-    modem.let_pass(quiet);
-    const auto expected = packets_of(read_file(file.path()));
-    EXPECT_TRUE(receive(client, expected.size()) == expected);
-    EXPECT_EQ(client.ask(hex("1C")), still_there);
-    ++played;
-  }
-  EXPECT_GT(played, 0);
-}
-
-INSTANTIATE_TEST_SUITE_P(folders, tvk_modem_plays, testing::ValuesIn(captures::folders()),
-                         captures::folder_name);
 
 }  // namespace

