@@ -52,6 +52,8 @@ TEST(simulator_logs, every_field_has_its_value) {
     EXPECT_TRUE(got == each.payload) << std::hex << each.code << " differs at byte " << std::dec
                                      << std::ranges::mismatch(got, each.payload).in1 - got.begin();
   }
+  // Of the blocks, every tenth fails: without the bit 0x80 beside its HARQ.
+  EXPECT_EQ(sim::diag::log_payload(0xB173, sim::radio_values(), 9)[10], 0x01);
 }
 
 }  // namespace
