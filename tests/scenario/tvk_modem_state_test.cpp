@@ -284,37 +284,6 @@ TEST(tvk_modem_state, programs_and_a_running_modem_see_each_others_changes) {
   EXPECT_EQ(ask(client, file_request{}).result, 2U);
 }
 
-TEST(tvk_modem_state, programs_say_what_is_wrong) {
-  const temp_dir dir;
-  std::ofstream(dir.file("large")) << std::string(largest + 1, 'x');
-  struct row {
-    std::vector<std::string> arguments;
-    int exit_status;
-    std::string said;
-  };
-  const row rows[] = {
-      {{"nv", "get", "7000"}, 1, "no NV item 7000 of subscription 0"},
-      {{"nv", "get", "7233"}, 2, "NV item 7233: expected a number up to 7232"},
-      {{"nv", "set", "71", "256"}, 2, "byte 256: expected a number up to 255"},
-      {{"nv", "list", "--sub", "2"}, 2, "--sub 2: expected a number up to 1"},
-      {{"nv", "set", "71"}, 2, "BYTE is required"},
-      {{"efs", "cat", "/none"}, 1, "no EFS file /none of subscription 0"},
-      {{"efs", "rm", "/none", "--sub", "1"}, 1, "no EFS file /none of subscription 1"},
-      {{"efs", "put", "/f"}, 1, "- has no bytes, an EFS file has 1 to 102410"},
-      {{"efs", "put", "/f", dir.file("large")}, 1, "has too many bytes"},
-      {{"efs", "put", "/f", "/none"}, 1, "cannot read /none: No such file"},
-      {{"efs", "put", std::string(72, 'p')}, 2, "an EFS path has 1 to 71 bytes"},
-      {{"serve", "--set", "sar.dsi=21"}, 2, "expected sar.dsi from 0 to 20"},
-      {{"serve", "--set", "volume=1"}, 2, "expected one of sar.dsi=0..20"},
-  };
-  for (const row& each : rows) {
-    const auto result = program(each.arguments, dir.file("state"));
-    EXPECT_EQ(result.exit_status, each.exit_status) << each.said;
-    EXPECT_NE(result.errors.find(each.said), std::string::npos) << result.errors;
-    EXPECT_EQ(result.output, "");
-  }
-}
-
 TEST(tvk_modem_state, sar_state_is_set_and_range_checked) {
   const simulated_modem modem({}, simulated_modem::begin::at_once, {"--set", "sar.dsi=7"});
   const connection client(modem.socket());

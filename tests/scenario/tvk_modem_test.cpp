@@ -159,6 +159,19 @@ TEST(tvk_modem, faults_change_the_answer) {
   EXPECT_EQ(client.look_up(look_up_all), listed(all_but_sar)) << "down from the start";
 }
 
+TEST(tvk_modem, first_fault_rule_wins_and_the_others_still_count) {
+  const simulated_modem modem({"extension/2@2=error:2", "extension/2@3=error:3",
+                               "extension/3=error:9", "extension/3@1=error:8",
+                               "extension/2@2=error:7"});
+  const connection client(modem.socket());
+  for (const auto& [message, error] : {std::pair(2, 0), {3, 9}, {2, 2}, {3, 9}, {2, 3}, {2, 0}}) {
+    bytes request = echo();
+    request[11] = static_cast<std::uint8_t>(message);
+    const bytes answer = client.ask(request);
+    EXPECT_EQ(answer.size() == 22 ? answer.at(20) : 0, error) << message;
+  }
+}
+
 TEST(tvk_modem, silent_and_delayed_answers_hold_nobody_up) {
   simulated_modem modem({"extension/2@1=silent", "extension/2@2=delay:300"},
                         simulated_modem::begin::at_once, held);
