@@ -1,4 +1,4 @@
-// What a port whose clients do not look services up at the node hears of them.
+// What ports and clients hear of services.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -15,7 +15,9 @@ constexpr sim::service_row services[] = {
 
 class listening_port : public sim::port {
  public:
-  void send(protocol::qrtr::address, protocol::qrtr::address, protocol::byte_view) override {}
+  void send(protocol::qrtr::address to, protocol::qrtr::address, protocol::byte_view) override {
+    heard.push_back("to " + std::to_string(to.port));
+  }
   void service_up(const protocol::qrtr::server& server) override { hear("up", server); }
   void service_down(const protocol::qrtr::server& server) override { hear("down", server); }
 
@@ -39,6 +41,18 @@ TEST(node, ports_hear_of_services) {
   node.bring_up(services[0]);
   EXPECT_EQ(port.heard,
             (std::vector<std::string>{"2 258 up", "2 258 down", "1 257 up", "2 258 up"}));
+}
+
+TEST(node, client_that_left_is_sent_nothing) {
+  sim::trace trace(nullptr, services);
+  sim::node node(services, trace);
+  listening_port port;
+  const std::uint8_t look_up_all[20] = {10};
+  for (const std::uint32_t who : {7U, 8U}) node.control({&port, {1, who}}, look_up_all);
+  port.heard.clear();
+  node.client_gone({&port, {1, 7}});
+  node.take_down(services[0]);
+  EXPECT_EQ(port.heard, std::vector<std::string>{"to 8"});
 }
 
 }  // namespace
