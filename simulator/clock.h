@@ -1,5 +1,5 @@
 // The time that the modem lives in. It passes as the host's does. Held, it stands still and goes on
-// only by what it is given, so that whoever drives the modem decides what comes before what.
+// only as its user lets it, who so decides what comes before what.
 #pragma once
 
 #include <chrono>

@@ -76,9 +76,9 @@ int start(const std::vector<std::string>& command, const sigset_t& mask, pid_t& 
   }
   report = host::file_descriptor();
   int error = 0;
-  const auto told =
+  const auto size =
       host::uninterrupted([&] { return ::read(outcome.get(), &error, sizeof(error)); });
-  if (told != sizeof(error)) return 0;
+  if (size != sizeof(error)) return 0;
   ::waitpid(child, nullptr, 0);
   return error;
 }

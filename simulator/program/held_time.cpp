@@ -11,7 +11,7 @@
 namespace sim {
 
 held_time::held_time(asio::io_context& io)
-    : wake_(io), told_(io, {SIGUSR1}, [this](const signalfd_siginfo& signal) {
+    : wake_(io), signals_(io, {SIGUSR1}, [this](const signalfd_siginfo& signal) {
         pass(std::chrono::milliseconds(std::max(signal.ssi_int, 0)));
       }) {
   clock::hold();

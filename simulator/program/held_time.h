@@ -21,7 +21,7 @@ class held_time {
 
   std::chrono::milliseconds passed_{0};
   timer wake_;
-  signals told_;
+  signals signals_;
 };
 
 }  // namespace sim

@@ -26,7 +26,7 @@ class terminal {
  public:
   explicit terminal(const std::string& path)
       : descriptor_(::open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC)) {
-    // Nobody read the answers to what was echoed into it.
+    // Answers that the client before did not read.
     ::tcflush(descriptor_, TCIFLUSH);
   }
   terminal(const terminal&) = delete;
@@ -34,7 +34,7 @@ class terminal {
   ~terminal() { ::close(descriptor_); }
 
   void take_for_itself() const { ASSERT_EQ(::ioctl(descriptor_, TIOCEXCL), 0); }
-  /// Waits until nobody has it for itself; root could open it all the same.
+  /// Waits until it is not exclusive. Opening it would prove nothing: root always can.
   [[nodiscard]] bool is_shared() const {
     return eventually([this] { return !is_exclusive(descriptor_); });
   }

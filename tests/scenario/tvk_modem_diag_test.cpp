@@ -120,7 +120,7 @@ TEST(tvk_modem_diag, logs_and_events_follow_the_masks_of_each_client) {
   simulated_modem modem({}, at_once, {"--hold-time", "--set", "lte.pci=7"});
   diag_client cells(modem.diag_socket());
   diag_client events(modem.diag_socket());
-  diag_client nobody(modem.diag_socket());
+  diag_client idle(modem.diag_socket());
   // B0C2 alone; only event 1605, which never comes.
   bytes mask(25);
   mask[24] = 0x04;
@@ -139,7 +139,7 @@ TEST(tvk_modem_diag, logs_and_events_follow_the_masks_of_each_client) {
     EXPECT_EQ(bytes(log.begin() + 16, log.begin() + 19), hex("03 0700")) << "PCI 7";
   }
   EXPECT_EQ(events.ask(hex("1C")), hex("1C 0800"));
-  EXPECT_EQ(nobody.ask(hex("1C")), hex("1C 0800"));
+  EXPECT_EQ(idle.ask(hex("1C")), hex("1C 0800"));
 }
 
 std::string nv_get(const simulated_modem& modem, const char* item) {
@@ -215,7 +215,7 @@ TEST(tvk_modem_diag, files_are_those_of_the_other_ways) {
           {hex("4B13 0F00") + text("/a") + hex("00"), hex("4B13 0F00 02000000") + bytes(24)}});
 }
 
-TEST(tvk_modem_diag, faults_strike_as_told) {
+TEST(tvk_modem_diag, faults_strike_as_ordered) {
   const bytes poll = hex("4B32 0300");
   const bytes polled = hex("4B3203") + bytes(13);
   simulated_modem modem(
@@ -258,7 +258,7 @@ TEST(tvk_modem_diag, faults_strike_as_told) {
   EXPECT_EQ(diag_client(modem.diag_socket()).ask(hex("1C")), hex("1C 0800"));
 }
 
-TEST(tvk_modem_diag, factory_test_answers_as_long_as_told) {
+TEST(tvk_modem_diag, factory_test_answers_with_the_length_that_is_set) {
   const simulated_modem modem({}, at_once, {"--set", "diag.factory_length=16384"});
   diag_client client(modem.diag_socket());
   const bytes answer = client.ask(hex("4B0B 0000"));
@@ -273,7 +273,7 @@ TEST(tvk_modem_diag, terminal_is_new_for_each_client) {
   for (int i = 0; i < 3; ++i) {
     const int terminal = ::open(dir.file("tty").c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
     diag_client client(terminal);
-    // Alone, in the mode and with the masks of nobody before, and nothing left unread.
+    // Nothing is left of the client before: no exclusive use, no mode, no masks, no unread answer.
     EXPECT_FALSE(is_exclusive(terminal));
     EXPECT_EQ(client.ask(hex("1C")), hex("1C 0800"));
     EXPECT_EQ(client.ask(hex("73 000000 04000000 0B000000")).at(20), 0);

@@ -1,6 +1,5 @@
-// What tvk-modem does when nobody wants anything of it: nothing. Clients of each port come and go,
-// in order and not, and leave no work behind. How long it is looked at, in milliseconds, may be set
-// with TVK_IDLE_WINDOW.
+// A modem that is asked for nothing uses no processor time, however its clients left.
+// TVK_IDLE_WINDOW sets for how many milliseconds it is watched.
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -55,7 +54,7 @@ TEST(tvk_modem_idle, is_at_rest_before_and_after_clients_of_each_port) {
   simulated_modem modem({}, simulated_modem::begin::at_once,
                         {"--trace", "--diag-tcp", "0", "--diag-pty", dir.file("tty"), "--at-device",
                          dir.file("at"), "--qmux", dir.file("qmux")});
-  EXPECT_TRUE(modem.process().comes_to_rest(window())) << "nobody has come yet";
+  EXPECT_TRUE(modem.process().comes_to_rest(window())) << "before the first client";
   const auto port = tcp_port_in(modem.process().errors_so_far());
 
   // All logs of equipment 11, then the version, and half a request.

@@ -73,7 +73,7 @@ TEST(tvk_modem_play, logs_and_events_come_as_they_are) {
   diag_client all(modem.diag_socket());
   diag_client some(modem.diag_socket());
   want_everything(all);
-  // Event 1610 is not wanted: the others, whose times hung on it, get times of their own.
+  // Event 1610 is not wanted: the other two, whose times were relative to it, get full ones.
   bytes mask(512, 0xFF);
   mask[201] = 0xFB;
   some.ask(hex("82 00 0000 0010") + mask);
@@ -85,7 +85,7 @@ TEST(tvk_modem_play, logs_and_events_come_as_they_are) {
   EXPECT_EQ(all.ask(hex("1C")), still_there);
   EXPECT_EQ(some.ask(hex("1C")), still_there);
 
-  // Who wants nothing and then something again gets it from its start.
+  // A client that asks again after it wanted nothing gets the capture from its start.
   all.ask(hex("60 00"));
   all.ask(hex("73000000 00000000"));
   want_everything(all);
@@ -146,7 +146,7 @@ TEST(tvk_modem_play, gaps_are_those_of_the_time_stamps_and_ten_seconds_at_most) 
   EXPECT_EQ(seen, packets);
 }
 
-TEST(tvk_modem_play, slow_client_gets_all_and_holds_up_nobody) {
+TEST(tvk_modem_play, slow_client_gets_all_and_delays_no_other) {
   constexpr std::size_t count = 20000;
   const temp_dir dir;
   bytes stream;

@@ -108,7 +108,7 @@ TEST_F(tvk_modem_qmux, control_hands_out_clients_and_refuses_what_it_cannot_do) 
   two.expect_answer("01 0c00 00 e4 01  00 0100 0702 0000",
                     "01 1300 80 e4 01  02 0100 0702 0700  02 0400 0100 1100");
 
-  // A client outlives its service's outage; nobody becomes one meanwhile.
+  // A client outlives an outage of its service, during which none can be allocated.
   const modem_connection watcher(modem_.socket());
   EXPECT_EQ(watcher.look_up(look_up_all), listed(all_up));
   const std::string goes_down = "01 0c00 00 11 01  00 0100 0900 0000";

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -40,7 +41,7 @@ std::vector<std::string> names_in(const std::string& directory) {
   return names;
 }
 
-TEST(tvk_modem_serve, removes_its_socket_and_lock_when_told_to_stop) {
+TEST(tvk_modem_serve, removes_its_socket_and_lock_when_a_signal_ends_it) {
   for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
     const temp_dir dir;
     const std::string socket = dir.file("run/modem.sock");
@@ -168,33 +169,14 @@ TEST(tvk_modem_serve, what_cannot_be_used_is_named) {
 }
 
 TEST(tvk_modem_serve, fault_rule_that_cannot_be_read_is_named_with_the_form) {
-  const char* const rules[] = {"",
-                               "extension",
-                               "=silent",
-                               "extension=",
-                               "extension=Silent",
-                               "nobody=silent",
-                               "0xFFE5=silent",
-                               "extension/=silent",
-                               "extension/0x=silent",
-                               "extension/65536=silent",
-                               "extension/2@0=silent",
-                               "extension/2@=silent",
-                               "extension@2=silent",
-                               "extension=silent:1",
-                               "extension=delay",
-                               "extension=delay:",
-                               "extension=delay:-1",
-                               "extension=delay:1x",
-                               "extension=error:0",
-                               "extension=error:65536",
-                               "extension=result:4294967296",
-                               "sar=result:1",
-                               "diag/1C=silent",
-                               "diag/0x1=silent",
-                               "diag=down",
-                               "diag=split:0"};
-  for (const std::string rule : rules) {
+  std::istringstream rules(
+      "extension =silent extension= extension=Silent nobody=silent 0xFFE5=silent "
+      "extension/=silent extension/0x=silent extension/65536=silent extension/2@0=silent "
+      "extension/2@=silent extension@2=silent extension=silent:1 extension=delay extension=delay: "
+      "extension=delay:-1 extension=delay:1x extension=error:0 extension=error:65536 "
+      "extension=result:4294967296 sar=result:1 diag/1C=silent diag/0x1=silent diag=down "
+      "diag=split:0");
+  for (std::string rule; rules >> rule;) {
     const auto result = run_modem({"serve", "--fault", rule});
     EXPECT_EQ(result.exit_status, 2) << rule;
     EXPECT_TRUE(result.errors.starts_with("tvk-modem: --fault " + rule + ": ")) << result.errors;
@@ -203,7 +185,7 @@ TEST(tvk_modem_serve, fault_rule_that_cannot_be_read_is_named_with_the_form) {
   }
 }
 
-TEST(tvk_modem_exec, returns_the_status_and_leaves_nothing_behind) {
+TEST(tvk_modem_exec, returns_the_status_and_removes_its_files) {
   const temp_dir dir;
   const temp_dir state;
   struct row {
@@ -256,7 +238,7 @@ TEST(tvk_modem, standard_streams_that_are_closed_or_full) {
       {R"("$0" efs put --state "$1" /a <&-)", 1,
        "tvk-modem: cannot read standard input: Bad file descriptor\n", ""},
       {R"("$0" --help >/dev/full)", 1, full, ""},
-      // Nobody can be told.
+      // The message has nowhere to go.
       {R"("$0" nv get --state "$1" 7000 2>/dev/full)", 1, "", ""},
       {R"("$0" --colour 2>&-)", 2, "", ""},
       {R"("$0" exec --state "$1" --trace -- /no/such 2>/dev/full)", 127, "", ""},

@@ -172,7 +172,7 @@ TEST(tvk_modem, first_fault_rule_wins_and_the_others_still_count) {
   }
 }
 
-TEST(tvk_modem, silent_and_delayed_answers_hold_nobody_up) {
+TEST(tvk_modem, silent_and_delayed_answers_hold_up_no_other) {
   simulated_modem modem({"extension/2@1=silent", "extension/2@2=delay:300"},
                         simulated_modem::begin::at_once, held);
   const connection client(modem.socket());
@@ -213,7 +213,7 @@ TEST(tvk_modem, serves_twenty_clients_at_once) {
   }
 }
 
-TEST(tvk_modem, client_that_never_reads_is_dropped_and_disturbs_nobody) {
+TEST(tvk_modem, client_that_never_reads_is_dropped_and_disturbs_no_other) {
   const simulated_modem modem;
   const connection deaf(modem.socket());
   const connection client(modem.socket());
