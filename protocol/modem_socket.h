@@ -14,6 +14,11 @@
 
 namespace protocol::modem_socket {
 
+/// The environment variable from which clients learn where their modem is.
+inline constexpr const char* endpoint_variable = "TVK_MODEM";
+/// The default: the name of a socket in the runtime directory.
+inline constexpr const char* socket_name = "modem.sock";
+
 constexpr std::size_t address_size = 8;
 constexpr std::uint32_t modem_node = 0;
 constexpr std::uint32_t local_node = 1;

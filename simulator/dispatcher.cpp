@@ -148,8 +148,8 @@ void dispatcher::take_down(const fault_rule& fault) {
 }
 
 void dispatcher::come_back(const service_row& service, std::chrono::milliseconds time) {
-  auto& timer = returning_.insert_or_assign(&service, asio::steady_timer(io_, time)).first->second;
-  timer.async_wait([this, &service, due = timer.expiry()](const std::error_code& cancelled) {
+  auto& back = returning_.insert_or_assign(&service, timer(io_, time)).first->second;
+  back.async_wait([this, &service, due = back.expiry()](const std::error_code& cancelled) {
     const auto found = returning_.find(&service);
     // Another outage may have come on top of this one, too late to cancel.
     if (cancelled || found == returning_.end() || found->second.expiry() != due) return;

@@ -10,9 +10,9 @@
 #include <vector>
 
 #include <asio/io_context.hpp>
-#include <asio/steady_timer.hpp>
 
 #include "protocol/qmi_message.h"
+#include "simulator/clock.h"
 #include "simulator/faults/delayed_answers.h"
 #include "simulator/faults/faults.h"
 #include "simulator/modem/modem.h"
@@ -62,8 +62,7 @@ class dispatcher {
   std::chrono::milliseconds restart_time_;
   trace& trace_;
   delayed_answers delayed_;
-  std::map<const service_row*, asio::steady_timer>
-      returning_;  ///< services that are down for a time
+  std::map<const service_row*, timer> returning_;  ///< services that are down for a time
 
   // The answer being made; kept for its memory.
   std::vector<std::uint8_t> datagram_;

@@ -50,9 +50,12 @@ enum class shown_as : std::uint8_t { number, bytes };
 
 /// What the trace calls a TLV.
 struct tlv_row {
-  std::uint8_t type;
+  constexpr tlv_row(std::uint8_t tlv, const char* called, shown_as small = shown_as::number)
+      : name(called), type(tlv), small_value(small) {}
+
   const char* name;
-  shown_as small_value = shown_as::number;
+  std::uint8_t type;
+  shown_as small_value;
 };
 
 struct message_row {

@@ -4,12 +4,14 @@
 
 #include <cstdio>
 
+#include "protocol/diag_port.h"
 #include "simulator/diag/scenario.h"
 #include "simulator/services/services.h"
 
 namespace sim {
+
 std::string diag_socket_beside(const std::string& modem_socket) {
-  return modem_socket.substr(0, modem_socket.find_last_of('/') + 1) + "diag.sock";
+  return modem_socket.substr(0, modem_socket.find_last_of('/') + 1) + protocol::diag::port_socket;
 }
 
 simulated_modem::simulated_modem(asio::io_context& io, const modem_options& options)

@@ -10,6 +10,7 @@
 #include <filesystem>
 
 #include "host/file_descriptor.h"
+#include "host/uninterrupted.h"
 #include "protocol/hdlc.h"
 #include "simulator/failure.h"
 
@@ -47,7 +48,7 @@ void read_file(const std::string& path, Take take) {
   std::array<std::uint8_t, 65536> buffer{};
   ssize_t size = file.valid() ? 1 : -1;
   while (size > 0) {
-    size = ::read(file.get(), buffer.data(), buffer.size());
+    size = host::uninterrupted([&] { return ::read(file.get(), buffer.data(), buffer.size()); });
     if (size > 0) take(byte_view(buffer).first(static_cast<std::size_t>(size)));
   }
   if (size < 0) fail(path, std::strerror(errno));

@@ -17,9 +17,8 @@ bool delayed_answers::add(answer waiting, std::chrono::milliseconds delay) {
   if (waiting_.size() >= max_waiting) return false;
   const std::uint64_t number = next_++;
   const auto added =
-      waiting_.emplace(number, waiting_answer{std::move(waiting), asio::steady_timer(io_, delay)})
-          .first;
-  added->second.timer.async_wait([this, number](const std::error_code& /*cancelled*/) {
+      waiting_.emplace(number, waiting_answer{std::move(waiting), timer(io_, delay)}).first;
+  added->second.due.async_wait([this, number](const std::error_code& /*cancelled*/) {
     const auto due = waiting_.extract(number);
     if (due) deliver_(due.mapped().what);
   });

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include <asio/io_context.hpp>
-#include <asio/steady_timer.hpp>
 
+#include "simulator/clock.h"
 #include "simulator/service.h"
 
 namespace sim {
@@ -35,7 +35,7 @@ class delayed_answers {
  private:
   struct waiting_answer {
     answer what;
-    asio::steady_timer timer;
+    timer due;
   };
 
   asio::io_context& io_;

@@ -7,8 +7,8 @@
 #include <cstdint>
 
 #include <asio/io_context.hpp>
-#include <asio/steady_timer.hpp>
 
+#include "simulator/clock.h"
 #include "simulator/modem/cards.h"
 #include "simulator/modem/settings.h"
 
@@ -41,7 +41,7 @@ class hot_swap_run {
 
   settings& settings_;
   cards& cards_;
-  asio::steady_timer timer_;
+  timer timer_;
   hot_swap_plan left_;
   std::uint64_t runs_ = 0;
 };

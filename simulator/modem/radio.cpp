@@ -48,7 +48,7 @@ double lte_cell::rssi() const {
 }
 
 radio::time radio::now() const {
-  return std::chrono::duration_cast<time>(std::chrono::steady_clock::now() - start_);
+  return std::chrono::duration_cast<time>(clock::now() - start_);
 }
 
 const radio::change& radio::last_change(time when) const {

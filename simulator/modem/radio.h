@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "simulator/clock.h"
+
 namespace sim {
 
 struct radio_network {
@@ -95,7 +97,7 @@ class radio {
   [[nodiscard]] const change& last_change(time when) const;
   [[nodiscard]] double drift(unsigned level, time when) const;
 
-  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+  clock::time_point start_ = clock::now();
   std::vector<change> changes_{{time(0), true}};
 };
 

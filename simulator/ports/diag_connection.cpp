@@ -165,14 +165,14 @@ void diag_connection::request_seen() {
 
 void diag_connection::begin_stream() {
   cursor_ = server_.packets.begin();
-  stream_begin_ = std::chrono::steady_clock::now();
+  stream_begin_ = clock::now();
   pump();
 }
 
 void diag_connection::pump() {
   for (unsigned sent = 0; cursor_ && !is_closed() && !in_frame_; ++sent) {
     if (waiting() > stream_stops) return;  // on when there is room again
-    const auto now = std::chrono::steady_clock::now();
+    const auto now = clock::now();
     const auto due = cursor_->due();
     if (!due) return;
     if (stream_begin_ + *due > now) return pump_at(stream_begin_ + *due);
@@ -181,7 +181,7 @@ void diag_connection::pump() {
   }
 }
 
-void diag_connection::pump_at(std::chrono::steady_clock::time_point when) {
+void diag_connection::pump_at(clock::time_point when) {
   stream_timer_.expires_at(when);
   stream_timer_.async_wait([this, self = shared_from_this()](const std::error_code& cancelled) {
     if (!cancelled) pump();

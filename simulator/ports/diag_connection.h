@@ -10,9 +10,9 @@
 #include <vector>
 
 #include <asio/io_context.hpp>
-#include <asio/steady_timer.hpp>
 
 #include "protocol/hdlc.h"
+#include "simulator/clock.h"
 #include "simulator/diag/command.h"
 #include "simulator/diag/server.h"
 #include "simulator/ports/connection.h"
@@ -42,7 +42,7 @@ class diag_connection : public connection {
   void request_seen();
   void begin_stream();
   void pump();
-  void pump_at(std::chrono::steady_clock::time_point when);
+  void pump_at(clock::time_point when);
 
   void send_packet(protocol::byte_view packet);
 
@@ -56,7 +56,7 @@ class diag_connection : public connection {
   diag::session session_;
   std::uint64_t restarts_ = 0;
 
-  asio::steady_timer pause_;
+  timer pause_;
   bool paused_ = false;
   bool in_frame_ = false;  ///< a frame is being sent in pieces: nothing may come in between
   bool stalled_ = false;   ///< nothing is read while too much waits to be written
@@ -64,9 +64,9 @@ class diag_connection : public connection {
   std::vector<std::uint8_t> frame_;
   std::vector<std::uint8_t> shortened_;
 
-  asio::steady_timer stream_timer_;
+  timer stream_timer_;
   std::unique_ptr<diag::cursor> cursor_;
-  std::chrono::steady_clock::time_point stream_begin_;
+  clock::time_point stream_begin_;
 };
 
 }  // namespace sim

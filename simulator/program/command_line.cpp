@@ -13,6 +13,8 @@
 
 #include "host/directories.h"
 #include "host/near_name.h"
+#include "protocol/diag_port.h"
+#include "protocol/modem_socket.h"
 #include "simulator/failure.h"
 #include "simulator/modem/store.h"
 #include "simulator/program/standard_output.h"
@@ -71,8 +73,9 @@ void add_options(CLI::App& command, raw_options& options, const std::string& def
       ->type_name("PATH")
       ->check(not_empty);
   command
-      .add_option("--diag-socket", options.diag_socket,
-                  "the DIAG socket [diag.sock beside the modem socket]")
+      .add_option(
+          "--diag-socket", options.diag_socket,
+          fmt::format("the DIAG socket [{} beside the modem socket]", protocol::diag::port_socket))
       ->type_name("PATH")
       ->check(not_empty);
   command
@@ -158,8 +161,12 @@ command parse_command_line(int argc, const char* const* argv) {
   app.set_version_flag("--version", "tvk-modem " TVK_MODEM_VERSION);
   app.require_subcommand(1);
   CLI::App* const serve = app.add_subcommand("serve", "Run until SIGINT, SIGTERM or SIGHUP.");
-  const std::string serve_socket = host::runtime_directory() + "/modem.sock";
+  const std::string serve_socket =
+      host::runtime_directory() + '/' + protocol::modem_socket::socket_name;
   add_options(*serve, raw, serve_socket);
+  serve_command asked;
+  serve->add_flag("--hold-time", asked.holds_time,
+                  "let the modem's time pass only by SIGUSR1, which carries milliseconds");
   CLI::App* const exec = app.add_subcommand(
       "exec", "Run COMMAND (after --) with a modem for it, found through TVK_MODEM and TVK_DIAG.");
   add_options(*exec, raw, "a private one");
@@ -187,11 +194,12 @@ command parse_command_line(int argc, const char* const* argv) {
     return exec_command{checked(raw), {std::next(separator), all.end()}};
   }
   if (separator != all.end()) throw usage_error("only exec runs a command: nothing may follow --");
-  if (auto asked = state.parsed()) return *std::move(asked);
-  modem_options options = checked(raw);
+  if (auto state_asked = state.parsed()) return *std::move(state_asked);
+  asked.modem = checked(raw);
+  modem_options& options = asked.modem;
   if (options.socket.empty()) options.socket = serve_socket;
   if (options.diag.socket.empty()) options.diag.socket = diag_socket_beside(options.socket);
-  return serve_command{std::move(options)};
+  return asked;
 }
 
 }  // namespace sim

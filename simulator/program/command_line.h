@@ -12,6 +12,7 @@ namespace sim {
 
 struct serve_command {
   modem_options modem;
+  bool holds_time = false;
 };
 
 struct exec_command {

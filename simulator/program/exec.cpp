@@ -14,6 +14,9 @@
 #include <asio/io_context.hpp>
 
 #include "host/file_descriptor.h"
+#include "host/uninterrupted.h"
+#include "protocol/diag_port.h"
+#include "protocol/modem_socket.h"
 #include "simulator/failure.h"
 #include "simulator/program/commands.h"
 #include "simulator/program/signals.h"
@@ -73,7 +76,9 @@ int start(const std::vector<std::string>& command, const sigset_t& mask, pid_t& 
   }
   report = host::file_descriptor();
   int error = 0;
-  if (::read(outcome.get(), &error, sizeof(error)) != sizeof(error)) return 0;
+  const auto size =
+      host::uninterrupted([&] { return ::read(outcome.get(), &error, sizeof(error)); });
+  if (size != sizeof(error)) return 0;
   ::waitpid(child, nullptr, 0);
   return error;
 }
@@ -88,7 +93,7 @@ int exit_status(int status) {
 int run(exec_command asked) {
   std::optional<temporary_directory> directory;
   if (asked.modem.socket.empty()) {
-    asked.modem.socket = directory.emplace().path() + "/modem.sock";
+    asked.modem.socket = directory.emplace().path() + '/' + protocol::modem_socket::socket_name;
   }
   // The command may change its directory before it looks for the modem.
   asked.modem.socket = std::filesystem::absolute(asked.modem.socket);
@@ -111,8 +116,8 @@ int run(exec_command asked) {
   });
   const simulated_modem modem(io, asked.modem);
 
-  ::setenv("TVK_MODEM", ("unix:" + asked.modem.socket).c_str(), 1);
-  ::setenv("TVK_DIAG", ("unix:" + diag_socket).c_str(), 1);
+  ::setenv(protocol::modem_socket::endpoint_variable, ("unix:" + asked.modem.socket).c_str(), 1);
+  ::setenv(protocol::diag::port_variable, ("unix:" + diag_socket).c_str(), 1);
   if (const int error = start(asked.command, events.mask_before(), child); error != 0) {
     tell_user(fmt::format("cannot run {}: {}", asked.command[0], std::strerror(error)));
     return cannot_start;

@@ -1,9 +1,12 @@
 // tvk-modem serve: a modem that runs until a signal ends it.
 #include <fmt/core.h>
 
+#include <optional>
+
 #include <asio/io_context.hpp>
 
 #include "simulator/program/commands.h"
+#include "simulator/program/held_time.h"
 #include "simulator/program/signals.h"
 #include "simulator/standard_error.h"
 
@@ -12,6 +15,8 @@ namespace sim {
 int run(const serve_command& asked) {
   asio::io_context io(1);
   const signals stop(io, {SIGINT, SIGTERM, SIGHUP}, [&io](const auto& /*which*/) { io.stop(); });
+  std::optional<held_time> held;
+  if (asked.holds_time) held.emplace(io);
   const simulated_modem modem(io, asked.modem);
   const std::string tcp =
       asked.modem.diag.tcp ? fmt::format(", tcp:127.0.0.1:{}", modem.diag_tcp_port()) : "";

@@ -2,7 +2,6 @@
 //
 // `--all` runs those that wait for long as well, `--table` prints docs/faults.md.
 #include <gtest/gtest.h>
-#include <signal.h>
 
 #include <algorithm>
 #include <atomic>
@@ -21,6 +20,7 @@
 
 #include "support/at_device.h"
 #include "support/process.h"
+#include "support/simulated_modem.h"
 #include "support/temp_dir.h"
 
 namespace {
@@ -29,6 +29,7 @@ using texts = std::vector<std::string>;
 using seconds = std::chrono::duration<double>;
 
 constexpr const char* matrix_file = TVK_FAULTS_DIR "/matrix.txt";
+constexpr const char* no_port = "no port";  ///< a rule: TVK_DIAG leads nowhere
 constexpr std::size_t at_once = 40;
 constexpr seconds longest_of_every_run{5};
 constexpr seconds still_waiting_after{1.5};
@@ -55,15 +56,11 @@ struct entry {
 };
 using entries = std::map<std::string, entry>;
 
-struct family {
-  entries when;
-};
-
 struct row {
   std::string arguments;
   std::map<std::string, std::string> keys;
   entries when;
-  const family* of = nullptr;
+  const entries* family = nullptr;  ///< what its rows share
 
   [[nodiscard]] std::string key(const std::string& name) const {
     const auto found = keys.find(name);
@@ -150,7 +147,7 @@ class matrix {
   [[nodiscard]] static cell at(const row& command, const column& fault) {
     cell found{&command, &fault, "", fault.time, {}};
     for (const auto* key : {&fault.name, &fault.outcome}) {
-      for (const auto* when : {&command.when, &command.of->when}) {
+      for (const auto* when : {&command.when, command.family}) {
         const auto each = when->find(*key);
         if (!found.word.empty() || each == when->end() || each->second.word.empty()) continue;
         found.word = each->second.word;
@@ -160,7 +157,7 @@ class matrix {
     if (found.word.empty()) {
       throw std::runtime_error("no cell for " + command.arguments + ", " + fault.name);
     }
-    for (const auto* when : {&command.of->when, &command.when}) {
+    for (const auto* when : {command.family, &command.when}) {
       const auto by_column = when->find(fault.name);
       const auto each = by_column != when->end() ? by_column : when->find(fault.outcome);
       if (each == when->end()) continue;
@@ -184,7 +181,7 @@ class matrix {
       tables_.back().columns.push_back(
           {rest, parts.at(1), parts.at(2), time_of(parts.at(3)), {parts.begin() + 4, parts.end()}});
     } else if (head == "family") {
-      when_ = &families_.emplace_back().when;
+      when_ = &families_.emplace_back();
     } else if (head == "row") {
       auto& added = tables_.back().rows.emplace_back(row{rest, {}, {}, &families_.back()});
       for (std::size_t i = 1; i < parts.size(); ++i) {
@@ -219,7 +216,7 @@ class matrix {
   }
 
   std::vector<table> tables_;
-  std::deque<family> families_;
+  std::deque<entries> families_;
   entries* when_ = nullptr;
 };
 
@@ -249,7 +246,7 @@ std::string printed(const matrix& all) {
     }
     out << "\n";
     struct line {
-      const family* of;
+      const entries* family;
       std::string names, cells;
     };
     std::vector<line> lines;
@@ -258,10 +255,11 @@ std::string printed(const matrix& all) {
       for (const auto& fault : each.columns) {
         cells += " " + in_table(matrix::at(command, fault)) + " |";
       }
-      const auto same = std::ranges::find_if(
-          lines, [&](const line& known) { return known.of == command.of && known.cells == cells; });
+      const auto same = std::ranges::find_if(lines, [&](const line& known) {
+        return known.family == command.family && known.cells == cells;
+      });
       if (same == lines.end()) {
-        lines.push_back({command.of, command.name(), cells});
+        lines.push_back({command.family, command.name(), cells});
       } else {
         same->names += ", " + command.name();
       }
@@ -273,60 +271,39 @@ std::string printed(const matrix& all) {
 
 // The cells.
 
-class running_modem {
- public:
-  running_modem(const support::temp_dir& dir, const texts& faults, const std::string& device) {
-    texts arguments{"serve", "--socket", dir.file("modem.sock"), "--state", dir.file("state")};
-    if (!device.empty()) arguments.insert(arguments.end(), {"--at-device", device});
-    for (const auto& rule : faults) arguments.insert(arguments.end(), {"--fault", rule});
-    process_ = std::make_unique<support::background_process>(TVK_MODEM_PROGRAM, arguments);
-    if (!process_->wait_for_error_text("listening on", std::chrono::seconds(60))) {
-      throw std::runtime_error("tvk-modem does not listen");
-    }
-  }
-  ~running_modem() {
-    process_->send_signal(SIGTERM);
-    process_->wait();
-  }
-  running_modem(const running_modem&) = delete;
-  running_modem& operator=(const running_modem&) = delete;
-
- private:
-  std::unique_ptr<support::background_process> process_;
-};
-
 /// Runs a cell. Empty when it ends as it should.
 std::string what_is_wrong(const cell& each, seconds slack) {
-  const support::temp_dir dir;
   const row& command = *each.command;
-  support::environment variables{{"TVK_MODEM", "unix:" + dir.file("modem.sock")},
-                                 {"TVK_DIAG", "unix:" + dir.file("diag.sock")},
-                                 {"TVK_PROPERTIES", dir.file("properties")}};
-  std::ofstream(dir.file("properties")) << command.key("property") << "\n";
   const auto device = command.key("device");
   const auto at = device.empty() ? nullptr : std::make_unique<support::at_device>(device);
   if (at && !at->usable()) return "";
 
-  if (const auto before = command.key("before"); !before.empty()) {
-    const running_modem modem(dir, {}, "");
-    const auto made_ready = support::run(TVK_PROGRAM, split(before, " "), variables);
-    if (made_ready.exit_status != 0) return "not made ready";
-  }
   texts faults;
   for (auto rule : each.fault->rules) {
-    if (rule == "no port") {
-      variables["TVK_DIAG"] = "unix:" + dir.file("none.sock");
-      continue;
-    }
+    if (rule == no_port) continue;
     const auto request = command.keys.at("at");
     replace(rule, "*", request);
     replace(rule, "%", request.substr(0, request.find('/')));
     faults.push_back(rule);
   }
-  const running_modem modem(dir, faults, device);
+  const texts options = device.empty() ? texts{} : texts{"--at-device", device};
+  support::simulated_modem modem(faults, support::simulated_modem::begin::later, options);
+  if (const auto before = command.key("before"); !before.empty()) {
+    texts ready = {"exec", "--state", modem.state(), "--", TVK_PROGRAM};
+    for (const auto& word : split(before, " ")) ready.push_back(word);
+    if (support::run(TVK_MODEM_PROGRAM, ready).exit_status != 0) return "not made ready";
+  }
+  modem.start();
+  const support::temp_dir dir;
+  std::ofstream(dir.file("properties")) << command.key("property") << "\n";
+  const bool has_port = each.fault->rules != texts{no_port};
   const auto limit = each.time.forever ? still_waiting_after : drift * each.time.most + slack;
-  const auto got = support::run(TVK_PROGRAM, split(command.arguments, " "), variables,
-                                std::chrono::duration_cast<std::chrono::milliseconds>(limit));
+  const auto got = support::run(
+      TVK_PROGRAM, split(command.arguments, " "),
+      {{"TVK_MODEM", modem.endpoint()},
+       {"TVK_DIAG", "unix:" + (has_port ? modem.diag_socket() : dir.file("none.sock"))},
+       {"TVK_PROPERTIES", dir.file("properties")}},
+      std::chrono::duration_cast<std::chrono::milliseconds>(limit));
   std::ostringstream wrong;
   if (got.timed_out != each.time.forever) {
     wrong << (got.timed_out ? "  still runs after " : "  ended after ")

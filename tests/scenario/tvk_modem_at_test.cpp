@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <utility>
 
 #include "support/eventually.h"
 #include "support/exclusive_terminal.h"
@@ -19,14 +20,13 @@
 
 namespace {
 
-using support::simulated_modem;
-using support::temp_dir;
+using namespace support;
 
 class terminal {
  public:
   explicit terminal(const std::string& path)
       : descriptor_(::open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC)) {
-    // Nobody read the answers to what was echoed into it.
+    // Answers that the client before did not read.
     ::tcflush(descriptor_, TCIFLUSH);
   }
   terminal(const terminal&) = delete;
@@ -34,9 +34,9 @@ class terminal {
   ~terminal() { ::close(descriptor_); }
 
   void take_for_itself() const { ASSERT_EQ(::ioctl(descriptor_, TIOCEXCL), 0); }
-  /// Waits until nobody has it for itself; root could open it all the same.
+  /// Waits until it is not exclusive. Opening it would prove nothing: root always can.
   [[nodiscard]] bool is_shared() const {
-    return support::eventually([this] { return !support::is_exclusive(descriptor_); });
+    return eventually([this] { return !is_exclusive(descriptor_); });
   }
 
   void send(const std::string& text) const {
@@ -72,11 +72,7 @@ TEST(tvk_modem_at, commands_are_answered_line_by_line) {
   EXPECT_EQ(at.receive("OK\r\n"), "AT\r\r\nOK\r\n") << "echoes at first";
   at.send("ate0\r");
   EXPECT_EQ(at.receive("OK\r\n"), "ate0\r\r\nOK\r\n");
-  struct row {
-    const char* line;
-    const char* answer;
-  };
-  const row rows[] = {
+  const std::pair<const char*, const char*> rows[] = {
       {"AT+CGSN", "001017001234569\r\n\r\nOK"},
       {"at+cpin?", "+CPIN: READY\r\n\r\nOK"},
       {"AT+CREG?", "+CREG: 0,1\r\n\r\nOK"},
@@ -89,10 +85,10 @@ TEST(tvk_modem_at, commands_are_answered_line_by_line) {
       {"A", "ERROR"},
       {"AT=", "ERROR"},
   };
-  for (const row& each : rows) {
-    at.send(std::string(each.line) + "\r");
-    const std::string expected = "\r\n" + std::string(each.answer) + "\r\n";
-    EXPECT_EQ(at.receive(expected), expected) << each.line;
+  for (const auto& [line, answer] : rows) {
+    at.send(std::string(line) + "\r");
+    const std::string expected = "\r\n" + std::string(answer) + "\r\n";
+    EXPECT_EQ(at.receive(expected), expected) << line;
   }
   at.send(std::string(600, 'A') + "\r\n\r\n");
   EXPECT_EQ(at.receive("ERROR\r\n"), "\r\nERROR\r\n");
@@ -105,7 +101,7 @@ TEST(tvk_modem_at, survives_writers_that_never_read) {
   const temp_dir dir;
   simulated_modem modem({}, simulated_modem::begin::at_once, at_options(dir));
   const std::string echo = "for i in 1 2 3; do echo \"AT+CGSN\\r\" > \"$0\"; done";
-  EXPECT_EQ(support::run("sh", {"-c", echo, dir.file("at")}).exit_status, 0);
+  EXPECT_EQ(run("sh", {"-c", echo, dir.file("at")}).exit_status, 0);
   EXPECT_TRUE(modem.process().wait_for_error_text("AT <- 001017001234569 |  | OK\n"));
   {
     const terminal deaf(dir.file("at"));
@@ -126,8 +122,8 @@ TEST(tvk_modem_at, link_of_a_killed_modem_is_replaced_and_nothing_else) {
   simulated_modem modem({}, simulated_modem::begin::at_once, at_options(dir));
   const auto refusal = [&] {
     const temp_dir other;
-    return support::run(TVK_MODEM_PROGRAM, {"serve", "--socket", other.file("s"), "--state",
-                                            other.file("state"), "--at-device", path})
+    return run(TVK_MODEM_PROGRAM, {"serve", "--socket", other.file("s"), "--state",
+                                   other.file("state"), "--at-device", path})
         .errors;
   };
   EXPECT_EQ(refusal(), "tvk-modem: another modem already listens on " + path + "\n");

@@ -6,7 +6,9 @@
 #include <termios.h>
 
 #include <chrono>
-#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "support/diag_client.h"
 #include "support/exclusive_terminal.h"
@@ -15,19 +17,9 @@
 
 namespace {
 
-using std::chrono::milliseconds;
-using support::bytes;
-using support::diag_client;
-using support::hex;
-using support::simulated_modem;
-using support::operator+;
+using namespace support;
 
 const simulated_modem::begin at_once = simulated_modem::begin::at_once;
-
-std::string diag_socket(const simulated_modem& modem) {
-  const std::string path = modem.socket();
-  return path.substr(0, path.size() - std::string("modem.sock").size()) + "diag.sock";
-}
 
 bytes text(const std::string& characters) {
   return {characters.begin(), characters.end()};
@@ -45,18 +37,6 @@ void replay(diag_client& client, const std::vector<exchange>& all) {
   }
 }
 
-const bytes disable_logs = hex("73 000000 00000000");
-const bytes logs_disabled = hex("73 000000 00000000 00000000");
-const bytes no_messages = hex("7D 05 0000 00000000");
-const bytes messages_are_off = hex("7D 05 01 00 00000000");
-const bytes version = hex("00") + text("Jan 15 202610:20:30Jan 15 202610:20:30TVKMODEM") +
-                      hex("3A 09 FF 64 00 02 09 0B");
-const bytes build = hex("7C 01 0000 B0900000 07100000") + text("TVK-MODEM-0.1.0") + hex("0000");
-const bytes log_ranges = hex("73 000000 01000000");
-const bytes ranges = hex(
-    "73 000000 01000000 00000000  00000000 D40F0000 00000000 00000000 21090000 010E0000 00000000"
-    "570B0000 00000000 00000000 92030000 FF0F0000 00000000 07020000 00000000 00000000");
-
 /// Operation 3 for `equipment` with `bits` bits, all of which are `byte`.
 exchange set_logs(const char* equipment, const char* bits, std::size_t size, std::uint8_t byte,
                   std::uint8_t last) {
@@ -67,58 +47,48 @@ exchange set_logs(const char* equipment, const char* bits, std::size_t size, std
   return {head + rest, head + hex("00000000") + rest};
 }
 
-const std::vector<exchange> all_logs = {
-    set_logs("01000000", "D40F0000", 507, 0xFF, 0x0F),
-    set_logs("04000000", "21090000", 293, 0xFF, 0x01),
-    set_logs("05000000", "010E0000", 449, 0xFF, 0x01),
-    set_logs("07000000", "570B0000", 363, 0xFF, 0x7F),
-    set_logs("0A000000", "92030000", 115, 0xFF, 0x03),
-    set_logs("0B000000", "FF0F0000", 512, 0xFF, 0x7F),
-    set_logs("0D000000", "07020000", 65, 0xFF, 0x7F),
-};
-
-// One client asks step by step and takes whatever is no log or message for its answer.
-TEST(tvk_modem_diag, start_of_a_client_that_asks_step_by_step) {
-  const simulated_modem modem;
-  diag_client client(diag_socket(modem));
+// Some clients mistake whatever comes between two of their first requests for an answer, and some
+// read for half a second after each and want the answer whole.
+TEST(tvk_modem_diag, first_requests_of_a_client_get_their_answers_and_nothing_else) {
+  simulated_modem modem({}, at_once, {"--hold-time"});
+  diag_client client(modem.diag_socket());
   // To the byte, once: 7D begins a frame and is escaped, and CRC bytes are.
   client.send_raw(hex("7D 5D 05 00 00 00 00 00 00 74 41 7E 4B 12 04 00 31 7D 5D 7E"));
-  EXPECT_EQ(client.receive(), messages_are_off);
-  EXPECT_EQ(client.receive_frame(), support::diag_frame(hex("13 4B 12 04 00")));
+  EXPECT_EQ(client.receive(), hex("7D 05 01 00 00000000"));
+  EXPECT_EQ(client.receive_frame(), diag_frame(hex("13 4B 12 04 00")));
 
-  replay(client, {{disable_logs, logs_disabled},
-                  {no_messages, messages_are_off},
-                  {hex("00"), version},
-                  {hex("7C"), build},
-                  {hex("1C"), hex("1C 0800")},
-                  {hex("01"), hex("01 00000080")},
-                  {log_ranges, ranges}});
-  replay(client, all_logs);
-}
-
-// The other reads for half a second after each request and wants its answer alone and whole.
-TEST(tvk_modem_diag, start_of_a_client_that_waits_after_each_request) {
-  const simulated_modem modem;
-  diag_client client(diag_socket(modem));
-  const bytes event_answer = hex("60 0000");
+  const int before = client.reads();
   const bytes message_masks = bytes(std::size_t{4} * 33);
-  std::vector<exchange> steps = {
-      {hex("60 00"), event_answer},
-      {disable_logs, logs_disabled},
-      {no_messages, messages_are_off},
-      {hex("00"), version},
-      {hex("7C"), build},
-      {hex("60 00"), event_answer},
-      {log_ranges, ranges},
+  const std::vector<exchange> steps = {
+      {hex("60 00"), hex("60 0000")},
+      {hex("73 000000 00000000"), hex("73 000000 00000000 00000000")},
+      {hex("7D 05 0000 00000000"), hex("7D 05 01 00 00000000")},
+      {hex("00"), hex("00") + text("Jan 15 202610:20:30Jan 15 202610:20:30TVKMODEM") +
+                      hex("3A 09 FF 64 00 02 09 0B")},
+      {hex("7C"), hex("7C 01 0000 B0900000 07100000") + text("TVK-MODEM-0.1.0") + hex("0000")},
+      {hex("1C"), hex("1C 0800")},
+      {hex("01"), hex("01 00000080")},
+      {hex("73 000000 01000000"),
+       hex("73 000000 01000000 00000000  00000000 D40F0000 00000000 00000000 21090000 010E0000"
+           "00000000 570B0000 00000000 00000000 92030000 FF0F0000 00000000 07020000 00000000"
+           "00000000")},
+      set_logs("01000000", "D40F0000", 507, 0xFF, 0x0F),
+      set_logs("05000000", "010E0000", 449, 0xFF, 0x01),
+      set_logs("0B000000", "FF0F0000", 512, 0xFF, 0x7F),
       set_logs("0B000000", "FF0F0000", 512, 0, 0),
       {hex("7D 01"), hex("7D 01 01 00 02000000 0000 2000 9411 A011")},
       {hex("7D 04 0000 2000 0000") + message_masks, hex("7D 04 0000 2000 01 00") + message_masks},
       {hex("7D 02 0000 0100"), hex("7D 02 0000 0100 01 00 1F000000 1F000000")},
+      {hex("73 000000 00000000"), hex("73 000000 00000000 00000000")},
+      {hex("60 01"), hex("60 0000")},
   };
   replay(client, steps);
-  EXPECT_EQ(client.reads(), static_cast<int>(steps.size()));
-
-  replay(client, {{hex("60 01"), event_answer}});
+  EXPECT_EQ(client.reads() - before, static_cast<int>(steps.size()));
+  modem.let_pass(1499);
+  replay(client, {{hex("1C"), hex("1C 0800")}});
+  modem.let_pass(1499);
+  EXPECT_FALSE(client.readable(std::chrono::milliseconds(0))) << "not long enough after the last";
+  modem.let_pass(1);
   // Its first event: the state of RRC, one byte.
   const bytes report = client.receive();
   ASSERT_EQ(report.size(), 14U);
@@ -127,7 +97,7 @@ TEST(tvk_modem_diag, start_of_a_client_that_waits_after_each_request) {
 
 TEST(tvk_modem_diag, what_is_wrong_comes_back_with_its_error) {
   const simulated_modem modem;
-  diag_client client(diag_socket(modem));
+  diag_client client(modem.diag_socket());
   client.send_raw(hex("00 78 F1 7E 7E 00 7E"));  // wrong CRC, empty, too short
   replay(client, {{hex("FE 01"), hex("13 FE 01")},
                   {hex("4B FF 0000"), hex("13 4BFF0000")},
@@ -136,6 +106,8 @@ TEST(tvk_modem_diag, what_is_wrong_comes_back_with_its_error) {
                   {hex("60 02"), hex("14 6002")},
                   {hex("00 00"), hex("15 0000")},
                   {hex("4B 13"), hex("15 4B13")},
+                  {hex("4B13 0400 00000000"), hex("15 4B13 0400 00000000")},
+                  {hex("41 30"), hex("15 4130")},
                   {hex("73"), hex("15 73")},
                   {hex("73 000000 03000000 0B000000 10000000 00"),
                    hex("15 73 000000 03000000 0B000000 10000000 00")},
@@ -145,10 +117,10 @@ TEST(tvk_modem_diag, what_is_wrong_comes_back_with_its_error) {
 }
 
 TEST(tvk_modem_diag, logs_and_events_follow_the_masks_of_each_client) {
-  const simulated_modem modem({}, at_once, {"--set", "radio.swing=0", "--set", "lte.rsrp=-90"});
-  diag_client cells(diag_socket(modem));
-  diag_client events(diag_socket(modem));
-  diag_client nobody(diag_socket(modem));
+  simulated_modem modem({}, at_once, {"--hold-time", "--set", "lte.pci=7"});
+  diag_client cells(modem.diag_socket());
+  diag_client events(modem.diag_socket());
+  diag_client idle(modem.diag_socket());
   // B0C2 alone; only event 1605, which never comes.
   bytes mask(25);
   mask[24] = 0x04;
@@ -158,32 +130,25 @@ TEST(tvk_modem_diag, logs_and_events_follow_the_masks_of_each_client) {
   event_mask[200] = 0x20;
   EXPECT_EQ(events.ask(hex("82 00 0000 4806") + event_mask), hex("82 00 0000 4806") + event_mask);
   EXPECT_EQ(events.ask(hex("60 01")), hex("60 0000"));
-
-  const bytes log = cells.receive();
-  ASSERT_EQ(log.size(), 16U + 29U);
-  EXPECT_EQ(bytes(log.begin(), log.begin() + 8), hex("10 00 2900 2900 C2B0"));
-  // PCI 143, EARFCN 1300 and 19300, 20 MHz, cell, area, band 3, 001 01.
-  EXPECT_EQ(bytes(log.begin() + 16, log.end()),
-            hex("03 8F00 14050000 644B0000 64 64 0074BC01 D605 03000000 0100 02 0100 01"));
+  modem.let_pass(1500);
+  modem.let_pass(10000);
+  for (int i = 0; i < 3; ++i) {
+    const bytes log = cells.receive();
+    ASSERT_EQ(log.size(), 16U + 29U);
+    EXPECT_EQ(bytes(log.begin(), log.begin() + 8), hex("10 00 2900 2900 C2B0"));
+    EXPECT_EQ(bytes(log.begin() + 16, log.begin() + 19), hex("03 0700")) << "PCI 7";
+  }
   EXPECT_EQ(events.ask(hex("1C")), hex("1C 0800"));
-  EXPECT_EQ(nobody.ask(hex("1C")), hex("1C 0800"));
-
-  // B193: the level that was set, raw (-90 + 180) * 16, and the second antenna's, 1.5 dB less.
-  bytes measurement(51);
-  measurement[50] = 0x08;
-  cells.ask(hex("73 000000 03000000 0B000000 94010000") + measurement);
-  const bytes measured = cells.receive();
-  ASSERT_EQ(measured.size(), 16U + 528U);
-  EXPECT_EQ(bytes(measured.begin() + 16 + 36, measured.begin() + 16 + 40), hex("A0 85 58 00"));
+  EXPECT_EQ(idle.ask(hex("1C")), hex("1C 0800"));
 }
 
 std::string nv_get(const simulated_modem& modem, const char* item) {
-  return support::run(TVK_MODEM_PROGRAM, {"nv", "get", "--state", modem.state(), item}).output;
+  return run(TVK_MODEM_PROGRAM, {"nv", "get", "--state", modem.state(), item}).output;
 }
 
 TEST(tvk_modem_diag, items_are_those_of_the_other_ways) {
   const simulated_modem modem;
-  diag_client client(diag_socket(modem));
+  diag_client client(modem.diag_socket());
   const bytes imei = hex("080A1010071032 5496");
   replay(client, {{hex("26 2602") + bytes(130), hex("26 2602") + imei + bytes(121)},
                   // The second subscription's; its item 549 was never written.
@@ -199,7 +164,7 @@ TEST(tvk_modem_diag, items_are_those_of_the_other_ways) {
 
 TEST(tvk_modem_diag, files_are_those_of_the_other_ways) {
   const simulated_modem modem;
-  diag_client client(diag_socket(modem));
+  diag_client client(modem.diag_socket());
   const bytes path = text("/a/file") + hex("00");
   const bytes hello = hex("00100000 00100000 00100000 00100000 00100000 00100000");
   const bytes no_handle = hex("FFFFFFFF");
@@ -220,6 +185,14 @@ TEST(tvk_modem_diag, files_are_those_of_the_other_ways) {
         hex("4B13 0400 00000000 01000000 03000000 00000000 327D7E")},
        {hex("4B13 0300 00000000"), hex("4B13 0300 00000000")},
        {hex("4B13 0300 00000000"), hex("4B13 0300 09000000")},
+       // For reading only, and past its end.
+       {hex("4B13 0200 00000000 00000000") + path, hex("4B13 0200 00000000 00000000")},
+       {hex("4B13 0500 00000000 00000000 39"),
+        hex("4B13 0500 00000000 00000000 FFFFFFFF 09000000")},
+       {hex("4B13 0400 00000000 00040000 09000000"),
+        hex("4B13 0400 00000000 09000000 00000000 00000000")},
+       {hex("4B13 0300 00000000"), hex("4B13 0300 00000000")},
+       {hex("4B13 0A00") + text("/a") + hex("00"), hex("4B13 0A00 27000000")},
        {hex("4B13 1200 8001") + path, hex("4B13 1200 00000000")},
        {hex("4B13 0F00") + path, hex("4B13 0F00 00000000 80810000 04000000 01000000") + bytes(12)},
        {hex("4B13 0B00") + text("/a/") + hex("00"), hex("4B13 0B00 01000000 00000000")},
@@ -232,10 +205,9 @@ TEST(tvk_modem_diag, files_are_those_of_the_other_ways) {
         hex("4B13 0C00 01000000 01000000 03000040") + bytes(25)},
        {hex("4B13 0E00") + path + text("/a/b") + hex("00"), hex("4B13 0E00 00000000")}});
   const std::vector<std::string> cat = {"efs", "cat", "--state", modem.state(), "/a/b"};
-  EXPECT_EQ(support::run(TVK_MODEM_PROGRAM, cat).output, "12}~");
+  EXPECT_EQ(run(TVK_MODEM_PROGRAM, cat).output, "12}~");
 
-  const auto removed =
-      support::run(TVK_MODEM_PROGRAM, {"efs", "rm", "--state", modem.state(), "/a/b"});
+  const auto removed = run(TVK_MODEM_PROGRAM, {"efs", "rm", "--state", modem.state(), "/a/b"});
   EXPECT_EQ(removed.exit_status, 0) << removed.errors;
   replay(client,
          {{hex("4B13 0800") + text("/a/b") + hex("00"), hex("4B13 0800 02000000")},
@@ -243,27 +215,38 @@ TEST(tvk_modem_diag, files_are_those_of_the_other_ways) {
           {hex("4B13 0F00") + text("/a") + hex("00"), hex("4B13 0F00 02000000") + bytes(24)}});
 }
 
-TEST(tvk_modem_diag, faults_strike_as_told) {
+TEST(tvk_modem_diag, faults_strike_as_ordered) {
   const bytes poll = hex("4B32 0300");
   const bytes polled = hex("4B3203") + bytes(13);
-  const simulated_modem modem({"diag/0x1C@1=silent", "diag/0x4B32@1=bad-crc",
-                               "diag/0x4B32@2=split:3", "diag/0x4B32@3=delay:300",
-                               "diag/0x4B32@4=log:2", "diag/0x4B32@5=error:0x42",
-                               "diag/0x4B32@6=truncate:5", "diag/0x01=disconnect"});
-  diag_client client(diag_socket(modem));
+  simulated_modem modem(
+      {"diag/0x1C@1=silent", "diag/0x4B32@1=bad-crc", "diag/0x4B32@2=split:6",
+       "diag/0x4B32@3=delay:300", "diag/0x4B32@4=log:2", "diag/0x4B32@5=error:0x42",
+       "diag/0x4B32@6=truncate:5", "diag/0x01=disconnect"},
+      at_once, {"--hold-time"});
+  diag_client client(modem.diag_socket());
   client.send(hex("1C"));
   EXPECT_EQ(client.ask(hex("1C")), hex("1C 0800"));
   EXPECT_THROW(client.ask(poll), std::runtime_error);
+  // 19 bytes: the rest of four pieces, 5 ms apart.
+  client.send(poll);
   const int before = client.reads();
-  EXPECT_EQ(client.ask(poll), polled);
-  EXPECT_GT(client.reads(), before + 2);
+  EXPECT_TRUE(client.readable(std::chrono::seconds(30)));
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_THROW((void)client.receive(std::chrono::milliseconds(0)), std::runtime_error);
+    modem.let_pass(5);
+  }
+  EXPECT_EQ(client.receive(), polled);
+  EXPECT_EQ(client.reads() - before, 4);
+  modem.let_pass(5);
 
   // What is asked after a late one is answered after it.
-  const auto begin = std::chrono::steady_clock::now();
   client.send(poll);
   client.send(hex("1C"));
+  modem.let_pass(299);
+  EXPECT_EQ(diag_client(modem.diag_socket()).ask(hex("00")).at(0), 0);
+  EXPECT_FALSE(client.readable(std::chrono::milliseconds(0)));
+  modem.let_pass(1);
   EXPECT_EQ(client.receive(), polled);
-  EXPECT_GE(std::chrono::steady_clock::now() - begin, milliseconds(300));
   EXPECT_EQ(client.receive(), hex("1C 0800"));
 
   EXPECT_EQ(client.ask(poll).at(0), 0x10);
@@ -272,18 +255,12 @@ TEST(tvk_modem_diag, faults_strike_as_told) {
   EXPECT_EQ(client.ask(poll), hex("42") + poll);
   EXPECT_EQ(client.ask(poll), hex("4B32030000"));
   EXPECT_EQ(client.ask(hex("01")), bytes());  // hung up
-  EXPECT_EQ(diag_client(diag_socket(modem)).ask(hex("1C")), hex("1C 0800"));
-
-  for (const char* wrong : {"diag/1C=silent", "diag/0x1=silent", "diag=down", "diag=split:0"}) {
-    const auto ended = support::run(TVK_MODEM_PROGRAM, {"serve", "--fault", wrong});
-    EXPECT_EQ(ended.exit_status, 2) << wrong;
-    EXPECT_NE(ended.errors.find(wrong), std::string::npos);
-  }
+  EXPECT_EQ(diag_client(modem.diag_socket()).ask(hex("1C")), hex("1C 0800"));
 }
 
-TEST(tvk_modem_diag, factory_test_answers_as_long_as_told) {
+TEST(tvk_modem_diag, factory_test_answers_with_the_length_that_is_set) {
   const simulated_modem modem({}, at_once, {"--set", "diag.factory_length=16384"});
-  diag_client client(diag_socket(modem));
+  diag_client client(modem.diag_socket());
   const bytes answer = client.ask(hex("4B0B 0000"));
   ASSERT_EQ(answer.size(), 16384U);
   EXPECT_EQ(bytes(answer.begin(), answer.begin() + 8), hex("4B0B0000 00010203"));
@@ -291,13 +268,13 @@ TEST(tvk_modem_diag, factory_test_answers_as_long_as_told) {
 }
 
 TEST(tvk_modem_diag, terminal_is_new_for_each_client) {
-  const support::temp_dir dir;
+  const temp_dir dir;
   const simulated_modem modem({}, at_once, {"--diag-pty", dir.file("tty")});
   for (int i = 0; i < 3; ++i) {
     const int terminal = ::open(dir.file("tty").c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
     diag_client client(terminal);
-    // Alone, in the mode and with the masks of nobody before, and nothing left unread.
-    EXPECT_FALSE(support::is_exclusive(terminal));
+    // Nothing is left of the client before: no exclusive use, no mode, no masks, no unread answer.
+    EXPECT_FALSE(is_exclusive(terminal));
     EXPECT_EQ(client.ask(hex("1C")), hex("1C 0800"));
     EXPECT_EQ(client.ask(hex("73 000000 04000000 0B000000")).at(20), 0);
     client.ask(hex("73 000000 03000000 0B000000 08000000 FF"));
@@ -310,8 +287,8 @@ TEST(tvk_modem_diag, terminal_is_new_for_each_client) {
 }
 
 TEST(tvk_modem_diag, exec_tells_the_command_where_diag_is) {
-  const auto shown = support::run(
-      TVK_MODEM_PROGRAM, {"exec", "--", "sh", "-c", "test -S \"${TVK_DIAG#unix:}\" && echo yes"});
+  const auto shown = run(TVK_MODEM_PROGRAM,
+                         {"exec", "--", "sh", "-c", "test -S \"${TVK_DIAG#unix:}\" && echo yes"});
   EXPECT_EQ(shown.output, "yes\n") << shown.errors;
 }
 

@@ -1,6 +1,5 @@
-// What tvk-modem does when nobody wants anything of it: nothing. Clients of each port come and go,
-// in order and not, and leave no work behind. How long it is looked at, in milliseconds, may be set
-// with TVK_IDLE_WINDOW.
+// A modem that is asked for nothing uses no processor time, however its clients left.
+// TVK_IDLE_WINDOW sets for how many milliseconds it is watched.
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -11,7 +10,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -24,24 +22,11 @@
 
 namespace {
 
-using support::bytes;
-using support::hex;
-using support::simulated_modem;
-using support::operator+;
+using namespace support;
 
 std::chrono::milliseconds window() {
   const char* const set = std::getenv("TVK_IDLE_WINDOW");
   return std::chrono::milliseconds(set == nullptr ? 250 : std::atoi(set));
-}
-
-int connected(int family, int type, const void* address, socklen_t size) {
-  const int made = ::socket(family, type | SOCK_CLOEXEC, 0);
-  return ::connect(made, static_cast<const sockaddr*>(address), size) == 0 ? made : -1;
-}
-
-int local(const std::string& path, int type) {
-  const sockaddr_un address = support::address_of(path);
-  return connected(AF_UNIX, type, &address, sizeof(address));
 }
 
 int tcp(std::uint16_t port) {
@@ -49,7 +34,9 @@ int tcp(std::uint16_t port) {
   address.sin_family = AF_INET;
   address.sin_port = htons(port);
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  return connected(AF_INET, SOCK_STREAM, &address, sizeof(address));
+  const int made = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const auto* const generic = reinterpret_cast<const sockaddr*>(&address);
+  return ::connect(made, generic, sizeof(address)) == 0 ? made : -1;
 }
 
 int terminal(const std::string& path) {
@@ -63,28 +50,27 @@ std::uint16_t tcp_port_in(const std::string& said) {
 }
 
 TEST(tvk_modem_idle, is_at_rest_before_and_after_clients_of_each_port) {
-  const support::temp_dir dir;
+  const temp_dir dir;
   simulated_modem modem({}, simulated_modem::begin::at_once,
                         {"--trace", "--diag-tcp", "0", "--diag-pty", dir.file("tty"), "--at-device",
                          dir.file("at"), "--qmux", dir.file("qmux")});
-  EXPECT_TRUE(modem.process().comes_to_rest(window())) << "nobody has come yet";
-  const auto diag = std::filesystem::path(modem.socket()).replace_filename("diag.sock").string();
+  EXPECT_TRUE(modem.process().comes_to_rest(window())) << "before the first client";
   const auto port = tcp_port_in(modem.process().errors_so_far());
 
   // All logs of equipment 11, then the version, and half a request.
-  const bytes asks_much = support::diag_frame(hex("73 000000 03000000 0B000000 08000000 FF")) +
-                          support::diag_frame(hex("00")) + hex("1C 00");
+  const bytes asks_much = diag_frame(hex("73 000000 03000000 0B000000 08000000 FF")) +
+                          diag_frame(hex("00")) + hex("1C 00");
   struct row {
     const char* port;
     std::function<int()> open;
     bytes asks;
   };
   const row rows[] = {
-      {"modem socket", [&] { return local(modem.socket(), SOCK_SEQPACKET); },
-       support::packets::look_up_all},
-      {"QMUX", [&] { return local(dir.file("qmux"), SOCK_STREAM); },
+      {"modem socket", [&] { return connected(modem.socket(), SOCK_SEQPACKET); },
+       packets::look_up_all},
+      {"QMUX", [&] { return connected(dir.file("qmux"), SOCK_STREAM); },
        hex("01 0f00 00 00 00  00 07 2200 0400  01 0100 11 01")},
-      {"DIAG socket", [&] { return local(diag, SOCK_STREAM); }, asks_much},
+      {"DIAG socket", [&] { return connected(modem.diag_socket(), SOCK_STREAM); }, asks_much},
       {"DIAG over TCP", [&] { return tcp(port); }, asks_much},
       {"DIAG terminal", [&] { return terminal(dir.file("tty")); }, asks_much},
       {"AT terminal", [&] { return terminal(dir.file("at")); }, hex("41540D 4154")},

@@ -1,7 +1,6 @@
 // The simulated modem's configuration service, byte by byte.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <optional>
 #include <string>
 
@@ -11,13 +10,9 @@
 
 namespace {
 
-using namespace std::chrono_literals;
+using namespace support;
 using namespace support::packets;
-using connection = support::modem_connection;
-using support::bytes;
-using support::hex;
-using support::simulated_modem;
-using support::operator+;
+using connection = modem_connection;
 
 const bytes nordvik = hex("41c715ea920b6df3882e57b409da63fc1e70a538");
 const bytes ok = hex("02 0400 00000000");
@@ -31,9 +26,7 @@ TEST(tvk_modem_pdc, outcome_follows_the_answer_and_those_who_registered_hear_of_
   const simulated_modem modem;
   const connection client(modem.socket());
   const connection watcher(modem.socket());
-  ASSERT_TRUE(watcher.send(look_up_all));
-  for (const bytes& seen : all_up) EXPECT_EQ(watcher.receive(), seen);
-  EXPECT_EQ(watcher.receive(), end_of_list);
+  EXPECT_EQ(watcher.look_up(look_up_all), listed(all_up));
   EXPECT_EQ(watcher.ask(pdc + hex("00 0100 2000 0800  10 0100 01  11 0100 01")),
             pdc + hex("02 0100 2000 0700") + ok);
   EXPECT_EQ(client.ask(pdc + hex("00 0100 2900 0700  01 0400 01000000")),
@@ -55,7 +48,7 @@ TEST(tvk_modem_pdc, outcome_follows_the_answer_and_those_who_registered_hear_of_
   EXPECT_EQ(client.receive(), pdc + hex("04 0000 2700 0c00  01 0200 0000") + token);
   EXPECT_EQ(watcher.receive(), pdc + hex("04 0000 2100 1c00  01 1900 01000000 14") + nordvik);
   EXPECT_EQ(watcher.receive(), pdc + hex("04 0000 2f00 0700  01 0400 00000000"));
-  for (const bytes& seen : all_down) EXPECT_EQ(watcher.receive(), seen) << "the modem restarts";
+  EXPECT_EQ(watcher.receive_many(6), all_down) << "the modem restarts";
 }
 
 TEST(tvk_modem_pdc, wrong_requests_are_refused_without_an_outcome) {
@@ -96,12 +89,11 @@ TEST(tvk_modem_pdc, load_belongs_to_its_client_and_only_a_whole_one_is_kept) {
   const auto chunk = [](const connection& client, const char* bytes_of_chunk) {
     const bytes data = hex(bytes_of_chunk);
     const auto size = static_cast<std::uint8_t>(data.size());
-    const auto rest = static_cast<std::uint8_t>(12 + data.size());
-    EXPECT_EQ(client.ask(pdc +
-                         bytes{0x00, 0x01, 0x00, 0x26, 0x00, static_cast<std::uint8_t>(rest + 3),
-                               0x00, 0x01, rest, 0x00} +
-                         hex("01000000 01 aa 06000000") + bytes{size, 0x00} + data),
-              pdc + hex("02 0100 2600 0700") + ok);
+    const auto tlv = static_cast<std::uint8_t>(12 + size);
+    EXPECT_EQ(
+        client.ask(pdc + hex("00 0100 2600") + bytes{static_cast<std::uint8_t>(3 + tlv), 0} +
+                   bytes{0x01, tlv, 0} + hex("01000000 01 aa 06000000") + bytes{size, 0} + data),
+        pdc + hex("02 0100 2600 0700") + ok);
     return client.receive();
   };
   const auto progress = [](const char* tlvs) {
@@ -124,13 +116,15 @@ TEST(tvk_modem_pdc, load_belongs_to_its_client_and_only_a_whole_one_is_kept) {
 }
 
 TEST(tvk_modem_pdc, fault_of_an_answer_strikes_its_outcome_too) {
-  const simulated_modem modem({"pdc/0x22@1=error:3", "pdc/0x22@2=delay:200"});
+  simulated_modem modem({"pdc/0x22@1=error:3", "pdc/0x22@2=delay:200"},
+                        simulated_modem::begin::at_once, {"--hold-time"});
   const connection client(modem.socket());
   EXPECT_EQ(client.ask(get_selected), pdc + hex("02 0100 2200 0700  02 0400 0100 0300"));
-  const auto start = std::chrono::steady_clock::now();
-  EXPECT_EQ(client.ask(get_selected), get_selected_answer);
-  EXPECT_GE(std::chrono::steady_clock::now() - start, 200ms);
-  EXPECT_EQ(client.receive(), generic_is_selected);
+  ASSERT_TRUE(client.send(get_selected));
+  modem.let_pass(199);
+  EXPECT_EQ(client.ask(look_up_nothing), end_of_list);
+  modem.let_pass(1);
+  EXPECT_EQ(client.receive_many(2), (std::vector{get_selected_answer, generic_is_selected}));
 }
 
 }  // namespace

@@ -3,30 +3,20 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
-#include <list>
 #include <utility>
 
-#include "captures/folders.h"
 #include "support/diag_client.h"
 #include "support/simulated_modem.h"
 #include "support/temp_dir.h"
 
 namespace {
 
-using std::chrono::milliseconds;
-using support::bytes;
-using support::diag_client;
-using support::diag_frame;
-using support::hex;
-using support::simulated_modem;
-using support::operator+;
+using namespace support;
 
 void write_file(const std::string& path, const bytes& content) {
   std::ofstream(path, std::ios::binary)
@@ -34,31 +24,16 @@ void write_file(const std::string& path, const bytes& content) {
              static_cast<std::streamsize>(content.size()));
 }
 
-bytes read_file(const std::filesystem::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 /// To 1C: nothing came before it.
 const bytes still_there = hex("1C 0800");
 
-class player {
- public:
-  explicit player(const std::string& capture, std::vector<std::string> more = {"--rate", "0"})
-      : modem_({}, simulated_modem::begin::at_once, play(capture, std::move(more))) {}
-
-  [[nodiscard]] std::string socket() const {
-    return std::filesystem::path(modem_.socket()).replace_filename("diag.sock");
-  }
-
- private:
-  static std::vector<std::string> play(const std::string& capture, std::vector<std::string> more) {
-    more.insert(more.end(), {"--play", capture});
-    return more;
-  }
-
-  simulated_modem modem_;
-};
+/// Plays at once, or what the options say; its time is held until then.
+simulated_modem player(const std::string& capture,
+                       std::vector<std::string> more = {"--rate", "0"}) {
+  more.insert(more.end(), {"--play", capture, "--hold-time"});
+  return simulated_modem({}, simulated_modem::begin::at_once, std::move(more));
+}
+constexpr int quiet = 1500;  ///< ms before a client that asks for packets gets the first
 
 void want_everything(diag_client& client) {
   const bytes bits = hex("00100000") + bytes(512, 0xFF);
@@ -92,27 +67,29 @@ bytes capture() {
 }
 
 TEST(tvk_modem_play, logs_and_events_come_as_they_are) {
-  const support::temp_dir dir;
+  const temp_dir dir;
   write_file(dir.file("capture"), capture());
-  const player modem(dir.file("capture"));
-  diag_client all(modem.socket());
-  diag_client some(modem.socket());
+  auto modem = player(dir.file("capture"));
+  diag_client all(modem.diag_socket());
+  diag_client some(modem.diag_socket());
   want_everything(all);
-  // Event 1610 is not wanted: the others, whose times hung on it, get times of their own.
+  // Event 1610 is not wanted: the other two, whose times were relative to it, get full ones.
   bytes mask(512, 0xFF);
   mask[201] = 0xFB;
   some.ask(hex("82 00 0000 0010") + mask);
   some.ask(hex("60 01"));
 
+  modem.let_pass(quiet);
   EXPECT_EQ(receive(all, 4), (std::vector<bytes>{first, wrapped, report, last}));
   EXPECT_EQ(some.receive(), hex("60 1400 4606 000F0D9E34DDD400 0A04 001F0D9E34DDD400"));
   EXPECT_EQ(all.ask(hex("1C")), still_there);
   EXPECT_EQ(some.ask(hex("1C")), still_there);
 
-  // Who wants nothing and then something again gets it from its start.
+  // A client that asks again after it wanted nothing gets the capture from its start.
   all.ask(hex("60 00"));
   all.ask(hex("73000000 00000000"));
   want_everything(all);
+  modem.let_pass(quiet);
   EXPECT_EQ(all.receive(), first);
 }
 
@@ -122,29 +99,56 @@ std::int64_t unix_seconds(const bytes& packet, std::size_t at) {
   return static_cast<std::int64_t>((time >> 16) / 800) + 315964800;
 }
 
-TEST(tvk_modem_play, times_become_those_of_the_playing) {
-  const support::temp_dir dir;
+TEST(tvk_modem_play, rate_and_times_are_those_of_the_playing) {
+  const temp_dir dir;
   write_file(dir.file("capture"), capture());
-  const player modem(dir.file("capture"), {"--rate", "20", "--play-now"});
-  diag_client client(modem.socket());
+  auto modem = player(dir.file("capture"), {"--rate", "20", "--play-now"});
+  diag_client client(modem.diag_socket());
   want_everything(client);
-  const auto begin = std::chrono::steady_clock::now();
   const std::int64_t first_second = std::time(nullptr);
-  const auto packets = receive(client, 4);
+  modem.let_pass(quiet);
+  modem.let_pass(100);
+  auto packets = receive(client, 3);
+  modem.let_pass(49);
+  EXPECT_EQ(client.ask(hex("1C")), still_there) << "a twentieth of a second apart";
+  modem.let_pass(1);
+  packets.push_back(client.receive());
   const std::int64_t last_second = std::time(nullptr);
-  // 1.5 s of quiet, then three twentieths of a second.
-  EXPECT_GE(std::chrono::steady_clock::now() - begin, milliseconds(1600));
-  // Log, wrapped log, both times of the report.
+  // Log, wrapped log, both times of the report, log.
   for (const auto& [packet, at] :
-       {std::pair<std::size_t, std::size_t>(0, 8), {1, 16}, {2, 5}, {2, 17}}) {
+       {std::pair<std::size_t, std::size_t>(0, 8), {1, 16}, {2, 5}, {2, 17}, {3, 8}}) {
     const auto second = unix_seconds(packets.at(packet), at);
     EXPECT_TRUE(first_second <= second && second <= last_second) << packet;
   }
 }
 
-TEST(tvk_modem_play, slow_client_gets_all_and_holds_up_nobody) {
+TEST(tvk_modem_play, gaps_are_those_of_the_time_stamps_and_ten_seconds_at_most) {
+  const temp_dir dir;
+  // In ticks of 1.25 ms: 0.25 s later, 20 ms earlier, a day later.
+  std::vector<bytes> packets;
+  for (const char* ticks : {"00000000", "C8000000", "B8000000", "B8B01E04"}) {
+    packets.push_back(hex("10 00 0C00 0C00 C2B0 0000") + hex(ticks) + hex("0100"));
+  }
+  bytes stream;
+  for (const bytes& each : packets) stream = stream + diag_frame(each);
+  write_file(dir.file("capture"), stream);
+  auto modem = player(dir.file("capture"), {});
+  diag_client client(modem.diag_socket());
+  want_everything(client);
+  modem.let_pass(quiet);
+  std::vector<bytes> seen = receive(client, 1);
+  for (const auto& [time, due] : {std::pair(250, 2), {10000, 1}}) {
+    modem.let_pass(time - 1);
+    EXPECT_EQ(client.ask(hex("1C")), still_there) << time;
+    modem.let_pass(1);
+    for (const bytes& each : receive(client, static_cast<std::size_t>(due))) seen.push_back(each);
+  }
+  EXPECT_EQ(seen, packets);
+}
+
+TEST(tvk_modem_play, slow_client_gets_all_and_delays_no_other) {
   constexpr std::size_t count = 20000;
-  const support::temp_dir dir;
+  const temp_dir dir;
   bytes stream;
   std::vector<bytes> packets;
   for (std::size_t i = 0; i < count; ++i) {
@@ -154,85 +158,38 @@ TEST(tvk_modem_play, slow_client_gets_all_and_holds_up_nobody) {
     stream.insert(stream.end(), frame.begin(), frame.end());
   }
   write_file(dir.file("capture"), stream);
-  const player modem(dir.file("capture"));
-  diag_client slow(modem.socket());
-  diag_client fast(modem.socket());
+  auto modem = player(dir.file("capture"));
+  diag_client slow(modem.diag_socket());
+  diag_client fast(modem.diag_socket());
   want_everything(slow);
   want_everything(fast);
+  modem.let_pass(quiet);
   EXPECT_TRUE(receive(fast, count) == packets);
   EXPECT_TRUE(receive(slow, count) == packets);
   EXPECT_EQ(slow.ask(hex("1C")), still_there);
 }
 
 TEST(tvk_modem_play, file_without_packets_is_refused) {
-  const support::temp_dir dir;
+  const temp_dir dir;
   write_file(dir.file("noise"), bytes(5000, 0x33));
   for (const std::string& name :
        {dir.file("noise"), dir.file("nowhere"), dir.path(), std::string("/dev/zero")}) {
-    const auto ended = support::run(TVK_MODEM_PROGRAM, {"serve", "--socket", dir.file("s"),
-                                                        "--state", dir.file("d"), "--play", name});
+    const auto ended = run(TVK_MODEM_PROGRAM, {"serve", "--socket", dir.file("s"), "--state",
+                                               dir.file("d"), "--play", name});
     EXPECT_EQ(ended.exit_status, 1);
     EXPECT_NE(ended.errors.find(name), std::string::npos) << ended.errors;
   }
 }
 
 TEST(tvk_modem_play, can_be_ended_while_it_waits_for_a_pipe) {
-  const support::temp_dir dir;
+  const temp_dir dir;
   ASSERT_EQ(::mkfifo(dir.file("pipe").c_str(), 0600), 0);
-  support::background_process modem(
-      TVK_MODEM_PROGRAM,
-      {"serve", "--socket", dir.file("s"), "--state", dir.file("d"), "--play", dir.file("pipe")});
+  background_process modem(TVK_MODEM_PROGRAM, {"serve", "--socket", dir.file("s"), "--state",
+                                               dir.file("d"), "--play", dir.file("pipe")});
   const std::ofstream writer(dir.file("pipe"));  // opens when the modem does
   modem.send_signal(SIGTERM);
   EXPECT_FALSE(modem.wait().timed_out);
   EXPECT_FALSE(std::filesystem::exists(dir.file("s")));
 }
-
-/// Log packets and event reports of a stream of frames.
-std::vector<bytes> packets_of(const bytes& stream) {
-  std::vector<bytes> packets;
-  for (auto at = stream.begin(); at != stream.end();) {
-    auto end = std::find(at, stream.end(), 0x7E);
-    if (end == stream.end()) break;
-    if (end - at >= 3) {
-      const bytes packet = support::diag_packet(bytes(at, ++end));
-      if (packet[0] == 0x10 || packet[0] == 0x98 || packet[0] == 0x60) packets.push_back(packet);
-    } else {
-      ++end;
-    }
-    at = end;
-  }
-  return packets;
-}
-
-class tvk_modem_plays : public testing::TestWithParam<std::filesystem::path> {};
-
-TEST_P(tvk_modem_plays, real_captures_arrive_complete) {
-  const auto& folder = GetParam();
-  struct playing {
-    std::filesystem::path file;
-    player modem;
-    diag_client client;
-    explicit playing(const std::filesystem::path& path)
-        : file(path), modem(path), client(modem.socket()) {
-      want_everything(client);
-    }
-  };
-  std::list<playing> all;  // at once: each begins after a time of quiet
-  for (const auto& file : std::filesystem::directory_iterator(folder)) {
-    const std::string kind = file.path().extension();
-    if (kind == ".mi2log" || kind == ".qmdl") all.emplace_back(file.path());
-  }
-  EXPECT_FALSE(all.empty());
-  for (playing& each : all) {
-    SCOPED_TRACE(each.file);
-    const auto expected = packets_of(read_file(each.file));
-    EXPECT_TRUE(receive(each.client, expected.size()) == expected);
-    EXPECT_EQ(each.client.ask(hex("1C")), still_there);
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(folders, tvk_modem_plays, testing::ValuesIn(captures::folders()),
-                         captures::folder_name);
 
 }  // namespace

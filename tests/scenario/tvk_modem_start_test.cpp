@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -21,24 +22,15 @@
 
 namespace {
 
+using namespace support;
 using namespace support::packets;
-using connection = support::modem_connection;
-using support::address_of;
-using support::bytes;
-using support::common_message;
-using support::extension_tlvs;
-using support::file_request;
-using support::hex;
-using support::simulated_modem;
-using support::temp_dir;
-using support::u32;
-using support::operator+;
+using connection = modem_connection;
 
 const bytes closed = {};
 
-support::process_result run_modem(const std::vector<std::string>& arguments,
-                                  const support::environment& additions = {}) {
-  return support::run(TVK_MODEM_PROGRAM, arguments, additions);
+process_result run_modem(const std::vector<std::string>& arguments,
+                         const environment& additions = {}) {
+  return run(TVK_MODEM_PROGRAM, arguments, additions);
 }
 
 std::vector<std::string> names_in(const std::string& directory) {
@@ -49,12 +41,12 @@ std::vector<std::string> names_in(const std::string& directory) {
   return names;
 }
 
-TEST(tvk_modem_serve, removes_its_socket_and_lock_when_told_to_stop) {
+TEST(tvk_modem_serve, removes_its_socket_and_lock_when_a_signal_ends_it) {
   for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
     const temp_dir dir;
     const std::string socket = dir.file("run/modem.sock");
-    support::background_process modem(TVK_MODEM_PROGRAM,
-                                      {"serve", "--socket", socket, "--state", dir.file("state")});
+    background_process modem(TVK_MODEM_PROGRAM,
+                             {"serve", "--socket", socket, "--state", dir.file("state")});
     ASSERT_TRUE(modem.wait_for_error_text("tvk-modem: listening on unix:" + socket + "\n"));
     struct stat status {};
     ASSERT_EQ(::stat(socket.c_str(), &status), 0);
@@ -70,30 +62,25 @@ TEST(tvk_modem_serve, removes_its_socket_and_lock_when_told_to_stop) {
   }
 }
 
-TEST(tvk_modem_serve, second_start_on_a_socket_is_refused) {
-  const simulated_modem modem;
-  const connection client(modem.socket());
-  const auto second = run_modem({"serve", "--socket", modem.socket(), "--state", "/nowhere"});
-  EXPECT_EQ(second.exit_status, 1);
-  EXPECT_EQ(second.errors, "tvk-modem: another modem already listens on " + modem.socket() + "\n");
-  EXPECT_EQ(client.ask(echo()), echo_answer());
-  EXPECT_EQ(connection(modem.socket()).ask(echo()), echo_answer());
-}
-
 TEST(tvk_modem_serve, one_of_many_simultaneous_starts_wins) {
   const temp_dir dir;
   const std::string socket = dir.file("modem.sock");
   constexpr std::size_t many = 8;
-  std::vector<std::unique_ptr<support::background_process>> starts;
+  std::vector<std::unique_ptr<background_process>> starts;
   starts.reserve(many);
   while (starts.size() < many) {
-    starts.push_back(std::make_unique<support::background_process>(
+    starts.push_back(std::make_unique<background_process>(
         TVK_MODEM_PROGRAM,
         std::vector<std::string>{"serve", "--socket", socket, "--state", dir.file("state")}));
   }
   int listening = 0;
   for (auto& each : starts) listening += each->wait_for_error_text("listening on") ? 1 : 0;
   EXPECT_EQ(listening, 1);
+  const connection client(socket);
+  const auto late = run_modem({"serve", "--socket", socket, "--state", "/nowhere"});
+  EXPECT_EQ(late.exit_status, 1);
+  EXPECT_EQ(late.errors, "tvk-modem: another modem already listens on " + socket + "\n");
+  EXPECT_EQ(client.ask(echo()), echo_answer());
   EXPECT_EQ(connection(socket).ask(echo()), echo_answer());
 }
 
@@ -134,43 +121,71 @@ TEST(tvk_modem_serve, what_cannot_be_used_is_named) {
   std::filesystem::create_symlink("led", dir.file("link"));
   std::filesystem::create_symlink("../new", dir.file("led/modem.db"));
   std::filesystem::create_symlink("new", dir.file("locked.lock"));
-  const std::string socket = dir.file("modem.sock");
-  const std::string state = dir.file("state");
+  std::ofstream(dir.file("large")) << std::string(102411, 'x');
   const std::string too_long = "/tmp/" + std::string(103, 'x');
   struct row {
-    std::vector<std::string> options;
+    std::vector<std::string> arguments;
     int exit_status;
     std::vector<std::string> said;
   };
   const row rows[] = {
-      {{"--socket", too_long}, 1, {too_long, "108 bytes, at most 107"}},
-      {{"--socket", dir.file("file/a/modem.sock")}, 1, {dir.file("file/a"), "Not a directory"}},
-      {{"--socket", ""}, 2, {"--socket"}},
-      {{"--state", dir.file("file/state")}, 1, {dir.file("file/state"), "Not a directory"}},
-      {{"--state", dir.file("bad")}, 1, {dir.file("bad/modem.db"), "not a database"}},
-      {{"--state", dir.file("open")}, 1, {dir.file("open"), "other users can write to it"}},
-      {{"--state", dir.file("link")}, 1, {dir.file("link"), "it is a symbolic link"}},
-      {{"--state", dir.file("led")}, 1, {dir.file("led/modem.db"), "it is a symbolic link"}},
-      {{"--socket", dir.file("locked")}, 1, {dir.file("locked.lock"), "it is a symbolic link"}},
-      {{"--fault", "extension=loud"}, 2, {"extension=loud", "SERVICE[/MESSAGE[@N]]"}},
-      {{"--colour"}, 2, {"--colour"}},
-      {{"--", "true"}, 2, {"--"}},
+      {{"serve", "--socket", too_long}, 1, {too_long, "108 bytes, at most 107"}},
+      {{"serve", "--socket", dir.file("file/a/s")}, 1, {dir.file("file/a"), "Not a directory"}},
+      {{"serve", "--socket", dir.file("locked")}, 1, {"locked.lock", "it is a symbolic link"}},
+      {{"serve", "--socket", ""}, 2, {"--socket"}},
+      {{"serve", "--state", dir.file("file/state")}, 1, {"file/state", "Not a directory"}},
+      {{"serve", "--state", dir.file("bad")}, 1, {dir.file("bad/modem.db"), "not a database"}},
+      {{"serve", "--state", dir.file("open")}, 1, {"open", "other users can write to it"}},
+      {{"serve", "--state", dir.file("link")}, 1, {"link", "it is a symbolic link"}},
+      {{"serve", "--state", dir.file("led")}, 1, {"led/modem.db", "it is a symbolic link"}},
+      {{"serve", "--set", "sar.dsi=21"}, 2, {"expected sar.dsi from 0 to 20"}},
+      {{"serve", "--set", "lte.rsrp=-141"}, 2, {"expected lte.rsrp from -140 to -40"}},
+      {{"serve", "--set", "volume=1"}, 2, {"expected one of sar.dsi=0..20"}},
+      {{"serve", "--colour"}, 2, {"--colour"}},
+      {{"serve", "--", "true"}, 2, {"--"}},
+      {{"exec"}, 2, {"exec needs a command"}},
+      {{"nv", "get", "7000"}, 1, {"no NV item 7000 of subscription 0"}},
+      {{"nv", "get", "7233"}, 2, {"NV item 7233: expected a number up to 7232"}},
+      {{"nv", "set", "71", "256"}, 2, {"byte 256: expected a number up to 255"}},
+      {{"nv", "list", "--sub", "2"}, 2, {"--sub 2: expected a number up to 1"}},
+      {{"nv", "set", "71"}, 2, {"BYTE is required"}},
+      {{"efs", "cat", "/none"}, 1, {"no EFS file /none of subscription 0"}},
+      {{"efs", "rm", "/none", "--sub", "1"}, 1, {"no EFS file /none of subscription 1"}},
+      {{"efs", "put", "/f"}, 1, {"- has no bytes, an EFS file has 1 to 102410"}},
+      {{"efs", "put", "/f", dir.file("large")}, 1, {"has too many bytes"}},
+      {{"efs", "put", "/f", "/none"}, 1, {"cannot read /none: No such file"}},
+      {{"efs", "put", std::string(72, 'p')}, 2, {"an EFS path has 1 to 71 bytes"}},
   };
   for (const row& each : rows) {
-    std::vector<std::string> arguments{"serve"};
-    if (each.options[0] != "--socket") arguments.insert(arguments.end(), {"--socket", socket});
-    if (each.options[0] != "--state") arguments.insert(arguments.end(), {"--state", state});
-    arguments.insert(arguments.end(), each.options.begin(), each.options.end());
-    const auto result = run_modem(arguments);
+    const auto result = run_modem(
+        each.arguments, {{"XDG_RUNTIME_DIR", dir.path()}, {"XDG_STATE_HOME", dir.path()}});
     SCOPED_TRACE(result.errors);
     EXPECT_EQ(result.exit_status, each.exit_status);
+    EXPECT_EQ(result.output, "");
     EXPECT_EQ(std::ranges::count(result.errors, '\n'), 1);
     EXPECT_TRUE(result.errors.starts_with("tvk-modem: "));
     for (const auto& text : each.said) EXPECT_NE(result.errors.find(text), std::string::npos);
   }
 }
 
-TEST(tvk_modem_exec, returns_the_status_and_leaves_nothing_behind) {
+TEST(tvk_modem_serve, fault_rule_that_cannot_be_read_is_named_with_the_form) {
+  std::istringstream rules(
+      "extension =silent extension= extension=Silent nobody=silent 0xFFE5=silent "
+      "extension/=silent extension/0x=silent extension/65536=silent extension/2@0=silent "
+      "extension/2@=silent extension@2=silent extension=silent:1 extension=delay extension=delay: "
+      "extension=delay:-1 extension=delay:1x extension=error:0 extension=error:65536 "
+      "extension=result:4294967296 sar=result:1 diag/1C=silent diag/0x1=silent diag=down "
+      "diag=split:0");
+  for (std::string rule; rules >> rule;) {
+    const auto result = run_modem({"serve", "--fault", rule});
+    EXPECT_EQ(result.exit_status, 2) << rule;
+    EXPECT_TRUE(result.errors.starts_with("tvk-modem: --fault " + rule + ": ")) << result.errors;
+    EXPECT_NE(result.errors.find("SERVICE[/MESSAGE[@N]]=ACTION[:VALUE]"), std::string::npos);
+    EXPECT_EQ(std::ranges::count(result.errors, '\n'), 1);
+  }
+}
+
+TEST(tvk_modem_exec, returns_the_status_and_removes_its_files) {
   const temp_dir dir;
   const temp_dir state;
   struct row {
@@ -200,7 +215,6 @@ TEST(tvk_modem_exec, returns_the_status_and_leaves_nothing_behind) {
   EXPECT_EQ(missing.exit_status, 127);
   EXPECT_EQ(missing.errors, "tvk-modem: cannot run /no/such: No such file or directory\n");
   EXPECT_EQ(names_in(dir.path()), std::vector<std::string>{});
-  EXPECT_EQ(run_modem({"exec", "--state", state.path()}).exit_status, 2);
 }
 
 TEST(tvk_modem, standard_streams_that_are_closed_or_full) {
@@ -224,7 +238,7 @@ TEST(tvk_modem, standard_streams_that_are_closed_or_full) {
       {R"("$0" efs put --state "$1" /a <&-)", 1,
        "tvk-modem: cannot read standard input: Bad file descriptor\n", ""},
       {R"("$0" --help >/dev/full)", 1, full, ""},
-      // Nobody can be told.
+      // The message has nowhere to go.
       {R"("$0" nv get --state "$1" 7000 2>/dev/full)", 1, "", ""},
       {R"("$0" --colour 2>&-)", 2, "", ""},
       {R"("$0" exec --state "$1" --trace -- /no/such 2>/dev/full)", 127, "", ""},
@@ -237,7 +251,7 @@ TEST(tvk_modem, standard_streams_that_are_closed_or_full) {
   };
   for (const row& each : rows) {
     SCOPED_TRACE(each.command);
-    const auto ended = support::run("sh", {"-c", each.command, TVK_MODEM_PROGRAM, dir.path()});
+    const auto ended = run("sh", {"-c", each.command, TVK_MODEM_PROGRAM, dir.path()});
     EXPECT_EQ(ended.exit_status, each.exit_status);
     EXPECT_EQ(ended.errors, each.errors);
     EXPECT_EQ(ended.output, each.output);
@@ -245,35 +259,55 @@ TEST(tvk_modem, standard_streams_that_are_closed_or_full) {
 }
 
 TEST(tvk_modem_trace, names_what_passes) {
-  const temp_dir dir;
-  const std::string socket = dir.file("modem.sock");
-  support::background_process modem(
-      TVK_MODEM_PROGRAM, {"serve", "--socket", socket, "--state", dir.file("state"), "--trace",
-                          "--fault", "extension/2@2=silent"});
-  ASSERT_TRUE(modem.wait_for_error_text("listening"));
+  simulated_modem modem({"extension/2@2=silent", "extension/3=truncate:4"},
+                        simulated_modem::begin::at_once, {"--trace"});
+  const bytes head = service + hex("00 0100 0200 1102");
+  bytes cut = echo();
+  cut[11] = 3;
   {
-    const connection client(socket);
-    ASSERT_TRUE(client.send(look_up_all));
-    for (const bytes& seen : all_up) EXPECT_EQ(client.receive(), seen);
-    EXPECT_EQ(client.ask(echo()), end_of_list);
-    EXPECT_EQ(client.receive(), echo_answer());
+    const connection client(modem.socket());
+    EXPECT_EQ(client.look_up(look_up_all), listed(all_up));
+    EXPECT_EQ(client.ask(echo()), echo_answer());
     ASSERT_TRUE(client.send(echo()));
-    const bytes head = service + hex("00 0100 0200 1102");
-    EXPECT_FALSE(
-        client.ask(head + extension_tlvs(2, file_request{.path = "/none"}.payload())).empty());
-    const auto query = common_message(55, u32(1));
-    EXPECT_FALSE(client.ask(head + extension_tlvs(4, query)).empty());
+    for (const bytes& asked :
+         {head + extension_tlvs(2, file_request{.path = "/none"}.payload()),
+          head + extension_tlvs(4, common_message(55, u32(1))), head + extension_tlvs(0, {}), cut,
+          service + hex("00 0700 9900 0000"), service + hex("00 0700 02"),
+          uim + hex("00 0700 4200 0f00  01 0100 02  10 0800 07a0000005591010"),
+          pdc + hex("00 0700 2900 0f00  01 0400 01000000  20 0500 0100000000")}) {
+      EXPECT_FALSE(client.ask(asked).empty());
+    }
   }
-  ASSERT_TRUE(modem.wait_for_error_text("leaves"));
-  modem.send_signal(SIGTERM);
-  const std::string errors = modem.wait().errors;
-  for (const char* text :
-       {"client 1:16384 connects\n", "NEW_LOOKUP  any service",
-        "NEW_SERVER  extension (0xffe4)  version 1, instance 1, at 0:1\n", "end of list\n",
-        "message 0x0002 exchange, transaction 1", "0x10 payload             512  aa bb cc ... 509",
-        "fault extension/2@2=silent\n", "  EFS read, subscription 0, /none, from 0\n",
-        "  EFS read: 2 (not found)\n", "  common message 55, card status get: 1\n",
-        "  common message 55, card status get: 0 (ok), value 1\n", "client 1:16384 leaves"}) {
+  ASSERT_TRUE(modem.process().wait_for_error_text("leaves"));
+  const std::string errors = modem.stop();
+  for (const char* text : {
+           "client 1:16384 connects\n",
+           "NEW_LOOKUP  any service",
+           "NEW_SERVER  extension (0xffe4)  version 1, instance 1, at 0:1\n",
+           "end of list\n",
+           "-> extension  request     message 0x0002 exchange, transaction 1, 532 TLV bytes\n",
+           "0x10 payload             512  aa bb cc dd ... 508 zero bytes\n",
+           "0x11 ?                     0  empty\n",
+           "0x10 payload             512  512 zero bytes\n",
+           "fault extension/2@2=silent\n",
+           "  EFS read, subscription 0, /none, from 0\n",
+           "  EFS read: 2 (not found)\n",
+           "  common message 55, card status get: 1\n",
+           "  common message 55, card status get: 0 (ok), value 1\n",
+           "            malformed  01 04 00 00\n",
+           "<- extension  response    message 0x0099 ?, transaction 7, 7 TLV bytes\n"
+           "            0x02 standard response     4  failure, error 71\n",
+           "-> extension  malformed, 4 bytes\n            00 07 00 02\n",
+           "message 0x0042 open logical channel, transaction 7, 15 TLV bytes\n"
+           "            0x01 slot                  1  2 (0x02)\n"
+           "            0x10 AID                   8  07 a0 00 00 05 59 10 10\n",
+           "            0x02 standard response     4  success\n"
+           "            0x10 channel               1  1 (0x01)\n"
+           "            0x11 card result           2  90 00\n",
+           "            0x11 most bytes            8  4194304 (0x0000000000400000)\n",
+           "            0x20 ?                     5  01 ... 4 zero bytes\n",
+           "client 1:16384 leaves",
+       }) {
     EXPECT_NE(errors.find(text), std::string::npos) << text << " not in\n" << errors;
   }
 }

@@ -2,37 +2,40 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "support/bytes.h"
+#include "support/eventually.h"
 #include "support/modem_connection.h"
 #include "support/simulated_modem.h"
 
 namespace {
 
-using namespace std::chrono_literals;
+using namespace support;
 using namespace support::packets;
-using connection = support::modem_connection;
-using support::bytes;
-using support::hex;
-using support::simulated_modem;
-using support::operator+;
+using connection = modem_connection;
 
 const bytes closed = {};
+const std::vector<std::string> held = {"--hold-time"};
 
-TEST(tvk_modem, lookup_lists_services_and_ends_the_list) {
+TEST(tvk_modem, lookup_finds_by_service_and_whole_instance_word) {
   const simulated_modem modem;
   const connection client(modem.socket());
-  ASSERT_TRUE(client.send(look_up_all));
-  for (const bytes& seen : all_up) EXPECT_EQ(client.receive(), seen);
-  EXPECT_EQ(client.receive(), end_of_list);
-  EXPECT_EQ(client.ask(look_up_extension), service_up);
-  EXPECT_EQ(client.receive(), end_of_list);
-  EXPECT_EQ(client.ask(control + hex("0a000000 0c000000 00000000 00000000 00000000")), end_of_list);
+  const auto look_up = [&](const char* service, const char* word) {
+    return client.look_up(control + hex("0a000000") + hex(service) + hex("0000") + hex(word) +
+                          hex("0000 00000000 00000000"));
+  };
+  EXPECT_EQ(look_up("0000", "0000"), listed(all_up));
+  EXPECT_EQ(look_up("e4ff", "0000"), listed({service_up}));
+  EXPECT_EQ(look_up("1100", "0101"), listed({sar_up}));
+  EXPECT_EQ(look_up("0000", "0101"), listed(all_up));
+  EXPECT_EQ(look_up("e4ff", "0100"), listed({}));
+  EXPECT_EQ(look_up("e4ff", "0001"), listed({}));
+  EXPECT_EQ(look_up("0c00", "0000"), listed({}));
 }
 
 TEST(tvk_modem, what_is_not_a_request_gets_error_1_or_nothing_and_the_connection_stays) {
@@ -65,52 +68,68 @@ TEST(tvk_modem, what_is_not_a_request_gets_error_1_or_nothing_and_the_connection
       {hex("00 0900 0200 0500 01 0400 0000"), hex("02 0900 0200") + error_1},
       {hex("01 0900 0200 0000"), hex("02 0900 0200") + error_1},
       {hex("00 0900 0200 ffff") + bytes(65536), hex("02 0900 0200") + error_1},
+      // The longest packet there is: one unknown optional TLV, so two mandatory ones are missing.
+      {hex("00 0a00 0200 ffff  20 fcff") + bytes(65532),
+       hex("02 0a00 0200 0700  02 0400 0100 1100")},
   };
   for (const row& each : malformed) {
     EXPECT_EQ(client.ask(service + each.packet), service + each.answer);
   }
   EXPECT_EQ(client.ask(echo()), echo_answer());
-  // The longest packet there is: one unknown optional TLV, so two mandatory ones are missing.
-  EXPECT_EQ(client.ask(service + hex("00 0a00 0200 ffff  20 fcff") + bytes(65532)),
-            service + hex("02 0a00 0200 0700  02 0400 0100 1100"));
 }
 
 TEST(tvk_modem, packet_without_an_address_closes_the_connection) {
   const simulated_modem modem;
   const connection bystander(modem.socket());
   for (const bytes& packet : {hex("00"), hex("00000000 010000")}) {
-    const connection client(modem.socket());
-    EXPECT_EQ(client.ask(packet), closed);
+    EXPECT_EQ(connection(modem.socket()).ask(packet), closed);
   }
   EXPECT_EQ(bystander.ask(echo()), echo_answer());
 }
 
 TEST(tvk_modem, lookups_see_the_service_go_and_come_back) {
-  const simulated_modem modem({"extension/2@1=down:200"});
+  simulated_modem modem({"extension/2@1=down:200"}, simulated_modem::begin::at_once, held);
   const connection client(modem.socket());
   const connection watcher(modem.socket());
   const connection former(modem.socket());
-  for (const auto* each : {&client, &watcher, &former}) {
-    ASSERT_TRUE(each->send(look_up_all));
-    for (const bytes& seen : all_up) EXPECT_EQ(each->receive(), seen);
-    EXPECT_EQ(each->receive(), end_of_list);
+  for (const connection* const each : {&client, &watcher, &former}) {
+    EXPECT_EQ(each->look_up(look_up_all), listed(all_up));
   }
   ASSERT_TRUE(former.send(end_look_up_all));
-  ASSERT_TRUE(watcher.send(look_up_extension));
-  EXPECT_EQ(watcher.receive(), service_up);
-  EXPECT_EQ(watcher.receive(), end_of_list);
+  EXPECT_EQ(watcher.look_up(look_up_extension), listed({service_up}));
 
-  const auto start = std::chrono::steady_clock::now();
-  ASSERT_TRUE(client.send(echo("0100")));
+  EXPECT_EQ(client.ask(echo("0100")), service_down);
   ASSERT_TRUE(client.send(echo("0200")));
-  EXPECT_EQ(client.receive(), service_down);
-  EXPECT_EQ(client.receive(), service_up) << "the second request is lost";
-  EXPECT_GE(std::chrono::steady_clock::now() - start, 200ms);
-  for (const bytes& seen : {service_down, service_down, service_up, service_up}) {
-    EXPECT_EQ(watcher.receive(), seen);
-  }
+  modem.let_pass(199);
+  EXPECT_EQ(client.look_up(look_up_extension), listed({})) << "the second request is lost";
+  modem.let_pass(1);
+  // The client has two lookups by now.
+  EXPECT_EQ(client.receive_many(2), std::vector(2, service_up));
+  EXPECT_EQ(watcher.receive_many(4),
+            (std::vector{service_down, service_down, service_up, service_up}));
   EXPECT_EQ(client.ask(echo("0300")), echo_answer("0300"));
   EXPECT_EQ(former.ask(echo("0400")), echo_answer("0400"));
+}
+
+TEST(tvk_modem, one_client_cannot_hold_lookups_or_channels_without_end) {
+  const simulated_modem modem({"extension/2=down"});
+  std::optional<connection> greedy(std::in_place, modem.socket());
+  for (int i = 0; i < 128; ++i) EXPECT_EQ(greedy->look_up(look_up_extension).size(), 2U);
+  // The 129th is ignored.
+  ASSERT_TRUE(greedy->send(look_up_extension));
+  EXPECT_EQ(connection(modem.socket()).look_up(look_up_extension).size(), 2U);
+  ASSERT_TRUE(greedy->send(echo()));
+  EXPECT_EQ(greedy->receive_many(128), std::vector(128, service_down));
+
+  const bytes open = uim + hex("00 0100 4200 0d00  01 0100 01  10 0600 05 a000000087");
+  const bytes none_is_free = uim + hex("02 0100 4200 0700  02 0400 0100 4400");
+  for (const bool opens : {true, true, true, false}) {
+    EXPECT_EQ(greedy->ask(open) != none_is_free, opens);
+  }
+  const connection next(modem.socket());
+  EXPECT_EQ(next.ask(open), none_is_free);
+  greedy.reset();
+  EXPECT_TRUE(eventually([&] { return next.ask(open) != none_is_free; }));
 }
 
 TEST(tvk_modem, faults_change_the_answer) {
@@ -119,69 +138,82 @@ TEST(tvk_modem, faults_change_the_answer) {
     bytes answer;
   };
   const row rows[] = {
-      {"extension=error:94", service + hex("02 0100 0200 0700  02 0400 0100 5e00")},
-      {"65508/0x2=result:7", service + hex("02 0100 0200 1102  01 0400 07000000") +
-                                 bytes(answer_tlvs.begin() + 7, answer_tlvs.end())},
-      {"extension/2=truncate:9", service + hex("02 0100 0200 0900  01 0400 00000000  02 04")},
-      {"extension/2=wrong-id", service + hex("02 0100 0300 1102") + answer_tlvs},
-      {"extension/2=wrong-id:0x1234", service + hex("02 0100 3412 1102") + answer_tlvs},
+      {"0xFFE4/2@1=error:0x5e", service + hex("02 0100 0200 0700  02 0400 0100 5e00")},
+      {"65508/0x0002@2=result:4294967295", service + hex("02 0100 0200 1102  01 0400 ffffffff") +
+                                               bytes(answer_tlvs.begin() + 7, answer_tlvs.end())},
+      {"extension/2@3=truncate:9", service + hex("02 0100 0200 0900  01 0400 00000000  02 04")},
+      {"extension/2@4=truncate:0", service + hex("02 0100 0200 0000")},
+      {"extension/2@5=truncate:600", echo_answer()},
+      {"extension/2@6=wrong-id", service + hex("02 0100 0300 1102") + answer_tlvs},
+      {"extension/2@7=wrong-id:0x1234", service + hex("02 0100 3412 1102") + answer_tlvs},
       {"extension/3=silent", echo_answer()},
-      {"extension/2@2=silent", echo_answer()},
+      {"sar=down", echo_answer()},
   };
-  for (const row& each : rows) {
-    SCOPED_TRACE(each.rule);
-    const simulated_modem modem({each.rule});
-    EXPECT_EQ(connection(modem.socket()).ask(echo()), each.answer);
+  std::vector<std::string> rules;
+  for (const row& each : rows) rules.emplace_back(each.rule);
+  const simulated_modem modem(rules);
+  const connection client(modem.socket());
+  for (const row& each : rows) EXPECT_EQ(client.ask(echo()), each.answer) << each.rule;
+  auto all_but_sar = all_up;
+  std::erase(all_but_sar, sar_up);
+  EXPECT_EQ(client.look_up(look_up_all), listed(all_but_sar)) << "down from the start";
+}
+
+TEST(tvk_modem, first_fault_rule_wins_and_the_others_still_count) {
+  const simulated_modem modem({"extension/2@2=error:2", "extension/2@3=error:3",
+                               "extension/3=error:9", "extension/3@1=error:8",
+                               "extension/2@2=error:7"});
+  const connection client(modem.socket());
+  for (const auto& [message, error] : {std::pair(2, 0), {3, 9}, {2, 2}, {3, 9}, {2, 3}, {2, 0}}) {
+    bytes request = echo();
+    request[11] = static_cast<std::uint8_t>(message);
+    const bytes answer = client.ask(request);
+    EXPECT_EQ(answer.size() == 22 ? answer.at(20) : 0, error) << message;
   }
 }
 
-TEST(tvk_modem, silent_and_delayed_answers_hold_nobody_up) {
-  const simulated_modem modem({"extension/2@1=silent", "extension/2@2=delay:300"});
+TEST(tvk_modem, silent_and_delayed_answers_hold_up_no_other) {
+  simulated_modem modem({"extension/2@1=silent", "extension/2@2=delay:300"},
+                        simulated_modem::begin::at_once, held);
   const connection client(modem.socket());
-  const connection other(modem.socket());
-  const auto start = std::chrono::steady_clock::now();
   ASSERT_TRUE(client.send(echo("0100")));
   ASSERT_TRUE(client.send(echo("0200")));
-  ASSERT_TRUE(client.send(echo("0300")));
-  EXPECT_EQ(client.receive(), echo_answer("0300"));
-  EXPECT_EQ(other.ask(echo("0400")), echo_answer("0400"));
-  EXPECT_EQ(client.receive(), echo_answer("0200"));
-  EXPECT_GE(std::chrono::steady_clock::now() - start, 300ms);
+  EXPECT_EQ(client.ask(echo("0300")), echo_answer("0300"));
+  modem.let_pass(299);
+  EXPECT_EQ(connection(modem.socket()).ask(echo("0400")), echo_answer("0400"));
   EXPECT_EQ(client.ask(echo("0500")), echo_answer("0500"));
+  modem.let_pass(1);
+  EXPECT_EQ(client.receive(), echo_answer("0200"));
 }
 
 TEST(tvk_modem, delayed_answer_is_dropped_with_its_client_or_service) {
-  const simulated_modem modem({"extension/2@3=down:100", "extension/2=delay:200"});
-  auto leaver = std::make_unique<connection>(modem.socket());
+  simulated_modem modem({"extension/2@3=down:100", "extension/2=delay:200"},
+                        simulated_modem::begin::at_once, held);
   const connection client(modem.socket());
-  ASSERT_TRUE(client.send(look_up_extension));
-  EXPECT_EQ(client.receive(), service_up);
-  EXPECT_EQ(client.receive(), end_of_list);
-  ASSERT_TRUE(leaver->send(echo("0100")));
+  EXPECT_EQ(client.look_up(look_up_extension), listed({service_up}));
+  ASSERT_TRUE(connection(modem.socket()).send(echo("0100")));
   ASSERT_TRUE(client.send(echo("0200")));
-  ASSERT_TRUE(client.send(echo("0300")));
-  leaver.reset();
-  EXPECT_EQ(client.receive(), service_down);
+  EXPECT_EQ(client.ask(echo("0300")), service_down);
+  modem.let_pass(100);
   EXPECT_EQ(client.receive(), service_up);
-  // Comes when the dropped one would have come long ago.
-  EXPECT_EQ(client.ask(echo("0400")), echo_answer("0400"));
+  ASSERT_TRUE(client.send(echo("0400")));
+  EXPECT_EQ(client.ask(look_up_nothing), end_of_list);
+  modem.let_pass(200);
+  EXPECT_EQ(client.receive(), echo_answer("0400"));
 }
 
 TEST(tvk_modem, serves_twenty_clients_at_once) {
   const simulated_modem modem;
-  constexpr std::size_t many = 20;
-  std::vector<std::thread> clients;
-  clients.reserve(many);
-  while (clients.size() < many) {
+  std::vector<std::jthread> clients;
+  while (clients.size() < 20) {
     clients.emplace_back([&modem] {
       const connection client(modem.socket());
       for (int j = 0; j < 200; ++j) ASSERT_EQ(client.ask(echo()), echo_answer());
     });
   }
-  for (auto& each : clients) each.join();
 }
 
-TEST(tvk_modem, client_that_never_reads_is_dropped_and_disturbs_nobody) {
+TEST(tvk_modem, client_that_never_reads_is_dropped_and_disturbs_no_other) {
   const simulated_modem modem;
   const connection deaf(modem.socket());
   const connection client(modem.socket());

@@ -289,7 +289,7 @@ TEST(esim_switch, restart_of_the_modem_in_the_middle) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(std::string(row.action) + " " + row.held);
-    const std::string fault = std::string("uim/") + row.held + "@1=delay:20000";
+    const std::string fault = std::string("uim/") + row.held + "@1=silent";
     simulated_modem modem({fault}, simulated_modem::begin::at_once,
                           {"--trace", "--restart-time", "100"});
     auto console = support::start_console(modem.endpoint(), {"5", "10", row.action, "0"});

@@ -56,13 +56,7 @@ class diag_client {
  public:
   /// Takes over an open stream.
   explicit diag_client(int stream) : stream_(stream) {}
-  explicit diag_client(const std::string& path)
-      : stream_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    const sockaddr_un address = address_of(path);
-    if (::connect(stream_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
-      throw std::runtime_error("connect: " + path);
-    }
-  }
+  explicit diag_client(const std::string& path) : diag_client(connected(path, SOCK_STREAM)) {}
   diag_client(const diag_client&) = delete;
   diag_client& operator=(const diag_client&) = delete;
   ~diag_client() { ::close(stream_); }
@@ -105,8 +99,7 @@ class diag_client {
   }
 
   [[nodiscard]] bool readable(std::chrono::milliseconds limit) const {
-    pollfd one{stream_, POLLIN, 0};
-    return ::poll(&one, 1, static_cast<int>(limit.count())) == 1;
+    return support::readable(stream_, limit);
   }
   /// How often something could be read.
   [[nodiscard]] int reads() const { return reads_; }

@@ -72,6 +72,14 @@ inline bytes chunk_of(const bytes& file, std::size_t offset) {
   return {start, start + static_cast<std::ptrdiff_t>(size)};
 }
 
+/// Writes one such chunk of "/f".
+inline file_request chunk_write(const bytes& file, std::size_t offset) {
+  return {.operation = 5,
+          .offset = static_cast<std::uint32_t>(offset),
+          .total = static_cast<std::uint32_t>(file.size()),
+          .data = chunk_of(file, offset)};
+}
+
 /// What an answer to either holds. `tlvs`: result 0, data_len 444, 512 bytes of payload.
 struct nvefs_answer {
   explicit nvefs_answer(const bytes& tlvs) {

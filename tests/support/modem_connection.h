@@ -28,29 +28,36 @@ inline const bytes look_up_all = control + hex("0a000000 00000000 00000000 00000
 inline const bytes look_up_extension =
     control + hex("0a000000 e4ff0000 01010000 00000000 00000000");
 inline const bytes end_look_up_all = control + hex("0b000000 00000000 00000000 00000000 00000000");
-inline const bytes service_up = control + hex("04000000 e4ff0000 01010000 00000000 01000000");
-inline const bytes service_down = control + hex("05000000 e4ff0000 01010000 00000000 01000000");
+/// Matches nothing: its answer shows that all before it were taken.
+inline const bytes look_up_nothing = control + hex("0a000000 0c000000 00000000 00000000 00000000");
 inline const bytes sar = hex("00000000 02000000");
-inline const bytes sar_up = control + hex("04000000 11000000 01010000 00000000 02000000");
-inline const bytes sar_down = control + hex("05000000 11000000 01010000 00000000 02000000");
 inline const bytes uim = hex("00000000 03000000");
-inline const bytes uim_up = control + hex("04000000 0b000000 01010000 00000000 03000000");
-inline const bytes uim_down = control + hex("05000000 0b000000 01010000 00000000 03000000");
 inline const bytes pdc = hex("00000000 04000000");
-inline const bytes pdc_up = control + hex("04000000 24000000 01010000 00000000 04000000");
-inline const bytes pdc_down = control + hex("05000000 24000000 01010000 00000000 04000000");
-inline const bytes nas_up = control + hex("04000000 03000000 01010000 00000000 05000000");
-inline const bytes nas_down = control + hex("05000000 03000000 01010000 00000000 05000000");
-inline const bytes statistics_up = control + hex("04000000 e4000000 01010000 00000000 06000000");
-inline const bytes statistics_down = control + hex("05000000 e4000000 01010000 00000000 06000000");
-/// What a modem's whole list is, and what a restart takes down.
-inline const std::vector<bytes> all_up = {
-    service_up, sar_up, uim_up, pdc_up, nas_up, statistics_up,
-};
-inline const std::vector<bytes> all_down = {
-    service_down, sar_down, uim_down, pdc_down, nas_down, statistics_down,
-};
+
+/// NEW_SERVER or DEL_SERVER, by its number, of every service.
+inline std::vector<bytes> announced(const char* command) {
+  std::vector<bytes> all;
+  for (const char* const ids : {"e4ff 01", "1100 02", "0b00 03", "2400 04", "0300 05", "e400 06"}) {
+    const bytes id = hex(ids);
+    all.push_back(control + hex(command) + hex("000000") + bytes{id[0], id[1]} +
+                  hex("0000 01010000 00000000") + bytes{id[2]} + hex("000000"));
+  }
+  return all;
+}
+/// What a restart brings up and takes down.
+inline const std::vector<bytes> all_up = announced("04");
+inline const std::vector<bytes> all_down = announced("05");
+inline const bytes service_up = all_up[0];
+inline const bytes service_down = all_down[0];
+inline const bytes sar_up = all_up[1];
+inline const bytes sar_down = all_down[1];
 inline const bytes end_of_list = control + hex("04000000 00000000 00000000 00000000 00000000");
+
+/// A list of services, as a lookup gets it.
+inline std::vector<bytes> listed(std::vector<bytes> services) {
+  services.push_back(end_of_list);
+  return services;
+}
 
 inline const bytes answer_tlvs =
     hex("01 0400 00000000  02 0400 03000000  10 0002 aabbcc") + bytes(509);
@@ -74,15 +81,24 @@ inline sockaddr_un address_of(const std::string& path) {
   return address;
 }
 
+/// A socket of this type, connected to a path.
+inline int connected(const std::string& path, int type) {
+  const int made = ::socket(AF_UNIX, type | SOCK_CLOEXEC, 0);
+  const sockaddr_un address = address_of(path);
+  if (::connect(made, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+    throw std::runtime_error("connect: " + path);
+  }
+  return made;
+}
+
+inline bool readable(int descriptor, std::chrono::milliseconds limit) {
+  pollfd one{descriptor, POLLIN, 0};
+  return ::poll(&one, 1, static_cast<int>(limit.count())) == 1;
+}
+
 class modem_connection {
  public:
-  explicit modem_connection(const std::string& path)
-      : socket_(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0)) {
-    const sockaddr_un address = address_of(path);
-    if (::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
-      throw std::runtime_error("connect: " + path);
-    }
-  }
+  explicit modem_connection(const std::string& path) : socket_(connected(path, SOCK_SEQPACKET)) {}
   modem_connection(const modem_connection&) = delete;
   modem_connection& operator=(const modem_connection&) = delete;
   ~modem_connection() { ::close(socket_); }
@@ -94,18 +110,27 @@ class modem_connection {
 
   /// Throws when nothing comes; nothing at all when the modem closed the connection.
   [[nodiscard]] bytes receive(std::chrono::milliseconds limit = std::chrono::seconds(30)) const {
-    if (!readable(limit)) throw std::runtime_error("nothing received");
+    if (!readable(socket_, limit)) throw std::runtime_error("nothing received");
     bytes packet(100'000);
     const ssize_t size = ::recv(socket_, packet.data(), packet.size(), 0);
     packet.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
     return packet;
   }
 
-  [[nodiscard]] bytes ask(const bytes& packet) const { return send(packet) ? receive() : bytes(); }
+  [[nodiscard]] std::vector<bytes> receive_many(std::size_t count) const {
+    std::vector<bytes> packets;
+    while (packets.size() < count) packets.push_back(receive());
+    return packets;
+  }
 
-  [[nodiscard]] bool readable(std::chrono::milliseconds limit) const {
-    pollfd one{socket_, POLLIN, 0};
-    return ::poll(&one, 1, static_cast<int>(limit.count())) == 1;
+  [[nodiscard]] bytes ask(const bytes& packet) const { return send(packet) ? receive() : bytes(); }
+  /// What a lookup finds.
+  [[nodiscard]] std::vector<bytes> look_up(const bytes& packet) const {
+    std::vector<bytes> found = {ask(packet)};
+    while (!found.back().empty() && found.back() != packets::end_of_list) {
+      found.push_back(receive());
+    }
+    return found;
   }
 
  private:

@@ -134,8 +134,8 @@ std::string background_process::errors_so_far() {
   return result_.errors;
 }
 
-void background_process::send_signal(int number) const {
-  kill(pid_, number);
+void background_process::send_signal(int number, int value) const {
+  sigqueue(pid_, number, {.sival_int = value});
 }
 
 bool background_process::comes_to_rest(std::chrono::milliseconds window) const {

@@ -23,6 +23,7 @@ void simulated_modem::start() {
     arguments.emplace_back("--fault");
     arguments.push_back(fault);
   }
+  passed_ = 0;
   process_ = std::make_unique<background_process>(TVK_MODEM_PROGRAM, arguments);
   if (process_->wait_for_error_text("listening on")) return;
   process_->send_signal(SIGKILL);
@@ -42,6 +43,14 @@ void simulated_modem::kill() {
   process_->send_signal(SIGKILL);
   process_->wait();
   process_.reset();
+}
+
+void simulated_modem::let_pass(int milliseconds) {
+  passed_ += milliseconds;
+  process_->send_signal(SIGUSR1, milliseconds);
+  if (!process_->wait_for_error_text(" " + std::to_string(passed_) + " ms have passed\n")) {
+    throw std::runtime_error("the modem's time does not pass");
+  }
 }
 
 std::unique_ptr<background_process> start_console(const std::string& endpoint,

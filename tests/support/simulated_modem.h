@@ -23,9 +23,12 @@ class simulated_modem {
   std::string stop();
   /// As when the modem's machine loses power: the socket file stays.
   void kill();
+  /// Of the time of a modem with --hold-time; returns when all that was due by then has happened.
+  void let_pass(int milliseconds);
 
   [[nodiscard]] std::string endpoint() const { return "unix:" + socket(); }
   [[nodiscard]] std::string socket() const { return dir_.file("modem.sock"); }
+  [[nodiscard]] std::string diag_socket() const { return dir_.file("diag.sock"); }
   [[nodiscard]] std::string state() const { return dir_.file("state"); }
   [[nodiscard]] background_process& process() { return *process_; }
 
@@ -34,6 +37,7 @@ class simulated_modem {
   std::vector<std::string> faults_;
   std::vector<std::string> more_options_;
   std::unique_ptr<background_process> process_;
+  int passed_ = 0;
 };
 
 /// tarvik_console with these arguments against the modem at `endpoint`.

@@ -18,7 +18,7 @@ TEST(simulator_logs, every_field_has_its_value) {
     std::uint16_t code;
     bytes payload;
   };
-  // The radio as it is at first, each log's fourth packet. Antennas behind the first lose 1.5, 4.25
+  // The radio as it is at first, each log's fourth packet. Antennas after the first lose 1.5, 4.25
   // and 6.5 dB of strength and 0.5, 1.25 and 2 dB of quality.
   const row rows[] = {
       // PCI 143, EARFCN 1300 and 19300, 20 MHz, cell, area, band 3, 001 01.
@@ -54,6 +54,8 @@ TEST(simulator_logs, every_field_has_its_value) {
     EXPECT_TRUE(got == each.payload) << std::hex << each.code << " differs at byte " << std::dec
                                      << std::ranges::mismatch(got, each.payload).in1 - got.begin();
   }
+  // Of the blocks, every tenth fails: without the bit 0x80 beside its HARQ.
+  EXPECT_EQ(sim::diag::log_payload(0xB173, sim::radio_values(), 9)[10], 0x01);
 }
 
 // The first connection that is seen from its beginning is an attach, the next one is not. Header of

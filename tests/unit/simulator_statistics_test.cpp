@@ -61,13 +61,37 @@ TEST_F(radio_services, signal_is_the_same_over_nas_and_statistics) {
                 "01 00 14050000 8f00 01 0f00  0000bec2 000020c1 000082c2 000020c0"));
 }
 
+TEST_F(radio_services, bands_have_the_numbers_that_clients_know) {
+  const std::pair<std::uint8_t, std::uint8_t> rows[] = {{1, 120},  {14, 133}, {17, 134}, {21, 146},
+                                                        {25, 148}, {26, 153}, {30, 160}, {32, 154},
+                                                        {33, 135}, {40, 142}, {43, 151}, {66, 161}};
+  for (const auto& [band, number] : rows) {
+    modem_.radio.means.lte.band = band;
+    EXPECT_EQ(ask(sim::get_rf_band_info).at(5), number) << int{band};
+  }
+  modem_.radio.means.lte.band = 15;
+  EXPECT_EQ(ask(sim::get_rf_band_info), bytes{74});
+}
+
+TEST_F(radio_services, radio_that_is_on_does_not_start_over) {
+  using std::chrono::seconds;
+  for (const bool again : {true, false}) {
+    modem_.radio.turn(again, seconds(9));
+    modem_.radio.turn(true, seconds(10));
+    EXPECT_EQ(modem_.radio.at(seconds(10)).rrc,
+              again ? sim::lte_rrc_state::connected : sim::lte_rrc_state::idle_not_camped);
+  }
+}
+
 TEST_F(radio_services, statistics_refuse_until_switched_on_and_after_a_restart) {
   const bytes id = hex("6f000000");
   EXPECT_EQ(ask_for(id), bytes{69});
+  EXPECT_EQ(ask(sim::switch_statistics, hex("01 0400 02000000  10 0100 02")), bytes{48});
   ask(sim::switch_statistics, switch_on_);
   EXPECT_EQ(ask(sim::switch_statistics, switch_on_), bytes{26});
   // Not known: left out.
-  EXPECT_EQ(ask_for(hex("63000000") + id).size(), ask_for(id).size());
+  EXPECT_EQ(ask_for(hex("63000000") + id), ask_for(id));
+  EXPECT_EQ(ask_for(id + id).at(10), 2);
   EXPECT_EQ(ask_for(id, 2), bytes{48});
   modem_.drop_unfinished();
   EXPECT_EQ(ask_for(id), bytes{69});

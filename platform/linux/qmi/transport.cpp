@@ -3,13 +3,15 @@
 #include "host/endpoint.h"
 #include "host/environment.h"
 #include "platform/linux/report.h"
+#include "protocol/modem_socket.h"
 
 namespace qmi {
 
+namespace wire = protocol::modem_socket;
+
 std::string endpoint_name() {
-  constexpr const char* variable = "TVK_MODEM";
-  if (host::environment(variable).empty() && have_qrtr()) return "qrtr";
-  return host::chosen_endpoint(variable, "modem.sock");
+  if (host::environment(wire::endpoint_variable).empty() && have_qrtr()) return "qrtr";
+  return host::chosen_endpoint(wire::endpoint_variable, wire::socket_name);
 }
 
 opened open_transport() {
@@ -17,7 +19,7 @@ opened open_transport() {
   const auto [scheme, rest] = host::split_endpoint(name);
   if (name == "qrtr") return open_qrtr();
   if (scheme == "unix" && !rest.empty()) return open_modem_socket(std::string(rest));
-  platform::report_once("TVK_MODEM=" + name + ": " +
+  platform::report_once(std::string(wire::endpoint_variable) + "=" + name + ": " +
                         (scheme == "unix" ? "PATH is missing; " : "no such kind of endpoint; ") +
                         "expected \"qrtr\" or \"unix:PATH\"");
   return {};
