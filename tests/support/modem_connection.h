@@ -6,17 +6,13 @@
 // 1:0xFFFFFFFE.
 #pragma once
 
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "support/bytes.h"
+#include "support/sockets.h"
 
 namespace support {
 
@@ -67,28 +63,13 @@ inline bytes echo_answer(const char* transaction = "0100") {
 
 }  // namespace packets
 
-inline sockaddr_un address_of(const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-  return address;
-}
-
-class modem_connection {
+class modem_connection : public open_socket {
  public:
   explicit modem_connection(const std::string& path)
-      : socket_(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0)) {
-    const sockaddr_un address = address_of(path);
-    if (::connect(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
-      throw std::runtime_error("connect: " + path);
-    }
-  }
-  modem_connection(const modem_connection&) = delete;
-  modem_connection& operator=(const modem_connection&) = delete;
-  ~modem_connection() { ::close(socket_); }
+      : open_socket(connected_to(path, SOCK_SEQPACKET)) {}
 
   [[nodiscard]] bool send(const bytes& packet) const {
-    return ::send(socket_, packet.data(), packet.size(), MSG_NOSIGNAL) ==
+    return ::send(descriptor_, packet.data(), packet.size(), MSG_NOSIGNAL) ==
            static_cast<ssize_t>(packet.size());
   }
 
@@ -96,20 +77,12 @@ class modem_connection {
   [[nodiscard]] bytes receive(std::chrono::milliseconds limit = std::chrono::seconds(30)) const {
     if (!readable(limit)) throw std::runtime_error("nothing received");
     bytes packet(100'000);
-    const ssize_t size = ::recv(socket_, packet.data(), packet.size(), 0);
+    const ssize_t size = ::recv(descriptor_, packet.data(), packet.size(), 0);
     packet.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
     return packet;
   }
 
   [[nodiscard]] bytes ask(const bytes& packet) const { return send(packet) ? receive() : bytes(); }
-
-  [[nodiscard]] bool readable(std::chrono::milliseconds limit) const {
-    pollfd one{socket_, POLLIN, 0};
-    return ::poll(&one, 1, static_cast<int>(limit.count())) == 1;
-  }
-
- private:
-  int socket_;
 };
 
 }  // namespace support

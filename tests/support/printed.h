@@ -13,6 +13,10 @@
 
 namespace support {
 
+inline bool contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
 /// What making the extension client prints.
 inline const std::string client_made =
     "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_services = 1\n"

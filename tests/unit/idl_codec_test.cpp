@@ -16,11 +16,7 @@
 
 namespace {
 
-using support::bytes;
-using support::hex;
-using support::numbered;
-using support::test_service;
-using support::operator+;
+using namespace support;
 
 constexpr std::uint16_t message_id = test_service::id;
 
@@ -32,12 +28,6 @@ bytes structure(std::size_t size, const std::string& text) {
     std::copy(part.begin(), part.end(), out.begin() + static_cast<std::ptrdiff_t>(offset));
   }
   return out;
-}
-
-std::uint32_t u32_at(const bytes& from, std::size_t offset) {
-  std::uint32_t value = 0;
-  for (std::size_t i = 4; i > 0; --i) value = value << 8 | from.at(offset + i - 1);
-  return value;
 }
 
 struct decoded {
@@ -84,7 +74,6 @@ struct example {
   const char* layout;
   const char* c_struct;
   const char* wire;
-  const char* counts = "";  ///< their offsets, with the most that each may be
 };
 
 const example examples[] = {
@@ -93,25 +82,23 @@ const example examples[] = {
      "01 0400 05000000  02 0400 03000000  10 0002 1fff00 00*508 77"},
     {"statistics request", QMI_IDL_REQUEST, statistics_request_layout,
      "0: 0100; 2: 0100; 4: 01000000; 8: 52000000",
-     "01 0200 0100  02 0200 0100  03 0500 01 52000000", "4: 10"},
+     "01 0200 0100  02 0200 0100  03 0500 01 52000000"},
     {"statistics response", QMI_IDL_RESPONSE, statistics_response_layout,
      "8: 01; 12: 02000000; 16: 0100 0200 52000000 03000000 aabbcc; 728: 0000 ffff 53000000",
-     "02 0400 0000 0000  10 1800 02  0100 0200 52000000 0300 aabbcc  0000 ffff 53000000 0000",
-     "12: 10; 24: 700; 736: 700"},
+     "02 0400 0000 0000  10 1800 02  0100 0200 52000000 0300 aabbcc  0000 ffff 53000000 0000"},
     {"1-byte enumeration, negative", QMI_IDL_REQUEST, "4: 81 04 00", "0: feffffff", "01 0100 fe"},
     {"power on", QMI_IDL_REQUEST, power_on_layout, "0: 02000000 01 01 01 00 00000000",
      "01 0100 02  10 0100 01  11 0100 00"},
     {"send APDU", QMI_IDL_REQUEST, send_apdu_layout,
      "0: 01000000; 4: 05000000; 8: 00a4000402; 1032: 01 02 01; 1036: 01000000",
-     "01 0100 01  02 0700 0500 00a4000402  10 0100 02  11 0100 01", "4: 1024"},
+     "01 0100 01  02 0700 0500 00a4000402  10 0100 02  11 0100 01"},
     {"open channel", QMI_IDL_RESPONSE,
      "276: 02 07 00 00 01  41 10 00 09  41 11 07 0b 00 00  c7 12 50 14 ff 04; 2: 00 00 00 01 20",
      "8: 01 03 01 90 00 01; 16: 02000000; 20: 6f00",
-     "02 0400 0000 0000  10 0100 03  11 0200 9000  12 0300 02 6f00", "16: 255"},
+     "02 0400 0000 0000  10 0100 03  11 0200 9000  12 0300 02 6f00"},
     {"configuration list", QMI_IDL_INDICATION, list_layout,
      "4: 01; 8: 78563412; 12: 01; 16: 02000000; 20: 01000000 02000000 aabb; 3320: 01 01",
-     "01 0200 0000  10 0400 78563412  11 0d00 02 01000000 02 aabb 00000000 00  e0 0100 01",
-     "16: 25; 24: 124; 156: 124"},
+     "01 0200 0000  10 0400 78563412  11 0d00 02 01000000 02 aabb 00000000 00  e0 0100 01"},
     {"2-byte enumeration, negative", QMI_IDL_INDICATION, "12: 01 05 00  c4 10 02 08", "0: feffffff",
      "01 0200 feff"},
     {"8-byte integer", QMI_IDL_REQUEST, "8: 81 03 00", "0: 0102030405060708",
@@ -168,7 +155,7 @@ TEST(idl_codec, encoder_refuses_these_structures) {
   }
 }
 
-TEST(idl_codec, output_without_room_tells_header_from_value) {
+TEST(idl_codec, output_without_room_has_one_code_for_a_header_and_one_for_a_value) {
   const test_service service(power_on_layout);
   const auto c_struct = structure(12, "0: 02000000 01 01 01 00 00000000");
   // 01 0100 02 | 10 0100 01 | 11 0100 00
@@ -191,7 +178,10 @@ TEST(idl_codec, decoder_gives_these_codes) {
     const char* tlvs;
     std::int32_t result;
   } rows[] = {
-      {"unknown optional", power, "ff 0000  12 0200 aabb  01 0100 02", 0},
+      {"in another order, with unknown optional ones", power,
+       "ff 0000  11 0100 01  12 0200 aabb  01 0100 02", 0},
+      {"unknown 0x10, the first optional", request,
+       "01 0200 0100  02 0200 0100  03 0100 00  10 0000", 0},
       {"unknown mandatory", power, "01 0100 02  0f 0100 00", -49},
       {"unknown mandatory 0", power, "00 0100 00  01 0100 02", -49},
       {"mandatory twice", power, "01 0100 02  01 0100 02", -44},
@@ -199,11 +189,8 @@ TEST(idl_codec, decoder_gives_these_codes) {
       {"shorter than its type", power, "01 0000", -45},
       {"longer than its type", power, "01 0200 0200", -45},
       {"optional longer than its type", power, "01 0100 02  10 0200 0100", -45},
-      {"past the end", power, "01 0200 02", -45},
       {"far past the end", power, "01 ffff 02", -45},
       {"unknown past the end", power, "01 0100 02  20 0200 00", -45},
-      {"header of one byte", power, "01 0100 02  10", -45},
-      {"header of two bytes", power, "01 0100 02  10 01", -45},
       {"nothing", power, "", -46},
       {"optional only", power, "10 0100 01", -46},
       {"fixed array one short", extension, "01 0400 00000000  02 0400 00000000  10 ff01 00*511",
@@ -213,9 +200,10 @@ TEST(idl_codec, decoder_gives_these_codes) {
       {"10 of 10", request, "01 0200 0100  02 0200 0100  03 2900 0a 00*40", 0},
       {"11 of 10", request, "01 0200 0100  02 0200 0100  03 2d00 0b 00*44", -42},
       {"255 of 10, bytes of one", request, "01 0200 0100  02 0200 0100  03 0500 ff 52000000", -42},
-      {"two told, bytes of one", request, "01 0200 0100  02 0200 0100  03 0500 02 52000000", -45},
-      {"none told, bytes of one", request, "01 0200 0100  02 0200 0100  03 0500 00 52000000", -45},
-      {"array without its count", request, "01 0200 0100  02 0200 0100  03 0000", -45},
+      {"count of two, bytes of one", request, "01 0200 0100  02 0200 0100  03 0500 02 52000000",
+       -45},
+      {"count of none, bytes of one", request, "01 0200 0100  02 0200 0100  03 0500 00 52000000",
+       -45},
       {"second mandatory missing", request, "01 0200 0100  03 0100 00", -46},
       {"701 of 700 bytes in an entry", response,
        "02 0400 0000 0000  10 c802 01  0000 0000 00000000 bd02 00*701", -42},
@@ -236,7 +224,7 @@ TEST(idl_codec, decoder_gives_these_codes) {
   EXPECT_EQ(decode(power, QMI_IDL_REQUEST, hex("01 0100 02"), power.size() - 1).result, -41);
 }
 
-TEST(idl_codec, list_above_its_maximum_leaves_valid_flag_and_count_behind) {
+TEST(idl_codec, list_above_its_maximum_leaves_its_valid_flag_and_count) {
   const test_service list(list_layout);
   auto tlvs = hex("01 0200 0000  10 0400 01000000  11 8300 1a");
   for (int i = 0; i < 26; ++i) tlvs = tlvs + hex("01000000 00");
@@ -274,15 +262,11 @@ TEST(idl_codec, mandatory_tlv_may_be_missing_in_a_response_whose_tlv_2_begins_no
   EXPECT_EQ(got.c_struct, structure(524, "4: 03000000"));
 }
 
-TEST(idl_codec, larger_structure_is_cleared_over_the_tables_size_only) {
+TEST(idl_codec, larger_structure_and_any_valid_flag_are_taken) {
   const test_service power(power_on_layout);
   const auto got = decode(power, QMI_IDL_REQUEST, hex("01 0100 02"), 16);
   EXPECT_EQ(got.result, 0);
-  EXPECT_EQ(got.c_struct, hex("02000000 00000000 00000000 eeeeeeee"));
-}
-
-TEST(idl_codec, valid_flag_other_than_0_sends_the_option) {
-  const test_service power(power_on_layout);
+  EXPECT_EQ(got.c_struct, hex("02000000 00000000 00000000 eeeeeeee")) << "cleared";
   EXPECT_EQ(encode(power, QMI_IDL_REQUEST, hex("02000000 00 01 80 00 01000000")).tlvs,
             hex("01 0100 02  11 0100 01"));
 }
@@ -315,13 +299,6 @@ TEST(idl_codec, object_of_another_version_or_with_strings_is_not_recognised) {
   EXPECT_EQ(decode(text, QMI_IDL_REQUEST, hex("01 0100 41"), 17).result, -48);
 }
 
-void expect_counts_in_range(const example& each, const decoded& got) {
-  if (got.result != 0) return;
-  for (const auto& [offset, maximum] : numbered(each.counts)) {
-    EXPECT_LE(u32_at(got.c_struct, offset), std::stoul(maximum));
-  }
-}
-
 TEST(idl_codec, cut_message_is_whole_only_between_tlvs) {
   for (const auto& each : examples) {
     SCOPED_TRACE(each.name);
@@ -331,27 +308,11 @@ TEST(idl_codec, cut_message_is_whole_only_between_tlvs) {
     for (std::size_t size = 0; size < wire.size(); ++size) {
       const bytes cut(wire.begin(), wire.begin() + static_cast<std::ptrdiff_t>(size));
       const auto got = decode(service, each.kind, cut, service.size());
-      expect_counts_in_range(each, got);
       if (size == next_tlv) {
         EXPECT_TRUE(got.result == 0 || got.result == -46) << size << " gave " << got.result;
         next_tlv += 3U + wire[size + 1] + 256U * wire[size + 2];
       } else {
         EXPECT_EQ(got.result, -45) << size;
-      }
-    }
-  }
-}
-
-TEST(idl_codec, damaged_byte_never_gives_a_count_out_of_range) {
-  for (const auto& each : examples) {
-    SCOPED_TRACE(each.name);
-    const test_service service(each.layout);
-    const auto wire = hex(each.wire);
-    for (std::size_t i = 0; i < wire.size(); ++i) {
-      for (const auto flip : std::initializer_list<std::uint8_t>{1, 2, 0x10, 0x7F, 0x80, 0xFF}) {
-        auto damaged = wire;
-        damaged[i] ^= flip;
-        expect_counts_in_range(each, decode(service, each.kind, damaged, service.size()));
       }
     }
   }
