@@ -37,10 +37,7 @@
 
 namespace {
 
-using support::bytes;
-using support::datagram;
-using support::hex;
-using support::operator+;
+using namespace support;
 
 /// The input, taken from its front.
 class script {
@@ -80,13 +77,13 @@ const std::array services = {
     vendor_stats_get_service_object_internal_v01(1, 1, QMI_IDL_LIBRARY_VERSION),
 };
 
-support::qmi_server server(std::uint32_t port) {
+qmi_server server(std::uint32_t port) {
   return {.service = services.at(port)->service_id, .port = port};
 }
 
 /// Never destroyed: the client of the extension service is not released.
-support::hand_modem& modem() {
-  static auto& only = *new support::hand_modem(
+hand_modem& modem() {
+  static auto& only = *new hand_modem(
       {server(extension), server(uim), server(sar), server(pdc), server(statistics)});
   return only;
 }
@@ -228,7 +225,7 @@ datagram any_indication() {
     change(tlvs);
   }
   const auto size = static_cast<std::uint32_t>(tlvs.size());
-  return {0, row.port, hex("04 0000") + support::u32(id | size << 16) + tlvs};
+  return {0, row.port, hex("04 0000") + u32(id | size << 16) + tlvs};
 }
 
 /// Keeps away what ends the process by design.
