@@ -152,7 +152,10 @@ TEST_F(qmi_client, pending_request_ends_with_its_server_its_connection_or_its_cl
       EXPECT_EQ(send(handle, 1, timeout_ms), what == "client" ? -18 : -2);
       releaser.join();
       EXPECT_EQ(modem_->requests().size(), 1U);
-      if (what != "client") release(handle);
+      if (what != "client") {
+        EXPECT_TRUE(eventually([&] { return log_.count(log_.errors) == 1; }));
+        release(handle);
+      }
       EXPECT_EQ(qmi_client_release(handle), -18);
       EXPECT_EQ(log_.errors, std::vector<std::int32_t>(what == "client" ? 0 : 1, -2));
       log_.errors.clear();

@@ -108,8 +108,12 @@ TEST_F(qmi_client, init_instance_takes_the_server_of_that_instance_and_waits_for
     }
     EXPECT_EQ(qmi_client_release(handle), 0);
   }
+  testing::internal::CaptureStderr();
   EXPECT_EQ(init(2, 50), -3);
-
+  EXPECT_EQ(init(2, 50), -3);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "tvk: waiting for QMI service 0x11 at " +
+                                                        modem_->endpoint() +
+                                                        " for up to 50 ms in each try\n");
   testing::internal::CaptureStderr();
   std::thread later([&] {
     wait_until_captured(STDERR_FILENO, "for up to 30000 ms");
