@@ -11,6 +11,9 @@
 #include <vector>
 
 #include "platform/linux/idl/codec.h"
+#include "services/pdc_v01.h"
+#include "services/uim_v01.h"
+#include "services/vendor_stats_v01.h"
 #include "support/bytes.h"
 #include "support/test_service.h"
 
@@ -316,6 +319,50 @@ TEST(idl_codec, cut_message_is_whole_only_between_tlvs) {
       }
     }
   }
+}
+
+struct array_row {
+  qmi_idl_service_object_type service;
+  qmi_idl_type_of_message kind;
+  std::uint16_t message_id;
+  std::size_t count_offset;
+  std::uint32_t maximum;
+  std::size_t valid_offset = 0;  ///< of the option that holds the array
+};
+
+TEST(service_tables, arrays_have_these_maxima) {
+  const auto* const pdc = pdc_get_service_object_internal_v01(1, 1, 6);
+  const auto* const stats = vendor_stats_get_service_object_internal_v01(1, 1, 6);
+  const auto* const uim = uim_get_service_object_internal_v01(1, 1, 6);
+  const array_row rows[] = {
+      {pdc, QMI_IDL_REQUEST, pdc_get_config_info_v01, 4, 124},
+      {pdc, QMI_IDL_REQUEST, pdc_delete_config_v01, 16, 124, 12},
+      {pdc, QMI_IDL_REQUEST, pdc_load_config_v01, 4, 124},
+      {pdc, QMI_IDL_REQUEST, pdc_load_config_v01, 136, 32768},
+      {pdc, QMI_IDL_INDICATION, pdc_list_configs_v01, 16, 25, 12},
+      {stats, QMI_IDL_REQUEST, vendor_stats_get_v01, 4, 10},
+      {stats, QMI_IDL_RESPONSE, vendor_stats_get_v01, 12, 10, 8},
+      {uim, QMI_IDL_REQUEST, uim_send_apdu_v01, 4, 1024},
+      {uim, QMI_IDL_RESPONSE, uim_send_apdu_v01, 12, 1024, 8},
+      {uim, QMI_IDL_REQUEST, uim_open_logical_channel_v01, 8, 32, 4},
+      {uim, QMI_IDL_RESPONSE, uim_get_eid_v01, 12, 16, 8},
+  };
+  for (const auto& row : rows) {
+    std::uint32_t size = 0;
+    ASSERT_EQ(qmi_idl_get_message_c_struct_len(row.service, row.kind, row.message_id, &size), 0);
+    for (const bool is_more : {false, true}) {
+      bytes fields(size);
+      bytes out(40000);
+      std::size_t written = 0;
+      if (row.valid_offset != 0) fields.at(row.valid_offset) = 1;
+      const auto count = u32(row.maximum + (is_more ? 1 : 0));
+      std::ranges::copy(count, fields.begin() + static_cast<std::ptrdiff_t>(row.count_offset));
+      EXPECT_EQ(idl::encode(row.service, row.kind, row.message_id, fields, out, written),
+                is_more ? -42 : 0)
+          << "row " << &row - rows;
+    }
+  }
+  EXPECT_EQ(pdc_get_service_object_internal_v01(1, 0, 6), nullptr) << "of another version";
 }
 
 }  // namespace
