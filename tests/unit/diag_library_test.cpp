@@ -91,19 +91,59 @@ struct dci_client {
 const bytes log_packet = hex("1000 0E00 0E00 62B0 28B79C9C34DDD400 7E7D");
 const bytes inner_log = hex("0E00 62B0 28B79C9C34DDD400 7E7D");
 
-TEST(diag_library, every_kind_of_port_carries_every_byte) {
+TEST(diag_library, every_kind_of_port_carries_every_byte_of_an_answer_and_nothing_else) {
+  bytes damaged = diag_frame(hex("1D EE"));
+  damaged[1] ^= 0x01;
+  const bytes before =
+      hex("31 32 7E 7E 7D 7E") +  // from the middle of a frame, an empty one, a broken escape
+      damaged + diag_frame(log_packet) +
+      diag_frame(hex("60 0B00 4A26 BE0C0A9E34DDD400 06")) +  // event report
+      diag_frame(hex("79 00 00 00 0000000000000000 0100 0200 04000000 6100 6200")) +
+      diag_frame(hex("92 00 00 00 0000000000000000 0100 0200 04000000 11223344")) +
+      diag_frame(hex("99 00 00 00 0000000000000000 0100 0200 11223344")) +
+      diag_frame(hex("98010000 02000000 1D EE")) +  // another radio's
+      diag_frame(hex("13 1C"));
   bytes every;
   for (unsigned i = 0; i < 512; ++i) every.push_back(static_cast<std::uint8_t>(i));
   for (const auto kind :
        {hand_diag::kind::unix_socket, hand_diag::kind::tcp, hand_diag::kind::tty}) {
     hand_diag port(kind);
     SCOPED_TRACE(port.endpoint());
-    port.on_request([&](const bytes& request) { port.write(diag_frame(request + every)); });
+    port.on_request(
+        [&](const bytes& request) { port.write(before + diag_frame(request + every)); });
     open_library(port, DIAG_CALLBACK_MODE);
     EXPECT_TRUE(send(hex("1D") + every));
     EXPECT_EQ(answers.take(1), std::vector<bytes>{hex("1D") + every + every});
     EXPECT_NE(Diag_LSM_DeInit(), 0);
     EXPECT_FALSE(send(hex("1D")));
+  }
+}
+
+TEST(diag_library, port_that_cannot_be_opened_is_named) {
+  const temp_dir dir;
+  const std::pair<std::string, std::string> rows[] = {
+      {"unix:" + dir.file("none.sock"), "No such file or directory"},
+      {"unix:" + std::string(200, 'x'), "File name too long"},
+      {"tty:" + dir.path(), "Is a directory"},
+      {"tty:/dev/null", "Inappropriate ioctl for device"},
+      {"unix", "PATH is missing"},
+      {"unix:", "PATH is missing"},
+      {"tty:", "PATH is missing"},
+      {"tcp:", "HOST:PORT is missing"},
+      {"tcp::2500", "HOST is missing"},
+      {"tcp:127.0.0.1", "PORT is missing"},
+      {"tcp:localhost:", "PORT is missing"},
+      {"tcp:127.0.0.1:0", "not a numeric address (or localhost) and a port number"},
+      {"tcp:localhost:1", "Connection refused"},
+      {"usb:1", "no such kind of port"},
+  };
+  for (const auto& [endpoint, error] : rows) {
+    setenv("TVK_DIAG", endpoint.c_str(), 1);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Diag_LSM_Init(nullptr), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "tvk: DIAG port " + endpoint + ": " + error +
+                  "; expected one of a modem, as TVK_DIAG=unix:PATH, tcp:HOST:PORT or tty:PATH\n");
   }
 }
 
