@@ -137,27 +137,46 @@ class diag_channel : public testing::Test {
 
 bytes request = hex("4B0B0000");
 
-int send(bool by_dci, int time_out, bytes& reply, int& reply_len) {
-  return by_dci ? norvel_diag_cmd_send_with_result_by_dci_mode(request.data(), 4, reply.data(),
-                                                               &reply_len, time_out)
-                : norvel_diag_cmd_send_with_result_by_callback_mode(request.data(), 4, reply.data(),
-                                                                    &reply_len, time_out);
+struct exchanged {
+  int result = -1;
+  int reply_len = 0;
+  std::string printed;
+};
+
+/// Returns when the watcher has ended too; `then` runs before it must.
+exchanged send(
+    bool by_dci, int time_out, int room = 10240, const std::function<void()>& then = [] {}) {
+  bytes reply(10240);
+  exchanged got;
+  got.reply_len = room;
+  auto* const function = by_dci ? norvel_diag_cmd_send_with_result_by_dci_mode
+                                : norvel_diag_cmd_send_with_result_by_callback_mode;
+  got.printed = printed_by([&] {
+    got.result = function(request.data(), 4, reply.data(), &got.reply_len, time_out);
+    then();
+    threads.wait_for_none();
+  });
+  return got;
+}
+
+/// What a worker prints, and what starting it does.
+std::string send_by_worker(bool by_dci, unsigned length = 4, int result = 0) {
+  return printed_by([&] {
+    EXPECT_EQ(
+        norvel_diag_cmd_send_without_result_start_thread(request.data(), length, by_dci ? 1 : 0),
+        result);
+    norvel_diag_cmd_send_without_result_wait();
+  });
 }
 
 TEST_F(diag_channel, opens_are_counted_and_one_close_closes) {
-  EXPECT_EQ(printed_by([] {
-              norvel_diag_init_with_result();
-              norvel_diag_init_with_result();
-              norvel_diag_init_with_result();
-            }),
-            "RIL[norvel_diag_init_with_result:#]: function entry ------------->\n"
-            "RIL[norvel_diag_init_with_result:#]: function exit <-------------\n"
-            "RIL[norvel_diag_init_with_result:#]: function entry ------------->\n"
-            "RIL[norvel_diag_init_with_result:#]: diag init done, g_diag_init_status = 1\n"
-            "RIL[norvel_diag_init_with_result:#]: function exit <-------------\n"
-            "RIL[norvel_diag_init_with_result:#]: function entry ------------->\n"
-            "RIL[norvel_diag_init_with_result:#]: diag init done, g_diag_init_status = 2\n"
-            "RIL[norvel_diag_init_with_result:#]: function exit <-------------\n");
+  const std::string own = "RIL[norvel_diag_init_with_result:#]: ";
+  for (const auto* between : {"", "diag init done, g_diag_init_status = 1\n",
+                              "diag init done, g_diag_init_status = 2\n"}) {
+    EXPECT_EQ(printed_by(norvel_diag_init_with_result), own + "function entry ------------->\n" +
+                                                            (*between ? own : "") + between + own +
+                                                            "function exit <-------------\n");
+  }
   norvel_diag_deinit_with_result();
   library.failing = "init";
   EXPECT_TRUE(contains(printed_by([] { norvel_diag_init_with_result(); }), "LSM init failed\n"));
@@ -245,50 +264,32 @@ TEST_F(diag_channel, every_step_that_fails_is_logged_and_what_was_opened_is_clos
       if (row.failing != "client") made.emplace_back("release 7");
     }
     library.failing = row.failing;
-    bytes reply(16);
-    int reply_len = 16;
-    const auto printed = printed_by([&] { EXPECT_EQ(send(by_dci, 100, reply, reply_len), 1); });
-    EXPECT_TRUE(contains(printed, row.printed)) << printed;
-    EXPECT_FALSE(contains(printed, "wait_create_thread"));
+    const auto got = send(by_dci, 100);
+    EXPECT_EQ(got.result, 1);
+    EXPECT_TRUE(contains(got.printed, row.printed)) << got.printed;
+    EXPECT_FALSE(contains(got.printed, "wait_create_thread"));
     EXPECT_EQ(library.take_calls(), made);
     // The worker makes the same calls and says the same.
-    const auto worker = printed_by([&] {
-      EXPECT_EQ(norvel_diag_cmd_send_without_result_start_thread(request.data(), 4, by_dci), 0);
-      norvel_diag_cmd_send_without_result_wait();
-    });
+    const auto worker = send_by_worker(by_dci);
     EXPECT_EQ(contains(worker, row.printed), by_dci) << worker;
     EXPECT_TRUE(contains(worker, "norvel daig is created, conf = 0, diag_work_mode = ")) << worker;
     EXPECT_EQ(library.take_calls(), made);
   }
-  int reply_len = 0;
-  bytes reply(1);
-  EXPECT_TRUE(contains(printed_by([&] { EXPECT_EQ(send(true, 100, reply, reply_len), 1); }),
-                       "Invalid output parameter, reply_len = 0\n"));
+  EXPECT_TRUE(contains(send(true, 100, 0).printed, "Invalid output parameter, reply_len = 0\n"));
   EXPECT_EQ(library.take_calls(), calls{});
 }
 
 TEST_F(diag_channel, worker_is_waited_for_sends_though_the_modem_is_down_and_may_fail_to_start) {
   library.peripherals = DIAG_CON_APSS;
-  const auto printed = printed_by([&] {
-    EXPECT_EQ(norvel_diag_cmd_send_without_result_start_thread(request.data(), 4, 1), 0);
-    norvel_diag_cmd_send_without_result_wait();
-  });
+  const auto printed = send_by_worker(true);
   EXPECT_TRUE(contains(printed, "MPSS on ch:0: DOWN\n")) << printed;
   EXPECT_TRUE(contains(printed, "Releasing DCI connection, err: 1001, errno: ")) << printed;
   EXPECT_EQ(library.take_calls(), (calls{"init", "client 2 0 18", "signal 7 30", "support",
                                          "stream", "send 4 16384", "deinit", "release 7"}));
-  EXPECT_TRUE(contains(
-      printed_by([&] {
-        EXPECT_EQ(norvel_diag_cmd_send_without_result_start_thread(request.data(), 0, 0), 1);
-      }),
-      "norvel_diag_comand_input_check fail\n"));
+  EXPECT_TRUE(contains(send_by_worker(false, 0, 1), "norvel_diag_comand_input_check fail\n"));
   library.failing = "thread";
-  EXPECT_TRUE(contains(
-      printed_by([&] {
-        EXPECT_EQ(norvel_diag_cmd_send_without_result_start_thread(request.data(), 4, 0), 1);
-        norvel_diag_cmd_send_without_result_wait();
-      }),
-      "norvel daig is created, conf = 11, diag_work_mode = 0\n"));
+  EXPECT_TRUE(contains(send_by_worker(false, 4, 1),
+                       "norvel daig is created, conf = 11, diag_work_mode = 0\n"));
   EXPECT_TRUE(contains(
       printed_by([&] { norvel_diag_cmd_send_without_result_by_dci_mode_thread_proc(nullptr); }),
       "param is null\n"));
@@ -317,14 +318,11 @@ TEST_F(diag_channel, watcher_takes_a_tick_of_100_ms_at_a_time_and_gives_up_after
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.time_out);
-    bytes reply(16);
-    int reply_len = 16;
-    const auto printed =
-        printed_by([&] { EXPECT_EQ(send(row.by_dci, row.time_out, reply, reply_len), 1); });
-    threads.wait_for_none();
+    const auto got = send(row.by_dci, row.time_out);
+    EXPECT_EQ(got.result, 1);
     EXPECT_EQ(take_pauses(), std::vector<std::chrono::milliseconds>(row.ticks, 100ms));
-    EXPECT_TRUE(contains(printed, row.printed)) << printed;
-    EXPECT_TRUE(contains(printed, "cnt_of_100ms = " + std::to_string(row.ticks) + "\n"));
+    EXPECT_TRUE(contains(got.printed, row.printed)) << got.printed;
+    EXPECT_TRUE(contains(got.printed, "cnt_of_100ms = " + std::to_string(row.ticks) + "\n"));
   }
   // Full pieces say nothing of the end: there may be more until the time is over.
   for (const int pieces : {1, 2}) {
@@ -333,21 +331,16 @@ TEST_F(diag_channel, watcher_takes_a_tick_of_100_ms_at_a_time_and_gives_up_after
       bytes piece(4096, 0x4B);
       if (++ticks <= pieces) norvel_diag_cmd_response_by_dci(piece.data(), 4096, nullptr);
     });
-    bytes reply(10240);
-    int reply_len = 10240;
-    const auto printed = printed_by([&] { EXPECT_EQ(send(true, 300, reply, reply_len), 0); });
-    threads.wait_for_none();
-    EXPECT_TRUE(contains(printed, "stop waiting, receive success, length is times of 4096\n"));
-    EXPECT_EQ(reply_len, 4096 * pieces);
+    const auto got = send(true, 300);
+    EXPECT_EQ(got.result, 0);
+    EXPECT_TRUE(contains(got.printed, "stop waiting, receive success, length is times of 4096\n"));
+    EXPECT_EQ(got.reply_len, 4096 * pieces);
     EXPECT_EQ(take_pauses().size(), 3U);
   }
   during_pauses({});
   // A worker gives the response that it drops some time to come.
   for (const bool by_dci : {false, true}) {
-    printed_by([&] {
-      EXPECT_EQ(norvel_diag_cmd_send_without_result_start_thread(request.data(), 4, by_dci), 0);
-      norvel_diag_cmd_send_without_result_wait();
-    });
+    send_by_worker(by_dci);
     EXPECT_EQ(take_pauses(), std::vector{by_dci ? 1000ms : 200ms});
   }
 }
@@ -390,18 +383,11 @@ TEST_F(diag_channel, response_after_in_and_before_the_instant_of_the_time_out) {
       if (comes != after) may_respond.reach(round);
       if (comes == before) over.await(round);
     });
-    bytes reply(10240);
-    int reply_len = 10240;
-    int result = 0;
-    printed_by([&] {
-      result = send(false, 100, reply, reply_len);
-      over.reach(round);
-      threads.wait_for_none();
-    });
+    const auto got = send(false, 100, 10240, [&] { over.reach(round); });
     if (comes != instant) {
-      ASSERT_EQ(result, comes == before ? 0 : 1) << round;
+      ASSERT_EQ(got.result, comes == before ? 0 : 1) << round;
     }
-    ASSERT_TRUE(reply_len == 0 || reply_len == 100 || reply_len == 4096);
+    ASSERT_TRUE(got.reply_len == 0 || got.reply_len == 100 || got.reply_len == 4096);
     if (comes == after) continue;
     for (auto& each : responders) each.join();
     responders.clear();
