@@ -4,6 +4,7 @@
 //
 // Two answers end the process by design and are kept away: a common message with more than 500
 // bytes to print, and a counter in a file that cannot be incremented.
+#include <fuzzer/FuzzedDataProvider.h>
 #include <stdlib.h>
 
 #include <algorithm>
@@ -11,8 +12,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <cstring>
-#include <span>
+#include <map>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -39,33 +40,18 @@ namespace {
 
 using namespace support;
 
-/// The input, taken from its front.
-class script {
- public:
-  explicit script(std::span<const std::uint8_t> input) : rest_(input) {}
+/// The one that runs: the modem takes its answers from it.
+std::optional<FuzzedDataProvider> g_input;
 
-  [[nodiscard]] bool is_over() const { return rest_.empty(); }
-  /// 0 past the end.
-  std::uint8_t byte() {
-    const auto taken = bytes_of(1);
-    return taken.empty() ? std::uint8_t{0} : taken.front();
-  }
-  std::uint16_t word() {
-    const unsigned low = byte();
-    return static_cast<std::uint16_t>(low | unsigned{byte()} << 8);
-  }
-  /// As many as there are.
-  std::span<const std::uint8_t> bytes_of(std::size_t count) {
-    const auto taken = rest_.first(std::min(count, rest_.size()));
-    rest_ = rest_.subspan(taken.size());
-    return taken;
-  }
-
- private:
-  std::span<const std::uint8_t> rest_;
-};
-
-script g_script{{}};
+bool input_is_over() {
+  return g_input->remaining_bytes() == 0;
+}
+std::uint8_t next_byte() {
+  return g_input->ConsumeIntegral<std::uint8_t>();
+}
+std::uint16_t next_word() {
+  return g_input->ConsumeIntegral<std::uint16_t>();
+}
 
 /// The services of the modem, each at the port of its number here.
 enum service_port : std::uint32_t { extension, uim, sar, pdc, statistics };
@@ -153,13 +139,12 @@ bytes good_answer(std::uint32_t port, std::uint16_t id, const bytes& request) {
   });
   if (row == good_messages.end()) __builtin_trap();
   bytes answer = hex(row->tlvs);
-  constexpr std::size_t entry = 11;    // of a statistics record
   constexpr std::size_t payload = 17;  // of an extension message
   if (port == statistics && id == vendor_stats_get_v01) {
-    vendor_stats_get_req_v01 asked;
-    std::memcpy(&asked, request.data(), sizeof asked);
-    std::memcpy(&answer.at(entry), &asked.sub, sizeof asked.sub);
-    std::memcpy(&answer.at(entry + 4), asked.ids, sizeof asked.ids[0]);
+    constexpr std::size_t entry = 11;
+    constexpr std::size_t ids = offsetof(vendor_stats_get_req_v01, ids);
+    std::copy_n(request.begin(), 2, answer.begin() + entry);  // sub
+    std::copy_n(request.begin() + ids, 4, answer.begin() + entry + 4);
   }
   if (port == extension) {
     // A chunk of a file of 356 bytes; as many bytes of a common message.
@@ -175,14 +160,14 @@ bytes good_answer(std::uint32_t port, std::uint16_t id, const bytes& request) {
 
 /// Bytes anywhere get other values; the end may be cut off.
 void change(bytes& what) {
-  const unsigned changes = g_script.byte();
+  const unsigned changes = next_byte();
   for (unsigned left = changes % 16; left > 0; --left) {
     // Most lengths and counts stand in front.
-    std::size_t at = g_script.byte();
-    if (at >= 0xC0) at = g_script.word();
-    what.at(at % what.size()) = g_script.byte();
+    std::size_t at = next_byte();
+    if (at >= 0xC0) at = next_word();
+    what.at(at % what.size()) = next_byte();
   }
-  if (changes >= 0x80) what.resize(g_script.word() % what.size());
+  if (changes >= 0x80) what.resize(next_word() % what.size());
 }
 
 /// Replaces the TLVs, unless there is too much of something.
@@ -206,18 +191,17 @@ void change_fields(std::uint32_t port, qmi_idl_type_of_message kind, std::uint16
 }
 
 bytes any_bytes() {
-  const auto taken = g_script.bytes_of(g_script.byte());
-  return {taken.begin(), taken.end()};
+  return g_input->ConsumeBytes<std::uint8_t>(next_byte());
 }
 
 /// A known indication with changes, or any bytes of any message id.
 datagram any_indication() {
-  const auto& row = good_messages.at(g_script.byte() % good_messages.size());
-  const unsigned manner = g_script.byte();
+  const auto& row = good_messages.at(next_byte() % good_messages.size());
+  const unsigned manner = next_byte();
   std::uint16_t id = row.id;
   bytes tlvs;
   if (row.kind != QMI_IDL_INDICATION || manner % 4 == 0) {
-    if (manner >= 0x80) id = g_script.word();
+    if (manner >= 0x80) id = next_word();
     tlvs = any_bytes();
   } else {
     tlvs = hex(row.tlvs);
@@ -230,26 +214,19 @@ datagram any_indication() {
 
 /// Keeps away what ends the process by design.
 void avoid_documented_ends(const bytes& request, bytes& tlvs) {
-  norvel_extend_qmi_msg_v01 answer;
-  bytes fields(sizeof answer);
-  if (idl::decode(services[extension], QMI_IDL_RESPONSE, norvel_extend_qmi_request_v01, tlvs,
-                  fields) != QMI_NO_ERR) {
-    return;
-  }
-  std::memcpy(&answer, fields.data(), sizeof answer);
-  constexpr std::size_t printed_length = 12;
-  constexpr std::size_t counter = offsetof(nvefs_response, data);
-  const bytes highest = hex("ff*4");
+  constexpr auto id = norvel_extend_qmi_request_v01;
+  constexpr std::size_t payload = offsetof(norvel_extend_qmi_msg_v01, data);
+  constexpr std::size_t printed_length = payload + 12;
+  constexpr std::size_t counter = payload + offsetof(nvefs_response, data);
+  bytes fields(sizeof(norvel_extend_qmi_msg_v01));
+  if (idl::decode(services[extension], QMI_IDL_RESPONSE, id, tlvs, fields) != QMI_NO_ERR) return;
   if (request.front() == norvel_common::request_type) {
-    std::uint32_t length = 0;
-    std::memcpy(&length, answer.data + printed_length, sizeof length);
-    length = std::min(length, std::uint32_t{500});
-    std::memcpy(answer.data + printed_length, &length, sizeof length);
-  } else if (std::memcmp(answer.data + counter, highest.data(), highest.size()) == 0) {
-    answer.data[counter] = 0;
+    const auto length = u32(std::min(u32_at(fields, printed_length), std::uint32_t{500}));
+    std::ranges::copy(length, fields.begin() + printed_length);
+  } else if (u32_at(fields, counter) == 0xFFFFFFFF) {
+    fields.at(counter) = 0;
   }
-  std::memcpy(fields.data(), &answer, sizeof answer);
-  encode(services[extension], QMI_IDL_RESPONSE, norvel_extend_qmi_request_v01, fields, tlvs);
+  encode(services[extension], QMI_IDL_RESPONSE, id, fields, tlvs);
 }
 
 enum class fate : std::uint8_t {
@@ -280,8 +257,8 @@ std::vector<datagram> next_answers(const datagram& asked) {
     ++sent.back().data.at(3);
     return sent;
   };
-  while (!g_script.is_over()) {
-    const auto what = static_cast<fate>(g_script.byte() % static_cast<unsigned>(fate::count));
+  while (!input_is_over()) {
+    const auto what = static_cast<fate>(next_byte() % static_cast<unsigned>(fate::count));
     bytes answer = what == fate::any_bytes ? any_bytes() : good_answer(asked.port, id, request);
     switch (what) {
       case fate::changed_bytes:
@@ -318,60 +295,39 @@ extern "C" void vsyslog(int /*priority*/, const char* /*format*/, va_list /*args
 
 namespace {
 
-struct command {
-  int (*run)(int argc, char** argv);
-  const char* line;
+constexpr std::array commands = {
+    "3 0 1 2",  "3 1",     "3 2",    "4 1 0 10", "4 2 0 10 1 2", "4 4 0 /a", "5 1",
+    "5 5",      "5 6",     "5 8",    "5 10 1 0", "5 10 2 1",     "5 10 3 1", "5 10 4 1",
+    "5 10 5 1", "6 2 1 2", "7 2 0",  "7 2 15",   "9 0 0",        "9 7 1",    "9 8 0",
+    "9 9 1",    "9 10 0",  "9 20 0", "9 21 0",   "9 30 1",
 };
-constexpr auto commands = std::to_array<command>({
-    {norvel_test_rf_do, "tvk 3 0 1 2"},
-    {norvel_test_rf_do, "tvk 3 1"},
-    {norvel_test_rf_do, "tvk 3 2"},
-    {norvel_test_nvefs_do, "tvk 4 1 0 10"},
-    {norvel_test_nvefs_do, "tvk 4 2 0 10 1 2"},
-    {norvel_test_nvefs_do, "tvk 4 4 0 /a"},
-    {norvel_test_cmn_do, "tvk 5 1"},
-    {norvel_test_cmn_do, "tvk 5 5"},
-    {norvel_test_cmn_do, "tvk 5 6"},
-    {norvel_test_cmn_do, "tvk 5 8"},
-    {norvel_test_cmn_do, "tvk 5 10 1 0"},
-    {norvel_test_cmn_do, "tvk 5 10 2 1"},
-    {norvel_test_cmn_do, "tvk 5 10 3 1"},
-    {norvel_test_cmn_do, "tvk 5 10 4 1"},
-    {norvel_test_cmn_do, "tvk 5 10 5 1"},
-    {norvel_test_qmi_send_data_do, "tvk 6 2 1 2"},
-    {norvel_test_modem_stats_do, "tvk 7 2 0"},
-    {norvel_test_modem_stats_do, "tvk 7 2 15"},
-    {norvel_test_qmi_modem_stats_do, "tvk 9 0 0"},
-    {norvel_test_qmi_modem_stats_do, "tvk 9 7 1"},
-    {norvel_test_qmi_modem_stats_do, "tvk 9 8 0"},
-    {norvel_test_qmi_modem_stats_do, "tvk 9 9 1"},
-    {norvel_test_qmi_modem_stats_do, "tvk 9 10 0"},
-    {norvel_test_qmi_modem_stats_do, "tvk 9 20 0"},
-    {norvel_test_qmi_modem_stats_do, "tvk 9 21 0"},
-    {norvel_test_qmi_modem_stats_do, "tvk 9 30 1"},
-});
 
-void run(const command& what) {
-  std::istringstream line(what.line);
+void run(const std::string& command) {
+  static const std::map<char, int (*)(int argc, char** argv)> groups = {
+      {'3', norvel_test_rf_do},          {'4', norvel_test_nvefs_do},
+      {'5', norvel_test_cmn_do},         {'6', norvel_test_qmi_send_data_do},
+      {'7', norvel_test_modem_stats_do}, {'9', norvel_test_qmi_modem_stats_do},
+  };
+  std::istringstream line("tvk " + command);
   std::vector<std::string> words;
   for (std::string word; line >> word;) words.push_back(word);
   std::vector<char*> argv;
   for (auto& word : words) argv.push_back(word.data());
   argv.push_back(nullptr);
-  what.run(static_cast<int>(words.size()), argv.data());
+  groups.at(command.front())(static_cast<int>(words.size()), argv.data());
 }
 
 constexpr char path[] = "/nv/item_files/a";
 
 void read_file() {
-  bytes room(1 + g_script.word());
+  bytes room(1 + next_word());
   auto length = static_cast<unsigned>(room.size());
   const int error = norvel_efs_read(0, path, sizeof path - 1, room.data(), &length);
   if (error == 0 && length > room.size()) __builtin_trap();
 }
 
 void write_file() {
-  const bytes content(1 + g_script.word());
+  const bytes content(1 + next_word());
   norvel_efs_write(1, path, sizeof path - 1, content.data(), static_cast<unsigned>(content.size()));
 }
 
@@ -382,14 +338,14 @@ void indicate_configurations() {
   pdc_config_info info{};
   pdc_selected_config selected{};
   pdc_init();
-  const unsigned waits = g_script.byte();
+  const unsigned waits = next_byte();
   if ((waits & 1) != 0) g_pdc_info.list_configs.is_pdc_list_handling = 1;
   if ((waits & 2) != 0) g_pdc_info.list_configs.config_list_holder = &list;
   if ((waits & 4) != 0) g_pdc_info.list_configs.num_of_configs = &count;
   if ((waits & 8) != 0) g_pdc_info.get_config_info.holder = &info;
   if ((waits & 16) != 0) g_pdc_info.get_selected_config.holder = &selected;
   // Each request brings the indications that the input has for it.
-  while (!g_script.is_over()) {
+  while (!input_is_over()) {
     pdc_register_req_v01 request{};
     pdc_resp_v01 response{};
     qmi_client_send_msg_sync(pdc_client_handle(), pdc_register_v01, &request, sizeof request,
@@ -414,10 +370,10 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   modem().forget_requests();
-  g_script = script({data, size});
+  g_input.emplace(data, size);
   quiet_notes = 0;
   g_qmi_modem_stats.number = 0;
-  const std::size_t which = g_script.byte() % (commands.size() + functions.size());
+  const std::size_t which = next_byte() % (commands.size() + functions.size());
   if (which < commands.size()) {
     run(commands.at(which));
   } else {

@@ -257,6 +257,7 @@ TEST(diag_library, answer_that_nobody_wants_any_more_is_dropped) {
   dci_client leaver;
   bytes room(16);
   EXPECT_EQ(leaver.ask(hex("1E"), room), DIAG_DCI_NO_ERROR);
+  ASSERT_TRUE(eventually([&] { return port.requests().size() == 1; }));
   EXPECT_EQ(diag_release_dci_client(&leaver.id), DIAG_DCI_NO_ERROR);
   port.on_request([&](const bytes& request) {
     port.write(diag_frame(hex("1E")) + diag_frame(request) + diag_frame(log_packet));
