@@ -184,6 +184,7 @@ TEST(diag_library, oldest_of_33_requests_without_an_answer_is_given_up) {
     all_answers = all_answers + diag_frame(request);
     if (i > 0) expected.push_back(request);
   }
+  ASSERT_TRUE(eventually([&] { return port.requests().size() == 33; }));
   // One that is answered in two parts, the first with the id of what is to follow.
   const bytes first_part = hex("80 12 0100 00000000 0500 0000");
   const bytes last_part = hex("80 12 0100 00000000 0500 0100");
