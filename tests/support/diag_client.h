@@ -14,7 +14,7 @@ class diag_client : public open_socket {
  public:
   /// Takes over an open stream.
   explicit diag_client(int stream) : open_socket(stream) {}
-  explicit diag_client(const std::string& path) : open_socket(connected_to(path, SOCK_STREAM)) {}
+  explicit diag_client(const std::string& path) : open_socket(connected(path, SOCK_STREAM)) {}
 
   void send_raw(const bytes& frame) const {
     if (::write(descriptor_, frame.data(), frame.size()) != static_cast<ssize_t>(frame.size())) {

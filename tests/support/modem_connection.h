@@ -66,7 +66,7 @@ inline bytes echo_answer(const char* transaction = "0100") {
 class modem_connection : public open_socket {
  public:
   explicit modem_connection(const std::string& path)
-      : open_socket(connected_to(path, SOCK_SEQPACKET)) {}
+      : open_socket(connected(path, SOCK_SEQPACKET)) {}
 
   [[nodiscard]] bool send(const bytes& packet) const {
     return ::send(descriptor_, packet.data(), packet.size(), MSG_NOSIGNAL) ==

@@ -31,13 +31,18 @@ int socket_at(const std::string& path, int type, Attach attach) {
   return made;
 }
 
-inline int connected_to(const std::string& path, int type) {
+inline int connected(const std::string& path, int type) {
   return socket_at(path, type, ::connect);
 }
 inline int listening_at(const std::string& path, int type) {
   const int made = socket_at(path, type, ::bind);
   if (::listen(made, 64) != 0) throw std::runtime_error("listen");
   return made;
+}
+
+inline bool readable(int descriptor, std::chrono::milliseconds limit) {
+  pollfd one{descriptor, POLLIN, 0};
+  return ::poll(&one, 1, static_cast<int>(limit.count())) == 1;
 }
 
 class open_socket {
@@ -48,8 +53,7 @@ class open_socket {
   ~open_socket() { ::close(descriptor_); }
 
   [[nodiscard]] bool readable(std::chrono::milliseconds limit) const {
-    pollfd one{descriptor_, POLLIN, 0};
-    return ::poll(&one, 1, static_cast<int>(limit.count())) == 1;
+    return support::readable(descriptor_, limit);
   }
 
  protected:
