@@ -29,17 +29,19 @@ std::vector<datagram> echo(const datagram& request) {
   return {{request.node, request.port, qmi_response(request.data, tlvs)}};
 }
 
+const std::string none_yet =
+    "NORVEL_QMI_NV: qmi_client_get_service_list() returned -2 num_services = 0\n";
+
 TEST(transport, service_that_comes_later_is_waited_for) {
   hand_modem modem(std::vector<qmi_server>{});
   modem.on_request(echo);
   const auto console = start_console(modem.endpoint(), command);
-  const std::string none = "NORVEL_QMI_NV: qmi_client_get_service_list() returned -2 ";
-  EXPECT_TRUE(console->wait_for_output_text(none + "num_services = 0\n"));
+  EXPECT_TRUE(console->wait_for_output_text(none_yet));
   EXPECT_TRUE(console->wait_for_error_text("until it comes\n"));
   modem.publish({});
   const auto got = console->wait();
   EXPECT_TRUE(got.output.starts_with("nl_qmi req data(qmi_id: 0, len: 1[max: 500]):\n0x01 \n" +
-                                     none + "num_services = 0\n" + client_made))
+                                     none_yet + client_made))
       << got.output;
   EXPECT_TRUE(contains(got.output, "\nqmi_id = 0, result = 0\n")) << got.output;
 }
@@ -243,11 +245,18 @@ TEST(transport, no_socket_takes_the_place_of_a_closed_standard_descriptor) {
       {"<&-", true}, {">&-", false}, {"2>&-", true}, {"<&- >&- 2>&-", false}};
   for (const auto& [closed, prints] : rows) {
     SCOPED_TRACE(closed);
-    hand_modem modem;
+    hand_modem modem(std::vector<qmi_server>{});
     modem.on_request(echo);
-    const auto got = run("sh", {"-c", "exec \"$0\" 6 0 0x1f 255 0x100 " + closed, TVK_PROGRAM},
-                         {{"TVK_MODEM", modem.endpoint()}});
-    EXPECT_EQ(got.output, prints ? up_to_the_exchange + client_made + success : "");
+    background_process console("sh",
+                               {"-c", "exec \"$0\" 6 0 0x1f 255 0x100 " + closed, TVK_PROGRAM},
+                               {{"TVK_MODEM", modem.endpoint()}});
+    // Meanwhile it says on standard error what it waits for.
+    if (prints) {
+      EXPECT_TRUE(console.wait_for_output_text(none_yet));
+    }
+    modem.publish({});
+    const auto got = console.wait();
+    EXPECT_EQ(got.output, prints ? up_to_the_exchange + none_yet + client_made + success : "");
     EXPECT_EQ(got.exit_status, 0);
     EXPECT_EQ(modem.requests().size(), 1U) << "and nothing that was printed";
   }

@@ -135,6 +135,7 @@ TEST(diag_library, port_that_cannot_be_opened_is_named) {
       {"tcp:localhost:", "PORT is missing"},
       {"tcp:127.0.0.1:0", "not a numeric address (or localhost) and a port number"},
       {"tcp:localhost:1", "Connection refused"},
+      {"tcp:[127.0.0.1]:1", "Connection refused"},
       {"usb:1", "no such kind of port"},
   };
   for (const auto& [endpoint, error] : rows) {
