@@ -1,4 +1,4 @@
-// `tvk 6` and other commands at the modem socket: a modem that comes later, what is no modem, and
+// `tvk 6` and other commands at the modem socket: a modem that comes later, endpoints that are not modems, and
 // the bytes of an exchange with one.
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -134,7 +134,7 @@ TEST(transport, what_is_printed_before_a_wait_is_seen_during_it) {
 }
 
 // The command ends by itself, with one line on standard error that names the endpoint.
-TEST(transport, endpoint_that_is_no_modem_is_refused) {
+TEST(transport, endpoint_that_is_not_a_modem_is_refused) {
   start_programs_without_superuser_rights();
   const temp_dir dir;
   const auto at = [&](const char* name) { return "unix:" + dir.file(name); };

@@ -22,7 +22,7 @@ constexpr std::size_t control_size = 20;
 
 void send_packet(int socket, const datagram& message) {
   const bytes packet = u32(message.node) + u32(message.port) + message.data;
-  // The far end may just have left: what it would have made of this no longer matters.
+  // The far end may just have left; then nothing is lost.
   (void)::send(socket, packet.data(), packet.size(), MSG_NOSIGNAL);
 }
 

@@ -1,5 +1,5 @@
-// What a call prints, and log lines without what nobody promises: the source line numbers, and the
-// values of UIM client handles.
+// What a call prints, and log lines without what may change: the source line numbers, and the values
+// of UIM client handles.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -23,7 +23,7 @@ inline const std::string client_made =
     "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_entries = 1 num_services = 1\n"
     "QMI client inited\n";
 
-/// The handle behind each of the words that a line has before one, as "#".
+/// A handle that follows one of these words, as "#".
 inline std::string without_handles(std::string text) {
   for (const std::string before : {"uim_qmi_client ", "qmi_client_release "}) {
     for (auto at = text.find(before); at != std::string::npos; at = text.find(before, at)) {

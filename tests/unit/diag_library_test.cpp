@@ -153,7 +153,7 @@ TEST(diag_library, host_without_a_thread_is_an_error_and_named) {
   setenv("TVK_DIAG", port.endpoint().c_str(), 1);
   no_more_threads();
   testing::internal::CaptureStderr();
-  EXPECT_EQ(Diag_LSM_Init(nullptr), 0) << "nobody would read";
+  EXPECT_EQ(Diag_LSM_Init(nullptr), 0) << "without a thread nothing would be read";
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "tvk: cannot start a thread: Resource temporarily unavailable\n");
 }
@@ -252,7 +252,7 @@ TEST(diag_library, dci_client_gets_pieces_streams_and_signals_with_a_handler) {
   Diag_LSM_DeInit();
 }
 
-TEST(diag_library, answer_that_nobody_wants_any_more_is_dropped) {
+TEST(diag_library, answer_to_a_client_that_has_gone_or_in_another_mode_is_dropped) {
   hand_diag port;
   open_library(port, DIAG_USB_MODE);
   const dci_client listener;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -53,15 +54,13 @@ const message config_list{pdc, QMI_IDL_INDICATION, pdc_list_configs_v01};
 const message empty_message{nas_get_service_object_internal_v01(1, 1, 6), QMI_IDL_REQUEST,
                             services::reserved_message_id};
 
-/// The C structure with these bytes at these offsets, the rest 0.
-struct field {
-  std::size_t offset;
-  const char* value;
-};
-bytes structure(std::size_t size, const std::vector<field>& fields) {
+/// The C structure with these bytes at these offsets, the rest 0: "0:05000000 8:01".
+bytes structure(std::size_t size, const std::string& text) {
   bytes out(size);
-  for (const auto& [offset, value] : fields) {
-    std::ranges::copy(hex(value), out.begin() + static_cast<std::ptrdiff_t>(offset));
+  std::istringstream in(text);
+  for (std::string field; in >> field;) {
+    const auto colon = field.find(':');
+    std::ranges::copy(hex(field.substr(colon + 1)), out.begin() + std::stol(field));
   }
   return out;
 }
@@ -94,58 +93,39 @@ encoded encode(const message& what, const bytes& c_struct, std::size_t room = 40
 const struct {
   const char* name;
   message what;
-  std::vector<field> fields;
+  const char* fields;
   const char* wire;
 } examples[] = {
-    {"extension",
-     extension_request,
-     {{0, "05000000"}, {4, "03000000"}, {8, "01"}, {9, "1fff00"}, {520, "77"}},
+    {"extension", extension_request, "0:05000000 4:03000000 8:01 9:1fff00 520:77",
      "01 0400 05000000  02 0400 03000000  10 0002 1fff00 00*508 77"},
-    {"statistics request",
-     stats_request,
-     {{0, "0100"}, {2, "0100"}, {4, "01000000"}, {8, "52000000"}},
+    {"statistics request", stats_request, "0:0100 2:0100 4:01000000 8:52000000",
      "01 0200 0100  02 0200 0100  03 0500 01 52000000"},
-    {"statistics response",
-     stats_response,
-     {{8, "01"},
-      {12, "02000000"},
-      {16, "0100 0200 52000000 03000000 aabbcc"},
-      {728, "0000 ffff 53000000"}},
+    {"statistics response", stats_response,
+     "8:01 12:02000000 16:010002005200000003000000aabbcc 728:0000ffff53000000",
      "02 0400 0000 0000  10 1800 02  0100 0200 52000000 0300 aabbcc  0000 ffff 53000000 0000"},
     {"1-byte enumeration, negative",
      {uim, QMI_IDL_REQUEST, uim_power_down_v01},
-     {{0, "feffffff"}},
+     "0:feffffff",
      "01 0100 fe"},
-    {"power on",
-     power_on,
-     {{0, "02000000 01 01 01 00 00000000"}},
-     "01 0100 02  10 0100 01  11 0100 00"},
-    {"send APDU",
-     send_apdu,
-     {{0, "01000000"}, {4, "05000000"}, {8, "00a4000402"}, {1032, "01 02 01"}, {1036, "01000000"}},
+    {"power on", power_on, "0:020000000101010000000000", "01 0100 02  10 0100 01  11 0100 00"},
+    {"send APDU", send_apdu, "0:01000000 4:05000000 8:00a4000402 1032:010201 1036:01000000",
      "01 0100 01  02 0700 0500 00a4000402  10 0100 02  11 0100 01"},
     {"open channel",
      {uim, QMI_IDL_RESPONSE, uim_open_logical_channel_v01},
-     {{8, "01 03 01 90 00 01"}, {16, "02000000"}, {20, "6f00"}},
+     "8:010301900001 16:02000000 20:6f00",
      "02 0400 0000 0000  10 0100 03  11 0200 9000  12 0300 02 6f00"},
-    {"configuration list",
-     config_list,
-     {{4, "01"},
-      {8, "78563412"},
-      {12, "01"},
-      {16, "02000000"},
-      {20, "01000000 02000000 aabb"},
-      {3320, "01 01"}},
+    {"configuration list", config_list,
+     "4:01 8:78563412 12:01 16:02000000 20:0100000002000000aabb 3320:0101",
      "01 0200 0000  10 0400 78563412  11 0d00 02 01000000 02 aabb 00000000 00  e0 0100 01"},
     {"2-byte enumeration, negative",
      {pdc, QMI_IDL_INDICATION, pdc_delete_config_v01},
-     {{0, "feffffff"}},
+     "0:feffffff",
      "01 0200 feff"},
     {"8-byte integer",
      {&own_service, QMI_IDL_REQUEST, 1},
-     {{0, "0102030405060708"}},
+     "0:0102030405060708",
      "01 0800 0102030405060708"},
-    {"empty message", empty_message, {}, ""},
+    {"empty message", empty_message, "", ""},
 };
 
 TEST(idl_codec, examples_encode_to_these_bytes_and_decode_to_these_structures) {
@@ -172,12 +152,12 @@ TEST(idl_codec, encoder_refuses_these_structures) {
   } rows[] = {
       {"smaller than the table's", stats_request, bytes(47), -41},
       {"empty", stats_request, {}, -41},
-      {"2^32-1 of 10", stats_request, structure(48, {{4, "ffffffff"}}), -42},
-      {"11 of 10 entries, not valid", stats_response, structure(7136, {{12, "0b000000"}}), 0},
+      {"2^32-1 of 10", stats_request, structure(48, "4:ffffffff"), -42},
+      {"11 of 10 entries, not valid", stats_response, structure(7136, "12:0b000000"), 0},
       {"701 of 700 bytes in the second entry", stats_response,
-       structure(7136, {{8, "01"}, {12, "02000000"}, {736, "bd020000"}}), -42},
+       structure(7136, "8:01 12:02000000 736:bd020000"), -42},
       {"125 of 124 bytes in an entry", config_list,
-       structure(3324, {{12, "01"}, {16, "01000000"}, {24, "7d000000"}}), -42},
+       structure(3324, "12:01 16:01000000 24:7d000000"), -42},
   };
   for (const auto& row : rows) {
     EXPECT_EQ(encode(row.what, row.c_struct).result, row.result) << row.name;

@@ -1,4 +1,4 @@
-// The file behind the system properties, and processes that write it at once.
+// The file of the system properties, and processes that write it at the same time.
 #include "platform/properties.h"
 
 #include <gtest/gtest.h>
