@@ -1,5 +1,5 @@
-// `tvk 6` and other commands at the modem socket: a modem that comes later, endpoints that are not modems, and
-// the bytes of an exchange with one.
+// `tvk 6` and other commands at the modem socket: a modem that comes later, endpoints that are not
+// modems, and the bytes of an exchange.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>

@@ -1,5 +1,5 @@
-// What a call prints, and log lines without what may change: the source line numbers, and the values
-// of UIM client handles.
+// What a call prints, and log lines without what may change: the source line numbers, and the
+// values of UIM client handles.
 #pragma once
 
 #include <gtest/gtest.h>
