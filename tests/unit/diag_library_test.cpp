@@ -168,9 +168,10 @@ TEST(diag_library, port_that_goes_takes_its_requests_and_half_a_frame_with_it) {
   EXPECT_TRUE(send(hex("1D")));
   ASSERT_TRUE(eventually([] { return !modem_is_up(); }));
   port.on_request(
-      [&](const bytes& request) { port.write(diag_frame(hex("1D")) + diag_frame(request)); });
+      [&](const bytes& request) { port.write(diag_frame(request) + diag_frame(hex("1D"))); });
   EXPECT_TRUE(send(hex("1C")));
-  EXPECT_EQ(answers.take(1), std::vector<bytes>{hex("1C")});
+  EXPECT_TRUE(send(hex("1E")));
+  EXPECT_EQ(answers.take(2), (std::vector<bytes>{hex("1C"), hex("1E")}));
   Diag_LSM_DeInit();
 }
 
