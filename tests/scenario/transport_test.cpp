@@ -245,18 +245,11 @@ TEST(transport, no_socket_takes_the_place_of_a_closed_standard_descriptor) {
       {"<&-", true}, {">&-", false}, {"2>&-", true}, {"<&- >&- 2>&-", false}};
   for (const auto& [closed, prints] : rows) {
     SCOPED_TRACE(closed);
-    hand_modem modem(std::vector<qmi_server>{});
+    hand_modem modem;
     modem.on_request(echo);
-    background_process console("sh",
-                               {"-c", "exec \"$0\" 6 0 0x1f 255 0x100 " + closed, TVK_PROGRAM},
-                               {{"TVK_MODEM", modem.endpoint()}});
-    // Meanwhile it says on standard error what it waits for.
-    if (prints) {
-      EXPECT_TRUE(console.wait_for_output_text(none_yet));
-    }
-    modem.publish({});
-    const auto got = console.wait();
-    EXPECT_EQ(got.output, prints ? up_to_the_exchange + none_yet + client_made + success : "");
+    const auto got = run("sh", {"-c", "exec \"$0\" 6 0 0x1f 255 0x100 " + closed, TVK_PROGRAM},
+                         {{"TVK_MODEM", modem.endpoint()}});
+    EXPECT_EQ(got.output, prints ? up_to_the_exchange + client_made + success : "");
     EXPECT_EQ(got.exit_status, 0);
     EXPECT_EQ(modem.requests().size(), 1U) << "and nothing that was printed";
   }
