@@ -1,10 +1,8 @@
-// `tvk 6 0 1` against a modem that comes later, and against what is no modem.
+// `tvk 6` and other commands at the modem socket: a modem that comes later, endpoints that are not
+// modems, and the bytes of an exchange.
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <fstream>
@@ -17,38 +15,35 @@
 #include "support/no_superuser.h"
 #include "support/printed.h"
 #include "support/simulated_modem.h"
+#include "support/sockets.h"
 #include "support/temp_dir.h"
 
 namespace {
 
-using support::simulated_modem;
+using namespace support;
 
 const std::vector<std::string> command = {"6", "0", "1"};
-const std::vector<std::string> serve = {"serve", "--state", "/nowhere"};
 
-bool contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
+std::vector<datagram> echo(const datagram& request) {
+  const auto tlvs = hex("01 0400 00000000  02 0400 03000000  10 0002 aabbcc") + fill(509);
+  return {{request.node, request.port, qmi_response(request.data, tlvs)}};
 }
 
+const std::string none_yet =
+    "NORVEL_QMI_NV: qmi_client_get_service_list() returned -2 num_services = 0\n";
+
 TEST(transport, service_that_comes_later_is_waited_for) {
-  support::hand_modem modem(std::vector<support::qmi_server>{});
-  modem.answer_with_tlvs(support::hex("01 0400 00000000  02 0400 03000000"));
-  const auto console = support::start_console(modem.endpoint(), command);
-  const std::string none = "NORVEL_QMI_NV: qmi_client_get_service_list() returned -2 ";
-  EXPECT_TRUE(console->wait_for_output_text(none + "num_services = 0\n"));
+  hand_modem modem(std::vector<qmi_server>{});
+  modem.on_request(echo);
+  const auto console = start_console(modem.endpoint(), command);
+  EXPECT_TRUE(console->wait_for_output_text(none_yet));
   EXPECT_TRUE(console->wait_for_error_text("until it comes\n"));
   modem.publish({});
   const auto got = console->wait();
-  EXPECT_EQ(got.output,
-            "nl_qmi req data(qmi_id: 0, len: 1[max: 500]):\n"
-            "0x01 \n" +
-                none + "num_services = 0\n" + support::client_made +
-                "norvel_extend_qmi_send_sync resp_len:0\n"
-                "norvel_extend_qmi_handle_req_cb result:0\n"
-                "qmi_id = 0, result = 0\n"
-                "nl_qmi rsp data(qmi_id: 0, len: 0[max: 500]):\n"
-                "\n");
-  EXPECT_EQ(got.exit_status, 0);
+  EXPECT_TRUE(got.output.starts_with("nl_qmi req data(qmi_id: 0, len: 1[max: 500]):\n0x01 \n" +
+                                     none_yet + client_made))
+      << got.output;
+  EXPECT_TRUE(contains(got.output, "\nqmi_id = 0, result = 0\n")) << got.output;
 }
 
 TEST(transport, modem_that_starts_later_is_named_once_and_waited_for) {
@@ -57,7 +52,7 @@ TEST(transport, modem_that_starts_later_is_named_once_and_waited_for) {
     simulated_modem modem(
         {}, left_a_socket ? simulated_modem::begin::at_once : simulated_modem::begin::later);
     if (left_a_socket) modem.kill();
-    const auto console = support::start_console(modem.endpoint(), command);
+    const auto console = start_console(modem.endpoint(), command);
     ASSERT_TRUE(console->wait_for_error_text(modem.socket()));
     modem.start();
     const auto got = console->wait();
@@ -88,7 +83,7 @@ TEST(transport, wait_names_service_endpoint_and_limit_once) {
   };
   const simulated_modem modem({}, simulated_modem::begin::later);
   for (const auto& row : rows) {
-    const auto console = support::start_console(modem.endpoint(), row.arguments);
+    const auto console = start_console(modem.endpoint(), row.arguments);
     const std::string line = std::string("tvk: waiting for ") + row.waits + " at " +
                              modem.endpoint() + " " + row.limit + "\n" + row.retries;
     EXPECT_TRUE(console->wait_for_error_text(line)) << line;
@@ -97,50 +92,19 @@ TEST(transport, wait_names_service_endpoint_and_limit_once) {
   }
 }
 
-/// Sockets that are there but are no modem.
-class listener {
- public:
-  listener(int type, const std::string& path) : socket_(socket(AF_UNIX, type | SOCK_CLOEXEC, 0)) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-    EXPECT_EQ(bind(socket_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
-    EXPECT_EQ(listen(socket_, 8), 0);
-  }
-  listener(const listener&) = delete;
-  listener& operator=(const listener&) = delete;
-  ~listener() { close(socket_); }
-
- private:
-  int socket_;
-};
-
-/// The tool ends by itself, with one line on standard error that names the endpoint.
-void expect_refused(const std::string& endpoint, const std::string& why = "") {
-  SCOPED_TRACE(endpoint);
-  const auto got = support::run_console(endpoint, command);
-  EXPECT_FALSE(got.timed_out);
-  EXPECT_EQ(got.exit_status, 0);
-  EXPECT_TRUE(contains(got.output, "\nnorvel_extend_qmi_handle_req_cb result:-2\n")) << got.output;
-  EXPECT_TRUE(contains(got.output, "\nqmi_id = 0, result = -2\n")) << got.output;
-  EXPECT_TRUE(contains(got.errors, endpoint + ": " + why)) << got.errors;
-  EXPECT_EQ(std::count(got.errors.begin(), got.errors.end(), '\n'), 1) << got.errors;
-}
-
 // On a pipe, as a script reads it: it need not wait for the end of the command, which may be
 // killed.
 TEST(transport, what_is_printed_before_a_wait_is_seen_during_it) {
-  const support::temp_dir dir;
+  const temp_dir dir;
   const auto properties = dir.file("properties");
   std::ofstream(properties) << "persist.radio.ssr_wait_s=3600\n";
   const simulated_modem modem;
-  support::hand_modem indicating;
-  indicating.on_request([&](const support::datagram& request) {
-    return std::vector<support::datagram>{
-        {request.node, request.port,
-         support::hex("04 0000 0300 0e00  01 0400 06000000  02 0400 00000000")}};
+  hand_modem indicating;
+  indicating.on_request([&](const datagram& request) {
+    return std::vector<datagram>{
+        {request.node, request.port, hex("04 0000 0300 0e00  01 0400 06000000  02 0400 00000000")}};
   });
-  support::hand_diag silent;
+  hand_diag silent;
   const std::string nowhere = "unix:" + dir.file("none.sock");
   const struct {
     std::vector<std::string> arguments;
@@ -152,15 +116,15 @@ TEST(transport, what_is_printed_before_a_wait_is_seen_during_it) {
       {{"5", "5"}, modem.endpoint(), "modem ssr start to wait 3600s to init\n"},
       {{"5", "0", "0", "0", "60000", "1"}, nowhere, "Command time = 600 * 100ms\n"},
       {{"5", "0", "1", "0", "60000", "1"}, nowhere, "Dci Command time = 600\n"},
-      // A text without an end of line, in the time of an answer that does not come.
+      // A text without an end of line, while the answer does not come.
       {{"6", "0", "1"}, indicating.endpoint(), "handle indication: 6"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.printed);
-    support::background_process run(TVK_PROGRAM, row.arguments,
-                                    {{"TVK_MODEM", row.modem},
-                                     {"TVK_DIAG", silent.endpoint()},
-                                     {"TVK_PROPERTIES", properties}});
+    background_process run(TVK_PROGRAM, row.arguments,
+                           {{"TVK_MODEM", row.modem},
+                            {"TVK_DIAG", silent.endpoint()},
+                            {"TVK_PROPERTIES", properties}});
     EXPECT_TRUE(run.wait_for_output_text(row.printed));
     run.send_signal(SIGKILL);
     const auto got = run.wait();
@@ -169,51 +133,126 @@ TEST(transport, what_is_printed_before_a_wait_is_seen_during_it) {
   }
 }
 
-TEST(transport, endpoint_of_unknown_form_is_refused) {
-  for (const auto* endpoint : {"tcp:1.2.3.4:5", "bogus", "UNIX:/tmp/x"}) {
-    expect_refused(endpoint, "no such kind of endpoint; ");
-  }
-  for (const auto* endpoint : {"unix", "unix:"}) expect_refused(endpoint, "PATH is missing; ");
-  expect_refused("unix:/tmp/" + std::string(300, 'x'));
-}
-
-TEST(transport, file_that_is_no_modem_socket_is_refused) {
-  const support::temp_dir dir;
+// The command ends by itself, with one line on standard error that names the endpoint.
+TEST(transport, endpoint_that_is_not_a_modem_is_refused) {
+  start_programs_without_superuser_rights();
+  const temp_dir dir;
+  const auto at = [&](const char* name) { return "unix:" + dir.file(name); };
   std::ofstream(dir.file("regular")) << "text";
-  expect_refused("unix:" + dir.file("regular"));
-  expect_refused("unix:" + dir.path());
-  const listener stream(SOCK_STREAM, dir.file("stream"));
-  expect_refused("unix:" + dir.file("stream"));
-}
-
-TEST(transport, modem_socket_whose_owner_never_answers_is_given_up) {
-  const support::temp_dir dir;
-  const listener mute(SOCK_SEQPACKET, dir.file("mute"));
-  expect_refused("unix:" + dir.file("mute"));
+  mkdir(dir.file("closed").c_str(), 0000);
+  const open_socket stream(listening_at(dir.file("stream"), SOCK_STREAM));
+  const open_socket mute(listening_at(dir.file("mute"), SOCK_SEQPACKET));
+  const std::pair<std::string, std::string> rows[] = {
+      {"tcp:1.2.3.4:5", "no such kind of endpoint; "},
+      {"bogus", "no such kind of endpoint; "},
+      {"UNIX:/tmp/x", "no such kind of endpoint; "},
+      {"unix", "PATH is missing; "},
+      {"unix:", "PATH is missing; "},
+      {"unix:/tmp/" + std::string(300, 'x'), "longer than the 107 bytes of a socket path; "},
+      {at("regular"), "not a socket; "},
+      {"unix:" + dir.path(), "not a socket; "},
+      {at("stream"), "Protocol wrong type for socket; "},
+      {at("mute"), "the program listening there does not answer service lookups; "},
+      {at("closed/modem.sock"), "Permission denied; "},
+  };
+  for (const auto& [endpoint, why] : rows) {
+    SCOPED_TRACE(endpoint);
+    const auto got = run_console(endpoint, command);
+    EXPECT_EQ(got.exit_status, 0);
+    EXPECT_TRUE(contains(got.output, "\nnorvel_extend_qmi_handle_req_cb result:-2\n"));
+    EXPECT_TRUE(contains(got.output, "\nqmi_id = 0, result = -2\n")) << got.output;
+    EXPECT_TRUE(got.errors.starts_with("tvk: TVK_MODEM=" + endpoint + ": " + why)) << got.errors;
+    EXPECT_EQ(std::count(got.errors.begin(), got.errors.end(), '\n'), 1) << got.errors;
+  }
 }
 
 TEST(transport, runtime_directory_that_others_can_write_to_is_refused) {
-  const support::temp_dir dir;
+  const temp_dir dir;
   mkdir(dir.file("tvk").c_str(), 0700);
   chmod(dir.file("tvk").c_str(), 0777);
-  const listener theirs(SOCK_SEQPACKET, dir.file("tvk/modem.sock"));
-  const support::environment runtime{{"XDG_RUNTIME_DIR", dir.path()}};
-  for (const auto& [program, arguments] :
-       {std::pair(TVK_PROGRAM, command), std::pair(TVK_MODEM_PROGRAM, serve)}) {
-    support::environment here = runtime;
-    here["TVK_MODEM"] = "unix:" + dir.file("tvk/modem.sock");
-    const auto got = support::run(program, arguments, here);
+  const open_socket theirs(listening_at(dir.file("tvk/modem.sock"), SOCK_SEQPACKET));
+  const std::pair<const char*, std::vector<std::string>> rows[] = {
+      {TVK_PROGRAM, command}, {TVK_MODEM_PROGRAM, {"serve", "--state", "/nowhere"}}};
+  for (const auto& [program, arguments] : rows) {
+    const auto got =
+        run(program, arguments,
+            {{"XDG_RUNTIME_DIR", dir.path()}, {"TVK_MODEM", "unix:" + dir.file("tvk/modem.sock")}});
     EXPECT_TRUE(contains(got.errors, dir.file("tvk") + " is not trusted: other users can write"))
         << got.errors;
     EXPECT_EQ(std::count(got.errors.begin(), got.errors.end(), '\n'), 1) << got.errors;
   }
 }
 
-TEST(transport, directory_without_permission_is_refused) {
-  support::start_programs_without_superuser_rights();
-  const support::temp_dir dir;
-  mkdir(dir.file("closed").c_str(), 0000);
-  expect_refused("unix:" + dir.file("closed") + "/modem.sock");
+const std::string up_to_the_exchange =
+    "nl_qmi req data(qmi_id: 0, len: 3[max: 500]):\n"
+    "0x1F 0xFF 0x00 \n";
+const std::string success =
+    "norvel_extend_qmi_send_sync resp_len:0\n"
+    "norvel_extend_qmi_handle_req_cb result:0\n"
+    "qmi_id = 0, result = 0\n"
+    "nl_qmi rsp data(qmi_id: 0, len: 0[max: 500]):\n"
+    "\n";
+
+// A message of the extension service: flags u8, transaction u16, message id u16, TLV bytes u16,
+// then TLV 0x01 u32 type or result, TLV 0x02 u32 number of payload bytes, TLV 0x10 512 payload
+// bytes.
+TEST(transport, first_server_gets_the_request_and_indications_before_its_answer_are_printed) {
+  const std::string with_id = "NORVEL__EXTEND_QMI: Indication msg_id=";
+  const struct {
+    const char* name;
+    bytes indication;
+    std::string printed;
+  } rows[] = {
+      {"last known number, our transaction",
+       hex("04 0100 0300 0e00  01 0400 06000000  02 0400 00000000"),
+       "0x3 buf_len=14 \nNo function defined to handle indication: 6"},
+      {"unknown number with payload",
+       hex("04 0000 0300 1102  01 0400 07000000  02 0400 00020000  10 0002") + fill(512, 0xA5),
+       "0x3 buf_len=529 \nIndicaion: 7 greater than maximum known indication."},
+      {"empty", hex("04 0000 0300 0000"),
+       "0x3 buf_len=0 \nNo function defined to handle indication: 0"},
+      {"unknown message", hex("04 0000 cdab 0e00  01 0400 09000000  02 0400 00000000"),
+       "0xabcd buf_len=14 \nNo function defined to handle indication: 0"},
+      {"damaged after the number", hex("04 0000 0300 0a00  01 0400 09000000  02 0400"),
+       "0x3 buf_len=10 \nIndicaion: 9 greater than maximum known indication."},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    hand_modem modem({{.instance_word = 0x0301, .port = 0x4007}, {.instance_word = 0x0201}});
+    modem.on_request([&](const datagram& request) {
+      return std::vector<datagram>{{request.node, request.port, row.indication}, echo(request)[0]};
+    });
+    const auto got = run_console(modem.endpoint(), {"6", "0", "0x1f", "255", "0x100"});
+    EXPECT_EQ(got.output,
+              up_to_the_exchange +
+                  "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_services = 2\n"
+                  "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_entries = 2 "
+                  "num_services = 2\n"
+                  "QMI client inited\n" +
+                  with_id + row.printed + success);
+    EXPECT_EQ(got.errors, "");
+    ASSERT_EQ(modem.requests().size(), 1U);
+    EXPECT_EQ(modem.requests()[0].port, 0x4007U);
+    EXPECT_EQ(
+        modem.requests()[0].data,
+        hex("00 0100 0200 1102  01 0400 00000000  02 0400 03000000  10 0002 1fff00") + fill(509));
+  }
+}
+
+TEST(transport, no_socket_takes_the_place_of_a_closed_standard_descriptor) {
+  if (TVK_CROSS_BUILD) GTEST_SKIP() << "a shell does not run the programs of a cross build";
+  const std::pair<std::string, bool> rows[] = {
+      {"<&-", true}, {">&-", false}, {"2>&-", true}, {"<&- >&- 2>&-", false}};
+  for (const auto& [closed, prints] : rows) {
+    SCOPED_TRACE(closed);
+    hand_modem modem;
+    modem.on_request(echo);
+    const auto got = run("sh", {"-c", "exec \"$0\" 6 0 0x1f 255 0x100 " + closed, TVK_PROGRAM},
+                         {{"TVK_MODEM", modem.endpoint()}});
+    EXPECT_EQ(got.output, prints ? up_to_the_exchange + client_made + success : "");
+    EXPECT_EQ(got.exit_status, 0);
+    EXPECT_EQ(modem.requests().size(), 1U) << "and nothing that was printed";
+  }
 }
 
 }  // namespace

@@ -1,68 +1,23 @@
-// A client of the DIAG port: raw socket calls, frames taken apart and put together by hand.
+// A client of the DIAG port.
 #pragma once
-
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <stdexcept>
 #include <string>
-#include <utility>
 
-#include "support/bytes.h"
-#include "support/modem_connection.h"
+#include "support/diag_frame.h"
+#include "support/sockets.h"
 
 namespace support {
 
-/// CRC-16/X.25, a bit at a time.
-inline std::uint16_t diag_crc(const bytes& packet) {
-  unsigned crc = 0xFFFF;
-  for (const std::uint8_t byte : packet) {
-    crc ^= byte;
-    for (int bit = 0; bit < 8; ++bit) crc = (crc & 1) != 0 ? crc >> 1 ^ 0x8408 : crc >> 1;
-  }
-  return static_cast<std::uint16_t>(crc ^ 0xFFFF);
-}
-
-inline bytes diag_frame(bytes packet) {
-  const std::uint16_t crc = diag_crc(packet);
-  packet.push_back(static_cast<std::uint8_t>(crc));
-  packet.push_back(static_cast<std::uint8_t>(crc >> 8));
-  bytes frame;
-  for (const std::uint8_t byte : packet) {
-    if (byte == 0x7D || byte == 0x7E) frame.push_back(0x7D);
-    frame.push_back(byte == 0x7D || byte == 0x7E ? byte ^ 0x20 : byte);
-  }
-  frame.push_back(0x7E);
-  return frame;
-}
-
-/// Throws for a frame with a wrong CRC.
-inline bytes diag_packet(const bytes& frame) {
-  bytes packet;
-  for (std::size_t i = 0; i + 1 < frame.size(); ++i) {
-    packet.push_back(frame[i] == 0x7D ? frame[++i] ^ 0x20 : frame[i]);
-  }
-  if (packet.size() < 3) throw std::runtime_error("short frame");
-  const auto crc = static_cast<std::uint16_t>(packet[packet.size() - 2] | packet.back() << 8);
-  packet.resize(packet.size() - 2);
-  if (crc != diag_crc(packet)) throw std::runtime_error("wrong CRC");
-  return packet;
-}
-
-class diag_client {
+class diag_client : public open_socket {
  public:
   /// Takes over an open stream.
-  explicit diag_client(int stream) : stream_(stream) {}
-  explicit diag_client(const std::string& path) : diag_client(connected(path, SOCK_STREAM)) {}
-  diag_client(const diag_client&) = delete;
-  diag_client& operator=(const diag_client&) = delete;
-  ~diag_client() { ::close(stream_); }
+  explicit diag_client(int stream) : open_socket(stream) {}
+  explicit diag_client(const std::string& path) : open_socket(connected(path, SOCK_STREAM)) {}
 
   void send_raw(const bytes& frame) const {
-    if (::write(stream_, frame.data(), frame.size()) != static_cast<ssize_t>(frame.size())) {
+    if (::write(descriptor_, frame.data(), frame.size()) != static_cast<ssize_t>(frame.size())) {
       throw std::runtime_error("write");
     }
   }
@@ -81,7 +36,7 @@ class diag_client {
       looked_at = pending_.size();
       if (!readable(limit)) throw std::runtime_error("nothing received");
       bytes more(65536);
-      const ssize_t size = ::read(stream_, more.data(), more.size());
+      const ssize_t size = ::read(descriptor_, more.data(), more.size());
       if (size <= 0) return {};
       ++reads_;
       more.resize(static_cast<std::size_t>(size));
@@ -98,14 +53,10 @@ class diag_client {
     return receive();
   }
 
-  [[nodiscard]] bool readable(std::chrono::milliseconds limit) const {
-    return support::readable(stream_, limit);
-  }
   /// How often something could be read.
   [[nodiscard]] int reads() const { return reads_; }
 
  private:
-  int stream_;
   bytes pending_;
   int reads_ = 0;
 };

@@ -1,4 +1,4 @@
-// Waiting for what another thread or process does and tells nobody.
+// Waiting for what another thread or process does without a signal.
 #pragma once
 
 #include <chrono>

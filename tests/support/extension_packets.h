@@ -11,18 +11,6 @@
 
 namespace support {
 
-inline bytes u32(std::uint32_t value) {
-  return {static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8),
-          static_cast<std::uint8_t>(value >> 16), static_cast<std::uint8_t>(value >> 24)};
-}
-
-inline std::uint32_t u32_at(const bytes& from, std::size_t at) {
-  return static_cast<std::uint32_t>(from.at(at)) |
-         static_cast<std::uint32_t>(from.at(at + 1)) << 8 |
-         static_cast<std::uint32_t>(from.at(at + 2)) << 16 |
-         static_cast<std::uint32_t>(from.at(at + 3)) << 24;
-}
-
 /// TLVs of a request of this type with a payload of 512 bytes, zeros at its end.
 inline bytes extension_tlvs(std::uint32_t type, bytes payload) {
   payload.resize(512);

@@ -5,37 +5,15 @@
 #include <poll.h>
 #include <stdlib.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <termios.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <stdexcept>
+
+#include "support/sockets.h"
 
 namespace support {
 namespace {
-
-constexpr std::uint8_t frame_end = 0x7E;
-constexpr std::uint8_t escape = 0x7D;
-
-unsigned crc_of(const bytes& packet) {
-  unsigned crc = 0xFFFF;
-  for (const auto byte : packet) {
-    crc ^= byte;
-    for (int bit = 0; bit < 8; ++bit) crc = (crc & 1) != 0 ? (crc >> 1) ^ 0x8408 : crc >> 1;
-  }
-  return crc ^ 0xFFFF;
-}
-
-/// A frame without its end; its CRC is not looked at.
-bytes packet_of(const bytes& frame) {
-  bytes out;
-  for (std::size_t i = 0; i < frame.size(); ++i) {
-    out.push_back(frame[i] == escape ? frame.at(++i) ^ 0x20 : frame[i]);
-  }
-  out.resize(out.size() - 2);
-  return out;
-}
 
 void check(bool done, const char* what) {
   if (!done) throw std::runtime_error(what);
@@ -43,30 +21,10 @@ void check(bool done, const char* what) {
 
 }  // namespace
 
-bytes diag_frame(const bytes& packet) {
-  bytes whole = packet;
-  const unsigned crc = crc_of(packet);
-  whole.push_back(static_cast<std::uint8_t>(crc));
-  whole.push_back(static_cast<std::uint8_t>(crc >> 8));
-  bytes out;
-  for (const auto byte : whole) {
-    const bool special = byte == frame_end || byte == escape;
-    if (special) out.push_back(escape);
-    out.push_back(special ? byte ^ 0x20 : byte);
-  }
-  out.push_back(frame_end);
-  return out;
-}
-
 hand_diag::hand_diag(kind which) {
   if (which == kind::unix_socket) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
     const auto path = dir_.file("diag.sock");
-    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-    listener_ = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    check(bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0,
-          "bind");
+    listener_ = listening_at(path, SOCK_STREAM);
     endpoint_ = "unix:" + path;
   } else if (which == kind::tcp) {
     sockaddr_in address{};
@@ -74,7 +32,9 @@ hand_diag::hand_diag(kind which) {
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
     listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    check(bind(listener_, reinterpret_cast<const sockaddr*>(&address), size) == 0, "bind");
+    check(bind(listener_, reinterpret_cast<const sockaddr*>(&address), size) == 0 &&
+              listen(listener_, 4) == 0,
+          "listen");
     getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size);
     endpoint_ = "tcp:127.0.0.1:" + std::to_string(ntohs(address.sin_port));
   } else {
@@ -84,7 +44,6 @@ hand_diag::hand_diag(kind which) {
     terminal_ = open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
     endpoint_ = "tty:" + path;
   }
-  if (listener_ >= 0) check(listen(listener_, 4) == 0, "listen");
   thread_ = std::thread([this] { run(); });
 }
 
@@ -148,13 +107,10 @@ void hand_diag::serve(int connection) {
     const ssize_t count = read(connection, buffer.data(), buffer.size());
     if (count <= 0) return;
     for (ssize_t i = 0; i < count; ++i) {
-      const auto byte = buffer[static_cast<std::size_t>(i)];
-      if (byte != frame_end) {
-        frame.push_back(byte);
-        continue;
-      }
+      frame.push_back(buffer[static_cast<std::size_t>(i)]);
+      if (frame.back() != 0x7E) continue;
       handler answer;
-      const bytes request = packet_of(frame);
+      const bytes request = diag_packet(frame);
       frame.clear();
       {
         const std::lock_guard lock(mutex_);

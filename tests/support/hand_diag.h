@@ -9,13 +9,10 @@
 #include <thread>
 #include <vector>
 
-#include "support/bytes.h"
+#include "support/diag_frame.h"
 #include "support/temp_dir.h"
 
 namespace support {
-
-/// The packet with CRC, escapes and terminator.
-[[nodiscard]] bytes diag_frame(const bytes& packet);
 
 class hand_diag {
  public:

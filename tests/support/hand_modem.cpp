@@ -3,12 +3,11 @@
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
-#include <stdexcept>
+
+#include "support/sockets.h"
 
 namespace support {
 namespace {
@@ -21,36 +20,16 @@ constexpr std::uint32_t new_lookup = 10;
 constexpr std::uint32_t del_lookup = 11;
 constexpr std::size_t control_size = 20;
 
-void append_u32(bytes& out, std::uint32_t value) {
-  for (int shift = 0; shift < 32; shift += 8) {
-    out.push_back(static_cast<std::uint8_t>(value >> shift));
-  }
-}
-
-std::uint32_t u32_at(const bytes& packet, std::size_t offset) {
-  std::uint32_t value = 0;
-  for (std::size_t i = 0; i < 4; ++i) {
-    value |= std::uint32_t{packet.at(offset + i)} << (8 * i);
-  }
-  return value;
-}
-
 void send_packet(int socket, const datagram& message) {
-  bytes packet;
-  append_u32(packet, message.node);
-  append_u32(packet, message.port);
-  packet = packet + message.data;
-  // The far end may just have left: what it would have made of this no longer matters.
+  const bytes packet = u32(message.node) + u32(message.port) + message.data;
+  // The far end may just have left; then nothing is lost.
   (void)::send(socket, packet.data(), packet.size(), MSG_NOSIGNAL);
 }
 
 datagram server_packet(std::uint32_t command, const qmi_server& server) {
-  bytes data;
-  for (const auto word :
-       {command, server.service, server.instance_word, server.node, server.port}) {
-    append_u32(data, word);
-  }
-  return {own_node_of_client, control_port, data};
+  return {own_node_of_client, control_port,
+          u32(command) + u32(server.service) + u32(server.instance_word) + u32(server.node) +
+              u32(server.port)};
 }
 
 }  // namespace
@@ -63,16 +42,8 @@ bytes qmi_response(const bytes& request, const bytes& tlvs) {
 }
 
 hand_modem::hand_modem(std::vector<qmi_server> servers) : servers_(std::move(servers)) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  const auto path = dir_.file("modem.sock");
-  path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-  listener_ = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+  listener_ = listening_at(dir_.file("modem.sock"), SOCK_SEQPACKET);
   wake_ = eventfd(0, EFD_CLOEXEC);
-  if (bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
-      listen(listener_, 64) != 0) {
-    throw std::runtime_error("cannot listen on " + path);
-  }
   thread_ = std::thread([this] { run(); });
 }
 
@@ -130,6 +101,11 @@ void hand_modem::close_connections() {
 std::vector<datagram> hand_modem::requests() const {
   const std::lock_guard lock(mutex_);
   return requests_;
+}
+
+void hand_modem::forget_requests() {
+  const std::lock_guard lock(mutex_);
+  requests_.clear();
 }
 
 void hand_modem::wake() const {

@@ -38,11 +38,6 @@ struct qmi_server {
 /// A response that repeats transaction and message id of `request`.
 [[nodiscard]] bytes qmi_response(const bytes& request, const bytes& tlvs);
 
-/// `count` times the same byte.
-[[nodiscard]] inline bytes fill(std::size_t count, std::uint8_t value = 0) {
-  return bytes(count, value);
-}
-
 class hand_modem {
  public:
   /// Gets each request, in the modem's thread, and returns what is sent back on its connection.
@@ -72,6 +67,7 @@ class hand_modem {
 
   /// What came for servers so far, control packets left out.
   [[nodiscard]] std::vector<datagram> requests() const;
+  void forget_requests();
 
  private:
   struct lookup {

@@ -6,17 +6,13 @@
 // 1:0xFFFFFFFE.
 #pragma once
 
-#include <poll.h>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "support/bytes.h"
+#include "support/sockets.h"
 
 namespace support {
 
@@ -74,45 +70,21 @@ inline bytes echo_answer(const char* transaction = "0100") {
 
 }  // namespace packets
 
-inline sockaddr_un address_of(const std::string& path) {
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  path.copy(address.sun_path, sizeof(address.sun_path) - 1);
-  return address;
-}
-
-/// A socket of this type, connected to a path.
-inline int connected(const std::string& path, int type) {
-  const int made = ::socket(AF_UNIX, type | SOCK_CLOEXEC, 0);
-  const sockaddr_un address = address_of(path);
-  if (::connect(made, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
-    throw std::runtime_error("connect: " + path);
-  }
-  return made;
-}
-
-inline bool readable(int descriptor, std::chrono::milliseconds limit) {
-  pollfd one{descriptor, POLLIN, 0};
-  return ::poll(&one, 1, static_cast<int>(limit.count())) == 1;
-}
-
-class modem_connection {
+class modem_connection : public open_socket {
  public:
-  explicit modem_connection(const std::string& path) : socket_(connected(path, SOCK_SEQPACKET)) {}
-  modem_connection(const modem_connection&) = delete;
-  modem_connection& operator=(const modem_connection&) = delete;
-  ~modem_connection() { ::close(socket_); }
+  explicit modem_connection(const std::string& path)
+      : open_socket(connected(path, SOCK_SEQPACKET)) {}
 
   [[nodiscard]] bool send(const bytes& packet) const {
-    return ::send(socket_, packet.data(), packet.size(), MSG_NOSIGNAL) ==
+    return ::send(descriptor_, packet.data(), packet.size(), MSG_NOSIGNAL) ==
            static_cast<ssize_t>(packet.size());
   }
 
   /// Throws when nothing comes; nothing at all when the modem closed the connection.
   [[nodiscard]] bytes receive(std::chrono::milliseconds limit = std::chrono::seconds(30)) const {
-    if (!readable(socket_, limit)) throw std::runtime_error("nothing received");
+    if (!readable(limit)) throw std::runtime_error("nothing received");
     bytes packet(100'000);
-    const ssize_t size = ::recv(socket_, packet.data(), packet.size(), 0);
+    const ssize_t size = ::recv(descriptor_, packet.data(), packet.size(), 0);
     packet.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
     return packet;
   }
@@ -132,9 +104,6 @@ class modem_connection {
     }
     return found;
   }
-
- private:
-  int socket_;
 };
 
 }  // namespace support

@@ -1,4 +1,4 @@
-// What a call prints, and log lines without what nobody promises: the source line numbers, and the
+// What a call prints, and log lines without what may change: the source line numbers, and the
 // values of UIM client handles.
 #pragma once
 
@@ -13,13 +13,17 @@
 
 namespace support {
 
+inline bool contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
 /// What making the extension client prints.
 inline const std::string client_made =
     "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_services = 1\n"
     "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_entries = 1 num_services = 1\n"
     "QMI client inited\n";
 
-/// The handle behind each of the words that a line has before one, as "#".
+/// A handle that follows one of these words, as "#".
 inline std::string without_handles(std::string text) {
   for (const std::string before : {"uim_qmi_client ", "qmi_client_release "}) {
     for (auto at = text.find(before); at != std::string::npos; at = text.find(before, at)) {

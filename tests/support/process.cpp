@@ -46,7 +46,7 @@ std::array<int, 2> make_pipe() {
   return ends;
 }
 
-/// The emulator tells of a program that ended by a signal; the program itself said nothing.
+/// The emulator reports a program that ended by a signal; the program itself did not say so.
 void drop_emulator_remark(std::string& errors) {
   const auto start = errors.find("qemu: uncaught target signal");
   if (start != std::string::npos) errors.erase(start, errors.find('\n', start) - start + 1);

@@ -24,14 +24,15 @@
 
 namespace {
 
-using support::bytes;
-using support::printed_by;
+using namespace support;
 using namespace std::chrono_literals;
+
+using calls = std::vector<std::string>;
 
 /// What the library was asked, and what it answers.
 struct fake_library {
   std::mutex lock;
-  std::vector<std::string> calls;
+  calls made;
   std::string failing;  ///< this call fails
   std::uint16_t remote_mask = 0;
   std::uint16_t peripherals = DIAG_CON_APSS | DIAG_CON_MPSS;
@@ -39,22 +40,16 @@ struct fake_library {
   diag_callback callback = nullptr;
   void* context = nullptr;
 
-  bool record(const std::string& name, const std::string& arguments = "") {
+  /// Whether the call is to succeed.
+  template <typename... Arguments>
+  bool record(const std::string& name, Arguments... arguments) {
     const std::lock_guard hold(lock);
-    calls.push_back(name + arguments);
+    made.push_back((name + ... + (" " + std::to_string(arguments))));
     return name != failing;
   }
-  std::vector<std::string> take_calls() {
+  calls take_calls() {
     const std::lock_guard hold(lock);
-    return std::exchange(calls, {});
-  }
-  void reset() {
-    const std::lock_guard hold(lock);
-    calls.clear();
-    failing.clear();
-    remote_mask = 0;
-    peripherals = DIAG_CON_APSS | DIAG_CON_MPSS;
-    when_sent = nullptr;
+    return std::exchange(made, {});
   }
 };
 fake_library library;
@@ -86,17 +81,16 @@ unsigned char Diag_LSM_DeInit() {
   return library.record("deinit") ? 1 : 0;
 }
 void diag_switch_logging(int mode, char*) {
-  library.record("mode ", std::to_string(mode));
+  library.record("mode", mode);
 }
 int diag_register_callback(diag_callback callback, void* context) {
   library.callback = callback;
   library.context = context;
-  library.record("callback ", std::to_string(*static_cast<int*>(context)));
+  library.record("callback", *static_cast<int*>(context));
   return 0;
 }
 int diag_register_remote_callback(diag_callback, int processor, void* context) {
-  library.record("remote ",
-                 std::to_string(processor) + " " + std::to_string(*static_cast<int*>(context)));
+  library.record("remote", processor, *static_cast<int*>(context));
   return 0;
 }
 int diag_has_remote_device(std::uint16_t* mask) {
@@ -104,21 +98,17 @@ int diag_has_remote_device(std::uint16_t* mask) {
   return 1;
 }
 int diag_callback_send_data(int processor, unsigned char*, int length) {
-  const bool done =
-      library.record("send", " " + std::to_string(processor) + " " + std::to_string(length));
+  const bool done = library.record("send", processor, length);
   if (done && library.when_sent) library.when_sent();
   return done ? 0 : -1;
 }
 int diag_register_dci_client(int* client_id, std::uint16_t* peripherals, int processor,
                              int* signal) {
   *client_id = 7;
-  return dci(library.record("client", " " + std::to_string(*peripherals) + " " +
-                                          std::to_string(processor) + " " +
-                                          std::to_string(*signal)));
+  return dci(library.record("client", *peripherals, processor, *signal));
 }
 int diag_register_dci_signal_data(int client_id, int signal) {
-  return dci(library.record(
-      "signal", " " + std::to_string(client_id) + " " + std::to_string(signal - SIGRTMIN)));
+  return dci(library.record("signal", client_id, signal - SIGRTMIN));
 }
 int diag_get_dci_support_list_proc(int, std::uint16_t* peripherals) {
   *peripherals = library.peripherals;
@@ -129,56 +119,64 @@ int diag_register_dci_stream_proc(int, diag_dci_stream, diag_dci_stream) {
 }
 int diag_send_dci_async_req(int, unsigned char*, int length, unsigned char*, int response_size,
                             diag_dci_response, void*) {
-  return dci(
-      library.record("send", " " + std::to_string(length) + " " + std::to_string(response_size)));
+  return dci(library.record("send", length, response_size));
 }
 int diag_release_dci_client(int* client_id) {
-  return dci(library.record("release", " " + std::to_string(*client_id)));
+  return dci(library.record("release", *client_id));
 }
 
 // NOLINTEND(readability-non-const-parameter)
 
 namespace {
 
-using calls = std::vector<std::string>;
-
-bool contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
+/// Each of its tests needs a process of its own: the response is the process's.
 class diag_channel : public testing::Test {
  protected:
-  diag_channel() { library.reset(); }
-  ~diag_channel() override {
-    threads.wait_for_none();
-    static_cast<void>(support::take_pauses());
-    support::during_pauses({});
-  }
+  ~diag_channel() override { threads.wait_for_none(); }
 };
 
-/// A process-wide response: what a test leaves in it is the next one's.
-int send(bool by_dci, int time_out, bytes& reply, int& reply_len) {
-  bytes request = support::hex("4B0B0000");
-  return by_dci ? norvel_diag_cmd_send_with_result_by_dci_mode(request.data(), 4, reply.data(),
-                                                               &reply_len, time_out)
-                : norvel_diag_cmd_send_with_result_by_callback_mode(request.data(), 4, reply.data(),
-                                                                    &reply_len, time_out);
+bytes request = hex("4B0B0000");
+
+struct exchanged {
+  int result = -1;
+  int reply_len = 0;
+  std::string printed;
+};
+
+/// Returns when the watcher has ended too; `then` runs before it must.
+exchanged send(
+    bool by_dci, int time_out, int room = 10240, const std::function<void()>& then = [] {}) {
+  bytes reply(10240);
+  exchanged got;
+  got.reply_len = room;
+  auto* const function = by_dci ? norvel_diag_cmd_send_with_result_by_dci_mode
+                                : norvel_diag_cmd_send_with_result_by_callback_mode;
+  got.printed = printed_by([&] {
+    got.result = function(request.data(), 4, reply.data(), &got.reply_len, time_out);
+    then();
+    threads.wait_for_none();
+  });
+  return got;
+}
+
+/// What a worker prints, and what starting it does.
+std::string send_by_worker(bool by_dci, unsigned length = 4, int result = 0) {
+  return printed_by([&] {
+    EXPECT_EQ(
+        norvel_diag_cmd_send_without_result_start_thread(request.data(), length, by_dci ? 1 : 0),
+        result);
+    norvel_diag_cmd_send_without_result_wait();
+  });
 }
 
 TEST_F(diag_channel, opens_are_counted_and_one_close_closes) {
-  EXPECT_EQ(printed_by([] {
-              norvel_diag_init_with_result();
-              norvel_diag_init_with_result();
-              norvel_diag_init_with_result();
-            }),
-            "RIL[norvel_diag_init_with_result:#]: function entry ------------->\n"
-            "RIL[norvel_diag_init_with_result:#]: function exit <-------------\n"
-            "RIL[norvel_diag_init_with_result:#]: function entry ------------->\n"
-            "RIL[norvel_diag_init_with_result:#]: diag init done, g_diag_init_status = 1\n"
-            "RIL[norvel_diag_init_with_result:#]: function exit <-------------\n"
-            "RIL[norvel_diag_init_with_result:#]: function entry ------------->\n"
-            "RIL[norvel_diag_init_with_result:#]: diag init done, g_diag_init_status = 2\n"
-            "RIL[norvel_diag_init_with_result:#]: function exit <-------------\n");
+  const std::string own = "RIL[norvel_diag_init_with_result:#]: ";
+  for (const auto* between : {"", "diag init done, g_diag_init_status = 1\n",
+                              "diag init done, g_diag_init_status = 2\n"}) {
+    EXPECT_EQ(printed_by(norvel_diag_init_with_result), own + "function entry ------------->\n" +
+                                                            (*between ? own : "") + between + own +
+                                                            "function exit <-------------\n");
+  }
   norvel_diag_deinit_with_result();
   library.failing = "init";
   EXPECT_TRUE(contains(printed_by([] { norvel_diag_init_with_result(); }), "LSM init failed\n"));
@@ -187,21 +185,23 @@ TEST_F(diag_channel, opens_are_counted_and_one_close_closes) {
 }
 
 TEST_F(diag_channel, callback_is_registered_for_every_remote_processor) {
-  library.remote_mask = 0b101;
+  library.remote_mask = 0x8005;
   EXPECT_EQ(printed_by([] {
               norvel_diag_register_callback(norvel_diag_cmd_response_by_callback_no_handle);
             }),
             "RIL[norvel_diag_register_callback:#]: register call back, g_diag_channel = [0]MSM, "
-            "data_primary = 0, remote_mask = [5] APSS\n"
+            "data_primary = 0, remote_mask = [32773] APSS\n"
             "RIL[norvel_diag_register_callback:#]: register remote call back, data_remote = 1\n"
-            "RIL[norvel_diag_register_callback:#]: register remote call back, data_remote = 3\n");
-  EXPECT_EQ(library.take_calls(), (calls{"callback 0", "remote 1 1", "remote 3 3"}));
+            "RIL[norvel_diag_register_callback:#]: register remote call back, data_remote = 3\n"
+            "RIL[norvel_diag_register_callback:#]: register remote call back, data_remote = 16\n");
+  EXPECT_EQ(library.take_calls(),
+            (calls{"callback 0", "remote 1 1", "remote 3 3", "remote 16 16"}));
 }
 
 TEST_F(diag_channel, response_that_is_no_good_is_refused_and_one_without_context_is_kept) {
   int mdm = 1;
   int other = 3;
-  bytes data = support::hex("4B0102");
+  bytes data = hex("4B0102");
   int result = -1;
   EXPECT_EQ(
       printed_by([&] {
@@ -239,88 +239,57 @@ TEST_F(diag_channel, response_that_is_no_good_is_refused_and_one_without_context
   norvel_diag::drop_response();
 }
 
-TEST_F(diag_channel, every_step_that_fails_is_told_and_what_was_opened_is_closed) {
+TEST_F(diag_channel, every_step_that_fails_is_logged_and_what_was_opened_is_closed) {
+  const calls by_callback = {"init", "callback 0", "mode 6", "send 0 4", "mode 1", "deinit"};
+  const calls dci_steps = {"init",    "client 2 0 18", "signal 7 30",
+                           "support", "stream",        "send 4 16384"};
   const struct {
-    bool by_dci;
-    std::string failing;
-    std::string printed;
-    calls made;
+    std::size_t dci_steps;  ///< made, with the one that fails; 0 for callback mode
+    std::string failing, printed;
   } rows[] = {
-      {false,
-       "send",
-       "Fail to send diag cmd\n",
-       {"init", "callback 0", "mode 6", "send 0 4", "mode 1", "deinit"}},
-      {true,
-       "client",
-       "Could not register with DCI, err: 1006, errno: ",
-       {"init", "client 2 0 18", "deinit"}},
-      {true,
-       "signal",
-       "Could not register signal for DCI Data for ch:0, err: 1006, errno: ",
-       {"init", "client 2 0 18", "signal 7 30", "deinit", "release 7"}},
-      {true,
-       "support",
-       "Could not get support list for ch 0, err: 1006, errno: ",
-       {"init", "client 2 0 18", "signal 7 30", "support", "deinit", "release 7"}},
-      {true,
-       "stream",
-       "Unable to register DCI stream for ch:0, err: 1006, errno: ",
-       {"init", "client 2 0 18", "signal 7 30", "support", "stream", "deinit", "release 7"}},
-      {true,
-       "send",
-       "Error sending SEND_REQUEST_ASYNC to peripheral 1006 for ch:0\n",
-       {"init", "client 2 0 18", "signal 7 30", "support", "stream", "send 4 16384", "deinit",
-        "release 7"}},
+      {0, "send", "Fail to send diag cmd\n"},
+      {2, "client", "Could not register with DCI, err: 1006, errno: "},
+      {3, "signal", "Could not register signal for DCI Data for ch:0, err: 1006, errno: "},
+      {4, "support", "Could not get support list for ch 0, err: 1006, errno: "},
+      {5, "stream", "Unable to register DCI stream for ch:0, err: 1006, errno: "},
+      {6, "send", "Error sending SEND_REQUEST_ASYNC to peripheral 1006 for ch:0\n"},
   };
-  bytes request = support::hex("4B0B0000");
   for (const auto& row : rows) {
-    SCOPED_TRACE((row.by_dci ? "dci " : "callback ") + row.failing);
+    SCOPED_TRACE(row.printed);
+    const bool by_dci = row.dci_steps > 0;
+    calls made = by_callback;
+    if (by_dci) {
+      made.assign(dci_steps.begin(), dci_steps.begin() + static_cast<int>(row.dci_steps));
+      made.emplace_back("deinit");
+      if (row.failing != "client") made.emplace_back("release 7");
+    }
     library.failing = row.failing;
-    bytes reply(16);
-    int reply_len = 16;
-    const auto printed = printed_by([&] { EXPECT_EQ(send(row.by_dci, 100, reply, reply_len), 1); });
-    EXPECT_TRUE(contains(printed, row.printed)) << printed;
-    EXPECT_FALSE(contains(printed, "wait_create_thread"));
-    EXPECT_EQ(library.take_calls(), row.made);
+    const auto got = send(by_dci, 100);
+    EXPECT_EQ(got.result, 1);
+    EXPECT_TRUE(contains(got.printed, row.printed)) << got.printed;
+    EXPECT_FALSE(contains(got.printed, "wait_create_thread"));
+    EXPECT_EQ(library.take_calls(), made);
     // The worker makes the same calls and says the same.
-    const auto worker = printed_by([&] {
-      EXPECT_EQ(norvel_diag_cmd_send_without_result_start_thread(request.data(), 4, row.by_dci), 0);
-      norvel_diag_cmd_send_without_result_wait();
-    });
-    EXPECT_EQ(contains(worker, row.printed), row.by_dci) << worker;
+    const auto worker = send_by_worker(by_dci);
+    EXPECT_EQ(contains(worker, row.printed), by_dci) << worker;
     EXPECT_TRUE(contains(worker, "norvel daig is created, conf = 0, diag_work_mode = ")) << worker;
-    EXPECT_EQ(library.take_calls(), row.made);
+    EXPECT_EQ(library.take_calls(), made);
   }
-  int reply_len = 0;
-  bytes reply(1);
-  EXPECT_TRUE(contains(printed_by([&] { EXPECT_EQ(send(true, 100, reply, reply_len), 1); }),
-                       "Invalid output parameter, reply_len = 0\n"));
+  EXPECT_TRUE(contains(send(true, 100, 0).printed, "Invalid output parameter, reply_len = 0\n"));
   EXPECT_EQ(library.take_calls(), calls{});
 }
 
 TEST_F(diag_channel, worker_is_waited_for_sends_though_the_modem_is_down_and_may_fail_to_start) {
   library.peripherals = DIAG_CON_APSS;
-  bytes request = support::hex("4B0B0000");
-  const auto printed = printed_by([&] {
-    EXPECT_EQ(norvel_diag_cmd_send_without_result_start_thread(request.data(), 4, 1), 0);
-    norvel_diag_cmd_send_without_result_wait();
-  });
+  const auto printed = send_by_worker(true);
   EXPECT_TRUE(contains(printed, "MPSS on ch:0: DOWN\n")) << printed;
   EXPECT_TRUE(contains(printed, "Releasing DCI connection, err: 1001, errno: ")) << printed;
   EXPECT_EQ(library.take_calls(), (calls{"init", "client 2 0 18", "signal 7 30", "support",
                                          "stream", "send 4 16384", "deinit", "release 7"}));
-  EXPECT_TRUE(contains(
-      printed_by([&] {
-        EXPECT_EQ(norvel_diag_cmd_send_without_result_start_thread(request.data(), 0, 0), 1);
-      }),
-      "norvel_diag_comand_input_check fail\n"));
+  EXPECT_TRUE(contains(send_by_worker(false, 0, 1), "norvel_diag_comand_input_check fail\n"));
   library.failing = "thread";
-  EXPECT_TRUE(contains(
-      printed_by([&] {
-        EXPECT_EQ(norvel_diag_cmd_send_without_result_start_thread(request.data(), 4, 0), 1);
-        norvel_diag_cmd_send_without_result_wait();
-      }),
-      "norvel daig is created, conf = 11, diag_work_mode = 0\n"));
+  EXPECT_TRUE(contains(send_by_worker(false, 4, 1),
+                       "norvel daig is created, conf = 11, diag_work_mode = 0\n"));
   EXPECT_TRUE(contains(
       printed_by([&] { norvel_diag_cmd_send_without_result_by_dci_mode_thread_proc(nullptr); }),
       "param is null\n"));
@@ -349,39 +318,30 @@ TEST_F(diag_channel, watcher_takes_a_tick_of_100_ms_at_a_time_and_gives_up_after
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.time_out);
-    bytes reply(16);
-    int reply_len = 16;
-    const auto printed =
-        printed_by([&] { EXPECT_EQ(send(row.by_dci, row.time_out, reply, reply_len), 1); });
-    threads.wait_for_none();
-    EXPECT_EQ(support::take_pauses(), std::vector<std::chrono::milliseconds>(row.ticks, 100ms));
-    EXPECT_TRUE(contains(printed, row.printed)) << printed;
-    EXPECT_TRUE(contains(printed, "cnt_of_100ms = " + std::to_string(row.ticks) + "\n"));
+    const auto got = send(row.by_dci, row.time_out);
+    EXPECT_EQ(got.result, 1);
+    EXPECT_EQ(take_pauses(), std::vector<std::chrono::milliseconds>(row.ticks, 100ms));
+    EXPECT_TRUE(contains(got.printed, row.printed)) << got.printed;
+    EXPECT_TRUE(contains(got.printed, "cnt_of_100ms = " + std::to_string(row.ticks) + "\n"));
   }
   // Full pieces say nothing of the end: there may be more until the time is over.
   for (const int pieces : {1, 2}) {
     int ticks = 0;
-    support::during_pauses([&] {
+    during_pauses([&] {
       bytes piece(4096, 0x4B);
       if (++ticks <= pieces) norvel_diag_cmd_response_by_dci(piece.data(), 4096, nullptr);
     });
-    bytes reply(10240);
-    int reply_len = 10240;
-    const auto printed = printed_by([&] { EXPECT_EQ(send(true, 300, reply, reply_len), 0); });
-    threads.wait_for_none();
-    EXPECT_TRUE(contains(printed, "stop waiting, receive success, length is times of 4096\n"));
-    EXPECT_EQ(reply_len, 4096 * pieces);
-    EXPECT_EQ(support::take_pauses().size(), 3U);
+    const auto got = send(true, 300);
+    EXPECT_EQ(got.result, 0);
+    EXPECT_TRUE(contains(got.printed, "stop waiting, receive success, length is times of 4096\n"));
+    EXPECT_EQ(got.reply_len, 4096 * pieces);
+    EXPECT_EQ(take_pauses().size(), 3U);
   }
-  support::during_pauses({});
+  during_pauses({});
   // A worker gives the response that it drops some time to come.
-  bytes request = support::hex("4B0B0000");
   for (const bool by_dci : {false, true}) {
-    printed_by([&] {
-      EXPECT_EQ(norvel_diag_cmd_send_without_result_start_thread(request.data(), 4, by_dci), 0);
-      norvel_diag_cmd_send_without_result_wait();
-    });
-    EXPECT_EQ(support::take_pauses(), std::vector{by_dci ? 1000ms : 200ms});
+    send_by_worker(by_dci);
+    EXPECT_EQ(take_pauses(), std::vector{by_dci ? 1000ms : 200ms});
   }
 }
 
@@ -419,22 +379,15 @@ TEST_F(diag_channel, response_after_in_and_before_the_instant_of_the_time_out) {
         callback(data.data(), round % 7 == 0 ? 4096 : 100, context);
       });
     };
-    support::during_pauses([&] {
+    during_pauses([&] {
       if (comes != after) may_respond.reach(round);
       if (comes == before) over.await(round);
     });
-    bytes reply(10240);
-    int reply_len = 10240;
-    int result = 0;
-    printed_by([&] {
-      result = send(false, 100, reply, reply_len);
-      over.reach(round);
-      threads.wait_for_none();
-    });
+    const auto got = send(false, 100, 10240, [&] { over.reach(round); });
     if (comes != instant) {
-      ASSERT_EQ(result, comes == before ? 0 : 1) << round;
+      ASSERT_EQ(got.result, comes == before ? 0 : 1) << round;
     }
-    ASSERT_TRUE(reply_len == 0 || reply_len == 100 || reply_len == 4096);
+    ASSERT_TRUE(got.reply_len == 0 || got.reply_len == 100 || got.reply_len == 4096);
     if (comes == after) continue;
     for (auto& each : responders) each.join();
     responders.clear();

@@ -4,7 +4,6 @@
 #include <signal.h>
 #include <stdlib.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -14,18 +13,13 @@
 
 #include "platform/diag.h"
 #include "protocol/diag_answer.h"
-#include "support/bytes.h"
 #include "support/eventually.h"
 #include "support/hand_diag.h"
 #include "support/no_more_threads.h"
 
 namespace {
 
-using support::bytes;
-using support::diag_frame;
-using support::hand_diag;
-using support::hex;
-using support::operator+;
+using namespace support;
 using namespace std::chrono_literals;
 
 /// What callbacks got, in order.
@@ -52,31 +46,72 @@ inbox events;
 std::atomic<int> data_signals{0};
 std::atomic<int> port_signal{0};
 
-int keep_answer(unsigned char* data, int length, void*) {
-  answers.add(data, length);
-  return 0;
-}
-
 bool send(bytes request) {
   return diag_callback_send_data(0, request.data(), static_cast<int>(request.size())) == 0;
 }
 
-void begin_callback_mode(const hand_diag& port) {
+void open_library(const hand_diag& port, int logging_mode) {
   setenv("TVK_DIAG", port.endpoint().c_str(), 1);
   ASSERT_NE(Diag_LSM_Init(nullptr), 0);
+  const auto keep_answer = [](unsigned char* data, int length, void*) {
+    answers.add(data, length);
+    return 0;
+  };
   diag_register_callback(keep_answer, nullptr);
-  diag_switch_logging(DIAG_CALLBACK_MODE, nullptr);
+  diag_switch_logging(logging_mode, nullptr);
 }
 
-TEST(diag_library, every_kind_of_port_carries_every_byte) {
+bool modem_is_up() {
+  std::uint16_t peripherals = 0;
+  EXPECT_EQ(diag_get_dci_support_list_proc(0, &peripherals), DIAG_DCI_NO_ERROR);
+  return (peripherals & DIAG_CON_MPSS) != 0;
+}
+
+/// A client of every stream.
+struct dci_client {
+  int id = 0;
+
+  explicit dci_client(int signal = 0, int data_signal = 0) {
+    std::uint16_t peripherals = DIAG_CON_MPSS;
+    EXPECT_EQ(diag_register_dci_client(&id, &peripherals, 0, &signal), DIAG_DCI_NO_ERROR);
+    EXPECT_EQ(diag_register_dci_signal_data(id, data_signal), DIAG_DCI_NO_ERROR);
+    EXPECT_EQ(diag_register_dci_stream_proc(
+                  id, [](unsigned char* data, int length) { logs.add(data, length); },
+                  [](unsigned char* data, int length) { events.add(data, length); }),
+              DIAG_DCI_NO_ERROR);
+  }
+  int ask(bytes request, bytes& room) const {
+    return diag_send_dci_async_req(
+        id, request.data(), static_cast<int>(request.size()), room.data(),
+        static_cast<int>(room.size()),
+        [](unsigned char* data, int length, void*) { answers.add(data, length); }, nullptr);
+  }
+};
+
+const bytes log_packet = hex("1000 0E00 0E00 62B0 28B79C9C34DDD400 7E7D");
+const bytes inner_log = hex("0E00 62B0 28B79C9C34DDD400 7E7D");
+
+TEST(diag_library, every_kind_of_port_carries_every_byte_of_an_answer_and_nothing_else) {
+  bytes damaged = diag_frame(hex("1D EE"));
+  damaged[1] ^= 0x01;
+  const bytes before =
+      hex("31 32 7E 7E 7D 7E") +  // from the middle of a frame, an empty one, a broken escape
+      damaged + diag_frame(log_packet) +
+      diag_frame(hex("60 0B00 4A26 BE0C0A9E34DDD400 06")) +  // event report
+      diag_frame(hex("79 00 00 00 0000000000000000 0100 0200 04000000 6100 6200")) +
+      diag_frame(hex("92 00 00 00 0000000000000000 0100 0200 04000000 11223344")) +
+      diag_frame(hex("99 00 00 00 0000000000000000 0100 0200 11223344")) +
+      diag_frame(hex("98010000 02000000 1D EE")) +  // another radio's
+      diag_frame(hex("13 1C"));
   bytes every;
   for (unsigned i = 0; i < 512; ++i) every.push_back(static_cast<std::uint8_t>(i));
   for (const auto kind :
        {hand_diag::kind::unix_socket, hand_diag::kind::tcp, hand_diag::kind::tty}) {
     hand_diag port(kind);
     SCOPED_TRACE(port.endpoint());
-    port.on_request([&](const bytes& request) { port.write(diag_frame(request + every)); });
-    begin_callback_mode(port);
+    port.on_request(
+        [&](const bytes& request) { port.write(before + diag_frame(request + every)); });
+    open_library(port, DIAG_CALLBACK_MODE);
     EXPECT_TRUE(send(hex("1D") + every));
     EXPECT_EQ(answers.take(1), std::vector<bytes>{hex("1D") + every + every});
     EXPECT_NE(Diag_LSM_DeInit(), 0);
@@ -84,75 +119,110 @@ TEST(diag_library, every_kind_of_port_carries_every_byte) {
   }
 }
 
+TEST(diag_library, port_that_cannot_be_opened_is_named) {
+  const temp_dir dir;
+  const std::pair<std::string, std::string> rows[] = {
+      {"unix:" + dir.file("none.sock"), "No such file or directory"},
+      {"unix:" + std::string(200, 'x'), "File name too long"},
+      {"tty:" + dir.path(), "Is a directory"},
+      {"tty:/dev/null", "Inappropriate ioctl for device"},
+      {"unix", "PATH is missing"},
+      {"unix:", "PATH is missing"},
+      {"tty:", "PATH is missing"},
+      {"tcp:", "HOST:PORT is missing"},
+      {"tcp::2500", "HOST is missing"},
+      {"tcp:127.0.0.1", "PORT is missing"},
+      {"tcp:localhost:", "PORT is missing"},
+      {"tcp:127.0.0.1:0", "not a numeric address (or localhost) and a port number"},
+      {"tcp:localhost:1", "Connection refused"},
+      {"tcp:[127.0.0.1]:1", "Connection refused"},
+      {"usb:1", "no such kind of port"},
+  };
+  for (const auto& [endpoint, error] : rows) {
+    setenv("TVK_DIAG", endpoint.c_str(), 1);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Diag_LSM_Init(nullptr), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "tvk: DIAG port " + endpoint + ": " + error +
+                  "; expected one of a modem, as TVK_DIAG=unix:PATH, tcp:HOST:PORT or tty:PATH\n");
+  }
+}
+
 TEST(diag_library, host_without_a_thread_is_an_error_and_named) {
   const hand_diag port;
   setenv("TVK_DIAG", port.endpoint().c_str(), 1);
-  support::no_more_threads();
+  no_more_threads();
   testing::internal::CaptureStderr();
-  EXPECT_EQ(Diag_LSM_Init(nullptr), 0) << "nobody would read";
+  EXPECT_EQ(Diag_LSM_Init(nullptr), 0) << "without a thread nothing would be read";
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "tvk: cannot start a thread: Resource temporarily unavailable\n");
 }
 
-TEST(diag_library, port_that_goes_is_opened_by_a_later_request) {
+TEST(diag_library, port_that_goes_takes_its_requests_and_half_a_frame_with_it) {
   hand_diag port;
-  begin_callback_mode(port);
-  port.on_request([&](const bytes&) { port.close_connection(); });
+  open_library(port, DIAG_CALLBACK_MODE);
+  port.on_request([&](const bytes&) {
+    port.write(hex("1D 4B0B"));
+    port.close_connection();
+  });
   EXPECT_TRUE(send(hex("1D")));
-  port.on_request([&](const bytes& request) { port.write(diag_frame(request)); });
-  // Until the library has seen the end, a request may go the way of the connection.
-  EXPECT_TRUE(support::eventually([] {
-    send(hex("1C"));
-    const auto so_far = answers.take(0);
-    return std::ranges::find(so_far, hex("1C")) != so_far.end();
-  }));
-  diag_switch_logging(DIAG_USB_MODE, nullptr);
-  EXPECT_TRUE(send(hex("1C")));  // its answer goes elsewhere
-  diag_switch_logging(DIAG_CALLBACK_MODE, nullptr);
+  ASSERT_TRUE(eventually([] { return !modem_is_up(); }));
+  port.on_request(
+      [&](const bytes& request) { port.write(diag_frame(request) + diag_frame(hex("1D"))); });
+  EXPECT_TRUE(send(hex("1C")));
+  EXPECT_TRUE(send(hex("1E")));
+  EXPECT_EQ(answers.take(2), (std::vector<bytes>{hex("1C"), hex("1E")}));
+  Diag_LSM_DeInit();
+}
+
+TEST(diag_library, oldest_of_33_requests_without_an_answer_is_given_up) {
+  hand_diag port;
+  open_library(port, DIAG_CALLBACK_MODE);
+  bytes all_answers;
+  std::vector<bytes> expected;
+  for (std::uint8_t i = 0; i < 33; ++i) {
+    const bytes request = hex("4B 12") + bytes{i, 0};
+    EXPECT_TRUE(send(request));
+    all_answers = all_answers + diag_frame(request);
+    if (i > 0) expected.push_back(request);
+  }
+  ASSERT_TRUE(eventually([&] { return port.requests().size() == 33; }));
+  // One that is answered in two parts, the first with the id of what is to follow.
+  const bytes first_part = hex("80 12 0100 00000000 0500 0000");
+  const bytes last_part = hex("80 12 0100 00000000 0500 0100");
+  port.on_request([&](const bytes&) {
+    port.write(all_answers + diag_frame(first_part) + diag_frame(last_part));
+  });
+  EXPECT_TRUE(send(hex("80 12 0100")));
+  expected.erase(expected.begin());  // for this one
+  expected.insert(expected.end(), {first_part, last_part});
+  EXPECT_EQ(answers.take(33), expected);
   Diag_LSM_DeInit();
 }
 
 TEST(diag_library, dci_client_gets_pieces_streams_and_signals_with_a_handler) {
   hand_diag port;
-  setenv("TVK_DIAG", port.endpoint().c_str(), 1);
-  ASSERT_NE(Diag_LSM_Init(nullptr), 0);
-  int client = 0;
-  int signal = SIGRTMIN + 4;
-  std::uint16_t peripherals = DIAG_CON_MPSS;
-  ASSERT_EQ(diag_register_dci_client(&client, &peripherals, 0, &signal), DIAG_DCI_NO_ERROR);
-  // Nobody handles it yet: raised, it would end this process.
-  ASSERT_EQ(diag_register_dci_signal_data(client, SIGRTMIN + 5), DIAG_DCI_NO_ERROR);
-  ASSERT_EQ(diag_register_dci_stream_proc(
-                client, [](unsigned char* data, int length) { logs.add(data, length); },
-                [](unsigned char* data, int length) { events.add(data, length); }),
-            DIAG_DCI_NO_ERROR);
-  const auto ask = [&](bytes request, bytes& room) {
-    return diag_send_dci_async_req(
-        client, request.data(), static_cast<int>(request.size()), room.data(),
-        static_cast<int>(room.size()),
-        [](unsigned char* data, int length, void*) { answers.add(data, length); }, nullptr);
-  };
+  open_library(port, DIAG_USB_MODE);
+  // Nobody handles the signals yet: raised, they would end this process.
+  dci_client client(SIGRTMIN + 4, SIGRTMIN + 5);
   bytes room(16384);
-  const bytes log = hex("1000 0E00 0E00 62B0 28B79C9C34DDD400 7E7D");
   const bytes report = hex("60 1900 4A46 BE0C0A9E34DDD400 0689 B7A6 0C0A 1A 01E0 0C0A 03 5A5B5C");
   port.on_request([&](const bytes& request) {
-    port.write(diag_frame(log) + diag_frame(hex("98010000 02000000") + log) + diag_frame(report) +
-               diag_frame(request + bytes(8188, 0x11)));
+    port.write(diag_frame(log_packet) + diag_frame(hex("98010000 02000000") + log_packet) +
+               diag_frame(report) + diag_frame(request + bytes(8188, 0x11)));
   });
-  EXPECT_EQ(ask(hex("4B0B0000"), room), DIAG_DCI_NO_ERROR);
+  EXPECT_EQ(client.ask(hex("4B0B0000"), room), DIAG_DCI_NO_ERROR);
   EXPECT_EQ(answers.take(2),
             (std::vector<bytes>{hex("4B0B0000") + bytes(4092, 0x11), bytes(4096, 0x11)}));
-  const bytes inner = hex("0E00 62B0 28B79C9C34DDD400 7E7D");
-  EXPECT_EQ(logs.take(2), (std::vector<bytes>{inner, inner}));
+  EXPECT_EQ(logs.take(2), (std::vector<bytes>{inner_log, inner_log}));
   // Times that were cut are whole again; each event is alone, with its length.
   EXPECT_EQ(events.take(3), (std::vector<bytes>{hex("0C00 4A46 BE0C0A9E34DDD400 0689"),
                                                 hex("0B00 B726 000C0A9E34DDD400 1A"),
                                                 hex("0E00 0160 000C0A9E34DDD400 03 5A5B5C")}));
 
   // A release waits for what runs: the signals of this answer are over before there is a handler.
-  int other = 0;
-  ASSERT_EQ(diag_register_dci_client(&other, &peripherals, 0, &signal), DIAG_DCI_NO_ERROR);
-  ASSERT_EQ(diag_release_dci_client(&other), DIAG_DCI_NO_ERROR);
+  dci_client other;
+  ASSERT_EQ(diag_release_dci_client(&other.id), DIAG_DCI_NO_ERROR);
 
   struct sigaction action {};
   action.sa_sigaction = [](int number, siginfo_t* info, void*) {
@@ -163,21 +233,41 @@ TEST(diag_library, dci_client_gets_pieces_streams_and_signals_with_a_handler) {
   sigaction(SIGRTMIN + 4, &action, nullptr);
   sigaction(SIGRTMIN + 5, &action, nullptr);
   port.on_request([&](const bytes& request) { port.write(diag_frame(request)); });
-  EXPECT_EQ(ask(hex("1C"), room), DIAG_DCI_NO_ERROR);
-  answers.take(1);
-  EXPECT_TRUE(support::eventually([] { return data_signals == 1; }));
+  bytes small_room(2);
+  EXPECT_EQ(client.ask(hex("1C0800"), small_room), DIAG_DCI_NO_ERROR);
+  EXPECT_EQ(answers.take(2), (std::vector<bytes>{hex("1C08"), hex("00")}));
+  EXPECT_TRUE(eventually([] { return data_signals == 1; }));
+  EXPECT_EQ(client.ask(bytes(16384, 0x1C), room), DIAG_DCI_NO_ERROR);
+  EXPECT_EQ(answers.take(4).size(), 4U);
   port.close_connection();
-  EXPECT_TRUE(support::eventually([] { return port_signal == 0x20002; }));
-  EXPECT_EQ(diag_get_dci_support_list_proc(0, &peripherals), DIAG_DCI_NO_ERROR);
-  EXPECT_EQ(peripherals, DIAG_CON_APSS);
+  EXPECT_TRUE(eventually([] { return port_signal == 0x20002; }));
+  EXPECT_FALSE(modem_is_up());
 
   // Masks belong to all clients.
   for (const auto* refused : {"60 01", "73 000000 00000000", "7D 05 0000 00000000", "4B12 1802"}) {
-    EXPECT_EQ(ask(hex(refused), room), 1006) << refused;
+    EXPECT_EQ(client.ask(hex(refused), room), 1006) << refused;
   }
-  EXPECT_EQ(ask(bytes(16385, 0x1C), room), 1005);
-  EXPECT_EQ(diag_release_dci_client(&client), DIAG_DCI_NO_ERROR);
-  EXPECT_EQ(diag_release_dci_client(&client), 1002);
+  EXPECT_EQ(client.ask(bytes(16385, 0x1C), room), 1005);
+  EXPECT_EQ(diag_release_dci_client(&client.id), DIAG_DCI_NO_ERROR);
+  EXPECT_EQ(diag_release_dci_client(&client.id), 1002);
+  Diag_LSM_DeInit();
+}
+
+TEST(diag_library, answer_to_a_client_that_has_gone_or_in_another_mode_is_dropped) {
+  hand_diag port;
+  open_library(port, DIAG_USB_MODE);
+  const dci_client listener;
+  dci_client leaver;
+  bytes room(16);
+  EXPECT_EQ(leaver.ask(hex("1E"), room), DIAG_DCI_NO_ERROR);
+  ASSERT_TRUE(eventually([&] { return port.requests().size() == 1; }));
+  EXPECT_EQ(diag_release_dci_client(&leaver.id), DIAG_DCI_NO_ERROR);
+  port.on_request([&](const bytes& request) {
+    port.write(diag_frame(hex("1E")) + diag_frame(request) + diag_frame(log_packet));
+  });
+  EXPECT_TRUE(send(hex("1D"))) << "the log is not for callbacks now";
+  EXPECT_EQ(logs.take(1), std::vector<bytes>{inner_log});
+  EXPECT_EQ(answers.take(0), std::vector<bytes>{});
   Diag_LSM_DeInit();
 }
 

@@ -1,4 +1,4 @@
-// The file behind the system properties, and processes that write it at once.
+// The file of the system properties, and processes that write it at the same time.
 #include "platform/properties.h"
 
 #include <gtest/gtest.h>
@@ -10,14 +10,12 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "support/temp_dir.h"
@@ -42,15 +40,15 @@ class properties : public testing::Test {
   properties() { setenv("TVK_PROPERTIES", path().c_str(), 1); }
 
   [[nodiscard]] std::string path() const { return dir_.file("properties"); }
-  void write(const std::string& text) const { std::ofstream(path()) << text; }
+  void put(const std::string& text) const { std::ofstream(path()) << text; }
   [[nodiscard]] std::string text() const {
     std::ifstream in(path());
     return {std::istreambuf_iterator<char>(in), {}};
   }
-  [[nodiscard]] std::vector<std::string> lines() const {
+  [[nodiscard]] std::multiset<std::string> lines() const {
     std::ifstream in(path());
-    std::vector<std::string> all;
-    for (std::string line; std::getline(in, line);) all.push_back(line);
+    std::multiset<std::string> all;
+    for (std::string line; std::getline(in, line);) all.insert(line);
     return all;
   }
 
@@ -85,13 +83,11 @@ TEST_F(properties, unset_gives_the_default_and_set_gives_the_value) {
   EXPECT_EQ(set("persist.y", "a=b =c"), 0);
   EXPECT_EQ(set("persist.x", "3"), 0);
   EXPECT_EQ(get("persist.y"), "a=b =c");
-  auto got = lines();
-  std::sort(got.begin(), got.end());
-  EXPECT_EQ(got, (std::vector<std::string>{"persist.x=3", "persist.y=a=b =c"}));
+  EXPECT_EQ(lines(), (std::multiset<std::string>{"persist.x=3", "persist.y=a=b =c"}));
 }
 
 TEST_F(properties, lines_of_others_stay_and_the_malformed_one_is_named) {
-  write("# made by hand\n\npersist.a=1\nno equals sign here\npersist.b = spaced\npersist.c=3");
+  put("# made by hand\n\npersist.a=1\nno equals sign here\npersist.b = spaced\npersist.c=3");
   testing::internal::CaptureStderr();
   EXPECT_EQ(get("persist.a"), "1");
   EXPECT_EQ(set("persist.a", "10"), 0);
@@ -100,8 +96,7 @@ TEST_F(properties, lines_of_others_stay_and_the_malformed_one_is_named) {
   const auto errors = testing::internal::GetCapturedStderr();
   EXPECT_NE(errors.find("no equals sign here"), std::string::npos) << errors;
   EXPECT_NE(errors.find(path()), std::string::npos) << errors;
-  const auto kept = lines();
-  EXPECT_EQ(std::multiset<std::string>(kept.begin(), kept.end()),
+  EXPECT_EQ(lines(),
             (std::multiset<std::string>{"# made by hand", "", "persist.a=10", "no equals sign here",
                                         "persist.b = spaced", "persist.c=3", "persist.d=4"}));
 }
@@ -112,8 +107,8 @@ TEST_F(properties, longest_value_has_91_bytes) {
   EXPECT_EQ(get("persist.x"), longest);
   EXPECT_LT(set("persist.x", longest + "v"), 0);
   EXPECT_EQ(get("persist.x"), longest);
-  // One in the file is the file's owner's mistake: whatever is given fits the room.
-  write("persist.y=" + longest + "vvvvvvvv\npersist.z=1\n");
+  // A longer one that is in the file already is cut to fit.
+  put("persist.y=" + longest + "vvvvvvvv\npersist.z=1\n");
   EXPECT_LE(get("persist.y").size(), 91U);
   EXPECT_EQ(get("persist.z"), "1");
   // So is a default.
@@ -121,7 +116,7 @@ TEST_F(properties, longest_value_has_91_bytes) {
 }
 
 TEST_F(properties, name_or_value_that_would_break_a_line_is_refused) {
-  write("persist.a=1\n");
+  put("persist.a=1\n");
   for (const char* name : {"", "a=b", "=", "a\nb", "#a"}) {
     SCOPED_TRACE(name);
     EXPECT_LT(set(name, "2"), 0);
@@ -132,7 +127,7 @@ TEST_F(properties, name_or_value_that_would_break_a_line_is_refused) {
 }
 
 TEST_F(properties, blanks_and_carriage_returns_do_not_count) {
-  write("a=1\r\n b = 2 \r\n\tc=\t3 and 4\n  # no=5\n\r\n");
+  put("a=1\r\n b = 2 \r\n\tc=\t3 and 4\n  # no=5\n\r\n");
   testing::internal::CaptureStderr();
   EXPECT_EQ(get("a"), "1");
   EXPECT_EQ(get("b"), "2");
@@ -274,12 +269,18 @@ TEST_F(properties, two_processes_lose_nothing_and_a_reader_sees_whole_values) {
 TEST_F(properties, killed_writers_leave_a_readable_file_that_can_be_written) {
   const std::string value(80, 'k');
   for (int i = 0; i < 20; ++i) ASSERT_EQ(set("steady." + std::to_string(i), value), 0);
+  int progress[2];
+  ASSERT_EQ(pipe(progress), 0);
   for (int round = 0; round < 25; ++round) {
     const pid_t pid = process([&] {
-      for (int i = 0;; ++i) set("moving." + std::to_string(i % 20), value);
-      return true;
+      for (int i = 0; write(progress[1], "", 1) == 1; ++i) {
+        set("moving." + std::to_string(i % 20), value);
+      }
+      return false;
     });
-    std::this_thread::sleep_for(std::chrono::milliseconds(1 + 3 * (round % 5)));
+    // Killed early and late in one of its writes.
+    char begun = 0;
+    for (int writes = 0; writes <= round % 5; ++writes) ASSERT_EQ(read(progress[0], &begun, 1), 1);
     kill(pid, SIGKILL);
     status_of(pid);
     for (int i = 0; i < 20; ++i) {
@@ -293,11 +294,8 @@ TEST_F(properties, killed_writers_leave_a_readable_file_that_can_be_written) {
   }
   EXPECT_LE(lines().size(), 41U);
   // A writer that was killed may leave its own unfinished file, not one each.
-  int files = 0;
-  for (const auto& entry : std::filesystem::directory_iterator(dir_.path())) {
-    files += entry.path().empty() ? 0 : 1;
-  }
-  EXPECT_LE(files, 4);
+  const std::filesystem::directory_iterator files(dir_.path());
+  EXPECT_LE(std::distance(begin(files), end(files)), 4);
 }
 
 }  // namespace

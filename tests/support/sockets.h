@@ -1,0 +1,63 @@
+// Unix sockets of raw system calls.
+#pragma once
+
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <stdexcept>
+#include <string>
+
+namespace support {
+
+inline sockaddr_un address_of(const std::string& path) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+  return address;
+}
+
+/// A socket of this type that `attach` (connect or bind) has given the path.
+template <typename Attach>
+int socket_at(const std::string& path, int type, Attach attach) {
+  const int made = ::socket(AF_UNIX, type | SOCK_CLOEXEC, 0);
+  const sockaddr_un address = address_of(path);
+  if (attach(made, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+    ::close(made);
+    throw std::runtime_error("socket at " + path);
+  }
+  return made;
+}
+
+inline int connected(const std::string& path, int type) {
+  return socket_at(path, type, ::connect);
+}
+inline int listening_at(const std::string& path, int type) {
+  const int made = socket_at(path, type, ::bind);
+  if (::listen(made, 64) != 0) throw std::runtime_error("listen");
+  return made;
+}
+
+inline bool readable(int descriptor, std::chrono::milliseconds limit) {
+  pollfd one{descriptor, POLLIN, 0};
+  return ::poll(&one, 1, static_cast<int>(limit.count())) == 1;
+}
+
+class open_socket {
+ public:
+  explicit open_socket(int descriptor) : descriptor_(descriptor) {}
+  open_socket(const open_socket&) = delete;
+  open_socket& operator=(const open_socket&) = delete;
+  ~open_socket() { ::close(descriptor_); }
+
+  [[nodiscard]] bool readable(std::chrono::milliseconds limit) const {
+    return support::readable(descriptor_, limit);
+  }
+
+ protected:
+  int descriptor_;
+};
+
+}  // namespace support
