@@ -317,7 +317,7 @@ TEST_F(command, sar_state_is_requested_with_an_empty_request) {
     int value;
   } rows[] = {
       {"02 0400 00000000  10 0400 feffffff", "dsi vailid = 1 , dsi value = -2", -2},
-      {"02 0400 00000000", "dsi vailid = 0 , dsi value = 0", 0},
+      {"02 0400 01000300", "dsi vailid = 0 , dsi value = 0", 0},
       {"10 0400 14000000", failed + "-46", -1},
       {"02 0400 00000000  10 0300 140000", failed + "-45", -1},
   };
