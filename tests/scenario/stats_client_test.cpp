@@ -81,11 +81,10 @@ TEST_F(stats_client, table_has_ten_slots) {
   modem_api_free_client(3);
   modem_api_free_client(10);
   EXPECT_EQ(logged("modem_api_free_client: client already freed\n"), 2);
-  ASSERT_EQ(add_client(7, &id), 0U);
+  ASSERT_EQ(modem_api_init_client(7, nullptr, nullptr, &id), 0U);
   EXPECT_EQ(id, 3U);
-  modem_api_operational_status_cb(MODEM_API_CLIENT_VS, 3);
-  EXPECT_EQ(came_up, 0);
-  EXPECT_EQ(modem_api_set_orvax_feature_status(0), 7U) << "of another type";
+  modem_api_operational_status_cb(7, 3);
+  EXPECT_EQ(modem_api_set_orvax_feature_status(3), 7U) << "operational, but of another type";
   EXPECT_EQ(logged("E/ORVAX: modem_api_set_orvax_feature_status: Unexpected condition, return "
                    "error 7!\n"),
             1);
