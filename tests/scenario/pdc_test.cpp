@@ -209,6 +209,7 @@ TEST_F(pdc, every_operation_of_the_simulated_modem_fills_its_slot) {
   // The modem restarts now.
   while (send(pdc_get_selected_config_v01, of_type) == 0) std::this_thread::yield();
   pdc_clean();
+  EXPECT_EQ(pdc_client_handle(), nullptr);
   while (pdc_init() != 0) {
   }
   slots.get_selected_config.holder = &now_;
@@ -390,7 +391,10 @@ TEST_F(pdc, service_that_is_not_there_is_tried_twenty_times) {
     slot->is_done = slot->is_waiting = 1;
     slot->result = -1;
   }
+  testing::internal::CaptureStderr();
   EXPECT_EQ(pdc_init(), -1);
+  EXPECT_TRUE(
+      contains(testing::internal::GetCapturedStderr(), "tvk: trying again for up to 100 s\n"));
   for (const auto* const slot :
        {static_cast<pdc_wait_slot*>(&slots.list_configs), &slots.set_feature}) {
     EXPECT_EQ(slot->is_done + slot->is_waiting, 0U);
