@@ -23,15 +23,12 @@
 // In the output these lines stand for others:
 //   {usage}           all of usage.txt; {help}: its banner, the section of the command's group and
 //                     its footer
-//   {anywhere TEXT}   the line TEXT, here or later: another thread prints it
 //   {NAME WORD...}    a block, which blocks.case or the same file above has like a case under
 //                     `== {NAME} what it shows`, with the words for its $1, $2...
 // In commands and output {3*"ab"} stands for ababab and {cr} for a carriage return. A source line
 // number is masked: `RIL[name:123]: ` must be given as `RIL[name:#]: `, and a UIM client's handle
 // as `#`. Empty lines at the end of a case belong to its output; the single empty line before the
 // next `==` and those after rows do not.
-//
-// A case whose modem has an --at-device is skipped unless that path can be created here.
 #include <gtest/gtest.h>
 #include <signal.h>
 
@@ -43,12 +40,10 @@
 #include <iostream>
 #include <map>
 #include <memory>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-#include "support/at_device.h"
 #include "support/printed.h"
 #include "support/process.h"
 #include "support/simulated_modem.h"
@@ -62,7 +57,6 @@ struct step {
   std::string program;
   texts arguments;
   texts output;
-  std::vector<std::pair<std::size_t, std::string>> anywhere;  ///< first place in `output`, line
   bool aborts = false;
   texts error_texts;
 };
@@ -75,16 +69,12 @@ struct cli_case {
   std::vector<step> steps;
 };
 
-texts lines_in(std::istream&& text) {
-  texts lines;
-  for (std::string line; std::getline(text, line);) lines.push_back(line);
-  return lines;
-}
-
 texts lines_of(const std::filesystem::path& path) {
   std::ifstream in(path);
   if (!in) throw std::runtime_error("cannot read " + path.string());
-  return lines_in(std::move(in));
+  texts lines;
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
 }
 
 std::string joined(const texts& lines) {
@@ -217,7 +207,6 @@ class case_reader {
       current.steps.push_back({.program = program,
                                .arguments = words,
                                .output = {},
-                               .anywhere = {},
                                .aborts = false,
                                .error_texts = {}});
       for (std::size_t i = 1; i < text.size(); ++i) take_output(expanded(text[i]));
@@ -239,8 +228,6 @@ class case_reader {
       current.aborts = true;
     } else if (name == "stderr") {
       current.error_texts.push_back(rest);
-    } else if (name == "anywhere") {
-      current.anywhere.emplace_back(current.output.size(), rest);
     } else if (name == "usage") {
       append(lines_of(TVK_CLI_CASES_DIR "/usage.txt"));
     } else if (name == "help") {
@@ -257,37 +244,15 @@ class case_reader {
   texts rows_;
 };
 
-/// Takes the lines that may be anywhere out of `lines`; whether all were there, in their order.
-bool take_out(texts& lines, const std::vector<std::pair<std::size_t, std::string>>& wanted) {
-  std::size_t from = 0;
-  for (const auto& [place, line] : wanted) {
-    from = std::max(from, place);
-    if (from > lines.size()) return false;
-    const auto found =
-        std::find(lines.begin() + static_cast<std::ptrdiff_t>(from), lines.end(), line);
-    if (found == lines.end()) return false;
-    from = static_cast<std::size_t>(found - lines.begin());
-    lines.erase(found);
-  }
-  return true;
-}
-
 class cli_test : public testing::Test {
  public:
   explicit cli_test(cli_case wanted) : wanted_(std::move(wanted)) {}
 
   void TestBody() override {
-    const auto& options = wanted_.modem_options;
-    std::unique_ptr<support::at_device> device;  // given back after the modem has ended
-    const auto option = std::find(options.begin(), options.end(), "--at-device");
-    if (option != options.end()) {
-      device = std::make_unique<support::at_device>(*std::next(option));
-      if (!device->usable()) GTEST_SKIP() << *std::next(option) << " cannot be created here";
-    }
     std::unique_ptr<support::simulated_modem> modem;
     if (wanted_.with_modem) {
       modem = std::make_unique<support::simulated_modem>(
-          texts{}, support::simulated_modem::begin::at_once, options);
+          texts{}, support::simulated_modem::begin::at_once, wanted_.modem_options);
     }
     auto variables = wanted_.variables;
     variables.emplace("TVK_PROPERTIES", properties());
@@ -315,10 +280,7 @@ class cli_test : public testing::Test {
   [[nodiscard]] std::string properties() const { return dir_.file("properties"); }
 
   static void check(const support::process_result& got, const step& wanted) {
-    auto output = lines_in(std::istringstream(support::masked(got.output)));
-    EXPECT_TRUE(take_out(output, wanted.anywhere));
-    EXPECT_EQ(joined(output), joined(wanted.output));
-    EXPECT_TRUE(got.output.empty() || got.output.back() == '\n');
+    EXPECT_EQ(support::masked(got.output), joined(wanted.output));
     EXPECT_FALSE(got.timed_out);
     EXPECT_EQ(got.signal, wanted.aborts ? SIGABRT : 0);
     EXPECT_EQ(got.exit_status, wanted.aborts ? -1 : 0);
