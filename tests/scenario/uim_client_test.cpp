@@ -1,4 +1,4 @@
-// The UIM client and the eSIM switch test, against a modem that misbehaves and one that restarts.
+// The UIM client and the eSIM switch test, mostly against a modem that misbehaves.
 // The client lives as long as the process, so each test here needs a process of its own.
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -9,9 +9,7 @@
 #include <vector>
 
 #include "norvel_extend_qmi/norvel_extend_cmn_uim.h"
-#include "support/extension_packets.h"
 #include "support/hand_modem.h"
-#include "support/modem_connection.h"
 #include "support/pauses.h"
 #include "support/printed.h"
 #include "support/simulated_modem.h"
@@ -281,33 +279,6 @@ TEST(esim_switch, reset_believes_two_answers_of_the_card) {
   const auto open = modem.requests().at(0).data;
   EXPECT_EQ(bytes(open.begin() + 7, open.end()),
             hex("01 0100 02  10 1100 10 a0000005591010ffffffff8900000100  11 0100 01"));
-}
-
-// The modem holds an answer back and restarts meanwhile.
-TEST(esim_switch, restart_of_the_modem_in_the_middle) {
-  const struct {
-    const char* action;
-    const char* held;  ///< the message
-    const char* outcome;
-  } rows[] = {
-      {"1", "0x30", "value=FAILED\n"},    {"1", "0x65", "eID=89049032000000000000000000000066\n"},
-      {"2", "0x31", "value=FAILED\n"},    {"3", "0x65", "eID=89049032000000000000000000000066\n"},
-      {"4", "0x2f", "UNKNOWN,UNKNOWN\n"}, {"5", "0x42", "value=FAILED\n"},
-      {"5", "0x3b", "value=FAILED\n"},    {"5", "0x3f", "value=SUCCEED\n"},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(std::string(row.action) + " " + row.held);
-    const std::string fault = std::string("uim/") + row.held + "@1=delay:20000";
-    simulated_modem modem({fault}, simulated_modem::begin::at_once,
-                          {"--trace", "--restart-time", "100"});
-    auto console = start_console(modem.endpoint(), {"5", "10", row.action, "0"});
-    ASSERT_TRUE(modem.process().wait_for_error_text("fault " + fault));
-    const modem_connection other(modem.socket());
-    ASSERT_TRUE(other.send(packets::service + hex("00 0100 0200 1102") +
-                           extension_tlvs(4, common_message(31, u32(0x1000)))));
-    EXPECT_EQ(console->wait().output, row.outcome);
-    EXPECT_EQ(run_console(modem.endpoint(), {"5", "10", "4", "0"}).output, "PRESENT,PRESENT\n");
-  }
 }
 
 }  // namespace
