@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -17,9 +18,13 @@
 
 #include "norvel_extend_qmi/norvel_extend_nvefs.h"
 #include "qcril-common/utilities/quiet_notes.h"
+#include "support/eventually.h"
 #include "support/extension_packets.h"
 #include "support/hand_modem.h"
 #include "support/printed.h"
+#include "support/process.h"
+#include "support/simulated_modem.h"
+#include "support/temp_dir.h"
 
 namespace {
 
@@ -275,6 +280,16 @@ TEST_F(nvefs, answers_that_claim_more_than_they_hold_never_overrun) {
   }
 }
 
+TEST_F(nvefs, largest_file_is_written_and_read_back_in_248_exchanges_each_way) {
+  quiet_notes = 1;
+  keep_files(414);
+  const auto data = pattern(102410, 7);
+  EXPECT_EQ(norvel_efs_write(1, "/nv/a", 5, data.data(), 102410), 0);
+  EXPECT_EQ(modem_.requests().size(), 248U);
+  EXPECT_TRUE(read(102411).delivered() == data);
+  EXPECT_EQ(modem_.requests().size(), 2U * 248U);
+}
+
 TEST_F(nvefs, transfer_ends_after_299_exchanges_or_102410_bytes) {
   quiet_notes = 1;
   files_["/nv/a"] = pattern(1000, 5);
@@ -363,6 +378,45 @@ TEST_F(nvefs, transfers_of_two_threads_never_mix) {
     EXPECT_EQ(u32_at(first, 84), 0U);
     EXPECT_EQ(padded(payload_of(requests[i]), 76), padded(first, 76)) << "request " << i;
   }
+}
+
+// Programs read a file while their modem restarts. Late answers leave it the time to.
+TEST(nvefs_programs, reads_end_by_themselves_while_the_modem_restarts) {
+  const simulated_modem modem({"extension/2=delay:15"}, simulated_modem::begin::at_once,
+                              {"--restart-time", "100"});
+  const temp_dir dir;
+  std::ofstream(dir.file("properties")) << "persist.vendor.ssr.restart_level=ALL_ENABLE\n";
+  const auto run = [&](const std::vector<std::string>& arguments) {
+    return support::run(
+        TVK_PROGRAM, arguments,
+        {{"TVK_MODEM", modem.endpoint()}, {"TVK_PROPERTIES", dir.file("properties")}});
+  };
+  ASSERT_EQ(run({"4", "5", "0", "/a", "1", "2", "3"}).exit_status, 0);
+  const std::string data = "\ndata len(3)\ndata:  01 02 03\n";
+  std::atomic<bool> restarting = true;
+  std::atomic<int> reads = 0;
+  std::vector<std::jthread> readers;
+  for (int i = 0; i < 3; ++i) {
+    readers.emplace_back([&] {
+      while (restarting) {
+        const auto got = run({"4", "4", "0", "/a"});
+        ++reads;
+        EXPECT_EQ(got.exit_status, 0) << got.output;
+        // The modem was lost during the exchange, or between the lookup and the connection.
+        const bool failed =
+            contains(got.output, "error_code(-103)") || contains(got.output, "error_code(-102)");
+        EXPECT_NE(failed, got.output.ends_with(data)) << got.output;
+      }
+    });
+  }
+  for (int i = 0; i < 8; ++i) {
+    const auto got = run({"5", "5"});
+    EXPECT_EQ(got.exit_status, 0) << got.output;
+    for (const int before = reads; reads == before;) std::this_thread::yield();
+  }
+  restarting = false;
+  readers.clear();
+  EXPECT_TRUE(eventually([&] { return run({"4", "4", "0", "/a"}).output.ends_with(data); }));
 }
 
 }  // namespace
