@@ -334,6 +334,14 @@ TEST_F(command, sar_state_is_requested_with_an_empty_request) {
   }
 }
 
+// Each line leaves at once, also into a pipe: nothing is lost when a program is killed.
+TEST(waiting_command, has_printed_its_lines) {
+  const temp_dir dir;
+  background_process console(TVK_PROGRAM, {"6", "0", "1"},
+                             {{"TVK_MODEM", "unix:" + dir.file("modem.sock")}});
+  EXPECT_TRUE(console.wait_for_output_text("num_services = 0\n"));
+}
+
 // A plain file stands for the device, and then a directory, which cannot be written.
 TEST_F(command, at_command_is_written_to_the_device_with_a_carriage_return) {
   const at_device device;
