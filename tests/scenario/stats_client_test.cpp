@@ -5,7 +5,6 @@
 #include <atomic>
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <string>
 #include <thread>
@@ -322,6 +321,7 @@ TEST_F(stats_client, group_9_requests_the_record_of_each_option) {
   for (const auto& [option, id] : rows) {
     group_9(option);
     EXPECT_EQ(modem.requests().back().data.at(21), id) << option;
+    EXPECT_EQ(g_qmi_modem_stats.client_id, -1) << "freed";
   }
 }
 
@@ -368,7 +368,8 @@ std::size_t open_files() {
   return static_cast<std::size_t>(std::distance(begin(files), end(files)));
 }
 
-// The service stays until a request succeeded, or for a while if none does.
+// The service goes and comes after each request that succeeds, or after a while if none does. A
+// client that another one's end has cut off succeeds no more: each makes ten requests.
 TEST_F(stats_client, service_that_comes_and_goes_under_two_threads_leaves_nothing_behind) {
   hand_modem modem({statistics});
   use(modem, done, entries(1, entry("0100 0000 64000000", 1, {9})));
@@ -384,7 +385,7 @@ TEST_F(stats_client, service_that_comes_and_goes_under_two_threads_leaves_nothin
     }
   });
   const auto use_clients = [&] {
-    for (int i = 0; i < 40;) {
+    for (int i = 0; i < 40 || good == 0 || came_up == 0;) {
       std::uint32_t id = 0;
       if (add_client(MODEM_API_CLIENT_VS, &id) != 0) continue;
       ++i;
@@ -394,7 +395,10 @@ TEST_F(stats_client, service_that_comes_and_goes_under_two_threads_leaves_nothin
         vendor_stats_get_resp_v01 answer;
         const auto result = modem_api_get_stats_parameter(id, 1, 1, 100, answer);
         EXPECT_TRUE(result == 0 || result == 1 || result == 7) << result;
-        if (result != 0 || answer.entries_valid != 1) continue;
+        if (result != 0 || answer.entries_valid != 1) {
+          std::this_thread::yield();
+          continue;
+        }
         EXPECT_EQ(answer.entries[0].data[0], 9);
         ++good;
       }
@@ -406,9 +410,7 @@ TEST_F(stats_client, service_that_comes_and_goes_under_two_threads_leaves_nothin
   other.join();
   over = true;
   service.join();
-  EXPECT_GT(good, 0);
   EXPECT_GT(went_down, 0);
-  EXPECT_GT(came_up, 0);
   // The threads that follow the service may still be at work.
   EXPECT_TRUE(eventually([&] { return open_files() == before; })) << open_files() - before;
   std::uint32_t id = 99;

@@ -4,7 +4,6 @@
 #include <stdlib.h>
 
 #include <chrono>
-#include <functional>
 #include <string>
 #include <vector>
 

@@ -1,9 +1,6 @@
 // The simulated modem's cards and its eUICC, byte by byte.
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
 #include "support/extension_packets.h"
 #include "support/modem_connection.h"
 #include "support/simulated_modem.h"
