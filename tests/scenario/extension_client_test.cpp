@@ -163,25 +163,6 @@ TEST(extension_client, exchanges_of_eight_threads_do_not_mix) {
   }
 }
 
-TEST(extension_client, quiet_run_prints_nothing) {
-  quiet_notes = 1;
-  const simulated_modem modem({"extension/2@2=result:9"});
-  use_modem(modem.endpoint());
-  bytes data(513);
-  unsigned int length = 512;
-  EXPECT_EQ(printed_by([&] {
-              for (const int size : {20, 20, 513}) {
-                norvel_extend_qmi_send_sync(0, data.data(), size, data.data(), &length);
-              }
-              norvel_extend_qmi_send_sync(0, nullptr, 0, data.data(), &length);
-              for (const char* number : {"01 0400 06000000", "01 0400 07000000"}) {
-                auto indication = hex(number) + hex("02 0400 00000000");
-                norvel_extend_qmi_ind_cb(nullptr, 3, indication.data(), 14, nullptr);
-              }
-            }),
-            "");
-}
-
 /// 508 bytes that the sender must clear, and a guard that it must leave.
 bytes send_common(unsigned int length, unsigned char* payload) {
   auto answer = fill(508 + 64, 0xEE);

@@ -48,9 +48,11 @@ void open_slot(pdc_wait_slot& slot) {
 std::int32_t wait_for(pdc_wait_slot& slot) {
   std::unique_lock hold(slots.mutex);
   slot.is_waiting = 1;
-  while (slot.is_done == 0) {
-    EXPECT_EQ(slot.finished.wait_for(hold, 30s), std::cv_status::no_timeout);
+  bool woken = true;
+  while (slot.is_done == 0 && woken) {
+    woken = slot.finished.wait_for(hold, 30s) == std::cv_status::no_timeout;
   }
+  EXPECT_TRUE(woken);
   slot.is_waiting = 0;
   return slot.result;
 }

@@ -325,32 +325,16 @@ TEST_F(stats_client, group_9_requests_the_record_of_each_option) {
   }
 }
 
-TEST_F(stats_client, client_follows_its_service_down_and_up) {
-  hand_modem modem({statistics});
-  use(modem, done, entries(1, entry("0100 0000 64000000", 1, {9})));
-  std::uint32_t id = 0;
-  ASSERT_EQ(add_client(MODEM_API_CLIENT_VS, &id), 0U);
-  vendor_stats_get_resp_v01 answer;
-  for (int round = 1; round <= 3; ++round) {
-    EXPECT_EQ(modem_api_get_stats_parameter(id, 1, 1, 100, answer), 0U);
-    EXPECT_EQ(answer.entries[0].data[0], 9);
-    modem.withdraw(statistics);
-    ASSERT_TRUE(eventually([&] { return went_down == round; }));
-    EXPECT_EQ(modem_api_get_stats_parameter(id, 1, 1, 100, answer), 7U);
-    modem.publish(statistics);
-    ASSERT_TRUE(eventually([&] { return came_up == round; }));
-  }
-  modem_api_free_client(id);
-}
-
 TEST_F(stats_client, service_that_goes_again_at_once_is_followed_when_it_comes_to_stay) {
   hand_modem modem({statistics});
   use(modem, done, done);
   std::uint32_t id = 0;
   ASSERT_EQ(add_client(MODEM_API_CLIENT_VS, &id), 0U);
+  EXPECT_EQ(modem_api_set_orvax_feature_status(id), 0U);
   modem.withdraw(statistics);
   for (int round = 1; round <= 2; ++round) {
     ASSERT_TRUE(eventually([&] { return logged("qmi_client_register_notify_cb 0\n") == round; }));
+    EXPECT_EQ(modem_api_set_orvax_feature_status(id), 7U);
     modem.flap(statistics);
     ASSERT_TRUE(eventually(
         [&] { return logged("qmi_client_init_instance returned failure(-3)") == round; }));
