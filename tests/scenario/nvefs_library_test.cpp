@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -17,42 +18,35 @@
 
 #include "norvel_extend_qmi/norvel_extend_nvefs.h"
 #include "qcril-common/utilities/quiet_notes.h"
+#include "support/eventually.h"
 #include "support/extension_packets.h"
 #include "support/hand_modem.h"
 #include "support/printed.h"
+#include "support/process.h"
+#include "support/simulated_modem.h"
+#include "support/temp_dir.h"
 
 namespace {
 
-using support::bytes;
-using support::client_made;
-using support::datagram;
-using support::fill;
-using support::hand_modem;
-using support::hex;
-using support::printed_by;
-using support::qmi_response;
-using support::u32;
-using support::u32_at;
-using support::operator+;
+using namespace support;
 
 const bytes no_error = hex("01 0400 00000000");
 const bytes header = hex("02 0400 bc010000  10 0002");  // 444 bytes count, 512 follow
-const std::string exchanged =
-    "norvel_extend_qmi_send_sync resp_len:444\n"
-    "norvel_extend_qmi_handle_req_cb result:0\n"
+const std::string answered =
+    exchanged(444) +
     "RIL[norvel_qmi_result_map:#]: norvel_qmi_result_map, old_result 0, new_result 0\n";
-const std::string entry = "function entry ------------->";
-const std::string exit_line = "function exit <-------------";
 
 bytes padded(bytes data, std::size_t size) {
   data.resize(size);
   return data;
 }
 
-bytes answer(std::uint32_t file_length, std::uint32_t chunk, std::uint32_t result,
+bytes answer(std::size_t file_length, std::size_t chunk, std::uint32_t result,
              const bytes& data = {}) {
+  const auto number = [](std::size_t value) { return u32(static_cast<std::uint32_t>(value)); };
   return no_error + header +
-         padded(fill(4, 0xEE) + u32(file_length) + u32(chunk) + fill(4, 0xEE) + u32(result) + data,
+         padded(fill(4, 0xEE) + number(file_length) + number(chunk) + fill(4, 0xEE) + u32(result) +
+                    data,
                 512);
 }
 
@@ -69,14 +63,6 @@ bytes pattern(std::size_t size, unsigned seed) {
   return out;
 }
 
-std::string lines(const std::string& function, const std::vector<std::string>& messages) {
-  std::string text;
-  for (const auto& message : messages) {
-    text.append("RIL[").append(function).append(":#]: ").append(message).append("\n");
-  }
-  return text;
-}
-
 class nvefs : public testing::Test {
  protected:
   nvefs() { setenv("TVK_MODEM", modem_.endpoint().c_str(), 1); }
@@ -85,27 +71,18 @@ class nvefs : public testing::Test {
   void keep_files(std::size_t chunk) {
     modem_.on_request([this, chunk](const datagram& request) {
       const auto asked = payload_of(request);
-      const std::string path(asked.begin() + 5, asked.begin() + 5 + asked[4]);
       const auto offset = u32_at(asked, 84);
       const std::lock_guard lock(mutex_);
-      auto& file = files_[path];
-      bytes out;
+      auto& file = files_[std::string(asked.begin() + 5, asked.begin() + 5 + asked[4])];
+      bytes part;
       if (asked[0] == 4) {
-        const auto here = std::min<std::size_t>(offset, file.size());
-        const auto count = std::min({file.size() - here, chunk, std::size_t{424}});
-        const auto from = file.begin() + static_cast<std::ptrdiff_t>(here);
-        out = answer(static_cast<std::uint32_t>(file.size()), static_cast<std::uint32_t>(count), 0,
-                     bytes(from, from + static_cast<std::ptrdiff_t>(count)));
+        part.assign(file.begin() + static_cast<std::ptrdiff_t>(offset), file.end());
+        part.resize(std::min(part.size(), chunk));
       } else {
-        if (offset == 0) file.clear();
-        const auto count = u32_at(asked, 80);
-        if (offset != file.size() || count > 424) {
-          out = answer(0, 0, 29);
-        } else {
-          file.insert(file.end(), asked.begin() + 88, asked.begin() + 88 + count);
-          out = answer(u32_at(asked, 76), count, 0);
-        }
+        file.resize(offset);
+        file.insert(file.end(), asked.begin() + 88, asked.begin() + 88 + u32_at(asked, 80));
       }
+      const auto out = answer(file.size(), part.size(), 0, part);
       return std::vector<datagram>{{request.node, request.port, qmi_response(request.data, out)}};
     });
   }
@@ -118,24 +95,33 @@ class nvefs : public testing::Test {
 struct read_result {
   int code = 1;
   unsigned int length = 0;
-  bytes data;  ///< behind the room a guard of 64 bytes 0xEE
+  bytes data;  ///< followed by a guard of 64 bytes 0xEE
   std::string printed;
 
-  [[nodiscard]] bytes delivered() const { return {data.begin(), data.begin() + length}; }
+  [[nodiscard]] bytes delivered() const { return padded(data, length); }
 };
 
-read_result read(unsigned int capacity, const std::string& path = "/nv/a", unsigned int sub = 0) {
-  read_result got;
-  got.length = capacity;
-  got.data = fill(capacity + 64, 0xEE);
-  got.printed = printed_by([&] {
-    got.code = norvel_efs_read(sub, path.c_str(), static_cast<unsigned int>(path.size()),
-                               got.data.data(), &got.length);
-  });
+/// Checks that the guard is untouched.
+read_result read_with(unsigned int capacity,
+                      const std::function<int(unsigned char*, unsigned int*)>& call) {
+  read_result got{.length = capacity, .data = fill(capacity + 64, 0xEE), .printed = ""};
+  got.printed = printed_by([&] { got.code = call(got.data.data(), &got.length); });
   EXPECT_LE(got.length, capacity);
   got.length = std::min(got.length, capacity);
   EXPECT_EQ(bytes(got.data.end() - 64, got.data.end()), fill(64, 0xEE));
   return got;
+}
+
+read_result read(unsigned int capacity, const std::string& path = "/nv/a", unsigned int sub = 0) {
+  return read_with(capacity, [&](unsigned char* buf, unsigned int* length) {
+    return norvel_efs_read(sub, path.c_str(), static_cast<unsigned int>(path.size()), buf, length);
+  });
+}
+
+read_result read_item() {
+  return read_with(365, [](unsigned char* buf, unsigned int* length) {
+    return norvel_nv_read(0, 5, buf, length);
+  });
 }
 
 TEST_F(nvefs, request_bytes_of_the_longest_paths) {
@@ -165,60 +151,39 @@ TEST_F(nvefs, request_bytes_of_the_longest_paths) {
 
 TEST_F(nvefs, arguments_are_checked_in_order_before_any_exchange) {
   bytes data(102411);
+  auto* const buf = data.data();
   unsigned int none = 0;
-  unsigned int length = 365;
-  const std::string path(80, 'p');
-  const auto efs_read = [&](unsigned int sub, const char* name, unsigned int len,
-                            unsigned char* buf, unsigned int* buf_len) {
-    return [=] { return norvel_efs_read(sub, name, len, buf, buf_len); };
-  };
-  const auto efs_write = [&](unsigned int sub, const char* name, unsigned int len,
-                             const unsigned char* buf, unsigned int buf_len) {
-    return [=] { return norvel_efs_write(sub, name, len, buf, buf_len); };
-  };
-  const auto efs_delete = [&](unsigned int sub, const char* name, unsigned int len) {
-    return [=] { return norvel_efs_delete(sub, name, len); };
-  };
+  char path[80] = "ppp";
   const struct {
     std::function<int()> call;
     int code;
     const char* message;
   } rows[] = {
-      {efs_read(2, nullptr, 0, nullptr, nullptr), -104, "sub invalid"},
-      {efs_read(0xFFFFFFFF, path.data(), 5, data.data(), &none), -104, "sub invalid"},
-      {efs_read(1, nullptr, 0, nullptr, nullptr), -105, "efs_path is null"},
-      {efs_read(0, path.data(), 0, nullptr, nullptr), -106, "len invalid"},
-      {efs_read(0, path.data(), 72, nullptr, nullptr), -106, "len invalid"},
-      {efs_read(0, path.data(), 71, nullptr, nullptr), -107, "buf is null"},
-      {efs_read(0, path.data(), 71, data.data(), nullptr), -108, "p_buf_len is null"},
-      {efs_read(0, path.data(), 1, data.data(), &none), -108, "buf_len is invalid"},
-      {efs_write(2, nullptr, 0, nullptr, 0), -104, "sub invalid"},
-      {efs_write(1, nullptr, 0, nullptr, 0), -105, "efs_path is null"},
-      {efs_write(0, path.data(), 0, nullptr, 0), -106, "len invalid"},
-      {efs_write(0, path.data(), 71, nullptr, 0), -106, "len invalid"},
-      {efs_write(0, path.data(), 70, nullptr, 0), -107, "buf is null"},
-      {efs_write(0, path.data(), 70, data.data(), 0), -108, "buf_len is invalid"},
-      {efs_write(0, path.data(), 70, data.data(), 102411), -108, "buf_len is invalid"},
-      {efs_write(0, path.data(), 70, data.data(), 0xFFFFFFFF), -108, "buf_len is invalid"},
-      {efs_delete(2, nullptr, 0), -104, "sub invalid"},
-      {efs_delete(1, nullptr, 0), -105, "efs_path is null"},
-      {efs_delete(0, path.data(), 0), -106, "len invalid"},
-      {efs_delete(0, path.data(), 71), -106, "len invalid"},
-      {[&] { return norvel_nv_read(0, 7233, data.data(), &length); }, -109,
-       "nv_id is out range(7233)"},
-      {[&] { return norvel_nv_write_ex(1, 70000, data.data(), 1); }, -109,
-       "nv_id is out range(70000)"},
-      {[&] { return norvel_nv_write_ex(0, 5, data.data(), 0); }, -108, "buf_len is invalid"},
+      {[&] { return norvel_efs_read(2, nullptr, 0, nullptr, nullptr); }, -104, "sub invalid"},
+      {[&] { return norvel_efs_read(1, nullptr, 0, nullptr, nullptr); }, -105, "efs_path is null"},
+      {[&] { return norvel_efs_read(0, path, 0, nullptr, nullptr); }, -106, "len invalid"},
+      {[&] { return norvel_efs_read(0, path, 72, nullptr, nullptr); }, -106, "len invalid"},
+      {[&] { return norvel_efs_read(0, path, 71, nullptr, nullptr); }, -107, "buf is null"},
+      {[&] { return norvel_efs_read(0, path, 71, buf, nullptr); }, -108, "p_buf_len is null"},
+      {[&] { return norvel_efs_read(0, path, 1, buf, &none); }, -108, "buf_len is invalid"},
+      {[&] { return norvel_efs_write(~0U, nullptr, 0, nullptr, 0); }, -104, "sub invalid"},
+      {[&] { return norvel_efs_write(0, path, 71, nullptr, 0); }, -106, "len invalid"},
+      {[&] { return norvel_efs_write(0, path, 70, nullptr, 0); }, -107, "buf is null"},
+      {[&] { return norvel_efs_write(0, path, 70, buf, 0); }, -108, "buf_len is invalid"},
+      {[&] { return norvel_efs_write(0, path, 70, buf, 102411); }, -108, "buf_len is invalid"},
+      {[&] { return norvel_efs_delete(2, nullptr, 0); }, -104, "sub invalid"},
+      {[&] { return norvel_efs_delete(0, path, 71); }, -106, "len invalid"},
+      {[&] { return norvel_nv_read(0, 7233, buf, &none); }, -109, "nv_id is out range(7233)"},
+      {[&] { return norvel_nv_write_ex(1, -1, buf, 1); }, -109, "nv_id is out range(-1)"},
+      {[&] { return norvel_nv_write_ex(0, 5, buf, 0); }, -108, "buf_len is invalid"},
+      {[&] { return norvel_nv_write_ex(0, 5, buf, 366); }, -108, "buf_len is invalid"},
       {[&] { return norvel_nv_delete(0, 7233); }, -109, "nv_id is out range(7233)"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE("row " + std::to_string(&row - rows));
-    int code = 0;
-    const auto printed = printed_by([&] { code = row.call(); });
-    EXPECT_EQ(code, row.code);
-    EXPECT_NE(printed.find(std::string(":#]: ") + row.message + "\nRIL["), std::string::npos)
-        << printed;
-    EXPECT_TRUE(printed.ends_with(exit_line + "\n")) << printed;
+    const auto printed = printed_by([&] { EXPECT_EQ(row.call(), row.code); });
+    EXPECT_TRUE(contains(printed, std::string(":#]: ") + row.message + "\nRIL[")) << printed;
+    EXPECT_TRUE(printed.ends_with(function_exit + "\n")) << printed;
   }
   EXPECT_EQ(modem_.requests().size(), 0U);
 }
@@ -231,126 +196,125 @@ TEST_F(nvefs, file_of_two_chunks_is_read_and_every_step_logged) {
   EXPECT_EQ(got.delivered(), hex("0102030405"));
   const std::string function = "norvel_efs_read";
   EXPECT_EQ(got.printed,
-            lines(function, {entry, "norvel_efs_read, sub_id 1, path_len: 5", "buf_len: 365",
-                             "path_value: /nv/a"}) +
-                client_made + exchanged +
-                lines(function, {"result = 0, rsp.result = 0",
-                                 "data_len_all = 5, data_len_send = 3, data_len_recv = 3, "
-                                 "read_count = 1, data_len_cur = 0"}) +
-                exchanged +
-                lines(function, {"result = 0, rsp.result = 0",
-                                 "data_len_all = 5, data_len_send = 2, data_len_recv = 5, "
-                                 "read_count = 2, data_len_cur = 3",
-                                 exit_line}));
+            log_lines(function, {function_entry, "norvel_efs_read, sub_id 1, path_len: 5",
+                                 "buf_len: 365", "path_value: /nv/a"}) +
+                client_made + answered +
+                log_lines(function, {"result = 0, rsp.result = 0",
+                                     "data_len_all = 5, data_len_send = 3, data_len_recv = 3, "
+                                     "read_count = 1, data_len_cur = 0"}) +
+                answered +
+                log_lines(function, {"result = 0, rsp.result = 0",
+                                     "data_len_all = 5, data_len_send = 2, data_len_recv = 5, "
+                                     "read_count = 2, data_len_cur = 3",
+                                     function_exit}));
 }
 
 TEST_F(nvefs, thousand_bytes_are_written_in_three_chunks) {
   keep_files(414);
   const auto data = pattern(1000, 3);
-  int code = 1;
   const auto printed =
-      printed_by([&] { code = norvel_efs_write(1, "/big", 4, data.data(), 1000); });
-  EXPECT_EQ(code, 0);
+      printed_by([&] { EXPECT_EQ(norvel_efs_write(1, "/big", 4, data.data(), 1000), 0); });
   const auto requests = modem_.requests();
   ASSERT_EQ(requests.size(), 3U);
   const bytes start = padded(hex("05 01 0000 04 2f626967"), 76) + hex("e8030000");
-  const auto part = [&](std::size_t from, std::size_t count) {
-    const auto begin = data.begin() + static_cast<std::ptrdiff_t>(from);
-    return bytes(begin, begin + static_cast<std::ptrdiff_t>(count));
+  const struct {
+    const char* count_and_offset;
+    std::ptrdiff_t from, to;
+    const char* logged;
+  } rows[] = {
+      {"9e010000 00000000", 0, 414, "left_num(1000)|send_num(414)"},
+      {"9e010000 9e010000", 414, 828, "left_num(586)|send_num(414)"},
+      {"ac000000 3c030000", 828, 1000, "left_num(172)|send_num(172)"},
   };
-  EXPECT_EQ(payload_of(requests[0]), padded(start + hex("9e010000 00000000") + part(0, 414), 512));
-  EXPECT_EQ(payload_of(requests[1]),
-            padded(start + hex("9e010000 9e010000") + part(414, 414), 512));
-  auto last = payload_of(requests[2]);
-  last.resize(88 + 172);  // what lies behind the chunk means nothing
-  EXPECT_EQ(last, start + hex("ac000000 3c030000") + part(828, 172));
-  for (const char* step : {"left_num(1000)\n#send_num(414)\n", "left_num(586)\n#send_num(414)\n",
-                           "left_num(172)\n#send_num(172)\n"}) {
-    std::string text = step;
-    text.replace(text.find('#'), 1, "RIL[norvel_efs_write:#]: ");
-    EXPECT_NE(printed.find(text), std::string::npos) << text << " in\n" << printed;
+  for (std::size_t i = 0; i < requests.size(); ++i) {
+    const auto& row = rows[i];
+    const auto wanted =
+        start + hex(row.count_and_offset) + bytes(data.begin() + row.from, data.begin() + row.to);
+    // What follows a chunk means nothing.
+    EXPECT_EQ(padded(payload_of(requests[i]), wanted.size()), wanted);
+    const std::string logged = row.logged;
+    const auto bar = logged.find('|');
+    EXPECT_TRUE(contains(
+        printed, log_lines("norvel_efs_write", {logged.substr(0, bar), logged.substr(bar + 1)})))
+        << printed;
   }
-  EXPECT_NE(printed.find("send_count = 3, "), std::string::npos) << printed;
+  EXPECT_TRUE(contains(printed, "send_count = 3, ")) << printed;
 }
 
 TEST_F(nvefs, file_longer_than_the_room_is_cut_and_the_result_is_0) {
   files_["/nv/a"] = pattern(1000, 1);
   keep_files(424);
-  for (const unsigned int capacity : {1U, 100U, 424U, 425U, 999U}) {
+  for (const unsigned int capacity : {1U, 424U, 425U, 999U}) {
     SCOPED_TRACE(capacity);
     const auto got = read(capacity);
     EXPECT_EQ(got.code, 0);
-    EXPECT_EQ(got.length, capacity);
     EXPECT_EQ(got.delivered(), padded(pattern(1000, 1), capacity));
     EXPECT_TRUE(got.printed.ends_with(
-        lines("norvel_efs_read", {"abort, buf_len <= data_len_recv", exit_line})))
+        log_lines("norvel_efs_read", {"abort, buf_len <= data_len_recv", function_exit})))
         << got.printed;
   }
   for (const unsigned int capacity : {1000U, 102410U}) {
     EXPECT_EQ(read(capacity).delivered(), pattern(1000, 1)) << capacity;
   }
-}
-
-TEST_F(nvefs, chunk_of_0_bytes_ends_the_read) {
   modem_.answer_with_tlvs(answer(1000, 0, 0));
   EXPECT_TRUE(read(100).printed.ends_with(
-      lines("norvel_efs_read", {"abort, data_len_send <= 0", exit_line})));
-  EXPECT_EQ(modem_.requests().size(), 1U);
+      log_lines("norvel_efs_read", {"abort, data_len_send <= 0", function_exit})));
 }
 
-TEST_F(nvefs, chunks_that_claim_more_than_an_answer_holds_never_overrun) {
-  const struct {
-    std::uint32_t file_length;
-    std::uint32_t chunk;
-  } rows[] = {{1000, 425},     {1000, 1000},        {0xFFFFFFFF, 0xFFFFFFFF},
-              {5, 0xFFFFFFFF}, {100, 0x7FFFFFFF},   {0xFFFFFFFF, 0x80000000},
-              {0, 424},        {0xFFFFFFFF, 102410}};
+// read() and read_item() check that nothing is written past the room.
+TEST_F(nvefs, answers_that_claim_more_than_they_hold_never_overrun) {
   const auto data = pattern(492, 9);
-  for (const auto& row : rows) {
+  const bytes tlvs[] = {
+      answer(1000, 425, 0, data),         answer(0xFFFFFFFF, 0xFFFFFFFF, 0, data),
+      answer(100, 0x7FFFFFFF, 0, data),   answer(0, 424, 0, data),
+      no_error + hex("02 0400 00000000"), no_error + hex("02 0400 08000000 10 0002 ff*512"),
+  };
+  for (const auto& each : tlvs) {
+    modem_.answer_with_tlvs(each);
+    read_item();
     for (const unsigned int capacity : {1U, 365U, 500U, 102410U}) {
-      SCOPED_TRACE(std::to_string(row.chunk) + " into " + std::to_string(capacity));
-      modem_.answer_with_tlvs(answer(row.file_length, row.chunk, 0, data));
       const auto before = modem_.requests().size();
-      const auto got = read(capacity);  // checks the guard and the length
+      read(capacity);
       EXPECT_LE(modem_.requests().size() - before, 299U);
     }
   }
 }
 
-TEST_F(nvefs, answer_without_data_never_overruns) {
-  for (const auto& tlvs : {no_error + hex("02 0400 00000000"),
-                           no_error + hex("02 0400 08000000 10 0002") + fill(512, 0xFF)}) {
-    modem_.answer_with_tlvs(tlvs);
-    const auto got = read(365);
-    EXPECT_EQ(got.code, 0);
-    unsigned int length = 365;
-    bytes room = fill(365 + 64, 0xEE);
-    printed_by([&] { norvel_nv_read(0, 1, room.data(), &length); });
-    EXPECT_EQ(bytes(room.end() - 64, room.end()), fill(64, 0xEE));
-  }
+TEST_F(nvefs, largest_file_is_written_and_read_back_in_248_exchanges_each_way) {
+  quiet_notes = 1;
+  keep_files(414);
+  const auto data = pattern(102410, 7);
+  EXPECT_EQ(norvel_efs_write(1, "/nv/a", 5, data.data(), 102410), 0);
+  EXPECT_EQ(modem_.requests().size(), 248U);
+  EXPECT_TRUE(read(102411).delivered() == data);
+  EXPECT_EQ(modem_.requests().size(), 2U * 248U);
 }
 
-TEST_F(nvefs, transfer_ends_after_299_exchanges) {
+TEST_F(nvefs, transfer_ends_after_299_exchanges_or_102410_bytes) {
+  quiet_notes = 1;
   files_["/nv/a"] = pattern(1000, 5);
   keep_files(1);
-  quiet_notes = 1;
-  const auto got = read(102410);
-  EXPECT_EQ(got.code, 0);
+  EXPECT_EQ(read(102410).delivered(), padded(pattern(1000, 5), 299));
   EXPECT_EQ(modem_.requests().size(), 299U);
-  EXPECT_EQ(got.delivered(), padded(pattern(1000, 5), 299));
-}
-
-TEST_F(nvefs, transfer_ends_at_102410_bytes) {
   modem_.answer_with_tlvs(answer(0xFFFFFFFF, 414, 0, pattern(424, 5)));
-  quiet_notes = 1;
   const auto got = read(200'000);
   EXPECT_EQ(got.code, 0);
-  EXPECT_EQ(modem_.requests().size(), 248U);
+  EXPECT_EQ(modem_.requests().size(), 299U + 248U);
   EXPECT_GE(got.length, 102410U);
   EXPECT_LE(got.length, 248U * 414U);
 }
 
 TEST_F(nvefs, results_of_client_and_modem_end_every_operation) {
+  bytes room(500);
+  unsigned int length = 365;
+  const std::function<int()> calls[] = {
+      [&] { return norvel_efs_read(0, "/a", 2, room.data(), &length); },
+      [&] { return norvel_efs_write(0, "/a", 2, room.data(), 500); },
+      [&] { return norvel_efs_delete(0, "/a", 2); },
+      [&] { return norvel_nv_read(0, 5, room.data(), &length); },
+      [&] { return norvel_nv_write_ex(0, 5, room.data(), 5); },
+      [&] { return norvel_nv_delete(0, 5); },
+  };
   const struct {
     bytes tlvs;
     int code;
@@ -360,27 +324,14 @@ TEST_F(nvefs, results_of_client_and_modem_end_every_operation) {
       {answer(9, 9, 29, fill(9)), 29, "qmi response fail"},
       {answer(9, 9, 0xFFFFFFFF, fill(9)), -1, "qmi response fail"},
   };
-  bytes room(365);
-  const bytes data(500);
-  unsigned int length = 365;
-  const std::function<int()> calls[] = {
-      [&] { return norvel_efs_read(0, "/a", 2, room.data(), &length); },
-      [&] { return norvel_efs_write(0, "/a", 2, data.data(), 500); },
-      [&] { return norvel_efs_delete(0, "/a", 2); },
-      [&] { return norvel_nv_read(0, 5, room.data(), &length); },
-      [&] { return norvel_nv_write_ex(0, 5, data.data(), 5); },
-      [&] { return norvel_nv_delete(0, 5); },
-  };
   for (const auto& row : rows) {
     modem_.answer_with_tlvs(row.tlvs);
     for (const auto& call : calls) {
       SCOPED_TRACE(std::to_string(row.code) + ", call " + std::to_string(&call - calls));
       const auto before = modem_.requests().size();
-      int code = 1;
-      const auto printed = printed_by([&] { code = call(); });
-      EXPECT_EQ(code, row.code);
+      const auto printed = printed_by([&] { EXPECT_EQ(call(), row.code); });
       EXPECT_EQ(modem_.requests().size() - before, 1U);
-      EXPECT_NE(printed.find(row.message), std::string::npos) << printed;
+      EXPECT_TRUE(contains(printed, row.message)) << printed;
     }
   }
 }
@@ -390,59 +341,82 @@ TEST_F(nvefs, item_that_is_read) {
   const struct {
     std::uint32_t length;
     int code;
-    unsigned int delivered;
-  } rows[] = {{1, 0, 1},     {365, 0, 365},        {366, 0, 365},
-              {424, 0, 365}, {0xFFFFFFFF, 0, 365}, {0, -108, 0}};
+    std::size_t delivered;
+  } rows[] = {{1, 0, 1}, {365, 0, 365}, {366, 0, 365}, {0xFFFFFFFF, 0, 365}, {0, -108, 365}};
   for (const auto& row : rows) {
     SCOPED_TRACE(row.length);
     modem_.answer_with_tlvs(answer(row.length, 0, 0, data));
-    bytes room = fill(365 + 64, 0xEE);
-    unsigned int length = 365;
-    int code = 1;
-    const auto printed = printed_by([&] { code = norvel_nv_read(0, 5, room.data(), &length); });
-    EXPECT_EQ(code, row.code);
-    EXPECT_EQ(bytes(room.end() - 64, room.end()), fill(64, 0xEE));
-    EXPECT_EQ(
-        printed.find("RIL[norvel_nv_read:#]: rsp.data_len_all is invalid\n") != std::string::npos,
-        row.code != 0);
-    if (row.code != 0) continue;
-    EXPECT_EQ(length, row.delivered);
-    EXPECT_EQ(padded(room, row.delivered), padded(data, row.delivered));
+    const auto got = read_item();
+    EXPECT_EQ(got.code, row.code);
+    EXPECT_EQ(got.delivered(), row.code == 0 ? padded(data, row.delivered) : fill(365, 0xEE));
+    EXPECT_EQ(contains(got.printed, "RIL[norvel_nv_read:#]: rsp.data_len_all is invalid\n"),
+              row.code != 0);
   }
 }
 
 TEST_F(nvefs, transfers_of_two_threads_never_mix) {
   keep_files(414);
   quiet_notes = 1;
-  constexpr int rounds = 10;
-  std::atomic<int> failures = 0;
-  const auto transfer = [&](const std::string& path, unsigned seed) {
+  constexpr std::size_t rounds = 10;
+  const auto transfer = [](const char* path, unsigned seed) {
     const auto data = pattern(2000, seed);  // 5 chunks
-    for (int i = 0; i < rounds; ++i) {
-      failures += norvel_efs_write(0, path.c_str(), 2, data.data(), 2000) != 0;
+    for (std::size_t i = 0; i < rounds; ++i) {
+      EXPECT_EQ(norvel_efs_write(0, path, 2, data.data(), 2000), 0);
       bytes room(3000);
       unsigned int length = 3000;
-      failures += norvel_efs_read(0, path.c_str(), 2, room.data(), &length) != 0;
-      failures += length != 2000 || padded(room, 2000) != data;
+      EXPECT_EQ(norvel_efs_read(0, path, 2, room.data(), &length), 0);
+      EXPECT_EQ(padded(room, length), data);
     }
   };
-  std::thread first(transfer, "/a", 1);
-  std::thread second(transfer, "/b", 99);
-  first.join();
-  second.join();
-  EXPECT_EQ(failures, 0);
+  std::thread other(transfer, "/a", 1);
+  transfer("/b", 99);
+  other.join();
   const auto requests = modem_.requests();
-  ASSERT_EQ(requests.size(), 2U * 2U * rounds * 5U);
+  ASSERT_EQ(requests.size(), 2 * 2 * rounds * 5);
   for (std::size_t i = 0; i < requests.size(); ++i) {
-    const auto now = payload_of(requests[i]);
-    if (i % 5 == 0) {
-      EXPECT_EQ(u32_at(now, 84), 0U);
-      continue;
-    }
-    const auto before = payload_of(requests[i - 1]);
-    ASSERT_EQ(bytes(now.begin(), now.begin() + 76), bytes(before.begin(), before.begin() + 76))
-        << "request " << i;
+    const auto first = payload_of(requests[i - i % 5]);
+    EXPECT_EQ(u32_at(first, 84), 0U);
+    EXPECT_EQ(padded(payload_of(requests[i]), 76), padded(first, 76)) << "request " << i;
   }
+}
+
+// Programs read a file while their modem restarts. Late answers leave it the time to.
+TEST(nvefs_programs, reads_end_by_themselves_while_the_modem_restarts) {
+  const simulated_modem modem({"extension/2=delay:15"}, simulated_modem::begin::at_once,
+                              {"--restart-time", "100"});
+  const temp_dir dir;
+  std::ofstream(dir.file("properties")) << "persist.vendor.ssr.restart_level=ALL_ENABLE\n";
+  const auto run = [&](const std::vector<std::string>& arguments) {
+    return support::run(
+        TVK_PROGRAM, arguments,
+        {{"TVK_MODEM", modem.endpoint()}, {"TVK_PROPERTIES", dir.file("properties")}});
+  };
+  ASSERT_EQ(run({"4", "5", "0", "/a", "1", "2", "3"}).exit_status, 0);
+  const std::string data = "\ndata len(3)\ndata:  01 02 03\n";
+  std::atomic<bool> restarting = true;
+  std::atomic<int> reads = 0;
+  std::vector<std::jthread> readers;
+  for (int i = 0; i < 3; ++i) {
+    readers.emplace_back([&] {
+      while (restarting) {
+        const auto got = run({"4", "4", "0", "/a"});
+        ++reads;
+        EXPECT_EQ(got.exit_status, 0) << got.output;
+        // The modem was lost during the exchange, or between the lookup and the connection.
+        const bool failed =
+            contains(got.output, "error_code(-103)") || contains(got.output, "error_code(-102)");
+        EXPECT_NE(failed, got.output.ends_with(data)) << got.output;
+      }
+    });
+  }
+  for (int i = 0; i < 8; ++i) {
+    const auto got = run({"5", "5"});
+    EXPECT_EQ(got.exit_status, 0) << got.output;
+    for (const int before = reads; reads == before;) std::this_thread::yield();
+  }
+  restarting = false;
+  readers.clear();
+  EXPECT_TRUE(eventually([&] { return run({"4", "4", "0", "/a"}).output.ends_with(data); }));
 }
 
 }  // namespace

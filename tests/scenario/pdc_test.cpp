@@ -1,402 +1,285 @@
-// The wait slots of the PDC client, through a requester that follows their protocol, against the
-// simulated modem and against indications written byte by byte.
+// The wait slots of the PDC client, through a requester that follows their protocol, against a
+// modem whose answers are written byte by byte.
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
-#include <algorithm>
 #include <chrono>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <mutex>
-#include <set>
 #include <string>
-#include <thread>
+#include <utility>
 #include <vector>
 
 #include "pdc/pdc_utils.h"
 #include "qcril-common/utilities/qcril_memory_management.h"
+#include "support/android_log.h"
 #include "support/eventually.h"
 #include "support/hand_modem.h"
 #include "support/pauses.h"
 #include "support/printed.h"
-#include "support/simulated_modem.h"
 #include "tvk/commands.h"
 
 namespace {
 
 using namespace std::chrono_literals;
-using support::bytes;
-using support::hex;
-using support::printed_by;
-using support::operator+;
+using namespace support;
 
 constexpr std::uint32_t software = 1;
 constexpr std::uint32_t token = 0x70;
-const bytes generic = hex("09d27b61e834af501c9386fd2a4eb705c81972d6");
-const bytes nordvik = hex("41c715ea920b6df3882e57b409da63fc1e70a538");
+const bytes ok = hex("01 0200 0000");
+const bytes with_token = ok + hex("10 0400 70000000");
 
-pdc_config_v01 config(const bytes& id) {
-  pdc_config_v01 out{.config_type = software,
-                     .config_id_len = static_cast<std::uint32_t>(id.size()),
-                     .config_id = {}};
-  std::ranges::copy(id, out.config_id);
-  return out;
-}
-
-pdc_config_type_req_v01 of_type() {
-  return {.config_type = software, .ind_token_valid = 1, .ind_token = token};
-}
-
-pdc_config_req_v01 of_config(const bytes& id) {
-  return {.config = config(id), .ind_token_valid = 1, .ind_token = token};
-}
-
-pdc_list_configs_req_v01 of_list() {
-  return {
-      .ind_token_valid = 1, .ind_token = token, .config_type_valid = 1, .config_type = software};
-}
-
-pdc_delete_config_req_v01 of_deletion(const bytes& id) {
-  pdc_delete_config_req_v01 out{.config_type = software,
-                                .ind_token_valid = 1,
-                                .ind_token = token,
-                                .config_id_valid = 1,
-                                .config_id_len = static_cast<std::uint32_t>(id.size()),
-                                .config_id = {}};
-  std::ranges::copy(id, out.config_id);
-  return out;
-}
-
-/// What a send comes to when the modem refuses at once.
-constexpr std::int32_t refused = 1000;
+pdc_global_info& slots = g_pdc_info;
 
 template <typename Request>
 std::int32_t send(std::uint16_t message_id, Request request) {
   pdc_resp_v01 response{};
-  const auto error = qmi_client_send_msg_sync(pdc_client_handle(), message_id, &request,
-                                              sizeof request, &response, sizeof response, 5000);
-  if (error != QMI_NO_ERR) return error;
-  return response.resp.result == 0 ? 0 : refused + response.resp.error;
+  return qmi_client_send_msg_sync(pdc_client_handle(), message_id, &request, sizeof request,
+                                  &response, sizeof response, 5000);
 }
 
 void open_slot(pdc_wait_slot& slot) {
+  const std::lock_guard hold(slots.mutex);
   slot.is_done = 0;
   slot.is_waiting = 0;
 }
 
-/// The result, once the slot is done.
+/// The result, once the slot is done. Fails when nothing wakes the waiting thread.
 std::int32_t wait_for(pdc_wait_slot& slot) {
-  std::unique_lock hold(g_pdc_info.mutex);
+  std::unique_lock hold(slots.mutex);
   slot.is_waiting = 1;
-  EXPECT_TRUE(slot.finished.wait_for(hold, 30s, [&] { return slot.is_done != 0; }));
+  bool woken = true;
+  while (slot.is_done == 0 && woken) {
+    woken = slot.finished.wait_for(hold, 30s) == std::cv_status::no_timeout;
+  }
+  EXPECT_TRUE(woken);
   slot.is_waiting = 0;
   return slot.result;
 }
 
 template <typename Request>
 std::int32_t ask(pdc_wait_slot& slot, std::uint16_t message_id, const Request& request) {
-  {
-    const std::lock_guard hold(g_pdc_info.mutex);
-    open_slot(slot);
-  }
+  open_slot(slot);
   if (const auto error = send(message_id, request); error != 0) return error;
   return wait_for(slot);
 }
 
-/// A list that its elements are freed with.
-struct config_list {
-  ~config_list() {
-    while (head != nullptr) {
-      pdc_config_element* const next = head->next;
-      qcril_free_adv(head);
-      head = next;
-    }
-  }
-  [[nodiscard]] std::vector<bytes> ids() const {
-    std::vector<bytes> out;
-    for (const auto* at = head; at != nullptr; at = at->next) {
-      out.emplace_back(at->config_id, at->config_id + at->config_id_len);
-    }
-    return out;
-  }
-  void hold_in_slot() {
-    const std::lock_guard hold(g_pdc_info.mutex);
-    auto& slot = g_pdc_info.list_configs;
-    slot.is_pdc_list_handling = 1;
-    slot.config_list_holder = &head;
-    slot.num_of_configs = &count;
-  }
+const pdc_config_v01 config{.config_type = software, .config_id_len = 2, .config_id = {0xAA, 0xBB}};
+const pdc_config_type_req_v01 of_type{
+    .config_type = software, .ind_token_valid = 1, .ind_token = token};
+const pdc_config_req_v01 of_config{.config = config, .ind_token_valid = 1, .ind_token = token};
+const pdc_list_configs_req_v01 of_list{
+    .ind_token_valid = 1, .ind_token = token, .config_type_valid = 1, .config_type = software};
 
-  pdc_config_element* head = nullptr;
-  std::uint32_t count = 0;
+const auto list = [] { return ask(slots.list_configs, pdc_list_configs_v01, of_list); };
+const auto selected = [] {
+  return ask(slots.get_selected_config, pdc_get_selected_config_v01, of_type);
+};
+const auto info = [] { return ask(slots.get_config_info, pdc_get_config_info_v01, of_config); };
+const auto load = [] {
+  static pdc_load_config_req_v01 request;
+  request = {.config = config,
+             .total_size = 1,
+             .config_frame_len = 1,
+             .config_frame = {0x3C},
+             .ind_token_valid = 1,
+             .ind_token = token};
+  return ask(slots.load_config, pdc_load_config_v01, request);
 };
 
-std::int32_t load(const bytes& id, const bytes& data, std::size_t chunk_size,
-                  std::vector<std::uint32_t>* remaining = nullptr) {
-  auto& slot = g_pdc_info.load_config;
-  for (std::size_t at = 0; at < data.size(); at += chunk_size) {
-    static pdc_load_config_req_v01 request;
-    request = {
-        .config = config(id),
-        .total_size = static_cast<std::uint32_t>(data.size()),
-        .config_frame_len = static_cast<std::uint32_t>(std::min(chunk_size, data.size() - at)),
-        .config_frame = {},
-        .ind_token_valid = 1,
-        .ind_token = token};
-    std::copy_n(data.begin() + static_cast<std::ptrdiff_t>(at), request.config_frame_len,
-                request.config_frame);
-    if (const auto result = ask(slot, pdc_load_config_v01, request); result != 0) return result;
-    EXPECT_EQ(slot.received_size + slot.remaining_size, data.size());
-    if (remaining != nullptr) remaining->push_back(slot.remaining_size);
-  }
-  return 0;
-}
-
-std::int32_t selected(pdc_selected_config& holder) {
-  {
-    const std::lock_guard hold(g_pdc_info.mutex);
-    g_pdc_info.get_selected_config.holder = &holder;
-  }
-  return ask(g_pdc_info.get_selected_config, pdc_get_selected_config_v01, of_type());
-}
-
-bytes id_of(const pdc_selected_config& holder) {
-  return {holder.active_id, holder.active_id + holder.active_id_len};
-}
+struct operation {
+  const char* request;  ///< message id, length and TLVs
+  std::function<std::int32_t()> run;
+};
+const operation operations[] = {
+    {"2400 0e00  10 0400 70000000  11 0400 01000000", list},
+    {"2200 0e00  01 0400 01000000  10 0400 70000000", selected},
+    {"2800 1100  01 0700 01000000 02aabb  10 0400 70000000", info},
+    {"2600 1800  01 0e00 01000000 02aabb 01000000 0100 3c  10 0400 70000000", load},
+    {"2300 1100  01 0700 01000000 02aabb  10 0400 70000000",
+     [] { return ask(slots.select_config, pdc_set_selected_config_v01, of_config); }},
+    {"2700 0e00  01 0400 01000000  10 0400 70000000",
+     [] { return ask(slots.activate_config, pdc_activate_config_v01, of_type); }},
+    {"2b00 0e00  01 0400 01000000  10 0400 70000000",
+     [] { return ask(slots.deactivate_config, pdc_deactivate_config_v01, of_type); }},
+    {"2500 1400  01 0400 01000000  10 0400 70000000  11 0300 02aabb",
+     [] {
+       return ask(slots.delete_config, pdc_delete_config_v01,
+                  pdc_delete_config_req_v01{.config_type = software,
+                                            .ind_token_valid = 1,
+                                            .ind_token = token,
+                                            .config_id_valid = 1,
+                                            .config_id_len = 2,
+                                            .config_id = {0xAA, 0xBB}});
+     }},
+    {"2e00 0700  10 0400 70000000",
+     [] {
+       return ask(slots.set_feature, pdc_set_feature_v01,
+                  pdc_set_feature_req_v01{.ind_token_valid = 1, .ind_token = token});
+     }},
+};
 
 class pdc : public testing::Test {
  protected:
-  pdc() {
-    setenv("TVK_ANDROID_LOG", log_file().c_str(), 1);
-    log_before_ = log().size();
-  }
-  ~pdc() override { pdc_clean(); }
-
-  static int connect(const std::string& endpoint) {
-    setenv("TVK_MODEM", endpoint.c_str(), 1);
-    return pdc_init();
-  }
-  /// What this test logged so far.
-  [[nodiscard]] std::string log() const {
-    std::ifstream in(log_file());
-    return std::string(std::istreambuf_iterator(in), {}).substr(log_before_);
+  ~pdc() override {
+    pdc_clean();
+    while (head_ != nullptr) qcril_free_adv(std::exchange(head_, head_->next));
   }
 
- private:
-  /// One for the process, which opens it once.
-  static std::string log_file() {
-    static const support::temp_dir directory;
-    return directory.file("log");
+  /// Connects, and lends the slots their holders.
+  void SetUp() override {
+    setenv("TVK_MODEM", modem_.endpoint().c_str(), 1);
+    ASSERT_EQ(pdc_init(), 0);
+    const std::lock_guard hold(slots.mutex);
+    slots.list_configs.is_pdc_list_handling = 1;
+    slots.list_configs.config_list_holder = &head_;
+    slots.list_configs.num_of_configs = &count_;
+    slots.get_config_info.holder = &info_;
+    slots.get_selected_config.holder = &now_;
   }
 
-  std::size_t log_before_ = 0;
-};
-
-TEST_F(pdc, every_operation_of_the_simulated_modem_fills_its_slot) {
-  const support::simulated_modem modem({}, support::simulated_modem::begin::at_once,
-                                       {"--restart-time", "200"});
-  ASSERT_EQ(connect(modem.endpoint()), 0);
-  config_list list;
-  list.hold_in_slot();
-  EXPECT_EQ(ask(g_pdc_info.list_configs, pdc_list_configs_v01, of_list()), 0);
-  EXPECT_EQ(list.count, 4U);
-  ASSERT_EQ(list.ids().size(), 4U);
-  EXPECT_EQ(list.ids()[2], nordvik);
-  EXPECT_EQ(list.ids()[3], generic) << "the newest is the head";
-
-  pdc_config_info info{};
-  g_pdc_info.get_config_info.holder = &info;
-  EXPECT_EQ(ask(g_pdc_info.get_config_info, pdc_get_config_info_v01, of_config(nordvik)), 0);
-  EXPECT_EQ(std::string(info.description, info.description + info.description_len),
-            "Nordvik Mobile, commercial");
-  EXPECT_EQ(info.version, 0x02010A04U);
-  EXPECT_EQ(info.size, 53U);
-
-  // Of the longest id, in the longest chunks.
-  const bytes longest_id(124, 0xA5);
-  const bytes data(70000, 0x3C);
-  std::vector<std::uint32_t> remaining;
-  EXPECT_EQ(load(longest_id, data, 32768, &remaining), 0);
-  EXPECT_EQ(remaining, (std::vector<std::uint32_t>{37232, 4464, 0}));
-  EXPECT_EQ(load(longest_id, data, 32768), -4) << "there is one of this name";
-  EXPECT_EQ(load(hex("01"), bytes(4 << 20), 100), -5);
-
-  pdc_selected_config now{};
-  EXPECT_EQ(selected(now), 0);
-  EXPECT_EQ(id_of(now), generic);
-  EXPECT_EQ(ask(g_pdc_info.select_config, pdc_set_selected_config_v01, of_config(hex("0102"))), -1);
-  EXPECT_EQ(ask(g_pdc_info.activate_config, pdc_activate_config_v01, of_type()), -1)
-      << "nothing is pending";
-  EXPECT_EQ(send(pdc_register_v01, pdc_register_req_v01{1, 1, 1, 1}), 0);
-  EXPECT_EQ(ask(g_pdc_info.select_config, pdc_set_selected_config_v01, of_config(longest_id)), 0);
-  EXPECT_EQ(selected(now), 0);
-  EXPECT_EQ(id_of(now), generic) << "only pending so far";
-  EXPECT_EQ(ask(g_pdc_info.activate_config, pdc_activate_config_v01, of_type()), 0);
-
-  // The modem restarts now.
-  while (send(pdc_get_selected_config_v01, of_type()) == 0) std::this_thread::yield();
-  pdc_clean();
-  while (pdc_init() != 0) {
-  }
-  EXPECT_EQ(selected(now), 0);
-  EXPECT_EQ(id_of(now), longest_id);
-  EXPECT_EQ(log().find("failed to"), std::string::npos) << "what was registered for is ignored";
-  EXPECT_EQ(ask(g_pdc_info.delete_config, pdc_delete_config_v01, of_deletion(longest_id)),
-            refused + 23)
-      << "it is active";
-  EXPECT_EQ(ask(g_pdc_info.deactivate_config, pdc_deactivate_config_v01, of_type()), 0);
-  EXPECT_EQ(selected(now), -1) << "nothing is provisioned";
-  EXPECT_EQ(ask(g_pdc_info.delete_config, pdc_delete_config_v01, of_deletion(longest_id)), 0);
-  EXPECT_EQ(ask(g_pdc_info.delete_config, pdc_delete_config_v01, of_deletion(longest_id)),
-            refused + 41);
-  EXPECT_EQ(ask(g_pdc_info.set_feature, pdc_set_feature_v01,
-                pdc_set_feature_req_v01{.ind_token_valid = 1, .ind_token = token}),
-            0);
-}
-
-TEST_F(pdc, list_in_parts_keeps_its_slot_open_until_the_last) {
-  const support::simulated_modem modem;
-  ASSERT_EQ(connect(modem.endpoint()), 0);
-  for (std::uint8_t i = 0; i < 30; ++i) ASSERT_EQ(load({0xEE, i}, {1, 2, 3}, 2), 0);
-
-  config_list list;
-  list.hold_in_slot();
-  auto& slot = g_pdc_info.list_configs;
-  open_slot(slot);
-  const auto first_part = printed_by([&] {
-    ASSERT_EQ(send(pdc_list_configs_v01, of_list()), 0);
-    support::wait_until_printed("\n");  // nothing wakes a requester here
-    const std::lock_guard hold(g_pdc_info.mutex);
-  });
-  EXPECT_EQ(first_part, "RIL[norvel_qcril_setup_timed_callback:#]: setup_timed_callback test\n");
-  EXPECT_EQ(list.count, 25U);
-  EXPECT_EQ(slot.is_done, 0U);
-  EXPECT_NE(log().find("PDC_SUCCESS, more_available_valid 1, ind_token_valid 1, more_available 1, "
-                       "get_list_complete 0"),
-            std::string::npos);
-
-  ASSERT_EQ(send(pdc_list_configs_v01, of_list()), 0);
-  EXPECT_EQ(wait_for(slot), 0);
-  EXPECT_EQ(list.count, 34U);
-  const auto ids = list.ids();
-  EXPECT_EQ(ids.front(), (bytes{0xEE, 29}));
-  EXPECT_EQ(ids.back(), generic);
-  EXPECT_EQ(std::set<bytes>(ids.begin(), ids.end()).size(), 34U) << "each of them once";
-}
-
-// Indications of a modem that keeps to no rule. `message`: its id on the wire.
-class pdc_by_hand : public pdc {
- protected:
-  pdc_by_hand() {
-    modem_.on_request([this](const support::datagram& request) {
-      const std::lock_guard hold(mutex_);
-      const bytes head = {0x04,
-                          0,
-                          0,
-                          request.data.at(3),
-                          request.data.at(4),
-                          static_cast<std::uint8_t>(indication_.size()),
-                          static_cast<std::uint8_t>(indication_.size() >> 8)};
-      return std::vector<support::datagram>{
-          {request.node, request.port,
-           support::qmi_response(request.data, hex("02 0400 00000000"))},
-          {request.node, request.port, head + indication_}};
+  /// What every request gets after its response.
+  void indicate(const bytes& tlvs) {
+    modem_.on_request([tlvs](const datagram& request) {
+      auto indication = qmi_response(request.data, tlvs);
+      indication[0] = 0x04;
+      return std::vector<datagram>{
+          {request.node, request.port, qmi_response(request.data, hex("02 0400 00000000"))},
+          {request.node, request.port, indication}};
     });
   }
 
-  template <typename Request>
-  std::int32_t result_of(bytes indication, pdc_wait_slot& slot, std::uint16_t message_id,
-                         const Request& request) {
-    {
-      const std::lock_guard hold(mutex_);
-      indication_ = std::move(indication);
+  [[nodiscard]] std::vector<bytes> listed() const {
+    std::vector<bytes> ids;
+    for (const auto* at = head_; at != nullptr; at = at->next) {
+      ids.emplace_back(at->config_id, at->config_id + at->config_id_len);
     }
-    return ask(slot, message_id, request);
+    return ids;
   }
 
-  std::mutex mutex_;
-  bytes indication_;
-  support::hand_modem modem_{{{.service = 0x24, .instance_word = 0x0101}}};
+  android_log log_;
+  hand_modem modem_{{{.service = 0x24, .instance_word = 0x0101}}};
+  pdc_config_element* head_ = nullptr;
+  std::uint32_t count_ = 0;
+  pdc_config_info info_{};
+  pdc_selected_config now_{};
 };
 
-TEST_F(pdc_by_hand, list_is_refused_when_it_is_too_long_unexpected_or_has_no_holder) {
-  ASSERT_EQ(connect(modem_.endpoint()), 0);
-  auto& slot = g_pdc_info.list_configs;
-  const auto list = [&](const std::string& tlvs) {
-    return result_of(hex("01 0200 0000  10 0400 70000000") + hex(tlvs), slot, pdc_list_configs_v01,
-                     of_list());
-  };
-  const std::string one_entry = "11 0800  01  01000000 02 aabb";
-  EXPECT_EQ(list(one_entry), -1);
-  EXPECT_NE(log().find("g_pdc_info.num_of_configs is null"), std::string::npos);
-
-  config_list wanted;
-  wanted.hold_in_slot();
-  EXPECT_EQ(list(one_entry), 0);
-  EXPECT_EQ(wanted.ids(), (std::vector<bytes>{{0xAA, 0xBB}}));
-  EXPECT_EQ(list("11 0100 00"), -6);
-  EXPECT_EQ(list(""), -6);
-  // 26 entries of an empty id: 131 bytes.
-  EXPECT_EQ(list("11 8300 1a" +
-                 [] {
-                   std::string entries;
-                   for (int i = 0; i < 26; ++i) entries += " 01000000 00";
-                   return entries;
-                 }()),
-            -1);
-  EXPECT_NE(log().find("PDC_ERROR, more_available_valid 0, ind_token_valid 1, more_available 0, "
-                       "config_list_len 26"),
-            std::string::npos);
-  EXPECT_EQ(wanted.count, 1U);
-  slot.config_list_holder = nullptr;
-  EXPECT_EQ(list(one_entry), -1);
-  EXPECT_EQ(result_of(hex("01 0200 0300"), slot, pdc_list_configs_v01, of_list()), -1);
-
-  // Nobody lists: it is done, and nobody is woken.
-  {
-    const std::lock_guard hold(g_pdc_info.mutex);
-    slot.is_pdc_list_handling = 0;
-    open_slot(slot);
+TEST_F(pdc, every_operation_is_sent_and_fills_its_slot) {
+  // Of the fields of all indications, each takes its own: 0x11 is an id, a list or a size.
+  for (const auto& each : operations) {
+    const bool lists = &each == operations;
+    const bool selects = &each == operations + 1;
+    indicate(with_token + hex(lists     ? "11 0800 01 01000000 02aabb"
+                              : selects ? "11 0300 02aabb"
+                                        : "11 0400 35000000"));
+    EXPECT_EQ(each.run(), 0) << each.request;
+    const auto sent = modem_.requests().back().data;
+    EXPECT_EQ(bytes(sent.begin() + 3, sent.end()), hex(each.request));
   }
-  ASSERT_EQ(send(pdc_list_configs_v01, of_list()), 0);
-  EXPECT_TRUE(support::eventually([&] {
-    const std::lock_guard hold(g_pdc_info.mutex);
+  EXPECT_EQ(listed(), (std::vector<bytes>{hex("aabb")}));
+  EXPECT_EQ(bytes(now_.active_id, now_.active_id + now_.active_id_len), hex("aabb"));
+  EXPECT_EQ(info_.size, 0x35U);
+  EXPECT_EQ(slots.load_config.received_size, 0x35U);
+
+  indicate(ok + hex("12 0400 03 616263  13 0400 040a0102"));
+  EXPECT_EQ(info(), 0);
+  EXPECT_EQ(std::string(info_.description, info_.description + info_.description_len), "abc");
+  EXPECT_EQ(info_.version, 0x02010A04U);
+  EXPECT_EQ(info_.size_valid, 0);
+  pdc_clean();
+  EXPECT_EQ(pdc_client_handle(), nullptr);
+}
+
+TEST_F(pdc, list_in_parts_keeps_its_slot_open_until_the_last) {
+  auto& slot = slots.list_configs;
+  open_slot(slot);
+  indicate(with_token + hex("11 0d00 02 01000000 01 01 01000000 01 02  e0 0100 01"));
+  EXPECT_EQ(printed_by([&] {
+              ASSERT_EQ(send(pdc_list_configs_v01, of_list), 0);
+              wait_until_printed("\n");  // nothing wakes a requester here
+              const std::lock_guard hold(slots.mutex);
+            }),
+            "RIL[norvel_qcril_setup_timed_callback:#]: setup_timed_callback test\n");
+  EXPECT_EQ(count_, 2U);
+  EXPECT_EQ(slot.is_done, 0U);
+  EXPECT_EQ(log_.count("PDC_SUCCESS, more_available_valid 1, ind_token_valid 1, more_available 1, "
+                       "get_list_complete 0"),
+            1);
+  indicate(with_token + hex("11 0700 01 01000000 01 03"));
+  ASSERT_EQ(send(pdc_list_configs_v01, of_list), 0);
+  EXPECT_EQ(wait_for(slot), 0);
+  EXPECT_EQ(count_, 3U);
+  EXPECT_EQ(listed(), (std::vector<bytes>{{3}, {2}, {1}})) << "the newest is the head";
+}
+
+TEST_F(pdc, list_is_refused_when_it_is_too_long_unexpected_or_has_no_holder) {
+  const bytes one_entry = with_token + hex("11 0800  01  01000000 02 aabb");
+  auto& slot = slots.list_configs;
+  slot.num_of_configs = nullptr;
+  indicate(one_entry);
+  EXPECT_EQ(list(), -1);
+  EXPECT_EQ(log_.count("g_pdc_info.num_of_configs is null"), 1);
+  slot.num_of_configs = &count_;
+
+  bytes too_many = with_token + hex("11 8300 1a");
+  for (int i = 0; i < 26; ++i) too_many = too_many + hex("01000000 00");
+  const std::pair<bytes, std::int32_t> rows[] = {
+      {one_entry, 0},
+      // Incomplete, but without a token to request more with.
+      {ok + hex("11 0800  01  01000000 02 ccdd  e0 0100 01"), 0},
+      {with_token + hex("11 0100 00"), -6},
+      {with_token, -6},
+      {too_many, -1},
+      {ok + hex("11 8900 02  01000000 7d aa*125 01000000 01bb"), -1},
+      {hex("01 0200 0300"), -1},
+  };
+  for (const auto& [indication, result] : rows) {
+    indicate(indication);
+    EXPECT_EQ(list(), result);
+  }
+  EXPECT_EQ(listed(), (std::vector<bytes>{{0xCC, 0xDD}, {0xAA, 0xBB}}));
+  EXPECT_EQ(count_, 2U);
+  EXPECT_EQ(log_.count("PDC_ERROR, more_available_valid 0, ind_token_valid 1, more_available 0, "
+                       "config_list_len 26"),
+            1);
+  slot.config_list_holder = nullptr;
+  indicate(one_entry);
+  EXPECT_EQ(list(), -1);
+
+  // No list is running: the slot is done, but nothing is woken.
+  slot.is_pdc_list_handling = 0;
+  open_slot(slot);
+  ASSERT_EQ(send(pdc_list_configs_v01, of_list), 0);
+  EXPECT_TRUE(eventually([&] {
+    const std::lock_guard hold(slots.mutex);
     return slot.is_done == 1;
   }));
   EXPECT_EQ(slot.result, -1);
 }
 
-TEST_F(pdc_by_hand, outcomes_of_select_and_load_have_results_of_their_own) {
-  ASSERT_EQ(connect(modem_.endpoint()), 0);
-  pdc_selected_config now{};
-  g_pdc_info.get_selected_config.holder = &now;
-  const bytes ok = hex("01 0200 0000");
-  struct row {
+TEST_F(pdc, outcomes_of_select_and_load_have_results_of_their_own) {
+  const struct {
     bytes indication;
     std::int32_t result;
-    std::size_t id_size;
-  };
-  const row selections[] = {
+    std::uint32_t id_len;
+  } selections[] = {
       {ok + hex("11 7d00 7c aa*124"), 0, 124},
       {ok + hex("11 7e00 7d aa*125"), -1, 0},
+      {ok + hex("12 7e00 7d aa*125 11 0200 01bb"), -1, 0},
       {ok + hex("12 0200 01 aa"), -6, 0},
       {ok, -6, 0},
       {hex("01 0200 1000"), -1, 0},
   };
-  for (const row& each : selections) {
-    now = {};
-    EXPECT_EQ(result_of(each.indication, g_pdc_info.get_selected_config,
-                        pdc_get_selected_config_v01, of_type()),
-              each.result);
-    EXPECT_EQ(id_of(now), bytes(each.id_size, 0xAA));
+  for (const auto& row : selections) {
+    now_ = {};
+    indicate(row.indication);
+    EXPECT_EQ(selected(), row.result);
+    EXPECT_EQ(now_.active_id_len, row.id_len);
   }
-  g_pdc_info.get_selected_config.holder = nullptr;
-  EXPECT_EQ(result_of(ok, g_pdc_info.get_selected_config, pdc_get_selected_config_v01, of_type()),
-            -1);
+  slots.get_selected_config.holder = nullptr;
+  EXPECT_EQ(selected(), -1);
 
-  static pdc_load_config_req_v01 chunk{};
-  chunk.config = config(generic);
   const std::pair<bytes, std::int32_t> loads[] = {
       {hex("01 0200 2900"), -4},
       {hex("01 0200 0200"), -5},
@@ -405,85 +288,53 @@ TEST_F(pdc_by_hand, outcomes_of_select_and_load_have_results_of_their_own) {
       {ok + hex("11 0400 05000000  12 0400 07000000"), 0},
   };
   for (const auto& [indication, result] : loads) {
-    EXPECT_EQ(result_of(indication, g_pdc_info.load_config, pdc_load_config_v01, chunk), result);
+    indicate(indication);
+    EXPECT_EQ(load(), result);
   }
-  EXPECT_EQ(g_pdc_info.load_config.received_size, 5U);
-  EXPECT_EQ(g_pdc_info.load_config.remaining_size, 7U);
+  EXPECT_EQ(slots.load_config.received_size, 5U);
+  EXPECT_EQ(slots.load_config.remaining_size, 7U);
 }
 
-TEST_F(pdc_by_hand, indication_that_cannot_be_decoded_fails_its_slot) {
-  ASSERT_EQ(connect(modem_.endpoint()), 0);
-  config_list list;
-  list.hold_in_slot();
-  pdc_selected_config now{};
-  g_pdc_info.get_selected_config.holder = &now;
-  pdc_config_info info{};
-  g_pdc_info.get_config_info.holder = &info;
-  static pdc_load_config_req_v01 chunk{};
-  chunk.config = config(generic);
-  pdc_global_info& slots = g_pdc_info;
-  const auto ask_for = [&](pdc_wait_slot& slot, std::uint16_t message_id, const auto& request) {
-    return std::function([&slot, message_id, request, this](const bytes& indication) {
-      return result_of(indication, slot, message_id, request);
-    });
-  };
-  const std::pair<const char*, std::function<std::int32_t(const bytes&)>> operations[] = {
-      {"list", ask_for(slots.list_configs, pdc_list_configs_v01, of_list())},
-      {"load", ask_for(slots.load_config, pdc_load_config_v01, chunk)},
-      {"info", ask_for(slots.get_config_info, pdc_get_config_info_v01, of_config(generic))},
-      {"deactivate", ask_for(slots.deactivate_config, pdc_deactivate_config_v01, of_type())},
-      {"delete", ask_for(slots.delete_config, pdc_delete_config_v01, of_deletion(generic))},
-      {"selected", ask_for(slots.get_selected_config, pdc_get_selected_config_v01, of_type())},
-      {"select", ask_for(slots.select_config, pdc_set_selected_config_v01, of_config(generic))},
-      {"activate", ask_for(slots.activate_config, pdc_activate_config_v01, of_type())},
-      {"feature", ask_for(slots.set_feature, pdc_set_feature_v01,
-                          pdc_set_feature_req_v01{.ind_token_valid = 1, .ind_token = token})},
-  };
+TEST_F(pdc, indication_that_cannot_be_decoded_fails_its_slot) {
   const std::pair<const char*, bytes> damaged[] = {
       {"no error field", hex("10 0400 70000000")},
       {"half an error field", hex("01 0100 00")},
-      {"half a token", hex("01 0200 0000  10 0200 7000")},
-      {"two tokens", hex("01 0200 0000  10 0400 70000000  10 0400 70000000")},
-      {"unknown mandatory field", hex("01 0200 0000  02 0100 00")},
-      {"a header without its bytes", hex("01 0200 0000  7f 0400 00")},
+      {"half a token", ok + hex("10 0200 7000")},
+      {"two tokens", with_token + hex("10 0400 70000000")},
+      {"unknown mandatory field", ok + hex("02 0100 00")},
+      {"a header without its bytes", ok + hex("7f 0400 00")},
   };
-  for (const auto& [operation, outcome] : operations) {
-    for (const auto& [what, indication] : damaged) {
-      EXPECT_EQ(outcome(indication), -1) << operation << ": " << what;
-    }
+  for (const auto& [what, indication] : damaged) {
+    indicate(indication);
+    for (const auto& each : operations) EXPECT_EQ(each.run(), -1) << each.request << ": " << what;
   }
-  // Only what is too long for its room goes on, to handlers that refuse it.
-  const bytes ok = hex("01 0200 0000");
-  const bytes long_id = hex("7d aa*125");
-  EXPECT_EQ(operations[0].second(ok + hex("11 8900 02  01000000") + long_id + hex("01000000 01bb")),
-            -1);
-  EXPECT_EQ(list.count, 0U);
-  EXPECT_EQ(operations[5].second(ok + hex("12 7e00") + long_id + hex("11 0200 01bb")), -1);
 }
 
 TEST_F(pdc, service_that_is_not_there_is_tried_twenty_times) {
-  EXPECT_EQ(connect("unix:/nowhere/modem.sock"), -1);
-  EXPECT_EQ(support::take_pauses(), std::vector<std::chrono::milliseconds>(20, 5s));
+  pdc_clean();
+  setenv("TVK_MODEM", "unix:/nowhere/modem.sock", 1);
+  const auto ends = {static_cast<pdc_wait_slot*>(&slots.list_configs), &slots.set_feature};
+  for (auto* const slot : ends) slot->is_done = slot->is_waiting = 1;
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(pdc_init(), -1);
+  EXPECT_TRUE(
+      contains(testing::internal::GetCapturedStderr(), "tvk: trying again for up to 100 s\n"));
+  for (auto* const slot : ends) EXPECT_EQ(slot->is_done + slot->is_waiting, 0U);
+  EXPECT_EQ(take_pauses(), std::vector<std::chrono::milliseconds>(20, 5s));
   EXPECT_EQ(pdc_client_handle(), nullptr);
-  const std::string lines = log();
-  EXPECT_NE(lines.find("for PDC, retry times 0\n"), std::string::npos) << lines;
-  EXPECT_NE(lines.find("for PDC, retry times 19\n"), std::string::npos);
-  EXPECT_EQ(lines.find("retry times 20"), std::string::npos);
+  EXPECT_EQ(log_.count("for PDC, retry times 0\n"), 1);
+  EXPECT_EQ(log_.count("for PDC, retry times 19\n"), 1);
 
-  char program[] = "tvk";
-  char group[] = "10";
-  char index[] = "0";
-  char mask[] = "3";
-  char* arguments[] = {program, group, index, mask, nullptr};
+  char words[4][4] = {"tvk", "10", "0", "3"};
+  char* arguments[] = {words[0], words[1], words[2], words[3], nullptr};
   const auto printed = printed_by([&] { norvel_test_mbn_do(4, arguments); });
-  EXPECT_EQ(printed.substr(0, printed.find("\n=====")),
-            "RIL[norvel_test_mbn_pdc_init:#]: function entry ------------->\n"
-            "RIL[norvel_test_mbn_pdc_init:#]: start norvel pdc init, g_pdc_init_status = -1, "
-            "force_init = 0\n"
-            "RIL[norvel_test_mbn_pdc_init:#]: pdc init failed\n"
-            "RIL[norvel_test_mbn_pdc_init:#]: function exit <-------------\n"
-            "RIL[norvel_test_mbn_do:#]: pdc init failed, do nothing\n");
-  EXPECT_NE(printed.find("10: norvel mbn test\n"), std::string::npos);
+  EXPECT_TRUE(printed.starts_with(
+      log_lines("norvel_test_mbn_pdc_init",
+                {function_entry, "start norvel pdc init, g_pdc_init_status = -1, force_init = 0",
+                 "pdc init failed", function_exit}) +
+      log_lines("norvel_test_mbn_do", {"pdc init failed, do nothing"})))
+      << printed;
+  EXPECT_TRUE(contains(printed, "10: norvel mbn test\n"));
 }
 
 }  // namespace

@@ -1,21 +1,13 @@
 // The simulated modem's cards and its eUICC, byte by byte.
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
 #include "support/extension_packets.h"
 #include "support/modem_connection.h"
 #include "support/simulated_modem.h"
 
 namespace {
 
-using support::bytes;
-using support::hex;
-using support::modem_connection;
-using support::simulated_modem;
-using support::operator+;
-namespace packets = support::packets;
+using namespace support;
 
 const char* const first_aid = "a0000005591010ffffffff8900001000";
 const char* const second_iccid = "980001010000000020f7";

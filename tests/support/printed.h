@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "support/eventually.h"
 
@@ -22,6 +23,22 @@ inline const std::string client_made =
     "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_services = 1\n"
     "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_entries = 1 num_services = 1\n"
     "QMI client inited\n";
+
+/// What an exchange of the extension client prints whose answer has this many bytes.
+inline std::string exchanged(int size) {
+  return "norvel_extend_qmi_send_sync resp_len:" + std::to_string(size) +
+         "\nnorvel_extend_qmi_handle_req_cb result:0\n";
+}
+
+/// The lines that a function logs, masked.
+inline std::string log_lines(const std::string& function,
+                             const std::vector<std::string>& messages) {
+  std::string text;
+  for (const auto& each : messages) text.append("RIL[" + function + ":#]: " + each + "\n");
+  return text;
+}
+inline const std::string function_entry = "function entry ------------->";
+inline const std::string function_exit = "function exit <-------------";
 
 /// A handle that follows one of these words, as "#".
 inline std::string without_handles(std::string text) {
