@@ -1,6 +1,8 @@
 // Where the versions of log 0xB193 have the values of a cell: see docs/formats/lte.md.
 #pragma once
 
+#include <cstdint>
+
 #include "modem_stats/bit_field.h"
 #include "modem_stats/lte/sub_packets.h"
 #include "modem_stats/packet.h"
@@ -75,7 +77,7 @@ namespace at {
 constexpr unsigned body = sub_packet_head;  // byte; the offsets below are relative to it
 constexpr bit_field<u32> short_earfcn{"earfcn", 0, 16};
 constexpr bit_field<u32> earfcn{"earfcn", 0, 32};
-constexpr bit_field<u32> long_earfcn{"earfcn", 0, 18};
+constexpr bit_field<u32> earfcn_of_18_bits{"earfcn", 0, 18};
 constexpr auto num_cells = at_byte<u16>("num_cells", 4);
 constexpr auto rx_valid = at_byte<u16>("rx_valid", 6);
 }  // namespace at
@@ -120,13 +122,13 @@ constexpr body_layout layouts[] = {
     {36, at::earfcn,       at::num_cells, at::rx_valid,  8, 128, marked,   cell_of_35},
     {40, at::earfcn,       at::num_cells, at::rx_valid,  8, 132, marked,   cell_of_40},
     {48, at::earfcn,       at::num_cells, at::rx_valid, 12, 140, marked,   cell_of_48},
-    {60, at::long_earfcn,  at::num_cells, none, 8, 148, after_mask, cell_of_60,
+    {60, at::earfcn_of_18_bits,  at::num_cells, none, 8, 148, after_mask, cell_of_60,
      antenna_values::known, origin::inferred},
-    {59, at::long_earfcn,  at::num_cells, none, 8, 148, after_mask, cell_of_60,
+    {59, at::earfcn_of_18_bits,  at::num_cells, none, 8, 148, after_mask, cell_of_60,
      antenna_values::if_consistent, origin::inferred},
-    {56, at::long_earfcn,  at::num_cells, none, 8, 164, unmarked_after_mask, cell_of_60,
+    {56, at::earfcn_of_18_bits,  at::num_cells, none, 8, 164, unmarked_after_mask, cell_of_60,
      antenna_values::unknown, origin::published},
-    {50, at::long_earfcn,  at::num_cells, none, 8, 164, unmarked_after_mask, cell_of_60,
+    {50, at::earfcn_of_18_bits,  at::num_cells, none, 8, 164, unmarked_after_mask, cell_of_60,
      antenna_values::unknown, origin::published},
 };
 // clang-format on
