@@ -97,7 +97,13 @@ async function duckdb() {
   await db.run("SET TimeZone = 'Asia/Kolkata'");
   await db.run(fs.readFileSync('schema.duckdb', 'utf8'));
   await check('DuckDB', {
-    run: async (sums) => (await db.runAndReadAll(`SELECT ${sums.join(', ')}`)).getRowsJson()[0],
+    run: async (sums) => {
+      const answers = [];
+      for (const sum of sums) {
+        answers.push((await db.runAndReadAll(`SELECT ${sum}`)).getRowsJson()[0][0]);
+      }
+      return answers;
+    },
     times: (table) => `SELECT coalesce(round(sum(epoch_us("time") // 1000) / 1e3), 0) FROM "${table}"`,
     entries: (table, part, key) =>
       `SELECT count(entry."${key}") FROM (SELECT unnest("${part}") AS entry FROM "${table}")`,
@@ -130,7 +136,8 @@ async function duckdb() {
 async function postgresql() {
   const psql = (sql, ...options) =>
     execFileSync('psql', ['-XqAt', '-v', 'ON_ERROR_STOP=1', ...options],
-      {input: sql, maxBuffer: 1 << 28}).toString().trim();
+      {input: sql, maxBuffer: 1 << 28, stdio: ['pipe', 'pipe', 'inherit']})
+      .toString().trim();
   psql(fs.readFileSync('schema.postgresql', 'utf8'));
   await check('PostgreSQL', {
     run: async (sums) => psql(sums.map((sum) => `SELECT ${sum};`).join('\n')).split('\n'),
@@ -156,7 +163,8 @@ async function postgresql() {
 
 async function sqlite() {
   const shell = (sql, ...options) => execFileSync('sqlite3', ['-bail', ...options, 'records.db'],
-    {input: sql, maxBuffer: 1 << 28}).toString().trim();
+    {input: sql, maxBuffer: 1 << 28, stdio: ['pipe', 'pipe', 'inherit']})
+      .toString().trim();
   shell(fs.readFileSync('schema.sqlite', 'utf8'));
   await check('SQLite', {
     run: async (sums) => shell(sums.map((sum) => `SELECT ${sum};`).join('\n')).split('\n'),
