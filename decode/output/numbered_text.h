@@ -21,13 +21,13 @@ class numbered_text {
   /// Writes `number` to `out`, which is in the room of the text, and returns the end.
   [[nodiscard]] char* write_number(char* out, std::uint64_t number) {
     char* const end = std::to_chars(out, out + max_number_size, number).ptr;
-    const auto at = static_cast<std::size_t>(out - text_.view().data());
-    places_.push_back({at, static_cast<std::size_t>(end - out), number});
+    note_number(static_cast<std::size_t>(out - text_.view().data()),
+                static_cast<std::size_t>(end - out), number);
     return end;
   }
   /// The digits of `number` are already at this offset, or will be.
   void note_number(std::size_t at, std::size_t size, std::uint64_t number) {
-    places_.push_back({at, size, number});
+    places_.push_back({static_cast<std::uint32_t>(at), static_cast<std::uint32_t>(size), number});
   }
 
   /// Passes the text, with `difference` added to its numbers, to `write`, and starts over.
@@ -62,8 +62,8 @@ class numbered_text {
 
  private:
   struct place {
-    std::size_t at;
-    std::size_t size;
+    std::uint32_t at;  // the text of a chunk is never longer
+    std::uint32_t size;
     std::uint64_t value;
   };
 

@@ -126,7 +126,7 @@ const sql_engine duckdb_engine{
         "CREATE TEMP TABLE lines AS SELECT json AS line, CAST(json ->> 'data_id' AS BIGINT) "
         "AS data_id\n  FROM read_json_objects('records.jsonl', "
         "format = 'newline_delimited');\n",
-    .data_id = "data_id",
+    .data_id = "lines.data_id",
     .select = select_from_duckdb,
     .end = "DROP TABLE lines;\n",
 };
@@ -144,7 +144,7 @@ const sql_engine postgresql_engine{
         "((line ->> 'data_id')::bigint) STORED);\n"
         "\\copy lines (line) FROM 'records.jsonl' WITH (FORMAT csv, QUOTE E'\\x01', "
         "DELIMITER E'\\x02')\n",
-    .data_id = "data_id",
+    .data_id = "lines.data_id",
     .select = select_from_postgresql,
     .end = "DROP TABLE lines;\n",
 };

@@ -15,6 +15,7 @@
 #include "support/no_superuser.h"
 #include "support/packing.h"
 #include "support/process.h"
+#include "support/record_lines.h"
 #include "support/temp_dir.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -46,7 +47,7 @@ bytes frame(std::size_t number) {
 }
 std::string line(std::size_t number) {
   return R"({"time":"2016-03-23T21:55:49.773832Z","radio":)" + std::to_string(number) +
-         R"(,"log":"0x1568","name":"ims_rtp_sn_and_payload","data_id":136,)"
+         R"(,"source":"0x1568","data_id":136,"name":"ims_rtp_sn_and_payload",)"
          R"("packet_version":"13","codec_code":1,"codec":"AMR_WB","frame_type_code":8})"
          "\n";
 }
@@ -77,7 +78,9 @@ std::string read_file(const std::string& path) {
 
 support::process_result decode(const std::vector<std::string>& arguments,
                                const support::environment& additions = {}) {
-  return support::run(TVK_DECODE_PROGRAM, arguments, additions, std::chrono::seconds(120));
+  auto got = support::run(TVK_DECODE_PROGRAM, arguments, additions, std::chrono::seconds(120));
+  got.output = support::records_in(got.output);
+  return got;
 }
 
 class tvk_decode_input : public testing::Test {
@@ -317,7 +320,7 @@ TEST_F(tvk_decode_input, an_output_never_goes_over_an_input) {
   // In a folder of inputs, but no input.
   fs::remove(csv);
   EXPECT_EQ(decode({"-f", "jsonl", "-o", file("in/lines"), file("in")}).exit_status, 0);
-  EXPECT_TRUE(read_file(file("in/lines")) == lines(1, 9));
+  EXPECT_TRUE(support::records_in(read_file(file("in/lines"))) == lines(1, 9));
 }
 
 TEST_F(tvk_decode_input, a_run_that_decodes_nothing_leaves_its_output_as_it_was) {
@@ -339,7 +342,7 @@ TEST_F(tvk_decode_input, a_run_that_decodes_nothing_leaves_its_output_as_it_was)
   // The shorter takes the place of the longer.
   made("keep", bytes(9999, 0x41));
   EXPECT_EQ(decode({"-f", "jsonl", "-o", keep, file("a")}).exit_status, 0);
-  EXPECT_EQ(read_file(keep), line(1));
+  EXPECT_EQ(support::records_in(read_file(keep)), line(1));
 }
 
 TEST_F(tvk_decode_input, an_output_that_may_not_grow_is_an_error_to_read) {

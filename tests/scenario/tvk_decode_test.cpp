@@ -12,7 +12,6 @@
 #include <functional>
 #include <iterator>
 #include <map>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -25,6 +24,7 @@
 #include "support/hand_diag.h"
 #include "support/packing.h"
 #include "support/process.h"
+#include "support/record_lines.h"
 #include "support/simulated_modem.h"
 #include "support/temp_dir.h"
 
@@ -35,6 +35,7 @@ using support::bytes;
 using support::diag_frame;
 using support::hand_diag;
 using support::hex;
+using support::records_in;
 using support::operator+;
 
 // 2016-03-23T21:55:49.772582Z and a tick of 1.25 ms later.
@@ -78,12 +79,6 @@ const bytes radio_two = hex("98010000 02000000");
 const bytes capture = diag_frame(cell_info) + diag_frame(hex("92 00*30")) +
                       diag_frame(radio_two + voice) + diag_frame(events);
 const std::string capture_lines = cell_info_line + voice_line(2) + events_lines;
-
-/// Without file and packet, which depend on where the test has put a capture.
-std::string records_in(const std::string& lines) {
-  static const std::regex place(R"re(,"file":"[^"]*","packet":[0-9]+)re");
-  return std::regex_replace(lines, place, "");
-}
 
 support::process_result decode(std::vector<std::string> arguments) {
   auto got = support::run(TVK_DECODE_PROGRAM, arguments);

@@ -13,6 +13,7 @@
 #include "decode/output/file_output.h"
 #include "decode/pipeline.h"
 #include "decode/signalling/reader.h"
+#include "decode/summary/report.h"
 #include "support/bytes.h"
 #include "support/hand_diag.h"
 #include "support/memory_source.h"
@@ -43,11 +44,15 @@ std::string text_of(const decode::signalling::reading& now) {
 }
 
 std::string read(std::uint16_t code, const bytes& payload) {
-  return text_of(decode::signalling::reader({}).read(code, 1, payload));
+  decode::signalling::open_messages open;
+  decode::signalling::reader reader(open);
+  return text_of(reader.read(code, 1, payload));
 }
 
 rejection refusal(std::uint16_t code, const bytes& payload) {
-  const auto now = decode::signalling::reader({}).read(code, 1, payload);
+  decode::signalling::open_messages open;
+  decode::signalling::reader reader(open);
+  const auto now = reader.read(code, 1, payload);
   EXPECT_FALSE(now.found) << std::hex << code;
   return now.outcome.rejected;
 }
@@ -178,11 +183,12 @@ std::pair<std::string, decode::summary> decode_to_pcap(const bytes& capture, uns
   const decode::pipeline_options how{.threads = threads, .wanted = wanted, .progress = {}};
   decode::pipeline one(how, *store);
   decode::chunker chunks(source, decode::chunk_size(decode::max_threads));
-  one.run(chunks);
+  decode::summary counts;
+  one.run(chunks, "a capture", counts);
   std::string output(static_cast<std::size_t>(::lseek(file.get(), 0, SEEK_END)), ' ');
   EXPECT_EQ(::pread(file.get(), output.data(), output.size(), 0),
             static_cast<ssize_t>(output.size()));
-  return {output, one.counts()};
+  return {output, counts};
 }
 
 // In order, each radio by itself, and across chunks whatever the number of threads.
