@@ -49,9 +49,8 @@ class packet_stage final : modem_stats::line_sink, modem_stats::record_sink {
   void read_message(const protocol::diag::log_packet& log);
 
   void write(std::string_view text) override { writer_.line(source_, text); }
-  void write_counted(std::string_view text, std::size_t count_at, std::size_t count_size,
-                     std::uint64_t count) override {
-    writer_.counted_line(source_, text, count_at, count_size, count);
+  void write_counted(std::string_view text, std::size_t count_at) override {
+    writer_.counted_line(source_, text, count_at);
   }
   void record(const modem_stats::record_schema& schema,
               const modem_stats::record_data& data) override;

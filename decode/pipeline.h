@@ -23,7 +23,7 @@ constexpr unsigned chunks_in_flight(unsigned threads) {
 /// The total size of the chunks in flight does not depend on the number of threads. It limits
 /// memory use: dense events turn into more than a hundred times as much text.
 constexpr std::size_t chunk_size(unsigned threads) {
-  return std::size_t{512} * 1024 / chunks_in_flight(threads);
+  return std::size_t{640} * 1024 / chunks_in_flight(threads);
 }
 
 struct pipeline_options {

@@ -24,12 +24,8 @@ struct packet {
 class line_sink {
  public:
   virtual void write(std::string_view text) = 0;
-  /// A line that shows the running count of rejected versions: `count`, in the `count_size` digits
-  /// from `count_at` on.
-  virtual void write_counted(std::string_view text, std::size_t /*count_at*/,
-                             std::size_t /*count_size*/, std::uint64_t /*count*/) {
-    write(text);
-  }
+  /// A line that shows the running count of rejected versions, whose digits begin at `count_at`.
+  virtual void write_counted(std::string_view text, std::size_t /*count_at*/) { write(text); }
 
  protected:
   ~line_sink() = default;

@@ -151,10 +151,8 @@ void packet_decoder::reject_version(std::uint32_t version, const char* name) {
   line_text line;
   line.add("VERSION_NOT_SUPPORT, version(%d), not_support_num(", version);
   const auto count_at = line.size();
-  line.add("%lu", count);
-  const auto count_size = line.size() - count_at;
-  line.add("), name(%s), id(0x%x)", name, id_);
-  to_.lines->write_counted(line.finished(), count_at, count_size, count);
+  line.add("%lu), name(%s), id(0x%x)", count, name, id_);
+  to_.lines->write_counted(line.finished(), count_at);
 }
 
 void packet_decoder::reject_value(int value, const char* name) {

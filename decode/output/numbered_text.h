@@ -18,17 +18,14 @@ class numbered_text {
 
   [[nodiscard]] text_buffer& text() { return text_; }
 
-  /// Writes `number` to `out`, which is in the room of the text, and returns the end.
+  /// Writes `number` to `out`, which is in the room of the text, and returns the end. No digit may
+  /// follow.
   [[nodiscard]] char* write_number(char* out, std::uint64_t number) {
-    char* const end = std::to_chars(out, out + max_number_size, number).ptr;
-    note_number(static_cast<std::size_t>(out - text_.view().data()),
-                static_cast<std::size_t>(end - out), number);
-    return end;
+    note_number(static_cast<std::size_t>(out - text_.view().data()));
+    return std::to_chars(out, out + max_number_size, number).ptr;
   }
-  /// The digits of `number` are already at this offset, or will be.
-  void note_number(std::size_t at, std::size_t size, std::uint64_t number) {
-    places_.push_back({static_cast<std::uint32_t>(at), static_cast<std::uint32_t>(size), number});
-  }
+  /// A number begins at this offset, or will.
+  void note_number(std::size_t at) { places_.push_back(static_cast<std::uint32_t>(at)); }
 
   /// Passes the text, with `difference` added to its numbers, to `write`, and starts over.
   template <typename Write>
@@ -41,11 +38,13 @@ class numbered_text {
     constexpr std::size_t enough = std::size_t{64} * 1024;
     text_buffer corrected;
     std::size_t done = 0;
-    for (const auto& number : places_) {
-      corrected.append(all.substr(done, number.at - done));
+    for (const std::size_t at : places_) {
+      corrected.append(all.substr(done, at - done));
+      std::uint64_t number = 0;
+      const char* const end = std::from_chars(all.data() + at, all.data() + all.size(), number).ptr;
       char* const out = corrected.room(max_number_size);
-      corrected.commit(std::to_chars(out, out + max_number_size, number.value + difference).ptr);
-      done = number.at + number.size;
+      corrected.commit(std::to_chars(out, out + max_number_size, number + difference).ptr);
+      done = static_cast<std::size_t>(end - all.data());
       if (corrected.view().size() < enough) continue;
       write(corrected.view());
       corrected.clear();
@@ -61,14 +60,8 @@ class numbered_text {
   }
 
  private:
-  struct place {
-    std::uint32_t at;  // the text of a chunk is never longer
-    std::uint32_t size;
-    std::uint64_t value;
-  };
-
   text_buffer text_;
-  std::vector<place> places_;
+  std::vector<std::uint32_t> places_;  // the text of a chunk is shorter than 4 GiB
 };
 
 }  // namespace decode

@@ -40,10 +40,9 @@ class record_writer {
 
   /// A line from a parser, with its newline.
   virtual void line(const packet_source& /*source*/, std::string_view /*text*/) {}
-  /// The same, with the running count of rejections in `count_size` digits from `count_at` on.
+  /// The same, with the running count of rejections from `count_at` on.
   virtual void counted_line(const packet_source& /*source*/, std::string_view /*text*/,
-                            std::size_t /*count_at*/, std::size_t /*count_size*/,
-                            std::uint64_t /*count*/) {}
+                            std::size_t /*count_at*/) {}
 
   /// A signalling message, valid during the call.
   virtual void message(const packet_source& /*source*/, const signalling::message& /*one*/) {}

@@ -22,10 +22,10 @@ class text_lines final : public record_writer {
     text_.text().append(text);
   }
 
-  void counted_line(const packet_source& source, std::string_view text, std::size_t count_at,
-                    std::size_t count_size, std::uint64_t count) override {
+  void counted_line(const packet_source& source, std::string_view text,
+                    std::size_t count_at) override {
     if (with_time_) put_time(source);
-    text_.note_number(text_.text().view().size() + count_at, count_size, count);
+    text_.note_number(text_.text().view().size() + count_at);
     text_.text().append(text);
   }
 
