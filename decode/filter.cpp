@@ -6,6 +6,7 @@
 #include <optional>
 #include <string_view>
 
+#include "decode/packet_name.h"
 #include "host/near_name.h"
 #include "modem_stats/dispatch.h"
 #include "modem_stats/record_table.h"
@@ -63,7 +64,7 @@ void select(std::bitset<n>& wanted, const std::vector<std::string>& list,
 void filter::select_logs(const std::vector<std::string>& list) {
   auto either = logs | signalling;
   select(either, list, {16, 10}, [](std::size_t code) {
-    return modem_stats::packet_name(packet_kind::log, static_cast<std::uint16_t>(code));
+    return decode::packet_name(packet_kind::log, static_cast<std::uint16_t>(code));
   });
   logs &= either;
   signalling &= either;
@@ -71,7 +72,7 @@ void filter::select_logs(const std::vector<std::string>& list) {
 
 void filter::select_events(const std::vector<std::string>& list) {
   select(events, list, {10}, [](std::size_t id) {
-    return modem_stats::packet_name(packet_kind::event, static_cast<std::uint16_t>(id));
+    return decode::packet_name(packet_kind::event, static_cast<std::uint16_t>(id));
   });
 }
 

@@ -131,7 +131,7 @@ void packet_stage::read_message(const diag::log_packet& log) {
   if (!wanted_.wants(source_.time, source_.radio)) return;
   // A packet that is decoded to a record as well is counted already.
   if (!wanted_.logs[log.code] || now.outcome.rejected != modem_stats::rejection::none) {
-    counts_.count(source_.kind, source_.id, now.outcome, now.found.has_value());
+    counts_.count(source_.kind, source_.id, now.outcome, true);
   }
   counts_.incomplete_signalling += messages_.take_given_up();
   if (!now.found) return;

@@ -18,9 +18,9 @@ class writer_beside : public record_writer {
   void line(const packet_source& source, std::string_view text) override {
     other_->line(source, text);
   }
-  void counted_line(const packet_source& source, std::string_view text, std::size_t count_at,
-                    std::size_t count_size, std::uint64_t count) override {
-    other_->counted_line(source, text, count_at, count_size, count);
+  void counted_line(const packet_source& source, std::string_view text,
+                    std::size_t count_at) override {
+    other_->counted_line(source, text, count_at);
   }
   void message(const packet_source& source, const signalling::message& one) override {
     other_->message(source, one);

@@ -14,18 +14,36 @@ using modem_stats::rejection;
 
 struct log_row {
   std::uint16_t code;
+  std::string_view name;
   reading (*read)(std::uint16_t code, protocol::byte_view payload, scratch& room);
 };
 constexpr log_row rows[] = {
-    {0x156E, read_sip},      {0x412F, read_umts_rrc}, {0x512F, read_gsm_rr},
-    {0x5226, read_gprs_mac}, {0x5230, read_layer_3},  {0x5B2F, read_gsm_rr},
-    {0x713A, read_layer_3},  {0x7B3A, read_layer_3},  {0xB0C0, read_lte_rrc},
-    {0xB0E0, read_nas},      {0xB0E1, read_nas},      {0xB0E2, read_nas},
-    {0xB0E3, read_nas},      {0xB0EA, read_nas},      {0xB0EB, read_nas},
-    {0xB0EC, read_nas},      {0xB0ED, read_nas},      {0xB197, read_lte_mib},
-    {0xB800, read_nas},      {0xB801, read_nas},      {0xB808, read_nas},
-    {0xB809, read_nas},      {0xB80A, read_nas},      {0xB80B, read_nas},
-    {0xB814, read_nas},      {0xB821, read_nr_rrc},
+    {0x156E, "ims_sip_message", read_sip},
+    {0x412F, "wcdma_rrc", read_umts_rrc},
+    {0x512F, "gsm_rr", read_gsm_rr},
+    {0x5226, "gprs_rlc_mac", read_gprs_mac},
+    {0x5230, "gprs_layer_3", read_layer_3},
+    {0x5B2F, "gsm_rr_of_radio", read_gsm_rr},
+    {0x713A, "umts_layer_3", read_layer_3},
+    {0x7B3A, "umts_layer_3_of_radio", read_layer_3},
+    {0xB0C0, "lte_rrc", read_lte_rrc},
+    {0xB0E0, "lte_nas_esm_protected_down", read_nas},
+    {0xB0E1, "lte_nas_esm_protected_up", read_nas},
+    {0xB0E2, "lte_nas_esm_down", read_nas},
+    {0xB0E3, "lte_nas_esm_up", read_nas},
+    {0xB0EA, "lte_nas_emm_protected_down", read_nas},
+    {0xB0EB, "lte_nas_emm_protected_up", read_nas},
+    {0xB0EC, "lte_nas_emm_down", read_nas},
+    {0xB0ED, "lte_nas_emm_up", read_nas},
+    {0xB197, "lte_mib", read_lte_mib},
+    {0xB800, "nr_nas_sm_down", read_nas},
+    {0xB801, "nr_nas_sm_up", read_nas},
+    {0xB808, "nr_nas_mm_protected_down", read_nas},
+    {0xB809, "nr_nas_mm_protected_up", read_nas},
+    {0xB80A, "nr_nas_mm_down", read_nas},
+    {0xB80B, "nr_nas_mm_up", read_nas},
+    {0xB814, "nr_nas_mm_container", read_nas},
+    {0xB821, "nr_rrc", read_nr_rrc},
 };
 static_assert(std::ranges::adjacent_find(rows, std::ranges::greater_equal(), &log_row::code) ==
               std::end(rows));
@@ -56,6 +74,11 @@ void put_into_channel(message& found, scratch& room) {
 }
 
 }  // namespace
+
+std::string_view log_name(std::uint16_t code) {
+  const auto* const row = std::ranges::find(rows, code, &log_row::code);
+  return row == std::end(rows) ? std::string_view() : row->name;
+}
 
 const std::bitset<65536>& logs() {
   static const std::bitset<65536> all = [] {

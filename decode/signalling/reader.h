@@ -3,6 +3,7 @@
 
 #include <bitset>
 #include <cstdint>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -15,6 +16,8 @@ namespace decode::signalling {
 
 /// The logs that hold messages.
 [[nodiscard]] const std::bitset<65536>& logs();
+/// Empty for other logs.
+[[nodiscard]] std::string_view log_name(std::uint16_t code);
 
 /// A message of which the last part is yet to come.
 struct open_message {

@@ -3,9 +3,9 @@
 #include <nlohmann/json.hpp>
 
 #include "decode/output/time_text.h"
+#include "decode/packet_name.h"
 #include "decode/summary/names.h"
 #include "decode/summary/report.h"
-#include "modem_stats/dispatch.h"
 
 namespace decode {
 
@@ -21,10 +21,9 @@ json name_or_null(std::string_view name) {
 json packet_counts(packet_kind kind, const std::vector<std::uint32_t>& ids, const auto& counts) {
   json all = json::array();
   for (const auto id : ids) {
-    all.push_back(
-        {{"source", packet_code(kind, id)},
-         {"name", name_or_null(modem_stats::packet_name(kind, static_cast<std::uint16_t>(id)))},
-         {"packets", counts[id]}});
+    all.push_back({{"source", packet_code(kind, id)},
+                   {"name", name_or_null(packet_name(kind, static_cast<std::uint16_t>(id)))},
+                   {"packets", counts[id]}});
   }
   return all;
 }
@@ -45,7 +44,7 @@ json results(const summary& all) {
     const auto add = [&, id = packet](const json& version, const json& sub_version,
                                       const outcome_counts& of) {
       list.push_back({{"source", packet_code(id.first, id.second)},
-                      {"name", modem_stats::packet_name(id.first, id.second)},
+                      {"name", packet_name(id.first, id.second)},
                       {"version", version},
                       {"sub_packet_version", sub_version}});
       list.back().update(outcomes(of));

@@ -4,9 +4,9 @@
 #include <string_view>
 
 #include "decode/output/time_text.h"
+#include "decode/packet_name.h"
 #include "decode/summary/names.h"
 #include "decode/summary/report.h"
-#include "modem_stats/dispatch.h"
 
 namespace decode {
 
@@ -84,23 +84,21 @@ void put_packets(lines& out, const summary& all) {
   const auto logs = listed_logs(all);
   for (const auto code : logs.codes) {
     out.count(fmt::format("log 0x{:04X}", code),
-              modem_stats::packet_name(packet_kind::log, static_cast<std::uint16_t>(code)),
-              all.logs[code]);
+              packet_name(packet_kind::log, static_cast<std::uint16_t>(code)), all.logs[code]);
   }
   if (logs.other_codes > 0) {
     out.count(fmt::format("logs of {} other codes", logs.other_codes), logs.other_packets);
   }
   for (const auto id : all.events.in_order()) {
     out.count(fmt::format("event {}", id),
-              modem_stats::packet_name(packet_kind::event, static_cast<std::uint16_t>(id)),
-              all.events[id]);
+              packet_name(packet_kind::event, static_cast<std::uint16_t>(id)), all.events[id]);
   }
 }
 
 void put_results(lines& out, const summary& all) {
   for (const auto& [packet, counts] : all.versions) {
     const auto name = fmt::format("{} {}", packet_code(packet.first, packet.second),
-                                  modem_stats::packet_name(packet.first, packet.second));
+                                  packet_name(packet.first, packet.second));
     for (const auto& [version, results] : counts.values()) {
       out.text(fmt::format(
                    "{} version {}{}:", name, version_text(version.first),

@@ -42,9 +42,9 @@ TEST(tvk_decode_signalling, file_has_what_filters_leave) {
     return support::run(TVK_DECODE_PROGRAM, more);
   };
   const auto all = run({"--summary"});
-  for (const char* line :
-       {"\n0xB0C0 version 5: 1 version not supported\n0xB0C0 version 15: 1 decoded\n",
-        "\nsignalling lte-rrc.ul.dcch 1\nsignalling nr-rrc.bcch.bch 1\n"}) {
+  for (const char* line : {"\n0xB0C0 lte_rrc version 5: 1 version not supported\n0xB0C0 lte_rrc "
+                           "version 15: 1 decoded\n",
+                           "\nsignalling lte-rrc.ul.dcch 1\nsignalling nr-rrc.bcch.bch 1\n"}) {
     EXPECT_NE(all.errors.find(line), std::string::npos) << line << all.errors;
   }
   EXPECT_EQ(std::filesystem::file_size(to), 52U + 48 + 140 + 68 + 152);

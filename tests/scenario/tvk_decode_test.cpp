@@ -296,8 +296,8 @@ TEST_F(tvk_decode, what_was_lost_or_refused_is_told) {
     EXPECT_TRUE(refused.errors.starts_with("tvk-decode: ")) << refused.errors;
   }
   EXPECT_EQ(decode({"-f", "xml", path}).errors,
-            "tvk-decode: --format: 'xml' is not one of text, jsonl, csv, none; --help describes "
-            "the options\n");
+            "tvk-decode: --format: 'xml' is not one of text, jsonl, csv, pcap, html, none; --help "
+            "describes the options\n");
   EXPECT_EQ(decode({"--code", "lte_srv_mess", path}).errors,
             "tvk-decode: --code: 'lte_srv_mess' has no decoder; did you mean lte_srv_meas?; --help "
             "describes the options\n");

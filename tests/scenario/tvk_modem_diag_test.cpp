@@ -287,8 +287,9 @@ TEST(tvk_modem_diag, terminal_is_new_for_each_client) {
 }
 
 TEST(tvk_modem_diag, exec_tells_the_command_where_diag_is) {
-  const auto shown = run(TVK_MODEM_PROGRAM,
-                         {"exec", "--", "sh", "-c", "test -S \"${TVK_DIAG#unix:}\" && echo yes"});
+  const temp_dir dir;
+  const auto shown = run(TVK_MODEM_PROGRAM, {"exec", "--state", dir.path(), "--", "sh", "-c",
+                                             "test -S \"${TVK_DIAG#unix:}\" && echo yes"});
   EXPECT_EQ(shown.output, "yes\n") << shown.errors;
 }
 

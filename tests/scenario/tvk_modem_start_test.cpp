@@ -143,7 +143,7 @@ TEST(tvk_modem_serve, what_cannot_be_used_is_named) {
       {{"serve", "--set", "volume=1"}, 2, {"expected one of sar.dsi=0..20"}},
       {{"serve", "--colour"}, 2, {"--colour"}},
       {{"serve", "--", "true"}, 2, {"--"}},
-      {{"exec"}, 2, {"exec needs a command"}},
+      {{"exec"}, 2, {"exec needs -- before its command"}},
       {{"nv", "get", "7000"}, 1, {"no NV item 7000 of subscription 0"}},
       {{"nv", "get", "7233"}, 2, {"NV item 7233: expected a number up to 7232"}},
       {{"nv", "set", "71", "256"}, 2, {"byte 256: expected a number up to 255"}},

@@ -244,15 +244,16 @@ TEST(signalling, file_is_as_wireshark_reads_it) {
       // Raw IP, radio 1.
       hex("01000000 30000000 6500 0000 00000000 0200 0700") + text("radio 1") +
       hex("00 0300 0600") + text("GSMTAP") + hex("0000 00000000 30000000") +
-      hex("06000000 6C010000 00000000 BE2E0500 260D9664 2D000000 2D000000 "
+      hex("06000000 A8010000 00000000 BE2E0500 260D9664 2D000000 2D000000 "
           "4500002D 00004000 40113CBE 7F000001 7F000001 12791279 00190000 "
           "02040D00 56940000 00000000 03000000 28 000000") +
-      hex("0100 2B00") + text("log 0xB0C0 version 15, EARFCN 5780, PCI 405") + hex("00 0100 D900") +
+      hex("0100 2B00") + text("log 0xB0C0 version 15, EARFCN 5780, PCI 405") + hex("00 0100 1601") +
       text(
-          "2016-03-23T21:55:49.772582Z lte_rrc_serving_cell_info: version=3, mcc=310, mnc_num=3, "
-          "mnc=260, tac=42235, cgi=6508556, pci=289, freq_band_ind=2, dl_earfcn=976, dl_bw_RB=25, "
-          "ul_earfcn=18976, ul_bw_RB=25, allow_access=1") +
-      hex("00 00 00  0200 0400 02000000 00000000 6C010000") +
+          "2016-03-23T21:55:49.772582Z lte_rrc_serving_cell_info: packet_version=3, mcc=310, "
+          "num_mnc_digits=3, mnc=260, tac=42235, cell_identity=6508556, pci=289, band=2, "
+          "dl_earfcn=976, num_dl_rb=25, dl_bandwidth_MHz=5.0, ul_earfcn=18976, num_ul_rb=25, "
+          "ul_bandwidth_MHz=5.0, allow_access=1") +
+      hex("00 00  0200 0400 02000000 00000000 A8010000") +
       // Exported messages, radio 2.
       hex("01000000 44000000 FC00 0000 00000000 0200 0B00") + text("radio 2 pdu") +
       hex("00 0300 1800") + text("messages for a dissector") + hex("00000000 44000000") +
