@@ -99,10 +99,10 @@ class session final : mask_port {
 };
 
 bool session::open() {
-  auto [port, error] = host::open_byte_stream(port_name_);
-  port_ = std::move(port);
+  host::opened_stream opened = host::open_byte_stream(port_name_);
+  port_ = std::move(opened.file);
   if (port_.valid()) return true;
-  report_once(protocol::diag::unusable_port(port_name_, error, host::byte_stream_forms));
+  report_once(protocol::diag::unusable_port(port_name_, opened.error, host::byte_stream_forms));
   return false;
 }
 

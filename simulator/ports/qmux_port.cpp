@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <limits>
 #include <utility>
 
 #include "host/unix_address.h"
@@ -66,25 +65,28 @@ void qmux_port::receive(connection_number from, const qmux::frame& frame) {
 }
 
 void qmux_port::control(connection_number from, protocol::byte_view message) {
-  const auto asked = qmux::parse_control_request(message);
-  if (!asked) return trace_.note(fmt::format("QMUX connection {} sent no CTL request", from));
-  const char* const name = control_message_name(asked->message_id);
+  const auto asked = qmux::parse_control(message);
+  if (!asked || asked->kind != qmux::control_kind::request) {
+    return trace_.note(fmt::format("QMUX connection {} sent no CTL request", from));
+  }
+  const char* const name = control_message_name(asked->id);
   trace_.note(fmt::format("QMUX connection {} -> CTL message 0x{:04x} {}, transaction {}", from,
-                          asked->message_id, name == nullptr ? "?" : name, asked->transaction));
+                          static_cast<unsigned>(asked->id), name == nullptr ? "?" : name,
+                          asked->transaction));
   const auto tlvs = answer_control(*this, from, *asked);
-  const auto answer = qmux::build_control_response({asked->transaction, asked->message_id, tlvs});
+  const auto answer =
+      qmux::build_control({qmux::control_kind::response, asked->transaction, asked->id, tlvs});
   write(from, {qmux::control_service, 0, answer});
 }
 
 void qmux_port::write(connection_number to, const qmux::frame& frame) {
   const auto found = connections_.find(to);
   if (found == connections_.end()) return;
-  constexpr std::size_t most = std::numeric_limits<std::uint16_t>::max() - 5;
-  if (frame.message.size() > most) {
+  if (frame.message.size() > qmux::longest_message) {
     return trace_.note(
         fmt::format("dropped, {} bytes are too long for QMUX", frame.message.size()));
   }
-  found->second->send(qmux::build_frame(frame));
+  found->second->send(qmux::build_frame(qmux::sender::modem, frame));
 }
 
 void qmux_port::remove(connection_number gone, std::string_view reason) {

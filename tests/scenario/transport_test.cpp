@@ -177,6 +177,13 @@ TEST(transport, endpoint_of_unknown_form_is_refused) {
   expect_refused("unix:/tmp/" + std::string(300, 'x'));
 }
 
+TEST(transport, qmux_has_no_room_for_the_number_of_the_extension_service) {
+  for (const auto* endpoint : {"qmux:/dev/null", "qmi-proxy:/dev/null"}) {
+    expect_refused(endpoint,
+                   "no way to QMI service 0xFFE4, because QMUX numbers services with 8 bits");
+  }
+}
+
 TEST(transport, file_that_is_no_modem_socket_is_refused) {
   const support::temp_dir dir;
   std::ofstream(dir.file("regular")) << "text";

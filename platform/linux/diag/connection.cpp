@@ -33,11 +33,11 @@ constexpr std::chrono::seconds write_patience{3};
 /// Invalid when the port cannot be opened; the reason is reported once on standard error.
 host::file_descriptor open_port() {
   const auto name = host::chosen_endpoint(wire::port_variable, wire::port_socket);
-  auto [port, error] = host::open_byte_stream(name);
-  if (!port.valid()) {
-    platform::report_once(wire::unusable_port(name, error, host::byte_stream_forms));
+  host::opened_stream port = host::open_byte_stream(name);
+  if (!port.file.valid()) {
+    platform::report_once(wire::unusable_port(name, port.error, host::byte_stream_forms));
   }
-  return std::move(port);
+  return std::move(port.file);
 }
 
 void report_log(const listeners& to, byte_view packet) {
