@@ -69,7 +69,7 @@ error release_client(const control_request& asked, tlv_writer& answer) {
   if (value->size() != 2) return error::malformed_message;
   const std::uint8_t service = (*value)[0];
   const std::uint8_t id = (*value)[1];
-  if (!asked.port.release(asked.from, service, id)) return error::invalid_client_id;
+  if (!asked.port.release(service, id)) return error::invalid_client_id;
   answer.bytes(value_tlv, std::vector{service, id});
   return error::none;
 }
@@ -84,7 +84,7 @@ error set_data_format(const control_request& asked, tlv_writer& answer) {
 }
 
 error sync(const control_request& asked, tlv_writer& /*answer*/) {
-  asked.port.release_all(asked.from);
+  asked.port.release_all();
   return error::none;
 }
 
