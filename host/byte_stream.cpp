@@ -48,13 +48,31 @@ int connect_in_time(int socket, const sockaddr* address, socklen_t size) {
   return error;
 }
 
-opened_stream connect_socket(int family, const sockaddr* address, socklen_t size) {
-  file_descriptor stream(::socket(family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+opened_stream connect_socket(int family, const sockaddr* address, socklen_t size,
+                             int type = SOCK_STREAM) {
+  file_descriptor stream(::socket(family, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   if (!stream.valid()) return failed(errno);
   if (const int error = connect_in_time(stream.get(), address, size); error != 0) {
     return failed(error);
   }
-  return {std::move(stream), {}};
+  return {.file = std::move(stream), .error = {}, .keeps_packets = type == SOCK_SEQPACKET};
+}
+
+opened_stream connect_to_path(const std::string& path, int type) {
+  const auto address = unix_address::of_path(path);
+  if (!address) return failed(ENAMETOOLONG);
+  if (auto distrust = distrust_of_socket(path); !distrust.empty()) {
+    return {{}, std::move(distrust)};
+  }
+  return connect_socket(AF_UNIX, address->get(), address->size(), type);
+}
+
+opened_stream open_unix_packet(const std::string& text) {
+  if (!text.starts_with('@')) return connect_to_path(text, SOCK_SEQPACKET);
+  if (text.size() == 1) return missing("NAME");
+  if (text.size() - 1 > unix_address::longest_path) return failed(ENAMETOOLONG);
+  const auto address = unix_address::of_padded_abstract_name(text.substr(1));
+  return connect_socket(AF_UNIX, address.get(), address.size(), SOCK_SEQPACKET);
 }
 
 opened_stream connect_tcp(int family, const sockaddr* address, socklen_t size) {
@@ -103,18 +121,15 @@ struct kind {
   std::string_view rest;
   opened_stream (*open)(const std::string& rest);
 };
-constexpr kind kinds[] = {
-    {"unix", "PATH", connect_to_socket}, {"tcp", "HOST:PORT", open_tcp}, {"tty", "PATH", open_tty}};
+constexpr kind kinds[] = {{"unix", "PATH", connect_to_socket},
+                          {"unix-packet", "PATH or @NAME", open_unix_packet},
+                          {"tcp", "HOST:PORT", open_tcp},
+                          {"tty", "PATH", open_tty}};
 
 }  // namespace
 
 opened_stream connect_to_socket(const std::string& path) {
-  const auto address = unix_address::of_path(path);
-  if (!address) return failed(ENAMETOOLONG);
-  if (auto distrust = distrust_of_socket(path); !distrust.empty()) {
-    return {{}, std::move(distrust)};
-  }
-  return connect_socket(AF_UNIX, address->get(), address->size());
+  return connect_to_path(path, SOCK_STREAM);
 }
 
 opened_stream connect_to_abstract_socket(const std::string& name) {

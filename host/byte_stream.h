@@ -1,4 +1,6 @@
-// Opens byte streams by name: unix:PATH, tcp:HOST:PORT (a numeric address or localhost), tty:PATH.
+// Opens streams by name: unix:PATH, tcp:HOST:PORT (a numeric address or localhost), tty:PATH, and a
+// packet socket, which keeps the boundaries of what is written: unix-packet:PATH or, in the
+// abstract namespace, unix-packet:@NAME.
 #pragma once
 
 #include <string>
@@ -12,6 +14,7 @@ struct opened_stream {
   file_descriptor file;
   std::string error;
   int code = 0;  ///< the error's number, if the system gave one
+  bool keeps_packets = false;
 };
 
 /// The stream is non-blocking. The error is a message for the user.
@@ -25,6 +28,7 @@ struct opened_stream {
 [[nodiscard]] opened_stream open_device(const std::string& path);
 
 /// The accepted forms of names, for messages.
-inline constexpr const char* byte_stream_forms = "unix:PATH, tcp:HOST:PORT or tty:PATH";
+inline constexpr const char* byte_stream_forms =
+    "unix:PATH, unix-packet:PATH, unix-packet:@NAME, tcp:HOST:PORT or tty:PATH";
 
 }  // namespace host

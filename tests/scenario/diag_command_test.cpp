@@ -1,5 +1,8 @@
 // `tvk 5 0` against a DIAG port written byte by byte.
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include <deque>
 #include <regex>
@@ -268,6 +271,29 @@ TEST(diag_command, late_answer_ends_the_wait_and_a_lost_port_does_not_hang) {
   }
 }
 
+/// The router's way: an abstract name with zeros to its end, and packets without framing.
+TEST(diag_command, packets_pass_as_they_are_through_a_packet_socket) {
+  const std::string name = "tvk-test-" + std::to_string(::getpid());
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  name.copy(&address.sun_path[1], name.size());
+  const int router = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
+  ASSERT_EQ(::bind(router, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  ASSERT_EQ(::listen(router, 1), 0);
+  support::background_process console(TVK_PROGRAM, arguments_of(callback_mode, "60000"),
+                                      {{"TVK_DIAG", "unix-packet:@" + name}});
+  const int client = ::accept(router, nullptr, nullptr);
+  bytes request(100);
+  request.resize(static_cast<std::size_t>(::recv(client, request.data(), request.size(), 0)));
+  EXPECT_EQ(request, hex("4B0B0000"));
+  EXPECT_EQ(::send(client, answer.data(), answer.size(), MSG_NOSIGNAL), 7);
+  const auto got = console.wait();
+  EXPECT_TRUE(contains(got.output, "rsp data: 0x4B 0x0B 0x00 0x00 0x7E 0x7D 0x01")) << got.output;
+  EXPECT_EQ(got.errors, "");
+  ::close(client);
+  ::close(router);
+}
+
 TEST(diag_command, missing_port_is_named_and_the_command_fails) {
   const support::temp_dir dir;
   const struct {
@@ -281,6 +307,9 @@ TEST(diag_command, missing_port_is_named_and_the_command_fails) {
       {"unix", "PATH is missing"},
       {"unix:", "PATH is missing"},
       {"tty:", "PATH is missing"},
+      {"unix-packet:", "PATH or @NAME is missing"},
+      {"unix-packet:@", "NAME is missing"},
+      {"unix-packet:@" + std::string(108, 'x'), "File name too long"},
       {"tcp:", "HOST:PORT is missing"},
       {"tcp::2500", "HOST is missing"},
       {"tcp:127.0.0.1", "PORT is missing"},
@@ -293,8 +322,8 @@ TEST(diag_command, missing_port_is_named_and_the_command_fails) {
     for (const auto& mode : {callback_mode, dci_mode}) {
       const auto got = run_diag(row.endpoint, mode, "60000");
       EXPECT_EQ(got.errors, "tvk: DIAG port " + row.endpoint + ": " + row.error +
-                                "; expected one of a modem, as TVK_DIAG=unix:PATH, tcp:HOST:PORT "
-                                "or tty:PATH\n");
+                                "; expected one of a modem, as TVK_DIAG=unix:PATH, "
+                                "unix-packet:PATH, unix-packet:@NAME, tcp:HOST:PORT or tty:PATH\n");
       EXPECT_TRUE(contains(got.output, "LSM init failed\n"));
       EXPECT_TRUE(contains(got.output, "norvel_diag_cmd_send fail\n"));
       EXPECT_EQ(contains(got.output, "ret_send = -1, will wait callback\n"), mode == callback_mode);
