@@ -139,18 +139,18 @@ card_error uicc_slots::look(unsigned physical, card& found) {
 }
 
 card_error uicc_slots::look_logical(unsigned logical, card& found) {
-  if (logical < 1 || logical > card_slots) return card_error::no_slot;
+  if (logical < 1 || logical > active_slots) return card_error::no_slot;
   return look(physical_of(logical), found);
 }
 
 card_error uicc_slots::power_down(unsigned logical) {
-  if (logical < 1 || logical > card_slots) return card_error::no_slot;
+  if (logical < 1 || logical > active_slots) return card_error::no_slot;
   connect(physical_of(logical), false);
   return card_error::none;
 }
 
 card_error uicc_slots::power_up(unsigned logical, bool blindly) {
-  if (logical < 1 || logical > card_slots) return card_error::no_slot;
+  if (logical < 1 || logical > active_slots) return card_error::no_slot;
   const unsigned physical = physical_of(logical);
   if (!blindly && !has_card(physical)) return card_error::no_card;
   connect(physical, true);
@@ -165,6 +165,7 @@ void uicc_slots::connect(unsigned physical, bool up) {
     connected = second_connected;
   }
   settings_.set(connected_card(physical), connected);
+  usim_.power_lost(physical);
   close_channels(physical);
 }
 
@@ -195,7 +196,7 @@ card_error uicc_slots::open_channel(const client& who, unsigned logical, byte_vi
 }
 
 card_error uicc_slots::close_channel(unsigned logical, std::uint8_t id) {
-  if (logical < 1 || logical > card_slots) return card_error::no_slot;
+  if (logical < 1 || logical > active_slots) return card_error::no_slot;
   if (id == basic_channel || channels_.erase({physical_of(logical), id}) == 0) {
     return card_error::no_channel;
   }

@@ -2,8 +2,8 @@
 //
 // A packet is node u32, port u32, datagram. The simulated modem's extension service is 0xFFE4,
 // instance word 0x101, at node 0 port 1, SAR is 0x11 at port 2, UIM 0x0B at port 3, PDC 0x24 at
-// port 4, NAS 0x03 at port 5, statistics 0xE4 at port 6; the control port of the local node is
-// 1:0xFFFFFFFE.
+// port 4, NAS 0x03 at port 5, statistics 0xE4 at port 6, DMS 0x02 at port 7, WDS 0x01 at port 8;
+// the control port of the local node is 1:0xFFFFFFFE.
 #pragma once
 
 #include <poll.h>
@@ -43,12 +43,16 @@ inline const bytes nas_up = control + hex("04000000 03000000 01010000 00000000 0
 inline const bytes nas_down = control + hex("05000000 03000000 01010000 00000000 05000000");
 inline const bytes statistics_up = control + hex("04000000 e4000000 01010000 00000000 06000000");
 inline const bytes statistics_down = control + hex("05000000 e4000000 01010000 00000000 06000000");
+inline const bytes dms_up = control + hex("04000000 02000000 01010000 00000000 07000000");
+inline const bytes dms_down = control + hex("05000000 02000000 01010000 00000000 07000000");
+inline const bytes wds_up = control + hex("04000000 01000000 01010000 00000000 08000000");
+inline const bytes wds_down = control + hex("05000000 01000000 01010000 00000000 08000000");
 /// What a modem's whole list is, and what a restart takes down.
 inline const std::vector<bytes> all_up = {
-    service_up, sar_up, uim_up, pdc_up, nas_up, statistics_up,
+    service_up, sar_up, uim_up, pdc_up, nas_up, statistics_up, dms_up, wds_up,
 };
 inline const std::vector<bytes> all_down = {
-    service_down, sar_down, uim_down, pdc_down, nas_down, statistics_down,
+    service_down, sar_down, uim_down, pdc_down, nas_down, statistics_down, dms_down, wds_down,
 };
 inline const bytes end_of_list = control + hex("04000000 00000000 00000000 00000000 00000000");
 
