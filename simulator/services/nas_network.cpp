@@ -2,6 +2,7 @@
 #include <chrono>
 
 #include "simulator/modem/identity.h"
+#include "simulator/modem/receive_paths.h"
 #include "simulator/services/handlers.h"
 #include "simulator/services/nas.h"
 #include "simulator/services/network_indications.h"
@@ -344,14 +345,16 @@ reply get_transmission(const request& asked) {
   if (radio != radio_lte && radio != radio_nr) return error::invalid_argument;
   constexpr double tenth = 10;
   constexpr std::uint32_t no_phase = 0xFFFFFFFF;
-  const bool is_lte = radio == radio_lte;
-  const double power = is_lte ? seen->lte.rssi() : seen->nr.rsrp;
-  const double rsrp = is_lte ? seen->lte.rsrp : seen->nr.rsrp;
+  constexpr std::uint8_t chains[receive_antennas] = {0x10, 0x11, 0x15, 0x16};
   reply out = error::none;
-  for (const std::uint8_t chain : {std::uint8_t{0x10}, std::uint8_t{0x11}}) {
-    out.tlvs.bytes(
-        chain,
-        packed().u8(1).s32(tenth * power).s32(0).s32(0).s32(tenth * rsrp).u32(no_phase).view());
+  for (unsigned antenna = 0; antenna < receive_antennas; ++antenna) {
+    const lte_cell lte = at_antenna(seen->lte, antenna);
+    const nr_cell nr = at_antenna(seen->nr, antenna);
+    const double power = radio == radio_lte ? lte.rssi() : rssi(nr);
+    const double rsrp = radio == radio_lte ? lte.rsrp : nr.rsrp;
+    packed chain;
+    chain.u8(1).s32(tenth * power).s32(0).s32(0).s32(tenth * rsrp).u32(no_phase);
+    out.tlvs.bytes(chains[antenna], chain.view());
   }
   const bool is_sending = seen->rrc == lte_rrc_state::connected;
   out.tlvs.bytes(0x12, packed().u8(is_sending ? 1 : 0).s32(is_sending ? 120 : 0).view());
