@@ -378,6 +378,12 @@ std::vector<std::uint8_t> euicc::select_isd_r() {
   return ber::made(0x6F, content);
 }
 
+bool euicc::needs_keys(byte_view request) {
+  constexpr std::uint32_t downloads[] = {0xBF21, 0xBF36, 0xBF38, 0xBF41};
+  const auto asked = ber::reader(request).next();
+  return asked && std::ranges::find(downloads, asked->tag) != std::end(downloads);
+}
+
 std::vector<std::uint8_t> euicc::ask_isd_r(byte_view request) {
   ber::reader in(request);
   const auto asked = in.next();

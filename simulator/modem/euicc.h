@@ -30,6 +30,8 @@ class euicc {
   /// The response to SELECT of the ISD-R.
   [[nodiscard]] static std::vector<std::uint8_t> select_isd_r();
 
+  /// Whether the request is one of a profile's download, for which this card has no keys.
+  [[nodiscard]] static bool needs_keys(protocol::byte_view request);
   /// The answer to one request; empty for one that it does not know or that is malformed. Throws
   /// `failure` when the state cannot be read or written.
   [[nodiscard]] std::vector<std::uint8_t> ask_isd_r(protocol::byte_view request);

@@ -30,6 +30,7 @@ enum class status : std::uint16_t {
   wrong_data = 0x6A80,
   not_found = 0x6A82,
   wrong_parameters = 0x6A86,
+  no_reference_data = 0x6A88,
   unknown_instruction = 0x6D00,
 };
 
@@ -98,7 +99,10 @@ bytes store_data(euicc& euicc, const command_apdu& command) {
   constexpr std::uint8_t only_block_of_tlvs = 0x91;
   if (command.p1 != only_block_of_tlvs) return with_status({}, status::wrong_parameters);
   bytes answer = euicc.ask_isd_r(command.data);
-  if (answer.empty()) return with_status({}, status::wrong_data);
+  if (answer.empty()) {
+    return with_status(
+        {}, euicc::needs_keys(command.data) ? status::no_reference_data : status::wrong_data);
+  }
   return with_status(std::move(answer), status::done);
 }
 

@@ -16,21 +16,17 @@ constexpr std::uint16_t event_report = 0x0001;
 constexpr std::uint8_t operating_mode_tlv = 0x14;  ///< of event reports
 
 enum class radio_type : std::uint8_t { gsm = 4, umts = 5, lte = 8, nr = 10 };
+constexpr radio_type radios[] = {radio_type::gsm, radio_type::umts, radio_type::lte,
+                                 radio_type::nr};
 
 void capabilities(modem& /*state*/, tlv_writer& out) {
   constexpr std::uint8_t data_and_calls = 3;
   constexpr std::uint8_t has_sim = 2;
-  out.bytes(0x01, packed()
-                      .u32(50'000'000)
-                      .u32(300'000'000)
-                      .u8(data_and_calls)
-                      .u8(has_sim)
-                      .u8(4)
-                      .u8(static_cast<std::uint8_t>(radio_type::gsm))
-                      .u8(static_cast<std::uint8_t>(radio_type::umts))
-                      .u8(static_cast<std::uint8_t>(radio_type::lte))
-                      .u8(static_cast<std::uint8_t>(radio_type::nr))
-                      .view());
+  packed value;
+  value.u32(50'000'000).u32(300'000'000).u8(data_and_calls).u8(has_sim);
+  value.u8(static_cast<std::uint8_t>(std::size(radios)));
+  for (const radio_type each : radios) value.u8(static_cast<std::uint8_t>(each));
+  out.bytes(value_tlv, value.view());
 }
 
 std::string manufacturer(modem& /*state*/) {

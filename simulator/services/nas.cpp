@@ -77,12 +77,9 @@ reply get_carriers(const request& asked) {
   const lte_cell& lte = seen->lte;
   const auto narrow = static_cast<std::uint16_t>(std::min<std::uint32_t>(lte.dl_earfcn, 0xFFFF));
   reply out = error::none;
-  out.tlvs.bytes(0x13, packed()
-                           .u16(lte.pci)
-                           .u16(narrow)
-                           .u32(bandwidth_number(lte.resource_blocks))
-                           .u16(*band)
-                           .view());
+  packed primary;
+  primary.u16(lte.pci).u16(narrow).u32(bandwidth_number(lte.resource_blocks)).u16(*band);
+  out.tlvs.bytes(0x13, primary.view());
   return out;
 }
 

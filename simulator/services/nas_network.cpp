@@ -88,13 +88,9 @@ packed serving(const registration& now) {
   constexpr std::uint8_t detached = 2;
   constexpr std::uint8_t of_3gpp = 2;
   if (!now.seen) return packed().u8(0).u8(detached).u8(detached).u8(of_3gpp).u8(0);
-  return packed()
-      .u8(registered)
-      .u8(attached)
-      .u8(now.is_attached ? attached : detached)
-      .u8(of_3gpp)
-      .u8(1)
-      .u8(radio_lte);
+  packed out;
+  out.u8(registered).u8(attached).u8(now.is_attached ? attached : detached).u8(of_3gpp);
+  return out.u8(1).u8(radio_lte);
 }
 
 /// Only while registered, after the serving system itself.
@@ -223,30 +219,22 @@ reply scan_networks(const request& asked) {
   constexpr std::uint8_t other_status = 2 | 8 | 32 | 128;
   constexpr radio_network other{1, 2, 2};
   if (asked.state.mode() != device_mode::online) return error::network_not_ready;
-  const radio_network& own = asked.state.radio.means.network;
+  const struct {
+    const radio_network& network;
+    std::uint8_t status;
+    const char* name;
+  } found[] = {{asked.state.radio.means.network, own_status, operator_name},
+               {other, other_status, "Fernhill"}};
+  packed networks;
+  packed radios;
+  networks.u16(static_cast<std::uint16_t>(std::size(found)));
+  radios.u16(static_cast<std::uint16_t>(std::size(found)));
+  for (const auto& [network, status, name] : found) {
+    networks.u16(network.mcc).u16(network.mnc).u8(status).counted_text(name);
+    radios.u16(network.mcc).u16(network.mnc).u8(radio_lte);
+  }
   reply out = error::none;
-  out.tlvs
-      .bytes(0x10, packed()
-                       .u16(2)
-                       .u16(own.mcc)
-                       .u16(own.mnc)
-                       .u8(own_status)
-                       .counted_text(operator_name)
-                       .u16(other.mcc)
-                       .u16(other.mnc)
-                       .u8(other_status)
-                       .counted_text("Fernhill")
-                       .view())
-      .bytes(0x11, packed()
-                       .u16(2)
-                       .u16(own.mcc)
-                       .u16(own.mnc)
-                       .u8(radio_lte)
-                       .u16(other.mcc)
-                       .u16(other.mnc)
-                       .u8(radio_lte)
-                       .view())
-      .integer(0x13, std::uint32_t{0});
+  out.tlvs.bytes(0x10, networks.view()).bytes(0x11, radios.view()).integer(0x13, std::uint32_t{0});
   return out;
 }
 
@@ -297,18 +285,11 @@ reply get_plmn_name(const request& asked) {
   const radio_network& own = asked.state.radio.means.network;
   if (*mcc != own.mcc || *mnc != own.mnc) return error::information_unavailable;
   reply out = error::none;
-  out.tlvs.bytes(0x10, packed()
-                           .u8(0)
-                           .counted_text(operator_name)
-                           .u8(0)
-                           .u8(0)
-                           .u8(0)
-                           .counted_text(operator_name)
-                           .u8(0)
-                           .u8(0)
-                           .u8(0)
-                           .counted_text(operator_name)
-                           .view());
+  packed names;
+  names.u8(0).counted_text(operator_name);
+  names.u8(0).u8(0).u8(0).counted_text(operator_name);  // short
+  names.u8(0).u8(0).u8(0).counted_text(operator_name);  // long
+  out.tlvs.bytes(0x10, names.view());
   return out;
 }
 
