@@ -2,6 +2,7 @@
 #include <optional>
 #include <string>
 
+#include "simulator/modem/ber_tlv.h"
 #include "simulator/services/handlers.h"
 #include "simulator/services/network_indications.h"
 #include "simulator/services/uim.h"
@@ -141,6 +142,24 @@ reply read_card_record(const request& asked) {
   return out;
 }
 
+namespace {
+
+/// The card's own words, which clients show: a template of file descriptor and file id.
+std::vector<std::uint8_t> description_of(const card_file& file) {
+  constexpr std::uint8_t coding = 0x21;
+  std::vector<std::uint8_t> descriptor{0x78, coding};
+  if (file.type == file_type::transparent) descriptor[0] = 0x41;
+  if (file.type == file_type::linear_fixed) {
+    descriptor = {0x42, coding, 0, static_cast<std::uint8_t>(file.records.front().size()),
+                  static_cast<std::uint8_t>(file.records.size())};
+  }
+  std::vector<std::uint8_t> content = ber::made(0x82, descriptor);
+  ber::append(content, 0x83, bytes_of(file.id));
+  return ber::made(0x62, content);
+}
+
+}  // namespace
+
 reply get_card_file_attributes(const request& asked) {
   constexpr std::uint8_t always = 0;
   constexpr std::uint8_t never = 1;
@@ -156,7 +175,8 @@ reply get_card_file_attributes(const request& asked) {
   value.u16(has_records ? static_cast<std::uint16_t>(file.records.size()) : 0);
   value.u8(file.needs_pin ? single_key : always).u16(file.needs_pin ? 1 : 0);  // to read: PIN 1
   for (int action = 0; action < 4; ++action) value.u8(never).u16(0);
-  value.u16(0);  // the card's own description is left out
+  const auto description = description_of(file);
+  value.u16(static_cast<std::uint16_t>(description.size())).raw(description);
   reply out = error::none;
   out.tlvs.bytes(0x10, bytes_of(sw_done)).bytes(0x11, value.view());
   return out;

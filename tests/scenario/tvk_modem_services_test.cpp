@@ -127,6 +127,10 @@ TEST(tvk_modem_services, files_are_read_and_pins_guard_them_across_runs) {
     EXPECT_EQ(
         ask(client, uim, "2100", session + hex("02 0700 406f 04 003f ff7f  03 0400 0200 0000")),
         failed("3000") + hex("10 0200 6a83"));
+    // 9 bytes, transparent, read with PIN 1; the card's description.
+    EXPECT_EQ(ask(client, uim, "2400", session + hex("02 0700 076f 04 003f ff7f")),
+              done + hex("10 0200 9000  11 2400 0900 076f 00 0000 0000  04 0100"
+                         "01 0000  01 0000  01 0000  01 0000  0a00 6208 82024121 83026f07"));
     EXPECT_EQ(ask(client, uim, "2e00", hex("01 0400 01000000")), done + hex("10 0400 01000000"));
     EXPECT_EQ(ask(client, uim, "2500", hex("01 0200 06 00  02 0700 01 01 04 31323334")),
               done + hex("10 0200 03 0a  13 0200 9000"));
