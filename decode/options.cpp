@@ -117,7 +117,8 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
   std::string live;
   auto* const live_option =
       app.add_option("--live", live,
-                     "decode a DIAG port until interrupted: unix:PATH, tcp:HOST:PORT or tty:PATH; "
+                     "decode a DIAG port until interrupted: unix:PATH, unix-packet:PATH, "
+                     "unix-packet:@NAME, tcp:HOST:PORT or tty:PATH; "
                      "default: the port that TVK_DIAG names")
           ->expected(0, 1);
   auto* const save_option =

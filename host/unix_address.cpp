@@ -23,4 +23,9 @@ unix_address unix_address::of_abstract_name(std::string_view name) {
   return {name.substr(0, longest_path), 1, 0};
 }
 
+unix_address unix_address::of_padded_abstract_name(std::string_view name) {
+  const std::string_view kept = name.substr(0, longest_path);
+  return {kept, 1, longest_path - kept.size()};
+}
+
 }  // namespace host

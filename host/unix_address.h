@@ -19,6 +19,8 @@ class unix_address {
   /// An address in the abstract namespace, outside the file system. The name is cut to
   /// `longest_path` bytes.
   [[nodiscard]] static unix_address of_abstract_name(std::string_view name);
+  /// The same with zeros up to the longest possible name, as programs have it that count them in.
+  [[nodiscard]] static unix_address of_padded_abstract_name(std::string_view name);
 
   // For bind and connect.
   [[nodiscard]] const sockaddr* get() const { return reinterpret_cast<const sockaddr*>(&address_); }

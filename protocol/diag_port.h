@@ -1,7 +1,12 @@
-// The names of a modem's DIAG port on a host.
+// A modem's DIAG port on a host: how it is named, and how packets pass.
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <vector>
+
+#include "protocol/bytes.h"
+#include "protocol/hdlc.h"
 
 namespace protocol::diag {
 
@@ -16,5 +21,29 @@ inline std::string unusable_port(const std::string& name, const std::string& why
   return "DIAG port " + name + ": " + why + "; expected one of a modem, as " + port_variable + "=" +
          forms;
 }
+
+/// A port that keeps packets carries each packet as it is, a byte stream as a frame.
+class framing {
+ public:
+  framing() = default;
+  explicit framing(bool keeps_packets) : keeps_packets_(keeps_packets) {}
+
+  /// What to write for a packet.
+  [[nodiscard]] byte_view to_write(byte_view packet) {
+    return keeps_packets_ ? packet : framed(packet);
+  }
+  /// What was read at once, as part of a stream of frames. Valid until the next call.
+  [[nodiscard]] byte_view as_frames(byte_view read) { return keeps_packets_ ? framed(read) : read; }
+
+ private:
+  byte_view framed(byte_view packet) {
+    frame_.clear();
+    hdlc::append_frame(frame_, packet);
+    return frame_;
+  }
+
+  bool keeps_packets_ = false;
+  std::vector<std::uint8_t> frame_;
+};
 
 }  // namespace protocol::diag

@@ -4,18 +4,14 @@ namespace protocol::qmux {
 namespace {
 
 constexpr std::uint8_t marker = 0x01;
-constexpr std::uint8_t from_modem = 0x80;
 constexpr std::size_t header_size = 6;
-
-constexpr std::uint8_t control_request = 0;
-constexpr std::uint8_t control_response = 1;
 
 }  // namespace
 
-std::vector<std::uint8_t> build_frame(const frame& what) {
+std::vector<std::uint8_t> build_frame(sender from, const frame& what) {
   std::vector<std::uint8_t> bytes{marker};
   append_le(bytes, static_cast<std::uint16_t>(header_size - 1 + what.message.size()));
-  bytes.insert(bytes.end(), {from_modem, what.service, what.client});
+  bytes.insert(bytes.end(), {static_cast<std::uint8_t>(from), what.service, what.client});
   bytes.insert(bytes.end(), what.message.begin(), what.message.end());
   return bytes;
 }
@@ -47,21 +43,23 @@ std::optional<frame> frame_cutter::next() {
   return frame{all[service_at], all[client_at], all.first(size).subspan(header_size)};
 }
 
-std::optional<control_message> parse_control_request(byte_view message) {
+std::optional<control_message> parse_control(byte_view message) {
   byte_reader in(message);
   const auto kind = in.take<std::uint8_t>();
   const auto transaction = in.take<std::uint8_t>();
-  const auto message_id = in.take<std::uint16_t>();
+  const auto id = in.take<std::uint16_t>();
   const auto length = in.take<std::uint16_t>();
-  if (!length || *kind != control_request || in.rest().size() != *length) return std::nullopt;
-  return control_message{*transaction, *message_id, in.rest()};
+  if (!length || in.rest().size() != *length) return std::nullopt;
+  if (*kind > static_cast<std::uint8_t>(control_kind::indication)) return std::nullopt;
+  return control_message{static_cast<control_kind>(*kind), *transaction,
+                         static_cast<control_id>(*id), in.rest()};
 }
 
-std::vector<std::uint8_t> build_control_response(const control_message& response) {
-  std::vector<std::uint8_t> bytes{control_response, response.transaction};
-  append_le(bytes, response.message_id);
-  append_le(bytes, static_cast<std::uint16_t>(response.tlvs.size()));
-  bytes.insert(bytes.end(), response.tlvs.begin(), response.tlvs.end());
+std::vector<std::uint8_t> build_control(const control_message& message) {
+  std::vector<std::uint8_t> bytes{static_cast<std::uint8_t>(message.kind), message.transaction};
+  append_le(bytes, static_cast<std::uint16_t>(message.id));
+  append_le(bytes, static_cast<std::uint16_t>(message.tlvs.size()));
+  bytes.insert(bytes.end(), message.tlvs.begin(), message.tlvs.end());
   return bytes;
 }
 

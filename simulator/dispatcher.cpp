@@ -11,6 +11,36 @@ namespace sim {
 namespace qmi = protocol::qmi;
 using protocol::byte_view;
 
+namespace {
+
+// What every standard service answers.
+constexpr std::uint16_t reset_message = 0x0000;
+constexpr std::uint16_t supported_message = 0x001E;
+
+/// A bit for each message, message 0 in the lowest bit of the first byte.
+reply list_messages(const service_row& service) {
+  constexpr std::uint8_t list_tlv = 0x10;
+  constexpr unsigned bits = 8;
+  std::vector<std::uint8_t> mask;
+  const auto add = [&mask](std::uint16_t message) {
+    if (mask.size() <= message / bits) mask.resize(message / bits + 1U);
+    mask[message / bits] = static_cast<std::uint8_t>(mask[message / bits] | 1U << message % bits);
+  };
+  add(reset_message);
+  add(supported_message);
+  for (const message_row& each : service.messages) {
+    if (each.answer != nullptr) add(each.id);
+  }
+  std::vector<std::uint8_t> list;
+  protocol::append_le(list, static_cast<std::uint16_t>(mask.size()));
+  list.insert(list.end(), mask.begin(), mask.end());
+  reply out = qmi::error::none;
+  out.tlvs.bytes(list_tlv, list);
+  return out;
+}
+
+}  // namespace
+
 dispatcher::dispatcher(asio::io_context& io, modem& state, node& node, faults faults,
                        std::chrono::milliseconds restart_time, trace& trace)
     : io_(io),
@@ -51,7 +81,13 @@ void dispatcher::client_gone(const client& gone) {
   delayed_.drop_client(gone);
   modem_.transfers.drop(gone);
   modem_.uicc.drop_client(gone);
-  modem_.pdc_clients.drop(gone);
+  forget_wishes(gone);
+}
+
+void dispatcher::forget_wishes(const client& of) {
+  modem_.pdc_clients.drop(of);
+  modem_.watchers.drop(of);
+  modem_.data.calls.erase(of);
 }
 
 void dispatcher::serve(const client& from, const service_row& service,
@@ -70,7 +106,10 @@ void dispatcher::serve(const client& from, const service_row& service,
   const bool is_late = fault != nullptr && fault->action == fault_action::delay;
   const std::chrono::milliseconds delay(is_late ? *fault->value : 0);
   send(from, service, datagram_, delay, meaning);
-  for (const indication& each : made.indications) indicate(each, service, delay);
+  for (const indication& each : made.indications) {
+    const auto other = std::ranges::find(node_.services(), each.service, &service_row::id);
+    indicate(each, other == node_.services().end() ? service : *other, delay);
+  }
   if (made.restart) restart();
 }
 
@@ -79,6 +118,11 @@ reply dispatcher::answer_request(const client& from, const service_row& service,
   reply made = qmi::error::invalid_qmi_command;
   if (fault != nullptr && fault->action == fault_action::error) {
     made = static_cast<qmi::error>(*fault->value);
+  } else if (service.result_tlv == no_result_tlv && message.head.message_id == reset_message) {
+    forget_wishes(from);
+    made = qmi::error::none;
+  } else if (service.result_tlv == no_result_tlv && message.head.message_id == supported_message) {
+    made = list_messages(service);
   } else if (const message_row* const row = service.find(message.head.message_id);
              row != nullptr && row->answer != nullptr) {
     try {

@@ -38,6 +38,8 @@ class dispatcher {
   void client_gone(const client& gone);
 
  private:
+  /// Indications that it asked for, its data call, an unfinished load.
+  void forget_wishes(const client& of);
   void serve(const client& from, const service_row& service, const protocol::qmi::message& message);
   [[nodiscard]] reply answer_request(const client& from, const service_row& service,
                                      const protocol::qmi::message& message,

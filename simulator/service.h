@@ -24,6 +24,7 @@ struct indication {
   client to;
   std::uint16_t message_id = 0;
   std::vector<std::uint8_t> tlvs;
+  std::uint32_t service = 0;  ///< 0: the one that answers
 };
 
 /// What a request comes to: the answer's TLVs, and what happens once the answer is on its way.
@@ -35,7 +36,7 @@ struct reply {
 
   protocol::qmi::error result = protocol::qmi::error::none;
   protocol::qmi::tlv_writer tlvs;
-  std::vector<indication> indications;  ///< of the same service, in this order
+  std::vector<indication> indications;  ///< in this order
   bool restart = false;                 ///< of the modem, after the indications
 };
 
@@ -62,8 +63,8 @@ struct message_row {
   std::uint16_t id;
   const char* name;
   message_handler answer;  ///< null: only an indication
-  std::span<const tlv_row> request_tlvs;
-  std::span<const tlv_row> response_tlvs;
+  std::span<const tlv_row> request_tlvs = {};
+  std::span<const tlv_row> response_tlvs = {};
   request_words describe_request = nullptr;  ///< null: the TLVs suffice
   answer_words describe_answer = nullptr;
   std::span<const tlv_row> indication_tlvs = {};

@@ -32,9 +32,14 @@ simulated_modem::simulated_modem(asio::io_context& io, const modem_options& opti
   if (!options.at_device.empty()) at_.emplace(io, options.at_device, modem_, trace_);
   if (!options.qmux.empty()) {
     qmux_path_.emplace(options.qmux, SOCK_STREAM);
-    qmux_.emplace(io, qmux_path_->take_socket(), node_, dispatcher_, trace_);
+    qmux_.emplace(io, node_, dispatcher_, trace_).listen(qmux_path_->take_socket());
   }
-  if (options.qmi_proxy) proxy_.emplace(io, bind_proxy_socket(), node_, dispatcher_, trace_);
+  if (options.qmi_proxy) {
+    proxy_.emplace(io, node_, dispatcher_, trace_).listen(bind_proxy_socket());
+  }
+  if (!options.qmux_terminal.empty()) {
+    qmux_terminal_.emplace(io, node_, dispatcher_, trace_).open_terminal(options.qmux_terminal);
+  }
   for (const chosen_setting& each : options.settings) each.row->set(modem_, each.value);
   modem_.store.count("boots");
   socket_.start(dispatcher_);

@@ -38,6 +38,7 @@ struct modem_options {
   std::string at_device;  ///< empty: none
   std::string qmux;       ///< empty: none
   bool qmi_proxy = false;
+  std::string qmux_terminal;  ///< empty: none
   diag_ways diag;
   std::vector<diag::fault_rule> diag_faults;
   std::shared_ptr<const diag::source> played;  ///< over DIAG; null: what the radio sees
@@ -68,6 +69,7 @@ class simulated_modem {
   std::optional<socket_path> qmux_path_;
   std::optional<qmux_port> qmux_;
   std::optional<qmux_port> proxy_;
+  std::optional<qmux_port> qmux_terminal_;
 };
 
 }  // namespace sim

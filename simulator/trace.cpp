@@ -49,6 +49,7 @@ std::span<const tlv_row> names_of(const service_row& service, const qmi::message
   const message_row* const row = service.find(message.head.message_id);
   if (row == nullptr) return {};
   if (message.head.kind == qmi::message_kind::indication) return row->indication_tlvs;
+  if (response && row->response_tlvs.empty()) return standard_tlvs;
   return response ? row->response_tlvs : row->request_tlvs;
 }
 

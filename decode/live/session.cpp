@@ -93,16 +93,18 @@ class session final : mask_port {
   mask_changes masks_;
   file_descriptor port_;
   protocol::hdlc::deframer frames_;
+  protocol::diag::framing framing_;
   diag_packet answer_;
   std::optional<clock::time_point> shutdown_until_;  // set once the session is ending
   std::exception_ptr failure_;                       // once set, nothing more is written
 };
 
 bool session::open() {
-  auto [port, error] = host::open_byte_stream(port_name_);
-  port_ = std::move(port);
+  host::opened_stream opened = host::open_byte_stream(port_name_);
+  port_ = std::move(opened.file);
+  framing_ = protocol::diag::framing(opened.keeps_packets);
   if (port_.valid()) return true;
-  report_once(protocol::diag::unusable_port(port_name_, error, host::byte_stream_forms));
+  report_once(protocol::diag::unusable_port(port_name_, opened.error, host::byte_stream_forms));
   return false;
 }
 
@@ -174,18 +176,17 @@ session::outcome session::receive(clock::time_point until, byte_view request) {
       close();
       return outcome::port_is_gone;
     }
-    if (handle({buffer.data(), static_cast<std::size_t>(got)}, request)) return outcome::answered;
+    const auto frames = framing_.as_frames({buffer.data(), static_cast<std::size_t>(got)});
+    if (handle(frames, request)) return outcome::answered;
     if (is_ending() && !was_ending) return outcome::is_ending;
   }
 }
 
 std::optional<diag_packet> session::ask(const diag_packet& request) {
   if (!port_.valid()) return std::nullopt;
-  std::vector<std::uint8_t> frame;
-  protocol::hdlc::append_frame(frame, request);
   const auto until = clock::now() + answer_time;
   const auto limit = [&] { return is_ending() ? std::min(until, *shutdown_until_) : until; };
-  if (!host::send_all(port_.get(), frame, limit() - clock::now())) {
+  if (!host::send_all(port_.get(), framing_.to_write(request), limit() - clock::now())) {
     close();
     return std::nullopt;
   }

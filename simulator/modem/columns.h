@@ -6,6 +6,7 @@
 #include "simulator/modem/column.h"
 #include "simulator/modem/efs_store.h"
 #include "simulator/modem/efs_tree.h"
+#include "simulator/modem/euicc_notes.h"
 #include "simulator/modem/nv_store.h"
 #include "simulator/modem/pdc_configs.h"
 #include "simulator/modem/profile_store.h"
@@ -41,6 +42,15 @@ inline constexpr column profile_enabled{"euicc_profiles", "enabled", column::kin
 inline constexpr column profile_provider{"euicc_profiles", "provider", column::kind::text, 0, 32};
 inline constexpr column profile_name{"euicc_profiles", "name", column::kind::text, 0, 64};
 
+inline constexpr column euicc_text_iccid{"euicc_texts", "iccid", column::kind::bytes, 0, 10};
+inline constexpr column euicc_text{"euicc_texts", "text", column::kind::text, 1, longest_server};
+inline constexpr column notification_number{"euicc_notifications", "number", column::kind::number,
+                                            1, std::numeric_limits<std::uint32_t>::max()};
+inline constexpr column notification_operation{"euicc_notifications", "operation",
+                                               column::kind::number, 0x10, 0x40};
+inline constexpr column notification_iccid{"euicc_notifications", "iccid", column::kind::bytes, 10,
+                                           10};
+
 inline constexpr column entry_path{"efs_entries", "path", column::kind::text, 1, max_efs_path_size};
 inline constexpr column entry_mode{"efs_entries", "mode", column::kind::number, 0, 0177777};
 inline constexpr column entry_target{"efs_entries", "target", column::kind::text, 0,
@@ -60,13 +70,36 @@ inline constexpr column config_data{"pdc_configs", "data", column::kind::bytes, 
 inline constexpr column config_active{"pdc_configs", "is_active", column::kind::number, 0, 1};
 inline constexpr column config_pending{"pdc_configs", "is_pending", column::kind::number, 0, 1};
 
-inline constexpr const column* all[] = {
-    &counter_name,    &counter_value,      &nv_subscription, &nv_id,
-    &nv_data,         &efs_subscription,   &efs_path,        &efs_data,
-    &setting_name,    &setting_value,      &profile_aid,     &profile_iccid,
-    &profile_enabled, &profile_provider,   &profile_name,    &entry_path,
-    &entry_mode,      &entry_target,       &config_number,   &config_type,
-    &config_id,       &config_description, &config_version,  &config_data,
-    &config_active,   &config_pending};
+inline constexpr const column* all[] = {&counter_name,
+                                        &counter_value,
+                                        &nv_subscription,
+                                        &nv_id,
+                                        &nv_data,
+                                        &efs_subscription,
+                                        &efs_path,
+                                        &efs_data,
+                                        &setting_name,
+                                        &setting_value,
+                                        &profile_aid,
+                                        &profile_iccid,
+                                        &profile_enabled,
+                                        &profile_provider,
+                                        &profile_name,
+                                        &entry_path,
+                                        &entry_mode,
+                                        &entry_target,
+                                        &config_number,
+                                        &config_type,
+                                        &config_id,
+                                        &config_description,
+                                        &config_version,
+                                        &config_data,
+                                        &config_active,
+                                        &config_pending,
+                                        &euicc_text_iccid,
+                                        &euicc_text,
+                                        &notification_number,
+                                        &notification_operation,
+                                        &notification_iccid};
 
 }  // namespace sim::columns

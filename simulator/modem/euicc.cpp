@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 #include <optional>
+#include <random>
+#include <string>
 #include <string_view>
 
 #include "simulator/modem/ber_tlv.h"
@@ -22,6 +24,7 @@ constexpr std::uint32_t tag_list = 0x5C;
 constexpr std::uint32_t result = 0x80;
 constexpr std::uint32_t list_error = 0x81;
 constexpr std::uint32_t reset_options = 0x82;
+constexpr std::uint32_t nickname = 0x90;
 constexpr std::uint32_t provider = 0x91;
 constexpr std::uint32_t name = 0x92;
 constexpr std::uint32_t profile_class = 0x95;
@@ -57,14 +60,14 @@ constexpr std::string_view info_issuers =
     "a9 16 04 14 f5 41 72 bd f9 8a 95 d6 5c be b8 8a 38 a1 c1 1d 80 0a 85 c3 "
     "aa 16 04 14 f5 41 72 bd f9 8a 95 d6 5c be b8 8a 38 a1 c1 1d 80 0a 85 c3";
 
-bytes get_info_1(byte_view /*request*/, profile_store& /*profiles*/) {
+bytes get_info_1(byte_view /*request*/, euicc_state& /*card*/) {
   bytes content = bytes_of_hex(info_version);
   const bytes issuers = bytes_of_hex(info_issuers);
   content.insert(content.end(), issuers.begin(), issuers.end());
   return ber::made(0xBF20, content);
 }
 
-bytes get_info_2(byte_view /*request*/, profile_store& profiles) {
+bytes get_info_2(byte_view /*request*/, euicc_state& card) {
   bytes content = bytes_of_hex("81 03 02 01 00");  // profile package 2.1.0
   const auto add = [&content](const bytes& more) {
     content.insert(content.end(), more.begin(), more.end());
@@ -72,7 +75,7 @@ bytes get_info_2(byte_view /*request*/, profile_store& profiles) {
   add(bytes_of_hex(info_version));
   add(bytes_of_hex("83 03 01 00 00"));  // firmware 1.0.0
   // Card resources: number of applications, free memory that lasts, free memory that does not.
-  const auto count = static_cast<std::uint8_t>(profiles.all().size());
+  const auto count = static_cast<std::uint8_t>(card.profiles.all().size());
   bytes resources = {0x81, 0x01, count};
   const bytes memory = bytes_of_hex("82 04 00 06 00 00 83 04 00 00 40 00");
   resources.insert(resources.end(), memory.begin(), memory.end());
@@ -86,7 +89,7 @@ bytes get_info_2(byte_view /*request*/, profile_store& profiles) {
   return ber::made(0xBF22, content);
 }
 
-bytes get_data(byte_view request, profile_store& /*profiles*/) {
+bytes get_data(byte_view request, euicc_state& /*card*/) {
   const auto wanted = ber::find(request, tag::tag_list);
   if (!wanted || !std::ranges::equal(*wanted, std::array{std::uint8_t{tag::eid}})) return {};
   return ber::made(0xBF3E, ber::made(tag::eid, euicc_eid));
@@ -103,29 +106,34 @@ bool names(const ber::object& object, const profile& each) {
   return object.tag == tag::profile_class && is_same(object.value, {&operational_class, 1});
 }
 
-bytes info_of(const profile& each, std::optional<byte_view> wanted) {
+bytes info_of(const profile& each, const std::string& nickname, std::optional<byte_view> wanted) {
   const std::uint8_t state = each.enabled ? 1 : 0;
   const struct {
     std::uint32_t tag;
     byte_view value;
   } fields[] = {
-      {tag::iccid, each.iccid},        {tag::isdp_aid, each.isdp_aid},
-      {tag::state, {&state, 1}},       {tag::provider, view_of(each.provider)},
-      {tag::name, view_of(each.name)}, {tag::profile_class, {&operational_class, 1}},
+      {tag::iccid, each.iccid},
+      {tag::isdp_aid, each.isdp_aid},
+      {tag::state, {&state, 1}},
+      {tag::nickname, view_of(nickname)},
+      {tag::provider, view_of(each.provider)},
+      {tag::name, view_of(each.name)},
+      {tag::profile_class, {&operational_class, 1}},
   };
   bytes content;
   for (const auto& field : fields) {
     bytes written_tag;
     ber::append_tag(written_tag, field.tag);
     const bool is_wanted =
-        !wanted || std::search(wanted->begin(), wanted->end(), written_tag.begin(),
-                               written_tag.end()) != wanted->end();
+        (!wanted || std::search(wanted->begin(), wanted->end(), written_tag.begin(),
+                                written_tag.end()) != wanted->end()) &&
+        (field.tag != tag::nickname || !nickname.empty());
     if (is_wanted) ber::append(content, field.tag, field.value);
   }
   return ber::made(tag::profile_info, content);
 }
 
-bytes list_profiles(byte_view request, profile_store& profiles) {
+bytes list_profiles(byte_view request, euicc_state& card) {
   constexpr std::uint32_t own_tag = 0xBF2D;
   std::optional<ber::object> criterion;
   if (const auto search = ber::find(request, tag::search)) {
@@ -137,9 +145,9 @@ bytes list_profiles(byte_view request, profile_store& profiles) {
   }
   const auto wanted = ber::find(request, tag::tag_list);
   bytes found;
-  for (const profile& each : profiles.all()) {
+  for (const profile& each : card.profiles.all()) {
     if (criterion && !names(*criterion, each)) continue;
-    const bytes info = info_of(each, wanted);
+    const bytes info = info_of(each, card.notes.nickname(each.iccid), wanted);
     found.insert(found.end(), info.begin(), info.end());
   }
   return ber::made(own_tag, ber::made(tag::profiles, found));
@@ -155,56 +163,202 @@ std::optional<profile> find_profile(byte_view identifier, profile_store& profile
   return std::nullopt;
 }
 
-outcome set_enabled(byte_view request, profile_store& profiles, bool enabled) {
+outcome set_enabled(byte_view request, euicc_state& card, bool enabled) {
   const auto which = ber::find(request, tag::which);
   if (!which) return outcome::undefined_error;
-  const auto found = find_profile(*which, profiles);
+  const auto found = find_profile(*which, card.profiles);
   if (!found) return outcome::not_found;
   if (found->enabled == enabled) return outcome::wrong_state;
-  profiles.enable_only(enabled ? byte_view(found->isdp_aid) : byte_view());
+  if (const auto before = card.profiles.enabled()) {
+    card.notes.notify(profile_operation::disabled, before->iccid);
+  }
+  card.profiles.enable_only(enabled ? byte_view(found->isdp_aid) : byte_view());
+  if (enabled) card.notes.notify(profile_operation::enabled, found->iccid);
   return outcome::ok;
 }
 
-bytes enable_profile(byte_view request, profile_store& profiles) {
-  return answer_outcome(0xBF31, set_enabled(request, profiles, true));
+bytes enable_profile(byte_view request, euicc_state& card) {
+  return answer_outcome(0xBF31, set_enabled(request, card, true));
 }
 
-bytes disable_profile(byte_view request, profile_store& profiles) {
-  return answer_outcome(0xBF32, set_enabled(request, profiles, false));
+bytes disable_profile(byte_view request, euicc_state& card) {
+  return answer_outcome(0xBF32, set_enabled(request, card, false));
 }
 
-bytes delete_profile(byte_view request, profile_store& profiles) {
-  const auto found = find_profile(request, profiles);
+bytes delete_profile(byte_view request, euicc_state& card) {
+  const auto found = find_profile(request, card.profiles);
   outcome result = outcome::ok;
   if (!found) {
     result = outcome::not_found;
   } else if (found->enabled) {
     result = outcome::wrong_state;
   } else {
-    profiles.erase(found->isdp_aid);
+    card.profiles.erase(found->isdp_aid);
+    card.notes.set_nickname(found->iccid, {});
+    card.notes.notify(profile_operation::deleted, found->iccid);
   }
   return answer_outcome(0xBF33, result);
 }
 
-bytes reset_memory(byte_view request, profile_store& profiles) {
+bytes reset_memory(byte_view request, euicc_state& card) {
   constexpr std::uint32_t own_tag = 0xBF34;
   constexpr std::uint8_t operational_profiles = 0x80;
   const auto options = ber::find(request, tag::reset_options);
   // A bit string: the number of unused bits, then the bits.
   if (!options || options->size() != 2) return answer_outcome(own_tag, outcome::undefined_error);
   const bool deletes = ((*options)[1] & operational_profiles) != 0;
-  const bool found = deletes && profiles.erase_all() != 0;
+  const bool found = deletes && card.profiles.erase_all() != 0;
   return answer_outcome(own_tag, found ? outcome::ok : outcome::not_found);
+}
+
+std::string_view text_of(byte_view value) {
+  return {reinterpret_cast<const char*>(value.data()), value.size()};
+}
+
+bytes set_nickname(byte_view request, euicc_state& card) {
+  constexpr std::uint32_t own_tag = 0xBF29;
+  const auto iccid = ber::find(request, tag::iccid);
+  const auto name = ber::find(request, tag::nickname);
+  if (!iccid || !name || name->size() > longest_nickname) {
+    return answer_outcome(own_tag, outcome::undefined_error);
+  }
+  if (!find_profile(ber::made(tag::iccid, *iccid), card.profiles)) {
+    return answer_outcome(own_tag, outcome::not_found);
+  }
+  card.notes.set_nickname(*iccid, text_of(*name));
+  return answer_outcome(own_tag, outcome::ok);
+}
+
+/// Root SM-DS of the test network, and where the notifications would go.
+constexpr std::string_view root_server = "lpa.ds.example.org";
+constexpr std::string_view notification_server = "smdp.example.org";
+
+/// As DER writes it: a leading 1 bit would make it negative.
+bytes integer_of(std::uint32_t number) {
+  bytes out;
+  for (int shift = 24; shift >= 0; shift -= 8) {
+    const auto byte = static_cast<std::uint8_t>(number >> shift);
+    if (out.empty() && byte == 0 && shift != 0) continue;
+    if (out.empty() && byte >= 0x80) out.push_back(0);
+    out.push_back(byte);
+  }
+  return out;
+}
+
+bytes metadata_of(const profile_notification& each) {
+  constexpr std::uint8_t unused_bits = 4;
+  const std::array operation{unused_bits, static_cast<std::uint8_t>(each.operation)};
+  bytes content = ber::made(0x80, integer_of(each.number));
+  ber::append(content, 0x81, operation);
+  ber::append(content, 0x0C, view_of(notification_server));
+  ber::append(content, tag::iccid, each.iccid);
+  return ber::made(0xBF2F, content);
+}
+
+void append(bytes& out, const bytes& more) {
+  out.insert(out.end(), more.begin(), more.end());
+}
+
+/// The second byte of an optional bit string chooses operations.
+bool is_chosen(std::optional<byte_view> operations, const profile_notification& each) {
+  return !operations || (operations->size() == 2 &&
+                         ((*operations)[1] & static_cast<std::uint8_t>(each.operation)) != 0);
+}
+
+bytes list_notifications(byte_view request, euicc_state& card) {
+  const auto operations = ber::find(request, 0x81);
+  bytes found;
+  for (const profile_notification& each : card.notes.notifications()) {
+    if (is_chosen(operations, each)) append(found, metadata_of(each));
+  }
+  return ber::made(0xBF28, ber::made(0xA0, found));
+}
+
+/// Each with a signature, which is zeros here, in place of one that a server could check. No more
+/// than one answer holds.
+bytes retrieve_notifications(byte_view request, euicc_state& card) {
+  constexpr std::size_t signature_size = 64;
+  constexpr std::size_t most_bytes = 800;
+  const auto criterion = ber::find(request, tag::search);
+  const auto number = criterion ? ber::find(*criterion, 0x80) : std::nullopt;
+  const auto operations = criterion ? ber::find(*criterion, 0x81) : std::nullopt;
+  bytes found;
+  for (const profile_notification& each : card.notes.notifications()) {
+    const bytes own_number = integer_of(each.number);
+    if (number && !is_same(*number, own_number)) continue;
+    if (!is_chosen(operations, each)) continue;
+    bytes content = metadata_of(each);
+    ber::append(content, 0x5F37, bytes(signature_size));
+    const bytes whole = ber::made(0x30, content);
+    if (found.size() + whole.size() > most_bytes) break;
+    append(found, whole);
+  }
+  return ber::made(0xBF2B, ber::made(0xA0, found));
+}
+
+bytes remove_notification(byte_view request, euicc_state& card) {
+  constexpr std::uint32_t own_tag = 0xBF30;
+  const auto number = ber::find(request, 0x80);
+  if (!number || number->empty()) return answer_outcome(own_tag, outcome::undefined_error);
+  for (const profile_notification& each : card.notes.notifications()) {
+    if (!is_same(*number, integer_of(each.number))) continue;
+    return answer_outcome(own_tag,
+                          card.notes.remove(each.number) ? outcome::ok : outcome::not_found);
+  }
+  return answer_outcome(own_tag, outcome::not_found);
+}
+
+bytes get_addresses(byte_view /*request*/, euicc_state& card) {
+  bytes content;
+  const std::string server = card.notes.server();
+  if (!server.empty()) ber::append(content, 0x80, view_of(server));
+  ber::append(content, 0x81, view_of(root_server));
+  return ber::made(0xBF3C, content);
+}
+
+bytes set_server(byte_view request, euicc_state& card) {
+  constexpr std::uint32_t own_tag = 0xBF3F;
+  const auto address = ber::find(request, 0x80);
+  if (!address || address->size() > longest_server) {
+    return answer_outcome(own_tag, outcome::undefined_error);
+  }
+  card.notes.set_server(text_of(*address));
+  return answer_outcome(own_tag, outcome::ok);
+}
+
+/// No rules authorise anything.
+bytes get_rules(byte_view /*request*/, euicc_state& /*card*/) {
+  return ber::made(0xBF43, ber::made(0xA0, {}));
+}
+
+bytes get_challenge(byte_view /*request*/, euicc_state& /*card*/) {
+  bytes challenge(16);
+  std::random_device source;
+  std::ranges::generate(challenge, [&] { return static_cast<std::uint8_t>(source()); });
+  return ber::made(0xBF2E, ber::made(0x80, challenge));
 }
 
 struct request_row {
   std::uint32_t tag;
-  bytes (*answer)(byte_view request, profile_store& profiles);
+  bytes (*answer)(byte_view request, euicc_state& card);
 };
 constexpr request_row requests[] = {
-    {0xBF20, get_info_1},     {0xBF22, get_info_2},      {0xBF2D, list_profiles},
-    {0xBF31, enable_profile}, {0xBF32, disable_profile}, {0xBF33, delete_profile},
-    {0xBF34, reset_memory},   {0xBF3E, get_data},
+    {0xBF20, get_info_1},
+    {0xBF22, get_info_2},
+    {0xBF28, list_notifications},
+    {0xBF29, set_nickname},
+    {0xBF2B, retrieve_notifications},
+    {0xBF2D, list_profiles},
+    {0xBF2E, get_challenge},
+    {0xBF30, remove_notification},
+    {0xBF31, enable_profile},
+    {0xBF32, disable_profile},
+    {0xBF33, delete_profile},
+    {0xBF34, reset_memory},
+    {0xBF3C, get_addresses},
+    {0xBF3E, get_data},
+    {0xBF3F, set_server},
+    {0xBF43, get_rules},
 };
 
 bool is_well_formed(byte_view objects) {
@@ -224,12 +378,18 @@ std::vector<std::uint8_t> euicc::select_isd_r() {
   return ber::made(0x6F, content);
 }
 
+bool euicc::needs_keys(byte_view request) {
+  constexpr std::uint32_t downloads[] = {0xBF21, 0xBF36, 0xBF38, 0xBF41};
+  const auto asked = ber::reader(request).next();
+  return asked && std::ranges::find(downloads, asked->tag) != std::end(downloads);
+}
+
 std::vector<std::uint8_t> euicc::ask_isd_r(byte_view request) {
   ber::reader in(request);
   const auto asked = in.next();
   if (!asked || in.next() || in.malformed() || !is_well_formed(asked->value)) return {};
   const auto* const row = std::ranges::find(requests, asked->tag, &request_row::tag);
-  return row == std::end(requests) ? bytes() : row->answer(asked->value, profiles_);
+  return row == std::end(requests) ? bytes() : row->answer(asked->value, state_);
 }
 
 }  // namespace sim

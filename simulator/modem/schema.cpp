@@ -47,6 +47,12 @@ constexpr const char* configurations =
     "  description TEXT NOT NULL, version INTEGER NOT NULL, data BLOB NOT NULL,"
     "  is_active INTEGER NOT NULL DEFAULT 0, is_pending INTEGER NOT NULL DEFAULT 0,"
     "  UNIQUE (type, id))";
+constexpr const char* texts_and_notifications =
+    "CREATE TABLE euicc_texts ("
+    "  iccid BLOB PRIMARY KEY NOT NULL, text TEXT NOT NULL) WITHOUT ROWID;"
+    "CREATE TABLE euicc_notifications ("
+    "  number INTEGER PRIMARY KEY AUTOINCREMENT, operation INTEGER NOT NULL,"
+    "  iccid BLOB NOT NULL)";
 
 struct step {
   const char* tables;
@@ -64,6 +70,7 @@ constexpr step steps[] = {
     {euicc_profiles, seed_profiles},
     {modes_directories_and_links, nullptr},
     {configurations, seed_pdc_configs},
+    {texts_and_notifications, nullptr},
 };
 constexpr int schema_version = std::size(steps);
 

@@ -54,6 +54,8 @@ std::optional<std::int64_t> parse_signed(std::string_view text, const settable_r
 constexpr settable_row rows[] = {
     {"sar.dsi", setting_of::sar_state.least, setting_of::sar_state.most,
      [](modem& state, std::int64_t value) { state.kept.set(setting_of::sar_state, value); }},
+    {"uim.active_slots", 1, card_slots,
+     [](modem& state, std::int64_t value) { assign(state.uicc.active_slots, value); }},
     {"diag.factory_length", 4, 16384, into<&modem::factory_answer>},
     {"radio.seed", 0, max_32, into_radio<&radio::seed>},
     {"radio.swing", 0, 20, into_radio<&radio::swing>},

@@ -30,6 +30,7 @@ enum class status : std::uint16_t {
   wrong_data = 0x6A80,
   not_found = 0x6A82,
   wrong_parameters = 0x6A86,
+  no_reference_data = 0x6A88,
   unknown_instruction = 0x6D00,
 };
 
@@ -98,7 +99,10 @@ bytes store_data(euicc& euicc, const command_apdu& command) {
   constexpr std::uint8_t only_block_of_tlvs = 0x91;
   if (command.p1 != only_block_of_tlvs) return with_status({}, status::wrong_parameters);
   bytes answer = euicc.ask_isd_r(command.data);
-  if (answer.empty()) return with_status({}, status::wrong_data);
+  if (answer.empty()) {
+    return with_status(
+        {}, euicc::needs_keys(command.data) ? status::no_reference_data : status::wrong_data);
+  }
   return with_status(std::move(answer), status::done);
 }
 
@@ -139,18 +143,18 @@ card_error uicc_slots::look(unsigned physical, card& found) {
 }
 
 card_error uicc_slots::look_logical(unsigned logical, card& found) {
-  if (logical < 1 || logical > card_slots) return card_error::no_slot;
+  if (logical < 1 || logical > active_slots) return card_error::no_slot;
   return look(physical_of(logical), found);
 }
 
 card_error uicc_slots::power_down(unsigned logical) {
-  if (logical < 1 || logical > card_slots) return card_error::no_slot;
+  if (logical < 1 || logical > active_slots) return card_error::no_slot;
   connect(physical_of(logical), false);
   return card_error::none;
 }
 
 card_error uicc_slots::power_up(unsigned logical, bool blindly) {
-  if (logical < 1 || logical > card_slots) return card_error::no_slot;
+  if (logical < 1 || logical > active_slots) return card_error::no_slot;
   const unsigned physical = physical_of(logical);
   if (!blindly && !has_card(physical)) return card_error::no_card;
   connect(physical, true);
@@ -165,6 +169,7 @@ void uicc_slots::connect(unsigned physical, bool up) {
     connected = second_connected;
   }
   settings_.set(connected_card(physical), connected);
+  usim_.power_lost(physical);
   close_channels(physical);
 }
 
@@ -195,7 +200,7 @@ card_error uicc_slots::open_channel(const client& who, unsigned logical, byte_vi
 }
 
 card_error uicc_slots::close_channel(unsigned logical, std::uint8_t id) {
-  if (logical < 1 || logical > card_slots) return card_error::no_slot;
+  if (logical < 1 || logical > active_slots) return card_error::no_slot;
   if (id == basic_channel || channels_.erase({physical_of(logical), id}) == 0) {
     return card_error::no_channel;
   }

@@ -15,6 +15,7 @@
 #include "simulator/modem/cards.h"
 #include "simulator/modem/euicc.h"
 #include "simulator/modem/settings.h"
+#include "simulator/modem/usim.h"
 #include "simulator/port.h"
 
 namespace sim {
@@ -50,8 +51,11 @@ struct opened_channel {
 /// exist. Every function throws `failure` when the state cannot be read or written.
 class uicc_slots {
  public:
-  uicc_slots(settings& settings, cards& cards, euicc& euicc)
-      : settings_(settings), cards_(cards), euicc_(euicc) {}
+  uicc_slots(settings& settings, cards& cards, euicc& euicc, usim& usim)
+      : settings_(settings), cards_(cards), euicc_(euicc), usim_(usim) {}
+
+  /// How many of the logical slots are in use, the first ones.
+  unsigned active_slots = card_slots;
 
   [[nodiscard]] unsigned physical_of(unsigned logical);
   [[nodiscard]] bool has_card(unsigned physical);
@@ -92,6 +96,7 @@ class uicc_slots {
   settings& settings_;
   cards& cards_;
   euicc& euicc_;
+  usim& usim_;
   channels channels_;
 };
 

@@ -21,20 +21,17 @@ const qmux_client* qmux_clients::find(std::uint32_t port) const {
   return found == clients_.end() ? nullptr : &found->second;
 }
 
-std::optional<std::uint32_t> qmux_clients::port_of(connection_number connection,
-                                                   std::uint8_t service, std::uint8_t id) const {
+std::optional<std::uint32_t> qmux_clients::port_of(std::uint8_t service, std::uint8_t id) const {
   for (const auto& [port, each] : clients_) {
-    if (each.connection == connection && each.service->id == service && each.id == id) return port;
+    if (each.service->id == service && each.id == id) return port;
   }
   return std::nullopt;
 }
 
-std::vector<std::uint32_t> qmux_clients::ports_of(connection_number connection) const {
-  std::vector<std::uint32_t> ports;
-  for (const auto& [port, each] : clients_) {
-    if (each.connection == connection) ports.push_back(port);
-  }
-  return ports;
+std::vector<std::uint32_t> qmux_clients::ports() const {
+  std::vector<std::uint32_t> all;
+  for (const auto& [port, each] : clients_) all.push_back(port);
+  return all;
 }
 
 bool qmux_clients::is_taken(const service_row& service, std::uint8_t id) const {

@@ -16,7 +16,9 @@ using protocol::qmi::find_integer;
 using protocol::qmi::find_tlv;
 using protocol::qmi::tlv_writer;
 
-constexpr std::uint8_t value_tlv = 0x01;
+using protocol::qmux::control_id;
+
+constexpr std::uint8_t value_tlv = protocol::qmux::control_value_tlv;
 
 struct control_request {
   qmux_port& port;
@@ -67,7 +69,7 @@ error release_client(const control_request& asked, tlv_writer& answer) {
   if (value->size() != 2) return error::malformed_message;
   const std::uint8_t service = (*value)[0];
   const std::uint8_t id = (*value)[1];
-  if (!asked.port.release(asked.from, service, id)) return error::invalid_client_id;
+  if (!asked.port.release(service, id)) return error::invalid_client_id;
   answer.bytes(value_tlv, std::vector{service, id});
   return error::none;
 }
@@ -82,7 +84,7 @@ error set_data_format(const control_request& asked, tlv_writer& answer) {
 }
 
 error sync(const control_request& asked, tlv_writer& /*answer*/) {
-  asked.port.release_all(asked.from);
+  asked.port.release_all();
   return error::none;
 }
 
@@ -92,36 +94,36 @@ error open_through_proxy(const control_request& asked, tlv_writer& /*answer*/) {
 }
 
 struct control_row {
-  std::uint16_t id;
+  control_id id;
   const char* name;
   error (*answer)(const control_request& asked, tlv_writer& answer);
 };
 
 constexpr control_row rows[] = {
-    {0x0020, "set instance id", set_instance_id},
-    {0x0021, "get version info", get_version_info},
-    {0x0022, "allocate client", allocate_client},
-    {0x0023, "release client", release_client},
-    {0x0026, "set data format", set_data_format},
-    {0x0027, "sync", sync},
-    {0xFF00, "open through proxy", open_through_proxy},
+    {control_id::set_instance_id, "set instance id", set_instance_id},
+    {control_id::get_version_info, "get version info", get_version_info},
+    {control_id::allocate_client, "allocate client", allocate_client},
+    {control_id::release_client, "release client", release_client},
+    {control_id::set_data_format, "set data format", set_data_format},
+    {control_id::sync, "sync", sync},
+    {control_id::open_through_proxy, "open through proxy", open_through_proxy},
 };
 
-const control_row* find_row(std::uint16_t id) {
+const control_row* find_row(control_id id) {
   const auto* const row = std::ranges::find(rows, id, &control_row::id);
   return row == std::end(rows) ? nullptr : row;
 }
 
 }  // namespace
 
-const char* control_message_name(std::uint16_t message_id) {
-  const control_row* const row = find_row(message_id);
+const char* control_message_name(protocol::qmux::control_id id) {
+  const control_row* const row = find_row(id);
   return row == nullptr ? nullptr : row->name;
 }
 
 std::vector<std::uint8_t> answer_control(qmux_port& port, connection_number from,
                                          const protocol::qmux::control_message& asked) {
-  const control_row* const row = find_row(asked.message_id);
+  const control_row* const row = find_row(asked.id);
   tlv_writer values;
   auto result = error::invalid_qmi_command;
   if (!protocol::qmi::well_formed(asked.tlvs)) {

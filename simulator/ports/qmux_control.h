@@ -12,7 +12,7 @@ namespace sim {
 class qmux_port;
 
 /// The name of a CTL message; null if it is unknown.
-[[nodiscard]] const char* control_message_name(std::uint16_t message_id);
+[[nodiscard]] const char* control_message_name(protocol::qmux::control_id id);
 
 /// The TLVs of the answer to a request from this connection.
 [[nodiscard]] std::vector<std::uint8_t> answer_control(

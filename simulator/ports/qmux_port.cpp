@@ -6,11 +6,11 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <limits>
 #include <utility>
 
 #include "host/unix_address.h"
 #include "protocol/modem_socket.h"
+#include "protocol/qmi_message.h"
 #include "simulator/failure.h"
 #include "simulator/ports/qmux_connection.h"
 #include "simulator/ports/qmux_control.h"
@@ -31,19 +31,31 @@ host::file_descriptor bind_proxy_socket() {
   return bound;
 }
 
-qmux_port::qmux_port(asio::io_context& io, host::file_descriptor bound, const node& node,
-                     dispatcher& dispatcher, trace& trace)
-    : node_(node), dispatcher_(dispatcher), trace_(trace), listener_(io, std::move(bound)) {
-  listener_.start([this](peer_stream socket) { accepted(std::move(socket)); });
-}
+qmux_port::qmux_port(asio::io_context& io, const node& node, dispatcher& dispatcher, trace& trace)
+    : io_(io), node_(node), dispatcher_(dispatcher), trace_(trace) {}
 
 qmux_port::~qmux_port() = default;
 
-void qmux_port::accepted(peer_stream socket) {
-  const connection_number number = next_connection_++;
-  const auto connection = std::make_shared<qmux_connection>(*this, number, std::move(socket));
-  connections_.emplace(number, connection);
-  trace_.note(fmt::format("QMUX connection {} opens", number));
+void qmux_port::listen(host::file_descriptor bound) {
+  listener_.emplace(io_, std::move(bound));
+  listener_->start([this](peer_stream socket) {
+    add(std::make_shared<qmux_connection>(*this, next_connection_, std::move(socket)));
+  });
+}
+
+void qmux_port::open_terminal(const std::string& path) {
+  const connection_number number = next_connection_;
+  terminal_.emplace(io_, path, [this, number] {
+    trace_.note(fmt::format("QMUX connection {}: a client has closed the terminal", number));
+    connections_.at(number)->forget_client();
+  });
+  add(std::make_shared<qmux_connection>(
+      *this, number, peer_stream(io_, terminal_->take_ours().release()), *terminal_));
+}
+
+void qmux_port::add(const std::shared_ptr<qmux_connection>& connection) {
+  connections_.emplace(next_connection_, connection);
+  trace_.note(fmt::format("QMUX connection {} opens", next_connection_++));
   connection->start();
 }
 
@@ -56,40 +68,57 @@ void qmux_port::send(protocol::qrtr::address to, protocol::qrtr::address /*from*
 
 void qmux_port::receive(connection_number from, const qmux::frame& frame) {
   if (frame.service == qmux::control_service) return control(from, frame.message);
-  const auto client_port = clients_.port_of(from, frame.service, frame.client);
-  if (!client_port) {
-    return trace_.note(fmt::format("QMUX connection {} has no client {} of service 0x{:02x}", from,
-                                   frame.client, frame.service));
-  }
+  const auto client_port = clients_.port_of(frame.service, frame.client);
+  if (!client_port) return refuse(from, frame);
+  clients_.used_by(*client_port, from);
   dispatcher_.receive(client_at(*client_port),
                       node_.address_of(*clients_.find(*client_port)->service), frame.message);
 }
 
+void qmux_port::refuse(connection_number from, const qmux::frame& frame) {
+  namespace qmi = protocol::qmi;
+  ignore(from,
+         fmt::format("there is no client {} of service 0x{:02x}", frame.client, frame.service));
+  const auto asked = qmi::parse_message(frame.message);
+  if (!asked || asked->head.kind != qmi::message_kind::request) return;
+  qmi::tlv_writer tlvs;
+  tlvs.standard_response(qmi::error::invalid_client_id);
+  const auto answer = qmi::build_message(qmi::message_kind::response, asked->head.transaction,
+                                         asked->head.message_id, tlvs.view());
+  write(from, {frame.service, frame.client, answer});
+}
+
 void qmux_port::control(connection_number from, protocol::byte_view message) {
-  const auto asked = qmux::parse_control_request(message);
-  if (!asked) return trace_.note(fmt::format("QMUX connection {} sent no CTL request", from));
-  const char* const name = control_message_name(asked->message_id);
+  const auto asked = qmux::parse_control(message);
+  if (!asked || asked->kind != qmux::control_kind::request) {
+    return ignore(from, "it sent no CTL request");
+  }
+  const char* const name = control_message_name(asked->id);
   trace_.note(fmt::format("QMUX connection {} -> CTL message 0x{:04x} {}, transaction {}", from,
-                          asked->message_id, name == nullptr ? "?" : name, asked->transaction));
+                          static_cast<unsigned>(asked->id), name == nullptr ? "?" : name,
+                          asked->transaction));
   const auto tlvs = answer_control(*this, from, *asked);
-  const auto answer = qmux::build_control_response({asked->transaction, asked->message_id, tlvs});
+  const auto answer =
+      qmux::build_control({qmux::control_kind::response, asked->transaction, asked->id, tlvs});
   write(from, {qmux::control_service, 0, answer});
 }
 
 void qmux_port::write(connection_number to, const qmux::frame& frame) {
   const auto found = connections_.find(to);
   if (found == connections_.end()) return;
-  constexpr std::size_t most = std::numeric_limits<std::uint16_t>::max() - 5;
-  if (frame.message.size() > most) {
+  if (frame.message.size() > qmux::longest_message) {
     return trace_.note(
         fmt::format("dropped, {} bytes are too long for QMUX", frame.message.size()));
   }
-  found->second->send(qmux::build_frame(frame));
+  found->second->send(qmux::build_frame(qmux::sender::modem, frame));
+}
+
+void qmux_port::ignore(connection_number from, std::string_view reason) {
+  trace_.note(fmt::format("QMUX connection {}, ignored: {}", from, reason));
 }
 
 void qmux_port::remove(connection_number gone, std::string_view reason) {
   connections_.erase(gone);
-  release_all(gone);
   trace_.note(fmt::format("QMUX connection {} ends: {}", gone, reason));
 }
 
@@ -106,14 +135,14 @@ std::optional<std::uint8_t> qmux_port::allocate(connection_number connection,
   return clients_.find(*client_port)->id;
 }
 
-bool qmux_port::release(connection_number connection, std::uint8_t service, std::uint8_t id) {
-  const auto client_port = clients_.port_of(connection, service, id);
+bool qmux_port::release(std::uint8_t service, std::uint8_t id) {
+  const auto client_port = clients_.port_of(service, id);
   if (client_port) release(*client_port);
   return client_port.has_value();
 }
 
-void qmux_port::release_all(connection_number connection) {
-  for (const std::uint32_t client_port : clients_.ports_of(connection)) release(client_port);
+void qmux_port::release_all() {
+  for (const std::uint32_t client_port : clients_.ports()) release(client_port);
 }
 
 void qmux_port::release(std::uint32_t client_port) {

@@ -1,10 +1,12 @@
-// QMUX on a stream socket, for clients that expect the modem as a character device or behind a
-// proxy. Offers every service whose number fits into 8 bits.
+// QMUX on a stream socket or a terminal, for clients that expect the modem as a character device or
+// behind a proxy. Offers every service whose number fits into 8 bits.
 #pragma once
 
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
+#include <string>
 #include <string_view>
 
 #include <asio/generic/stream_protocol.hpp>
@@ -18,6 +20,7 @@
 #include "simulator/ports/connection.h"
 #include "simulator/ports/listener.h"
 #include "simulator/ports/qmux_clients.h"
+#include "simulator/ports/shared_terminal.h"
 #include "simulator/trace.h"
 
 namespace sim {
@@ -30,16 +33,20 @@ class qmux_connection;
 
 class qmux_port : public port {
  public:
-  /// Starts to accept connections on a bound stream socket.
-  qmux_port(asio::io_context& io, host::file_descriptor bound, const node& node,
-            dispatcher& dispatcher, trace& trace);
+  qmux_port(asio::io_context& io, const node& node, dispatcher& dispatcher, trace& trace);
   ~qmux_port() override;
+
+  /// Starts to accept connections on a bound stream socket.
+  void listen(host::file_descriptor bound);
+  /// Starts to serve a terminal. Throws `failure`.
+  void open_terminal(const std::string& path);
 
   void send(protocol::qrtr::address to, protocol::qrtr::address from,
             protocol::byte_view datagram) override;
 
   // For the connections.
   void receive(connection_number from, const protocol::qmux::frame& frame);
+  void ignore(connection_number from, std::string_view reason);
   void remove(connection_number gone, std::string_view reason);
 
   // For CTL.
@@ -49,26 +56,30 @@ class qmux_port : public port {
   /// The new id; empty when the service has no free id.
   [[nodiscard]] std::optional<std::uint8_t> allocate(connection_number connection,
                                                      const service_row& service);
-  /// False when the connection has no such client.
-  [[nodiscard]] bool release(connection_number connection, std::uint8_t service, std::uint8_t id);
-  void release_all(connection_number connection);
+  /// False when there is no such client.
+  [[nodiscard]] bool release(std::uint8_t service, std::uint8_t id);
+  void release_all();
 
  private:
   using protocol_type = asio::generic::stream_protocol;
 
-  void accepted(peer_stream socket);
+  void add(const std::shared_ptr<qmux_connection>& connection);
+  /// Not silence, which a client would wait out.
+  void refuse(connection_number from, const protocol::qmux::frame& frame);
   void control(connection_number from, protocol::byte_view message);
   void write(connection_number to, const protocol::qmux::frame& frame);
   void release(std::uint32_t client_port);
   [[nodiscard]] client client_at(std::uint32_t client_port);
 
+  asio::io_context& io_;
   const node& node_;
   dispatcher& dispatcher_;
   trace& trace_;
+  qmux_clients clients_;
+  std::optional<listener<protocol_type>> listener_;
+  std::optional<shared_terminal> terminal_;
   std::map<connection_number, std::shared_ptr<qmux_connection>> connections_;
   connection_number next_connection_ = 1;
-  qmux_clients clients_;
-  listener<protocol_type> listener_;
 };
 
 }  // namespace sim

@@ -41,6 +41,7 @@ struct raw_options {
   bool play_now = false;
   std::string qmux;
   bool qmi_proxy = false;
+  std::string qmux_pty;
 };
 
 constexpr const char* no_separator =
@@ -100,6 +101,9 @@ void add_options(CLI::App& command, raw_options& options, const std::string& def
       ->check(not_empty);
   command.add_flag("--qmi-proxy", options.qmi_proxy,
                    "speak QMUX where qmicli -p looks for its proxy");
+  command.add_option("--qmux-pty", options.qmux_pty, "a terminal that speaks QMUX")
+      ->type_name("LINK")
+      ->check(not_empty);
 }
 
 /// Reads the capture, which may take a while: nothing is open yet that would have to be removed, so
@@ -116,6 +120,7 @@ modem_options checked(const raw_options& raw) {
       .at_device = raw.at_device,
       .qmux = raw.qmux,
       .qmi_proxy = raw.qmi_proxy,
+      .qmux_terminal = raw.qmux_pty,
       .diag = {.socket = raw.diag_socket, .tcp = raw.diag_tcp, .terminal = raw.diag_pty},
       .diag_faults = {},
       .played = nullptr};

@@ -1,13 +1,10 @@
 #include "simulator/services/nas.h"
 
 #include <algorithm>
-#include <cmath>
 #include <iterator>
-#include <limits>
 #include <optional>
-#include <vector>
 
-#include "simulator/modem/modem.h"
+#include "simulator/services/handlers.h"
 
 namespace sim {
 namespace {
@@ -16,35 +13,6 @@ using protocol::qmi::error;
 
 constexpr unsigned subscription = 0;
 constexpr std::uint8_t radio_lte = 8;
-
-/// A value made of packed integers.
-class packed {
- public:
-  packed& u8(std::uint8_t value) { return add(value); }
-  packed& u16(std::uint16_t value) { return add(value); }
-  packed& u32(std::uint32_t value) { return add(value); }
-  /// Rounded and clamped to the range of the integer.
-  packed& s8(double value) { return add(static_cast<std::uint8_t>(clamped<std::int8_t>(value))); }
-  packed& s16(double value) {
-    return add(static_cast<std::uint16_t>(clamped<std::int16_t>(value)));
-  }
-
-  [[nodiscard]] protocol::byte_view view() const { return bytes_; }
-
- private:
-  template <std::unsigned_integral T>
-  packed& add(T value) {
-    protocol::append_le(bytes_, value);
-    return *this;
-  }
-  template <typename T>
-  static T clamped(double value) {
-    using limits = std::numeric_limits<T>;
-    return static_cast<T>(std::clamp<double>(std::round(value), limits::lowest(), limits::max()));
-  }
-
-  std::vector<std::uint8_t> bytes_;
-};
 
 struct band_row {
   std::uint8_t first;  ///< of E-UTRA
@@ -102,6 +70,19 @@ reply get_rf_band_info(const request& asked) {
   return out;
 }
 
+reply get_carriers(const request& asked) {
+  const auto seen = asked.state.seen_by(subscription);
+  const auto band = seen ? band_number(seen->lte.band) : std::nullopt;
+  if (!band) return error::information_unavailable;
+  const lte_cell& lte = seen->lte;
+  const auto narrow = static_cast<std::uint16_t>(std::min<std::uint32_t>(lte.dl_earfcn, 0xFFFF));
+  reply out = error::none;
+  packed primary;
+  primary.u16(lte.pci).u16(narrow).u32(bandwidth_number(lte.resource_blocks)).u16(*band);
+  out.tlvs.bytes(0x13, primary.view());
+  return out;
+}
+
 reply get_signal_info(const request& asked) {
   const auto seen = asked.state.seen_by(subscription);
   if (!seen) return error::information_unavailable;
@@ -112,6 +93,46 @@ reply get_signal_info(const request& asked) {
       .bytes(0x17, packed().s16(nr.rsrp).s16(10 * nr.sinr).view())
       .bytes(0x18, packed().s16(nr.rsrq).view());
   return out;
+}
+
+namespace {
+
+constexpr message_row rows[] = {
+    {0x0002, "set event report", accept},
+    {0x0003, "register indications", register_nas_indications},
+    {nas_get_signal_strength_v01, "get signal strength", get_signal_strength,
+     nas_signal_strength_request_tlvs, nas_signal_strength_response_tlvs},
+    {0x0021, "scan networks", scan_networks},
+    {0x0022, "initiate network register", register_at_network},
+    {0x0023, "attach or detach", attach_to_packet_service},
+    {0x0024, "get serving system", get_serving_system},
+    {0x0025, "get home network", get_home_network},
+    {0x0026, "get preferred networks", get_preferred_networks},
+    {nas_get_rf_band_info_v01, "get RF band info", get_rf_band_info, {}, nas_rf_band_response_tlvs},
+    {0x0033, "set system selection preference", set_selection},
+    {0x0034, "get system selection preference", get_selection},
+    {0x0039, "get operator name", get_operator_name},
+    {0x0043, "get cell location info", get_cell_location},
+    {0x0044, "get PLMN name", get_plmn_name},
+    {0x004D, "get system info", get_system_info},
+    {nas_get_signal_info_v01,
+     "get signal info",
+     get_signal_info,
+     {},
+     nas_signal_info_response_tlvs},
+    {0x0050, "config signal info", accept},
+    {0x005A, "get tx rx info", get_transmission},
+    {0x0067, "force network search", accept},
+    {0x006C, "config signal info", accept},
+    {0x007D, "get network time", get_network_time},
+    {0x0089, "get DRX", tell_number<std::uint32_t, 1, 0x10>},
+    {0x00AC, "get LTE carriers", get_carriers},
+};
+
+}  // namespace
+
+std::span<const message_row> nas_messages() {
+  return rows;
 }
 
 }  // namespace sim

@@ -3,7 +3,8 @@
 
 #include <optional>
 
-#include "simulator/modem/modem.h"
+#include "simulator/services/handlers.h"
+#include "simulator/services/network_indications.h"
 
 namespace sim {
 namespace {
@@ -13,35 +14,6 @@ using protocol::byte_view;
 using protocol::qmi::error;
 
 constexpr std::uint8_t slot_tlv = 0x01;
-
-error error_of(card_error what) {
-  switch (what) {
-    case card_error::none:
-      return error::none;
-    case card_error::no_slot:
-    case card_error::no_channel:
-      return error::invalid_argument;
-    case card_error::no_card:
-      return error::no_sim;
-    case card_error::no_power:
-      return error::sim_not_initialized;
-    case card_error::no_application:
-      return error::sim_file_not_found;
-    case card_error::no_channel_free:
-      return error::insufficient_resources;
-  }
-  return error::internal;
-}
-
-/// A required TLV that is exactly one integer.
-template <typename T>
-error take(const request& asked, std::uint8_t type, T& value) {
-  const auto found = protocol::qmi::find_tlv(asked.tlvs, type);
-  if (!found) return error::missing_argument;
-  if (found->size() != sizeof(T)) return error::malformed_message;
-  value = protocol::load_le<T>(*found);
-  return error::none;
-}
 
 /// The elements of a TLV that is a count of this width and as many bytes.
 template <typename Count>
@@ -56,6 +28,16 @@ std::vector<std::uint8_t> with_count(byte_view data) {
   std::vector<std::uint8_t> out(1 + data.size());
   out[0] = static_cast<std::uint8_t>(data.size());
   std::copy(data.begin(), data.end(), out.begin() + 1);
+  return out;
+}
+
+/// After a success, tells those who have asked of the cards' changes.
+reply with_news(const request& asked, error result) {
+  reply out = result;
+  if (result == error::none) {
+    indicate_cards(asked.state, out);
+    indicate_network(asked.state, out);
+  }
   return out;
 }
 
@@ -78,10 +60,29 @@ reply open_to_aid(const request& asked, std::uint8_t slot, byte_view aid_tlv) {
 
 }  // namespace
 
+error error_of(card_error what) {
+  switch (what) {
+    case card_error::none:
+      return error::none;
+    case card_error::no_slot:
+    case card_error::no_channel:
+      return error::invalid_argument;
+    case card_error::no_card:
+      return error::no_sim;
+    case card_error::no_power:
+      return error::sim_not_initialized;
+    case card_error::no_application:
+      return error::sim_file_not_found;
+    case card_error::no_channel_free:
+      return error::insufficient_resources;
+  }
+  return error::internal;
+}
+
 reply power_off_card(const request& asked) {
   std::uint8_t slot = 0;
   if (const error wrong = take(asked, slot_tlv, slot); wrong != error::none) return wrong;
-  return error_of(asked.state.uicc.power_down(slot));
+  return with_news(asked, error_of(asked.state.uicc.power_down(slot)));
 }
 
 reply power_on_card(const request& asked) {
@@ -89,7 +90,7 @@ reply power_on_card(const request& asked) {
   std::uint8_t slot = 0;
   if (const error wrong = take(asked, slot_tlv, slot); wrong != error::none) return wrong;
   const auto ignore = protocol::qmi::find_integer<std::uint8_t>(asked.tlvs, ignore_hot_swap_tlv);
-  return error_of(asked.state.uicc.power_up(slot, ignore.value_or(0) != 0));
+  return with_news(asked, error_of(asked.state.uicc.power_up(slot, ignore.value_or(0) != 0)));
 }
 
 reply switch_card_slot(const request& asked) {
@@ -103,7 +104,8 @@ reply switch_card_slot(const request& asked) {
   for (const std::uint32_t slot : {std::uint32_t{logical}, physical}) {
     if (slot < 1 || slot > card_slots) return error::invalid_argument;
   }
-  return asked.state.uicc.assign(logical, physical) ? error::none : error::no_effect;
+  return with_news(asked,
+                   asked.state.uicc.assign(logical, physical) ? error::none : error::no_effect);
 }
 
 reply get_card_eid(const request& asked) {

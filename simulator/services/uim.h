@@ -3,6 +3,7 @@
 #pragma once
 
 #include "services/uim_v01.h"
+#include "simulator/modem/uicc_slots.h"
 #include "simulator/service.h"
 
 namespace sim {
@@ -16,6 +17,15 @@ namespace sim {
 [[nodiscard]] reply send_card_apdu(const request& asked);
 [[nodiscard]] reply open_card_channel(const request& asked);
 [[nodiscard]] reply use_card_channel(const request& asked);
+[[nodiscard]] reply read_card_file(const request& asked);
+[[nodiscard]] reply read_card_record(const request& asked);
+[[nodiscard]] reply get_card_file_attributes(const request& asked);
+[[nodiscard]] reply register_card_events(const request& asked);
+
+[[nodiscard]] protocol::qmi::error error_of(card_error what);
+
+/// Adds card and slot status, for the clients that have asked for them.
+void indicate_cards(modem& state, reply& out);
 
 inline constexpr tlv_row uim_result_tlvs[] = {{0x02, "standard response"}};
 inline constexpr tlv_row uim_slot_tlvs[] = {{0x01, "slot"}};
@@ -48,20 +58,6 @@ inline constexpr tlv_row uim_slot_status_tlvs[] = {{0x02, "standard response"},
 inline constexpr tlv_row uim_eid_tlvs[] = {{0x02, "standard response"},
                                            {0x10, "EID", shown_as::bytes}};
 
-inline constexpr message_row uim_messages[] = {
-    {uim_get_card_status_v01, "get card status", get_card_status, uim_card_status_request_tlvs,
-     uim_card_status_tlvs},
-    {uim_power_down_v01, "power off", power_off_card, uim_slot_tlvs, uim_result_tlvs},
-    {uim_power_up_v01, "power on", power_on_card, uim_power_on_tlvs, uim_result_tlvs},
-    {uim_send_apdu_v01, "send APDU", send_card_apdu, uim_send_apdu_request_tlvs,
-     uim_send_apdu_tlvs},
-    {uim_logical_channel_v01, "logical channel", use_card_channel, uim_channel_request_tlvs,
-     uim_channel_tlvs},
-    {uim_open_logical_channel_v01, "open logical channel", open_card_channel,
-     uim_open_channel_request_tlvs, uim_channel_tlvs},
-    {uim_switch_slot_v01, "switch slot", switch_card_slot, uim_switch_slot_tlvs, uim_result_tlvs},
-    {uim_get_slot_status_v01, "get slot status", get_slot_status, {}, uim_slot_status_tlvs},
-    {uim_get_eid_v01, "get EID", get_card_eid, uim_slot_tlvs, uim_eid_tlvs},
-};
+[[nodiscard]] std::span<const message_row> uim_messages();
 
 }  // namespace sim

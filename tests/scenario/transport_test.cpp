@@ -154,6 +154,8 @@ TEST(transport, endpoint_that_is_not_a_modem_is_refused) {
       {at("stream"), "Protocol wrong type for socket; "},
       {at("mute"), "the program listening there does not answer service lookups; "},
       {at("closed/modem.sock"), "Permission denied; "},
+      {"qmux:/dev/null", "no way to QMI service 0xFFE4, because QMUX numbers services with 8 bits"},
+      {"qmi-proxy:/dev/null", "no way to QMI service 0xFFE4, because QMUX numbers services "},
   };
   for (const auto& [endpoint, why] : rows) {
     SCOPED_TRACE(endpoint);

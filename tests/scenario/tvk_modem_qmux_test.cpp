@@ -1,4 +1,5 @@
 // QMUX on a stream socket, frame by frame: marker, length, flags, service, client, message.
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <linux/sockios.h>
 #include <sys/ioctl.h>
@@ -88,11 +89,14 @@ TEST_F(tvk_modem_qmux, control_hands_out_clients_and_refuses_what_it_cannot_do) 
   const stream two(path_);
   two.expect_answer(allocate_sar,
                     "01 1700 80 00 00  01 07 2200 0c00  02 0400 00000000  01 0200 11 02");
-  two.send(hex(ask_client_1));  // another's: no answer
+  // A client is its id's, whichever connection uses it.
+  two.expect_answer(ask_client_1, state_to_client_1);
+  two.expect_answer("01 0c00 00 11 03  00 0100 0200 0000",
+                    "01 1300 80 11 03  02 0100 0200 0700  02 0400 0100 0700");
   const std::pair<const char*, const char*> refused[] = {
       {"01 0f00 00 00 00  00 03 2200 0400  01 0100 7f", "03 2200 0700  02 0400 0100 1f00"},
       {"01 0b00 00 00 00  00 04 2200 0000", "04 2200 0700  02 0400 0100 1100"},
-      {"01 1000 00 00 00  00 05 2300 0500  01 0200 11 01", "05 2300 0700  02 0400 0100 0700"},
+      {"01 1000 00 00 00  00 05 2300 0500  01 0200 11 03", "05 2300 0700  02 0400 0100 0700"},
       {"01 0f00 00 00 00  00 06 2200 0400  01 0500 11", "06 2200 0700  02 0400 0100 0100"},
       {"01 0b00 00 00 00  00 09 22ff 0000", "09 22ff 0700  02 0400 0100 4700"},
   };
@@ -108,7 +112,7 @@ TEST_F(tvk_modem_qmux, control_hands_out_clients_and_refuses_what_it_cannot_do) 
   two.expect_answer("01 0c00 00 e4 01  00 0100 0702 0000",
                     "01 1300 80 e4 01  02 0100 0702 0700  02 0400 0100 1100");
 
-  // A client outlives an outage of its service, during which none can be allocated.
+  // A client outlives its service's outage; nobody becomes one meanwhile.
   const modem_connection watcher(modem_.socket());
   EXPECT_EQ(watcher.look_up(look_up_all), listed(all_up));
   const std::string goes_down = "01 0c00 00 11 01  00 0100 0900 0000";
@@ -119,7 +123,7 @@ TEST_F(tvk_modem_qmux, control_hands_out_clients_and_refuses_what_it_cannot_do) 
   EXPECT_EQ(watcher.receive(), sar_up);
   one.expect_answer(ask_client_1, state_to_client_1);
   one.expect_answer(sync, sync_answer);
-  one.send(hex(ask_client_1));  // no client any more
+  one.expect_answer(ask_client_1, "01 1300 80 11 01  02 0100 0200 0700  02 0400 0100 0700");
   one.expect_answer(allocate_sar, sar_client_1);
 }
 
@@ -142,20 +146,77 @@ TEST_F(tvk_modem_qmux, frames_come_in_any_pieces_and_anything_else_ends_the_conn
   client.expect_answer(sync, sync_answer);
 }
 
-TEST_F(tvk_modem_qmux, service_has_254_clients_and_a_connection_takes_its_own_along) {
+TEST_F(tvk_modem_qmux, service_has_254_clients_which_outlive_their_connection) {
   auto client = std::make_unique<stream>(path_);
   for (unsigned id = 1; id <= 254; ++id) {
     client->send(hex(allocate_sar));
     ASSERT_EQ(client->receive(24).back(), id);
   }
-  client->expect_answer(allocate_sar, "01 1200 80 00 00  01 07 2200 0700  02 0400 0100 0500");
   client.reset();
-  const bytes first = hex(sar_client_1);
-  EXPECT_TRUE(eventually([&] {
-    const stream next(path_);
-    next.send(hex(allocate_sar));
-    return next.receive(19) == bytes(first.begin(), first.begin() + 19);
-  }));
+  const stream next(path_);
+  next.expect_answer(allocate_sar, "01 1200 80 00 00  01 07 2200 0700  02 0400 0100 0500");
+  next.expect_answer(ask_client_1, state_to_client_1);
+  next.expect_answer(sync, sync_answer);
+  next.expect_answer(allocate_sar, sar_client_1);
+}
+
+class terminal {
+ public:
+  explicit terminal(const std::string& link) : file_(::open(link.c_str(), O_RDWR | O_NOCTTY)) {}
+  terminal(const terminal&) = delete;
+  terminal& operator=(const terminal&) = delete;
+  ~terminal() { ::close(file_); }
+
+  void send(const bytes& some) const {
+    EXPECT_EQ(::write(file_, some.data(), some.size()), static_cast<ssize_t>(some.size()));
+  }
+  [[nodiscard]] int unread() const {
+    int size = 0;
+    return ::ioctl(file_, FIONREAD, &size) == 0 ? size : -1;
+  }
+  [[nodiscard]] bool has_answer() const { return readable(file_, std::chrono::seconds(30)); }
+  /// What comes, as long as it is as long as `expected`.
+  void expect_answer(const char* request, const char* expected) const {
+    SCOPED_TRACE(request);
+    send(hex(request));
+    bytes got(hex(expected).size());
+    std::size_t size = 0;
+    while (size < got.size() && has_answer()) {
+      size += static_cast<std::size_t>(::read(file_, &got[size], got.size() - size));
+    }
+    EXPECT_EQ(got, hex(expected));
+  }
+
+ private:
+  int file_;
+};
+
+constexpr const char* allocate_uim = "01 0f00 00 00 00  00 01 2200 0400  01 0100 0b";
+constexpr const char* uim_client_1 =
+    "01 1700 80 00 00  01 01 2200 0c00  02 0400 00000000  01 0200 0b 01";
+
+TEST(tvk_modem_qmux_pty, clients_and_channels_stay_while_users_of_the_terminal_come_and_go) {
+  const temp_dir dir;
+  const std::string link = dir.file("cdc-wdm0");
+  const simulated_modem modem({}, simulated_modem::begin::at_once, {"--qmux-pty", link});
+  {
+    const terminal first(link);
+    first.expect_answer(allocate_uim, uim_client_1);
+    // Opens a channel to the USIM of the first slot.
+    first.expect_answer(
+        "01 1b00 00 0b 01  00 0100 4200 0f00  01 0100 01  10 0800 07 a0000000871002",
+        "01 2200 80 0b 01  02 0100 4200 1600  02 0400 00000000  10 0100 01  11 0200 9000"
+        "12 0300 02 9000");
+    // Leaves an answer unread.
+    first.send(hex("01 0b00 00 00 00  00 02 2100 0000"));
+    EXPECT_TRUE(first.has_answer());
+  }
+  const terminal second(link);
+  EXPECT_TRUE(eventually([&] { return second.unread() == 0; }));
+  // An instruction that the USIM does not know, on the channel.
+  second.expect_answer(
+      "01 1d00 00 0b 01  00 0200 3b00 1100  01 0100 01  02 0600 0400 00ff0000  10 0100 01",
+      "01 1a00 80 0b 01  02 0200 3b00 0e00  02 0400 00000000  10 0400 0200 6d00");
 }
 
 }  // namespace

@@ -129,6 +129,9 @@ TEST(diag_library, port_that_cannot_be_opened_is_named) {
       {"unix", "PATH is missing"},
       {"unix:", "PATH is missing"},
       {"tty:", "PATH is missing"},
+      {"unix-packet:", "PATH or @NAME is missing"},
+      {"unix-packet:@", "NAME is missing"},
+      {"unix-packet:@" + std::string(108, 'x'), "File name too long"},
       {"tcp:", "HOST:PORT is missing"},
       {"tcp::2500", "HOST is missing"},
       {"tcp:127.0.0.1", "PORT is missing"},
@@ -144,7 +147,8 @@ TEST(diag_library, port_that_cannot_be_opened_is_named) {
     EXPECT_EQ(Diag_LSM_Init(nullptr), 0);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "tvk: DIAG port " + endpoint + ": " + error +
-                  "; expected one of a modem, as TVK_DIAG=unix:PATH, tcp:HOST:PORT or tty:PATH\n");
+                  "; expected one of a modem, as TVK_DIAG=unix:PATH, unix-packet:PATH, "
+                  "unix-packet:@NAME, tcp:HOST:PORT or tty:PATH\n");
   }
 }
 

@@ -58,7 +58,7 @@ TEST_F(store, refuses_what_is_not_its_database_and_leaves_it_alone) {
   };
   const row rows[] = {
       {nullptr, "not a database"},
-      {"PRAGMA user_version = 6", "schema version 6, this program knows up to 5"},
+      {"PRAGMA user_version = 7", "schema version 7, this program knows up to 6"},
       {"CREATE TABLE mine (x)", "another program"},
       {"CREATE TABLE counters (name, value); PRAGMA user_version = 1", "another program"},
       {"PRAGMA application_id = 0x54564B4D; PRAGMA user_version = 1", "is damaged"},

@@ -31,13 +31,13 @@ constexpr std::size_t read_size = std::size_t{1} << 16;
 constexpr std::chrono::seconds write_patience{3};
 
 /// Invalid when the port cannot be opened; the reason is reported once on standard error.
-host::file_descriptor open_port() {
+host::opened_stream open_port() {
   const auto name = host::chosen_endpoint(wire::port_variable, wire::port_socket);
-  auto [port, error] = host::open_byte_stream(name);
-  if (!port.valid()) {
-    platform::report_once(wire::unusable_port(name, error, host::byte_stream_forms));
+  host::opened_stream port = host::open_byte_stream(name);
+  if (!port.file.valid()) {
+    platform::report_once(wire::unusable_port(name, port.error, host::byte_stream_forms));
   }
-  return std::move(port);
+  return port;
 }
 
 void report_log(const listeners& to, byte_view packet) {
@@ -82,9 +82,8 @@ bool connection::send(byte_view request, int owner, answer_handler handler) {
     if (waiting_.size() == max_waiting) waiting_.erase(waiting_.begin());
     waiting_.push_back({owner, {request.begin(), request.end()}, std::move(handler)});
   }
-  std::vector<std::uint8_t> frame;
-  protocol::hdlc::append_frame(frame, request);
-  if (host::send_all(to->get(), frame, write_patience)) return true;
+  wire::framing framing(to->keeps_packets);
+  if (host::send_all(to->file.get(), framing.to_write(request), write_patience)) return true;
   lose(to);
   return false;
 }
@@ -107,9 +106,9 @@ connection::shared_port connection::present_port() {
 connection::shared_port connection::port() {
   if (auto present = present_port()) return present;
   auto opened = open_port();
-  if (!opened.valid()) return nullptr;
+  if (!opened.file.valid()) return nullptr;
   const platform::mutex_lock hold(lock_);
-  port_ = std::make_shared<host::file_descriptor>(std::move(opened));
+  port_ = std::make_shared<host::opened_stream>(std::move(opened));
   wake_.wake();
   return port_;
 }
@@ -126,19 +125,21 @@ void connection::run() {
   std::vector<std::uint8_t> buffer(read_size);
   protocol::hdlc::deframer frames;
   shared_port from = present_port();
+  wire::framing framing(from && from->keeps_packets);
   while (!stopping_) {
     if (auto now = present_port(); now != from) {
       if (from) report_port(false);
       if (now) report_port(true);
       from = std::move(now);
       frames = {};
+      framing = wire::framing(from && from->keeps_packets);
     }
     wait_for_bytes(from);
     if (!from) continue;
     const ssize_t got =
-        host::uninterrupted([&] { return ::read(from->get(), buffer.data(), buffer.size()); });
+        host::uninterrupted([&] { return ::read(from->file.get(), buffer.data(), buffer.size()); });
     if (got > 0) {
-      byte_view rest(buffer.data(), static_cast<std::size_t>(got));
+      byte_view rest = framing.as_frames({buffer.data(), static_cast<std::size_t>(got)});
       for (byte_view packet; !stopping_ && frames.next(rest, packet);) handle(packet);
     } else if (got == 0 || errno != EAGAIN) {
       lose(from);
@@ -153,7 +154,7 @@ void connection::report_port(bool is_open) {
 
 void connection::wait_for_bytes(const shared_port& from) const {
   std::array<pollfd, 2> waits{pollfd{wake_.descriptor(), POLLIN, 0},
-                              pollfd{from ? from->get() : -1, POLLIN, 0}};
+                              pollfd{from ? from->file.get() : -1, POLLIN, 0}};
   if (::poll(waits.data(), waits.size(), -1) < 0) return;
   wake_.take();
 }

@@ -8,7 +8,7 @@
 #include <memory>
 #include <vector>
 
-#include "host/file_descriptor.h"
+#include "host/byte_stream.h"
 #include "host/wake_event.h"
 #include "platform/linux/library_thread.h"
 #include "platform/mutex.h"
@@ -50,7 +50,7 @@ class connection : public std::enable_shared_from_this<connection> {
   [[nodiscard]] bool has_port() { return present_port() != nullptr; }
 
  private:
-  using shared_port = std::shared_ptr<host::file_descriptor>;
+  using shared_port = std::shared_ptr<host::opened_stream>;
   struct waiting {
     int owner;
     std::vector<std::uint8_t> request;

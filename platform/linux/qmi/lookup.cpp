@@ -41,6 +41,11 @@ std::optional<server_event> parse_server_event(address from, byte_view datagram)
 }
 
 found find_servers(std::uint32_t service) {
+  if (!endpoint_reaches(service)) {
+    platform::report_once("TVK_MODEM=" + endpoint_name() + ": no way to " + service_name(service) +
+                          ", because QMUX numbers services with 8 bits");
+    return {};
+  }
   auto [result, port] = open_transport();
   if (result != open_result::open) return {result, nullptr, {}};
 

@@ -1,4 +1,5 @@
-// A QRTR port on this host: exchanges datagrams with the services of a modem.
+// A QRTR port on this host, or what stands for one: exchanges datagrams with the services of a
+// modem.
 #pragma once
 
 #include <chrono>
@@ -60,12 +61,18 @@ struct opened {
 /// The endpoint named by TVK_MODEM, or the default: `qrtr` or `unix:PATH`.
 [[nodiscard]] std::string endpoint_name();
 
+/// False when the endpoint has no room for the service's number, so that no modem there can have
+/// it.
+[[nodiscard]] bool endpoint_reaches(std::uint32_t service);
+
 /// Opens a new port at that endpoint.
 [[nodiscard]] opened open_transport();
 
-// The two kinds of endpoint.
+// The kinds of endpoint.
 [[nodiscard]] opened open_modem_socket(const std::string& path);
 [[nodiscard]] opened open_qrtr();
+[[nodiscard]] opened open_qmux(const std::string& path);
+[[nodiscard]] opened open_qmi_proxy(const std::string& device);
 [[nodiscard]] bool have_qrtr();
 
 }  // namespace qmi

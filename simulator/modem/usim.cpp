@@ -1,0 +1,181 @@
+#include "simulator/modem/usim.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "simulator/modem/hex.h"
+#include "simulator/modem/identity.h"
+
+namespace sim {
+namespace {
+
+using bytes = std::vector<std::uint8_t>;
+
+constexpr std::uint16_t master = 0x3F00;
+constexpr std::uint16_t usim_directory = 0x7FFF;
+
+/// Where the content comes from: hexadecimal digits, or one of the functions.
+struct file_row {
+  std::uint16_t directory;
+  std::uint16_t id;
+  file_type type;
+  const char* content;
+  bytes (*made)(protocol::byte_view iccid) = nullptr;
+  bool needs_pin = true;
+};
+
+bytes copy_iccid(protocol::byte_view iccid) {
+  return {iccid.begin(), iccid.end()};
+}
+
+/// Length, then a 9 that says the count is odd, then the digits, low nibble first.
+bytes imsi_file(protocol::byte_view /*iccid*/) {
+  const std::string nibbles = std::string("9") + usim::imsi;
+  bytes out = {static_cast<std::uint8_t>(nibbles.size() / 2)};
+  for (std::size_t i = 0; i < nibbles.size(); i += 2) {
+    out.push_back(static_cast<std::uint8_t>((nibbles[i] - '0') | (nibbles[i + 1] - '0') << 4));
+  }
+  return out;
+}
+
+/// The name is to be shown, then 16 characters filled up with FF.
+bytes provider_file(protocol::byte_view /*iccid*/) {
+  constexpr std::size_t size = 17;
+  bytes out = {0x01};
+  std::ranges::copy(std::string_view(operator_name), std::back_inserter(out));
+  out.resize(size, 0xFF);
+  return out;
+}
+
+constexpr file_row files[] = {
+    {0, master, file_type::master, "", nullptr, false},
+    {master, usim_directory, file_type::dedicated, "", nullptr, false},
+    {master, 0x2FE2, file_type::transparent, "", copy_iccid, false},
+    {master, 0x2F05, file_type::transparent, "65 6e ff ff", nullptr, false},  // languages
+    // The applications: the USIM.
+    {master, 0x2F00, file_type::linear_fixed, "61 09 4f 07 a0 00 00 00 87 10 02 ff ff ff ff ff",
+     nullptr, false},
+    {usim_directory, 0x6F07, file_type::transparent, "", imsi_file},
+    {usim_directory, 0x6FAD, file_type::transparent, "00 00 00 02", nullptr, false},
+    {usim_directory, 0x6F46, file_type::transparent, "", provider_file, false},
+    {usim_directory, 0x6F38, file_type::transparent, "9e ff 1f 1c ff 3e 00 00 00"},  // services
+    {usim_directory, 0x6F3E, file_type::transparent, "ff ff ff ff"},  // group identifiers
+    {usim_directory, 0x6F3F, file_type::transparent, "ff ff ff ff"},
+    // The own number, without a name: 15550100.
+    {usim_directory, 0x6F40, file_type::linear_fixed,
+     "ff ff ff ff 05 81 51 55 10 00 ff ff ff ff ff ff ff ff"},
+};
+
+/// As a setting keeps it; no value for what is no PIN of 4 to 8 digits.
+std::optional<std::int64_t> number_of(std::string_view code) {
+  if (code.size() < 4 || code.size() > 8) return std::nullopt;
+  std::int64_t number = 1;
+  for (const char digit : code) {
+    if (digit < '0' || digit > '9') return std::nullopt;
+    number = 10 * number + (digit - '0');
+  }
+  return number;
+}
+
+constexpr std::string_view unblock_code = "12345678";
+constexpr std::int64_t all_pin_tries = 3;
+constexpr std::int64_t all_puk_tries = 10;
+
+}  // namespace
+
+std::string usim::digits_of(protocol::byte_view swapped) {
+  std::string digits;
+  for (const std::uint8_t each : swapped) {
+    for (const int nibble : {each & 0xF, each >> 4}) {
+      if (nibble <= 9) digits += static_cast<char>('0' + nibble);
+    }
+  }
+  return digits;
+}
+
+std::optional<card_file> usim::find(std::span<const std::uint16_t> path, std::uint16_t id,
+                                    protocol::byte_view iccid) {
+  const std::uint16_t directory = path.empty() ? 0 : path.back();
+  for (const file_row& row : files) {
+    if (row.directory != directory || row.id != id) continue;
+    return card_file{id,
+                     row.type,
+                     {row.made == nullptr ? bytes_of_hex(row.content) : row.made(iccid)},
+                     row.needs_pin};
+  }
+  return std::nullopt;
+}
+
+bool usim::is_enabled(unsigned slot, unsigned pin) {
+  return pin != 1 || settings_.get(setting_of::pin_enabled[slot - 1]) != 0;
+}
+
+pin_status usim::status(unsigned slot, unsigned pin) {
+  const auto retries = settings_.get(setting_of::pin_tries[slot - 1][pin - 1]);
+  const auto unblock_retries = settings_.get(setting_of::puk_tries[slot - 1][pin - 1]);
+  pin_state state = verified_[slot - 1][pin - 1] ? pin_state::verified : pin_state::not_verified;
+  if (!is_enabled(slot, pin)) state = pin_state::disabled;
+  if (retries == 0) state = pin_state::blocked;
+  return {state, static_cast<std::uint8_t>(retries), static_cast<std::uint8_t>(unblock_retries)};
+}
+
+bool usim::is_unlocked(unsigned slot) {
+  const pin_state state = status(slot, 1).state;
+  return state == pin_state::verified || state == pin_state::disabled;
+}
+
+pin_result usim::check(unsigned slot, unsigned pin, std::string_view code) {
+  const setting& tries = setting_of::pin_tries[slot - 1][pin - 1];
+  const auto left = settings_.get(tries);
+  if (left == 0) return pin_result::blocked;
+  if (number_of(code) != settings_.get(setting_of::pin_code[slot - 1][pin - 1])) {
+    settings_.set(tries, left - 1);
+    return left == 1 ? pin_result::blocked : pin_result::wrong;
+  }
+  settings_.set(tries, all_pin_tries);
+  return pin_result::done;
+}
+
+pin_result usim::verify(unsigned slot, unsigned pin, std::string_view code) {
+  if (!is_enabled(slot, pin)) return pin_result::not_changed;
+  const pin_result result = check(slot, pin, code);
+  if (result == pin_result::done) verified_[slot - 1][pin - 1] = true;
+  return result;
+}
+
+pin_result usim::change(unsigned slot, unsigned pin, std::string_view code, std::string_view next) {
+  const auto number = number_of(next);
+  if (!number || !is_enabled(slot, pin)) return pin_result::not_changed;
+  const pin_result result = check(slot, pin, code);
+  if (result != pin_result::done) return result;
+  settings_.set(setting_of::pin_code[slot - 1][pin - 1], *number);
+  verified_[slot - 1][pin - 1] = true;
+  return result;
+}
+
+pin_result usim::unblock(unsigned slot, unsigned pin, std::string_view puk, std::string_view next) {
+  const auto number = number_of(next);
+  const setting& tries = setting_of::puk_tries[slot - 1][pin - 1];
+  const auto left = settings_.get(tries);
+  if (left == 0) return pin_result::blocked;
+  if (puk != unblock_code || !number) {
+    settings_.set(tries, left - 1);
+    return left == 1 ? pin_result::blocked : pin_result::wrong;
+  }
+  settings_.set(tries, all_puk_tries);
+  settings_.set(setting_of::pin_tries[slot - 1][pin - 1], all_pin_tries);
+  settings_.set(setting_of::pin_code[slot - 1][pin - 1], *number);
+  verified_[slot - 1][pin - 1] = true;
+  return pin_result::done;
+}
+
+pin_result usim::enable(unsigned slot, unsigned pin, bool on, std::string_view code) {
+  if (pin != 1 || is_enabled(slot, pin) == on) return pin_result::not_changed;
+  const pin_result result = check(slot, pin, code);
+  if (result != pin_result::done) return result;
+  settings_.set(setting_of::pin_enabled[slot - 1], on ? 1 : 0);
+  verified_[slot - 1][pin - 1] = true;
+  return result;
+}
+
+}  // namespace sim
