@@ -118,7 +118,7 @@ int diag_register_dci_client(int* client_id, std::uint16_t* peripherals, int pro
 }
 int diag_register_dci_signal_data(int client_id, int signal) {
   return dci(library.record(
-      "signal", " " + std::to_string(client_id) + " " + std::to_string(signal - SIGRTMIN)));
+      "signal", " " + std::to_string(client_id) + " " + std::to_string(signal - 32)));
 }
 int diag_get_dci_support_list_proc(int, std::uint16_t* peripherals) {
   *peripherals = library.peripherals;
