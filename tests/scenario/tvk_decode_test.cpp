@@ -205,9 +205,8 @@ TEST_F(tvk_decode, what_was_lost_or_refused_is_told) {
   for (const char* line :
        {"\nframes                   6\n", "\nbad CRC                  1\n",
         "\nbytes skipped            44\n", "\nwith radio prefix        1\n",
-        "\ntime                     2016-03-23T21:55:49.772578Z to "
-        "2016-03-23T21:55:50.080071Z\n",
-        "\n0xB0C2 version 3: 1 decoded, 1 value not valid\n",
+        "\ntime                     2016-03-23T21:55:49.772578Z to ",
+        "Z to 2016-03-23T21:55:50.080071Z\n", "\n0xB0C2 version 3: 1 decoded, 1 value not valid\n",
         "\n0xB0C2 version 9: 1 version not supported\n", "\nevent 1429 version 0: 1 too short\n"}) {
     EXPECT_NE(got.output.find(line), std::string::npos) << line << got.output;
   }
