@@ -12,6 +12,7 @@
 #include "support/exclusive_terminal.h"
 #include "support/process.h"
 #include "support/simulated_modem.h"
+#include "support/temp_dir.h"
 
 namespace {
 
@@ -310,8 +311,10 @@ TEST(tvk_modem_diag, terminal_is_new_for_each_client) {
 }
 
 TEST(tvk_modem_diag, exec_tells_the_command_where_diag_is) {
-  const auto shown = support::run(
-      TVK_MODEM_PROGRAM, {"exec", "--", "sh", "-c", "test -S \"${TVK_DIAG#unix:}\" && echo yes"});
+  const support::temp_dir dir;
+  const auto shown =
+      support::run(TVK_MODEM_PROGRAM, {"exec", "--state", dir.file("state"), "--", "sh", "-c",
+                                       "test -S \"${TVK_DIAG#unix:}\" && echo yes"});
   EXPECT_EQ(shown.output, "yes\n") << shown.errors;
 }
 
