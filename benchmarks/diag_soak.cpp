@@ -48,18 +48,18 @@ class diag_connection {
       protocol::byte_view bytes(buffer_.data(), static_cast<std::size_t>(got));
       protocol::byte_view packet;
       if (!frames_.next(bytes, packet)) continue;
-      return packet.size() > request_.size() &&
-             std::equal(request_.begin(), request_.end(), packet.begin());
+      return packet.size() > request.size() &&
+             std::equal(request.begin(), request.end(), packet.begin());
     }
   }
 
  private:
-  static constexpr std::array<std::uint8_t, 4> request_ = {0x4B, 0x0B, 0x00, 0x00};
+  static constexpr std::array<std::uint8_t, 4> request = {0x4B, 0x0B, 0x00, 0x00};
 
   host::file_descriptor port_;
   std::vector<std::uint8_t> frame_ = [] {
     std::vector<std::uint8_t> frame;
-    protocol::hdlc::append_frame(frame, request_);
+    protocol::hdlc::append_frame(frame, request);
     return frame;
   }();
   protocol::hdlc::deframer frames_;

@@ -35,3 +35,11 @@ if(TVK_FUZZ)
   # Coverage instrumentation of all code, which guides the fuzz targets.
   add_compile_options(-fsanitize=fuzzer-no-link)
 endif()
+
+# For targets full of templates: with the sanitizers' checks in them, optimising takes longer than what
+# it saves when they run.
+function(tvk_optimise_little target)
+  if(TVK_SANITIZE)
+    target_compile_options(${target} PRIVATE -O0)
+  endif()
+endfunction()

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <csignal>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
@@ -54,12 +53,16 @@ struct dci_exchange {
 constexpr std::size_t dci_response_size = 16384;
 constexpr int local_processor = 0;
 constexpr int client_signal = 18;
+/// Counted from the kernel's first real-time signal: C libraries keep some of these for themselves
+/// and begin SIGRTMIN after them, so that SIGRTMIN + 30 differs between them, and may be past the
+/// last.
+constexpr int data_signal = 32 + 30;
 
 /// For a registered client. True when the library has accepted the request.
 bool send_registered(const dci_exchange& steps, int client_id, std::span<unsigned char> request,
                      std::span<unsigned char> response) {
   const char* function = steps.function;
-  int result = diag_register_dci_signal_data(client_id, SIGRTMIN + 30);
+  int result = diag_register_dci_signal_data(client_id, data_signal);
   if (result != DIAG_DCI_NO_ERROR) {
     NORVEL_LOG_AS(function, "Could not register signal for DCI Data for ch:%d, err: %d, errno: %d",
                   local_processor, result, errno);

@@ -8,10 +8,11 @@ packages_to_build=(
   libsqlitecpp-dev libzstd-dev nlohmann-json3-dev zlib1g-dev
 )
 packages_to_check=(
-  clang clang-format clang-tidy libclang-rt-14-dev
+  clang clang-format clang-tidy libclang-14-dev libclang-rt-14-dev llvm-14-dev
   g++-aarch64-linux-gnu qemu-user-static
   libc6:arm64 libstdc++6:arm64 libbz2-dev:arm64 libfmt-dev:arm64 libgtest-dev:arm64 liblzma-dev:arm64
   libsqlite3-dev:arm64 libsqlitecpp-dev:arm64 libzstd-dev:arm64 zlib1g-dev:arm64
+  busybox-static cpio libqmi-utils qemu-system-x86
 )
 
 # A package may be installed for both architectures; a name without one means this machine's.
@@ -44,9 +45,10 @@ install_packages() {
   if [[ " ${missing[*]} " == *:arm64* ]]; then
     "${as_root[@]}" dpkg --add-architecture arm64 >&2
   fi
-  "${as_root[@]}" apt-get update -q >&2
+  local patient=(-o Acquire::Retries=3 -o DPkg::Lock::Timeout=120)
+  "${as_root[@]}" apt-get "${patient[@]}" update -q >&2
   "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
-    apt-get install -y -q --no-install-recommends "${missing[@]}" >&2
+    apt-get "${patient[@]}" install -y -q --no-install-recommends "${missing[@]}" >&2
 }
 
 # Two builds in one folder would write the same files, so the second waits for the first. The lock is

@@ -109,7 +109,7 @@ payload lte_measurement(const radio_values& seen, number nth) {
     for (const place& each : to.rsrq) put_bits(out, cell + each.word, each.bit, rsrq(there.rsrq));
     put_bits(out, cell + to.rssi.word, to.rssi.bit, rssi(there.rssi()));
     put_bits(out, cell + to.snr.word, to.snr.bit, snr(there.sinr));
-    put_word(out, cell + 104 + 4 * n, there.sinr * 256);
+    put_word(out, cell + 104 + std::size_t{4} * n, there.sinr * 256);
   }
   // What the antennas make together, and that filtered: the first antenna's level, which is the
   // best.

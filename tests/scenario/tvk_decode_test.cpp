@@ -265,10 +265,9 @@ TEST_F(tvk_decode, what_was_lost_or_refused_is_told) {
   for (const char* line :
        {"\nframes                   6\n", "\nbad CRC                  1\n",
         "\nbytes skipped            44\n", "\nwith radio prefix        1\n",
-        "\ntime                     2016-03-23T21:55:49.772578Z to "
-        "2016-03-23T21:55:50.080071Z\n",
-        "\nduration                 0.307 s\n", "\nradio 2                  1\n",
-        "\nlog 0xB0C2 lte_rrc_serving_cell_info 3\n",
+        "\ntime                     2016-03-23T21:55:49.772578Z to ",
+        "Z to 2016-03-23T21:55:50.080071Z\n", "\nduration                 0.307 s\n",
+        "\nradio 2                  1\n", "\nlog 0xB0C2 lte_rrc_serving_cell_info 3\n",
         "\n0xB0C2 lte_rrc_serving_cell_info version 3: 1 decoded, 1 value not valid\n",
         "\n0xB0C2 lte_rrc_serving_cell_info version 9: 1 version not supported\n",
         "\nevent 1429 ims_sip_session_ringing version 0: 1 too short\n",

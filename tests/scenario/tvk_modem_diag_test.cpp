@@ -14,6 +14,7 @@
 #include "support/exclusive_terminal.h"
 #include "support/process.h"
 #include "support/simulated_modem.h"
+#include "support/temp_dir.h"
 
 namespace {
 

@@ -108,7 +108,7 @@ int diag_register_dci_client(int* client_id, std::uint16_t* peripherals, int pro
   return dci(library.record("client", *peripherals, processor, *signal));
 }
 int diag_register_dci_signal_data(int client_id, int signal) {
-  return dci(library.record("signal", client_id, signal - SIGRTMIN));
+  return dci(library.record("signal", client_id, signal - 32));
 }
 int diag_get_dci_support_list_proc(int, std::uint16_t* peripherals) {
   *peripherals = library.peripherals;

@@ -239,8 +239,8 @@ TEST(lte_mac_rach_attempt, failed_attempt_makes_a_record) {
       "ff0001000000d6040000";
   EXPECT_EQ(decoded::log(0xB062, success).lines, "rach is success, do nothing\n");
 
-  const auto edited = [&](int byte, const char* hex) {
-    return std::string(success).replace(static_cast<std::size_t>(2 * byte), 2, hex);
+  const auto edited = [&](std::size_t byte, const char* hex) {
+    return std::string(success).replace(2 * byte, 2, hex);
   };
   const auto failed = decoded::log(0xB062, edited(11, "01"));
   EXPECT_EQ(failed.lines,
