@@ -4,7 +4,7 @@
 
 packages_to_build=(
   ca-certificates g++ cmake ninja-build ccache
-  libasio-dev libbenchmark-dev libbz2-dev libcli11-dev libfmt-dev libgtest-dev liblzma-dev libsqlite3-dev
+  libasio-dev libbenchmark-dev libbz2-dev libcli11-dev libfmt-dev libgtest-dev libjs-dygraphs liblzma-dev libsqlite3-dev
   libsqlitecpp-dev libzstd-dev nlohmann-json3-dev zlib1g-dev
 )
 packages_to_check=(
