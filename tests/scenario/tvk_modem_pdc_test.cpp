@@ -48,7 +48,7 @@ TEST(tvk_modem_pdc, outcome_follows_the_answer_and_those_who_registered_hear_of_
   EXPECT_EQ(client.receive(), pdc + hex("04 0000 2700 0c00  01 0200 0000") + token);
   EXPECT_EQ(watcher.receive(), pdc + hex("04 0000 2100 1c00  01 1900 01000000 14") + nordvik);
   EXPECT_EQ(watcher.receive(), pdc + hex("04 0000 2f00 0700  01 0400 00000000"));
-  EXPECT_EQ(watcher.receive_many(6), all_down) << "the modem restarts";
+  EXPECT_EQ(watcher.receive_many(all_down.size()), all_down) << "the modem restarts";
 }
 
 TEST(tvk_modem_pdc, wrong_requests_are_refused_without_an_outcome) {
