@@ -245,11 +245,13 @@ void measure(const char* what, const memory_file& file, int times, const char* b
   const auto size = file.content().size();
   std::printf("%s, %zu MB, best of %d\n%-20s %8s %10s %8s\n", what, size / 1'000'000, times, "",
               "MB/s", "MB/CPU s", "peak MB");
-  for (const auto& [name, pass] :
+  for (const auto& row :
        {std::pair("memchr of 7E", &find_terminators), std::pair("byte by byte", &byte_by_byte)}) {
     result best;
-    for (int i = 0; i < times; ++i) keep_best(best, run_here([&] { return pass(file.content()); }));
-    print_row(name, size, best);
+    for (int i = 0; i < times; ++i) {
+      keep_best(best, run_here([&] { return row.second(file.content()); }));
+    }
+    print_row(row.first, size, best);
     std::printf("\n");
   }
   for (const std::string format : {"none", "text", "jsonl", "csv", "pcap", "html"}) {

@@ -1,5 +1,7 @@
 #include "decode/packet_stage.h"
 
+#include <utility>
+
 #include "modem_stats/dispatch.h"
 
 namespace decode {
@@ -23,13 +25,13 @@ bool changes_rrc_state(const packet_source& source) {
 
 }  // namespace
 
-packet_stage::packet_stage(const filter& wanted, bool with_lines, const stream& from,
+packet_stage::packet_stage(const filter& wanted, bool with_lines, stream from,
                            record_writer& writer, summary& counts)
     : wanted_(wanted),
       writer_(writer),
       counts_(counts),
       sinks_{.lines = with_lines ? this : nullptr, .records = this},
-      stream_(from),
+      stream_(std::move(from)),
       messages_(stream_.messages) {}
 
 void packet_stage::packet(byte_view whole) {

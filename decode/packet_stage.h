@@ -18,7 +18,7 @@ namespace decode {
 
 class packet_stage final : modem_stats::line_sink, modem_stats::record_sink {
  public:
-  packet_stage(const filter& wanted, bool with_lines, const stream& from, record_writer& writer,
+  packet_stage(const filter& wanted, bool with_lines, stream from, record_writer& writer,
                summary& counts);
   packet_stage(const packet_stage&) = delete;
   packet_stage& operator=(const packet_stage&) = delete;

@@ -85,7 +85,7 @@ std::string codes_text(std::span<const std::string_view> texts) {
 std::string about_text(const column& column) {
   if (column.means == nullptr) return column.about;
   const auto& means = *column.means;
-  const auto text = fmt::format("by `{}`: {}", column.field->of->name, codes_text(means.texts));
+  auto text = fmt::format("by `{}`: {}", column.field->of->name, codes_text(means.texts));
   if (means.texts_before_3.empty()) return text;
   return fmt::format("{}; before version 3.0: {}", text, codes_text(means.texts_before_3));
 }

@@ -15,7 +15,7 @@ inline constexpr std::size_t max_digits = 14;
 /// "00" to "99".
 inline constexpr auto digit_pairs = [] {
   std::array<char, 200> pairs{};
-  for (unsigned i = 0; i < 100; ++i) {
+  for (std::size_t i = 0; i < 100; ++i) {
     pairs[2 * i] = static_cast<char>('0' + i / 10);
     pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
   }
@@ -24,7 +24,7 @@ inline constexpr auto digit_pairs = [] {
 
 /// These write to `out` and return the end. The number is below 100.
 inline char* write_pair(char* out, std::uint32_t number) {
-  std::memcpy(out, digit_pairs.data() + 2 * number, 2);
+  std::memcpy(out, digit_pairs.data() + std::size_t{2} * number, 2);
   return out + 2;
 }
 

@@ -8,6 +8,7 @@
 #include <zstd_errors.h>
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <initializer_list>
 #include <iterator>
@@ -112,6 +113,8 @@ class gzip_unpacker final : public unpacker {
   z_stream stream_{};
 };
 
+/// Of a damaged block the library gives as much as the caller's room makes it notice late; so that
+/// the result does not depend on how it is asked for, the room is always the same.
 class bzip2_unpacker final : public unpacker {
  public:
   ~bzip2_unpacker() override { ::BZ2_bzDecompressEnd(&stream_); }
@@ -119,9 +122,25 @@ class bzip2_unpacker final : public unpacker {
   void begin() override {
     ::BZ2_bzDecompressEnd(&stream_);
     if (::BZ2_bzDecompressInit(&stream_, 0, 0) != BZ_OK) throw std::bad_alloc();
+    held_ = {};
+    latest_ = result::more;
   }
 
   result unpack(byte_view& packed, std::span<std::uint8_t>& out) override {
+    if (held_.empty()) {
+      std::span<std::uint8_t> room(buffer_);
+      latest_ = decompress(packed, room);
+      held_ = std::span(buffer_).first(buffer_.size() - room.size());
+    }
+    const auto count = std::min(held_.size(), out.size());
+    std::ranges::copy(held_.first(count), out.begin());
+    held_ = held_.subspan(count);
+    out = out.subspan(count);
+    return held_.empty() ? latest_ : result::more;
+  }
+
+ private:
+  result decompress(byte_view& packed, std::span<std::uint8_t>& out) {
     const stream_step step(stream_, packed, out);
     switch (::BZ2_bzDecompress(&stream_)) {
       case BZ_OK:
@@ -135,8 +154,10 @@ class bzip2_unpacker final : public unpacker {
     }
   }
 
- private:
   bz_stream stream_{};
+  std::array<std::uint8_t, std::size_t{32} * 1024> buffer_{};
+  std::span<const std::uint8_t> held_;  // of the buffer, not yet given
+  result latest_ = result::more;
 };
 
 class xz_unpacker final : public unpacker {

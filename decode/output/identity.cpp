@@ -22,7 +22,7 @@ std::string json_text(std::string_view text) {
 }
 
 std::string csv_text(std::string_view text) {
-  const auto clean = nlohmann::json::parse('"' + json_text(text) + '"').get<std::string>();
+  auto clean = nlohmann::json::parse('"' + json_text(text) + '"').get<std::string>();
   if (clean.find_first_of(",\"\r\n") == std::string::npos) return clean;
   std::string quoted = "\"";
   for (const char each : clean) {

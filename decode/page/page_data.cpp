@@ -164,12 +164,12 @@ ordered_json json_of_losses(const summary& counts) {
 ordered_json json_of_refused(const summary& counts) {
   auto found = ordered_json::array();
   for (const auto& [packet, versions] : counts.versions) {
-    const auto add = [&](const std::string& what, const outcome_counts& outcomes) {
+    const auto add = [&, code = packet_code(packet.first, packet.second)](
+                         const std::string& what, const outcome_counts& outcomes) {
       const auto refused =
           outcomes.by_outcome[static_cast<std::size_t>(outcome::version_not_supported)];
       if (refused > 0) {
-        found.push_back(
-            fmt::format("{} {}: {}", packet_code(packet.first, packet.second), what, refused));
+        found.push_back(fmt::format("{} {}: {}", code, what, refused));
       }
     };
     for (const auto& [version, outcomes] : versions.values()) {

@@ -22,6 +22,7 @@ struct cell {
   std::uint32_t arfcn;
   std::uint16_t pci;
 
+  // NOLINTNEXTLINE(modernize-use-nullptr): in what the compiler writes.
   friend auto operator<=>(const cell&, const cell&) = default;
 };
 
