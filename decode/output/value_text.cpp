@@ -92,7 +92,7 @@ char* write_real(char* out, float value, const value_style& style) {
   // here, the product rounds to the same float as the quotient by 100.
   const float magnitude = std::fabs(value);
   if (magnitude < 1e4F) {
-    // NOLINTNEXTLINE(bugprone-incorrect-roundings): lround takes three times as long.
+    // NOLINTNEXTLINE(bugprone-incorrect-roundings): what rounds wrongly fails the comparison.
     const auto hundredths = static_cast<std::uint32_t>(magnitude * 100.0F + 0.5F);
     if (static_cast<float>(hundredths * 0.01) == magnitude && hundredths != 0) {
       *out = '-';

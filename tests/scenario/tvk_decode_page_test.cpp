@@ -1,0 +1,112 @@
+// The page of charts: its data as the page's script reads them, and that nothing in a capture
+// becomes part of the page itself.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "decode/page/cells.h"
+#include "decode/page/series.h"
+#include "support/bytes.h"
+#include "support/hand_diag.h"
+#include "support/process.h"
+#include "support/temp_dir.h"
+
+namespace {
+
+using decode::page::series;
+using support::bytes;
+using support::diag_frame;
+using support::hex;
+using support::operator+;
+
+constexpr std::int64_t second = 1458770149;  // 2016-03-23T21:55:49Z
+
+/// A log packet at this many ticks of 1.25 ms after 21:55:49.7725.
+bytes log(const std::string& ticks_and_code, const bytes& payload) {
+  const auto size = static_cast<std::uint8_t>(payload.size() + 12);
+  return hex("1000") + bytes{size, 0, size, 0} + hex(ticks_and_code) + payload;
+}
+
+bytes sip(const std::string& text) {
+  const auto size = static_cast<std::uint8_t>(text.size() + 1);
+  return hex("01 01 00 00") + bytes{size, 0, size, 0} + hex("0200 0000 FF000000") +
+         bytes(text.begin(), text.end()) + bytes{0};
+}
+
+nlohmann::json data_of(const std::string& page) {
+  const std::string before = R"(<script type="application/json" id="data">)";
+  const auto from = page.find(before) + before.size();
+  return nlohmann::json::parse(page.substr(from, page.find("</script>", from) - from));
+}
+
+TEST(tvk_decode_page, shows_what_the_records_say_and_nothing_as_markup) {
+  const support::temp_dir dir;
+  const auto path = dir.file("<img src=x>.qmdl");
+  const bytes serving_cell = hex("032101D0030000204A000019190C506300FBA402000000360103040101");
+  // The RRC state is camped, then connected.
+  const bytes capture =
+      diag_frame(log("C2B0 BE0C0A9E34DDD400", serving_cell)) +
+      diag_frame(hex("60 0A00  4626 BE0C0A9E34DDD400 02")) +
+      diag_frame(hex("60 0A00  4626 BE0C0B9E34DDD400 04")) +
+      diag_frame(log("6E15 BE0C0B9E34DDD400",
+                     sip("INVITE sip:a SIP/2.0\r\nFrom: </script><script>x\r\n\r\nbody"))) +
+      diag_frame(log("C2B0 0000000000000000", serving_cell));  // before the modem had the time
+  std::ofstream(path).write(reinterpret_cast<const char*>(capture.data()),
+                            static_cast<std::streamsize>(capture.size()));
+  const auto got = support::run(TVK_DECODE_PROGRAM, {"-f", "html", path});
+  ASSERT_EQ(got.exit_status, 0) << got.errors;
+  EXPECT_EQ(got.output.find("<img"), std::string::npos);
+  EXPECT_EQ(got.output.find("<script>x"), std::string::npos);
+  EXPECT_NE(got.output.find("default-src 'none'; script-src 'sha256-"), std::string::npos);
+  for (const char* mark : {"@data@", "@connect@", "@page_js@", "@script_hashes@"}) {
+    EXPECT_EQ(got.output.find(mark), std::string::npos) << mark;
+  }
+
+  const auto data = data_of(got.output);
+  EXPECT_EQ(data["inputs"][0], path);
+  EXPECT_EQ(data["without_time"], 1);
+  const auto& cell = data["cells"][0];
+  EXPECT_EQ(cell["pci"], 289);
+  EXPECT_EQ(cell["arfcn"], 976);
+  EXPECT_EQ(cell["network"], "310-260");
+  EXPECT_EQ(cell["bandwidth_MHz"], 5.0);
+  EXPECT_EQ(
+      data["states"][0]["spans"],
+      nlohmann::json::parse("[[1458770149772, \"idle_camped\"], [1458770149773, \"connected\"]]"));
+  const auto& marks = data["marks"];
+  EXPECT_EQ(marks.back()["kind"], "SIP message");
+  EXPECT_EQ(marks.back()["text"], "INVITE sip:a SIP/2.0\nFrom: </script><script>x");
+}
+
+TEST(tvk_decode_page, series_keep_least_greatest_mean_and_count_however_coarse) {
+  series one(8);
+  for (std::int64_t i = 999; i >= 0; --i) one.add(second * 1000 + i, static_cast<double>(i % 7));
+  one.add(second * 1000 + 500'000, 100);
+  EXPECT_LE(one.buckets().size(), 8U);
+  std::uint64_t count = 0;
+  double sum = 0;
+  for (const auto& bucket : one.buckets()) {
+    count += bucket.count;
+    sum += bucket.sum;
+  }
+  EXPECT_EQ(count, 1001U);
+  EXPECT_EQ(sum, 2997 + 100);  // 142 times 0 to 6, and 0 to 5
+  EXPECT_EQ(one.buckets().front().least, 0);
+  EXPECT_EQ(one.buckets().front().greatest, 6);
+  EXPECT_EQ(one.buckets().back().mean(), 100);
+  EXPECT_EQ(one.buckets().back().index, (second * 1000 + 500'000) / one.width());
+}
+
+TEST(tvk_decode_page, percentile_is_the_lowest_value_that_covers_the_share) {
+  decode::page::distribution levels;
+  for (int i = 20; i >= 1; --i) levels.add(-100 - i / 4.0);
+  EXPECT_EQ(levels.percentile(5), -105);
+  EXPECT_EQ(levels.percentile(50), -102.75);
+  EXPECT_EQ(levels.percentile(95), -100.5);
+  EXPECT_EQ(levels.count(), 20U);
+}
+
+}  // namespace
