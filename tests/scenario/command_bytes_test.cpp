@@ -309,31 +309,6 @@ TEST_F(command, debug_info_verdict) {
             debug_start("0xff") + "qmi response fail, result = -5, rsp.result = -5\n");
 }
 
-TEST_F(command, sar_state_is_requested_with_an_empty_request) {
-  const std::string failed = "qmi_client_send_msg_sync failed, qmi_client_error = ";
-  const struct {
-    const char* tlvs;
-    std::string message;
-    int value;
-  } rows[] = {
-      {"02 0400 00000000  10 0400 feffffff", "dsi vailid = 1 , dsi value = -2", -2},
-      {"02 0400 01000300", "dsi vailid = 0 , dsi value = 0", 0},
-      {"10 0400 14000000", failed + "-46", -1},
-      {"02 0400 00000000  10 0300 140000", failed + "-45", -1},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.tlvs);
-    hand_modem sar({{.service = 0x11, .instance_word = 0x0101, .port = 0x111}});
-    sar.answer_with_tlvs(hex(row.tlvs));
-    const auto got = support::run(TVK_PROGRAM, {"5", "8"}, {{"TVK_MODEM", sar.endpoint()}});
-    EXPECT_EQ(masked(got.output),
-              log_lines("norvel_get_sar_dsi", {function_entry, row.message, function_exit}) +
-                  "SAR DSI: " + std::to_string(row.value) + "\n");
-    ASSERT_EQ(sar.requests().size(), 1U);
-    EXPECT_EQ(sar.requests()[0].data, hex("00 0100 0200 0000"));
-  }
-}
-
 // Each line leaves at once, also into a pipe: nothing is lost when a program is killed.
 TEST(waiting_command, has_printed_its_lines) {
   const temp_dir dir;
@@ -342,7 +317,7 @@ TEST(waiting_command, has_printed_its_lines) {
   EXPECT_TRUE(console.wait_for_output_text("num_services = 0\n"));
 }
 
-// A plain file stands for the device, and then a directory, which cannot be written.
+// A plain file stands for the device.
 TEST_F(command, at_command_is_written_to_the_device_with_a_carriage_return) {
   const at_device device;
   if (!device.usable()) GTEST_SKIP() << "/dev/smd8 cannot be created here";
@@ -377,13 +352,6 @@ TEST_F(command, at_command_is_written_to_the_device_with_a_carriage_return) {
                        row.command + "\r\" > /dev/smd8\necho, ret_sys: " + row.outcome +
                        " to send at shell cmd\n");
   }
-  std::filesystem::create_directory("/dev/smd8");
-  const auto got = run("8 ATI").output;
-  std::filesystem::remove("/dev/smd8");
-  // The shell's exit status is 1 or 2.
-  EXPECT_TRUE(contains(got, "echo, ret_sys: 256\nFail to send at shell cmd\n") ||
-              contains(got, "echo, ret_sys: 512\nFail to send at shell cmd\n"))
-      << got;
 }
 
 }  // namespace

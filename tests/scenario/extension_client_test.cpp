@@ -189,18 +189,6 @@ TEST(common_message, payload_is_cut_at_496_bytes_and_the_answer_at_508) {
                               counting(496));
 }
 
-TEST(common_message, missing_buffers_send_nothing) {
-  const temp_dir dir;
-  use_modem("unix:" + dir.file("modem.sock"));
-  bytes payload(4);
-  EXPECT_TRUE(
-      contains(printed_by([] { EXPECT_EQ(send_common(4, nullptr), fill(508) + fill(64, 0xEE)); }),
-               "RIL[norvel_send_common_qmi_msg:#]: v is null\n"));
-  EXPECT_TRUE(
-      contains(printed_by([&] { norvel_send_common_qmi_msg(31, 4, payload.data(), nullptr); }),
-               "RIL[norvel_send_common_qmi_msg:#]: rsp is NULL\n"));
-}
-
 TEST(result_map, client_codes_become_those_of_the_nv_layer_and_others_stay) {
   const int rows[][2] = {{-1, -101}, {-2, -102}, {-3, -103}, {-4, -4}, {1, 1}, {-101, -101}};
   for (const auto& [old_result, new_result] : rows) {

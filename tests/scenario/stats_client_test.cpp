@@ -14,7 +14,6 @@
 #include "modem_api/modem_api.h"
 #include "modem_api/response.h"
 #include "modem_api/vs_client.h"
-#include "qcril-common/utilities/orvax_memory.h"
 #include "support/android_log.h"
 #include "support/eventually.h"
 #include "support/hand_modem.h"
@@ -106,37 +105,6 @@ TEST_F(stats_client, qmi_results_become_results_of_the_library) {
   }
 }
 
-std::uint32_t last_status;
-
-TEST_F(stats_client, response_that_comes_later_is_copied_unless_cancelled) {
-  struct answer {
-    qmi_response_type_v01 resp;
-    std::int32_t value;
-  };
-  const struct {
-    bool cancelled, has_response;
-    qmi_response_type_v01 resp;
-    std::uint32_t status;
-    std::int32_t value;
-  } rows[] = {{false, true, {0, 0}, 2, 5},
-              {true, true, {1, 26}, 2, 0},
-              {false, true, {1, 94}, 4, 0},
-              {false, false, {0, 0}, 3, 0}};
-  for (const auto& row : rows) {
-    answer copied{};
-    auto* context =
-        static_cast<modem_api_cb_struct_type*>(orvax_malloc_adv(sizeof(modem_api_cb_struct_type)));
-    *context = {[](int, int, void*, std::uint32_t status) { last_status = status; }, &copied};
-    auto* response = static_cast<answer*>(orvax_malloc_adv(sizeof(answer)));
-    *response = {row.resp, 5};
-    modem_api_process_response(row.cancelled, response, row.has_response ? sizeof(answer) : 0,
-                               context, 0);
-    EXPECT_EQ(last_status, row.status);
-    EXPECT_EQ(copied.value, row.value);
-  }
-  modem_api_process_response(false, orvax_malloc_adv(8), 8, nullptr, 0);
-}
-
 TEST_F(stats_client, service_that_comes_late_is_tried_for_and_one_that_does_not_is_given_up) {
   hand_modem modem(std::vector<qmi_server>{});
   use(modem, done, done);
@@ -167,32 +135,6 @@ TEST_F(stats_client, service_that_comes_late_is_tried_for_and_one_that_does_not_
   EXPECT_EQ(logged("vs_client_init: Another client init vs client with operational status 4\n"), 1);
   modem_api_free_client(0);
   modem_api_free_client(1);
-}
-
-std::atomic<int> indications;
-
-TEST_F(stats_client, indications_are_handed_on_when_they_are_known) {
-  hand_modem modem({statistics});
-  use(modem, done, done);
-  std::uint32_t id = 0;
-  indications = 0;
-  ASSERT_EQ(add_client(MODEM_API_CLIENT_VS, &id,
-                       [](std::uint32_t event, const void* data, std::uint32_t length) {
-                         const auto* const first = static_cast<const std::uint8_t*>(data);
-                         if (event == 3 && length == 4 && *first == 1) ++indications;
-                       }),
-            0U);
-  ASSERT_EQ(modem_api_set_orvax_feature_status(id), 0U);
-  for (const auto* indication : {"04 0000 ffff 0000", "04 0000 0400 0000", "04 0000 0300 0000",
-                                 "04 0000 0300 0700 01 0400 01000000"}) {
-    modem.send({0, 0x101, hex(indication)});
-  }
-  EXPECT_TRUE(eventually([] { return indications == 1; }));
-  EXPECT_EQ(logged("vs_client_ind_hdlr: Unknown indication msg ffff\n"), 1);
-  EXPECT_EQ(logged("Indication decode failed for msg 0x4 with error -43\n"), 1);
-  EXPECT_EQ(logged("Indication decode failed for msg 0x3 with error -46\n"), 1);
-  EXPECT_EQ(logged("vs_client_ind_hdlr: Handling indication msg 0x3\n"), 1);
-  modem_api_free_client(id);
 }
 
 /// What a callback of client 0 gets from the library.
@@ -300,6 +242,7 @@ TEST_F(stats_client, group_9_says_what_is_wrong_with_an_answer) {
   for (const auto& row : rows) {
     use(modem, done, row.answer);
     EXPECT_EQ(group_9("7"), row.printed);
+    EXPECT_EQ(g_qmi_modem_stats.client_id, -1) << "freed";
   }
   const auto sent = modem.requests();
   ASSERT_GE(sent.size(), 2U);
@@ -309,20 +252,6 @@ TEST_F(stats_client, group_9_says_what_is_wrong_with_an_answer) {
   g_qmi_modem_stats.cursor = -1;
   EXPECT_EQ(printed_by([] { read_and_print(g_antenna_info); }),
             "g_pK_DATA_CNT(-1) is can not < 0 for version, id(0x5e)\n");
-}
-
-TEST_F(stats_client, group_9_requests_the_record_of_each_option) {
-  hand_modem modem({statistics});
-  use(modem, done, done);
-  const std::pair<const char*, std::uint8_t> rows[] = {
-      {"0", 0x52}, {"1", 0x67},  {"2", 0x68},  {"3", 0x69}, {"4", 0x6A},  {"5", 0x6B},
-      {"6", 0x6C}, {"7", 0x5E},  {"8", 0x70},  {"9", 0x71}, {"10", 0x87}, {"11", 6},
-      {"12", 7},   {"20", 0x6E}, {"21", 0x6F}, {"30", 0x64}};
-  for (const auto& [option, id] : rows) {
-    group_9(option);
-    EXPECT_EQ(modem.requests().back().data.at(21), id) << option;
-    EXPECT_EQ(g_qmi_modem_stats.client_id, -1) << "freed";
-  }
 }
 
 TEST_F(stats_client, service_that_goes_again_at_once_is_followed_when_it_comes_to_stay) {
