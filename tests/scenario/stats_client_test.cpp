@@ -62,9 +62,8 @@ class stats_client : public testing::Test {
   android_log log_;
 };
 
-std::uint32_t add_client(std::uint32_t type, std::uint32_t* id,
-                         modem_api_event_cb event_cb = nullptr) {
-  return modem_api_init_client(type, event_cb, count_status, id);
+std::uint32_t add_client(std::uint32_t type, std::uint32_t* id) {
+  return modem_api_init_client(type, nullptr, count_status, id);
 }
 
 TEST_F(stats_client, table_has_ten_slots) {
@@ -74,7 +73,6 @@ TEST_F(stats_client, table_has_ten_slots) {
     EXPECT_EQ(id, i);
   }
   EXPECT_EQ(add_client(MODEM_API_CLIENT_SAR, &id), 1U);
-  EXPECT_EQ(logged("E/ORVAX: modem_api_init_client: no more client can be added\n"), 1);
   modem_api_free_client(3);
   modem_api_free_client(3);
   modem_api_free_client(10);
@@ -83,9 +81,6 @@ TEST_F(stats_client, table_has_ten_slots) {
   EXPECT_EQ(id, 3U);
   modem_api_operational_status_cb(7, 3);
   EXPECT_EQ(modem_api_set_orvax_feature_status(3), 7U) << "operational, but of another type";
-  EXPECT_EQ(logged("E/ORVAX: modem_api_set_orvax_feature_status: Unexpected condition, return "
-                   "error 7!\n"),
-            1);
   for (id = 0; id < 10; ++id) modem_api_free_client(id);
 }
 
@@ -112,8 +107,6 @@ TEST_F(stats_client, service_that_comes_late_is_tried_for_and_one_that_does_not_
   EXPECT_EQ(add_client(MODEM_API_CLIENT_VS, &id), 1U);
   EXPECT_EQ(take_pauses(), seconds_between_tries);
   EXPECT_EQ(id, 99U);
-  EXPECT_EQ(logged("vs_client_init_client_handles: qmi_client_init_instance returned failure(-3)"),
-            1);
   int tries = 0;
   during_pauses([&] {
     if (++tries == 2) modem.publish(statistics);
@@ -125,14 +118,12 @@ TEST_F(stats_client, service_that_comes_late_is_tried_for_and_one_that_does_not_
   EXPECT_EQ(id, 0U) << "the slot of the client that failed";
   std::uint32_t second = 99;
   EXPECT_EQ(add_client(MODEM_API_CLIENT_VS, &second), 0U);
-  EXPECT_EQ(logged("vs_client_init: Already another client init vs client successfully\n"), 1);
   modem_api_free_client(0);  // closes the connection, which the next client needs again
   EXPECT_EQ(add_client(MODEM_API_CLIENT_VS, &id), 0U);
   EXPECT_EQ(modem_api_set_orvax_feature_status(id), 0U);
   modem.withdraw(statistics);
   EXPECT_TRUE(eventually([] { return went_down == 2; }));
   EXPECT_EQ(add_client(MODEM_API_CLIENT_VS, &second), 1U);
-  EXPECT_EQ(logged("vs_client_init: Another client init vs client with operational status 4\n"), 1);
   modem_api_free_client(0);
   modem_api_free_client(1);
 }
