@@ -97,8 +97,6 @@ TEST_F(command, request_bytes) {
   for (int i = 1; i <= 60; ++i) sixty += " " + std::to_string(i);
   bytes fifty;
   for (std::uint8_t i = 1; i <= 50; ++i) fifty = fifty + bytes{i, 0, 0, 0};
-  const bytes gpio_path = text("/nv/item_files/modem/norvel/rf_ant_port_config");
-  const bytes tx_path = text("/nv/item_files/modem/antenna/ant_tx_config");
   const struct {
     std::string line;
     unsigned type;
@@ -108,10 +106,6 @@ TEST_F(command, request_bytes) {
        hex("00000000 00000000 05000000  01000000 ffffffff 00000000 70110100 00000000")},
       {"3 0" + sixty, 4, hex("00000000 00000000 3c000000") + fifty},
       {"3 3 -1 70000 4294967298", 4, hex("01000000 00000000 ffffffff 70110100 02000000 01000000")},
-      {"3 1", 2, hex("04 00 0000 2e") + gpio_path},
-      {"3 2", 2, hex("06 00 0000 2e") + gpio_path},
-      {"3 4", 2, hex("04 00 0000 2a") + tx_path},
-      {"3 5", 2, hex("06 00 0000 2a") + tx_path},
       {"4 1 7 550", 2, hex("01 01 2602")},
       {"4 2 1 550 1 2 0x10", 2, padded(hex("02 01 2602"), 76) + hex("03000000 00*8 010200")},
       {"4 2 0 7" + repeated(" 90", 400), 2,

@@ -25,10 +25,6 @@ using namespace support;
 
 const bytes no_error = hex("01 0400 00000000");
 const bytes header = hex("02 0400 bc010000  10 0002");  // 444 bytes count, 512 follow
-const std::string answered =
-    exchanged(444) +
-    "RIL[norvel_qmi_result_map:#]: norvel_qmi_result_map, old_result 0, new_result 0\n";
-
 bytes padded(bytes data, std::size_t size) {
   data.resize(size);
   return data;
@@ -105,9 +101,9 @@ read_result read_with(unsigned int capacity,
   return got;
 }
 
-read_result read(unsigned int capacity, unsigned int sub = 0) {
+read_result read(unsigned int capacity) {
   return read_with(capacity, [&](unsigned char* buf, unsigned int* length) {
-    return norvel_efs_read(sub, "/nv/a", 5, buf, length);
+    return norvel_efs_read(0, "/nv/a", 5, buf, length);
   });
 }
 
@@ -149,27 +145,6 @@ TEST_F(nvefs, arguments_are_checked_in_order_before_any_exchange) {
     EXPECT_TRUE(printed.ends_with(function_exit + "\n")) << printed;
   }
   EXPECT_EQ(modem_.requests().size(), 0U);
-}
-
-TEST_F(nvefs, file_of_two_chunks_is_read_and_every_step_logged) {
-  files_["/nv/a"] = hex("0102030405");
-  keep_files(3);
-  const auto got = read(365, 1);
-  EXPECT_EQ(got.code, 0);
-  EXPECT_EQ(got.delivered(), hex("0102030405"));
-  const std::string function = "norvel_efs_read";
-  EXPECT_EQ(got.printed,
-            log_lines(function, {function_entry, "norvel_efs_read, sub_id 1, path_len: 5",
-                                 "buf_len: 365", "path_value: /nv/a"}) +
-                client_made + answered +
-                log_lines(function, {"result = 0, rsp.result = 0",
-                                     "data_len_all = 5, data_len_send = 3, data_len_recv = 3, "
-                                     "read_count = 1, data_len_cur = 0"}) +
-                answered +
-                log_lines(function, {"result = 0, rsp.result = 0",
-                                     "data_len_all = 5, data_len_send = 2, data_len_recv = 5, "
-                                     "read_count = 2, data_len_cur = 3",
-                                     function_exit}));
 }
 
 TEST_F(nvefs, file_longer_than_the_room_is_cut_and_the_result_is_0) {
