@@ -51,19 +51,6 @@ bytes store_data(const modem_connection& client, const bytes& request) {
           answer.end()};
 }
 
-TEST(uim_service, power_is_of_a_slot_that_exists) {
-  const simulated_modem modem;
-  const modem_connection client(modem.socket());
-  EXPECT_EQ(ask(client, "3000", hex("01 0100 02")), done);
-  EXPECT_EQ(ask(client, "6500", hex("01 0100 02")), error("2500"));
-  EXPECT_EQ(ask(client, "3100", hex("01 0100 02  10 0100 01")), done);
-  for (const char* message : {"3000", "3100", "6500"}) {
-    EXPECT_EQ(ask(client, message, hex("01 0100 03")), error("3000"));
-    EXPECT_EQ(ask(client, message, hex("01 0200 0200")), error("0100"));
-    EXPECT_EQ(ask(client, message, {}), error("1100"));
-  }
-}
-
 TEST(uim_service, slot_status_follows_the_switch_and_the_enabled_profile) {
   const simulated_modem modem;
   const modem_connection client(modem.socket());
