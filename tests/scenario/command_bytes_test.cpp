@@ -198,15 +198,6 @@ TEST_F(command, printed_answer_of_a_common_message) {
   }
 }
 
-TEST_F(command, item_and_file_data_are_cut_to_365_bytes) {
-  answer(hex("00*4 6e010000 a8010000 00*4 00*4  00 0f a0 7b*421"), {});
-  for (const char* line : {"4 1 0 5", "4 4 0 /a"}) {
-    const auto got = run(line).output;
-    EXPECT_TRUE(got.ends_with("\ndata len(365)\ndata:  00 0F A0" + repeated(" 7B", 362) + "\n"))
-        << got;
-  }
-}
-
 /// "size name value" of each counter, as the program prints them.
 std::string counters(const std::string& rows) {
   std::string text;
