@@ -14,6 +14,7 @@
 #include "modem_api/modem_api.h"
 #include "modem_api/response.h"
 #include "modem_api/vs_client.h"
+#include "qcril-common/utilities/orvax_memory.h"
 #include "support/android_log.h"
 #include "support/eventually.h"
 #include "support/hand_modem.h"
@@ -97,6 +98,32 @@ TEST_F(stats_client, qmi_results_become_results_of_the_library) {
     const qmi_response_type_v01 response{row.result, row.error};
     EXPECT_EQ(modem_api_map_qmi_error_to_modem_api(row.transport, &response), row.mapped)
         << row.transport << ", " << row.result << ", " << row.error;
+  }
+}
+
+std::uint32_t last_status;
+
+TEST_F(stats_client, response_that_comes_later_is_copied_unless_cancelled) {
+  struct answer {
+    qmi_response_type_v01 resp;
+    std::int32_t value;
+  };
+  const struct {
+    bool cancelled;
+    qmi_response_type_v01 resp;
+    std::uint32_t status;
+    std::int32_t value;
+  } rows[] = {{false, {0, 0}, 2, 5}, {true, {1, 26}, 2, 0}, {false, {1, 94}, 4, 0}};
+  for (const auto& row : rows) {
+    answer copied{};
+    auto* context =
+        static_cast<modem_api_cb_struct_type*>(orvax_malloc_adv(sizeof(modem_api_cb_struct_type)));
+    *context = {[](int, int, void*, std::uint32_t status) { last_status = status; }, &copied};
+    auto* response = static_cast<answer*>(orvax_malloc_adv(sizeof(answer)));
+    *response = {row.resp, 5};
+    modem_api_process_response(row.cancelled, response, sizeof(answer), context, 0);
+    EXPECT_EQ(last_status, row.status);
+    EXPECT_EQ(copied.value, row.value);
   }
 }
 
