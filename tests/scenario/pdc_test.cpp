@@ -236,6 +236,9 @@ TEST_F(pdc, list_is_refused_when_it_is_too_long_unexpected_or_has_no_holder) {
   }
   EXPECT_EQ(listed(), (std::vector<bytes>{{0xCC, 0xDD}, {0xAA, 0xBB}}));
   EXPECT_EQ(count_, 2U);
+  EXPECT_EQ(log_.count("PDC_ERROR, more_available_valid 0, ind_token_valid 1, more_available 0, "
+                       "config_list_len 26"),
+            1);
   slot.config_list_holder = nullptr;
   indicate(one_entry);
   EXPECT_EQ(list(), -1);
