@@ -6,6 +6,7 @@ packages_to_build=(
   ca-certificates g++ cmake ninja-build ccache
   libasio-dev libbenchmark-dev libbz2-dev libcli11-dev libfmt-dev libgtest-dev libjs-dygraphs liblzma-dev libsqlite3-dev
   libsqlitecpp-dev libzstd-dev nlohmann-json3-dev zlib1g-dev
+  python3
 )
 packages_to_check=(
   clang clang-format clang-tidy libclang-14-dev libclang-rt-14-dev llvm-14-dev

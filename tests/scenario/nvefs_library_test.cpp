@@ -7,8 +7,6 @@
 #include <stdlib.h>
 
 #include <algorithm>
-#include <atomic>
-#include <fstream>
 #include <functional>
 #include <map>
 #include <mutex>
@@ -18,13 +16,8 @@
 
 #include "norvel_extend_qmi/norvel_extend_nvefs.h"
 #include "qcril-common/utilities/quiet_notes.h"
-#include "support/eventually.h"
-#include "support/extension_packets.h"
 #include "support/hand_modem.h"
 #include "support/printed.h"
-#include "support/process.h"
-#include "support/simulated_modem.h"
-#include "support/temp_dir.h"
 
 namespace {
 
@@ -32,10 +25,6 @@ using namespace support;
 
 const bytes no_error = hex("01 0400 00000000");
 const bytes header = hex("02 0400 bc010000  10 0002");  // 444 bytes count, 512 follow
-const std::string answered =
-    exchanged(444) +
-    "RIL[norvel_qmi_result_map:#]: norvel_qmi_result_map, old_result 0, new_result 0\n";
-
 bytes padded(bytes data, std::size_t size) {
   data.resize(size);
   return data;
@@ -112,9 +101,9 @@ read_result read_with(unsigned int capacity,
   return got;
 }
 
-read_result read(unsigned int capacity, const std::string& path = "/nv/a", unsigned int sub = 0) {
+read_result read(unsigned int capacity) {
   return read_with(capacity, [&](unsigned char* buf, unsigned int* length) {
-    return norvel_efs_read(sub, path.c_str(), static_cast<unsigned int>(path.size()), buf, length);
+    return norvel_efs_read(0, "/nv/a", 5, buf, length);
   });
 }
 
@@ -122,31 +111,6 @@ read_result read_item() {
   return read_with(365, [](unsigned char* buf, unsigned int* length) {
     return norvel_nv_read(0, 5, buf, length);
   });
-}
-
-TEST_F(nvefs, request_bytes_of_the_longest_paths) {
-  modem_.answer_with_tlvs(answer(3, 3, 0, hex("a1b2c3")));
-  const std::string path(71, 'p');
-  const bytes data = hex("0a0b0c");
-  bytes room(365);
-  unsigned int length = 365;
-  printed_by([&] {
-    EXPECT_EQ(norvel_efs_read(1, path.data(), 71, room.data(), &length), 0);
-    EXPECT_EQ(norvel_efs_write(0, path.data(), 70, data.data(), 2), 0);
-    EXPECT_EQ(norvel_efs_delete(1, path.data(), 70), 0);
-  });
-  const bytes wanted[] = {
-      hex("04 01 0000 47 70*71"),
-      padded(hex("05 00 0000 46 70*70"), 76) + hex("02000000 02000000 00000000 0a0b"),
-      hex("06 00 0000 46 70*70"),
-  };
-  const auto requests = modem_.requests();
-  ASSERT_EQ(requests.size(), std::size(wanted));
-  for (std::size_t i = 0; i < requests.size(); ++i) {
-    EXPECT_EQ(requests[i].data, bytes({0, static_cast<std::uint8_t>(i + 1), 0}) +
-                                    hex("0200 1102  01 0400 02000000  02 0400 00020000  10 0002") +
-                                    padded(wanted[i], 512));
-  }
 }
 
 TEST_F(nvefs, arguments_are_checked_in_order_before_any_exchange) {
@@ -161,21 +125,16 @@ TEST_F(nvefs, arguments_are_checked_in_order_before_any_exchange) {
   } rows[] = {
       {[&] { return norvel_efs_read(2, nullptr, 0, nullptr, nullptr); }, -104, "sub invalid"},
       {[&] { return norvel_efs_read(1, nullptr, 0, nullptr, nullptr); }, -105, "efs_path is null"},
-      {[&] { return norvel_efs_read(0, path, 0, nullptr, nullptr); }, -106, "len invalid"},
       {[&] { return norvel_efs_read(0, path, 72, nullptr, nullptr); }, -106, "len invalid"},
       {[&] { return norvel_efs_read(0, path, 71, nullptr, nullptr); }, -107, "buf is null"},
       {[&] { return norvel_efs_read(0, path, 71, buf, nullptr); }, -108, "p_buf_len is null"},
       {[&] { return norvel_efs_read(0, path, 1, buf, &none); }, -108, "buf_len is invalid"},
-      {[&] { return norvel_efs_write(~0U, nullptr, 0, nullptr, 0); }, -104, "sub invalid"},
       {[&] { return norvel_efs_write(0, path, 71, nullptr, 0); }, -106, "len invalid"},
       {[&] { return norvel_efs_write(0, path, 70, nullptr, 0); }, -107, "buf is null"},
-      {[&] { return norvel_efs_write(0, path, 70, buf, 0); }, -108, "buf_len is invalid"},
       {[&] { return norvel_efs_write(0, path, 70, buf, 102411); }, -108, "buf_len is invalid"},
-      {[&] { return norvel_efs_delete(2, nullptr, 0); }, -104, "sub invalid"},
       {[&] { return norvel_efs_delete(0, path, 71); }, -106, "len invalid"},
       {[&] { return norvel_nv_read(0, 7233, buf, &none); }, -109, "nv_id is out range(7233)"},
       {[&] { return norvel_nv_write_ex(1, -1, buf, 1); }, -109, "nv_id is out range(-1)"},
-      {[&] { return norvel_nv_write_ex(0, 5, buf, 0); }, -108, "buf_len is invalid"},
       {[&] { return norvel_nv_write_ex(0, 5, buf, 366); }, -108, "buf_len is invalid"},
       {[&] { return norvel_nv_delete(0, 7233); }, -109, "nv_id is out range(7233)"},
   };
@@ -186,59 +145,6 @@ TEST_F(nvefs, arguments_are_checked_in_order_before_any_exchange) {
     EXPECT_TRUE(printed.ends_with(function_exit + "\n")) << printed;
   }
   EXPECT_EQ(modem_.requests().size(), 0U);
-}
-
-TEST_F(nvefs, file_of_two_chunks_is_read_and_every_step_logged) {
-  files_["/nv/a"] = hex("0102030405");
-  keep_files(3);
-  const auto got = read(365, "/nv/a", 1);
-  EXPECT_EQ(got.code, 0);
-  EXPECT_EQ(got.delivered(), hex("0102030405"));
-  const std::string function = "norvel_efs_read";
-  EXPECT_EQ(got.printed,
-            log_lines(function, {function_entry, "norvel_efs_read, sub_id 1, path_len: 5",
-                                 "buf_len: 365", "path_value: /nv/a"}) +
-                client_made + answered +
-                log_lines(function, {"result = 0, rsp.result = 0",
-                                     "data_len_all = 5, data_len_send = 3, data_len_recv = 3, "
-                                     "read_count = 1, data_len_cur = 0"}) +
-                answered +
-                log_lines(function, {"result = 0, rsp.result = 0",
-                                     "data_len_all = 5, data_len_send = 2, data_len_recv = 5, "
-                                     "read_count = 2, data_len_cur = 3",
-                                     function_exit}));
-}
-
-TEST_F(nvefs, thousand_bytes_are_written_in_three_chunks) {
-  keep_files(414);
-  const auto data = pattern(1000, 3);
-  const auto printed =
-      printed_by([&] { EXPECT_EQ(norvel_efs_write(1, "/big", 4, data.data(), 1000), 0); });
-  const auto requests = modem_.requests();
-  ASSERT_EQ(requests.size(), 3U);
-  const bytes start = padded(hex("05 01 0000 04 2f626967"), 76) + hex("e8030000");
-  const struct {
-    const char* count_and_offset;
-    std::ptrdiff_t from, to;
-    const char* logged;
-  } rows[] = {
-      {"9e010000 00000000", 0, 414, "left_num(1000)|send_num(414)"},
-      {"9e010000 9e010000", 414, 828, "left_num(586)|send_num(414)"},
-      {"ac000000 3c030000", 828, 1000, "left_num(172)|send_num(172)"},
-  };
-  for (std::size_t i = 0; i < requests.size(); ++i) {
-    const auto& row = rows[i];
-    const auto wanted =
-        start + hex(row.count_and_offset) + bytes(data.begin() + row.from, data.begin() + row.to);
-    // What follows a chunk means nothing.
-    EXPECT_EQ(padded(payload_of(requests[i]), wanted.size()), wanted);
-    const std::string logged = row.logged;
-    const auto bar = logged.find('|');
-    EXPECT_TRUE(contains(
-        printed, log_lines("norvel_efs_write", {logged.substr(0, bar), logged.substr(bar + 1)})))
-        << printed;
-  }
-  EXPECT_TRUE(contains(printed, "send_count = 3, ")) << printed;
 }
 
 TEST_F(nvefs, file_longer_than_the_room_is_cut_and_the_result_is_0) {
@@ -256,9 +162,6 @@ TEST_F(nvefs, file_longer_than_the_room_is_cut_and_the_result_is_0) {
   for (const unsigned int capacity : {1000U, 102410U}) {
     EXPECT_EQ(read(capacity).delivered(), pattern(1000, 1)) << capacity;
   }
-  modem_.answer_with_tlvs(answer(1000, 0, 0));
-  EXPECT_TRUE(read(100).printed.ends_with(
-      log_lines("norvel_efs_read", {"abort, data_len_send <= 0", function_exit})));
 }
 
 // read() and read_item() check that nothing is written past the room.
@@ -304,38 +207,6 @@ TEST_F(nvefs, transfer_ends_after_299_exchanges_or_102410_bytes) {
   EXPECT_LE(got.length, 248U * 414U);
 }
 
-TEST_F(nvefs, results_of_client_and_modem_end_every_operation) {
-  bytes room(500);
-  unsigned int length = 365;
-  const std::function<int()> calls[] = {
-      [&] { return norvel_efs_read(0, "/a", 2, room.data(), &length); },
-      [&] { return norvel_efs_write(0, "/a", 2, room.data(), 500); },
-      [&] { return norvel_efs_delete(0, "/a", 2); },
-      [&] { return norvel_nv_read(0, 5, room.data(), &length); },
-      [&] { return norvel_nv_write_ex(0, 5, room.data(), 5); },
-      [&] { return norvel_nv_delete(0, 5); },
-  };
-  const struct {
-    bytes tlvs;
-    int code;
-    const char* message;
-  } rows[] = {
-      {hex("01 0400 03000000") + header + fill(512), -103, "norvel_extend_qmi_send_sync fail"},
-      {answer(9, 9, 29, fill(9)), 29, "qmi response fail"},
-      {answer(9, 9, 0xFFFFFFFF, fill(9)), -1, "qmi response fail"},
-  };
-  for (const auto& row : rows) {
-    modem_.answer_with_tlvs(row.tlvs);
-    for (const auto& call : calls) {
-      SCOPED_TRACE(std::to_string(row.code) + ", call " + std::to_string(&call - calls));
-      const auto before = modem_.requests().size();
-      const auto printed = printed_by([&] { EXPECT_EQ(call(), row.code); });
-      EXPECT_EQ(modem_.requests().size() - before, 1U);
-      EXPECT_TRUE(contains(printed, row.message)) << printed;
-    }
-  }
-}
-
 TEST_F(nvefs, item_that_is_read) {
   const auto data = pattern(424, 2);
   const struct {
@@ -378,45 +249,6 @@ TEST_F(nvefs, transfers_of_two_threads_never_mix) {
     EXPECT_EQ(u32_at(first, 84), 0U);
     EXPECT_EQ(padded(payload_of(requests[i]), 76), padded(first, 76)) << "request " << i;
   }
-}
-
-// Programs read a file while their modem restarts. Late answers leave it the time to.
-TEST(nvefs_programs, reads_end_by_themselves_while_the_modem_restarts) {
-  const simulated_modem modem({"extension/2=delay:15"}, simulated_modem::begin::at_once,
-                              {"--restart-time", "100"});
-  const temp_dir dir;
-  std::ofstream(dir.file("properties")) << "persist.vendor.ssr.restart_level=ALL_ENABLE\n";
-  const auto run = [&](const std::vector<std::string>& arguments) {
-    return support::run(
-        TVK_PROGRAM, arguments,
-        {{"TVK_MODEM", modem.endpoint()}, {"TVK_PROPERTIES", dir.file("properties")}});
-  };
-  ASSERT_EQ(run({"4", "5", "0", "/a", "1", "2", "3"}).exit_status, 0);
-  const std::string data = "\ndata len(3)\ndata:  01 02 03\n";
-  std::atomic<bool> restarting = true;
-  std::atomic<int> reads = 0;
-  std::vector<std::jthread> readers;
-  for (int i = 0; i < 3; ++i) {
-    readers.emplace_back([&] {
-      while (restarting) {
-        const auto got = run({"4", "4", "0", "/a"});
-        ++reads;
-        EXPECT_EQ(got.exit_status, 0) << got.output;
-        // The modem was lost during the exchange, or between the lookup and the connection.
-        const bool failed =
-            contains(got.output, "error_code(-103)") || contains(got.output, "error_code(-102)");
-        EXPECT_NE(failed, got.output.ends_with(data)) << got.output;
-      }
-    });
-  }
-  for (int i = 0; i < 8; ++i) {
-    const auto got = run({"5", "5"});
-    EXPECT_EQ(got.exit_status, 0) << got.output;
-    for (const int before = reads; reads == before;) std::this_thread::yield();
-  }
-  restarting = false;
-  readers.clear();
-  EXPECT_TRUE(eventually([&] { return run({"4", "4", "0", "/a"}).output.ends_with(data); }));
 }
 
 }  // namespace

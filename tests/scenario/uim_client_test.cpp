@@ -25,9 +25,13 @@ constexpr qmi_server extension = {};
 const bytes done = hex("02 0400 0000 0000");
 const bytes refused = hex("02 0400 0100 0300");
 
-void use_modem(const std::string& endpoint) {
-  setenv("TVK_MODEM", endpoint.c_str(), 1);
-}
+class uim_client : public testing::Test {
+ protected:
+  uim_client() { setenv("TVK_MODEM", modem_.endpoint().c_str(), 1); }
+
+  hand_modem modem_{{uim, extension}};
+};
+class esim_switch : public uim_client {};
 
 std::uint16_t id_of(const datagram& request) {
   return static_cast<std::uint16_t>(request.data.at(3) | request.data.at(4) << 8);
@@ -58,10 +62,8 @@ std::string powered_down(const std::string& about_client, int result, int failur
          log_lines(power_function, last);
 }
 
-TEST(uim_client, requests_as_bytes_and_a_refusal_of_power_that_counts_as_done) {
-  hand_modem modem({uim});
-  use_modem(modem.endpoint());
-  modem.answer_with_tlvs(refused);
+TEST_F(uim_client, requests_as_bytes_and_a_refusal_of_power_that_counts_as_done) {
+  modem_.answer_with_tlvs(refused);
   std::uint8_t channel = 9;
   norvel_apdu_response response{};
   const bytes apdu = hex("80e2910000");
@@ -84,23 +86,21 @@ TEST(uim_client, requests_as_bytes_and_a_refusal_of_power_that_counts_as_done) {
       "00 0500 3b00 1600  01 0100 02  02 0700 0500 80e2910000  10 0100 01  11 0100 01",
       "00 0600 3f00 0c00  01 0100 02  11 0100 01  13 0100 01",
   };
-  const auto sent = modem.requests();
+  const auto sent = modem_.requests();
   ASSERT_EQ(sent.size(), std::size(expected));
   for (std::size_t i = 0; i < sent.size(); ++i) EXPECT_EQ(sent[i].data, hex(expected[i])) << i;
 }
 
-TEST(uim_client, service_that_went_away_is_looked_for_by_the_next_request) {
-  hand_modem modem({uim});
-  use_modem(modem.endpoint());
-  modem.answer_with_tlvs(done);
+TEST_F(uim_client, service_that_went_away_is_looked_for_by_the_next_request) {
+  modem_.answer_with_tlvs(done);
   const auto power_down = [] { EXPECT_EQ(power(0), 0); };
   EXPECT_EQ(printed_by(power_down), powered_down(client_opened, 0, 0));
   EXPECT_EQ(printed_by([&] {
-              modem.withdraw(uim);
+              modem_.withdraw(uim);
               wait_until_printed("set SSR_Detected 1\n");
             }),
             log_lines("error_cb", {"QMI error callback -2", "SSR Detected, set SSR_Detected 1"}));
-  modem.publish(uim);
+  modem_.publish(uim);
   EXPECT_EQ(printed_by(power_down),
             powered_down(log_lines(power_function, {"SSR_Detected, try recovery"}) + recovered +
                              client_opened,
@@ -109,10 +109,8 @@ TEST(uim_client, service_that_went_away_is_looked_for_by_the_next_request) {
 }
 
 // A response with another message id fails at once with -14.
-TEST(uim_client, third_failure_in_a_row_makes_the_next_request_begin_anew) {
-  hand_modem modem({uim});
-  use_modem(modem.endpoint());
-  modem.on_request([](const datagram& request) {
+TEST_F(uim_client, third_failure_in_a_row_makes_the_next_request_begin_anew) {
+  modem_.on_request([](const datagram& request) {
     bytes wrong = request.data;
     wrong[3] = 0x99;
     return std::vector<datagram>{{request.node, request.port, qmi_response(wrong, done)}};
@@ -132,10 +130,8 @@ TEST(uim_client, third_failure_in_a_row_makes_the_next_request_begin_anew) {
   EXPECT_EQ(printed_by(power_down), powered_down(client_opened, -14, 1));
 }
 
-TEST(uim_client, no_more_cards_are_taken_than_there_is_room_for) {
-  hand_modem modem({uim});
-  use_modem(modem.endpoint());
-  modem.answer_with_tlvs(done + hex("13 1500 00 00 03 00 00*5 01 00*5 01 00*5"));
+TEST_F(uim_client, no_more_cards_are_taken_than_there_is_room_for) {
+  modem_.answer_with_tlvs(done + hex("13 1500 00 00 03 00 00*5 01 00*5 01 00*5"));
   norvel_card_states states{3, 3};
   const auto printed = printed_by([&] { EXPECT_TRUE(norvel_uim_get_card_status(states)); });
   EXPECT_EQ(states, (norvel_card_states{0, 1}));
@@ -143,9 +139,7 @@ TEST(uim_client, no_more_cards_are_taken_than_there_is_room_for) {
   EXPECT_FALSE(contains(printed, "SIM[2]"));
 }
 
-TEST(uim_client, eid_is_taken_only_from_a_good_answer_that_has_it) {
-  hand_modem modem({uim});
-  use_modem(modem.endpoint());
+TEST_F(uim_client, eid_is_taken_only_from_a_good_answer_that_has_it) {
   const bytes untouched(norvel_eid_size, 0xEE);
   const bytes eid = hex("89049032000000000000000000000066");
   const struct {
@@ -155,18 +149,16 @@ TEST(uim_client, eid_is_taken_only_from_a_good_answer_that_has_it) {
               {refused + hex("10 1100 10") + eid, untouched},
               {done + hex("10 1100 10") + eid, eid}};
   for (const auto& row : rows) {
-    modem.answer_with_tlvs(row.tlvs);
+    modem_.answer_with_tlvs(row.tlvs);
     bytes got = untouched;
     printed_by([&] { norvel_uim_request_eid(2, got.data()); });
     EXPECT_EQ(got, row.expected);
   }
-  EXPECT_EQ(modem.requests().at(0).data, hex("00 0100 6500 0400 01 0100 02"));
+  EXPECT_EQ(modem_.requests().at(0).data, hex("00 0100 6500 0400 01 0100 02"));
 }
 
-TEST(uim_client, indications_are_printed_and_97_is_decoded) {
-  hand_modem modem({uim});
-  use_modem(modem.endpoint());
-  modem.answer_with_tlvs(done);
+TEST_F(uim_client, indications_are_printed_and_97_is_decoded) {
+  modem_.answer_with_tlvs(done);
   printed_by([] { EXPECT_EQ(power(0), 0); });
   const struct {
     const char* message;
@@ -182,7 +174,7 @@ TEST(uim_client, indications_are_printed_and_97_is_decoded) {
   };
   for (const auto& row : rows) {
     EXPECT_EQ(printed_by([&] {
-                modem.send({0, uim.port, hex(row.message)});
+                modem_.send({0, uim.port, hex(row.message)});
                 wait_until_printed(row.printed.back() + "\n");
               }),
               log_lines("norvel_uim_qmi_client_unsol_ind_cb", row.printed));
@@ -201,11 +193,9 @@ std::vector<datagram> reply(const datagram& request, const bytes& tlvs) {
 }
 
 // Eight bytes of zero are not an EID.
-TEST(esim_switch, eid_with_letters_is_shown_as_a_failure_and_without_one_30_attempts_are_made) {
-  hand_modem modem({uim, extension});
-  use_modem(modem.endpoint());
+TEST_F(esim_switch, eid_with_letters_is_shown_as_a_failure_and_without_one_30_attempts_are_made) {
   int zeros = 0;
-  modem.on_request([&zeros](const datagram& request) {
+  modem_.on_request([&zeros](const datagram& request) {
     if (id_of(request) != 0x65) return reply(request, done);
     return reply(request, done + hex(zeros-- > 0 ? "10 1100 10 00*8 ff*8"
                                                  : "10 1100 10 8904903200000000000000000000ab66"));
@@ -218,7 +208,7 @@ TEST(esim_switch, eid_with_letters_is_shown_as_a_failure_and_without_one_30_atte
     EXPECT_EQ(take_pauses(), std::vector(static_cast<std::size_t>(attempts), 100ms));
   }
   // The notice is between the requests for power, of which the second ignores the hot swap.
-  const auto sent = modem.requests();
+  const auto sent = modem_.requests();
   ASSERT_GE(sent.size(), 3U);
   EXPECT_EQ(sent[1].port, extension.port);
   EXPECT_EQ(bytes(sent[1].data.begin() + 24, sent[1].data.begin() + 48),
@@ -226,9 +216,9 @@ TEST(esim_switch, eid_with_letters_is_shown_as_a_failure_and_without_one_30_atte
   EXPECT_EQ(sent[2].data, hex("00 0200 3100 0c00  01 0100 02  10 0100 01  11 0100 00"));
 }
 
-TEST(esim_switch, eid_is_saved_once_and_never_over_another) {
+TEST_F(esim_switch, eid_is_saved_once_and_never_over_another) {
   const simulated_modem modem;
-  use_modem(modem.endpoint());
+  setenv("TVK_MODEM", modem.endpoint().c_str(), 1);
   const auto switched = [] { return printed_by([] { EXPECT_EQ(esim_test("1", "1"), 0); }); };
   const std::string eid = "\n\neID=89049032000000000000000000000066\n";
   EXPECT_TRUE(contains(switched(),
@@ -244,9 +234,7 @@ TEST(esim_switch, eid_is_saved_once_and_never_over_another) {
       "data:  89 04 90 32 00 00 00 00 00 00 00 00 00 00 00 66\n"));
 }
 
-TEST(esim_switch, reset_believes_two_answers_of_the_card) {
-  hand_modem modem({uim});
-  use_modem(modem.endpoint());
+TEST_F(esim_switch, reset_believes_two_answers_of_the_card) {
   const struct {
     const char* apdu;  ///< TLV 0x10 of the answer
     bool success;
@@ -260,22 +248,22 @@ TEST(esim_switch, reset_believes_two_answers_of_the_card) {
       {"", false},
   };
   for (const auto& row : rows) {
-    modem.on_request([&row](const datagram& request) {
+    modem_.on_request([&row](const datagram& request) {
       if (id_of(request) == 0x42) return reply(request, done + hex("10 0100 03"));
       if (id_of(request) == 0x3B) return reply(request, done + hex(row.apdu));
       return reply(request, refused);  // a close that fails does not matter
     });
-    const auto before = modem.requests().size();
+    const auto before = modem_.requests().size();
     EXPECT_EQ(printed_by([] { EXPECT_EQ(esim_test("5", "0"), 0); }),
               row.success ? "value=SUCCEED\n" : "value=FAILED\n")
         << row.apdu;
-    const auto sent = modem.requests();
+    const auto sent = modem_.requests();
     ASSERT_EQ(sent.size() - before, row.success ? 3U : 2U);
     const auto& apdu = sent[before + 1].data;
     EXPECT_EQ(bytes(apdu.begin() + 7, apdu.end()),
               hex("01 0100 02  02 0f00 0d00 80e2910007bf340482 0205e000  10 0100 03  11 0100 01"));
   }
-  const auto open = modem.requests().at(0).data;
+  const auto open = modem_.requests().at(0).data;
   EXPECT_EQ(bytes(open.begin() + 7, open.end()),
             hex("01 0100 02  10 1100 10 a0000005591010ffffffff8900000100  11 0100 01"));
 }
