@@ -6,14 +6,11 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
 #include <string>
 
 #include "support/bytes.h"
+#include "support/decode_run.h"
 #include "support/eventually.h"
-#include "support/hand_diag.h"
-#include "support/process.h"
-#include "support/temp_dir.h"
 
 namespace {
 
@@ -30,13 +27,11 @@ const bytes nr =
         "08000000 0F60 FF C602 DE930600 18002802 01 00*4 0300 040506");
 const bytes version_5 = hex("1000 1100 1100 C0B0 BE0C0A9E34DDD400 05 0904 01 95");
 
-TEST(tvk_decode_signalling, file_has_what_filters_leave) {
-  const support::temp_dir dir;
-  const auto path = dir.file("a.qmdl");
-  const auto to = dir.file("a.pcapng");
-  const bytes capture = diag_frame(lte) + diag_frame(nr) + diag_frame(version_5);
-  std::ofstream(path).write(reinterpret_cast<const char*>(capture.data()),
-                            static_cast<std::streamsize>(capture.size()));
+using tvk_decode_signalling = support::with_captures;
+
+TEST_F(tvk_decode_signalling, file_has_what_filters_leave) {
+  const auto path = made("a.qmdl", diag_frame(lte) + diag_frame(nr) + diag_frame(version_5));
+  const auto to = file("a.pcapng");
   const auto run = [&](std::vector<std::string> more) {
     more.insert(more.end(), {"-f", "pcap", "-o", to, path});
     return support::run(TVK_DECODE_PROGRAM, more);
@@ -62,7 +57,7 @@ TEST(tvk_decode_signalling, file_has_what_filters_leave) {
   EXPECT_EQ(support::run(TVK_DECODE_PROGRAM, {"--comments", "-f", "jsonl", path}).exit_status, 2);
 }
 
-TEST(tvk_decode_signalling, live_asks_for_it_and_sends_datagrams) {
+TEST_F(tvk_decode_signalling, live_asks_for_it_and_sends_datagrams) {
   const int wireshark = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
   sockaddr_in address{};
   address.sin_family = AF_INET;

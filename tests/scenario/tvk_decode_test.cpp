@@ -8,9 +8,7 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <map>
 #include <sstream>
 #include <string>
@@ -20,30 +18,18 @@
 
 #include "captures/folders.h"
 #include "support/bytes.h"
+#include "support/decode_run.h"
 #include "support/eventually.h"
-#include "support/hand_diag.h"
 #include "support/packing.h"
-#include "support/process.h"
-#include "support/record_lines.h"
 #include "support/simulated_modem.h"
-#include "support/temp_dir.h"
 
 namespace {
 
-using support::background_process;
-using support::bytes;
-using support::diag_frame;
-using support::hand_diag;
-using support::hex;
-using support::records_in;
-using support::operator+;
+using namespace support;
 
-// 2016-03-23T21:55:49.772582Z and a tick of 1.25 ms later.
 const bytes cell_info =
     hex("1000 2900 2900 C2B0 BE0C0A9E34DDD400 "
         "032101D0030000204A000019190C506300FBA402000000360103040101");
-const bytes voice =
-    hex("1000 2500 2500 6815 BE0C0B9E34DDD400 0D013412D4C3B2A100710200010021002000000F0008010000");
 const std::string cell_info_line =
     R"({"time":"2016-03-23T21:55:49.772582Z","radio":1,"source":"0xB0C2",)"
     R"("data_id":129,"name":"lte_rrc_serving_cell_info","packet_version":"3","mcc":310,)"
@@ -51,13 +37,6 @@ const std::string cell_info_line =
     R"("dl_earfcn":976,"num_dl_rb":25,"dl_bandwidth_MHz":5.0,"ul_earfcn":18976,"num_ul_rb":25,)"
     R"("ul_bandwidth_MHz":5.0,"allow_access":1})"
     "\n";
-std::string voice_line(int radio = 1) {
-  return R"({"time":"2016-03-23T21:55:49.773832Z","radio":)" + std::to_string(radio) +
-         R"(,"source":"0x1568","data_id":136,"name":"ims_rtp_sn_and_payload",)"
-         R"("packet_version":"13","codec_code":1,"codec":"AMR_WB","frame_type_code":8})"
-         "\n";
-}
-
 // Every form of payload and of time: 1606 with one byte, 1428 with a counted one, 631 with two,
 // 1429 with none, and 1430 whose two bytes of time have wrapped.
 const bytes events =
@@ -80,41 +59,15 @@ const bytes capture = diag_frame(cell_info) + diag_frame(hex("92 00*30")) +
                       diag_frame(radio_two + voice) + diag_frame(events);
 const std::string capture_lines = cell_info_line + voice_line(2) + events_lines;
 
-support::process_result decode(std::vector<std::string> arguments) {
-  auto got = support::run(TVK_DECODE_PROGRAM, arguments);
-  got.output = records_in(got.output);
-  return got;
-}
-
-std::string read_file(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-void write_file(const std::string& path, const bytes& content) {
-  std::ofstream(path, std::ios::binary)
-      .write(reinterpret_cast<const char*>(content.data()),
-             static_cast<std::streamsize>(content.size()));
-}
-
-class tvk_decode : public testing::Test {
- protected:
-  std::string made(const std::string& name, const bytes& content) {
-    write_file(dir_.file(name), content);
-    return dir_.file(name);
-  }
-
-  support::temp_dir dir_;
-};
+using tvk_decode = with_captures;
 
 TEST_F(tvk_decode, a_capture_gives_the_same_records_in_every_form) {
   const bytes guid = hex("00*16");
   const bytes header = hex("4D000000 02 01 01000000") + guid + hex("01000000 05 41*30") + guid;
   const bytes stuffed = hex("AA*40 7E 7E") + capture;  // begins within a frame
   for (const auto& path :
-       {made("a.bin", capture), made("a.qmdl.gz", support::gzip(capture)),
-        made("a.zst", support::zstd(capture)), made("a.xz", support::xz(capture)),
-        made("a.bz2", support::bzip2(capture)), made("a.qmdl2", header + capture),
+       {made("a.bin", capture), made("a.qmdl.gz", gzip(capture)), made("a.zst", zstd(capture)),
+        made("a.xz", xz(capture)), made("a.bz2", bzip2(capture)), made("a.qmdl2", header + capture),
         made("a.mi2log", stuffed)}) {
     const auto got = decode({"-f", "jsonl", path});
     EXPECT_EQ(got.output, capture_lines) << path;
@@ -128,20 +81,20 @@ TEST_F(tvk_decode, a_capture_gives_the_same_records_in_every_form) {
     EXPECT_EQ(decode({"-f", "jsonl", path}).output, cell_info_line + voice_line()) << path;
   }
   // Several, in their order; of a directory in the order of names, other files told.
-  std::filesystem::create_directory(dir_.file("more"));
-  std::filesystem::create_directory(dir_.file("more/below"));
+  std::filesystem::create_directory(file("more"));
+  std::filesystem::create_directory(file("more/below"));
   made("more/below/2.qmdl", diag_frame(voice));
   made("more/1.qmdl", diag_frame(cell_info));
   made("more/notes.txt", hex("41*40"));
-  const auto got = decode({"-f", "jsonl", made("e.qmdl", diag_frame(events)), dir_.file("more")});
+  const auto got = decode({"-f", "jsonl", made("e.qmdl", diag_frame(events)), file("more")});
   EXPECT_EQ(got.output, events_lines + cell_info_line + voice_line());
-  EXPECT_EQ(got.errors, "tvk-decode: " + dir_.file("more/notes.txt") + ": no diagnostic packets\n");
+  EXPECT_EQ(got.errors, "tvk-decode: " + file("more/notes.txt") + ": no diagnostic packets\n");
   EXPECT_EQ(got.exit_status, 0);
 }
 
 TEST_F(tvk_decode, standard_input_is_a_capture) {
   if (TVK_CROSS_BUILD) GTEST_SKIP() << "the shell does not run programs of a cross build";
-  const auto got = support::run(
+  const auto got = run(
       "/bin/sh", {"-c", "exec \"$0\" -f jsonl - < \"$1\"", TVK_DECODE_PROGRAM, made("a", capture)});
   EXPECT_EQ(records_in(got.output), capture_lines);
 }
@@ -152,18 +105,17 @@ TEST_F(tvk_decode, records_say_which_packet_of_which_file_they_are_from) {
   damaged[9] ^= 1;
   const auto first = made("first \"one\", here.qmdl", damaged + capture);
   const auto second = made("second.qmdl", capture);
-  const auto got =
-      support::run(TVK_DECODE_PROGRAM, {"-f", "jsonl", "--code", "1568", first, second});
-  const auto json_name = [&](const char* name) { return "\"file\":\"" + dir_.file(name); };
+  const auto got = run(TVK_DECODE_PROGRAM, {"-f", "jsonl", "--code", "1568", first, second});
+  const auto json_name = [&](const char* name) { return "\"file\":\"" + file(name); };
   EXPECT_NE(got.output.find(json_name("first \\\"one\\\", here.qmdl\",\"packet\":2,")),
             std::string::npos)
       << got.output;
   EXPECT_NE(got.output.find(json_name("second.qmdl\",\"packet\":2,")), std::string::npos);
-  EXPECT_EQ(decode({"-f", "csv", "-o", dir_.file("csv"), first}).exit_status, 0);
-  EXPECT_EQ(read_file(dir_.file("csv/cm_call_end.csv")),
+  EXPECT_EQ(decode({"-f", "csv", "-o", file("csv"), first}).exit_status, 0);
+  EXPECT_EQ(read_file(file("csv/cm_call_end.csv")),
             "time,radio,source,data_id,file,packet,num_calls,cm_call_id\n"
             "2016-03-23T21:55:49.772584Z,1,event 631,118,\"" +
-                dir_.file("first \"\"one\"\", here.qmdl") + "\",3,1,2\n");
+                file("first \"\"one\"\", here.qmdl") + "\",3,1,2\n");
 }
 
 // The state behind record 127 is that of the radio and of the capture, wanted or not.
@@ -176,9 +128,9 @@ TEST_F(tvk_decode, a_filter_or_another_radio_or_file_does_not_change_a_record) {
       "connected", change({}, "BE0C0A", 4) + change(radio_two, "BE0C0B", 4) +
                        change({}, "BE0C0C", 4) + change({}, "BE0C0D", 2) + change({}, "BE0C0E", 4));
   const auto setups = [&](std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), {"-f", "csv", "--force", "-o", dir_.file("csv")});
+    arguments.insert(arguments.begin(), {"-f", "csv", "--force", "-o", file("csv")});
     EXPECT_EQ(decode(arguments).exit_status, 0);
-    std::istringstream table(read_file(dir_.file("csv/lte_rrc_state_change.csv")));
+    std::istringstream table(read_file(file("csv/lte_rrc_state_change.csv")));
     std::string packets;
     for (std::string line; std::getline(table, line);) {
       if (!line.starts_with("time")) packets += line.substr(28, 1) + "@" + line.substr(17, 9) + " ";
@@ -224,32 +176,20 @@ TEST_F(tvk_decode, filters_and_formats) {
             "tac 42235, cgi 6508556, pci 289\n"
             "2016-03-23T21:55:49.772582Z 1: freq_band_ind = 2, dl_earfcn = 976, dl_bw 25, "
             "ul_earfcn 18976, ul_bw 25, allow_access 1\n");
-  EXPECT_EQ(decode({"-f", "csv", "--raw", "-o", dir_.file("csv"), path}).exit_status, 0);
-  EXPECT_EQ(read_file(dir_.file("csv/ims_rtp_sn_and_payload.csv")),
+  EXPECT_EQ(decode({"-f", "csv", "--raw", "-o", file("csv"), path}).exit_status, 0);
+  EXPECT_EQ(read_file(file("csv/ims_rtp_sn_and_payload.csv")),
             "time,radio,source,data_id,file,packet,packet_version,codec_code,codec,"
             "frame_type_code,raw\n"
             "2016-03-23T21:55:49.773832Z,2,0x1568,136," +
                 path + ",2,13,1,AMR_WB,8,0d0108\n");
-  const auto powers = made(
-      "powers", diag_frame(hex("1000 7800 7800 6DB1 BE0C0A9E34DDD400 30000002 00000000 1066e623 f4 "
-                               "00*43 00000000 1166e623 07040000 00*28 e001000300000000 00*4")));
-  const auto refused = decode({"-f", "csv", "-o", dir_.file("csv"), powers});
+  const auto call = made("call", diag_frame(events));
+  const auto refused = decode({"-f", "csv", "-o", file("csv"), call});
   EXPECT_EQ(refused.exit_status, 1);
-  EXPECT_EQ(refused.errors, "tvk-decode: " + dir_.file("csv") +
+  EXPECT_EQ(refused.errors, "tvk-decode: " + file("csv") +
                                 ": the directory already holds tables, such as cm_call_end.csv; "
                                 "--force replaces all\n");
-  EXPECT_EQ(decode({"-f", "csv", "--force", "-o", dir_.file("csv"), powers}).exit_status, 0);
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir_.file("csv")), {}), 1);
-  EXPECT_EQ(
-      read_file(dir_.file("csv/lte_tx_power.csv")),
-      "time,radio,source,data_id,file,packet,packet_version,num_reports,reports\n"
-      "2016-03-23T21:55:49.772582Z,1,0xB16D,83," +
-          powers +
-          R"(,0,48,2,"[{""pucch_tx_power_dBm"":-12.0,""num_pusch_rb"":null,""pusch_modulation_code"":null,)"
-          R"(""pusch_modulation"":null,""pusch_tx_power_dBm"":null,""pusch_mcs"":null},)"
-          R"({""pucch_tx_power_dBm"":null,""num_pusch_rb"":4,""pusch_modulation_code"":3,)"
-          R"(""pusch_modulation"":""64QAM"",""pusch_tx_power_dBm"":7.0,""pusch_mcs"":15}]")"
-          "\n");
+  EXPECT_EQ(decode({"-f", "csv", "--force", "-o", file("csv"), call}).exit_status, 0);
+  EXPECT_FALSE(std::filesystem::exists(file("csv/ims_rtp_sn_and_payload.csv")));
 }
 
 TEST_F(tvk_decode, what_was_lost_or_refused_is_told) {
@@ -277,7 +217,7 @@ TEST_F(tvk_decode, what_was_lost_or_refused_is_told) {
   }
   EXPECT_EQ(decode({"-f", "none", "--strict", made("b", diag_frame(voice))}).exit_status, 0);
 
-  for (const auto& file : {dir_.file("none"), made("zeros", bytes(99, 1))}) {
+  for (const auto& file : {file("none"), made("zeros", bytes(99, 1))}) {
     const auto failed = decode({"-f", "none", file});
     EXPECT_EQ(failed.exit_status, 1) << file;
     EXPECT_TRUE(failed.errors.starts_with("tvk-decode: " + file + ": ")) << failed.errors;
@@ -313,8 +253,7 @@ class tvk_decode_captures : public tvk_decode,
 
 TEST_P(tvk_decode_captures, counts_of_real_captures) {
   const auto& folder = GetParam();
-  std::ifstream file(folder / "expected/frames.json");
-  const auto expected = nlohmann::json::parse(file);
+  const auto expected = nlohmann::json::parse(read_file(folder / "expected/frames.json"));
   std::string all_lines;
   std::vector<std::string> paths;
   for (const auto& [name, counts] : expected.items()) {
@@ -371,7 +310,7 @@ class live_port {
 
   /// Waits until the requests so far hold `count` that begin with `front`.
   bool wait_for(const bytes& front, std::size_t count) const {
-    return support::eventually([&] { return beginning_with(front).size() >= count; });
+    return eventually([&] { return beginning_with(front).size() >= count; });
   }
 
   std::vector<bytes> beginning_with(const bytes& front) const {
@@ -420,8 +359,8 @@ const bytes reports_off = hex("60 00");
 
 TEST_F(tvk_decode, live_asks_saves_comes_back_and_takes_its_requests_back) {
   live_port modem;
-  background_process live(TVK_DECODE_PROGRAM, modem.arguments({"--save", dir_.file("s.qmdl"), "-o",
-                                                               dir_.file("lines"), "--summary"}));
+  background_process live(TVK_DECODE_PROGRAM, modem.arguments({"--save", file("s.qmdl"), "-o",
+                                                               file("lines"), "--summary"}));
   ASSERT_TRUE(modem.wait_for(reports_on, 1));
   const auto masks = modem.beginning_with(hex("73000000 03000000 0B000000"));
   ASSERT_EQ(masks.size(), 1U);
@@ -433,29 +372,27 @@ TEST_F(tvk_decode, live_asks_saves_comes_back_and_takes_its_requests_back) {
   EXPECT_EQ(wanted[0].back(), 0x80);
 
   modem.port().write(capture + hex("01020304057E"));
-  EXPECT_TRUE(support::eventually(
-      [&] { return records_in(read_file(dir_.file("lines"))) == capture_lines; }));
+  EXPECT_TRUE(eventually([&] { return records_in(read_file(file("lines"))) == capture_lines; }));
   modem.port().close_connection();
   EXPECT_TRUE(live.wait_for_error_text("the port is lost; waiting for it"));
   EXPECT_TRUE(live.wait_for_error_text("the port is back"));
   ASSERT_TRUE(modem.wait_for(reports_on, 2));
   modem.port().write(diag_frame(voice));
-  EXPECT_TRUE(support::eventually(
-      [&] { return records_in(read_file(dir_.file("lines"))) != capture_lines; }));
+  EXPECT_TRUE(eventually([&] { return records_in(read_file(file("lines"))) != capture_lines; }));
   live.send_signal(SIGINT);
   const auto ended = live.wait();
   EXPECT_EQ(ended.exit_status, 0);
-  EXPECT_EQ(records_in(read_file(dir_.file("lines"))), capture_lines + voice_line());
+  EXPECT_EQ(records_in(read_file(file("lines"))), capture_lines + voice_line());
   EXPECT_NE(ended.errors.find("\nbad CRC                  1\n"), std::string::npos) << ended.errors;
 
   EXPECT_EQ(modem.beginning_with(reports_off).size(), 1U);
   EXPECT_EQ(modem.beginning_with(hex("82")).back(), hex("82 00 0000 0010 00*511 80"));
   EXPECT_EQ(modem.beginning_with(hex("73000000 03000000 0B000000")).back(),
             hex("73000000 03000000 0B000000 00100000 01 00*511"));
-  const auto saved = read_file(dir_.file("s.qmdl"));
+  const auto saved = read_file(file("s.qmdl"));
   const std::string in_saved(capture.begin(), capture.end());
   EXPECT_NE(saved.find(in_saved), std::string::npos);
-  EXPECT_EQ(decode({"-f", "jsonl", dir_.file("s.qmdl")}).output, capture_lines + voice_line());
+  EXPECT_EQ(decode({"-f", "jsonl", file("s.qmdl")}).output, capture_lines + voice_line());
 }
 
 /// A named pipe of one page and its reader, who need not read.
@@ -475,7 +412,7 @@ class slow_reader {
     file_ = -1;
   }
   bool wait_until_full() const {
-    return support::eventually([this] {
+    return eventually([this] {
       int waiting = 0;
       ioctl(file_, FIONREAD, &waiting);
       return waiting == size_;
@@ -502,7 +439,7 @@ TEST_F(tvk_decode, live_gives_the_masks_back_however_it_ends) {
     for (int i = 0; i < 100; ++i) all = all + diag_frame(cell_info);
     return all;
   }();
-  const std::string pipe = dir_.file("pipe");
+  const std::string pipe = file("pipe");
   const struct {
     const char* what;
     std::vector<std::string> more;
@@ -571,7 +508,7 @@ TEST_F(tvk_decode, live_gives_the_masks_back_however_it_ends) {
 TEST_F(tvk_decode, save_makes_its_file_when_there_is_a_port_and_replaces_none_unasked) {
   const auto kept = made("kept.qmdl", capture);
   const std::string content(capture.begin(), capture.end());
-  const auto no_port = decode({"--live", "unix:" + dir_.file("none"), "--save", kept, "--force"});
+  const auto no_port = decode({"--live", "unix:" + file("none"), "--save", kept, "--force"});
   EXPECT_EQ(no_port.exit_status, 1);
   EXPECT_EQ(read_file(kept), content);
   live_port modem;
@@ -591,8 +528,7 @@ TEST_F(tvk_decode, standard_streams_that_take_nothing_are_errors_and_are_left_al
   if (TVK_CROSS_BUILD) GTEST_SKIP() << "the shell does not run programs of a cross build";
   const auto path = made("a.qmdl", capture);
   const auto shell = [&](const std::string& rest) {
-    return support::run(
-        "/bin/sh", {"-c", "exec \"$0\" " + rest, TVK_DECODE_PROGRAM, path, dir_.file("lines")});
+    return run("/bin/sh", {"-c", "exec \"$0\" " + rest, TVK_DECODE_PROGRAM, path, file("lines")});
   };
   for (const std::string to : {"/dev/full", "&-"}) {
     const auto why = to == "&-" ? "Bad file descriptor\n" : "No space left on device\n";
@@ -607,7 +543,7 @@ TEST_F(tvk_decode, standard_streams_that_take_nothing_are_errors_and_are_left_al
                                    "-f jsonl --summary -o \"$2\" \"$1\""}) {
       EXPECT_EQ(shell(what + " 2>" + to).exit_status, 1) << what;
     }
-    EXPECT_EQ(records_in(read_file(dir_.file("lines"))), capture_lines);
+    EXPECT_EQ(records_in(read_file(file("lines"))), capture_lines);
   }
   EXPECT_EQ(shell("-f none - <&-").errors, "tvk-decode: standard input: Bad file descriptor\n");
 }
@@ -617,18 +553,17 @@ TEST_F(tvk_decode, live_from_a_simulated_modem_as_from_its_file) {
   for (int i = 0; i < 300; ++i) many = many + diag_frame(cell_info) + diag_frame(events);
   const auto path = made("play.qmdl", many);
   const auto expected = decode({"-f", "jsonl", path}).output;
-  support::simulated_modem modem({}, support::simulated_modem::begin::at_once,
-                                 {"--play", path, "--rate", "0"});
+  simulated_modem modem({}, simulated_modem::begin::at_once, {"--play", path, "--rate", "0"});
   const auto diag =
       "unix:" + std::filesystem::path(modem.socket()).replace_filename("diag.sock").string();
   background_process live(TVK_DECODE_PROGRAM, {"--live", diag, "-f", "jsonl", "--save",
-                                               dir_.file("s.qmdl"), "-o", dir_.file("lines")});
-  EXPECT_TRUE(support::eventually(
-      [&] { return records_in(read_file(dir_.file("lines"))).size() >= expected.size(); }));
+                                               file("s.qmdl"), "-o", file("lines")});
+  EXPECT_TRUE(
+      eventually([&] { return records_in(read_file(file("lines"))).size() >= expected.size(); }));
   live.send_signal(SIGTERM);
   EXPECT_EQ(live.wait().exit_status, 0);
-  EXPECT_TRUE(records_in(read_file(dir_.file("lines"))) == expected);
-  EXPECT_TRUE(decode({"-f", "jsonl", dir_.file("s.qmdl")}).output == expected);
+  EXPECT_TRUE(records_in(read_file(file("lines"))) == expected);
+  EXPECT_TRUE(decode({"-f", "jsonl", file("s.qmdl")}).output == expected);
 }
 
 }  // namespace
