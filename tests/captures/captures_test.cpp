@@ -14,6 +14,7 @@
 #include "captures/independent_values.h"
 #include "decode/input/byte_source.h"
 #include "modem_stats/columns.h"
+#include "support/decode_run.h"
 #include "support/decoded.h"
 
 namespace {
@@ -131,6 +132,50 @@ TEST_P(captures_in, levels_are_not_their_markers) {
                   state, modem_stats::version_set::all);
   });
   EXPECT_GT(check.levels, 0U);
+}
+
+/// The number in "0xB193", "1606" or "event 1606".
+std::uint32_t number_in(const std::string& text) {
+  return static_cast<std::uint32_t>(std::stoul(text.substr(text.find(' ') + 1), nullptr, 0));
+}
+
+TEST_P(captures_in, program_counts_their_packets_and_makes_lines_of_json) {
+  const auto& folder = GetParam();
+  const auto expected = nlohmann::json::parse(support::read_file(folder / "expected/frames.json"));
+  std::vector<std::string> paths;
+  for (const auto& [name, counts] : expected.items()) {
+    const std::string path = folder / name;
+    paths.push_back(path);
+    const auto found = nlohmann::json::parse(
+        support::decode({"--summary-format", "json", "-f", "none", path}).output);
+    EXPECT_EQ(found["bytes"], counts["bytes"]) << name;
+    EXPECT_EQ(found["frames"], counts["frames"]) << name;
+    for (const char* lost : {"bad_crc", "bytes_skipped", "damaged_packets"}) {
+      EXPECT_EQ(found[lost], 0) << name;
+    }
+    EXPECT_EQ(found["with_radio_prefix"], counts["multi_radio_prefix"]) << name;
+    for (const auto& [kind, key] : {std::pair("messages", "code"), std::pair("logs", "source"),
+                                    std::pair("events", "source")}) {
+      std::map<std::uint32_t, std::uint64_t> ours;
+      std::map<std::uint32_t, std::uint64_t> theirs;
+      for (const auto& one : found[kind]) ours[number_in(one[key])] = one["packets"];
+      for (const auto& [code, count] : counts[kind].items()) {
+        theirs[number_in(kind == std::string("messages") ? "0x" + code : code)] = count;
+      }
+      EXPECT_EQ(ours, theirs) << name << " " << kind;
+    }
+  }
+  paths.insert(paths.begin(), {"-f", "jsonl", "-j", "1"});
+  const auto all_lines = support::decode(paths).output;
+  std::istringstream lines(all_lines);
+  std::size_t count = 0;
+  for (std::string line; std::getline(lines, line); ++count) {
+    const auto record = nlohmann::json::parse(line);  // throws when it is not strict
+    EXPECT_TRUE(record.is_object() && record.contains("data_id")) << line;
+  }
+  EXPECT_GT(count, 40U);
+  paths[3] = "4";
+  EXPECT_TRUE(support::decode(paths).output == all_lines);
 }
 
 INSTANTIATE_TEST_SUITE_P(folders, captures_in, testing::ValuesIn(captures::folders()),

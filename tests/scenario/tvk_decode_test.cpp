@@ -9,14 +9,10 @@
 #include <algorithm>
 #include <filesystem>
 #include <functional>
-#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
-#include "captures/folders.h"
 #include "support/bytes.h"
 #include "support/decode_run.h"
 #include "support/eventually.h"
@@ -242,57 +238,6 @@ TEST_F(tvk_decode, what_was_lost_or_refused_is_told) {
             "tvk-decode: --code: 'lte_srv_mess' has no decoder; did you mean lte_srv_meas?; --help "
             "describes the options\n");
 }
-
-/// The number in "0xB193", "1606" or "event 1606".
-std::uint32_t number_in(const std::string& text) {
-  return static_cast<std::uint32_t>(std::stoul(text.substr(text.find(' ') + 1), nullptr, 0));
-}
-
-class tvk_decode_captures : public tvk_decode,
-                            public testing::WithParamInterface<std::filesystem::path> {};
-
-TEST_P(tvk_decode_captures, counts_of_real_captures) {
-  const auto& folder = GetParam();
-  const auto expected = nlohmann::json::parse(read_file(folder / "expected/frames.json"));
-  std::string all_lines;
-  std::vector<std::string> paths;
-  for (const auto& [name, counts] : expected.items()) {
-    const std::string path = folder / name;
-    paths.push_back(path);
-    const auto found =
-        nlohmann::json::parse(decode({"--summary-format", "json", "-f", "none", path}).output);
-    EXPECT_EQ(found["bytes"], counts["bytes"]) << name;
-    EXPECT_EQ(found["frames"], counts["frames"]) << name;
-    for (const char* lost : {"bad_crc", "bytes_skipped", "damaged_packets"}) {
-      EXPECT_EQ(found[lost], 0) << name;
-    }
-    EXPECT_EQ(found["with_radio_prefix"], counts["multi_radio_prefix"]) << name;
-    for (const auto& [kind, key] : {std::pair("messages", "code"), std::pair("logs", "source"),
-                                    std::pair("events", "source")}) {
-      std::map<std::uint32_t, std::uint64_t> ours;
-      std::map<std::uint32_t, std::uint64_t> theirs;
-      for (const auto& one : found[kind]) ours[number_in(one[key])] = one["packets"];
-      for (const auto& [code, count] : counts[kind].items()) {
-        theirs[number_in(kind == std::string("messages") ? "0x" + code : code)] = count;
-      }
-      EXPECT_EQ(ours, theirs) << name << " " << kind;
-    }
-  }
-  paths.insert(paths.begin(), {"-f", "jsonl", "-j", "1"});
-  all_lines = decode(paths).output;
-  std::istringstream lines(all_lines);
-  std::size_t count = 0;
-  for (std::string line; std::getline(lines, line); ++count) {
-    const auto record = nlohmann::json::parse(line);  // throws when it is not strict
-    EXPECT_TRUE(record.is_object() && record.contains("data_id")) << line;
-  }
-  EXPECT_GT(count, 40U);
-  paths[3] = "4";
-  EXPECT_TRUE(decode(paths).output == all_lines);
-}
-
-INSTANTIATE_TEST_SUITE_P(folders, tvk_decode_captures, testing::ValuesIn(captures::folders()),
-                         captures::folder_name);
 
 /// Answers as a modem with logs 0x1000 to 0x1FFF and 0xB000 to 0xBFFF and all events, of which some
 /// are on already. It keeps its masks when its client goes, as a phone does.
