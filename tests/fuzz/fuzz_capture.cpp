@@ -19,6 +19,8 @@
 #include <string>
 #include <string_view>
 
+#include <nlohmann/json.hpp>
+
 #include "decode/input/packed_source.h"
 #include "decode/output/file_output.h"
 #include "decode/pipeline.h"
@@ -92,23 +94,6 @@ std::string csv_tables(std::span<const std::uint8_t> capture, unsigned threads) 
   return text;
 }
 
-/// Braces and brackets close, quotes pair: enough for text whose only escapes are of quotes.
-bool is_object(std::string_view line) {
-  int depth = 0;
-  bool quoted = false;
-  bool escaped = false;
-  for (const char& c : line) {
-    if (static_cast<unsigned char>(c) < 0x20) return false;
-    if (c == '"' && !escaped) quoted = !quoted;
-    escaped = c == '\\';
-    if (quoted) continue;
-    if (c == '{' || c == '[') ++depth;
-    if (c == '}' || c == ']') --depth;
-    if (depth == 0 && &c != &line.back()) return false;
-  }
-  return depth == 0 && !quoted && line.starts_with('{');
-}
-
 /// Takes a pcapng block off the front: type, length, contents, length again.
 bool take_block(std::string_view& rest) {
   std::uint32_t head[2];
@@ -165,7 +150,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto lines = json_lines(capture, 1);
   for (std::string_view rest = lines; !rest.empty();) {
     const auto end = rest.find('\n');
-    if (end == std::string_view::npos || !is_object(rest.substr(0, end))) __builtin_trap();
+    if (end == std::string_view::npos || rest.front() != '{' ||
+        !nlohmann::json::accept(rest.substr(0, end))) {
+      __builtin_trap();
+    }
     rest.remove_prefix(end + 1);
   }
   const auto blocks = pcap_blocks(capture, 1);

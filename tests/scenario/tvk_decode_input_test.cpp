@@ -137,25 +137,6 @@ TEST_F(tvk_decode_input, of_packed_captures_gives_all_that_can_be_unpacked) {
   }
 }
 
-TEST_F(tvk_decode_input, unpacks_itself_and_once) {
-  // Fronts of other packings, for which others start programs.
-  const bytes fronts[] = {hex("4C525A49 0006 00*40"),  hex("894C5A4F000D0A1A0A 00*40"),
-                          hex("4C5A4950 01 0C 00*40"), hex("1F9D90 00*40"),
-                          hex("04224D18 00*40"),       gzip(frames(1, 9))};
-  for (const char* program :
-       {"lrzip", "lzop", "lzip", "gzip", "lz4", "sh", "unlzip", "uncompress"}) {
-    std::ofstream(file(program)) << "#!/bin/sh\n: > " << file("started") << '\n';
-    fs::permissions(file(program), fs::perms::owner_all);
-  }
-  for (const auto& front : fronts) {
-    const auto got = decode({"-f", "jsonl", made("a.gz", gzip(front))}, {{"PATH", dir_.path()}});
-    EXPECT_EQ(got.output, "");
-    EXPECT_EQ(got.errors, "tvk-decode: " + file("a.gz") + ": no diagnostic packets\n");
-    EXPECT_EQ(got.exit_status, 1);
-    EXPECT_FALSE(fs::exists(file("started")));
-  }
-}
-
 /// Event reports whose every other event of five bytes becomes two records.
 bytes dense_events() {
   bytes body = hex("4626 BE0C0A9E34DDD400 02");

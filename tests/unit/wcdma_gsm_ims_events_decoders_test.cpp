@@ -145,14 +145,4 @@ TEST(events, lte_rrc_state_is_remembered) {
   }
 }
 
-TEST(events, lte_rrc_state_is_remembered_without_anyone_to_tell) {
-  stream_state state{.versions_not_supported = 0, .lte_rrc_last_state = 2};
-  const packet any{packet_kind::event, 1606, 0, {}};
-  packet_decoder in("parser", any, window_end::of_packet, {}, state);
-  for (const int connected_then_as_before : {4, -1}) {
-    modem_stats_update_1606_diag_event_lte_rrc_state_change_stats(in, connected_then_as_before);
-    EXPECT_EQ(state.lte_rrc_last_state, 4);
-  }
-}
-
 }  // namespace
