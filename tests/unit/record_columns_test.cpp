@@ -201,7 +201,6 @@ TEST(values, what_was_not_measured_or_sent_is_null) {
 TEST(values, codes_have_their_meaning_beside_them) {
   const value_row rows[] = {
       {5, "07", R"(,"lte_rrc_state_code":7,"lte_rrc_state":"closing")"},
-      {5, "06", R"(,"lte_rrc_state_code":6,"lte_rrc_state":null)"},
       {87, "05000200 09 0c 02",
        R"(,"packet_version":"2.5","nr_pdsch_modulation_code":9,"pdsch_modulation":"64QAM",)"
        R"("pdsch_mcs":12,"num_layers":2)"},
@@ -232,12 +231,6 @@ TEST(values, codes_have_their_meaning_beside_them) {
        R"("cell_identity":6508556,"pci":289,"band":2,"dl_earfcn":976,"num_dl_rb":6,)"
        R"("dl_bandwidth_MHz":1.4,"ul_earfcn":18976,"num_ul_rb":10,"ul_bandwidth_MHz":null,)"
        R"("allow_access":1)"},
-      {131, "0100 0200 0300",
-       R"(,"num_rlf_connected":1,"num_rlf_lte_active":2,"rlf_cause_code":3,)"
-       R"("rlf_cause":"random_access_problem")"},
-      {132, "01 31 02",
-       R"(,"packet_version":"1","sub_packet_version":"49","lte_rach_result_code":2,)"
-       R"("lte_rach_result":"failure_after_msg3")"},
   };
   for (const auto& row : rows) {
     EXPECT_EQ(written(row, decode::json_record), row.expected) << row.data_id;
