@@ -2,9 +2,6 @@
 // counted as lost too, threads change nothing in any output, every JSON line is an object of its
 // own, and a pcapng file consists of whole blocks. Packed, the same comes out however it is asked
 // for.
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -22,57 +19,25 @@
 #include <nlohmann/json.hpp>
 
 #include "decode/input/packed_source.h"
-#include "decode/output/file_output.h"
-#include "decode/pipeline.h"
-#include "decode/signalling/reader.h"
 #include "decode/summary/report.h"
-#include "host/file_descriptor.h"
-#include "support/memory_source.h"
+#include "support/decode_in_memory.h"
 
 namespace {
 
-decode::summary decode_to(decode::record_store& store, std::span<const std::uint8_t> capture,
-                          unsigned threads) {
-  // Made once: it takes longer than to decode most inputs.
-  static const auto everything = [] {
-    auto all = decode::filter::all();
-    all.signalling = decode::signalling::logs();
-    return all;
-  }();
-  support::memory_source source(capture);
-  const decode::pipeline_options how{.threads = threads, .wanted = everything, .progress = {}};
-  decode::pipeline one(how, store);
-  decode::chunker chunks(source, decode::chunk_size(decode::max_threads));
-  decode::summary counts;
-  one.run(chunks, "a \"capture\"", counts);
-  return counts;
-}
-
-/// What the store that `make` makes for a file writes to it.
-template <typename Make>
-std::string written(Make make, std::span<const std::uint8_t> capture, unsigned threads) {
-  static const host::file_descriptor file(::memfd_create("lines", MFD_CLOEXEC));
-  if (::ftruncate(file.get(), 0) != 0 || ::lseek(file.get(), 0, SEEK_SET) != 0) __builtin_trap();
-  decode::file_output to("lines", host::file_descriptor(::dup(file.get())));
-  const auto store = make(to);
-  static_cast<void>(decode_to(*store, capture, threads));
-  std::string text(static_cast<std::size_t>(::lseek(file.get(), 0, SEEK_CUR)), ' ');
-  if (::pread(file.get(), text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) {
-    __builtin_trap();
-  }
-  return text;
-}
-
 std::string json_lines(std::span<const std::uint8_t> capture, unsigned threads) {
-  return written([](auto& to) { return decode::json_lines_store(to, true); }, capture, threads);
+  return support::written([](auto& to) { return decode::json_lines_store(to, true); }, capture,
+                          threads)
+      .first;
 }
 
 std::string text_lines(std::span<const std::uint8_t> capture, unsigned threads) {
-  return written([](auto& to) { return decode::text_store(to, true); }, capture, threads);
+  return support::written([](auto& to) { return decode::text_store(to, true); }, capture, threads)
+      .first;
 }
 
 std::string pcap_blocks(std::span<const std::uint8_t> capture, unsigned threads) {
-  return written([](auto& to) { return decode::pcap_store(to, true); }, capture, threads);
+  return support::written([](auto& to) { return decode::pcap_store(to, true); }, capture, threads)
+      .first;
 }
 
 /// All tables one after the other; they stay unfinished and so leave nothing behind.
@@ -83,7 +48,7 @@ std::string csv_tables(std::span<const std::uint8_t> capture, unsigned threads) 
     return name;
   }();
   const auto store = decode::csv_store(folder, true, false, {});
-  static_cast<void>(decode_to(*store, capture, threads));
+  static_cast<void>(support::decode_to(*store, capture, threads));
   std::set<std::filesystem::path> tables;
   for (const auto& table : std::filesystem::directory_iterator(folder)) tables.insert(table);
   std::string text;
@@ -141,7 +106,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (unpack(capture, *how, 1 << 16) != unpack(capture, *how, 777)) __builtin_trap();
   }
   const auto none = decode::no_store();
-  const auto counts = decode_to(*none, capture, 1);
+  const auto counts = support::decode_to(*none, capture, 1);
   if (counts.skipped_bytes > size) __builtin_trap();
   if (counts.frames > 0 && counts.skipped_bytes >= size) __builtin_trap();
   static_cast<void>(decode::to_text(counts, 1));

@@ -230,9 +230,6 @@ TEST(tvk_modem, standard_streams_that_are_closed_or_full) {
   };
   const row rows[] = {
       {R"("$0" nv list --state "$1" >/dev/full)", 1, full, ""},
-      {R"("$0" nv list --state "$1" >&-)", 1, not_open, ""},
-      {R"("$0" nv get --state "$1" 550 >/dev/full)", 1, full, ""},
-      {R"("$0" efs ls --state "$1" >/dev/full)", 1, full, ""},
       {R"("$0" efs cat --state "$1" /nv/item_files/modem/geran/vamos_support >&-)", 1, not_open,
        ""},
       {R"("$0" efs put --state "$1" /a <&-)", 1,
