@@ -282,6 +282,7 @@ TEST(tvk_modem_trace, names_what_passes) {
            "NEW_SERVER  extension (0xffe4)  version 1, instance 1, at 0:1\n",
            "-> extension  request     message 0x0002 exchange, transaction 1, 532 TLV bytes\n",
            "0x10 payload             512  aa bb cc dd ... 508 zero bytes\n",
+           "0x11 ?                     0  empty\n",
            "fault extension/2@2=silent\n",
            "  EFS read, subscription 0, /none, from 0\n",
            "  common message 55, card status get: 1\n",
@@ -295,6 +296,7 @@ TEST(tvk_modem_trace, names_what_passes) {
            "            0x10 AID                   8  07 a0 00 00 05 59 10 10\n",
            "            0x02 standard response     4  success\n"
            "            0x10 channel               1  1 (0x01)\n"
+           "            0x11 card result           2  90 00\n",
            "            0x20 ?                     5  01 ... 4 zero bytes\n",
            "client 1:16384 leaves",
        }) {
