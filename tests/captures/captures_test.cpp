@@ -1,21 +1,20 @@
 // Every packet of the captures through its decoder, next to what independent decoders made of it.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <cmath>
 #include <filesystem>
-#include <iostream>
 #include <map>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
-#include "captures/folders.h"
 #include "captures/independent_values.h"
 #include "decode/input/byte_source.h"
 #include "modem_stats/columns.h"
+#include "support/decode_run.h"
 #include "support/decoded.h"
 
 namespace {
@@ -64,45 +63,23 @@ struct count {
   std::size_t rejected = 0;  // versions that are not supported
 };
 
-struct mean {
-  double total = 0;
-  std::size_t count = 0;
-
-  void add(double value) {
-    total += value;
-    ++count;
-  }
-};
-
-std::ostream& operator<<(std::ostream& out, const mean& of) {
-  out << of.count << " values";
-  if (of.count > 0) out << ", mean " << of.total / static_cast<double>(of.count);
-  return out;
-}
-
-/// The levels of receive chains: all of them as they are stored, and those that are not null.
-class level_means final : public modem_stats::record_sink {
+/// Checks that no level is what a raw value of 0, nothing measured, comes out as.
+class level_check final : public modem_stats::record_sink {
  public:
-  struct level {
-    mean stored, measured;
-    double lowest = 0;
-  };
-  std::map<std::string, level> levels;  // by record and column
+  std::size_t levels = 0;
 
   void record(const modem_stats::record_schema& schema,
               const modem_stats::record_data& data) override {
+    static const std::map<std::string, double> markers{
+        {"rsrp", -180}, {"rsrq", -30}, {"rssi", -110}, {"snr", -20}};
     for (const auto& column : modem_stats::columns_of(schema.parts().front())) {
-      if (std::string_view(column.name).find("_rx") == std::string_view::npos ||
-          column.type != modem_stats::value_type::number) {
-        continue;
-      }
+      const std::string name = column.name;
+      const auto marker = markers.find(name.substr(0, name.find('_')));
+      if (marker == markers.end() || column.is_null(data.bytes.data())) continue;
       const double value = load_field(*column.field, data.bytes.subspan(column.byte)).real;
       if (std::isnan(value)) continue;
-      auto& sums = levels[std::string(schema.name) + " " + column.name];
-      sums.stored.add(value);
-      if (column.is_null(data.bytes.data())) continue;
-      sums.measured.add(value);
-      sums.lowest = sums.measured.count == 1 ? value : std::min(sums.lowest, value);
+      EXPECT_GT(value, marker->second) << schema.name << ' ' << name;
+      ++levels;
     }
   }
 };
@@ -146,29 +123,69 @@ TEST_P(captures_in, decoders_agree_with_independent_ones_field_by_field) {
   }
 }
 
-TEST_P(captures_in, means_of_levels_are_without_markers) {
-  level_means all;
-  for_each_packet(GetParam(), [&](char decoder, const nlohmann::json& packet) {
-    if (decoder != 'a') return;  // the same packets again
+TEST_P(captures_in, levels_are_not_their_markers) {
+  level_check check;
+  for_each_packet(GetParam(), [&](char /*decoder*/, const nlohmann::json& packet) {
     const auto payload = support::hex(packet["payload_hex"].get<std::string>());
     modem_stats::stream_state state;
-    decode_packet({modem_stats::packet_kind::log, code_of(packet), 0, payload}, {.records = &all},
+    decode_packet({modem_stats::packet_kind::log, code_of(packet), 0, payload}, {.records = &check},
                   state, modem_stats::version_set::all);
   });
-  EXPECT_FALSE(all.levels.empty());
-  // What a raw value of 0, which stands for nothing measured, comes out as.
-  const std::map<std::string, double> markers{
-      {"rsrp", -180}, {"rsrq", -30}, {"rssi", -110}, {"snr", -20}};
-  for (const auto& [name, level] : all.levels) {
-    std::cout << name << ": stored " << level.stored << "; measured " << level.measured << '\n';
-    const auto column = name.substr(name.find(' ') + 1);
-    if (level.measured.count > 0) {
-      EXPECT_GT(level.lowest, markers.at(column.substr(0, column.find('_')))) << name;
-    }
-  }
+  EXPECT_GT(check.levels, 0U);
 }
 
-INSTANTIATE_TEST_SUITE_P(folders, captures_in, testing::ValuesIn(captures::folders()),
-                         captures::folder_name);
+/// The number in "0xB193", "1606" or "event 1606".
+std::uint32_t number_in(const std::string& text) {
+  return static_cast<std::uint32_t>(std::stoul(text.substr(text.find(' ') + 1), nullptr, 0));
+}
+
+TEST_P(captures_in, program_counts_their_packets_and_makes_lines_of_json) {
+  const auto& folder = GetParam();
+  const auto expected = nlohmann::json::parse(support::read_file(folder / "expected/frames.json"));
+  std::vector<std::string> paths;
+  for (const auto& [name, counts] : expected.items()) {
+    const std::string path = folder / name;
+    paths.push_back(path);
+    const auto found = nlohmann::json::parse(
+        support::decode({"--summary-format", "json", "-f", "none", path}).output);
+    EXPECT_EQ(found["bytes"], counts["bytes"]) << name;
+    EXPECT_EQ(found["frames"], counts["frames"]) << name;
+    for (const char* lost : {"bad_crc", "bytes_skipped", "damaged_packets"}) {
+      EXPECT_EQ(found[lost], 0) << name;
+    }
+    EXPECT_EQ(found["with_radio_prefix"], counts["multi_radio_prefix"]) << name;
+    for (const auto& [kind, key] : {std::pair("messages", "code"), std::pair("logs", "source"),
+                                    std::pair("events", "source")}) {
+      std::map<std::uint32_t, std::uint64_t> ours;
+      std::map<std::uint32_t, std::uint64_t> theirs;
+      for (const auto& one : found[kind]) ours[number_in(one[key])] = one["packets"];
+      for (const auto& [code, count] : counts[kind].items()) {
+        theirs[number_in(kind == std::string("messages") ? "0x" + code : code)] = count;
+      }
+      EXPECT_EQ(ours, theirs) << name << " " << kind;
+    }
+  }
+  paths.insert(paths.begin(), {"-f", "jsonl", "-j", "1"});
+  const auto all_lines = support::decode(paths).output;
+  std::istringstream lines(all_lines);
+  std::size_t count = 0;
+  for (std::string line; std::getline(lines, line); ++count) {
+    const auto record = nlohmann::json::parse(line);  // throws when it is not strict
+    EXPECT_TRUE(record.is_object() && record.contains("data_id")) << line;
+  }
+  EXPECT_GT(count, 40U);
+  paths[3] = "4";
+  EXPECT_TRUE(support::decode(paths).output == all_lines);
+}
+
+/// The project's sample, and another folder where CMake was given one.
+std::vector<fs::path> folders() {
+  std::vector<fs::path> all{TVK_SAMPLE_DIR};
+  if (const fs::path more = TVK_CAPTURES_DIR; !more.empty()) all.push_back(more);
+  return all;
+}
+
+INSTANTIATE_TEST_SUITE_P(folders, captures_in, testing::ValuesIn(folders()),
+                         [](const auto& one) { return one.index == 0 ? "sample" : "given"; });
 
 }  // namespace

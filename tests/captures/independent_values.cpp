@@ -59,13 +59,14 @@ struct same_value {
   double tolerance = exact;
 };
 
+void add_value(expected& all, const json& from, const std::string& theirs, const std::string& ours,
+               double tolerance) {
+  if (from.contains(theirs)) all.push_back({ours, number(from[theirs]), tolerance});
+}
+
 template <std::size_t n>
 void add_same(expected& all, const json& from, const same_value (&rows)[n]) {
-  for (const auto& row : rows) {
-    if (from.contains(row.theirs)) {
-      all.push_back({row.ours, number(from[row.theirs]), row.tolerance});
-    }
-  }
+  for (const auto& row : rows) add_value(all, from, row.theirs, row.ours, row.tolerance);
 }
 
 expected serving_cell_a(const json& one) {
@@ -117,17 +118,15 @@ expected serving_measurement_a(const json& one) {
                                  {"Num-of-cells", "num_cells"},
                                  {"Physical Cell ID", "pci"},
                                  {"Is Serving Cell", "is_srv_cell"},
-                                 {"RSRP Rx[0]", "rsrp_rx0", hundredth},
-                                 {"RSRP Rx[1]", "rsrp_rx1", hundredth},
-                                 {"RSRP Rx[2]", "rsrp_rx2", hundredth},
-                                 {"RSRP Rx[3]", "rsrp_rx3", hundredth},
-                                 {"RSRP", "avg_rsrp", hundredth},
-                                 {"RSRQ Rx[0]", "rsrq_rx0", hundredth},
-                                 {"RSRQ Rx[1]", "rsrq_rx1", hundredth},
-                                 {"RSSI Rx[0]", "rssi_rx0", hundredth},
-                                 {"RSSI Rx[1]", "rssi_rx1", hundredth},
-                                 {"FTL SNR Rx[0]", "snr_rx0", tenth},
-                                 {"FTL SNR Rx[1]", "snr_rx1", tenth}};
+                                 {"RSRP", "avg_rsrp", hundredth}};
+  for (const std::string antenna : {"0", "1", "2", "3"}) {
+    const std::string theirs = " Rx[" + antenna + "]";
+    add_value(all, cell, "RSRP" + theirs, "rsrp_rx" + antenna, hundredth);
+    if (antenna > "1") continue;
+    add_value(all, cell, "RSRQ" + theirs, "rsrq_rx" + antenna, hundredth);
+    add_value(all, cell, "RSSI" + theirs, "rssi_rx" + antenna, hundredth);
+    add_value(all, cell, "FTL SNR" + theirs, "snr_rx" + antenna, tenth);
+  }
   add_same(all, cell, rows);
   // Its RSRQ is a copy of one antenna's in 22 and 36, its RSSI in 18.
   constexpr same_value rsrq[] = {{"RSRQ", "avg_rsrq", hundredth}};
@@ -150,26 +149,16 @@ expected serving_measurement_b(const json& one) {
     if (cell["is_scell"] != 1) continue;
     constexpr same_value rows[] = {{"pci", "pci"},
                                    {"scell_idx", "srv_cell_idx"},
-                                   {"rsrp0", "rsrp_rx0", hundredth},
-                                   {"rsrp1", "rsrp_rx1", hundredth},
-                                   {"rsrp2", "rsrp_rx2", hundredth},
-                                   {"rsrp3", "rsrp_rx3", hundredth},
-                                   {"rsrq0", "rsrq_rx0", hundredth},
-                                   {"rsrq1", "rsrq_rx1", hundredth},
-                                   {"rsrq2", "rsrq_rx2", hundredth},
-                                   {"rsrq3", "rsrq_rx3", hundredth},
-                                   {"rssi0", "rssi_rx0", hundredth},
-                                   {"rssi1", "rssi_rx1", hundredth},
-                                   {"rssi2", "rssi_rx2", hundredth},
-                                   {"rssi3", "rssi_rx3", hundredth},
-                                   {"snr0", "snr_rx0", tenth},
-                                   {"snr1", "snr_rx1", tenth},
-                                   {"snr2", "snr_rx2", tenth},
-                                   {"snr3", "snr_rx3", tenth},
                                    {"rsrp", "avg_rsrp", hundredth},
                                    {"rsrq", "avg_rsrq", hundredth},
                                    {"rssi", "max_rssi", hundredth}};
     add_same(all, cell, rows);
+    for (const std::string antenna : {"0", "1", "2", "3"}) {
+      for (const std::string level : {"rsrp", "rsrq", "rssi", "snr"}) {
+        add_value(all, cell, level + antenna, level + "_rx" + antenna,
+                  level == "snr" ? tenth : hundredth);
+      }
+    }
     break;
   }
   return all;

@@ -2,9 +2,6 @@
 // counted as lost too, threads change nothing in any output, every JSON line is an object of its
 // own, and a pcapng file consists of whole blocks. Packed, the same comes out however it is asked
 // for.
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -19,58 +16,28 @@
 #include <string>
 #include <string_view>
 
+#include <nlohmann/json.hpp>
+
 #include "decode/input/packed_source.h"
-#include "decode/output/file_output.h"
-#include "decode/pipeline.h"
-#include "decode/signalling/reader.h"
 #include "decode/summary/report.h"
-#include "host/file_descriptor.h"
-#include "support/memory_source.h"
+#include "support/decode_in_memory.h"
 
 namespace {
 
-decode::summary decode_to(decode::record_store& store, std::span<const std::uint8_t> capture,
-                          unsigned threads) {
-  // Made once: it takes longer than to decode most inputs.
-  static const auto everything = [] {
-    auto all = decode::filter::all();
-    all.signalling = decode::signalling::logs();
-    return all;
-  }();
-  support::memory_source source(capture);
-  const decode::pipeline_options how{.threads = threads, .wanted = everything, .progress = {}};
-  decode::pipeline one(how, store);
-  decode::chunker chunks(source, decode::chunk_size(decode::max_threads));
-  decode::summary counts;
-  one.run(chunks, "a \"capture\"", counts);
-  return counts;
-}
-
-/// What the store that `make` makes for a file writes to it.
-template <typename Make>
-std::string written(Make make, std::span<const std::uint8_t> capture, unsigned threads) {
-  static const host::file_descriptor file(::memfd_create("lines", MFD_CLOEXEC));
-  if (::ftruncate(file.get(), 0) != 0 || ::lseek(file.get(), 0, SEEK_SET) != 0) __builtin_trap();
-  decode::file_output to("lines", host::file_descriptor(::dup(file.get())));
-  const auto store = make(to);
-  static_cast<void>(decode_to(*store, capture, threads));
-  std::string text(static_cast<std::size_t>(::lseek(file.get(), 0, SEEK_CUR)), ' ');
-  if (::pread(file.get(), text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) {
-    __builtin_trap();
-  }
-  return text;
-}
-
 std::string json_lines(std::span<const std::uint8_t> capture, unsigned threads) {
-  return written([](auto& to) { return decode::json_lines_store(to, true); }, capture, threads);
+  return support::written([](auto& to) { return decode::json_lines_store(to, true); }, capture,
+                          threads)
+      .first;
 }
 
 std::string text_lines(std::span<const std::uint8_t> capture, unsigned threads) {
-  return written([](auto& to) { return decode::text_store(to, true); }, capture, threads);
+  return support::written([](auto& to) { return decode::text_store(to, true); }, capture, threads)
+      .first;
 }
 
 std::string pcap_blocks(std::span<const std::uint8_t> capture, unsigned threads) {
-  return written([](auto& to) { return decode::pcap_store(to, true); }, capture, threads);
+  return support::written([](auto& to) { return decode::pcap_store(to, true); }, capture, threads)
+      .first;
 }
 
 /// All tables one after the other; they stay unfinished and so leave nothing behind.
@@ -81,7 +48,7 @@ std::string csv_tables(std::span<const std::uint8_t> capture, unsigned threads) 
     return name;
   }();
   const auto store = decode::csv_store(folder, true, false, {});
-  static_cast<void>(decode_to(*store, capture, threads));
+  static_cast<void>(support::decode_to(*store, capture, threads));
   std::set<std::filesystem::path> tables;
   for (const auto& table : std::filesystem::directory_iterator(folder)) tables.insert(table);
   std::string text;
@@ -90,23 +57,6 @@ std::string csv_tables(std::span<const std::uint8_t> capture, unsigned threads) 
     text.append(std::istreambuf_iterator<char>(file), {});
   }
   return text;
-}
-
-/// Braces and brackets close, quotes pair: enough for text whose only escapes are of quotes.
-bool is_object(std::string_view line) {
-  int depth = 0;
-  bool quoted = false;
-  bool escaped = false;
-  for (const char& c : line) {
-    if (static_cast<unsigned char>(c) < 0x20) return false;
-    if (c == '"' && !escaped) quoted = !quoted;
-    escaped = c == '\\';
-    if (quoted) continue;
-    if (c == '{' || c == '[') ++depth;
-    if (c == '}' || c == ']') --depth;
-    if (depth == 0 && &c != &line.back()) return false;
-  }
-  return depth == 0 && !quoted && line.starts_with('{');
 }
 
 /// Takes a pcapng block off the front: type, length, contents, length again.
@@ -156,7 +106,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (unpack(capture, *how, 1 << 16) != unpack(capture, *how, 777)) __builtin_trap();
   }
   const auto none = decode::no_store();
-  const auto counts = decode_to(*none, capture, 1);
+  const auto counts = support::decode_to(*none, capture, 1);
   if (counts.skipped_bytes > size) __builtin_trap();
   if (counts.frames > 0 && counts.skipped_bytes >= size) __builtin_trap();
   static_cast<void>(decode::to_text(counts, 1));
@@ -165,7 +115,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto lines = json_lines(capture, 1);
   for (std::string_view rest = lines; !rest.empty();) {
     const auto end = rest.find('\n');
-    if (end == std::string_view::npos || !is_object(rest.substr(0, end))) __builtin_trap();
+    if (end == std::string_view::npos || rest.front() != '{' ||
+        !nlohmann::json::accept(rest.substr(0, end))) {
+      __builtin_trap();
+    }
     rest.remove_prefix(end + 1);
   }
   const auto blocks = pcap_blocks(capture, 1);

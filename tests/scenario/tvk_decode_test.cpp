@@ -1,120 +1,29 @@
-// tvk-decode as its users run it: captures of every form, filters, formats and a live port.
-#include <fcntl.h>
+// tvk-decode as its users run it: captures of every form, filters and formats.
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/ioctl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <functional>
-#include <iterator>
-#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
-#include "captures/folders.h"
 #include "support/bytes.h"
-#include "support/eventually.h"
-#include "support/hand_diag.h"
+#include "support/decode_run.h"
 #include "support/packing.h"
-#include "support/process.h"
-#include "support/record_lines.h"
-#include "support/simulated_modem.h"
-#include "support/temp_dir.h"
 
 namespace {
 
-using support::background_process;
-using support::bytes;
-using support::diag_frame;
-using support::hand_diag;
-using support::hex;
-using support::records_in;
-using support::operator+;
+using namespace support;
 
-// 2016-03-23T21:55:49.772582Z and a tick of 1.25 ms later.
-const bytes cell_info =
-    hex("1000 2900 2900 C2B0 BE0C0A9E34DDD400 "
-        "032101D0030000204A000019190C506300FBA402000000360103040101");
-const bytes voice =
-    hex("1000 2500 2500 6815 BE0C0B9E34DDD400 0D013412D4C3B2A100710200010021002000000F0008010000");
-const std::string cell_info_line =
-    R"({"time":"2016-03-23T21:55:49.772582Z","radio":1,"source":"0xB0C2",)"
-    R"("data_id":129,"name":"lte_rrc_serving_cell_info","packet_version":"3","mcc":310,)"
-    R"("num_mnc_digits":3,"mnc":260,"tac":42235,"cell_identity":6508556,"pci":289,"band":2,)"
-    R"("dl_earfcn":976,"num_dl_rb":25,"dl_bandwidth_MHz":5.0,"ul_earfcn":18976,"num_ul_rb":25,)"
-    R"("ul_bandwidth_MHz":5.0,"allow_access":1})"
-    "\n";
-std::string voice_line(int radio = 1) {
-  return R"({"time":"2016-03-23T21:55:49.773832Z","radio":)" + std::to_string(radio) +
-         R"(,"source":"0x1568","data_id":136,"name":"ims_rtp_sn_and_payload",)"
-         R"("packet_version":"13","codec_code":1,"codec":"AMR_WB","frame_type_code":8})"
-         "\n";
-}
-
-// Every form of payload and of time: 1606 with one byte, 1428 with a counted one, 631 with two,
-// 1429 with none, and 1430 whose two bytes of time have wrapped.
-const bytes events =
-    hex("60 2700  4626 BE0C0A9E34DDD400 04  94E5 0C0A 04 01020304  77C2 0D0A 0102  9585 0C0A"
-        "96E5 0B00 04 0A000000");
-const std::string events_lines =
-    R"({"time":"2016-03-23T21:55:49.772582Z","radio":1,"source":"event 1606","data_id":5,"name":"lte_rrc_state","lte_rrc_state_code":4,"lte_rrc_state":"connected"})"
-    "\n"
-    R"({"time":"2016-03-23T21:55:49.772582Z","radio":1,"source":"event 1606","data_id":127,"name":"lte_rrc_state_change","rrc_active_time":null,"num_rrc_setups":1,"rrc_setup":1})"
-    "\n"
-    R"({"time":"2016-03-23T21:55:49.772578Z","radio":1,"source":"event 1428","data_id":119,"name":"ims_sip_session_start","sip_call_id":67305985})"
-    "\n"
-    R"({"time":"2016-03-23T21:55:49.772584Z","radio":1,"source":"event 631","data_id":118,"name":"cm_call_end","num_calls":1,"cm_call_id":2})"
-    "\n"
-    R"({"time":"2016-03-23T21:55:50.080071Z","radio":1,"source":"event 1430","data_id":121,"name":"ims_sip_session_established","sip_call_id":10})"
-    "\n";
-
-const bytes radio_two = hex("98010000 02000000");
-const bytes capture = diag_frame(cell_info) + diag_frame(hex("92 00*30")) +
-                      diag_frame(radio_two + voice) + diag_frame(events);
-const std::string capture_lines = cell_info_line + voice_line(2) + events_lines;
-
-support::process_result decode(std::vector<std::string> arguments) {
-  auto got = support::run(TVK_DECODE_PROGRAM, arguments);
-  got.output = records_in(got.output);
-  return got;
-}
-
-std::string read_file(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
-void write_file(const std::string& path, const bytes& content) {
-  std::ofstream(path, std::ios::binary)
-      .write(reinterpret_cast<const char*>(content.data()),
-             static_cast<std::streamsize>(content.size()));
-}
-
-class tvk_decode : public testing::Test {
- protected:
-  std::string made(const std::string& name, const bytes& content) {
-    write_file(dir_.file(name), content);
-    return dir_.file(name);
-  }
-
-  support::temp_dir dir_;
-};
+using tvk_decode = with_captures;
 
 TEST_F(tvk_decode, a_capture_gives_the_same_records_in_every_form) {
   const bytes guid = hex("00*16");
   const bytes header = hex("4D000000 02 01 01000000") + guid + hex("01000000 05 41*30") + guid;
   const bytes stuffed = hex("AA*40 7E 7E") + capture;  // begins within a frame
   for (const auto& path :
-       {made("a.bin", capture), made("a.qmdl.gz", support::gzip(capture)),
-        made("a.zst", support::zstd(capture)), made("a.xz", support::xz(capture)),
-        made("a.bz2", support::bzip2(capture)), made("a.qmdl2", header + capture),
+       {made("a.bin", capture), made("a.qmdl.gz", gzip(capture)), made("a.zst", zstd(capture)),
+        made("a.xz", xz(capture)), made("a.bz2", bzip2(capture)), made("a.qmdl2", header + capture),
         made("a.mi2log", stuffed)}) {
     const auto got = decode({"-f", "jsonl", path});
     EXPECT_EQ(got.output, capture_lines) << path;
@@ -128,20 +37,20 @@ TEST_F(tvk_decode, a_capture_gives_the_same_records_in_every_form) {
     EXPECT_EQ(decode({"-f", "jsonl", path}).output, cell_info_line + voice_line()) << path;
   }
   // Several, in their order; of a directory in the order of names, other files told.
-  std::filesystem::create_directory(dir_.file("more"));
-  std::filesystem::create_directory(dir_.file("more/below"));
+  std::filesystem::create_directory(file("more"));
+  std::filesystem::create_directory(file("more/below"));
   made("more/below/2.qmdl", diag_frame(voice));
   made("more/1.qmdl", diag_frame(cell_info));
   made("more/notes.txt", hex("41*40"));
-  const auto got = decode({"-f", "jsonl", made("e.qmdl", diag_frame(events)), dir_.file("more")});
+  const auto got = decode({"-f", "jsonl", made("e.qmdl", diag_frame(events)), file("more")});
   EXPECT_EQ(got.output, events_lines + cell_info_line + voice_line());
-  EXPECT_EQ(got.errors, "tvk-decode: " + dir_.file("more/notes.txt") + ": no diagnostic packets\n");
+  EXPECT_EQ(got.errors, "tvk-decode: " + file("more/notes.txt") + ": no diagnostic packets\n");
   EXPECT_EQ(got.exit_status, 0);
 }
 
 TEST_F(tvk_decode, standard_input_is_a_capture) {
   if (TVK_CROSS_BUILD) GTEST_SKIP() << "the shell does not run programs of a cross build";
-  const auto got = support::run(
+  const auto got = run(
       "/bin/sh", {"-c", "exec \"$0\" -f jsonl - < \"$1\"", TVK_DECODE_PROGRAM, made("a", capture)});
   EXPECT_EQ(records_in(got.output), capture_lines);
 }
@@ -152,18 +61,17 @@ TEST_F(tvk_decode, records_say_which_packet_of_which_file_they_are_from) {
   damaged[9] ^= 1;
   const auto first = made("first \"one\", here.qmdl", damaged + capture);
   const auto second = made("second.qmdl", capture);
-  const auto got =
-      support::run(TVK_DECODE_PROGRAM, {"-f", "jsonl", "--code", "1568", first, second});
-  const auto json_name = [&](const char* name) { return "\"file\":\"" + dir_.file(name); };
+  const auto got = run(TVK_DECODE_PROGRAM, {"-f", "jsonl", "--code", "1568", first, second});
+  const auto json_name = [&](const char* name) { return "\"file\":\"" + file(name); };
   EXPECT_NE(got.output.find(json_name("first \\\"one\\\", here.qmdl\",\"packet\":2,")),
             std::string::npos)
       << got.output;
   EXPECT_NE(got.output.find(json_name("second.qmdl\",\"packet\":2,")), std::string::npos);
-  EXPECT_EQ(decode({"-f", "csv", "-o", dir_.file("csv"), first}).exit_status, 0);
-  EXPECT_EQ(read_file(dir_.file("csv/cm_call_end.csv")),
+  EXPECT_EQ(decode({"-f", "csv", "-o", file("csv"), first}).exit_status, 0);
+  EXPECT_EQ(read_file(file("csv/cm_call_end.csv")),
             "time,radio,source,data_id,file,packet,num_calls,cm_call_id\n"
             "2016-03-23T21:55:49.772584Z,1,event 631,118,\"" +
-                dir_.file("first \"\"one\"\", here.qmdl") + "\",3,1,2\n");
+                file("first \"\"one\"\", here.qmdl") + "\",3,1,2\n");
 }
 
 // The state behind record 127 is that of the radio and of the capture, wanted or not.
@@ -176,9 +84,9 @@ TEST_F(tvk_decode, a_filter_or_another_radio_or_file_does_not_change_a_record) {
       "connected", change({}, "BE0C0A", 4) + change(radio_two, "BE0C0B", 4) +
                        change({}, "BE0C0C", 4) + change({}, "BE0C0D", 2) + change({}, "BE0C0E", 4));
   const auto setups = [&](std::vector<std::string> arguments) {
-    arguments.insert(arguments.begin(), {"-f", "csv", "--force", "-o", dir_.file("csv")});
+    arguments.insert(arguments.begin(), {"-f", "csv", "--force", "-o", file("csv")});
     EXPECT_EQ(decode(arguments).exit_status, 0);
-    std::istringstream table(read_file(dir_.file("csv/lte_rrc_state_change.csv")));
+    std::istringstream table(read_file(file("csv/lte_rrc_state_change.csv")));
     std::string packets;
     for (std::string line; std::getline(table, line);) {
       if (!line.starts_with("time")) packets += line.substr(28, 1) + "@" + line.substr(17, 9) + " ";
@@ -224,32 +132,20 @@ TEST_F(tvk_decode, filters_and_formats) {
             "tac 42235, cgi 6508556, pci 289\n"
             "2016-03-23T21:55:49.772582Z 1: freq_band_ind = 2, dl_earfcn = 976, dl_bw 25, "
             "ul_earfcn 18976, ul_bw 25, allow_access 1\n");
-  EXPECT_EQ(decode({"-f", "csv", "--raw", "-o", dir_.file("csv"), path}).exit_status, 0);
-  EXPECT_EQ(read_file(dir_.file("csv/ims_rtp_sn_and_payload.csv")),
+  EXPECT_EQ(decode({"-f", "csv", "--raw", "-o", file("csv"), path}).exit_status, 0);
+  EXPECT_EQ(read_file(file("csv/ims_rtp_sn_and_payload.csv")),
             "time,radio,source,data_id,file,packet,packet_version,codec_code,codec,"
             "frame_type_code,raw\n"
             "2016-03-23T21:55:49.773832Z,2,0x1568,136," +
                 path + ",2,13,1,AMR_WB,8,0d0108\n");
-  const auto powers = made(
-      "powers", diag_frame(hex("1000 7800 7800 6DB1 BE0C0A9E34DDD400 30000002 00000000 1066e623 f4 "
-                               "00*43 00000000 1166e623 07040000 00*28 e001000300000000 00*4")));
-  const auto refused = decode({"-f", "csv", "-o", dir_.file("csv"), powers});
+  const auto call = made("call", diag_frame(events));
+  const auto refused = decode({"-f", "csv", "-o", file("csv"), call});
   EXPECT_EQ(refused.exit_status, 1);
-  EXPECT_EQ(refused.errors, "tvk-decode: " + dir_.file("csv") +
+  EXPECT_EQ(refused.errors, "tvk-decode: " + file("csv") +
                                 ": the directory already holds tables, such as cm_call_end.csv; "
                                 "--force replaces all\n");
-  EXPECT_EQ(decode({"-f", "csv", "--force", "-o", dir_.file("csv"), powers}).exit_status, 0);
-  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir_.file("csv")), {}), 1);
-  EXPECT_EQ(
-      read_file(dir_.file("csv/lte_tx_power.csv")),
-      "time,radio,source,data_id,file,packet,packet_version,num_reports,reports\n"
-      "2016-03-23T21:55:49.772582Z,1,0xB16D,83," +
-          powers +
-          R"(,0,48,2,"[{""pucch_tx_power_dBm"":-12.0,""num_pusch_rb"":null,""pusch_modulation_code"":null,)"
-          R"(""pusch_modulation"":null,""pusch_tx_power_dBm"":null,""pusch_mcs"":null},)"
-          R"({""pucch_tx_power_dBm"":null,""num_pusch_rb"":4,""pusch_modulation_code"":3,)"
-          R"(""pusch_modulation"":""64QAM"",""pusch_tx_power_dBm"":7.0,""pusch_mcs"":15}]")"
-          "\n");
+  EXPECT_EQ(decode({"-f", "csv", "--force", "-o", file("csv"), call}).exit_status, 0);
+  EXPECT_FALSE(std::filesystem::exists(file("csv/ims_rtp_sn_and_payload.csv")));
 }
 
 TEST_F(tvk_decode, what_was_lost_or_refused_is_told) {
@@ -276,7 +172,7 @@ TEST_F(tvk_decode, what_was_lost_or_refused_is_told) {
   }
   EXPECT_EQ(decode({"-f", "none", "--strict", made("b", diag_frame(voice))}).exit_status, 0);
 
-  for (const auto& file : {dir_.file("none"), made("zeros", bytes(99, 1))}) {
+  for (const auto& file : {file("none"), made("zeros", bytes(99, 1))}) {
     const auto failed = decode({"-f", "none", file});
     EXPECT_EQ(failed.exit_status, 1) << file;
     EXPECT_TRUE(failed.errors.starts_with("tvk-decode: " + file + ": ")) << failed.errors;
@@ -302,296 +198,11 @@ TEST_F(tvk_decode, what_was_lost_or_refused_is_told) {
             "describes the options\n");
 }
 
-/// The number in "0xB193", "1606" or "event 1606".
-std::uint32_t number_in(const std::string& text) {
-  return static_cast<std::uint32_t>(std::stoul(text.substr(text.find(' ') + 1), nullptr, 0));
-}
-
-class tvk_decode_captures : public tvk_decode,
-                            public testing::WithParamInterface<std::filesystem::path> {};
-
-TEST_P(tvk_decode_captures, counts_of_real_captures) {
-  const auto& folder = GetParam();
-  std::ifstream file(folder / "expected/frames.json");
-  const auto expected = nlohmann::json::parse(file);
-  std::string all_lines;
-  std::vector<std::string> paths;
-  for (const auto& [name, counts] : expected.items()) {
-    const std::string path = folder / name;
-    paths.push_back(path);
-    const auto found =
-        nlohmann::json::parse(decode({"--summary-format", "json", "-f", "none", path}).output);
-    EXPECT_EQ(found["bytes"], counts["bytes"]) << name;
-    EXPECT_EQ(found["frames"], counts["frames"]) << name;
-    for (const char* lost : {"bad_crc", "bytes_skipped", "damaged_packets"}) {
-      EXPECT_EQ(found[lost], 0) << name;
-    }
-    EXPECT_EQ(found["with_radio_prefix"], counts["multi_radio_prefix"]) << name;
-    for (const auto& [kind, key] : {std::pair("messages", "code"), std::pair("logs", "source"),
-                                    std::pair("events", "source")}) {
-      std::map<std::uint32_t, std::uint64_t> ours;
-      std::map<std::uint32_t, std::uint64_t> theirs;
-      for (const auto& one : found[kind]) ours[number_in(one[key])] = one["packets"];
-      for (const auto& [code, count] : counts[kind].items()) {
-        theirs[number_in(kind == std::string("messages") ? "0x" + code : code)] = count;
-      }
-      EXPECT_EQ(ours, theirs) << name << " " << kind;
-    }
-  }
-  paths.insert(paths.begin(), {"-f", "jsonl", "-j", "1"});
-  all_lines = decode(paths).output;
-  std::istringstream lines(all_lines);
-  std::size_t count = 0;
-  for (std::string line; std::getline(lines, line); ++count) {
-    const auto record = nlohmann::json::parse(line);  // throws when it is not strict
-    EXPECT_TRUE(record.is_object() && record.contains("data_id")) << line;
-  }
-  EXPECT_GT(count, 40U);
-  paths[3] = "4";
-  EXPECT_TRUE(decode(paths).output == all_lines);
-}
-
-INSTANTIATE_TEST_SUITE_P(folders, tvk_decode_captures, testing::ValuesIn(captures::folders()),
-                         captures::folder_name);
-
-/// Answers as a modem with logs 0x1000 to 0x1FFF and 0xB000 to 0xBFFF and all events, of which some
-/// are on already. It keeps its masks when its client goes, as a phone does.
-class live_port {
- public:
-  live_port() {
-    port_.on_request([this](const bytes& request) { answer(request); });
-  }
-
-  std::vector<std::string> arguments(std::vector<std::string> more) const {
-    more.insert(more.begin(), {"--live", port_.endpoint(), "-f", "jsonl"});
-    return more;
-  }
-  hand_diag& port() { return port_; }
-
-  /// Waits until the requests so far hold `count` that begin with `front`.
-  bool wait_for(const bytes& front, std::size_t count) const {
-    return support::eventually([&] { return beginning_with(front).size() >= count; });
-  }
-
-  std::vector<bytes> beginning_with(const bytes& front) const {
-    auto all = port_.requests();
-    std::erase_if(all, [&](const bytes& one) {
-      return one.size() < front.size() || !std::equal(front.begin(), front.end(), one.begin());
-    });
-    return all;
-  }
-
-  static inline const bytes logs_before = hex("01 00*511");
-  static inline const bytes events_before = hex("00*511 80");
-
-  bytes logs(const bytes& equipment) const {
-    const auto all = beginning_with(hex("73000000 03000000") + equipment);
-    return all.empty() ? logs_before : bytes(all.back().begin() + 16, all.back().end());
-  }
-  bytes events() const {
-    const auto all = beginning_with(hex("82"));
-    return all.empty() ? events_before : bytes(all.back().begin() + 6, all.back().end());
-  }
-
- private:
-  bytes answer_to(const bytes& request) const {
-    if (request[0] == 0x60) return hex("60 0000");
-    if (request[0] == 0x81) return hex("81 00 0000 0010") + events();
-    if (request[0] == 0x82)
-      return hex("82 00 0000 0010") + bytes(request.begin() + 6, request.end());
-    const auto done = bytes(request.begin(), request.begin() + 8) + hex("00000000");
-    if (request[4] == 1) return done + hex("00*4 00100000 00*36 00100000 00*16");
-    const bytes which(request.begin() + 8, request.begin() + 12);
-    if (request[4] == 4) return done + which + hex("00100000") + logs(which);
-    return done + bytes(request.begin() + 8, request.end());
-  }
-
-  void answer(const bytes& request) {
-    const bytes wire = diag_frame(answer_to(request));
-    port_.write(wire);
-  }
-
-  hand_diag port_;
-};
-
-const bytes reports_on = hex("60 01");
-const bytes reports_off = hex("60 00");
-
-TEST_F(tvk_decode, live_asks_saves_comes_back_and_takes_its_requests_back) {
-  live_port modem;
-  background_process live(TVK_DECODE_PROGRAM, modem.arguments({"--save", dir_.file("s.qmdl"), "-o",
-                                                               dir_.file("lines"), "--summary"}));
-  ASSERT_TRUE(modem.wait_for(reports_on, 1));
-  const auto masks = modem.beginning_with(hex("73000000 03000000 0B000000"));
-  ASSERT_EQ(masks.size(), 1U);
-  EXPECT_EQ(masks[0][16 + 0x0C2 / 8], 0x04);  // 0xB0C2 and no neighbour
-  EXPECT_EQ(masks[0][16], 0x01);              // what others asked for stays
-  const auto wanted = modem.beginning_with(hex("82"));
-  ASSERT_EQ(wanted.size(), 1U);
-  EXPECT_EQ(wanted[0][6 + 1606 / 8] & 1 << 1606 % 8, 1 << 1606 % 8);
-  EXPECT_EQ(wanted[0].back(), 0x80);
-
-  modem.port().write(capture + hex("01020304057E"));
-  EXPECT_TRUE(support::eventually(
-      [&] { return records_in(read_file(dir_.file("lines"))) == capture_lines; }));
-  modem.port().close_connection();
-  EXPECT_TRUE(live.wait_for_error_text("the port is lost; waiting for it"));
-  EXPECT_TRUE(live.wait_for_error_text("the port is back"));
-  ASSERT_TRUE(modem.wait_for(reports_on, 2));
-  modem.port().write(diag_frame(voice));
-  EXPECT_TRUE(support::eventually(
-      [&] { return records_in(read_file(dir_.file("lines"))) != capture_lines; }));
-  live.send_signal(SIGINT);
-  const auto ended = live.wait();
-  EXPECT_EQ(ended.exit_status, 0);
-  EXPECT_EQ(records_in(read_file(dir_.file("lines"))), capture_lines + voice_line());
-  EXPECT_NE(ended.errors.find("\nbad CRC                  1\n"), std::string::npos) << ended.errors;
-
-  EXPECT_EQ(modem.beginning_with(reports_off).size(), 1U);
-  EXPECT_EQ(modem.beginning_with(hex("82")).back(), hex("82 00 0000 0010 00*511 80"));
-  EXPECT_EQ(modem.beginning_with(hex("73000000 03000000 0B000000")).back(),
-            hex("73000000 03000000 0B000000 00100000 01 00*511"));
-  const auto saved = read_file(dir_.file("s.qmdl"));
-  const std::string in_saved(capture.begin(), capture.end());
-  EXPECT_NE(saved.find(in_saved), std::string::npos);
-  EXPECT_EQ(decode({"-f", "jsonl", dir_.file("s.qmdl")}).output, capture_lines + voice_line());
-}
-
-/// A named pipe of one page and its reader, who need not read.
-class slow_reader {
- public:
-  explicit slow_reader(const std::string& path) {
-    EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);
-    file_ = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    size_ = fcntl(file_, F_SETPIPE_SZ, 4096);
-  }
-  slow_reader(const slow_reader&) = delete;
-  slow_reader& operator=(const slow_reader&) = delete;
-  ~slow_reader() { leave(); }
-
-  void leave() {
-    if (file_ >= 0) close(file_);
-    file_ = -1;
-  }
-  bool wait_until_full() const {
-    return support::eventually([this] {
-      int waiting = 0;
-      ioctl(file_, FIONREAD, &waiting);
-      return waiting == size_;
-    });
-  }
-
- private:
-  int file_ = -1;
-  int size_ = 0;
-};
-
-struct live_session {
-  live_port& modem;
-  background_process& program;
-  slow_reader& reader;
-};
-
-TEST_F(tvk_decode, live_gives_the_masks_back_however_it_ends) {
-  const auto send = [](int signal) {
-    return [signal](live_session on) { on.program.send_signal(signal); };
-  };
-  const auto many = [] {
-    bytes all;
-    for (int i = 0; i < 100; ++i) all = all + diag_frame(cell_info);
-    return all;
-  }();
-  const std::string pipe = dir_.file("pipe");
-  const struct {
-    const char* what;
-    std::vector<std::string> more;
-    std::function<void(live_session)> end;
-    int exit_status;
-    const char* error;
-  } rows[] = {
-      {"SIGINT", {}, send(SIGINT), 0, ""},
-      {"SIGTERM", {}, send(SIGTERM), 0, ""},
-      {"SIGHUP", {}, send(SIGHUP), 0, ""},
-      {"reader leaves, nothing comes",
-       {"-o", pipe},
-       [](live_session on) { on.reader.leave(); },
-       1,
-       "Broken pipe\n"},
-      {"reader of --save leaves",
-       {"--save", pipe},
-       [](live_session on) {
-         on.reader.leave();
-         on.modem.port().write(diag_frame(cell_info));
-       },
-       1,
-       "pipe: Broken pipe\n"},
-      {"reader stalls, SIGINT",
-       {"-o", pipe},
-       [&](live_session on) {
-         on.modem.port().write(many);
-         EXPECT_TRUE(on.reader.wait_until_full());
-         on.program.send_signal(SIGINT);
-       },
-       1,
-       "the reader has stalled; the rest is lost\n"},
-      {"full disk",
-       {"-o", "/dev/full"},
-       [](live_session on) { on.modem.port().write(diag_frame(cell_info)); },
-       1,
-       "No space left on device\n"},
-      {"port lost and back",
-       {},
-       [](live_session on) {
-         on.modem.port().close_connection();
-         ASSERT_TRUE(on.modem.wait_for(reports_on, 2));
-         on.program.send_signal(SIGINT);
-       },
-       0,
-       "the port is back\n"},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.what);
-    std::filesystem::remove(pipe);
-    slow_reader reader(pipe);
-    live_port modem;
-    background_process live(TVK_DECODE_PROGRAM, modem.arguments(row.more));
-    ASSERT_TRUE(modem.wait_for(reports_on, 1));
-    row.end({modem, live, reader});
-    const auto ended = live.wait();
-    EXPECT_EQ(ended.exit_status, row.exit_status);
-    EXPECT_TRUE(ended.errors.ends_with(row.error)) << ended.errors;
-    EXPECT_EQ(modem.logs(hex("01000000")), live_port::logs_before);
-    EXPECT_EQ(modem.logs(hex("0B000000")), live_port::logs_before);
-    EXPECT_EQ(modem.events(), live_port::events_before);
-    EXPECT_FALSE(modem.beginning_with(reports_off).empty());
-  }
-}
-
-TEST_F(tvk_decode, save_makes_its_file_when_there_is_a_port_and_replaces_none_unasked) {
-  const auto kept = made("kept.qmdl", capture);
-  const std::string content(capture.begin(), capture.end());
-  const auto no_port = decode({"--live", "unix:" + dir_.file("none"), "--save", kept, "--force"});
-  EXPECT_EQ(no_port.exit_status, 1);
-  EXPECT_EQ(read_file(kept), content);
-  live_port modem;
-  const auto refused = decode(modem.arguments({"--save", kept}));
-  EXPECT_EQ(refused.exit_status, 1);
-  EXPECT_EQ(refused.errors, "tvk-decode: " + kept + ": the file exists; --force replaces it\n");
-  EXPECT_EQ(read_file(kept), content);
-  EXPECT_TRUE(modem.port().requests().empty());
-  background_process live(TVK_DECODE_PROGRAM, modem.arguments({"--save", kept, "--force"}));
-  ASSERT_TRUE(modem.wait_for(reports_on, 1));
-  live.send_signal(SIGTERM);
-  EXPECT_EQ(live.wait().exit_status, 0);
-  EXPECT_TRUE(read_file(kept).starts_with("\x73"));  // the first answer
-}
-
 TEST_F(tvk_decode, standard_streams_that_take_nothing_are_errors_and_are_left_alone) {
   if (TVK_CROSS_BUILD) GTEST_SKIP() << "the shell does not run programs of a cross build";
   const auto path = made("a.qmdl", capture);
   const auto shell = [&](const std::string& rest) {
-    return support::run(
-        "/bin/sh", {"-c", "exec \"$0\" " + rest, TVK_DECODE_PROGRAM, path, dir_.file("lines")});
+    return run("/bin/sh", {"-c", "exec \"$0\" " + rest, TVK_DECODE_PROGRAM, path, file("lines")});
   };
   for (const std::string to : {"/dev/full", "&-"}) {
     const auto why = to == "&-" ? "Bad file descriptor\n" : "No space left on device\n";
@@ -606,28 +217,9 @@ TEST_F(tvk_decode, standard_streams_that_take_nothing_are_errors_and_are_left_al
                                    "-f jsonl --summary -o \"$2\" \"$1\""}) {
       EXPECT_EQ(shell(what + " 2>" + to).exit_status, 1) << what;
     }
-    EXPECT_EQ(records_in(read_file(dir_.file("lines"))), capture_lines);
+    EXPECT_EQ(records_in(read_file(file("lines"))), capture_lines);
   }
   EXPECT_EQ(shell("-f none - <&-").errors, "tvk-decode: standard input: Bad file descriptor\n");
-}
-
-TEST_F(tvk_decode, live_from_a_simulated_modem_as_from_its_file) {
-  bytes many;
-  for (int i = 0; i < 300; ++i) many = many + diag_frame(cell_info) + diag_frame(events);
-  const auto path = made("play.qmdl", many);
-  const auto expected = decode({"-f", "jsonl", path}).output;
-  support::simulated_modem modem({}, support::simulated_modem::begin::at_once,
-                                 {"--play", path, "--rate", "0"});
-  const auto diag =
-      "unix:" + std::filesystem::path(modem.socket()).replace_filename("diag.sock").string();
-  background_process live(TVK_DECODE_PROGRAM, {"--live", diag, "-f", "jsonl", "--save",
-                                               dir_.file("s.qmdl"), "-o", dir_.file("lines")});
-  EXPECT_TRUE(support::eventually(
-      [&] { return records_in(read_file(dir_.file("lines"))).size() >= expected.size(); }));
-  live.send_signal(SIGTERM);
-  EXPECT_EQ(live.wait().exit_status, 0);
-  EXPECT_TRUE(records_in(read_file(dir_.file("lines"))) == expected);
-  EXPECT_TRUE(decode({"-f", "jsonl", dir_.file("s.qmdl")}).output == expected);
 }
 
 }  // namespace

@@ -259,15 +259,6 @@ TEST(tvk_modem_diag, faults_strike_as_ordered) {
   EXPECT_EQ(diag_client(modem.diag_socket()).ask(hex("1C")), hex("1C 0800"));
 }
 
-TEST(tvk_modem_diag, factory_test_answers_with_the_length_that_is_set) {
-  const simulated_modem modem({}, at_once, {"--set", "diag.factory_length=16384"});
-  diag_client client(modem.diag_socket());
-  const bytes answer = client.ask(hex("4B0B 0000"));
-  ASSERT_EQ(answer.size(), 16384U);
-  EXPECT_EQ(bytes(answer.begin(), answer.begin() + 8), hex("4B0B0000 00010203"));
-  EXPECT_EQ(answer[16383], 0xFB);
-}
-
 TEST(tvk_modem_diag, terminal_is_new_for_each_client) {
   const temp_dir dir;
   const simulated_modem modem({}, at_once, {"--diag-pty", dir.file("tty")});

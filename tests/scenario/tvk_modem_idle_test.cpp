@@ -1,9 +1,7 @@
 // A modem that is asked for nothing uses no processor time, however its clients left.
 // TVK_IDLE_WINDOW sets for how many milliseconds it is watched.
-#include <arpa/inet.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <netinet/in.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <termios.h>
@@ -29,33 +27,16 @@ std::chrono::milliseconds window() {
   return std::chrono::milliseconds(set == nullptr ? 250 : std::atoi(set));
 }
 
-int tcp(std::uint16_t port) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(port);
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  const int made = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  const auto* const generic = reinterpret_cast<const sockaddr*>(&address);
-  return ::connect(made, generic, sizeof(address)) == 0 ? made : -1;
-}
-
 int terminal(const std::string& path) {
   return ::open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-}
-
-/// The first line of the modem has it.
-std::uint16_t tcp_port_in(const std::string& said) {
-  const std::string before = "tcp:127.0.0.1:";
-  return static_cast<std::uint16_t>(std::atoi(said.c_str() + said.find(before) + before.size()));
 }
 
 TEST(tvk_modem_idle, is_at_rest_before_and_after_clients_of_each_port) {
   const temp_dir dir;
   simulated_modem modem({}, simulated_modem::begin::at_once,
-                        {"--trace", "--diag-tcp", "0", "--diag-pty", dir.file("tty"), "--at-device",
-                         dir.file("at"), "--qmux", dir.file("qmux")});
+                        {"--trace", "--diag-pty", dir.file("tty"), "--at-device", dir.file("at"),
+                         "--qmux", dir.file("qmux")});
   EXPECT_TRUE(modem.process().comes_to_rest(window())) << "before the first client";
-  const auto port = tcp_port_in(modem.process().errors_so_far());
 
   // All logs of equipment 11, then the version, and half a request.
   const bytes asks_much = diag_frame(hex("73 000000 03000000 0B000000 08000000 FF")) +
@@ -71,7 +52,6 @@ TEST(tvk_modem_idle, is_at_rest_before_and_after_clients_of_each_port) {
       {"QMUX", [&] { return connected(dir.file("qmux"), SOCK_STREAM); },
        hex("01 0f00 00 00 00  00 07 2200 0400  01 0100 11 01")},
       {"DIAG socket", [&] { return connected(modem.diag_socket(), SOCK_STREAM); }, asks_much},
-      {"DIAG over TCP", [&] { return tcp(port); }, asks_much},
       {"DIAG terminal", [&] { return terminal(dir.file("tty")); }, asks_much},
       {"AT terminal", [&] { return terminal(dir.file("at")); }, hex("41540D 4154")},
   };

@@ -18,21 +18,25 @@ namespace {
 
 using namespace support;
 
-void write_file(const std::string& path, const bytes& content) {
-  std::ofstream(path, std::ios::binary)
-      .write(reinterpret_cast<const char*>(content.data()),
-             static_cast<std::streamsize>(content.size()));
-}
-
 /// To 1C: nothing came before it.
 const bytes still_there = hex("1C 0800");
 
-/// Plays at once, or what the options say; its time is held until then.
-simulated_modem player(const std::string& capture,
-                       std::vector<std::string> more = {"--rate", "0"}) {
-  more.insert(more.end(), {"--play", capture, "--hold-time"});
-  return simulated_modem({}, simulated_modem::begin::at_once, std::move(more));
-}
+class tvk_modem_play : public testing::Test {
+ protected:
+  std::string made(const std::string& name, const bytes& content) {
+    std::ofstream(dir.file(name), std::ios::binary)
+        .write(reinterpret_cast<const char*>(content.data()),
+               static_cast<std::streamsize>(content.size()));
+    return dir.file(name);
+  }
+  /// Plays at once, or what the options say; its time is held until then.
+  simulated_modem player(const bytes& capture, std::vector<std::string> more = {"--rate", "0"}) {
+    more.insert(more.end(), {"--play", made("capture", capture), "--hold-time"});
+    return simulated_modem({}, simulated_modem::begin::at_once, std::move(more));
+  }
+
+  const temp_dir dir;
+};
 constexpr int quiet = 1500;  ///< ms before a client that asks for packets gets the first
 
 void want_everything(diag_client& client) {
@@ -66,10 +70,8 @@ bytes capture() {
          diag_frame(wrapped) + diag_frame(report) + diag_frame(last) + hex("10 00 10");
 }
 
-TEST(tvk_modem_play, logs_and_events_come_as_they_are) {
-  const temp_dir dir;
-  write_file(dir.file("capture"), capture());
-  auto modem = player(dir.file("capture"));
+TEST_F(tvk_modem_play, logs_and_events_come_as_they_are) {
+  auto modem = player(capture());
   diag_client all(modem.diag_socket());
   diag_client some(modem.diag_socket());
   want_everything(all);
@@ -99,10 +101,8 @@ std::int64_t unix_seconds(const bytes& packet, std::size_t at) {
   return static_cast<std::int64_t>((time >> 16) / 800) + 315964800;
 }
 
-TEST(tvk_modem_play, rate_and_times_are_those_of_the_playing) {
-  const temp_dir dir;
-  write_file(dir.file("capture"), capture());
-  auto modem = player(dir.file("capture"), {"--rate", "20", "--play-now"});
+TEST_F(tvk_modem_play, rate_and_times_are_those_of_the_playing) {
+  auto modem = player(capture(), {"--rate", "20", "--play-now"});
   diag_client client(modem.diag_socket());
   want_everything(client);
   const std::int64_t first_second = std::time(nullptr);
@@ -122,8 +122,7 @@ TEST(tvk_modem_play, rate_and_times_are_those_of_the_playing) {
   }
 }
 
-TEST(tvk_modem_play, gaps_are_those_of_the_time_stamps_and_ten_seconds_at_most) {
-  const temp_dir dir;
+TEST_F(tvk_modem_play, gaps_are_those_of_the_time_stamps_and_ten_seconds_at_most) {
   // In ticks of 1.25 ms: 0.25 s later, 20 ms earlier, a day later.
   std::vector<bytes> packets;
   for (const char* ticks : {"00000000", "C8000000", "B8000000", "B8B01E04"}) {
@@ -131,8 +130,7 @@ TEST(tvk_modem_play, gaps_are_those_of_the_time_stamps_and_ten_seconds_at_most) 
   }
   bytes stream;
   for (const bytes& each : packets) stream = stream + diag_frame(each);
-  write_file(dir.file("capture"), stream);
-  auto modem = player(dir.file("capture"), {});
+  auto modem = player(stream, {});
   diag_client client(modem.diag_socket());
   want_everything(client);
   modem.let_pass(quiet);
@@ -146,9 +144,8 @@ TEST(tvk_modem_play, gaps_are_those_of_the_time_stamps_and_ten_seconds_at_most) 
   EXPECT_EQ(seen, packets);
 }
 
-TEST(tvk_modem_play, slow_client_gets_all_and_delays_no_other) {
+TEST_F(tvk_modem_play, slow_client_gets_all_and_delays_no_other) {
   constexpr std::size_t count = 20000;
-  const temp_dir dir;
   bytes stream;
   std::vector<bytes> packets;
   for (std::size_t i = 0; i < count; ++i) {
@@ -157,8 +154,7 @@ TEST(tvk_modem_play, slow_client_gets_all_and_delays_no_other) {
     const bytes frame = diag_frame(packets.back());
     stream.insert(stream.end(), frame.begin(), frame.end());
   }
-  write_file(dir.file("capture"), stream);
-  auto modem = player(dir.file("capture"));
+  auto modem = player(stream);
   diag_client slow(modem.diag_socket());
   diag_client fast(modem.diag_socket());
   want_everything(slow);
@@ -169,11 +165,9 @@ TEST(tvk_modem_play, slow_client_gets_all_and_delays_no_other) {
   EXPECT_EQ(slow.ask(hex("1C")), still_there);
 }
 
-TEST(tvk_modem_play, file_without_packets_is_refused) {
-  const temp_dir dir;
-  write_file(dir.file("noise"), bytes(5000, 0x33));
-  for (const std::string& name :
-       {dir.file("noise"), dir.file("nowhere"), dir.path(), std::string("/dev/zero")}) {
+TEST_F(tvk_modem_play, file_without_packets_is_refused) {
+  for (const std::string& name : {made("noise", bytes(5000, 0x33)), dir.file("nowhere"), dir.path(),
+                                  std::string("/dev/zero")}) {
     const auto ended = run(TVK_MODEM_PROGRAM, {"serve", "--socket", dir.file("s"), "--state",
                                                dir.file("d"), "--play", name});
     EXPECT_EQ(ended.exit_status, 1);
@@ -181,8 +175,7 @@ TEST(tvk_modem_play, file_without_packets_is_refused) {
   }
 }
 
-TEST(tvk_modem_play, can_be_ended_while_it_waits_for_a_pipe) {
-  const temp_dir dir;
+TEST_F(tvk_modem_play, can_be_ended_while_it_waits_for_a_pipe) {
   ASSERT_EQ(::mkfifo(dir.file("pipe").c_str(), 0600), 0);
   background_process modem(TVK_MODEM_PROGRAM, {"serve", "--socket", dir.file("s"), "--state",
                                                dir.file("d"), "--play", dir.file("pipe")});

@@ -5,7 +5,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "support/bytes.h"
@@ -200,17 +199,6 @@ TEST(tvk_modem, delayed_answer_is_dropped_with_its_client_or_service) {
   EXPECT_EQ(client.ask(look_up_nothing), end_of_list);
   modem.let_pass(200);
   EXPECT_EQ(client.receive(), echo_answer("0400"));
-}
-
-TEST(tvk_modem, serves_twenty_clients_at_once) {
-  const simulated_modem modem;
-  std::vector<std::jthread> clients;
-  while (clients.size() < 20) {
-    clients.emplace_back([&modem] {
-      const connection client(modem.socket());
-      for (int j = 0; j < 200; ++j) ASSERT_EQ(client.ask(echo()), echo_answer());
-    });
-  }
 }
 
 TEST(tvk_modem, client_that_never_reads_is_dropped_and_disturbs_no_other) {

@@ -6,11 +6,10 @@
 #include <string>
 
 #include "decode/output/time_text.h"
-#include "decode/pipeline.h"
 #include "decode/summary/report.h"
 #include "support/bytes.h"
+#include "support/decode_in_memory.h"
 #include "support/hand_diag.h"
-#include "support/memory_source.h"
 
 namespace {
 
@@ -57,14 +56,8 @@ struct decoded {
 };
 
 decoded decode_all(const bytes& capture, unsigned threads = 1) {
-  support::memory_source source(capture);
   list_store store;
-  const decode::pipeline_options how{
-      .threads = threads, .wanted = decode::filter::all(), .progress = {}};
-  decode::pipeline one(how, store);
-  decode::chunker chunks(source, decode::chunk_size(decode::max_threads));
-  summary counts;
-  one.run(chunks, "capture", counts);
+  const auto counts = support::decode_to(store, capture, threads);
   return {store.list, counts};
 }
 

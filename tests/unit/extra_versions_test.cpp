@@ -4,26 +4,20 @@
 
 #include <string>
 
-#include "support/decoded.h"
+#include "support/decoder_rows.h"
 
 namespace {
 
 using support::bytes;
 using support::decoded;
+using support::decoder_row;
 
-struct version_row {
-  std::uint16_t code;
-  std::string payload;
-  std::string lines;
-  std::vector<std::string> records = {};
-};
-
-void expect_decoded(std::span<const version_row> rows) {
+void expect_extra(std::span<const decoder_row> rows) {
   for (const auto& row : rows) {
-    const auto got = decoded::log_of_any_version(row.code, row.payload);
+    const auto got = decoded::log_of_any_version(row.id, row.payload);
     EXPECT_EQ(got.lines, row.lines) << row.payload;
-    EXPECT_EQ(got.records, row.records) << row.payload;
-    const auto strict = decoded::log(row.code, row.payload);
+    EXPECT_EQ(support::joined(got.records), row.records) << row.payload;
+    const auto strict = decoded::log(row.id, row.payload);
     EXPECT_NE(strict.lines.find("VERSION_NOT_SUPPORT"), std::string::npos) << row.payload;
     EXPECT_TRUE(strict.records.empty()) << row.payload;
   }
@@ -34,55 +28,31 @@ TEST(extra_versions, lte_mac_rach_attempt) {
     return "sub_id = 0, version = 1, num_records = 1, version_sub = " + std::to_string(version) +
            ", rach_result = " + std::to_string(result) + "\n";
   };
-  const version_row rows[] = {
-      {0xB062,
-       "01010000060228000100010702ff92ff000001592305004cc0000009000720061f5fd83c873406009fffffff",
-       "rach is success, do nothing\n"},
-      {0xB062,
-       "01010000060228000101010702ff92ff000001592305004cc0000009000720061f5fd83c873406009fffffff",
-       line(2, 1),
-       {"132:010201"}},
-      {0xB062,
-       "01014000060328000100020101031aff94ff000000ffffffff2c6c000007000200412e034f96580000000000",
-       line(3, 1),
-       {"132:010301"}},
-      {0xB062,
-       "010160a20604280001020107050092ff00000001d9620900005200000b00003b3d0362c9018803300b000000",
-       line(4, 2),
-       {"132:010402"}},
-      {0xB062,
-       "01010000063238000100010100032900a4ffeb000000000195b603000000a0b412000420061f425dc9be41b8008"
-       "8"
-       "5e00001700010000006505000073",
-       line(50, 1),
-       {"132:013201"}},
+  const decoder_row rows[] = {
+      {0xB062, "01010000 0602 0c00 0101", line(2, 1), "132:010201"},
+      {0xB062, "01010000 0603 0c00 01000201", line(3, 1), "132:010301"},
+      {0xB062, "01010000 0604 0c00 01020107", line(4, 2), "132:010402"},
+      {0xB062, "01010000 0632 0c00 01000101", line(50, 1), "132:013201"},
   };
-  expect_decoded(rows);
+  expect_extra(rows);
 }
 
 TEST(extra_versions, wcdma_pn_search) {
-  const version_row rows[] = {
-      {0x4179,
-       "0121ff0002",
-       "version = 1, rx_agc_old_0 = -223, rx_agc_old_1 = 512, rx_agc_0 = -77.10, rx_agc_1 = "
-       "-3.60\n",
-       {"110:0133339ac2666666c0"}},
-      {0x4179,
-       "010bff7aff00fe00fe000000",
+  const decoder_row rows[] = {
+      {0x4179, "010bff7aff00fe00fe000000",
        "version = 1, rx_agc_old_0 = -245, rx_agc_old_1 = -134, rx_agc_0 = -79.30, "
        "rx_agc_1 = -68.29\n",
-       {"110:019a999ec27b9488c2"}},
-      {0x4179,
-       "0379ff000200fe00",
+       "110:019a999ec27b9488c2"},
+      {0x4179, "0379ff000200fe00",
        "version = 3, rx_agc_old_0 = -135, rx_agc_old_1 = 512, rx_agc_0 = -68.30, rx_agc_1 = "
        "-3.60\n",
-       {"110:039a9988c2666666c0"}},
+       "110:039a9988c2666666c0"},
   };
-  expect_decoded(rows);
+  expect_extra(rows);
 }
 
 TEST(extra_versions, lte_tx_power) {
-  const version_row rows[] = {
+  const decoder_row rows[] = {
       {0xB16D,
        "08000003 c22cfe20000000000d1b9a00000000000000000000000000 "
        "c5b43000000000000080860d1538514200aa09ed0a000000 "
@@ -93,9 +63,9 @@ TEST(extra_versions, lte_tx_power) {
        "pusch_modulation_type = 1, pusch_tx_power = 21, pusch_mcs = 5\n"
        "version = 8, num = 3, pucch_tx_power -128, pusch_num_res_blocks = 10, "
        "pusch_modulation_type = 2, pusch_tx_power = 21, pusch_mcs = 14\n",
-       {"83:0803fc000080008009011505800a02150e"}},
+       "83:0803fc000080008009011505800a02150e"},
   };
-  expect_decoded(rows);
+  expect_extra(rows);
 }
 
 /// A sub-packet with one cell of four antennas; tests vary its version, size and the word with the
@@ -131,22 +101,16 @@ std::string record_of_srv_meas(const std::string& version) {
 
 TEST(extra_versions, lte_srv_meas_has_what_is_known_of_its_version) {
   const std::string filtered = "filtered_rsrp = -102.88, filtered_rsrq = -13.50\n";
-  const version_row rows[] = {
-      {0xB193,
-       srv_meas("3c"),
-       identity_of_srv_meas + levels_of_srv_meas,
-       {record_of_srv_meas("3c")}},
+  const decoder_row rows[] = {
+      {0xB193, srv_meas("3c"), identity_of_srv_meas + levels_of_srv_meas, record_of_srv_meas("3c")},
       // 59 must show by RSRQ, RSRP and RSSI that it has the places of 60.
-      {0xB193,
-       srv_meas("3b"),
-       identity_of_srv_meas + levels_of_srv_meas,
-       {record_of_srv_meas("3b")}},
+      {0xB193, srv_meas("3b"), identity_of_srv_meas + levels_of_srv_meas, record_of_srv_meas("3b")},
       {0xB193, srv_meas("3b", "a000", "24118410"), identity_of_srv_meas + filtered},
       {0xB193, srv_meas("38", "b000") + "00*16", identity_of_srv_meas + filtered},
       {0xB193, srv_meas("32", "b000") + "00*16", identity_of_srv_meas + filtered},
       {0xB193, srv_meas("3c", "a400"), "DATA_IS_NOT_VALID(164), name(size_sub), id(0xb193)\n"},
   };
-  expect_decoded(rows);
+  expect_extra(rows);
 }
 
 TEST(beside_records, cells_of_levels_are_read_without_being_needed) {

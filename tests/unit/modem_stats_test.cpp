@@ -1,7 +1,6 @@
 // The ground of the decoders: records, conversions, windows and checks.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <string>
 
 #include "modem_stats/conversions.h"
@@ -40,22 +39,8 @@ TEST(conversion, digits_are_rounded_one_by_one) {
   EXPECT_EQ(modem_stats_i2f_rsrq(-5), -30.31F);
   EXPECT_EQ(modem_stats_i2f_rssi(690), -66.88F);
   EXPECT_EQ(modem_stats_i2f_snr(284), 8.49F);  // not 8.40: the third digit's product says 9
-  EXPECT_EQ(modem_stats_nr5g_rsrp(-13801), -107.82F);
-  EXPECT_EQ(modem_stats_nr5g_rsrq(-1526), -11.92F);
-  EXPECT_EQ(modem_stats_nr5g_rssi(3535), -70.13F);
   EXPECT_EQ(modem_stats_nr5g_snr(2048), 3.01F);
   EXPECT_EQ(modem_stats_nr5g_rsrp_ex(-12016), -93.875F);
-  EXPECT_EQ(modem_stats_lte_rssi(755), -67.25F);
-  EXPECT_EQ(modem_stats_wcdma_rssi(-364), -91.20F);
-  EXPECT_EQ(modem_stats_gsm_rssi(-1053), -65.81F);
-  const float almost_zero = modem_stats_nr5g_rsrp(-0);
-  EXPECT_FALSE(std::signbit(almost_zero));
-}
-
-TEST(conversion, what_was_not_measured_is_65535) {
-  EXPECT_EQ(modem_stats_nr5g_snr(0), 65535.0F);
-  EXPECT_EQ(modem_stats_nr5g_rsrp_ex(0), 65535.0F);
-  EXPECT_EQ(modem_stats_nr5g_rsrp(0), 0.0F);
 }
 
 TEST(conversion_death_test, overflow_ends_the_process) {
@@ -129,9 +114,6 @@ constexpr bool makes_three(auto... values) {
 }
 static_assert(makes_three("a"_f = u8{1}, "b"_f = u16{2}, "c"_f = i8{3}));
 static_assert(!makes_three("a"_f = u8{1}, "b"_f = u16{2}));
-static_assert(!makes_three("a"_f = u8{1}, "b"_f = u16{2}, "d"_f = i8{3}));
-static_assert(!makes_three("a"_f = u8{1}, "b"_f = u16{2}, "b"_f = u16{3}));
-static_assert(!makes_three("a"_f = u8{1}, "b"_f = i16{2}, "c"_f = i8{3}));
 static_assert(!makes_three("a"_f = u8{1}, "b"_f = u8{2}, "c"_f = i8{3}));
 static_assert(!makes_three("a"_f = u8{1}, "b"_f = u16{2}, "c"_f = i8{3}, "a"_f = u8{1}));
 
@@ -229,40 +211,6 @@ TEST_F(reading, record_is_packed_as_its_rows_say_and_never_longer_than_700_bytes
   in.publish_added(three);
   EXPECT_EQ(lines, "Cur(700) reached max(700), for parser, id(0x1234)\n");
   EXPECT_TRUE(records.empty());
-}
-
-// Packets of the formats that the other decoders follow.
-
-TEST(lte_mac_rach_attempt, failed_attempt_makes_a_record) {
-  const std::string success =
-      "01010000063134000100010001070aff98ff0000011c48070018e2000007000000523b7dfd69b6000000f5540000"
-      "ff0001000000d6040000";
-  EXPECT_EQ(decoded::log(0xB062, success).lines, "rach is success, do nothing\n");
-
-  const auto edited = [&](std::size_t byte, const char* hex) {
-    return std::string(success).replace(2 * byte, 2, hex);
-  };
-  const auto failed = decoded::log(0xB062, edited(11, "01"));
-  EXPECT_EQ(failed.lines,
-            "sub_id = 0, version = 1, num_records = 1, version_sub = 49, rach_result = 1\n");
-  EXPECT_EQ(failed.records, (std::vector<std::string>{"132:013101"}));
-  const auto negative = decoded::log(0xB062, edited(11, "80"));
-  EXPECT_EQ(negative.lines,
-            "sub_id = 0, version = 1, num_records = 1, version_sub = 49, rach_result = -128\n"
-            "DATA_IS_NOT_VALID(-128), name(modem_stats_parse_b062_diag_log_lte_mac_rach_attempt), "
-            "id(0xb062)\n");
-  EXPECT_TRUE(negative.records.empty());
-  EXPECT_EQ(decoded::log(0xB062, edited(4, "07")).lines,
-            "DATA_IS_NOT_VALID(7), name(sub_packet_id), id(0xb062)\n");
-  EXPECT_EQ(decoded::log(0xB062, edited(5, "32")).lines,
-            "VERSION_NOT_SUPPORT, version(50), not_support_num(1), name(lte_mac_rach_attempt), "
-            "id(0xb062)\n");
-  EXPECT_EQ(decoded::cut(0xB062, success, 11).lines,
-            "g_pk_data_left(0) is not enough for rach_result_tmp, id(0xb062)\n");
-  EXPECT_EQ(decoded::log(0xB062, "01000000").lines,
-            "sub_id = 0, version = 1, num_records = 0, version_sub = 0, rach_result = -1\n"
-            "DATA_IS_NOT_VALID(-1), name(modem_stats_parse_b062_diag_log_lte_mac_rach_attempt), "
-            "id(0xb062)\n");
 }
 
 }  // namespace

@@ -1,22 +1,17 @@
 // Signalling messages: where each version of each log has them, what is refused, how parts are
 // joined, and the file that Wireshark reads, to the byte.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "decode/output/file_output.h"
-#include "decode/pipeline.h"
 #include "decode/signalling/reader.h"
 #include "decode/summary/report.h"
 #include "support/bytes.h"
+#include "support/decode_in_memory.h"
 #include "support/hand_diag.h"
-#include "support/memory_source.h"
 
 namespace {
 
@@ -174,21 +169,7 @@ bytes part(std::uint8_t number, std::uint8_t content, std::uint8_t radio = 1) {
 }
 
 std::pair<std::string, decode::summary> decode_to_pcap(const bytes& capture, unsigned threads = 1) {
-  support::memory_source source(capture);
-  const host::file_descriptor file(::memfd_create("pcap", MFD_CLOEXEC));
-  decode::file_output to("pcap", host::file_descriptor(::dup(file.get())));
-  const auto store = decode::pcap_store(to, true);
-  auto wanted = decode::filter::all();
-  wanted.signalling = decode::signalling::logs();
-  const decode::pipeline_options how{.threads = threads, .wanted = wanted, .progress = {}};
-  decode::pipeline one(how, *store);
-  decode::chunker chunks(source, decode::chunk_size(decode::max_threads));
-  decode::summary counts;
-  one.run(chunks, "a capture", counts);
-  std::string output(static_cast<std::size_t>(::lseek(file.get(), 0, SEEK_END)), ' ');
-  EXPECT_EQ(::pread(file.get(), output.data(), output.size(), 0),
-            static_cast<ssize_t>(output.size()));
-  return {output, counts};
+  return support::written([](auto& to) { return decode::pcap_store(to, true); }, capture, threads);
 }
 
 // In order, each radio by itself, and across chunks whatever the number of threads.

@@ -1,0 +1,305 @@
+// tvk-decode at a live port: what it asks for and gives back, what it saves, and datagrams.
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "support/bytes.h"
+#include "support/decode_run.h"
+#include "support/eventually.h"
+#include "support/simulated_modem.h"
+
+namespace {
+
+using namespace support;
+
+/// Answers as a modem with logs 0x1000 to 0x1FFF and 0xB000 to 0xBFFF and all events, of which some
+/// are on already. It keeps its masks when its client goes, as a phone does.
+class live_port {
+ public:
+  live_port() {
+    port_.on_request([this](const bytes& request) { answer(request); });
+  }
+
+  std::vector<std::string> arguments(std::vector<std::string> more) const {
+    more.insert(more.begin(), {"--live", port_.endpoint(), "-f", "jsonl"});
+    return more;
+  }
+  hand_diag& port() { return port_; }
+
+  /// Waits until the requests so far hold `count` that begin with `front`.
+  bool wait_for(const bytes& front, std::size_t count) const {
+    return eventually([&] { return beginning_with(front).size() >= count; });
+  }
+
+  std::vector<bytes> beginning_with(const bytes& front) const {
+    auto all = port_.requests();
+    std::erase_if(all, [&](const bytes& one) {
+      return one.size() < front.size() || !std::equal(front.begin(), front.end(), one.begin());
+    });
+    return all;
+  }
+
+  static inline const bytes logs_before = hex("01 00*511");
+  static inline const bytes events_before = hex("00*511 80");
+
+  bytes logs(const bytes& equipment) const {
+    const auto all = beginning_with(hex("73000000 03000000") + equipment);
+    return all.empty() ? logs_before : bytes(all.back().begin() + 16, all.back().end());
+  }
+  bytes events() const {
+    const auto all = beginning_with(hex("82"));
+    return all.empty() ? events_before : bytes(all.back().begin() + 6, all.back().end());
+  }
+
+ private:
+  bytes answer_to(const bytes& request) const {
+    if (request[0] == 0x60) return hex("60 0000");
+    if (request[0] == 0x81) return hex("81 00 0000 0010") + events();
+    if (request[0] == 0x82)
+      return hex("82 00 0000 0010") + bytes(request.begin() + 6, request.end());
+    const auto done = bytes(request.begin(), request.begin() + 8) + hex("00000000");
+    if (request[4] == 1) return done + hex("00*4 00100000 00*36 00100000 00*16");
+    const bytes which(request.begin() + 8, request.begin() + 12);
+    if (request[4] == 4) return done + which + hex("00100000") + logs(which);
+    return done + bytes(request.begin() + 8, request.end());
+  }
+
+  void answer(const bytes& request) {
+    const bytes wire = diag_frame(answer_to(request));
+    port_.write(wire);
+  }
+
+  hand_diag port_;
+};
+
+const bytes reports_on = hex("60 01");
+const bytes reports_off = hex("60 00");
+const bytes log_mask = hex("73000000 03000000 0B000000");
+
+using tvk_decode_live = with_captures;
+
+TEST_F(tvk_decode_live, asks_saves_comes_back_and_takes_its_requests_back) {
+  live_port modem;
+  background_process live(TVK_DECODE_PROGRAM, modem.arguments({"--save", file("s.qmdl"), "-o",
+                                                               file("lines"), "--summary"}));
+  ASSERT_TRUE(modem.wait_for(reports_on, 1));
+  const auto masks = modem.beginning_with(log_mask);
+  ASSERT_EQ(masks.size(), 1U);
+  EXPECT_EQ(masks[0][16 + 0x0C2 / 8], 0x04);  // 0xB0C2 and no neighbour
+  EXPECT_EQ(masks[0][16], 0x01);              // what others asked for stays
+  const auto wanted = modem.beginning_with(hex("82"));
+  ASSERT_EQ(wanted.size(), 1U);
+  EXPECT_EQ(wanted[0][6 + 1606 / 8] & 1 << 1606 % 8, 1 << 1606 % 8);
+  EXPECT_EQ(wanted[0].back(), 0x80);
+
+  modem.port().write(capture + hex("01020304057E"));
+  EXPECT_TRUE(eventually([&] { return records_in(read_file(file("lines"))) == capture_lines; }));
+  modem.port().close_connection();
+  EXPECT_TRUE(live.wait_for_error_text("the port is lost; waiting for it"));
+  EXPECT_TRUE(live.wait_for_error_text("the port is back"));
+  ASSERT_TRUE(modem.wait_for(reports_on, 2));
+  modem.port().write(diag_frame(voice));
+  EXPECT_TRUE(eventually([&] { return records_in(read_file(file("lines"))) != capture_lines; }));
+  live.send_signal(SIGINT);
+  const auto ended = live.wait();
+  EXPECT_EQ(ended.exit_status, 0);
+  EXPECT_EQ(records_in(read_file(file("lines"))), capture_lines + voice_line());
+  EXPECT_NE(ended.errors.find("\nbad CRC                  1\n"), std::string::npos) << ended.errors;
+
+  EXPECT_EQ(modem.beginning_with(reports_off).size(), 1U);
+  EXPECT_EQ(modem.beginning_with(hex("82")).back(), hex("82 00 0000 0010 00*511 80"));
+  EXPECT_EQ(modem.beginning_with(log_mask).back(),
+            hex("73000000 03000000 0B000000 00100000 01 00*511"));
+  const auto saved = read_file(file("s.qmdl"));
+  const std::string in_saved(capture.begin(), capture.end());
+  EXPECT_NE(saved.find(in_saved), std::string::npos);
+  EXPECT_EQ(decode({"-f", "jsonl", file("s.qmdl")}).output, capture_lines + voice_line());
+}
+
+/// A named pipe of one page and its reader, who need not read.
+class slow_reader {
+ public:
+  explicit slow_reader(const std::string& path) {
+    EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);
+    file_ = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    size_ = fcntl(file_, F_SETPIPE_SZ, 4096);
+  }
+  slow_reader(const slow_reader&) = delete;
+  slow_reader& operator=(const slow_reader&) = delete;
+  ~slow_reader() { leave(); }
+
+  void leave() {
+    if (file_ >= 0) close(file_);
+    file_ = -1;
+  }
+  bool wait_until_full() const {
+    return eventually([this] {
+      int waiting = 0;
+      ioctl(file_, FIONREAD, &waiting);
+      return waiting == size_;
+    });
+  }
+
+ private:
+  int file_ = -1;
+  int size_ = 0;
+};
+
+struct live_session {
+  live_port& modem;
+  background_process& program;
+  slow_reader& reader;
+};
+
+TEST_F(tvk_decode_live, gives_the_masks_back_however_it_ends) {
+  const auto send = [](int signal) {
+    return [signal](live_session on) { on.program.send_signal(signal); };
+  };
+  const auto many = [] {
+    bytes all;
+    for (int i = 0; i < 100; ++i) all = all + diag_frame(cell_info);
+    return all;
+  }();
+  const std::string pipe = file("pipe");
+  const struct {
+    const char* what;
+    std::vector<std::string> more;
+    std::function<void(live_session)> end;
+    int exit_status;
+    const char* error;
+  } rows[] = {
+      {"SIGINT", {}, send(SIGINT), 0, ""},
+      {"SIGTERM", {}, send(SIGTERM), 0, ""},
+      {"SIGHUP", {}, send(SIGHUP), 0, ""},
+      {"reader leaves, nothing comes",
+       {"-o", pipe},
+       [](live_session on) { on.reader.leave(); },
+       1,
+       "Broken pipe\n"},
+      {"reader of --save leaves",
+       {"--save", pipe},
+       [](live_session on) {
+         on.reader.leave();
+         on.modem.port().write(diag_frame(cell_info));
+       },
+       1,
+       "pipe: Broken pipe\n"},
+      {"reader stalls, SIGINT",
+       {"-o", pipe},
+       [&](live_session on) {
+         on.modem.port().write(many);
+         EXPECT_TRUE(on.reader.wait_until_full());
+         on.program.send_signal(SIGINT);
+       },
+       1,
+       "the reader has stalled; the rest is lost\n"},
+      {"full disk",
+       {"-o", "/dev/full"},
+       [](live_session on) { on.modem.port().write(diag_frame(cell_info)); },
+       1,
+       "No space left on device\n"},
+      {"port lost and back",
+       {},
+       [](live_session on) {
+         on.modem.port().close_connection();
+         ASSERT_TRUE(on.modem.wait_for(reports_on, 2));
+         on.program.send_signal(SIGINT);
+       },
+       0,
+       "the port is back\n"},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    std::filesystem::remove(pipe);
+    slow_reader reader(pipe);
+    live_port modem;
+    background_process live(TVK_DECODE_PROGRAM, modem.arguments(row.more));
+    ASSERT_TRUE(modem.wait_for(reports_on, 1));
+    row.end({modem, live, reader});
+    const auto ended = live.wait();
+    EXPECT_EQ(ended.exit_status, row.exit_status);
+    EXPECT_TRUE(ended.errors.ends_with(row.error)) << ended.errors;
+    EXPECT_EQ(modem.logs(hex("01000000")), live_port::logs_before);
+    EXPECT_EQ(modem.logs(hex("0B000000")), live_port::logs_before);
+    EXPECT_EQ(modem.events(), live_port::events_before);
+    EXPECT_FALSE(modem.beginning_with(reports_off).empty());
+  }
+}
+
+TEST_F(tvk_decode_live, save_makes_its_file_when_there_is_a_port_and_replaces_none_unasked) {
+  const auto kept = made("kept.qmdl", capture);
+  const std::string content(capture.begin(), capture.end());
+  const auto no_port = decode({"--live", "unix:" + file("none"), "--save", kept, "--force"});
+  EXPECT_EQ(no_port.exit_status, 1);
+  EXPECT_EQ(read_file(kept), content);
+  live_port modem;
+  const auto refused = decode(modem.arguments({"--save", kept}));
+  EXPECT_EQ(refused.exit_status, 1);
+  EXPECT_EQ(refused.errors, "tvk-decode: " + kept + ": the file exists; --force replaces it\n");
+  EXPECT_EQ(read_file(kept), content);
+  EXPECT_TRUE(modem.port().requests().empty());
+  background_process live(TVK_DECODE_PROGRAM, modem.arguments({"--save", kept, "--force"}));
+  ASSERT_TRUE(modem.wait_for(reports_on, 1));
+  live.send_signal(SIGTERM);
+  EXPECT_EQ(live.wait().exit_status, 0);
+  EXPECT_TRUE(read_file(kept).starts_with("\x73"));  // the first answer
+}
+
+TEST_F(tvk_decode_live, signalling_is_asked_for_and_sent_as_datagrams) {
+  const int wireshark = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t size = sizeof address;
+  ASSERT_EQ(bind(wireshark, reinterpret_cast<sockaddr*>(&address), size), 0);
+  ASSERT_EQ(getsockname(wireshark, reinterpret_cast<sockaddr*>(&address), &size), 0);
+
+  live_port modem;
+  support::background_process live(
+      TVK_DECODE_PROGRAM,
+      {"--live", modem.port().endpoint(), "-f", "none", "--code", "0xB0C0,0xB821", "--gsmtap",
+       "127.0.0.1:" + std::to_string(ntohs(address.sin_port))});
+  ASSERT_TRUE(modem.wait_for(log_mask, 1));
+  const auto wanted = modem.beginning_with(log_mask)[0];
+  EXPECT_EQ(wanted[16 + 0x0C0 / 8], 0x01);
+  EXPECT_EQ(wanted[16 + 0x821 / 8], 0x02);
+  modem.port().write(diag_frame(nr_message) + diag_frame(lte_message));
+  bytes got(100);
+  const auto count = recv(wireshark, got.data(), got.size(), 0);
+  got.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+  EXPECT_EQ(got, hex("02040D00 56940000 00000000 03000000 28"));
+  live.send_signal(SIGINT);
+  EXPECT_EQ(live.wait().exit_status, 0);
+  EXPECT_EQ(modem.logs(hex("0B000000")), live_port::logs_before);
+  close(wireshark);
+}
+
+TEST_F(tvk_decode_live, records_come_from_a_simulated_modem_as_from_its_file) {
+  bytes many;
+  for (int i = 0; i < 300; ++i) many = many + diag_frame(cell_info) + diag_frame(events);
+  const auto path = made("play.qmdl", many);
+  const auto expected = decode({"-f", "jsonl", path}).output;
+  simulated_modem modem({}, simulated_modem::begin::at_once, {"--play", path, "--rate", "0"});
+  const auto diag =
+      "unix:" + std::filesystem::path(modem.socket()).replace_filename("diag.sock").string();
+  background_process live(TVK_DECODE_PROGRAM, {"--live", diag, "-f", "jsonl", "--save",
+                                               file("s.qmdl"), "-o", file("lines")});
+  EXPECT_TRUE(
+      eventually([&] { return records_in(read_file(file("lines"))).size() >= expected.size(); }));
+  live.send_signal(SIGTERM);
+  EXPECT_EQ(live.wait().exit_status, 0);
+  EXPECT_TRUE(records_in(read_file(file("lines"))) == expected);
+  EXPECT_TRUE(decode({"-f", "jsonl", file("s.qmdl")}).output == expected);
+}
+
+}  // namespace
