@@ -29,23 +29,6 @@ std::vector<datagram> echo(const datagram& request) {
   return {{request.node, request.port, qmi_response(request.data, tlvs)}};
 }
 
-const std::string none_yet =
-    "NORVEL_QMI_NV: qmi_client_get_service_list() returned -2 num_services = 0\n";
-
-TEST(transport, service_that_comes_later_is_waited_for) {
-  hand_modem modem(std::vector<qmi_server>{});
-  modem.on_request(echo);
-  const auto console = start_console(modem.endpoint(), command);
-  EXPECT_TRUE(console->wait_for_output_text(none_yet));
-  EXPECT_TRUE(console->wait_for_error_text("until it comes\n"));
-  modem.publish({});
-  const auto got = console->wait();
-  EXPECT_TRUE(got.output.starts_with("nl_qmi req data(qmi_id: 0, len: 1[max: 500]):\n0x01 \n" +
-                                     none_yet + client_made))
-      << got.output;
-  EXPECT_TRUE(contains(got.output, "\nqmi_id = 0, result = 0\n")) << got.output;
-}
-
 TEST(transport, modem_that_starts_later_is_named_once_and_waited_for) {
   for (const bool left_a_socket : {false, true}) {
     SCOPED_TRACE(left_a_socket);
@@ -72,10 +55,6 @@ TEST(transport, wait_names_service_endpoint_and_limit_once) {
       {{"6", "0", "1"}, "QMI service 0xFFE4", "until it comes"},
       {{"5", "10", "1", "1"}, "QMI service 0x0B", "for up to 4000 ms in each try"},
       {{"5", "8"}, "QMI service 0x11", "for up to 4 ms in each try"},
-      {{"9", "0", "0"},
-       "QMI service 0xE4",
-       "for up to 4 ms in each try",
-       "tvk: trying again for up to 9 s\n"},
       {{"10", "0", "1"},
        "QMI service 0x24",
        "for up to 4 ms in each try",
@@ -92,13 +71,9 @@ TEST(transport, wait_names_service_endpoint_and_limit_once) {
   }
 }
 
-// On a pipe, as a script reads it: it need not wait for the end of the command, which may be
-// killed.
+// On a pipe, as a script reads it.
 TEST(transport, what_is_printed_before_a_wait_is_seen_during_it) {
   const temp_dir dir;
-  const auto properties = dir.file("properties");
-  std::ofstream(properties) << "persist.radio.ssr_wait_s=3600\n";
-  const simulated_modem modem;
   hand_modem indicating;
   indicating.on_request([&](const datagram& request) {
     return std::vector<datagram>{
@@ -108,23 +83,17 @@ TEST(transport, what_is_printed_before_a_wait_is_seen_during_it) {
   const std::string nowhere = "unix:" + dir.file("none.sock");
   const struct {
     std::vector<std::string> arguments;
-    std::string modem;
-    std::string printed;
+    std::string modem, printed;
   } rows[] = {
-      {{"6", "0", "1"}, nowhere, "num_services = 0\n"},
       {{"10", "0", "1"}, nowhere, "g_pdc_init_status = -1, force_init = 0\n"},
-      {{"5", "5"}, modem.endpoint(), "modem ssr start to wait 3600s to init\n"},
-      {{"5", "0", "0", "0", "60000", "1"}, nowhere, "Command time = 600 * 100ms\n"},
       {{"5", "0", "1", "0", "60000", "1"}, nowhere, "Dci Command time = 600\n"},
       // A text without an end of line, while the answer does not come.
-      {{"6", "0", "1"}, indicating.endpoint(), "handle indication: 6"},
+      {command, indicating.endpoint(), "handle indication: 6"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.printed);
     background_process run(TVK_PROGRAM, row.arguments,
-                           {{"TVK_MODEM", row.modem},
-                            {"TVK_DIAG", silent.endpoint()},
-                            {"TVK_PROPERTIES", properties}});
+                           {{"TVK_MODEM", row.modem}, {"TVK_DIAG", silent.endpoint()}});
     EXPECT_TRUE(run.wait_for_output_text(row.printed));
     run.send_signal(SIGKILL);
     const auto got = run.wait();
@@ -133,7 +102,6 @@ TEST(transport, what_is_printed_before_a_wait_is_seen_during_it) {
   }
 }
 
-// The command ends by itself, with one line on standard error that names the endpoint.
 TEST(transport, endpoint_that_is_not_a_modem_is_refused) {
   start_programs_without_superuser_rights();
   const temp_dir dir;
@@ -144,13 +112,9 @@ TEST(transport, endpoint_that_is_not_a_modem_is_refused) {
   const open_socket mute(listening_at(dir.file("mute"), SOCK_SEQPACKET));
   const std::pair<std::string, std::string> rows[] = {
       {"tcp:1.2.3.4:5", "no such kind of endpoint; "},
-      {"bogus", "no such kind of endpoint; "},
-      {"UNIX:/tmp/x", "no such kind of endpoint; "},
       {"unix", "PATH is missing; "},
-      {"unix:", "PATH is missing; "},
       {"unix:/tmp/" + std::string(300, 'x'), "longer than the 107 bytes of a socket path; "},
       {at("regular"), "not a socket; "},
-      {"unix:" + dir.path(), "not a socket; "},
       {at("stream"), "Protocol wrong type for socket; "},
       {at("mute"), "the program listening there does not answer service lookups; "},
       {at("closed/modem.sock"), "Permission denied; "},
@@ -206,9 +170,6 @@ TEST(transport, first_server_gets_the_request_and_indications_before_its_answer_
       {"last known number, our transaction",
        hex("04 0100 0300 0e00  01 0400 06000000  02 0400 00000000"),
        "0x3 buf_len=14 \nNo function defined to handle indication: 6"},
-      {"unknown number with payload",
-       hex("04 0000 0300 1102  01 0400 07000000  02 0400 00020000  10 0002") + fill(512, 0xA5),
-       "0x3 buf_len=529 \nIndicaion: 7 greater than maximum known indication."},
       {"empty", hex("04 0000 0300 0000"),
        "0x3 buf_len=0 \nNo function defined to handle indication: 0"},
       {"unknown message", hex("04 0000 cdab 0e00  01 0400 09000000  02 0400 00000000"),

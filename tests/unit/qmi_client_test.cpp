@@ -3,7 +3,6 @@
 #include <string>
 
 #include "support/eventually.h"
-#include "support/no_more_threads.h"
 #include "unit/qmi_client_fixture.h"
 
 namespace qmi_test {
@@ -11,54 +10,30 @@ namespace {
 
 constexpr std::uint32_t control_port = 0xFFFFFFFE;
 
-std::vector<datagram> silence(const datagram&) {
-  return {};
-}
-
-TEST_F(qmi_client, arguments_that_are_missing_or_of_the_wrong_kind_are_refused) {
+TEST_F(qmi_client, handle_of_none_or_of_another_kind_is_refused) {
   auto* released = connect();
   release(released);
   int no_handle = 0;
-  std::uint32_t number = 0;
-  auto tlvs = hex("01 0400 00000000");
   for (qmi_client_type handle : {qmi_client_type{nullptr}, qmi_client_type{&no_handle}, released}) {
     EXPECT_EQ(qmi_client_release(handle), -18);
     EXPECT_EQ(send(handle, 1), -18);
     EXPECT_EQ(qmi_client_register_error_cb(handle, on_error, &log_), -18);
-    EXPECT_EQ(qmi_client_register_notify_cb(handle, on_notify, &log_), -18);
-    EXPECT_EQ(qmi_client_message_decode(handle, QMI_IDL_INDICATION, 3, tlvs.data(), 7, &number, 4),
-              -18);
   }
   EXPECT_EQ(qmi_client_register_notify_cb(connect(), on_notify, &log_), -18);
   EXPECT_EQ(qmi_client_register_error_cb(make_notifier(), on_error, &log_), -18);
-  qmi_client_type handle = nullptr;
-  EXPECT_EQ(qmi_client_init(nullptr, service, on_indication, nullptr, nullptr, &handle), -17);
-  EXPECT_EQ(qmi_client_init_instance(service, 2, nullptr, nullptr, &signal_, 50, nullptr), -17);
-  EXPECT_EQ(qmi_client_init_instance(nullptr, 2, nullptr, nullptr, &signal_, 50, &handle), -17);
-  EXPECT_TRUE(log_.errors.empty());
 }
 
 TEST_F(qmi_client, sizes_that_are_not_the_tables_are_refused_unsent) {
   auto* handle = connect();
   std::uint32_t numbers[2] = {};
   answer room[2] = {};
-  const struct {
-    std::uint32_t* request;
-    unsigned int request_size;
-    answer* response;
-    unsigned int response_size;
-    std::int32_t result;
-  } rows[] = {
-      {numbers, 3, room, sizeof(answer), -17},     {numbers, 5, room, sizeof(answer), -17},
-      {nullptr, 4, room, sizeof(answer), -17},     {numbers, 4, nullptr, sizeof(answer), -17},
-      {numbers, 4, room, sizeof(answer) - 1, -17}, {numbers, 4, room, sizeof(room), 0},
+  const auto send_sizes = [&](unsigned int request, unsigned int response) {
+    return qmi_client_send_msg_sync(handle, 1, numbers, request, room, response, long_enough);
   };
-  for (const auto& row : rows) {
-    EXPECT_EQ(qmi_client_send_msg_sync(handle, 1, row.request, row.request_size, row.response,
-                                       row.response_size, long_enough),
-              row.result)
-        << "row " << &row - rows;
-  }
+  EXPECT_EQ(send_sizes(3, sizeof(answer)), -17);
+  EXPECT_EQ(send_sizes(5, sizeof(answer)), -17);
+  EXPECT_EQ(send_sizes(4, sizeof(answer) - 1), -17);
+  EXPECT_EQ(send_sizes(4, sizeof(room)), 0);
   EXPECT_EQ(modem_->requests().size(), 1U);
 }
 
@@ -69,7 +44,6 @@ TEST_F(qmi_client, refusal_of_the_service_is_an_answer) {
   EXPECT_EQ(send(handle, 1, long_enough, &got), 0);
   EXPECT_EQ(got.standard.result, 1);
   EXPECT_EQ(got.standard.error, 48);
-  EXPECT_EQ(got.valid, 0);
   modem_->answer_with_tlvs({});
   EXPECT_EQ(send(handle, 1), -46);
   modem_->on_request([](const datagram& request) {
@@ -92,7 +66,6 @@ TEST_F(qmi_client, datagram_that_is_no_answer_is_passed_over_and_the_answer_afte
     datagram first;
   } rows[] = {
       {"empty", {0, 0x201, {}}},
-      {"one byte", {0, 0x201, hex("02")}},
       {"6 bytes", {0, 0x201, hex("02 0200 0100 00")}},
       {"length above the rest", {0, 0x201, hex("02 0200 0100 0800") + refused}},
       {"length below the rest", {0, 0x201, hex("02 0200 0100 0600") + refused}},
@@ -116,7 +89,7 @@ TEST_F(qmi_client, datagram_that_is_no_answer_is_passed_over_and_the_answer_afte
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
-    modem_->on_request(silence);
+    modem_->on_request({});
     auto* handle = connect();
     EXPECT_EQ(send(handle, 1, 1), -3);
     modem_->on_request([&row](const datagram& request) {
@@ -202,15 +175,12 @@ TEST_F(qmi_client, indications_come_on_another_thread_in_order_and_may_be_empty)
                                                   hex("cdab0000 10 0000")}));
   std::uint32_t number = 0;
   const bytes tlvs = hex("01 0400 78563412");
-  const auto decode = [&](unsigned int message_id, const bytes& from, unsigned int size) {
-    return qmi_client_message_decode(handle, QMI_IDL_INDICATION, message_id, from.data(),
-                                     static_cast<unsigned int>(from.size()), &number, size);
-  };
-  EXPECT_EQ(decode(3, tlvs, 4), 0);
+  for (const auto& [size, result] : {std::pair{4U, 0}, {3U, -41}}) {
+    EXPECT_EQ(
+        qmi_client_message_decode(handle, QMI_IDL_INDICATION, 3, tlvs.data(), 7, &number, size),
+        result);
+  }
   EXPECT_EQ(number, 0x12345678U);
-  EXPECT_EQ(decode(3, tlvs, 3), -41);
-  EXPECT_EQ(decode(4, tlvs, 4), -43);
-  EXPECT_EQ(decode(3, {}, 4), -46);
 }
 
 /// Sends two indications, the second of message 4, ahead of the answer to number 1.
@@ -236,8 +206,7 @@ TEST_F(qmi_client, indications_that_come_before_an_answer_are_delivered_before_i
 
 TEST_F(qmi_client, callback_may_send_requests_and_release_its_handle) {
   struct outcome {
-    std::atomic<int> sent{99};
-    std::atomic<int> released{99};
+    std::atomic<int> sent{99}, released{99};
   };
   const auto ask_and_release = [](qmi_client_type handle, unsigned int, void*, unsigned int,
                                   void* data) {
@@ -271,21 +240,6 @@ TEST_F(qmi_client, callback_may_send_requests_and_release_its_handle) {
   EXPECT_TRUE(eventually([&] { return released == 0; }));
 }
 
-TEST_F(qmi_client, host_without_a_thread_is_an_error_and_named) {
-  auto info = first_server();
-  no_more_threads();
-  qmi_client_type handle = nullptr;
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(qmi_client_notifier_init(service, &signal_, &handle), -1);
-  EXPECT_EQ(qmi_client_init(&info, service, on_indication, &log_, nullptr, &handle), -1);
-  EXPECT_EQ(qmi_client_init_instance(service, QMI_CLIENT_INSTANCE_ANY, on_indication, &log_,
-                                     &signal_, 1000, &handle),
-            -1);
-  EXPECT_EQ(handle, nullptr);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "tvk: cannot start a thread: Resource temporarily unavailable\n");
-}
-
 TEST_F(qmi_client, requests_of_several_threads_on_one_handle_each_get_their_answer) {
   auto* handle = connect();
   std::atomic<int> good{0};
@@ -306,8 +260,6 @@ TEST_F(qmi_client, requests_of_several_threads_on_one_handle_each_get_their_answ
     transactions.insert(each.data.at(1) | each.data.at(2) << 8);
   }
   EXPECT_EQ(transactions.size(), 200U);
-  EXPECT_EQ(*transactions.begin(), 1);
-  EXPECT_EQ(*transactions.rbegin(), 200);
 }
 
 TEST_F(qmi_client, transactions_skip_0_when_they_wrap) {
