@@ -1,8 +1,5 @@
 // A modem of raw socket calls and bytes written by hand. It shares no code with the programs under
 // test: what both take for the modem socket's contract is thereby compared.
-//
-// A thread accepts connections, answers lookups from the servers published here, and hands every
-// packet to a server's port to the test's handler, which says what goes back.
 #pragma once
 
 #include <atomic>
@@ -70,19 +67,9 @@ class hand_modem {
   void forget_requests();
 
  private:
-  struct lookup {
-    std::uint32_t service = 0;
-    std::uint32_t instance_word = 0;
-
-    [[nodiscard]] bool matches(const qmi_server& server) const {
-      return (service == 0 || service == server.service) &&
-             (instance_word == 0 || instance_word == server.instance_word);
-    }
-    friend bool operator==(const lookup&, const lookup&) = default;
-  };
   struct connection {
     int socket = -1;
-    std::vector<lookup> lookups;
+    std::vector<std::uint32_t> lookups;  ///< services
     bool talks_to_server = false;
     bool closing = false;
   };

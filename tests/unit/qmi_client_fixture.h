@@ -1,4 +1,4 @@
-// A small QMI service, a modem of hand-written bytes that has it, and what the library calls back.
+// A small QMI service, a modem that has it, and what the library calls back.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -125,9 +125,8 @@ class qmi_client : public testing::Test {
   qmi_client_type connect(qmi_client_ind_cb callback = on_indication, void* data = nullptr) {
     auto info = first_server();
     qmi_client_type handle = nullptr;
-    EXPECT_EQ(
-        qmi_client_init(&info, service, callback, data == nullptr ? &log_ : data, nullptr, &handle),
-        0);
+    if (data == nullptr) data = &log_;
+    EXPECT_EQ(qmi_client_init(&info, service, callback, data, nullptr, &handle), 0);
     open_.insert(handle);
     return handle;
   }
