@@ -46,28 +46,19 @@ TEST(transport, modem_that_starts_later_is_named_once_and_waited_for) {
 }
 
 TEST(transport, wait_names_service_endpoint_and_limit_once) {
-  const struct {
-    std::vector<std::string> arguments;
-    const char* waits;
-    const char* limit;
-    const char* retries = "";
-  } rows[] = {
-      {{"6", "0", "1"}, "QMI service 0xFFE4", "until it comes"},
-      {{"5", "10", "1", "1"}, "QMI service 0x0B", "for up to 4000 ms in each try"},
-      {{"5", "8"}, "QMI service 0x11", "for up to 4 ms in each try"},
-      {{"10", "0", "1"},
-       "QMI service 0x24",
-       "for up to 4 ms in each try",
-       "tvk: trying again for up to 100 s\n"},
-  };
   const simulated_modem modem({}, simulated_modem::begin::later);
-  for (const auto& row : rows) {
-    const auto console = start_console(modem.endpoint(), row.arguments);
-    const std::string line = std::string("tvk: waiting for ") + row.waits + " at " +
-                             modem.endpoint() + " " + row.limit + "\n" + row.retries;
-    EXPECT_TRUE(console->wait_for_error_text(line)) << line;
+  const std::string at = " at " + modem.endpoint();
+  const std::pair<std::vector<std::string>, std::string> rows[] = {
+      {command, "0xFFE4" + at + " until it comes\n"},
+      {{"5", "10", "1", "1"}, "0x0B" + at + " for up to 4000 ms in each try\n"},
+      {{"10", "0", "1"},
+       "0x24" + at + " for up to 4 ms in each try\ntvk: trying again for up to 100 s\n"},
+  };
+  for (const auto& [arguments, wait] : rows) {
+    const auto console = start_console(modem.endpoint(), arguments);
+    EXPECT_TRUE(console->wait_for_error_text(wait)) << wait;
     console->send_signal(SIGKILL);
-    EXPECT_EQ(console->wait().errors, line);
+    EXPECT_EQ(console->wait().errors, "tvk: waiting for QMI service " + wait);
   }
 }
 
@@ -151,46 +142,34 @@ const std::string up_to_the_exchange =
     "nl_qmi req data(qmi_id: 0, len: 3[max: 500]):\n"
     "0x1F 0xFF 0x00 \n";
 const std::string success =
-    "norvel_extend_qmi_send_sync resp_len:0\n"
-    "norvel_extend_qmi_handle_req_cb result:0\n"
-    "qmi_id = 0, result = 0\n"
-    "nl_qmi rsp data(qmi_id: 0, len: 0[max: 500]):\n"
-    "\n";
+    exchanged(0) + "qmi_id = 0, result = 0\nnl_qmi rsp data(qmi_id: 0, len: 0[max: 500]):\n\n";
 
 // A message of the extension service: flags u8, transaction u16, message id u16, TLV bytes u16,
 // then TLV 0x01 u32 type or result, TLV 0x02 u32 number of payload bytes, TLV 0x10 512 payload
 // bytes.
 TEST(transport, first_server_gets_the_request_and_indications_before_its_answer_are_printed) {
-  const std::string with_id = "NORVEL__EXTEND_QMI: Indication msg_id=";
-  const struct {
-    const char* name;
-    bytes indication;
-    std::string printed;
-  } rows[] = {
-      {"last known number, our transaction",
-       hex("04 0100 0300 0e00  01 0400 06000000  02 0400 00000000"),
+  const std::pair<const char*, std::string> rows[] = {
+      {"04 0100 0300 0e00  01 0400 06000000  02 0400 00000000",  // our transaction
        "0x3 buf_len=14 \nNo function defined to handle indication: 6"},
-      {"empty", hex("04 0000 0300 0000"),
-       "0x3 buf_len=0 \nNo function defined to handle indication: 0"},
-      {"unknown message", hex("04 0000 cdab 0e00  01 0400 09000000  02 0400 00000000"),
+      {"04 0000 0300 0000", "0x3 buf_len=0 \nNo function defined to handle indication: 0"},
+      {"04 0000 cdab 0e00  01 0400 09000000  02 0400 00000000",  // unknown message
        "0xabcd buf_len=14 \nNo function defined to handle indication: 0"},
-      {"damaged after the number", hex("04 0000 0300 0a00  01 0400 09000000  02 0400"),
+      {"04 0000 0300 0a00  01 0400 09000000  02 0400",  // damaged after the number
        "0x3 buf_len=10 \nIndicaion: 9 greater than maximum known indication."},
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
+    SCOPED_TRACE(row.first);
     hand_modem modem({{.instance_word = 0x0301, .port = 0x4007}, {.instance_word = 0x0201}});
     modem.on_request([&](const datagram& request) {
-      return std::vector<datagram>{{request.node, request.port, row.indication}, echo(request)[0]};
+      return std::vector<datagram>{{request.node, request.port, hex(row.first)}, echo(request)[0]};
     });
     const auto got = run_console(modem.endpoint(), {"6", "0", "0x1f", "255", "0x100"});
     EXPECT_EQ(got.output,
               up_to_the_exchange +
                   "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_services = 2\n"
                   "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_entries = 2 "
-                  "num_services = 2\n"
-                  "QMI client inited\n" +
-                  with_id + row.printed + success);
+                  "num_services = 2\nQMI client inited\nNORVEL__EXTEND_QMI: Indication msg_id=" +
+                  row.second + success);
     EXPECT_EQ(got.errors, "");
     ASSERT_EQ(modem.requests().size(), 1U);
     EXPECT_EQ(modem.requests()[0].port, 0x4007U);
