@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <fstream>
-#include <memory>
 #include <string>
 #include <utility>
 

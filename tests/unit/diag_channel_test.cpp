@@ -1,7 +1,6 @@
 // The DIAG channel over a library that is the test's.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <chrono>

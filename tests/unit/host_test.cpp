@@ -1,5 +1,4 @@
-// Files and directories that others may have put where ours belong; streams whose far end does not
-// do its part.
+// Files that others have put where ours belong; streams whose far end does not do its part.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -89,19 +88,6 @@ TEST(host_files, what_others_put_there_is_not_used) {
       EXPECT_FALSE(std::filesystem::exists(place + ".led"));
       if (before != 0) expect_reason(host::make_new_file(place).error, "File exists");
     }
-  }
-}
-
-TEST(host_files, modes_do_not_depend_on_the_umask) {
-  const support::temp_dir dir;
-  for (const mode_t mask : {0U, 0777U}) {
-    const mode_t before = ::umask(mask);
-    const std::string name = dir.file(std::to_string(mask));
-    EXPECT_TRUE(host::open_lock(name + ".lock").file.valid());
-    EXPECT_TRUE(host::make_new_file(name + ".new").file.valid());
-    EXPECT_EQ(host::make_private_file(name + ".db"), "");
-    ::umask(before);
-    for (const char* kind : {".lock", ".new", ".db"}) EXPECT_EQ(mode_of(name + kind), 0600) << kind;
   }
 }
 

@@ -6,7 +6,6 @@
 #include <iterator>
 #include <sstream>
 #include <string>
-#include <vector>
 
 #include "platform/linux/idl/codec.h"
 #include "services/nas_v01.h"
