@@ -165,17 +165,6 @@ std::string send_by_worker(bool by_dci, unsigned length = 4, int result = 0) {
   });
 }
 
-TEST_F(diag_channel, opens_are_counted_and_one_close_closes) {
-  for (const auto* between : {"", "status = 1\n", "status = 2\n"}) {
-    EXPECT_TRUE(contains(printed_by(norvel_diag_init_with_result), between));
-  }
-  norvel_diag_deinit_with_result();
-  library.failing = "init";
-  EXPECT_TRUE(contains(printed_by([] { norvel_diag_init_with_result(); }), "LSM init failed\n"));
-  norvel_diag_deinit_with_result();
-  EXPECT_EQ(library.take_calls(), (calls{"init", "deinit", "init", "deinit"}));
-}
-
 TEST_F(diag_channel, callback_is_registered_for_every_remote_processor) {
   library.remote_mask = 0x8005;
   EXPECT_EQ(printed_by([] {

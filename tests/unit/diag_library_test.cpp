@@ -1,5 +1,4 @@
-// The DIAG library of this host against a port written byte by byte: every kind of port, a port
-// that comes and goes, what a DCI client gets and may not do.
+// The DIAG library of this host against a port written byte by byte.
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <stdlib.h>

@@ -157,40 +157,32 @@ TEST(idl_codec, output_without_room_has_one_code_for_a_header_and_one_for_a_valu
 
 TEST(idl_codec, decoder_gives_these_codes) {
   const struct {
-    const char* name;
     const message& what;
     const char* tlvs;
     std::int32_t result;
   } rows[] = {
-      {"in another order, with unknown optional ones", power_on,
-       "ff 0000  11 0100 01  12 0200 aabb  01 0100 02", 0},
-      {"unknown 0x10, the first optional", stats_request,
-       "01 0200 0100  02 0200 0100  03 0100 00  10 0000", 0},
-      {"unknown mandatory", power_on, "01 0100 02  0f 0100 00", -49},
-      {"mandatory twice", power_on, "01 0100 02  01 0100 02", -44},
-      {"optional twice", power_on, "01 0100 02  10 0100 01  10 0100 01", -44},
-      {"longer than its type", power_on, "01 0200 0200", -45},
-      {"optional longer than its type", power_on, "01 0100 02  10 0200 0100", -45},
-      {"far past the end", power_on, "01 ffff 02", -45},
-      {"unknown past the end", power_on, "01 0100 02  20 0200 00", -45},
-      {"nothing", power_on, "", -46},
-      {"fixed array one short", extension_request,
-       "01 0400 00000000  02 0400 00000000  10 ff01 00*511", -45},
-      {"10 of 10", stats_request, "01 0200 0100  02 0200 0100  03 2900 0a 00*40", 0},
-      {"11 of 10", stats_request, "01 0200 0100  02 0200 0100  03 2d00 0b 00*44", -42},
-      {"count of two, bytes of one", stats_request,
-       "01 0200 0100  02 0200 0100  03 0500 02 52000000", -45},
-      {"second mandatory missing", stats_request, "01 0200 0100  03 0100 00", -46},
-      {"701 of 700 bytes in an entry", stats_response,
-       "02 0400 0000 0000  10 c802 01  0000 0000 00000000 bd02 00*701", -42},
-      {"entry cut in its count", stats_response,
-       "02 0400 0000 0000  10 0a00 01  0000 0000 00000000 00", -45},
-      {"second entry missing", stats_response,
-       "02 0400 0000 0000  10 0b00 02  0000 0000 00000000 0000", -45},
-      {"empty message, mandatory", empty_message, "01 0100 00", -49},
+      {power_on, "ff 0000  11 0100 01  12 0200 aabb  01 0100 02", 0},
+      {stats_request, "01 0200 0100  02 0200 0100  03 0100 00  10 0000", 0},
+      {power_on, "01 0100 02  0f 0100 00", -49},
+      {power_on, "01 0100 02  01 0100 02", -44},
+      {power_on, "01 0100 02  10 0100 01  10 0100 01", -44},
+      {power_on, "01 0200 0200", -45},
+      {power_on, "01 0100 02  10 0200 0100", -45},
+      {power_on, "01 ffff 02", -45},
+      {power_on, "01 0100 02  20 0200 00", -45},
+      {power_on, "", -46},
+      {extension_request, "01 0400 00000000  02 0400 00000000  10 ff01 00*511", -45},
+      {stats_request, "01 0200 0100  02 0200 0100  03 2900 0a 00*40", 0},
+      {stats_request, "01 0200 0100  02 0200 0100  03 2d00 0b 00*44", -42},
+      {stats_request, "01 0200 0100  02 0200 0100  03 0500 02 52000000", -45},
+      {stats_request, "01 0200 0100  03 0100 00", -46},
+      {stats_response, "02 0400 0000 0000  10 c802 01  0000 0000 00000000 bd02 00*701", -42},
+      {stats_response, "02 0400 0000 0000  10 0a00 01  0000 0000 00000000 00", -45},
+      {stats_response, "02 0400 0000 0000  10 0b00 02  0000 0000 00000000 0000", -45},
+      {empty_message, "01 0100 00", -49},
   };
   for (const auto& row : rows) {
-    EXPECT_EQ(decode(row.what, hex(row.tlvs), row.what.size()).result, row.result) << row.name;
+    EXPECT_EQ(decode(row.what, hex(row.tlvs), row.what.size()).result, row.result) << row.tlvs;
   }
   EXPECT_EQ(decode(power_on, hex("01 0100 02"), power_on.size() - 1).result, -41);
 }

@@ -10,19 +10,6 @@ namespace {
 
 constexpr std::uint32_t control_port = 0xFFFFFFFE;
 
-TEST_F(qmi_client, handle_of_none_or_of_another_kind_is_refused) {
-  auto* released = connect();
-  release(released);
-  int no_handle = 0;
-  for (qmi_client_type handle : {qmi_client_type{nullptr}, qmi_client_type{&no_handle}, released}) {
-    EXPECT_EQ(qmi_client_release(handle), -18);
-    EXPECT_EQ(send(handle, 1), -18);
-    EXPECT_EQ(qmi_client_register_error_cb(handle, on_error, &log_), -18);
-  }
-  EXPECT_EQ(qmi_client_register_notify_cb(connect(), on_notify, &log_), -18);
-  EXPECT_EQ(qmi_client_register_error_cb(make_notifier(), on_error, &log_), -18);
-}
-
 TEST_F(qmi_client, sizes_that_are_not_the_tables_are_refused_unsent) {
   auto* handle = connect();
   std::uint32_t numbers[2] = {};
