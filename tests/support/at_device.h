@@ -24,7 +24,6 @@ class at_device {
   at_device& operator=(const at_device&) = delete;
   ~at_device() { ::close(lock_); }
 
-  /// Nothing is there, and it can be made.
   [[nodiscard]] bool usable() const { return usable_; }
 
  private:

@@ -32,7 +32,6 @@ struct qmi_server {
   friend bool operator==(const qmi_server&, const qmi_server&) = default;
 };
 
-/// A response that repeats transaction and message id of `request`.
 [[nodiscard]] bytes qmi_response(const bytes& request, const bytes& tlvs);
 
 class hand_modem {
@@ -40,7 +39,6 @@ class hand_modem {
   /// Gets each request, in the modem's thread, and returns what is sent back on its connection.
   using handler = std::function<std::vector<datagram>(const datagram& request)>;
 
-  /// Listens at once, with the servers given.
   explicit hand_modem(std::vector<qmi_server> servers = {qmi_server{}});
   hand_modem(const hand_modem&) = delete;
   hand_modem& operator=(const hand_modem&) = delete;
@@ -49,7 +47,6 @@ class hand_modem {
   [[nodiscard]] std::string endpoint() const { return "unix:" + dir_.file("modem.sock"); }
 
   void on_request(handler answer);
-  /// The handler that answers from the port asked, with the same transaction and message id.
   void answer_with_tlvs(const bytes& tlvs);
 
   /// NEW_SERVER to the lookups that match, and to those that come.

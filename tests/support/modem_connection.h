@@ -39,7 +39,6 @@ inline std::vector<bytes> announced(const char* command) {
   }
   return all;
 }
-/// What a restart brings up and takes down.
 inline const std::vector<bytes> all_up = announced("04");
 inline const std::vector<bytes> all_down = announced("05");
 inline const bytes service_up = all_up[0];
@@ -48,7 +47,6 @@ inline const bytes sar_up = all_up[1];
 inline const bytes sar_down = all_down[1];
 inline const bytes end_of_list = control + hex("04000000 00*16");
 
-/// A list of services, as a lookup gets it.
 inline std::vector<bytes> listed(std::vector<bytes> services) {
   services.push_back(end_of_list);
   return services;
@@ -95,7 +93,6 @@ class modem_connection : public open_socket {
   }
 
   [[nodiscard]] bytes ask(const bytes& packet) const { return send(packet) ? receive() : bytes(); }
-  /// What a lookup finds.
   [[nodiscard]] std::vector<bytes> look_up(const bytes& packet) const {
     std::vector<bytes> found = {ask(packet)};
     while (!found.back().empty() && found.back() != packets::end_of_list) {
