@@ -60,8 +60,7 @@ const std::array services = {
     uim_get_service_object_internal_v01(1, 1, QMI_IDL_LIBRARY_VERSION),
     sar_get_service_object_internal_v01(1, 1, QMI_IDL_LIBRARY_VERSION),
     pdc_get_service_object_internal_v01(1, 1, QMI_IDL_LIBRARY_VERSION),
-    vendor_stats_get_service_object_internal_v01(1, 1, QMI_IDL_LIBRARY_VERSION),
-};
+    vendor_stats_get_service_object_internal_v01(1, 1, QMI_IDL_LIBRARY_VERSION)};
 
 qmi_server server(std::uint32_t port) {
   return {.service = services.at(port)->service_id, .port = port};
@@ -229,16 +228,7 @@ void avoid_documented_ends(const bytes& request, bytes& tlvs) {
   encode(services[extension], QMI_IDL_RESPONSE, id, fields, tlvs);
 }
 
-enum class fate : std::uint8_t {
-  good,
-  changed_bytes,
-  changed_fields,
-  any_bytes,
-  error,
-  lost,
-  indication_first,
-  count
-};
+enum fate { good, changed_bytes, changed_fields, any, error, lost, indication_first, count };
 
 /// What the modem sends next; an answer to another message, which is an error of the library at
 /// once, when there is no more input.
@@ -258,30 +248,20 @@ std::vector<datagram> next_answers(const datagram& asked) {
     return sent;
   };
   while (!input_is_over()) {
-    const auto what = static_cast<fate>(next_byte() % static_cast<unsigned>(fate::count));
-    bytes answer = what == fate::any_bytes ? any_bytes() : good_answer(asked.port, id, request);
-    switch (what) {
-      case fate::changed_bytes:
-        change(answer);
-        [[fallthrough]];
-      case fate::good:
-      case fate::any_bytes:
-        return send(answer);
-      case fate::changed_fields:
-        change_fields(asked.port, QMI_IDL_RESPONSE, id, answer);
-        return send(answer);
-      case fate::lost:
-        // The statistics client starts threads then, which have tests of their own.
-        if (asked.port != uim) return send_error();
-        modem().withdraw(server(uim));
-        modem().publish(server(uim));
-        return {};
-      case fate::error:
-        return send_error();
-      case fate::indication_first:
-      case fate::count:
-        sent.push_back(any_indication());
+    const auto what = next_byte() % count;
+    bytes answer = what == any ? any_bytes() : good_answer(asked.port, id, request);
+    if (what == changed_bytes) change(answer);
+    if (what == changed_fields) change_fields(asked.port, QMI_IDL_RESPONSE, id, answer);
+    if (what <= any) return send(answer);
+    if (what == indication_first) {
+      sent.push_back(any_indication());
+      continue;
     }
+    // For a lost service the statistics client starts threads, which have tests of their own.
+    if (what == error || asked.port != uim) return send_error();
+    modem().withdraw(server(uim));
+    modem().publish(server(uim));
+    return {};
   }
   return send_error();
 }

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <deque>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -25,20 +24,13 @@ const std::string dci_mode = "1";
 const std::vector<std::string> request_arguments{"0x4b", "0x0b", "0x00", "0x00"};
 const bytes answer = hex("4B0B0000 7E7D01");
 
-std::vector<std::string> arguments_of(const std::string& mode, const std::string& time_out,
-                                      const std::vector<std::string>& request = request_arguments,
-                                      const std::string& type = "0") {
-  std::vector<std::string> arguments{"5", "0", mode, type, time_out};
-  arguments.insert(arguments.end(), request.begin(), request.end());
-  return arguments;
-}
-
 process_result run_diag(const std::string& endpoint, const std::string& mode,
                         const std::string& time_out,
                         const std::vector<std::string>& request = request_arguments,
                         const std::string& type = "0") {
-  auto got =
-      run(TVK_PROGRAM, arguments_of(mode, time_out, request, type), {{"TVK_DIAG", endpoint}});
+  std::vector<std::string> arguments{"5", "0", mode, type, time_out};
+  arguments.insert(arguments.end(), request.begin(), request.end());
+  auto got = run(TVK_PROGRAM, arguments, {{"TVK_DIAG", endpoint}});
   EXPECT_EQ(got.exit_status, 0);
   EXPECT_FALSE(got.timed_out);
   got.output = masked(got.output);
@@ -56,21 +48,8 @@ process_result run_answered(const bytes& wire, const std::string& mode,
   return got;
 }
 
-/// The watcher prints on a thread of its own until the process ends: at any place once a tick has
-/// passed.
-std::string without_ticks(const std::string& output) {
-  static const std::regex line(
-      R"(RIL\[norvel_diag_cmd_send_with_result_wait_thread_proc:[^\n]*\n)");
-  return std::regex_replace(output, line, "");
-}
-
-bytes answer_of(std::size_t size) {
-  bytes packet = hex("4B0B0000");
-  packet.resize(size, 0x5A);
-  return diag_frame(packet);
-}
-
-/// Every line is the next one of some thread's, and no thread has lines left.
+/// Every line is the next one of some thread's, and no thread has lines left; the watcher's, which
+/// prints until the process ends, may come at any place once a tick has passed.
 void expect_threads(const std::string& output, const std::vector<std::string>& texts) {
   std::vector<std::deque<std::string>> threads;
   std::string line;
@@ -78,7 +57,8 @@ void expect_threads(const std::string& output, const std::vector<std::string>& t
     std::istringstream in(text);
     for (threads.emplace_back(); std::getline(in, line);) threads.back().push_back(line);
   }
-  for (std::istringstream in(without_ticks(output)); std::getline(in, line);) {
+  for (std::istringstream in(output); std::getline(in, line);) {
+    if (line.starts_with("RIL[norvel_diag_cmd_send_with_result_wait_thread_proc:")) continue;
     const auto next = std::ranges::find_if(
         threads, [&](const auto& each) { return !each.empty() && each.front() == line; });
     if (next != threads.end()) next->pop_front();
@@ -87,79 +67,67 @@ void expect_threads(const std::string& output, const std::vector<std::string>& t
   for (const auto& thread : threads) EXPECT_TRUE(thread.empty()) << "missing: " << thread.front();
 }
 
-std::string line_of(const std::string& function, const std::string& text) {
-  return "RIL[" + function + ":#]: " + text + "\n";
-}
-std::string entry_and_exit(const std::string& function, const std::string& between = "") {
-  return line_of(function, "function entry ------------->") + between +
-         line_of(function, "function exit <-------------");
-}
-
 const std::string start_of_both =
-    line_of("norvel_diag_comand_input_check", "diag_comand, data_len = 4") +
-    line_of("norvel_print_data_with_hex", "data hex show, len(4), data: 4B 0B 00 00") +
-    line_of("norvel_diag_comand_output_check", "reply_len = 10240") +
-    entry_and_exit("norvel_diag_init_with_result");
-const std::string creator = "norvel_diag_cmd_send_with_result_wait_create_thread";
+    log_lines("norvel_diag_comand_input_check", {"diag_comand, data_len = 4"}) +
+    log_lines("norvel_print_data_with_hex", {"data hex show, len(4), data: 4B 0B 00 00"}) +
+    log_lines("norvel_diag_comand_output_check", {"reply_len = 10240"}) +
+    log_lines("norvel_diag_init_with_result", {function_entry, function_exit});
 const std::string watched =
-    entry_and_exit(creator, line_of(creator, "norvel daig is created, conf = 0"));
+    log_lines("norvel_diag_cmd_send_with_result_wait_create_thread",
+              {function_entry, "norvel daig is created, conf = 0", function_exit});
 const std::string req_end =
     "req end, data_size = 7, g_qcril_diag_rsp_buf.length = 7, reply_len = 10240";
-const std::string closed = entry_and_exit("norvel_diag_deinit_with_result");
+const std::string closed =
+    log_lines("norvel_diag_deinit_with_result", {function_entry, function_exit});
 const std::string result = "\nrsp data len(7)\nrsp data: 0x4B 0x0B 0x00 0x00 0x7E 0x7D 0x01\n";
-
-std::string checked(const std::string& origin) {
-  return line_of("norvel_diag_cmd_response_check", "================ response from " + origin +
-                                                       ", len = 7 ========================") +
-         line_of("norvel_print_data_with_hex", "data hex show, len(7), data: 4B 0B 00 00 7E 7D 01");
-}
+const std::string data_shown =
+    log_lines("norvel_print_data_with_hex", {"data hex show, len(7), data: 4B 0B 00 00 7E 7D 01"});
 
 TEST(diag_command, dci_transcript) {
-  const auto own = [](const std::string& text) {
-    return line_of("norvel_diag_cmd_send_with_result_by_dci_mode", text);
-  };
+  const std::string own = "norvel_diag_cmd_send_with_result_by_dci_mode";
   expect_threads(
       run_answered(diag_frame(answer), dci_mode).output,
       {"diag cmd:\n0x4B 0x0B 0x00 0x00 \ndci mode with result\n" + start_of_both +
-           own("Successfully registered with DCI for ch:0, client ID = 1") +
-           own("DCI Status on Processors for ch0:") + own("MPSS on ch:0: UP") +
-           own("Opening Data Stream, registering listeners for ch:0") +
-           own("Sending Asynchronous Command for ch:0") + own("Dci Command time = 600") + watched +
-           own(req_end) + closed + own("Releasing DCI connection, err: 1002, errno: 2") + result,
-       line_of("norvel_diag_cmd_response_check", "context_data is null") + checked("-1[Unknown]") +
-           line_of("norvel_diag_cmd_response_by_dci", "response, cmd_code = 0x4b, data_size = 7")});
+           log_lines(own, {"Successfully registered with DCI for ch:0, client ID = 1",
+                           "DCI Status on Processors for ch0:", "MPSS on ch:0: UP",
+                           "Opening Data Stream, registering listeners for ch:0",
+                           "Sending Asynchronous Command for ch:0", "Dci Command time = 600"}) +
+           watched + log_lines(own, {req_end}) + closed +
+           log_lines(own, {"Releasing DCI connection, err: 1002, errno: 2"}) + result,
+       log_lines("norvel_diag_cmd_response_check",
+                 {"context_data is null",
+                  "================ response from -1[Unknown], len = 7 "
+                  "========================"}) +
+           data_shown +
+           log_lines("norvel_diag_cmd_response_by_dci",
+                     {"response, cmd_code = 0x4b, data_size = 7"})});
 }
 
 TEST(diag_command, callback_transcript_with_default_time) {
-  const auto own = [](const std::string& text) {
-    return line_of("norvel_diag_cmd_send_with_result_by_callback_mode", text);
-  };
+  const std::string own = "norvel_diag_cmd_send_with_result_by_callback_mode";
   const std::string handler = "norvel_diag_cmd_response_by_callback";
   expect_threads(
       run_answered(diag_frame(answer), callback_mode, "0").output,
       {"diag cmd:\n0x4B 0x0B 0x00 0x00 \ncallback mode with result\n" + start_of_both +
-           line_of("norvel_diag_register_callback",
-                   "register call back, g_diag_channel = [0]MSM, data_primary = 0, "
-                   "remote_mask = [0]") +
-           own("ret_send = 0, will wait callback") + own("Time out is invalid, set default") +
-           own("Command time = 30 * 100ms") + watched + own(req_end) + closed + result,
-       line_of(handler, "function entry ------------->") + checked("0[MSM]") +
-           line_of(handler, "callback, cmd_code = 0x4b, data_size = 7")});
+           log_lines("norvel_diag_register_callback",
+                     {"register call back, g_diag_channel = [0]MSM, data_primary = 0, "
+                      "remote_mask = [0]"}) +
+           log_lines(own, {"ret_send = 0, will wait callback", "Time out is invalid, set default",
+                           "Command time = 30 * 100ms"}) +
+           watched + log_lines(own, {req_end}) + closed + result,
+       log_lines(handler, {function_entry}) +
+           log_lines("norvel_diag_cmd_response_check",
+                     {"================ response from 0[MSM], len = 7 ========================"}) +
+           data_shown + log_lines(handler, {"callback, cmd_code = 0x4b, data_size = 7"})});
 }
 
 TEST(diag_command, request_without_result_is_sent_before_the_process_ends) {
-  const struct {
-    std::string mode, worker;
-  } rows[] = {
-      {callback_mode, "norvel_diag_cmd_send_without_result_by_callback_mode_thread_proc"},
-      {dci_mode, "norvel_diag_cmd_send_without_result_by_dci_mode_thread_proc"},
-  };
-  for (const auto& [mode, worker] : rows) {
+  for (const auto& mode : {callback_mode, dci_mode}) {
     hand_diag port;
     const auto got = run_diag(port.endpoint(), mode, "0", request_arguments, "1");
     EXPECT_TRUE(contains(got.output, "\ndone without rsp data\n")) << got.output;
     // The last that a worker does, after it has closed the connection.
-    EXPECT_TRUE(got.output.ends_with("RIL[" + worker + ":#]: function exit <-------------\n"))
+    EXPECT_TRUE(got.output.ends_with("_thread_proc:#]: function exit <-------------\n"))
         << got.output;
     EXPECT_EQ(port.requests(), std::vector<bytes>{hex("4B0B0000")});
   }
@@ -172,8 +140,6 @@ TEST(diag_command, request_of_this_many_bytes) {
     port.on_request([&](const bytes& request) {
       port.write(diag_frame({request.begin(), request.begin() + (request.size() > 1 ? 4 : 1)}));
     });
-    EXPECT_EQ(run_diag(port.endpoint(), mode, "60000", {}).output,
-              "\nnote: Too few inputs, Pls refer to the following cmd:\n");
     EXPECT_TRUE(contains(run_diag(port.endpoint(), mode, "60000", {"0x1c"}).output,
                          "\nrsp data len(1)\nrsp data: 0x1C\n"));
     EXPECT_TRUE(contains(run_diag(port.endpoint(), mode, "60000", most).output,
@@ -193,19 +159,18 @@ TEST(diag_command, answer_of_this_many_bytes) {
   const struct {
     std::string mode;
     std::size_t size;
-    std::string req_end, printed;
-  } rows[] = {
-      {callback_mode, 4096, "4096, g_qcril_diag_rsp_buf.length = 4096", "(4096)"},
-      {callback_mode, 4196, "4196, g_qcril_diag_rsp_buf.length = 4196", "(4196)"},
-      {callback_mode, 10240, "10240, g_qcril_diag_rsp_buf.length = 10240", "(10240)"},
-      {dci_mode, 4196, "4196, g_qcril_diag_rsp_buf.length = 4196", "(4196)"},
-      {dci_mode, 10241, "10240, g_qcril_diag_rsp_buf.length = 10241", "(10240)"},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE("mode " + row.mode + ", " + std::to_string(row.size) + " bytes");
-    const auto got = run_answered(answer_of(row.size), row.mode);
-    EXPECT_TRUE(contains(got.output, "req end, data_size = " + row.req_end)) << got.output;
-    EXPECT_TRUE(contains(got.output, "\nrsp data len" + row.printed + "\nrsp data: 0x4B 0x0B"));
+    std::string printed;
+  } rows[] = {{callback_mode, 4096, "4096"},
+              {callback_mode, 10240, "10240"},
+              {dci_mode, 4196, "4196"},
+              {dci_mode, 10241, "10240"}};
+  for (const auto& [mode, size, printed] : rows) {
+    SCOPED_TRACE("mode " + mode + ", " + std::to_string(size) + " bytes");
+    const auto got = run_answered(diag_frame(hex("4B0B0000") + bytes(size - 4, 0x5A)), mode);
+    EXPECT_TRUE(
+        contains(got.output, "req end, data_size = " + printed +
+                                 ", g_qcril_diag_rsp_buf.length = " + std::to_string(size)));
+    EXPECT_TRUE(contains(got.output, "\nrsp data len(" + printed + ")\nrsp data: 0x4B 0x0B"));
     EXPECT_FALSE(contains(got.output, "stop waiting")) << got.output;
   }
 }

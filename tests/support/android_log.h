@@ -19,7 +19,6 @@ class android_log {
     begin_ = whole().size();
   }
 
-  /// What has been logged since construction.
   [[nodiscard]] std::string text() const { return whole().substr(begin_); }
   [[nodiscard]] int count(const std::string& line) const {
     const auto all = text();

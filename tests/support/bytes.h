@@ -38,7 +38,6 @@ using bytes = std::vector<std::uint8_t>;
   return out;
 }
 
-/// `count` times the same byte.
 [[nodiscard]] inline bytes fill(std::size_t count, std::uint8_t value = 0) {
   return bytes(count, value);
 }

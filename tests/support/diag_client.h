@@ -53,7 +53,6 @@ class diag_client : public open_socket {
     return receive();
   }
 
-  /// How often something could be read.
   [[nodiscard]] int reads() const { return reads_; }
 
  private:

@@ -18,7 +18,6 @@ inline std::uint16_t diag_crc(const bytes& packet) {
   return static_cast<std::uint16_t>(crc ^ 0xFFFF);
 }
 
-/// The packet with CRC, escapes and terminator.
 [[nodiscard]] inline bytes diag_frame(bytes packet) {
   const std::uint16_t crc = diag_crc(packet);
   packet.push_back(static_cast<std::uint8_t>(crc));

@@ -60,7 +60,6 @@ inline bytes chunk_of(const bytes& file, std::size_t offset) {
   return {start, start + static_cast<std::ptrdiff_t>(size)};
 }
 
-/// Writes one such chunk of "/f".
 inline file_request chunk_write(const bytes& file, std::size_t offset) {
   return {.operation = 5,
           .offset = static_cast<std::uint32_t>(offset),

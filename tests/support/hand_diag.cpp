@@ -13,13 +13,6 @@
 #include "support/sockets.h"
 
 namespace support {
-namespace {
-
-void check(bool done, const char* what) {
-  if (!done) throw std::runtime_error(what);
-}
-
-}  // namespace
 
 hand_diag::hand_diag(kind which) {
   if (which == kind::unix_socket) {
@@ -32,14 +25,15 @@ hand_diag::hand_diag(kind which) {
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
     socklen_t size = sizeof address;
     listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    check(bind(listener_, reinterpret_cast<const sockaddr*>(&address), size) == 0 &&
-              listen(listener_, 4) == 0,
-          "listen");
+    if (bind(listener_, reinterpret_cast<const sockaddr*>(&address), size) != 0 ||
+        listen(listener_, 4) != 0) {
+      throw std::runtime_error("listen");
+    }
     getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size);
     endpoint_ = "tcp:127.0.0.1:" + std::to_string(ntohs(address.sin_port));
   } else {
     connection_ = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
-    check(grantpt(connection_) == 0 && unlockpt(connection_) == 0, "pty");
+    if (grantpt(connection_) != 0 || unlockpt(connection_) != 0) throw std::runtime_error("pty");
     const std::string path = ptsname(connection_);
     terminal_ = open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
     endpoint_ = "tty:" + path;

@@ -5,8 +5,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
-
 #include "support/sockets.h"
 
 namespace support {
@@ -17,7 +15,6 @@ constexpr std::uint32_t control_port = 0xFFFFFFFE;
 constexpr std::uint32_t new_server = 4;
 constexpr std::uint32_t del_server = 5;
 constexpr std::uint32_t new_lookup = 10;
-constexpr std::uint32_t del_lookup = 11;
 constexpr std::size_t control_size = 20;
 
 void send_packet(int socket, const datagram& message) {
@@ -167,22 +164,20 @@ void hand_modem::receive(std::size_t index) {
 // A packet that is not exactly a lookup to the client's own node is left without an answer.
 void hand_modem::control(connection& from, const bytes& packet) {
   if (packet.size() != 8 + control_size || u32_at(packet, 0) != own_node_of_client) return;
-  const auto command = u32_at(packet, 8);
-  const lookup asked{u32_at(packet, 12), u32_at(packet, 16)};
-  if (command == del_lookup) std::erase(from.lookups, asked);
-  if (command != new_lookup) return;
-  from.lookups.push_back(asked);
-  for (const auto& server : servers_) {
-    if (asked.matches(server)) send_packet(from.socket, server_packet(new_server, server));
+  if (u32_at(packet, 8) != new_lookup) return;
+  const auto service = u32_at(packet, 12);
+  from.lookups.push_back(service);
+  for (const auto& each : servers_) {
+    if (each.service == service) send_packet(from.socket, server_packet(new_server, each));
   }
   send_packet(from.socket, server_packet(new_server, {0, 0, 0, 0}));
 }
 
 void hand_modem::announce(std::uint32_t command, const qmi_server& server) {
   for (const auto& each : connections_) {
-    const bool asked = std::any_of(each.lookups.begin(), each.lookups.end(),
-                                   [&](const lookup& l) { return l.matches(server); });
-    if (asked) send_packet(each.socket, server_packet(command, server));
+    for (const auto service : each.lookups) {
+      if (service == server.service) send_packet(each.socket, server_packet(command, server));
+    }
   }
 }
 

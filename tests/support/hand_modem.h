@@ -1,8 +1,5 @@
 // A modem of raw socket calls and bytes written by hand. It shares no code with the programs under
 // test: what both take for the modem socket's contract is thereby compared.
-//
-// A thread accepts connections, answers lookups from the servers published here, and hands every
-// packet to a server's port to the test's handler, which says what goes back.
 #pragma once
 
 #include <atomic>
@@ -35,7 +32,6 @@ struct qmi_server {
   friend bool operator==(const qmi_server&, const qmi_server&) = default;
 };
 
-/// A response that repeats transaction and message id of `request`.
 [[nodiscard]] bytes qmi_response(const bytes& request, const bytes& tlvs);
 
 class hand_modem {
@@ -43,7 +39,6 @@ class hand_modem {
   /// Gets each request, in the modem's thread, and returns what is sent back on its connection.
   using handler = std::function<std::vector<datagram>(const datagram& request)>;
 
-  /// Listens at once, with the servers given.
   explicit hand_modem(std::vector<qmi_server> servers = {qmi_server{}});
   hand_modem(const hand_modem&) = delete;
   hand_modem& operator=(const hand_modem&) = delete;
@@ -52,7 +47,6 @@ class hand_modem {
   [[nodiscard]] std::string endpoint() const { return "unix:" + dir_.file("modem.sock"); }
 
   void on_request(handler answer);
-  /// The handler that answers from the port asked, with the same transaction and message id.
   void answer_with_tlvs(const bytes& tlvs);
 
   /// NEW_SERVER to the lookups that match, and to those that come.
@@ -70,19 +64,9 @@ class hand_modem {
   void forget_requests();
 
  private:
-  struct lookup {
-    std::uint32_t service = 0;
-    std::uint32_t instance_word = 0;
-
-    [[nodiscard]] bool matches(const qmi_server& server) const {
-      return (service == 0 || service == server.service) &&
-             (instance_word == 0 || instance_word == server.instance_word);
-    }
-    friend bool operator==(const lookup&, const lookup&) = default;
-  };
   struct connection {
     int socket = -1;
-    std::vector<lookup> lookups;
+    std::vector<std::uint32_t> lookups;  ///< services
     bool talks_to_server = false;
     bool closing = false;
   };

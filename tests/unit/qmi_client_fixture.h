@@ -1,4 +1,4 @@
-// A small QMI service, a modem of hand-written bytes that has it, and what the library calls back.
+// A small QMI service, a modem that has it, and what the library calls back.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -18,7 +18,7 @@ namespace qmi_test {
 
 using namespace support;
 
-// A small service: message 1 carries a u32, message 2 nothing; both are answered by the standard
+// The service: message 1 carries a u32, message 2 nothing; both are answered by the standard
 // response and an optional u32. Indication 3 carries a u32.
 constexpr std::uint32_t service_id = 0x11;
 constexpr std::uint8_t number_layout[] = {0x81, 0x02, 0x00};
@@ -28,7 +28,6 @@ struct answer {
   std::uint8_t valid;
   std::uint32_t number;
 };
-static_assert(sizeof(answer) == 16);
 constexpr qmi_idl_message_table_entry messages[] = {
     {4, number_layout}, {0, nullptr}, {sizeof(answer), answer_layout}};
 constexpr qmi_idl_service_message_table_entry requests[] = {{1, 0, 7}, {2, 1, 0}};
@@ -125,9 +124,8 @@ class qmi_client : public testing::Test {
   qmi_client_type connect(qmi_client_ind_cb callback = on_indication, void* data = nullptr) {
     auto info = first_server();
     qmi_client_type handle = nullptr;
-    EXPECT_EQ(
-        qmi_client_init(&info, service, callback, data == nullptr ? &log_ : data, nullptr, &handle),
-        0);
+    if (data == nullptr) data = &log_;
+    EXPECT_EQ(qmi_client_init(&info, service, callback, data, nullptr, &handle), 0);
     open_.insert(handle);
     return handle;
   }
