@@ -32,7 +32,6 @@ enum class chart_id : std::uint8_t {
   rtp,
 };
 
-// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): in the order in which rows are read.
 struct chart_row {
   chart_id id;
   const char* title;
@@ -52,7 +51,6 @@ enum class series_kind : std::uint8_t {
 };
 
 /// In `label` and `column`, '#' stands for a receive chain: the row is for all four of them.
-// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding): as above.
 struct series_row {
   chart_id chart;
   const char* label;

@@ -63,6 +63,7 @@ void drive::add(const observations& more) {
   }
   for (const auto& one : more.marks) marks_.add(one);
   without_time_ += more.without_time;
+  first_known_ = std::min(first_known_, more.first_known);
 }
 
 void drive::end_capture() {

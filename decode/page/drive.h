@@ -72,6 +72,8 @@ class drive {
   [[nodiscard]] const mark_list& marks() const { return marks_; }
   [[nodiscard]] const cell_history& cells() const { return cells_; }
   [[nodiscard]] std::uint64_t without_time() const { return without_time_; }
+  /// Of the first record whose time the modem knew, milliseconds; INT64_MAX without any.
+  [[nodiscard]] std::int64_t first_known() const { return first_known_; }
 
  private:
   /// What a counter or an interval is measured from.
@@ -91,6 +93,7 @@ class drive {
   mark_list marks_;
   cell_history cells_;
   std::uint64_t without_time_ = 0;
+  std::int64_t first_known_ = INT64_MAX;
 };
 
 }  // namespace decode::page

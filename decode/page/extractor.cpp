@@ -207,6 +207,7 @@ void extraction_plan::extract(const packet_source& source, const record_schema& 
   const auto& plan = records_[schema.id];
   const record_values values(schema, data);
   const std::int64_t milliseconds = source.time / 1000;
+  to.first_known = std::min(to.first_known, milliseconds);
   for (const auto& one : plan.series) {
     const auto& part = values.part(one.value.part);
     const std::uint8_t* at = part.first;

@@ -67,7 +67,8 @@ struct observations {
   std::vector<cell_observation> cells;
   std::vector<state_observation> states;
   std::vector<mark> marks;
-  std::uint64_t without_time = 0;  // records from before the modem knew the time
+  std::uint64_t without_time = 0;        // records from before the modem knew the time
+  std::int64_t first_known = INT64_MAX;  // milliseconds, of the other ones
 
   void clear() {
     samples.clear();
@@ -75,6 +76,7 @@ struct observations {
     states.clear();
     marks.clear();
     without_time = 0;
+    first_known = INT64_MAX;
   }
 };
 

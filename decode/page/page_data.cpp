@@ -186,9 +186,13 @@ ordered_json json_of_refused(const summary& counts) {
 
 std::string page_data(const page_head& head, const drive& all, const summary& counts) {
   const bool has_time = counts.first_time <= counts.last_time;
+  // Without the records from before the modem knew the time, if there were any.
+  const auto first = all.without_time() > 0 && all.first_known() != INT64_MAX
+                         ? all.first_known()
+                         : counts.first_time / 1000;
   ordered_json json{{"title", head.title},
                     {"inputs", head.inputs},
-                    {"from", has_time ? ordered_json(counts.first_time / 1000) : ordered_json()},
+                    {"from", has_time ? ordered_json(first) : ordered_json()},
                     {"to", has_time ? ordered_json(counts.last_time / 1000) : ordered_json()},
                     {"packets", counts.frames},
                     {"records", counts.records.sum()},

@@ -15,7 +15,6 @@ namespace decode {
 namespace {
 
 using modem_stats::record_data;
-using modem_stats::record_part;
 using modem_stats::record_schema;
 
 /// A kind of record that tells the serving cell, and the fields that do.

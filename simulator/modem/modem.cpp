@@ -18,7 +18,7 @@ void modem::drop_unfinished() {
   }
 }
 
-device_mode modem::mode() {
+device_mode modem::mode() const {
   return radio.is_on(radio.now()) ? device_mode::online : mode_when_off;
 }
 

@@ -57,7 +57,7 @@ struct modem {
   /// What a restart of the modem's firmware forgets.
   void drop_unfinished();
 
-  [[nodiscard]] device_mode mode();
+  [[nodiscard]] device_mode mode() const;
   /// Only online is the radio on.
   void set_mode(device_mode wanted);
 

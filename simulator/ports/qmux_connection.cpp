@@ -25,7 +25,7 @@ qmux_connection::qmux_connection(qmux_port& owner, connection_number number, pee
 
 void qmux_connection::forget_client() {
   frames_ = {};
-  terminal_->discard_unread();
+  if (terminal_ != nullptr) terminal_->discard_unread();
 }
 
 void qmux_connection::received(protocol::byte_view bytes) {

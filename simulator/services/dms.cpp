@@ -107,6 +107,7 @@ void bands(modem& /*state*/, tlv_writer& out) {
   for (const unsigned bit : older) older_mask |= std::uint64_t{1} << bit;
   std::uint64_t lte_mask = 0;
   for (const std::uint8_t band : lte_bands) lte_mask |= std::uint64_t{1} << (band - 1);
+  // NOLINTNEXTLINE(readability-suspicious-call-argument): a type, then a value.
   out.integer(value_tlv, older_mask)
       .integer(0x10, lte_mask)
       .bytes(0x12, numbers_of(lte_bands))

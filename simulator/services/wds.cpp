@@ -57,6 +57,7 @@ reply start_call(const request& asked) {
     return out;
   }
   reply out = has_call(asked) ? error::no_effect : error::none;
+  // NOLINTNEXTLINE(readability-suspicious-call-argument): a type, then a value.
   out.tlvs.integer(value_tlv, own_call);
   if (out.result != error::none) return out;
   asked.state.data.calls.insert(asked.from);

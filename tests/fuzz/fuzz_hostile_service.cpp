@@ -233,7 +233,7 @@ enum fate { good, changed_bytes, changed_fields, any, error, lost, indication_fi
 /// What the modem sends next; an answer to another message, which is an error of the library at
 /// once, when there is no more input.
 std::vector<datagram> next_answers(const datagram& asked) {
-  const std::uint16_t id = static_cast<std::uint16_t>(asked.data.at(3) | asked.data.at(4) << 8);
+  const auto id = static_cast<std::uint16_t>(asked.data.at(3) | asked.data.at(4) << 8);
   const bytes request = fields_of(services.at(asked.port), QMI_IDL_REQUEST, id,
                                   {asked.data.begin() + 7, asked.data.end()});
   std::vector<datagram> sent;

@@ -184,8 +184,9 @@ TEST(diag_command, packets_pass_as_they_are_through_a_packet_socket) {
   const int router = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
   ASSERT_EQ(::bind(router, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
   ASSERT_EQ(::listen(router, 1), 0);
-  support::background_process console(TVK_PROGRAM, arguments_of(callback_mode, "60000"),
-                                      {{"TVK_DIAG", "unix-packet:@" + name}});
+  background_process console(TVK_PROGRAM,
+                             {"5", "0", callback_mode, "0", "60000", "0x4b", "0x0b", "0", "0"},
+                             {{"TVK_DIAG", "unix-packet:@" + name}});
   const int client = ::accept(router, nullptr, nullptr);
   bytes request(100);
   request.resize(static_cast<std::size_t>(::recv(client, request.data(), request.size(), 0)));

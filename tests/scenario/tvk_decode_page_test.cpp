@@ -49,8 +49,8 @@ TEST(tvk_decode_page, shows_what_the_records_say_and_nothing_as_markup) {
   // The RRC state is camped, then connected.
   const bytes capture =
       diag_frame(log("C2B0 BE0C0A9E34DDD400", serving_cell)) +
-      diag_frame(hex("60 0A00  4626 BE0C0A9E34DDD400 02")) +
-      diag_frame(hex("60 0A00  4626 BE0C0B9E34DDD400 04")) +
+      diag_frame(hex("60 0B00  4626 BE0C0A9E34DDD400 02")) +
+      diag_frame(hex("60 0B00  4626 BE0C0B9E34DDD400 04")) +
       diag_frame(log("6E15 BE0C0B9E34DDD400",
                      sip("INVITE sip:a SIP/2.0\r\nFrom: </script><script>x\r\n\r\nbody"))) +
       diag_frame(log("C2B0 0000000000000000", serving_cell));  // before the modem had the time
@@ -68,6 +68,7 @@ TEST(tvk_decode_page, shows_what_the_records_say_and_nothing_as_markup) {
   const auto data = data_of(got.output);
   EXPECT_EQ(data["inputs"][0], path);
   EXPECT_EQ(data["without_time"], 1);
+  EXPECT_EQ(data["from"], 1458770149772);
   const auto& cell = data["cells"][0];
   EXPECT_EQ(cell["pci"], 289);
   EXPECT_EQ(cell["arfcn"], 976);

@@ -288,15 +288,18 @@ TEST(tvk_modem_trace, names_what_passes) {
            "  common message 55, card status get: 1\n",
            "  common message 55, card status get: 0 (ok), value 1\n",
            "            malformed  01 04 00 00\n",
-           "<- extension  response    message 0x0099 ?, transaction 7, 7 TLV bytes\n"
-           "            0x02 standard response     4  failure, error 71\n",
+           R"(<- extension  response    message 0x0099 ?, transaction 7, 7 TLV bytes
+            0x02 standard response     4  failure, error 71
+)",
            "-> extension  malformed, 4 bytes\n            00 07 00 02\n",
-           "message 0x0042 open logical channel, transaction 7, 15 TLV bytes\n"
-           "            0x01 slot                  1  2 (0x02)\n"
-           "            0x10 AID                   8  07 a0 00 00 05 59 10 10\n",
-           "            0x02 standard response     4  success\n"
-           "            0x10 channel               1  1 (0x01)\n"
-           "            0x11 card result           2  90 00\n",
+           R"(message 0x0042 open logical channel, transaction 7, 15 TLV bytes
+            0x01 slot                  1  2 (0x02)
+            0x10 AID                   8  07 a0 00 00 05 59 10 10
+)",
+           R"(            0x02 standard response     4  success
+            0x10 channel               1  1 (0x01)
+            0x11 card result           2  90 00
+)",
            "            0x20 ?                     5  01 ... 4 zero bytes\n",
            "client 1:16384 leaves",
        }) {

@@ -24,8 +24,6 @@ using support::eventually;
 using support::hex;
 using support::operator+;
 
-constexpr int sar = 0x11;
-
 /// Serves one connection at a time, on a thread of its own. CTL and SAR's state are answered
 /// unless `answers` is empty for the message; `before_answers` are sent ahead of SAR's.
 class hand_device {

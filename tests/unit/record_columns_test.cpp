@@ -125,7 +125,7 @@ struct value_row {
   unsigned data_id;
   std::string bytes;
   std::string expected;
-  std::string beside = "";
+  std::string beside{};
 };
 
 std::string written(const value_row& row, const decode::record_style& style) {

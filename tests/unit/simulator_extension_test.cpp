@@ -250,7 +250,8 @@ TEST_F(nvefs, requests_that_cannot_be_met_get_their_result) {
   for (const bytes& whole :
        {item_request{.operation = 2, .data = hex("aabb")}.payload(), file_request{}.payload(),
         file_request{.operation = 5, .total = 2, .data = hex("aabb")}.payload()}) {
-    for (std::uint8_t size = 0; size < whole.size(); ++size) {
+    for (std::size_t cut = 0; cut < whole.size(); ++cut) {
+      const auto size = static_cast<std::uint8_t>(cut);
       const bytes tlvs = hex("01 0400 02000000  02 0400") + u32(size) + hex("10") + bytes{size, 0} +
                          bytes(whole.begin(), whole.begin() + size);
       EXPECT_EQ(nvefs_answer(answer_to(tlvs)).result, bad) << int{size};

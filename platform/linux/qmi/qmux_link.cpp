@@ -340,10 +340,7 @@ void qmux_link::release_all() {
 }
 
 bool qmux_link::has_clients() const {
-  for (const auto& each : ports_) {
-    if (!each->clients.empty()) return true;
-  }
-  return false;
+  return std::ranges::any_of(ports_, [](const auto& each) { return !each->clients.empty(); });
 }
 
 io_result qmux_link::send(const std::shared_ptr<port>& from, address to, byte_view datagram) {

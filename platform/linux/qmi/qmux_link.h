@@ -93,7 +93,7 @@ class qmux_link {
   void ask_control(const control_request& what, byte_view tlvs) TVK_REQUIRES(lock_);
   void write(const protocol::qmux::frame& frame) TVK_REQUIRES(lock_);
   void write_waiting() TVK_REQUIRES(lock_);
-  void deliver(port& to, address from, byte_view datagram) TVK_REQUIRES(lock_);
+  static void deliver(port& to, address from, byte_view datagram);
   void announce(port& to, protocol::qrtr::command change, const protocol::qrtr::server& about)
       TVK_REQUIRES(lock_);
   void fail() TVK_REQUIRES(lock_);
