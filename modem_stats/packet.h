@@ -73,7 +73,7 @@ enum class rejection : std::uint8_t {
 
 struct packet_outcome {
   rejection rejected = rejection::none;
-  std::uint32_t version = 0;                 // of the packet; 0 where packets have none
+  std::uint32_t version = 0;                   // of the packet; 0 where packets have none
   std::optional<std::uint32_t> sub_version{};  // of the rejected sub-packet, or else the first
 };
 

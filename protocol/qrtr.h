@@ -18,7 +18,8 @@ struct address {
 
   friend bool operator==(const address&, const address&) = default;
   // clang-tidy 14 sees a 0 that the compiler adds.
-  friend auto operator<=>(const address&, const address&) = default;  // NOLINT(modernize-use-nullptr)
+  friend auto operator<=>(const address&,
+                          const address&) = default;  // NOLINT(modernize-use-nullptr)
 };
 
 constexpr std::uint32_t control_port = 0xFFFFFFFE;
