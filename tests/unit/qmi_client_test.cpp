@@ -1,5 +1,6 @@
 // Requests, answers, indications and losses of the QMI client library.
 #include <atomic>
+#include <memory>
 #include <string>
 
 #include "support/eventually.h"
@@ -89,16 +90,17 @@ TEST_F(qmi_client, pending_request_ends_with_its_server_its_connection_or_its_cl
       start_modem();
       auto* handle = connect();
       ASSERT_EQ(qmi_client_register_error_cb(handle, on_error, &log_), 0);
-      std::atomic<bool> arrived = false;
-      modem_->on_request([&](const datagram&) {
+      // The modem's thread may still be there when the request has ended.
+      const auto arrived = std::make_shared<std::atomic<bool>>(false);
+      modem_->on_request([this, what, arrived](const datagram&) {
         if (what == "server") modem_->withdraw(server());
         if (what == "connection") modem_->close_connections();
-        arrived = true;
+        *arrived = true;
         return std::vector<datagram>{};
       });
       std::thread releaser([&] {
         if (what != "client") return;
-        EXPECT_TRUE(eventually([&] { return arrived.load(); }));
+        EXPECT_TRUE(eventually([&] { return arrived->load(); }));
         release(handle);
       });
       EXPECT_EQ(send(handle, 1, timeout_ms), what == "client" ? -18 : -2);
