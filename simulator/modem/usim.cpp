@@ -30,7 +30,8 @@ bytes copy_iccid(protocol::byte_view iccid) {
 
 /// Length, then a 9 that says the count is odd, then the digits, low nibble first.
 bytes imsi_file(protocol::byte_view /*iccid*/) {
-  const std::string nibbles = std::string("9") + usim::imsi;
+  std::string nibbles = usim::imsi;
+  nibbles.insert(nibbles.begin(), '9');
   bytes out = {static_cast<std::uint8_t>(nibbles.size() / 2)};
   for (std::size_t i = 0; i < nibbles.size(); i += 2) {
     out.push_back(static_cast<std::uint8_t>((nibbles[i] - '0') | (nibbles[i + 1] - '0') << 4));
