@@ -94,8 +94,8 @@ class qmux_link {
   void write(const protocol::qmux::frame& frame) TVK_REQUIRES(lock_);
   void write_waiting() TVK_REQUIRES(lock_);
   static void deliver(port& to, address from, byte_view datagram);
-  void announce(port& to, protocol::qrtr::command change, const protocol::qrtr::server& about)
-      TVK_REQUIRES(lock_);
+  static void announce(port& to, protocol::qrtr::command change,
+                       const protocol::qrtr::server& about);
   void fail() TVK_REQUIRES(lock_);
 
   host::file_descriptor stream_;
