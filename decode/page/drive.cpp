@@ -82,10 +82,4 @@ void drive::fit_page() {
   }
 }
 
-void drive::forget_before(std::int64_t milliseconds) {
-  for (auto& [key, one] : series_) one.forget_before(milliseconds);
-  for (auto& [key, band] : states_) band.forget_before(milliseconds);
-  marks_.forget_before(milliseconds);
-}
-
 }  // namespace decode::page

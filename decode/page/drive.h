@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <deque>
 #include <map>
 #include <vector>
 
@@ -35,15 +34,11 @@ class bounded_list {
       ++left_out_;
     }
   }
-  /// Drops the oldest while they lie before this time.
-  void forget_before(std::int64_t milliseconds) {
-    while (!kept_.empty() && kept_.front().milliseconds < milliseconds) kept_.pop_front();
-  }
-  [[nodiscard]] const std::deque<T>& kept() const { return kept_; }
+  [[nodiscard]] const std::vector<T>& kept() const { return kept_; }
   [[nodiscard]] std::uint64_t left_out() const { return left_out_; }
 
  private:
-  std::deque<T> kept_;
+  std::vector<T> kept_;
   std::uint64_t left_out_ = 0;
 };
 
@@ -62,12 +57,9 @@ class drive {
   void end_capture();
   /// Makes the series coarser until they fit into a page together.
   void fit_page();
-  /// Removes values, states and marks before this time; cells stay.
-  void forget_before(std::int64_t milliseconds);
 
   [[nodiscard]] const extraction_plan& plan() const { return plan_; }
   [[nodiscard]] const std::map<series_key, series>& all_series() const { return series_; }
-  [[nodiscard]] std::map<series_key, series>& all_series() { return series_; }
   [[nodiscard]] const std::map<series_key, state_list>& states() const { return states_; }
   [[nodiscard]] const mark_list& marks() const { return marks_; }
   [[nodiscard]] const cell_history& cells() const { return cells_; }

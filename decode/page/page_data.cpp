@@ -221,21 +221,13 @@ std::string page_data(const page_head& head, const drive& all, const summary& co
   return safe;
 }
 
-std::string filled_page(std::string_view data, std::string_view connect) {
-  constexpr std::string_view connect_mark = "@connect@";
-  constexpr std::string_view data_mark = "@data@";
+std::string filled_page(std::string_view data) {
+  constexpr std::string_view mark = "@data@";
   const auto all = page_template();
-  const auto connect_at = all.find(connect_mark);
-  const auto data_at = all.find(data_mark);
+  const auto at = all.find(mark);
   std::string page;
   page.reserve(all.size() + data.size());
-  page += all.substr(0, connect_at);
-  page += connect;
-  const auto between = connect_at + connect_mark.size();
-  page += all.substr(between, data_at - between);
-  page += data;
-  page += all.substr(data_at + data_mark.size());
-  return page;
+  return page.append(all.substr(0, at)).append(data).append(all.substr(at + mark.size()));
 }
 
 }  // namespace decode::page

@@ -17,7 +17,7 @@ struct page_head {
 /// Everything, for the page itself. No '<' is in it, so that it can stand between tags.
 [[nodiscard]] std::string page_data(const page_head& head, const drive& all, const summary& counts);
 
-/// The page with these data; `connect` is what its security policy lets it connect to.
-[[nodiscard]] std::string filled_page(std::string_view data, std::string_view connect);
+/// The page with these data.
+[[nodiscard]] std::string filled_page(std::string_view data);
 
 }  // namespace decode::page

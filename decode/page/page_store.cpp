@@ -41,7 +41,7 @@ class page_file final : public record_store {
   }
   void finish(const summary& counts) override {
     all_.fit_page();
-    to_.write(filled_page(page_data(head_, all_, counts), "'none'"));
+    to_.write(filled_page(page_data(head_, all_, counts)));
   }
 
  private:

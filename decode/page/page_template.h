@@ -1,4 +1,4 @@
-// The page without its data: "@data@" stands for these, "@connect@" for where it may connect to.
+// The page without its data, for which "@data@" stands.
 #pragma once
 
 #include <string_view>

@@ -1,14 +1,12 @@
 #include "decode/page/series.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace decode::page {
 
 void series::add(std::int64_t milliseconds, double value) {
   const auto index = milliseconds >> shift_;
   const auto real = static_cast<float>(value);
-  changed_ = std::min(changed_, index);
   // Nearly every value belongs to the last bucket or to a new one after it.
   const bool is_late = !buckets_.empty() && index < buckets_.back().index;
   auto at = is_late ? std::ranges::lower_bound(buckets_, index, {}, &bucket::index)
@@ -31,7 +29,6 @@ void series::coarsen(std::size_t most_buckets) {
 
 void series::double_width() {
   ++shift_;
-  changed_ = INT64_MIN;  // all buckets are new
   auto end = buckets_.begin();
   for (auto& one : buckets_) {
     one.index >>= 1;
@@ -46,15 +43,6 @@ void series::double_width() {
     }
   }
   buckets_.erase(end, buckets_.end());
-}
-
-void series::forget_before(std::int64_t milliseconds) {
-  const auto first = std::ranges::lower_bound(buckets_, milliseconds >> shift_, {}, &bucket::index);
-  buckets_.erase(buckets_.begin(), first);
-}
-
-std::int64_t series::take_changed() {
-  return std::exchange(changed_, INT64_MAX);
 }
 
 }  // namespace decode::page

@@ -27,24 +27,17 @@ class series {
   void add(std::int64_t milliseconds, double value);
   /// Joins buckets until there are at most this many.
   void coarsen(std::size_t most_buckets);
-  /// Removes what lies before this time.
-  void forget_before(std::int64_t milliseconds);
 
   /// In the order of time; buckets without values are not there.
   [[nodiscard]] const std::vector<bucket>& buckets() const { return buckets_; }
   /// Milliseconds, a power of two.
   [[nodiscard]] std::int64_t width() const { return std::int64_t{1} << shift_; }
 
-  /// The lowest index of a bucket that changed since take_changed() was last called; INT64_MAX if
-  /// none did.
-  [[nodiscard]] std::int64_t take_changed();
-
  private:
   void double_width();
 
   std::size_t most_buckets_;
   unsigned shift_ = 0;
-  std::int64_t changed_ = INT64_MAX;
   std::vector<bucket> buckets_;
 };
 
