@@ -4,7 +4,6 @@
 
 #include <cstdint>
 #include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -25,6 +24,6 @@ struct expectation {
 
 /// Nothing where both sides have nothing in common. `decoder` is 'a', 'b' or 'c'.
 [[nodiscard]] std::vector<expectation> expectations(char decoder, std::uint16_t code,
-                                                    const nlohmann::json& decoded);
+                                                    nlohmann::json decoded);
 
 }  // namespace captures
