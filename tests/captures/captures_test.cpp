@@ -1,13 +1,9 @@
 // Every packet of the captures through its decoder, next to what independent decoders made of it.
-#include <gtest/gtest.h>
-
 #include <array>
 #include <cmath>
 #include <filesystem>
 #include <map>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -16,6 +12,7 @@
 #include "modem_stats/columns.h"
 #include "support/decode_run.h"
 #include "support/decoded.h"
+#include "support/test.h"
 
 namespace {
 

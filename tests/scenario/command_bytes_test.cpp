@@ -4,7 +4,6 @@
 // A request of the extension service: its type, then 512 bytes. Type 2 is NV and EFS, type 4 the
 // common request: kind, 0; of kind 2, a message: number, length, data.
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/file.h>
 #include <unistd.h>
@@ -13,26 +12,16 @@
 #include <fstream>
 #include <iterator>
 #include <sstream>
-#include <string>
-#include <vector>
 
 #include "support/hand_modem.h"
 #include "support/printed.h"
 #include "support/process.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace {
 
 using namespace support;
-
-bytes padded(bytes data, std::size_t size = 512) {
-  data.resize(size);
-  return data;
-}
-
-bytes text(const std::string& from) {
-  return {from.begin(), from.end()};
-}
 
 std::vector<std::string> words(const std::string& line) {
   std::istringstream in(line);
@@ -80,7 +69,7 @@ class command : public testing::Test {
     const auto requests = modem_.requests();
     for (; seen_ < requests.size(); ++seen_) {
       const auto& data = requests[seen_].data;
-      out.emplace_back(data.at(10), bytes(data.begin() + 24, data.end()));
+      out.emplace_back(data.at(10), slice(data, 24));
     }
     return out;
   }
@@ -140,7 +129,7 @@ TEST_F(command, request_bytes) {
 }
 
 TEST_F(command, full_dump_counts_the_switch_before_the_request) {
-  const bytes path = text("/nv/item_files/modem/norvel/ssr_update_count");
+  const bytes path = ascii("/nv/item_files/modem/norvel/ssr_update_count");
   const auto get = padded(hex("04 00 0000 2c") + path);
   const auto put = padded(hex("05 00 0000 2c") + path, 76) + hex("04000000 04000000 00000000");
   const auto dump = padded(hex("02000000 00000000 1f000000 04000000 00200000"));
@@ -294,14 +283,6 @@ TEST_F(command, debug_info_verdict) {
   answer({}, hex("00*4 fbffffff 03"));
   EXPECT_EQ(run("7 2 255").output,
             debug_start("0xff") + "qmi response fail, result = -5, rsp.result = -5\n");
-}
-
-// Each line leaves at once, also into a pipe: nothing is lost when a program is killed.
-TEST(waiting_command, has_printed_its_lines) {
-  const temp_dir dir;
-  background_process console(TVK_PROGRAM, {"6", "0", "1"},
-                             {{"TVK_MODEM", "unix:" + dir.file("modem.sock")}});
-  EXPECT_TRUE(console.wait_for_output_text("num_services = 0\n"));
 }
 
 // A plain file stands for the device.

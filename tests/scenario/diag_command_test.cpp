@@ -1,5 +1,4 @@
 // `tvk 5 0` against a DIAG port written byte by byte.
-#include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -7,13 +6,11 @@
 #include <algorithm>
 #include <deque>
 #include <sstream>
-#include <string>
-#include <vector>
 
-#include "support/bytes.h"
 #include "support/hand_diag.h"
 #include "support/printed.h"
 #include "support/process.h"
+#include "support/test.h"
 
 namespace {
 
@@ -125,7 +122,7 @@ TEST(diag_command, request_without_result_is_sent_before_the_process_ends) {
   for (const auto& mode : {callback_mode, dci_mode}) {
     hand_diag port;
     const auto got = run_diag(port.endpoint(), mode, "0", request_arguments, "1");
-    EXPECT_TRUE(contains(got.output, "\ndone without rsp data\n")) << got.output;
+    EXPECT_PRED2(contains, got.output, "\ndone without rsp data\n");
     // The last that a worker does, after it has closed the connection.
     EXPECT_TRUE(got.output.ends_with("_thread_proc:#]: function exit <-------------\n"))
         << got.output;
@@ -147,10 +144,10 @@ TEST(diag_command, request_of_this_many_bytes) {
     auto too_many = most;
     too_many.emplace_back("1");
     const auto refused = run_diag(port.endpoint(), mode, "60000", too_many).output;
-    EXPECT_TRUE(contains(refused, "Invalid input parameter, data_len = 4097\n"));
-    EXPECT_TRUE(contains(refused,
-                         "norvel_diag_comand_param_check fail\nnorvel_diag_cmd_send fail\n"
-                         "\nnote: Error happen! error_code(1)\n"));
+    EXPECT_PRED2(contains, refused, "Invalid input parameter, data_len = 4097\n");
+    EXPECT_PRED2(contains, refused,
+                 "norvel_diag_comand_param_check fail\nnorvel_diag_cmd_send fail\n"
+                 "\nnote: Error happen! error_code(1)\n");
     EXPECT_EQ(port.requests(), (std::vector<bytes>{hex("1C"), bytes(4096, 0x7E)}));
   }
 }
@@ -170,7 +167,7 @@ TEST(diag_command, answer_of_this_many_bytes) {
     EXPECT_TRUE(
         contains(got.output, "req end, data_size = " + printed +
                                  ", g_qcril_diag_rsp_buf.length = " + std::to_string(size)));
-    EXPECT_TRUE(contains(got.output, "\nrsp data len(" + printed + ")\nrsp data: 0x4B 0x0B"));
+    EXPECT_PRED2(contains, got.output, "\nrsp data len(" + printed + ")\nrsp data: 0x4B 0x0B");
     EXPECT_FALSE(contains(got.output, "stop waiting")) << got.output;
   }
 }
@@ -193,7 +190,7 @@ TEST(diag_command, packets_pass_as_they_are_through_a_packet_socket) {
   EXPECT_EQ(request, hex("4B0B0000"));
   EXPECT_EQ(::send(client, answer.data(), answer.size(), MSG_NOSIGNAL), 7);
   const auto got = console.wait();
-  EXPECT_TRUE(contains(got.output, "rsp data: 0x4B 0x0B 0x00 0x00 0x7E 0x7D 0x01")) << got.output;
+  EXPECT_PRED2(contains, got.output, "rsp data: 0x4B 0x0B 0x00 0x00 0x7E 0x7D 0x01");
   EXPECT_EQ(got.errors, "");
   ::close(client);
   ::close(router);

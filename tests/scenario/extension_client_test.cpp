@@ -1,11 +1,8 @@
 // The extension service's client and the common message sender, against both modems. The client is
 // made once per process and never released, so each test here needs a process of its own.
-#include <gtest/gtest.h>
 #include <stdlib.h>
 
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "norvel_extend_qmi/norvel_extend_client.h"
 #include "norvel_extend_qmi/norvel_extend_cmn.h"
@@ -15,6 +12,7 @@
 #include "support/printed.h"
 #include "support/simulated_modem.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace {
 

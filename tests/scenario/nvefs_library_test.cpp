@@ -3,21 +3,19 @@
 // A request is 512 bytes: operation u8, subscription u8, NV item u16, path length u8, path from 5;
 // total u32 at 76, bytes of this chunk u32 at 80, offset u32 at 84, data from 88. An answer: file
 // length u32 at 4, bytes of this chunk u32 at 8, result u32 at 16, data from 20, 444 bytes in all.
-#include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <algorithm>
 #include <functional>
 #include <map>
 #include <mutex>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "norvel_extend_qmi/norvel_extend_nvefs.h"
 #include "qcril-common/utilities/quiet_notes.h"
 #include "support/hand_modem.h"
 #include "support/printed.h"
+#include "support/test.h"
 
 namespace {
 
@@ -25,11 +23,6 @@ using namespace support;
 
 const bytes no_error = hex("01 0400 00000000");
 const bytes header = hex("02 0400 bc010000  10 0002");  // 444 bytes count, 512 follow
-bytes padded(bytes data, std::size_t size) {
-  data.resize(size);
-  return data;
-}
-
 bytes answer(std::size_t file_length, std::size_t chunk, std::uint32_t result,
              const bytes& data = {}) {
   const auto number = [](std::size_t value) { return u32(static_cast<std::uint32_t>(value)); };
@@ -141,7 +134,7 @@ TEST_F(nvefs, arguments_are_checked_in_order_before_any_exchange) {
   for (const auto& row : rows) {
     SCOPED_TRACE("row " + std::to_string(&row - rows));
     const auto printed = printed_by([&] { EXPECT_EQ(row.call(), row.code); });
-    EXPECT_TRUE(contains(printed, std::string(":#]: ") + row.message + "\nRIL[")) << printed;
+    EXPECT_PRED2(contains, printed, std::string(":#]: ") + row.message + "\nRIL[");
     EXPECT_TRUE(printed.ends_with(function_exit + "\n")) << printed;
   }
   EXPECT_EQ(modem_.requests().size(), 0U);

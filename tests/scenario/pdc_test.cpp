@@ -1,14 +1,11 @@
 // The wait slots of the PDC client, through a requester that follows their protocol, against a
 // modem whose answers are written byte by byte.
-#include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <chrono>
 #include <functional>
 #include <mutex>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "pdc/pdc_utils.h"
 #include "qcril-common/utilities/qcril_memory_management.h"
@@ -17,6 +14,7 @@
 #include "support/hand_modem.h"
 #include "support/pauses.h"
 #include "support/printed.h"
+#include "support/test.h"
 #include "tvk/commands.h"
 
 namespace {
@@ -175,7 +173,7 @@ TEST_F(pdc, every_operation_is_sent_and_fills_its_slot) {
                                         : "11 0400 35000000"));
     EXPECT_EQ(each.run(), 0) << each.request;
     const auto sent = modem_.requests().back().data;
-    EXPECT_EQ(bytes(sent.begin() + 3, sent.end()), hex(each.request));
+    EXPECT_EQ(slice(sent, 3), hex(each.request));
   }
   EXPECT_EQ(listed(), (std::vector<bytes>{hex("aabb")}));
   EXPECT_EQ(bytes(now_.active_id, now_.active_id + now_.active_id_len), hex("aabb"));
@@ -320,8 +318,7 @@ TEST_F(pdc, service_that_is_not_there_is_tried_twenty_times) {
   char words[4][4] = {"tvk", "10", "0", "3"};
   char* arguments[] = {words[0], words[1], words[2], words[3], nullptr};
   const auto printed = printed_by([&] { norvel_test_mbn_do(4, arguments); });
-  EXPECT_TRUE(contains(printed, "RIL[norvel_test_mbn_do:#]: pdc init failed, do nothing\n\n"))
-      << printed;
+  EXPECT_PRED2(contains, printed, "RIL[norvel_test_mbn_do:#]: pdc init failed, do nothing\n\n");
 }
 
 }  // namespace

@@ -1,11 +1,10 @@
 // examples/phone_program, which knows the phone's interfaces only, on the shared libraries made
 // from platform/linux.
-#include <gtest/gtest.h>
-
 #include <filesystem>
 
 #include "support/process.h"
 #include "support/simulated_modem.h"
+#include "support/test.h"
 
 namespace {
 

@@ -1,17 +1,15 @@
 // `tvk 5 5`: what it does with the restart level, and how long it waits, without the wait.
-#include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <array>
 #include <chrono>
-#include <string>
-#include <vector>
 
 #include "platform/properties.h"
 #include "support/hand_modem.h"
 #include "support/pauses.h"
 #include "support/printed.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 #include "tvk/norvel_qmi_test_cmn.h"
 
 namespace {

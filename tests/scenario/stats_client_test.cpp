@@ -1,14 +1,11 @@
 // The statistics clients and group 9 against a modem written by hand.
-#include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <iterator>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "modem_api/client_table.h"
 #include "modem_api/modem_api.h"
@@ -20,6 +17,7 @@
 #include "support/hand_modem.h"
 #include "support/pauses.h"
 #include "support/printed.h"
+#include "support/test.h"
 #include "tvk/commands.h"
 #include "tvk/qmi_modem_stats_readers.h"
 #include "tvk/qmi_modem_stats_request.h"
@@ -211,8 +209,7 @@ bytes entries(int count, const bytes& list) {
 }
 
 bytes entry(const std::string& sub_and_id, std::size_t length, const bytes& data) {
-  return hex(sub_and_id) +
-         bytes{static_cast<std::uint8_t>(length), static_cast<std::uint8_t>(length >> 8)} + data;
+  return hex(sub_and_id) + u16(length) + data;
 }
 
 TEST_F(stats_client, group_9_says_what_is_wrong_with_an_answer) {

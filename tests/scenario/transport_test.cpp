@@ -1,12 +1,10 @@
 // `tvk 6` and other commands at the modem socket: a modem that comes later, endpoints that are not
 // modems, and the bytes of an exchange.
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <fstream>
-#include <string>
 #include <utility>
 
 #include "support/hand_diag.h"
@@ -16,6 +14,7 @@
 #include "support/simulated_modem.h"
 #include "support/sockets.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace {
 
@@ -38,7 +37,7 @@ TEST(transport, modem_that_starts_later_is_named_once_and_waited_for) {
     ASSERT_TRUE(console->wait_for_error_text(modem.socket()));
     modem.start();
     const auto got = console->wait();
-    EXPECT_TRUE(contains(got.output, "\nqmi_id = 0, result = 0\n")) << got.output;
+    EXPECT_PRED2(contains, got.output, "\nqmi_id = 0, result = 0\n");
     EXPECT_EQ(std::count(got.errors.begin(), got.errors.end(), '\n'), 1) << got.errors;
     EXPECT_EQ(got.exit_status, 0);
   }
@@ -115,8 +114,8 @@ TEST(transport, endpoint_that_is_not_a_modem_is_refused) {
     SCOPED_TRACE(endpoint);
     const auto got = run_console(endpoint, command);
     EXPECT_EQ(got.exit_status, 0);
-    EXPECT_TRUE(contains(got.output, "\nnorvel_extend_qmi_handle_req_cb result:-2\n"));
-    EXPECT_TRUE(contains(got.output, "\nqmi_id = 0, result = -2\n")) << got.output;
+    EXPECT_PRED2(contains, got.output, "\nnorvel_extend_qmi_handle_req_cb result:-2\n");
+    EXPECT_PRED2(contains, got.output, "\nqmi_id = 0, result = -2\n");
     EXPECT_TRUE(got.errors.starts_with("tvk: TVK_MODEM=" + endpoint + ": " + why)) << got.errors;
     EXPECT_EQ(std::count(got.errors.begin(), got.errors.end(), '\n'), 1) << got.errors;
   }
@@ -133,8 +132,7 @@ TEST(transport, runtime_directory_that_others_can_write_to_is_refused) {
     const auto got =
         run(program, arguments,
             {{"XDG_RUNTIME_DIR", dir.path()}, {"TVK_MODEM", "unix:" + dir.file("tvk/modem.sock")}});
-    EXPECT_TRUE(contains(got.errors, dir.file("tvk") + " is not trusted: other users can write"))
-        << got.errors;
+    EXPECT_PRED2(contains, got.errors, dir.file("tvk") + " is not trusted: other users can write");
     EXPECT_EQ(std::count(got.errors.begin(), got.errors.end(), '\n'), 1) << got.errors;
   }
 }

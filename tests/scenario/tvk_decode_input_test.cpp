@@ -1,18 +1,14 @@
 // What tvk-decode takes and what it leaves alone: packed captures and damage in them, memory,
 // directories, and outputs that are inputs.
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <string>
-#include <vector>
 
-#include "support/bytes.h"
 #include "support/decode_run.h"
 #include "support/no_superuser.h"
 #include "support/packing.h"
+#include "support/test.h"
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 #define TVK_OWN_MEMORY 0
@@ -92,8 +88,7 @@ TEST_F(tvk_decode_input, of_packed_captures_gives_all_that_can_be_unpacked) {
     add("two members", first + second, all, "");
     add("padding", first + hex("00*512") + second + hex("00*4"), all, "");
     add("behind it other bytes", whole + hex("41*300"), all, "other data follows");
-    add("a packed magic in other bytes",
-        whole + hex("41*9") + bytes(whole.begin(), whole.begin() + 9), all, ": ");
+    add("a packed magic in other bytes", whole + hex("41*9") + slice(whole, 0, 9), all, ": ");
     add("in between other bytes", first + hex("41*70000") + second, all, "other data follows");
     add("wrong checksum", with_flipped(whole, 3), all, ": ");
     add("wrong checksum, then a good member", with_flipped(first, 3) + second, all, ": ");
@@ -128,11 +123,9 @@ TEST_F(tvk_decode_input, of_packed_captures_gives_all_that_can_be_unpacked) {
       EXPECT_TRUE(got.output == alone) << what << " with " << threads;
       EXPECT_EQ(got.exit_status, error.empty() ? 0 : 1) << what;
       EXPECT_EQ(got.errors.starts_with("tvk-decode: " + path + ": "), !error.empty()) << what;
-      EXPECT_NE(got.errors.find(error), std::string::npos) << what << got.errors;
-      EXPECT_NE(got.errors.find("\ndamaged files            " +
-                                std::string(error.empty() ? "0" : "1") + "\n"),
-                std::string::npos)
-          << what << got.errors;
+      EXPECT_PRED2(contains, got.errors, error);
+      EXPECT_PRED2(contains, got.errors,
+                   "\ndamaged files            " + std::string(error.empty() ? "0" : "1") + "\n");
     }
   }
 }
@@ -215,8 +208,7 @@ TEST_F(tvk_decode_input, a_folder_that_cannot_be_read_hides_no_others) {
   const auto got = decode({"-f", "jsonl", file("in"), made("named", frame(4))});
   for (const auto& folder : closed) {
     fs::permissions(folder, fs::perms::owner_all);
-    EXPECT_NE(got.errors.find("tvk-decode: " + folder + ": Permission denied\n"), std::string::npos)
-        << got.errors;
+    EXPECT_PRED2(contains, got.errors, "tvk-decode: " + folder + ": Permission denied\n");
   }
   EXPECT_EQ(std::ranges::count(got.errors, '\n'), 2) << got.errors;
   EXPECT_EQ(got.output, voice_line(1) + voice_line(3) + voice_line(4));
@@ -252,8 +244,7 @@ TEST_F(tvk_decode_input, an_output_never_goes_over_an_input) {
     const auto got = run(program, arguments);
     const auto what = testing::PrintToString(arguments);
     EXPECT_EQ(got.exit_status, 1) << what;
-    EXPECT_NE(got.errors.find("already an input or another output"), std::string::npos)
-        << what << got.errors;
+    EXPECT_PRED2(contains, got.errors, "already an input or another output");
     EXPECT_TRUE(read_file(x) == content) << what;
     EXPECT_TRUE(read_file(csv) == content) << what;
   }

@@ -1,7 +1,6 @@
 // tvk-decode at a live port: what it asks for and gives back, what it saves, and datagrams.
 #include <arpa/inet.h>
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
@@ -10,13 +9,12 @@
 #include <algorithm>
 #include <filesystem>
 #include <functional>
-#include <string>
-#include <vector>
 
-#include "support/bytes.h"
 #include "support/decode_run.h"
 #include "support/eventually.h"
+#include "support/hand_diag.h"
 #include "support/simulated_modem.h"
+#include "support/test.h"
 
 namespace {
 
@@ -65,13 +63,12 @@ class live_port {
   bytes answer_to(const bytes& request) const {
     if (request[0] == 0x60) return hex("60 0000");
     if (request[0] == 0x81) return hex("81 00 0000 0010") + events();
-    if (request[0] == 0x82)
-      return hex("82 00 0000 0010") + bytes(request.begin() + 6, request.end());
-    const auto done = bytes(request.begin(), request.begin() + 8) + hex("00000000");
+    if (request[0] == 0x82) return hex("82 00 0000 0010") + slice(request, 6);
+    const auto done = slice(request, 0, 8) + hex("00000000");
     if (request[4] == 1) return done + hex("00*4 00100000 00*36 00100000 00*16");
-    const bytes which(request.begin() + 8, request.begin() + 12);
+    const auto which = slice(request, 8, 12);
     if (request[4] == 4) return done + which + hex("00100000") + logs(which);
-    return done + bytes(request.begin() + 8, request.end());
+    return done + slice(request, 8);
   }
 
   void answer(const bytes& request) {
@@ -114,7 +111,7 @@ TEST_F(tvk_decode_live, asks_saves_comes_back_and_takes_its_requests_back) {
   const auto ended = live.wait();
   EXPECT_EQ(ended.exit_status, 0);
   EXPECT_EQ(records_in(read_file(file("lines"))), capture_lines + voice_line());
-  EXPECT_NE(ended.errors.find("\nbad CRC                  1\n"), std::string::npos) << ended.errors;
+  EXPECT_PRED2(contains, ended.errors, "\nbad CRC                  1\n");
 
   EXPECT_EQ(modem.beginning_with(reports_off).size(), 1U);
   EXPECT_EQ(modem.beginning_with(hex("82")).back(), hex("82 00 0000 0010 00*511 80"));
@@ -122,7 +119,7 @@ TEST_F(tvk_decode_live, asks_saves_comes_back_and_takes_its_requests_back) {
             hex("73000000 03000000 0B000000 00100000 01 00*511"));
   const auto saved = read_file(file("s.qmdl"));
   const std::string in_saved(capture.begin(), capture.end());
-  EXPECT_NE(saved.find(in_saved), std::string::npos);
+  EXPECT_PRED2(contains, saved, in_saved);
   EXPECT_EQ(decode({"-f", "jsonl", file("s.qmdl")}).output, capture_lines + voice_line());
 }
 

@@ -1,7 +1,5 @@
 // The AT channel of tvk-modem, over its pseudo-terminal.
 #include <fcntl.h>
-#include <gtest/gtest.h>
-#include <poll.h>
 #include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
@@ -9,29 +7,27 @@
 #include <array>
 #include <filesystem>
 #include <fstream>
-#include <string>
 #include <utility>
 
 #include "support/eventually.h"
 #include "support/exclusive_terminal.h"
 #include "support/process.h"
 #include "support/simulated_modem.h"
+#include "support/sockets.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace {
 
 using namespace support;
 
-class terminal {
+class terminal : public open_socket {
  public:
   explicit terminal(const std::string& path)
-      : descriptor_(::open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC)) {
+      : open_socket(::open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC)) {
     // Answers that the client before did not read.
     ::tcflush(descriptor_, TCIFLUSH);
   }
-  terminal(const terminal&) = delete;
-  terminal& operator=(const terminal&) = delete;
-  ~terminal() { ::close(descriptor_); }
 
   void take_for_itself() const { ASSERT_EQ(::ioctl(descriptor_, TIOCEXCL), 0); }
   /// Waits until it is not exclusive. Opening it would prove nothing: root always can.
@@ -39,15 +35,12 @@ class terminal {
     return eventually([this] { return !is_exclusive(descriptor_); });
   }
 
-  void send(const std::string& text) const {
-    ASSERT_EQ(::write(descriptor_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
-  }
+  void send(const std::string& text) const { write(ascii(text)); }
 
   /// Up to `end`, or what came in half a minute.
   [[nodiscard]] std::string receive(const std::string& end) const {
     std::string text;
-    pollfd one{descriptor_, POLLIN, 0};
-    while (!text.ends_with(end) && ::poll(&one, 1, 30000) == 1) {
+    while (!text.ends_with(end) && readable()) {
       std::array<char, 256> buffer{};
       const ssize_t size = ::read(descriptor_, buffer.data(), buffer.size());
       if (size <= 0) break;
@@ -55,9 +48,6 @@ class terminal {
     }
     return text;
   }
-
- private:
-  int descriptor_;
 };
 
 std::vector<std::string> at_options(const temp_dir& dir) {

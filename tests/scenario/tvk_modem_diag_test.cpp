@@ -1,30 +1,24 @@
 // The DIAG port of tvk-modem: what its clients ask, and what each of them is answered.
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <termios.h>
 
 #include <chrono>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 #include "support/diag_client.h"
 #include "support/exclusive_terminal.h"
 #include "support/process.h"
 #include "support/simulated_modem.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace {
 
 using namespace support;
 
 const simulated_modem::begin at_once = simulated_modem::begin::at_once;
-
-bytes text(const std::string& characters) {
-  return {characters.begin(), characters.end()};
-}
 
 struct exchange {
   bytes request;
@@ -54,7 +48,7 @@ TEST(tvk_modem_diag, first_requests_of_a_client_get_their_answers_and_nothing_el
   simulated_modem modem({}, at_once, {"--hold-time"});
   diag_client client(modem.diag_socket());
   // To the byte, once: 7D begins a frame and is escaped, and CRC bytes are.
-  client.send_raw(hex("7D 5D 05 00 00 00 00 00 00 74 41 7E 4B 12 04 00 31 7D 5D 7E"));
+  client.write(hex("7D 5D 05 00 00 00 00 00 00 74 41 7E 4B 12 04 00 31 7D 5D 7E"));
   EXPECT_EQ(client.receive(), hex("7D 05 01 00 00000000"));
   EXPECT_EQ(client.receive_frame(), diag_frame(hex("13 4B 12 04 00")));
 
@@ -64,9 +58,9 @@ TEST(tvk_modem_diag, first_requests_of_a_client_get_their_answers_and_nothing_el
       {hex("60 00"), hex("60 0000")},
       {hex("73 000000 00000000"), hex("73 000000 00000000 00000000")},
       {hex("7D 05 0000 00000000"), hex("7D 05 01 00 00000000")},
-      {hex("00"), hex("00") + text("Jan 15 202610:20:30Jan 15 202610:20:30TVKMODEM") +
+      {hex("00"), hex("00") + ascii("Jan 15 202610:20:30Jan 15 202610:20:30TVKMODEM") +
                       hex("3A 09 FF 64 00 02 09 0B")},
-      {hex("7C"), hex("7C 01 0000 B0900000 07100000") + text("TVK-MODEM-0.1.0") + hex("0000")},
+      {hex("7C"), hex("7C 01 0000 B0900000 07100000") + ascii("TVK-MODEM-0.1.0") + hex("0000")},
       {hex("1C"), hex("1C 0800")},
       {hex("01"), hex("01 00000080")},
       {hex("73 000000 01000000"),
@@ -93,13 +87,13 @@ TEST(tvk_modem_diag, first_requests_of_a_client_get_their_answers_and_nothing_el
   // Its first event: the state of RRC, one byte.
   const bytes report = client.receive();
   ASSERT_EQ(report.size(), 14U);
-  EXPECT_EQ(bytes(report.begin(), report.begin() + 5), hex("60 0B00 4626"));
+  EXPECT_EQ(slice(report, 0, 5), hex("60 0B00 4626"));
 }
 
 TEST(tvk_modem_diag, what_is_wrong_comes_back_with_its_error) {
   const simulated_modem modem;
   diag_client client(modem.diag_socket());
-  client.send_raw(hex("00 78 F1 7E 7E 00 7E"));  // wrong CRC, empty, too short
+  client.write(hex("00 78 F1 7E 7E 00 7E"));  // wrong CRC, empty, too short
   replay(client, {{hex("FE 01"), hex("13 FE 01")},
                   {hex("4B FF 0000"), hex("13 4BFF0000")},
                   {hex("73 000000 09000000"), hex("14 73000000 09000000")},
@@ -136,8 +130,8 @@ TEST(tvk_modem_diag, logs_and_events_follow_the_masks_of_each_client) {
   for (int i = 0; i < 3; ++i) {
     const bytes log = cells.receive();
     ASSERT_EQ(log.size(), 16U + 29U);
-    EXPECT_EQ(bytes(log.begin(), log.begin() + 8), hex("10 00 2900 2900 C2B0"));
-    EXPECT_EQ(bytes(log.begin() + 16, log.begin() + 19), hex("03 0700")) << "PCI 7";
+    EXPECT_EQ(slice(log, 0, 8), hex("10 00 2900 2900 C2B0"));
+    EXPECT_EQ(slice(log, 16, 19), hex("03 0700")) << "PCI 7";
   }
   EXPECT_EQ(events.ask(hex("1C")), hex("1C 0800"));
   EXPECT_EQ(idle.ask(hex("1C")), hex("1C 0800"));
@@ -166,7 +160,7 @@ TEST(tvk_modem_diag, items_are_those_of_the_other_ways) {
 TEST(tvk_modem_diag, files_are_those_of_the_other_ways) {
   const simulated_modem modem;
   diag_client client(modem.diag_socket());
-  const bytes path = text("/a/file") + hex("00");
+  const bytes path = ascii("/a/file") + hex("00");
   const bytes hello = hex("00100000 00100000 00100000 00100000 00100000 00100000");
   const bytes no_handle = hex("FFFFFFFF");
   replay(
@@ -175,8 +169,8 @@ TEST(tvk_modem_diag, files_are_those_of_the_other_ways) {
         hex("4B13 0000") + hello + hex("01000000 01000000 01000000 FFFFFFFF")},
        // There is no directory yet, then there is.
        {hex("4B13 0200 41020000 FF810000") + path, hex("4B13 0200") + no_handle + hex("02000000")},
-       {hex("4B13 0900 ED01") + text("/a") + hex("00"), hex("4B13 0900 00000000")},
-       {hex("4B13 0900 ED01") + text("/a") + hex("00"), hex("4B13 0900 11000000")},
+       {hex("4B13 0900 ED01") + ascii("/a") + hex("00"), hex("4B13 0900 00000000")},
+       {hex("4B13 0900 ED01") + ascii("/a") + hex("00"), hex("4B13 0900 11000000")},
        {hex("4B13 0200 41020000 FF810000") + path, hex("4B13 0200 00000000 00000000")},
        {hex("4B13 0500 00000000 00000000 313233"),
         hex("4B13 0500 00000000 00000000 03000000 00000000")},
@@ -193,27 +187,27 @@ TEST(tvk_modem_diag, files_are_those_of_the_other_ways) {
        {hex("4B13 0400 00000000 00040000 09000000"),
         hex("4B13 0400 00000000 09000000 00000000 00000000")},
        {hex("4B13 0300 00000000"), hex("4B13 0300 00000000")},
-       {hex("4B13 0A00") + text("/a") + hex("00"), hex("4B13 0A00 27000000")},
+       {hex("4B13 0A00") + ascii("/a") + hex("00"), hex("4B13 0A00 27000000")},
        {hex("4B13 1200 8001") + path, hex("4B13 1200 00000000")},
        {hex("4B13 0F00") + path, hex("4B13 0F00 00000000 80810000 04000000 01000000") + bytes(12)},
-       {hex("4B13 0B00") + text("/a/") + hex("00"), hex("4B13 0B00 01000000 00000000")},
+       {hex("4B13 0B00") + ascii("/a/") + hex("00"), hex("4B13 0B00 01000000 00000000")},
        {hex("4B13 0C00 01000000 01000000"),
         hex("4B13 0C00 01000000 01000000 00000000 00000000 80810000 04000000") + bytes(12) +
-            text("file") + hex("00")},
+            ascii("file") + hex("00")},
        {hex("4B13 0C00 01000000 02000000"), hex("4B13 0C00 01000000 02000000") + bytes(29)},
        {hex("4B13 0D00 01000000"), hex("4B13 0D00 00000000")},
        {hex("4B13 0C00 01000000 01000000"),
         hex("4B13 0C00 01000000 01000000 03000040") + bytes(25)},
-       {hex("4B13 0E00") + path + text("/a/b") + hex("00"), hex("4B13 0E00 00000000")}});
+       {hex("4B13 0E00") + path + ascii("/a/b") + hex("00"), hex("4B13 0E00 00000000")}});
   const std::vector<std::string> cat = {"efs", "cat", "--state", modem.state(), "/a/b"};
   EXPECT_EQ(run(TVK_MODEM_PROGRAM, cat).output, "12}~");
 
   const auto removed = run(TVK_MODEM_PROGRAM, {"efs", "rm", "--state", modem.state(), "/a/b"});
   EXPECT_EQ(removed.exit_status, 0) << removed.errors;
   replay(client,
-         {{hex("4B13 0800") + text("/a/b") + hex("00"), hex("4B13 0800 02000000")},
-          {hex("4B13 0A00") + text("/a") + hex("00"), hex("4B13 0A00 00000000")},
-          {hex("4B13 0F00") + text("/a") + hex("00"), hex("4B13 0F00 02000000") + bytes(24)}});
+         {{hex("4B13 0800") + ascii("/a/b") + hex("00"), hex("4B13 0800 02000000")},
+          {hex("4B13 0A00") + ascii("/a") + hex("00"), hex("4B13 0A00 00000000")},
+          {hex("4B13 0F00") + ascii("/a") + hex("00"), hex("4B13 0F00 02000000") + bytes(24)}});
 }
 
 TEST(tvk_modem_diag, faults_strike_as_ordered) {

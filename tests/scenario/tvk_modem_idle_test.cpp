@@ -1,7 +1,6 @@
 // A modem that is asked for nothing uses no processor time, however its clients left.
 // TVK_IDLE_WINDOW sets for how many milliseconds it is watched.
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <termios.h>
@@ -9,14 +8,12 @@
 
 #include <cstdlib>
 #include <functional>
-#include <string>
-#include <vector>
 
-#include "support/bytes.h"
 #include "support/diag_client.h"
 #include "support/modem_connection.h"
 #include "support/simulated_modem.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace {
 

@@ -1,12 +1,9 @@
 // The simulated modem's configuration service, byte by byte.
-#include <gtest/gtest.h>
-
 #include <optional>
-#include <string>
 
-#include "support/bytes.h"
 #include "support/modem_connection.h"
 #include "support/simulated_modem.h"
+#include "support/test.h"
 
 namespace {
 
@@ -15,9 +12,8 @@ using namespace support::packets;
 using connection = modem_connection;
 
 const bytes nordvik = hex("41c715ea920b6df3882e57b409da63fc1e70a538");
-const bytes ok = hex("02 0400 00000000");
 const bytes get_selected = pdc + hex("00 0100 2200 0700  01 0400 01000000");
-const bytes get_selected_answer = pdc + hex("02 0100 2200 0700") + ok;
+const bytes get_selected_answer = pdc + hex("02 0100 2200 0700") + done;
 const bytes generic_is_selected =
     pdc +
     hex("04 0000 2200 1d00  01 0200 0000  11 1500 14 09d27b61e834af501c9386fd2a4eb705c81972d6");
@@ -28,14 +24,14 @@ TEST(tvk_modem_pdc, outcome_follows_the_answer_and_those_who_registered_hear_of_
   const connection watcher(modem.socket());
   EXPECT_EQ(watcher.look_up(look_up_all), listed(all_up));
   EXPECT_EQ(watcher.ask(pdc + hex("00 0100 2000 0800  10 0100 01  11 0100 01")),
-            pdc + hex("02 0100 2000 0700") + ok);
+            pdc + hex("02 0100 2000 0700") + done);
   EXPECT_EQ(client.ask(pdc + hex("00 0100 2900 0700  01 0400 01000000")),
-            pdc + hex("02 0100 2900 1d00") + ok +
+            pdc + hex("02 0100 2900 1d00") + done +
                 hex("11 0800 0000400000000000  12 0800 c000000000000000"));
 
   const bytes token = hex("10 0400 44332211");
   EXPECT_EQ(client.ask(pdc + hex("00 0200 2300 2300  01 1900 01000000 14") + nordvik + token),
-            pdc + hex("02 0200 2300 0e00") + ok + token);
+            pdc + hex("02 0200 2300 0e00") + done + token);
   EXPECT_EQ(client.receive(), pdc + hex("04 0000 2300 0c00  01 0200 0000") + token);
   EXPECT_EQ(watcher.ask(get_selected), get_selected_answer) << "pending changes nothing yet";
   EXPECT_EQ(watcher.receive(),
@@ -44,7 +40,7 @@ TEST(tvk_modem_pdc, outcome_follows_the_answer_and_those_who_registered_hear_of_
                     "11 1500 14 09d27b61e834af501c9386fd2a4eb705c81972d6  12 1500 14") +
                 nordvik);
   EXPECT_EQ(client.ask(pdc + hex("00 0300 2700 0e00  01 0400 01000000") + token),
-            pdc + hex("02 0300 2700 0e00") + ok + token);
+            pdc + hex("02 0300 2700 0e00") + done + token);
   EXPECT_EQ(client.receive(), pdc + hex("04 0000 2700 0c00  01 0200 0000") + token);
   EXPECT_EQ(watcher.receive(), pdc + hex("04 0000 2100 1c00  01 1900 01000000 14") + nordvik);
   EXPECT_EQ(watcher.receive(), pdc + hex("04 0000 2f00 0700  01 0400 00000000"));
@@ -76,9 +72,9 @@ TEST(tvk_modem_pdc, wrong_requests_are_refused_without_an_outcome) {
   for (const row& each : rows) {
     SCOPED_TRACE(each.request);
     const bytes request = hex(each.request);
-    EXPECT_EQ(client.ask(pdc + hex("00 0100") + request),
-              pdc + hex("02 0100") + bytes(request.begin(), request.begin() + 2) +
-                  hex("0700  02 0400 0100") + hex(each.error));
+    EXPECT_EQ(
+        client.ask(pdc + hex("00 0100") + request),
+        pdc + hex("02 0100") + slice(request, 0, 2) + hex("0700  02 0400 0100") + hex(each.error));
   }
   EXPECT_EQ(client.ask(get_selected), get_selected_answer);
   EXPECT_EQ(client.receive(), generic_is_selected);
@@ -93,7 +89,7 @@ TEST(tvk_modem_pdc, load_belongs_to_its_client_and_only_a_whole_one_is_kept) {
     EXPECT_EQ(
         client.ask(pdc + hex("00 0100 2600") + bytes{static_cast<std::uint8_t>(3 + tlv), 0} +
                    bytes{0x01, tlv, 0} + hex("01000000 01 aa 06000000") + bytes{size, 0} + data),
-        pdc + hex("02 0100 2600 0700") + ok);
+        pdc + hex("02 0100 2600 0700") + done);
     return client.receive();
   };
   const auto progress = [](const char* tlvs) {

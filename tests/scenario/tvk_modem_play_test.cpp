@@ -1,10 +1,7 @@
 // Captures that tvk-modem plays: whole, in order, and to each client as its masks say.
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <csignal>
-#include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -13,6 +10,7 @@
 #include "support/diag_client.h"
 #include "support/simulated_modem.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace {
 
@@ -171,7 +169,7 @@ TEST_F(tvk_modem_play, file_without_packets_is_refused) {
     const auto ended = run(TVK_MODEM_PROGRAM, {"serve", "--socket", dir.file("s"), "--state",
                                                dir.file("d"), "--play", name});
     EXPECT_EQ(ended.exit_status, 1);
-    EXPECT_NE(ended.errors.find(name), std::string::npos) << ended.errors;
+    EXPECT_PRED2(contains, ended.errors, name);
   }
 }
 

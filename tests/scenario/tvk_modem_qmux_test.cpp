@@ -1,63 +1,51 @@
 // QMUX on a stream socket, frame by frame: marker, length, flags, service, client, message.
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <linux/sockios.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <memory>
-#include <string>
 
-#include "support/bytes.h"
 #include "support/eventually.h"
 #include "support/modem_connection.h"
 #include "support/simulated_modem.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace {
 
 using namespace support;
 using namespace support::packets;
 
-class stream {
+/// A client of the socket, or of the terminal.
+class stream : public open_socket {
  public:
-  explicit stream(const std::string& path) : socket_(connected(path, SOCK_STREAM)) {}
-  stream(const stream&) = delete;
-  stream& operator=(const stream&) = delete;
-  ~stream() { ::close(socket_); }
+  explicit stream(int descriptor) : open_socket(descriptor) {}
+  explicit stream(const std::string& path) : open_socket(connected(path, SOCK_STREAM)) {}
 
-  void send(const bytes& some) const {
-    EXPECT_EQ(::send(socket_, some.data(), some.size(), MSG_NOSIGNAL),
-              static_cast<ssize_t>(some.size()));
-  }
   /// Nothing when the modem closed the connection, or says nothing for half a minute.
   [[nodiscard]] bytes receive(std::size_t size) const {
     bytes all;
-    while (all.size() < size && readable(socket_, std::chrono::seconds(30))) {
+    while (all.size() < size && readable()) {
       bytes piece(size - all.size());
-      const ssize_t got = ::recv(socket_, piece.data(), piece.size(), 0);
+      const ssize_t got = ::read(descriptor_, piece.data(), piece.size());
       if (got <= 0) return {};
-      all.insert(all.end(), piece.begin(), piece.begin() + got);
+      all = all + padded(piece, static_cast<std::size_t>(got));
     }
     return all;
   }
-  /// Waits until the modem has read all.
-  void await_reading() const {
-    EXPECT_TRUE(eventually([this] {
-      int unread = 0;
-      return ::ioctl(socket_, SIOCOUTQ, &unread) == 0 && unread == 0;
-    }));
+  /// How many bytes the modem has to read (SIOCOUTQ), or the client (FIONREAD).
+  [[nodiscard]] int unread(unsigned long whose) const {
+    int size = 0;
+    return ::ioctl(descriptor_, whose, &size) == 0 ? size : -1;
   }
   /// What comes, as long as it is as long as `expected`.
-  void expect_answer(const char* request, const char* expected) const {
+  void expect_answer(const std::string& request, const std::string& expected) const {
     SCOPED_TRACE(request);
-    send(hex(request));
+    write(hex(request));
     EXPECT_EQ(receive(hex(expected).size()), hex(expected));
   }
-
- private:
-  int socket_;
 };
 
 constexpr const char* allocate_sar = "01 0f00 00 00 00  00 07 2200 0400  01 0100 11";
@@ -101,7 +89,7 @@ TEST_F(tvk_modem_qmux, control_hands_out_clients_and_refuses_what_it_cannot_do) 
       {"01 0b00 00 00 00  00 09 22ff 0000", "09 22ff 0700  02 0400 0100 4700"},
   };
   for (const auto& [request, answer] : refused) {
-    two.expect_answer(request, (std::string("01 1200 80 00 00  01 ") + answer).c_str());
+    two.expect_answer(request, std::string("01 1200 80 00 00  01 ") + answer);
   }
   two.expect_answer("01 1000 00 00 00  00 0a 2300 0500  01 0200 11 02",
                     "01 1700 80 00 00  01 0a 2300 0c00  02 0400 00000000  01 0200 11 02");
@@ -116,7 +104,7 @@ TEST_F(tvk_modem_qmux, control_hands_out_clients_and_refuses_what_it_cannot_do) 
   const modem_connection watcher(modem_.socket());
   EXPECT_EQ(watcher.look_up(look_up_all), listed(all_up));
   const std::string goes_down = "01 0c00 00 11 01  00 0100 0900 0000";
-  one.expect_answer((goes_down + allocate_sar).c_str(),
+  one.expect_answer(goes_down + allocate_sar,
                     "01 1200 80 00 00  01 07 2200 0700  02 0400 0100 1f00");
   EXPECT_EQ(watcher.receive(), sar_down);
   modem_.let_pass(100);
@@ -131,12 +119,12 @@ TEST_F(tvk_modem_qmux, frames_come_in_any_pieces_and_anything_else_ends_the_conn
   const stream client(path_);
   client.expect_answer(allocate_sar, sar_client_1);
   for (const std::uint8_t each : hex(ask_client_1)) {
-    client.send({each});
-    client.await_reading();
+    client.write({each});
+    EXPECT_TRUE(eventually([&] { return client.unread(SIOCOUTQ) == 0; }));
   }
   EXPECT_EQ(client.receive(hex(state_to_client_1).size()), hex(state_to_client_1));
-  const std::string two = ask_client_1 + std::string(sync);
-  client.expect_answer(two.c_str(), (state_to_client_1 + std::string(sync_answer)).c_str());
+  client.expect_answer(ask_client_1 + std::string(sync),
+                       state_to_client_1 + std::string(sync_answer));
 
   for (const char* const broken : {"02 0b00", "01 0400 00 00 00"}) {
     const stream other(path_);
@@ -149,7 +137,7 @@ TEST_F(tvk_modem_qmux, frames_come_in_any_pieces_and_anything_else_ends_the_conn
 TEST_F(tvk_modem_qmux, service_has_254_clients_which_outlive_their_connection) {
   auto client = std::make_unique<stream>(path_);
   for (unsigned id = 1; id <= 254; ++id) {
-    client->send(hex(allocate_sar));
+    client->write(hex(allocate_sar));
     ASSERT_EQ(client->receive(24).back(), id);
   }
   client.reset();
@@ -160,37 +148,6 @@ TEST_F(tvk_modem_qmux, service_has_254_clients_which_outlive_their_connection) {
   next.expect_answer(allocate_sar, sar_client_1);
 }
 
-class terminal {
- public:
-  explicit terminal(const std::string& link) : file_(::open(link.c_str(), O_RDWR | O_NOCTTY)) {}
-  terminal(const terminal&) = delete;
-  terminal& operator=(const terminal&) = delete;
-  ~terminal() { ::close(file_); }
-
-  void send(const bytes& some) const {
-    EXPECT_EQ(::write(file_, some.data(), some.size()), static_cast<ssize_t>(some.size()));
-  }
-  [[nodiscard]] int unread() const {
-    int size = 0;
-    return ::ioctl(file_, FIONREAD, &size) == 0 ? size : -1;
-  }
-  [[nodiscard]] bool has_answer() const { return readable(file_, std::chrono::seconds(30)); }
-  /// What comes, as long as it is as long as `expected`.
-  void expect_answer(const char* request, const char* expected) const {
-    SCOPED_TRACE(request);
-    send(hex(request));
-    bytes got(hex(expected).size());
-    std::size_t size = 0;
-    while (size < got.size() && has_answer()) {
-      size += static_cast<std::size_t>(::read(file_, &got[size], got.size() - size));
-    }
-    EXPECT_EQ(got, hex(expected));
-  }
-
- private:
-  int file_;
-};
-
 constexpr const char* allocate_uim = "01 0f00 00 00 00  00 01 2200 0400  01 0100 0b";
 constexpr const char* uim_client_1 =
     "01 1700 80 00 00  01 01 2200 0c00  02 0400 00000000  01 0200 0b 01";
@@ -199,8 +156,9 @@ TEST(tvk_modem_qmux_pty, clients_and_channels_stay_while_users_of_the_terminal_c
   const temp_dir dir;
   const std::string link = dir.file("cdc-wdm0");
   const simulated_modem modem({}, simulated_modem::begin::at_once, {"--qmux-pty", link});
+  const auto open = [&] { return ::open(link.c_str(), O_RDWR | O_NOCTTY); };
   {
-    const terminal first(link);
+    const stream first(open());
     first.expect_answer(allocate_uim, uim_client_1);
     // Opens a channel to the USIM of the first slot.
     first.expect_answer(
@@ -208,11 +166,11 @@ TEST(tvk_modem_qmux_pty, clients_and_channels_stay_while_users_of_the_terminal_c
         "01 2200 80 0b 01  02 0100 4200 1600  02 0400 00000000  10 0100 01  11 0200 9000"
         "12 0300 02 9000");
     // Leaves an answer unread.
-    first.send(hex("01 0b00 00 00 00  00 02 2100 0000"));
-    EXPECT_TRUE(first.has_answer());
+    first.write(hex("01 0b00 00 00 00  00 02 2100 0000"));
+    EXPECT_TRUE(first.readable());
   }
-  const terminal second(link);
-  EXPECT_TRUE(eventually([&] { return second.unread() == 0; }));
+  const stream second(open());
+  EXPECT_TRUE(eventually([&] { return second.unread(FIONREAD) == 0; }));
   // An instruction that the USIM does not know, on the channel.
   second.expect_answer(
       "01 1d00 00 0b 01  00 0200 3b00 1100  01 0100 01  02 0600 0400 00ff0000  10 0100 01",

@@ -1,52 +1,19 @@
 // What clients ask a modem first, message by message: TLVs of requests and of answers.
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <string>
-#include <vector>
 
-#include "support/bytes.h"
 #include "support/modem_connection.h"
 #include "support/simulated_modem.h"
+#include "support/test.h"
 
 namespace {
 
-using support::bytes;
-using support::hex;
-using support::modem_connection;
-using support::simulated_modem;
-using support::operator+;
+using namespace support;
+using namespace support::packets;
 
-// Services by their ports.
-constexpr std::uint8_t sar = 2;
-constexpr std::uint8_t uim = 3;
-constexpr std::uint8_t nas = 5;
-constexpr std::uint8_t dms = 7;
-constexpr std::uint8_t wds = 8;
+const std::vector<std::string> still = {"--set", "radio.swing=0"};
 
-bytes u16(std::size_t value) {
-  return {static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8)};
-}
-
-const bytes done = hex("02 0400 00000000");
-bytes failed(const char* code) {
-  return hex("02 0400 0100") + hex(code);
-}
-
-bytes without(std::size_t first, const bytes& all) {
-  return {all.begin() + static_cast<std::ptrdiff_t>(std::min(first, all.size())), all.end()};
-}
-
-bytes ask(const modem_connection& client, std::uint8_t port, const char* message,
-          const bytes& tlvs = {}) {
-  constexpr std::size_t headers = 15;  // address and message
-  return without(headers, client.ask(hex("00000000") + bytes{port, 0, 0, 0} + hex("00 0100") +
-                                     hex(message) + u16(tlvs.size()) + tlvs));
-}
-
-std::vector<std::string> still(std::vector<std::string> options = {}) {
-  options.insert(options.end(), {"--set", "radio.swing=0"});
-  return options;
+bool holds(const bytes& all, const char* part) {
+  return std::ranges::search(all, hex(part)).size() == hex(part).size();
 }
 
 const bytes registered =
@@ -56,51 +23,49 @@ const bytes registered =
 const bytes not_registered = done + hex("01 0500 00 02 02 02 00");
 
 TEST(tvk_modem_services, device_and_network_tell_of_one_radio) {
-  const simulated_modem modem({}, simulated_modem::begin::at_once, still());
+  const simulated_modem modem({}, simulated_modem::begin::at_once, still);
   const modem_connection client(modem.socket());
-  EXPECT_EQ(ask(client, dms, "2200"), done + hex("01 0900 74766b2d6d6f64656d"));
-  EXPECT_EQ(ask(client, dms, "2500"),
+  EXPECT_EQ(client.ask(dms_port, "2200"), done + hex("01 0900 74766b2d6d6f64656d"));
+  EXPECT_EQ(client.ask(dms_port, "2500"),
             done + hex("10 0100 30  11 0f00 303031303137303031323334353639"));
-  EXPECT_EQ(ask(client, sar, "1e00"), done + hex("10 0600 0400 07000040"));
-  EXPECT_EQ(ask(client, nas, "2400"), registered);
-  const bytes system = ask(client, nas, "4d00");
-  const bytes lte =
-      hex("19 1d00 01 03 01 03 01 00 01 00 00 ffff 01 0074bc01 00 00 00 01 303031 3031ff 01 d605");
-  EXPECT_NE(std::search(system.begin(), system.end(), lte.begin(), lte.end()), system.end());
+  EXPECT_EQ(client.ask(sar_port, "1e00"), done + hex("10 0600 0400 07000040"));
+  EXPECT_EQ(client.ask(nas_port, "2400"), registered);
+  EXPECT_TRUE(holds(client.ask(nas_port, "4d00"),
+                    "19 1d00 01 03 01 03 01 00 01 00 00 ffff 01 0074bc01 00 00 00 01 303031 3031ff "
+                    "01 d605"));
 
-  EXPECT_EQ(ask(client, dms, "0100", hex("14 0100 01")), done);
-  EXPECT_EQ(ask(client, nas, "0300", hex("13 0100 01  18 0100 00")), done);
-  EXPECT_EQ(ask(client, dms, "2e00", hex("01 0100 04")), failed("3c00"));
-  EXPECT_EQ(ask(client, dms, "2e00", hex("01 0100 08")), failed("3000"));
-  EXPECT_EQ(ask(client, dms, "2e00"), failed("1100"));
-  EXPECT_EQ(ask(client, dms, "2e00", hex("01 0100 01")), done);
+  EXPECT_EQ(client.ask(dms_port, "0100", hex("14 0100 01")), done);
+  EXPECT_EQ(client.ask(nas_port, "0300", hex("13 0100 01  18 0100 00")), done);
+  EXPECT_EQ(client.ask(dms_port, "2e00", hex("01 0100 04")), failed("3c00"));
+  EXPECT_EQ(client.ask(dms_port, "2e00", hex("01 0100 08")), failed("3000"));
+  EXPECT_EQ(client.ask(dms_port, "2e00"), failed("1100"));
+  EXPECT_EQ(client.ask(dms_port, "2e00", hex("01 0100 01")), done);
   EXPECT_EQ(client.receive(), hex("00000000 07000000  04 0000 0100 0400  14 0100 01"));
   EXPECT_EQ(client.receive(), hex("00000000 05000000  04 0000 2400 0800  01 0500 00 02 02 02 00"));
-  EXPECT_EQ(ask(client, dms, "2e00", hex("01 0100 01")), failed("1a00"));
-  EXPECT_EQ(ask(client, nas, "2400"), not_registered);
-  EXPECT_EQ(ask(client, nas, "4f00"), failed("4a00"));
+  EXPECT_EQ(client.ask(dms_port, "2e00", hex("01 0100 01")), failed("1a00"));
+  EXPECT_EQ(client.ask(nas_port, "2400"), not_registered);
+  EXPECT_EQ(client.ask(nas_port, "4f00"), failed("4a00"));
 
   // A reset ends the indications.
-  EXPECT_EQ(ask(client, nas, "0000"), done);
-  EXPECT_EQ(ask(client, dms, "2e00", hex("01 0100 00")), done);
-  EXPECT_EQ(ask(client, dms, "2d00"), done + hex("01 0100 00"));
+  EXPECT_EQ(client.ask(nas_port, "0000"), done);
+  EXPECT_EQ(client.ask(dms_port, "2e00", hex("01 0100 00")), done);
+  EXPECT_EQ(client.ask(dms_port, "2d00"), done + hex("01 0100 00"));
 }
 
 TEST(tvk_modem_services, selection_preference_is_kept_as_it_was_set) {
   const simulated_modem modem;
   const modem_connection client(modem.socket());
-  EXPECT_EQ(ask(client, nas, "3300", hex("11 0200 0100")), failed("3000"));
-  EXPECT_EQ(ask(client, nas, "3300", hex("11 0100 50")), failed("0100"));
-  EXPECT_EQ(ask(client, nas, "3300", hex("1e 0300 03 08 0c")), failed("0100"));
+  EXPECT_EQ(client.ask(nas_port, "3300", hex("11 0200 0100")), failed("3000"));
+  EXPECT_EQ(client.ask(nas_port, "3300", hex("11 0100 50")), failed("0100"));
+  EXPECT_EQ(client.ask(nas_port, "3300", hex("1e 0300 03 08 0c")), failed("0100"));
   // What a stock client sends for LTE and NR.
-  EXPECT_EQ(ask(client, nas, "3300",
-                hex("11 0200 5000  16 0500 01 0100 0100  17 0100 01  19 0400 00000000"
-                    "1e 0300 02 08 0c")),
+  EXPECT_EQ(client.ask(nas_port, "3300",
+                       hex("11 0200 5000  16 0500 01 0100 0100  17 0100 01  19 0400 00000000"
+                           "1e 0300 02 08 0c")),
             done);
-  const bytes got = ask(client, nas, "3400");
+  const bytes got = client.ask(nas_port, "3400");
   for (const char* const part : {"11 0200 5000", "16 0100 01", "1c 0300 02 08 0c"}) {
-    const bytes wanted = hex(part);
-    EXPECT_NE(std::search(got.begin(), got.end(), wanted.begin(), wanted.end()), got.end()) << part;
+    EXPECT_TRUE(holds(got, part)) << part;
   }
 }
 
@@ -108,55 +73,54 @@ const bytes session = hex("01 0200 00 00");
 const bytes imsi = session + hex("02 0700 076f 04 003f ff7f  03 0400 0000 0000");
 
 TEST(tvk_modem_services, files_are_read_and_pins_guard_them_across_runs) {
-  simulated_modem modem({}, simulated_modem::begin::at_once, still());
+  simulated_modem modem({}, simulated_modem::begin::at_once, still);
   {
     const modem_connection client(modem.socket());
-    EXPECT_EQ(ask(client, uim, "2000", session + hex("02 0500 e22f 02 003f  03 0400 0000 0000")),
-              done + hex("10 0200 9000  11 0c00 0a00 980001010000000030f5"));
-    EXPECT_EQ(ask(client, uim, "2000", imsi),
+    EXPECT_EQ(
+        client.ask(uim_port, "2000", session + hex("02 0500 e22f 02 003f  03 0400 0000 0000")),
+        done + hex("10 0200 9000  11 0c00 0a00 980001010000000030f5"));
+    EXPECT_EQ(client.ask(uim_port, "2000", imsi),
               done + hex("10 0200 9000  11 0b00 0900 080910101032547698"));
     EXPECT_EQ(
-        ask(client, uim, "2000", session + hex("02 0700 ad6f 04 003f ff7f  03 0400 0300 0100")),
+        client.ask(uim_port, "2000", session + hex("02 0700 ad6f 04 003f ff7f  03 0400 0300 0100")),
         done + hex("10 0200 9000  11 0300 0100 02"));
     EXPECT_EQ(
-        ask(client, uim, "2000", session + hex("02 0700 ad6f 04 003f ff7f  03 0400 0300 0200")),
+        client.ask(uim_port, "2000", session + hex("02 0700 ad6f 04 003f ff7f  03 0400 0300 0200")),
         failed("3000"));
     EXPECT_EQ(
-        ask(client, uim, "2000", session + hex("02 0700 ff6f 04 003f ff7f  03 0400 0000 0000")),
+        client.ask(uim_port, "2000", session + hex("02 0700 ff6f 04 003f ff7f  03 0400 0000 0000")),
         failed("5000") + hex("10 0200 6a82"));
     EXPECT_EQ(
-        ask(client, uim, "2100", session + hex("02 0700 406f 04 003f ff7f  03 0400 0200 0000")),
+        client.ask(uim_port, "2100", session + hex("02 0700 406f 04 003f ff7f  03 0400 0200 0000")),
         failed("3000") + hex("10 0200 6a83"));
     // 9 bytes, transparent, read with PIN 1; the card's description.
-    EXPECT_EQ(ask(client, uim, "2400", session + hex("02 0700 076f 04 003f ff7f")),
+    EXPECT_EQ(client.ask(uim_port, "2400", session + hex("02 0700 076f 04 003f ff7f")),
               done + hex("10 0200 9000  11 2400 0900 076f 00 0000 0000  04 0100"
                          "01 0000  01 0000  01 0000  01 0000  0a00 6208 82024121 83026f07"));
-    EXPECT_EQ(ask(client, uim, "2e00", hex("01 0400 01000000")), done + hex("10 0400 01000000"));
-    EXPECT_EQ(ask(client, uim, "2500", hex("01 0200 06 00  02 0700 01 01 04 31323334")),
+    EXPECT_EQ(client.ask(uim_port, "2e00", hex("01 0400 01000000")),
+              done + hex("10 0400 01000000"));
+    EXPECT_EQ(client.ask(uim_port, "2500", hex("01 0200 06 00  02 0700 01 01 04 31323334")),
               done + hex("10 0200 03 0a  13 0200 9000"));
-    EXPECT_EQ(hex("00000000 03000000 04 0000 3200"), [&] {
-      const bytes told = client.receive();
-      return bytes(told.begin(), told.begin() + 13);
-    }());
+    EXPECT_EQ(slice(client.receive(), 0, 13), hex("00000000 03000000 04 0000 3200"));
   }
   modem.stop();
   modem.start();
   const modem_connection client(modem.socket());
   const auto verify = [&](const char* pin) {
-    return ask(client, uim, "2600", hex("01 0200 06 00  02 0600 01 04") + hex(pin));
+    return client.ask(uim_port, "2600", hex("01 0200 06 00  02 0600 01 04") + hex(pin));
   };
-  EXPECT_EQ(ask(client, uim, "2000", imsi), failed("2200") + hex("10 0200 6982"));
-  EXPECT_EQ(ask(client, nas, "2400"), not_registered);
+  EXPECT_EQ(client.ask(uim_port, "2000", imsi), failed("2200") + hex("10 0200 6982"));
+  EXPECT_EQ(client.ask(nas_port, "2400"), not_registered);
   EXPECT_EQ(verify("39393939"), failed("0c00") + hex("10 0200 02 0a  13 0200 63c2"));
   EXPECT_EQ(verify("31323334"), done + hex("10 0200 03 0a  13 0200 9000"));
-  EXPECT_EQ(ask(client, nas, "2400"), registered);
+  EXPECT_EQ(client.ask(nas_port, "2400"), registered);
   verify("39393939");
   verify("39393939");
   EXPECT_EQ(verify("39393939"), failed("2300") + hex("10 0200 00 0a  13 0200 6983"));
   EXPECT_EQ(verify("31323334"), failed("2300") + hex("10 0200 00 0a  13 0200 6983"));
   const auto unblock = [&](const char* code) {
-    return ask(client, uim, "2700",
-               hex("01 0200 06 00  02 0f00 01 08") + hex(code) + hex("04 34333231"));
+    return client.ask(uim_port, "2700",
+                      hex("01 0200 06 00  02 0f00 01 08") + hex(code) + hex("04 34333231"));
   };
   EXPECT_EQ(unblock("3132333435363739"), failed("0c00") + hex("10 0200 00 09  13 0200 63c0"));
   EXPECT_EQ(unblock("3132333435363738"), done + hex("10 0200 03 0a  13 0200 9000"));
@@ -167,85 +131,39 @@ TEST(tvk_modem_services, data_call_is_its_clients_and_needs_registration) {
   const simulated_modem modem;
   const modem_connection client(modem.socket());
   const bytes handle = hex("01 0400 01000001");
-  EXPECT_EQ(ask(client, wds, "2d00"), failed("0f00"));
-  EXPECT_EQ(ask(client, wds, "2000", hex("31 0100 05")), failed("0a00"));
-  EXPECT_EQ(ask(client, wds, "2000"), done + handle);
+  EXPECT_EQ(client.ask(wds_port, "2d00"), failed("0f00"));
+  EXPECT_EQ(client.ask(wds_port, "2000", hex("31 0100 05")), failed("0a00"));
+  EXPECT_EQ(client.ask(wds_port, "2000"), done + handle);
   EXPECT_EQ(client.receive(), hex("00000000 08000000  04 0000 2200 0500  01 0200 02 00"));
-  EXPECT_EQ(ask(client, wds, "2000"), failed("1a00") + handle);
-  EXPECT_EQ(ask(client, wds, "2200"), done + hex("01 0100 02"));
+  EXPECT_EQ(client.ask(wds_port, "2000"), failed("1a00") + handle);
+  EXPECT_EQ(client.ask(wds_port, "2200"), done + hex("01 0100 02"));
   {
     const modem_connection other(modem.socket());
-    EXPECT_EQ(ask(other, wds, "2200"), done + hex("01 0100 01"));
+    EXPECT_EQ(other.ask(wds_port, "2200"), done + hex("01 0100 01"));
   }
-  EXPECT_EQ(ask(client, nas, "2300", hex("10 0100 02")), done);
-  EXPECT_EQ(ask(client, wds, "2200"), done + hex("01 0100 01"));
-  EXPECT_EQ(ask(client, wds, "2000"), failed("0e00") + hex("10 0200 0300  11 0400 0300 0300"));
-  EXPECT_EQ(ask(client, wds, "2100", hex("01 0400 02000000")), failed("0900"));
+  EXPECT_EQ(client.ask(nas_port, "2300", hex("10 0100 02")), done);
+  EXPECT_EQ(client.ask(wds_port, "2200"), done + hex("01 0100 01"));
+  EXPECT_EQ(client.ask(wds_port, "2000"), failed("0e00") + hex("10 0200 0300  11 0400 0300 0300"));
+  EXPECT_EQ(client.ask(wds_port, "2100", hex("01 0400 02000000")), failed("0900"));
 
-  EXPECT_EQ(ask(client, wds, "2700", hex("01 0100 00  10 0300 696d73  14 0300 696d73")),
+  EXPECT_EQ(client.ask(wds_port, "2700", hex("01 0100 00  10 0300 696d73  14 0300 696d73")),
             done + hex("01 0200 00 02"));
-  EXPECT_EQ(ask(client, wds, "2a00", hex("10 0100 00")),
+  EXPECT_EQ(client.ask(wds_port, "2a00", hex("10 0100 00")),
             done + hex("01 1200 02  00 01 08 696e7465726e6574  00 02 03 696d73"));
-  EXPECT_EQ(ask(client, wds, "2900", hex("01 0200 00 02")), done);
-  EXPECT_EQ(ask(client, wds, "2b00", hex("01 0200 00 02")), failed("5100") + hex("e0 0200 0500"));
-}
-
-const char* const home = "980001010000000010f9";
-const char* const travel = "980001010000000020f7";
-
-/// One notification's metadata.
-bytes metadata(const char* number, const char* operation, const char* iccid) {
-  return hex("bf2f25 8001") + hex(number) + hex("8102 04") + hex(operation) +
-         hex("0c10 736d64702e6578616d706c652e6f7267 5a0a") + hex(iccid);
-}
-
-// In the order of a profile assistant: information, a nickname, a switch, its notifications.
-TEST(tvk_modem_services, euicc_answers_the_sequence_of_a_profile_assistant) {
-  const simulated_modem modem;
-  const modem_connection client(modem.socket());
-  ask(client, uim, "4200", hex("01 0100 02  10 1100 10 a0000005591010ffffffff8900000100"));
-  const auto store = [&](const bytes& request) {
-    const bytes apdu = hex("81e29100") + bytes{static_cast<std::uint8_t>(request.size())} + request;
-    const bytes answer = ask(
-        client, uim, "3b00",
-        hex("01 0100 02  02") + u16(apdu.size() + 2) + u16(apdu.size()) + apdu + hex("10 0100 01"));
-    constexpr std::size_t before = 7 + 5;  // success; type, length, count
-    return without(before, answer);
-  };
-  const bytes root = hex("8112 6c70612e64732e6578616d706c652e6f7267");
-  EXPECT_EQ(store(hex("bf3e03 5c015a")), hex("bf3e12 5a10 89049032000000000000000000000066 9000"));
-  EXPECT_EQ(store(hex("bf3c00")), hex("bf3c14") + root + hex("9000"));
-  EXPECT_EQ(store(hex("bf3f06 8004 61626364")), hex("bf3f03 800100 9000"));
-  EXPECT_EQ(store(hex("bf3c00")), hex("bf3c1a 8004 61626364") + root + hex("9000"));
-  EXPECT_EQ(store(hex("bf4300")), hex("bf4302 a000 9000"));
-  EXPECT_EQ(store(hex("bf2914 5a0a") + hex(travel) + hex("9006 54726176656c")),
-            hex("bf2903 800100 9000"));
-  EXPECT_EQ(store(hex("bf2914 5a0a 98000101000000009999 9006 54726176656c")),
-            hex("bf2903 800101 9000"));
-  EXPECT_EQ(store(hex("bf2d03 5c0190")), hex("bf2d0e a00c e300 e3089006 54726176656c 9000"));
-
-  EXPECT_EQ(store(hex("bf2800")), hex("bf2802 a000 9000"));
-  EXPECT_EQ(store(hex("bf3111 a00c 5a0a") + hex(travel) + hex("8101ff")),
-            hex("bf3103 800100 9000"));
-  EXPECT_EQ(store(hex("bf2800")), hex("bf2852 a050") + metadata("01", "20", home) +
-                                      metadata("02", "40", travel) + hex("9000"));
-  EXPECT_EQ(store(hex("bf2b05 a003 800101")),
-            hex("bf2b6f a06d 306b") + metadata("01", "20", home) + hex("5f3740 00*64 9000"));
-  EXPECT_EQ(store(hex("bf3003 800101")), hex("bf3003 800100 9000"));
-  EXPECT_EQ(store(hex("bf3003 800101")), hex("bf3003 800101 9000"));
-  EXPECT_EQ(store(hex("bf2800")), hex("bf282a a028") + metadata("02", "40", travel) + hex("9000"));
+  EXPECT_EQ(client.ask(wds_port, "2900", hex("01 0200 00 02")), done);
+  EXPECT_EQ(client.ask(wds_port, "2b00", hex("01 0200 00 02")),
+            failed("5100") + hex("e0 0200 0500"));
 }
 
 TEST(tvk_modem_services, one_active_slot_is_all_that_status_shows) {
   const simulated_modem modem({}, simulated_modem::begin::at_once, {"--set", "uim.active_slots=1"});
   const modem_connection client(modem.socket());
-  const bytes slots = ask(client, uim, "4700");
+  const bytes slots = client.ask(uim_port, "4700");
   ASSERT_GT(slots.size(), 41U);
   // Present, active, logical slot 1, its ICCID; present, not active, in no logical slot.
-  EXPECT_EQ(bytes(slots.begin() + 7, slots.begin() + 31),
-            hex("10 2900 02  02000000 01000000 01 0a 980001010000000030f5"));
-  EXPECT_EQ(bytes(slots.begin() + 31, slots.begin() + 40), hex("02000000 00000000 00"));
-  EXPECT_EQ(ask(client, uim, "3000", hex("01 0100 02")), failed("3000"));
+  EXPECT_EQ(slice(slots, 7, 31), hex("10 2900 02  02000000 01000000 01 0a 980001010000000030f5"));
+  EXPECT_EQ(slice(slots, 31, 40), hex("02000000 00000000 00"));
+  EXPECT_EQ(client.ask(uim_port, "3000", hex("01 0100 02")), failed("3000"));
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
 // tvk-modem as its user meets it: starting and stopping, what it refuses, exec, the trace.
-#include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -10,15 +9,13 @@
 #include <fstream>
 #include <memory>
 #include <sstream>
-#include <string>
-#include <vector>
 
-#include "support/bytes.h"
 #include "support/extension_packets.h"
 #include "support/modem_connection.h"
 #include "support/process.h"
 #include "support/simulated_modem.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace {
 
@@ -164,7 +161,7 @@ TEST(tvk_modem_serve, what_cannot_be_used_is_named) {
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(std::ranges::count(result.errors, '\n'), 1);
     EXPECT_TRUE(result.errors.starts_with("tvk-modem: "));
-    for (const auto& text : each.said) EXPECT_NE(result.errors.find(text), std::string::npos);
+    for (const auto& text : each.said) EXPECT_PRED2(contains, result.errors, text);
   }
 }
 
@@ -180,7 +177,7 @@ TEST(tvk_modem_serve, fault_rule_that_cannot_be_read_is_named_with_the_form) {
     const auto result = run_modem({"serve", "--fault", rule});
     EXPECT_EQ(result.exit_status, 2) << rule;
     EXPECT_TRUE(result.errors.starts_with("tvk-modem: --fault " + rule + ": ")) << result.errors;
-    EXPECT_NE(result.errors.find("SERVICE[/MESSAGE[@N]]=ACTION[:VALUE]"), std::string::npos);
+    EXPECT_PRED2(contains, result.errors, "SERVICE[/MESSAGE[@N]]=ACTION[:VALUE]");
     EXPECT_EQ(std::ranges::count(result.errors, '\n'), 1);
   }
 }
@@ -303,7 +300,7 @@ TEST(tvk_modem_trace, names_what_passes) {
            "            0x20 ?                     5  01 ... 4 zero bytes\n",
            "client 1:16384 leaves",
        }) {
-    EXPECT_NE(errors.find(text), std::string::npos) << text << " not in\n" << errors;
+    EXPECT_PRED2(contains, errors, text);
   }
 }
 

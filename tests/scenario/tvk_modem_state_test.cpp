@@ -1,21 +1,18 @@
 // What tvk-modem keeps: items and files through kills, full disks and concurrent clients, restarts,
 // and the programs that show and change a state directory.
-#include <gtest/gtest.h>
 #include <sys/resource.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "support/extension_packets.h"
 #include "support/modem_connection.h"
 #include "support/process.h"
 #include "support/simulated_modem.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace {
 
@@ -198,7 +195,7 @@ TEST(tvk_modem_state, start_on_a_full_disk_is_refused_and_changes_nothing) {
       const auto refused = run(TVK_MODEM_PROGRAM, arguments);
       EXPECT_EQ(refused.exit_status, 1);
       EXPECT_EQ(refused.signal, 0);
-      EXPECT_NE(refused.errors.find(directory + "/modem.db"), std::string::npos) << refused.errors;
+      EXPECT_PRED2(contains, refused.errors, directory + "/modem.db");
     }
   }
   EXPECT_EQ(std::filesystem::file_size(state + "/modem.db"), size);
@@ -218,7 +215,7 @@ TEST(tvk_modem_state, restart_answers_first_and_forgets_what_is_unfinished) {
   ASSERT_TRUE(client.send(delayed));
 
   const bytes answer = client.ask(request(4, common_message(31, u32(0x1000))));
-  EXPECT_EQ(bytes(answer.begin(), answer.begin() + 40),
+  EXPECT_EQ(slice(answer, 0, 40),
             service + hex("02 0100 0200 1102  01 0400 00000000  02 0400 fc010000  10 0002"
                           "1f000000 00000000"));
   EXPECT_EQ(client.receive_many(all_down.size()), all_down);
@@ -258,7 +255,7 @@ TEST(tvk_modem_state, full_dump_is_a_readable_file_of_its_own) {
   for (const char* line : {"\nboots 1\nreason full dump asked for by a client\n",
                            "\nnv 0 550 9: 08 0a 10 10 07 10 32 54 96\n",
                            "\nefs 1 /nv/item_files/modem/lte/rrc/cap/fgi 4: 7f ff fe 1e\n"}) {
-    EXPECT_NE(text.find(line), std::string::npos) << line;
+    EXPECT_PRED2(contains, text, line);
   }
   EXPECT_TRUE(std::filesystem::exists(modem.state() + "/dump-1.bin"));
   EXPECT_FALSE(std::filesystem::exists(modem.state() + "/dump-2.bin.part"));
@@ -271,9 +268,7 @@ TEST(tvk_modem_state, programs_and_a_running_modem_see_each_others_changes) {
   EXPECT_EQ(program({"nv", "set", "71", "0x41", "66", "--sub", "1"}, state).exit_status, 0);
   EXPECT_EQ(ask(client, item_request{.item = 71, .subscription = 1}).data, hex("4142"));
   const auto listed = program({"nv", "list", "--sub", "1"}, state).output;
-  EXPECT_NE(listed.find("\n  71  Banner                                 2  41 42\n"),
-            std::string::npos)
-      << listed;
+  EXPECT_PRED2(contains, listed, "\n  71  Banner                                 2  41 42\n");
 
   const temp_dir dir;
   std::ofstream(dir.file("in")) << std::string(500, 'z');

@@ -1,17 +1,15 @@
 // The UIM client and the eSIM switch test, mostly against a modem that misbehaves.
 // The client lives as long as the process, so each test here needs a process of its own.
-#include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <chrono>
-#include <string>
-#include <vector>
 
 #include "norvel_extend_qmi/norvel_extend_cmn_uim.h"
 #include "support/hand_modem.h"
 #include "support/pauses.h"
 #include "support/printed.h"
 #include "support/simulated_modem.h"
+#include "support/test.h"
 #include "tvk/norvel_qmi_test_cmn.h"
 
 namespace {
@@ -135,7 +133,7 @@ TEST_F(uim_client, no_more_cards_are_taken_than_there_is_room_for) {
   norvel_card_states states{3, 3};
   const auto printed = printed_by([&] { EXPECT_TRUE(norvel_uim_get_card_status(states)); });
   EXPECT_EQ(states, (norvel_card_states{0, 1}));
-  EXPECT_TRUE(contains(printed, "SIM[1] State = 1\n"));
+  EXPECT_PRED2(contains, printed, "SIM[1] State = 1\n");
   EXPECT_FALSE(contains(printed, "SIM[2]"));
 }
 
@@ -211,7 +209,7 @@ TEST_F(esim_switch, eid_with_letters_is_shown_as_a_failure_and_without_one_30_at
   const auto sent = modem_.requests();
   ASSERT_GE(sent.size(), 3U);
   EXPECT_EQ(sent[1].port, extension.port);
-  EXPECT_EQ(bytes(sent[1].data.begin() + 24, sent[1].data.begin() + 48),
+  EXPECT_EQ(slice(sent[1].data, 24, 48),
             hex("02000000 00000000 54000000 08000000 00000000 00000000"));
   EXPECT_EQ(sent[2].data, hex("00 0200 3100 0c00  01 0100 02  10 0100 01  11 0100 00"));
 }
@@ -221,11 +219,11 @@ TEST_F(esim_switch, eid_is_saved_once_and_never_over_another) {
   setenv("TVK_MODEM", modem.endpoint().c_str(), 1);
   const auto switched = [] { return printed_by([] { EXPECT_EQ(esim_test("1", "1"), 0); }); };
   const std::string eid = "\n\neID=89049032000000000000000000000066\n";
-  EXPECT_TRUE(contains(switched(),
-                       "save eid efs result = 0\nRIL[save_eid_to_efs:#]: save eid successfully, "
-                       "set IS_EID_SAVE TRUE" +
-                           eid));
-  EXPECT_TRUE(contains(switched(), "save_eid_to_efs:#]: EID already saved, skip" + eid));
+  EXPECT_PRED2(contains, switched(),
+               "save eid efs result = 0\nRIL[save_eid_to_efs:#]: save eid successfully, "
+               "set IS_EID_SAVE TRUE" +
+                   eid);
+  EXPECT_PRED2(contains, switched(), "save_eid_to_efs:#]: EID already saved, skip" + eid);
   EXPECT_TRUE(contains(run_console(modem.endpoint(), {"5", "10", "1", "1"}).output,
                        "EID already exists, set IS_EID_SAVE TRUE" + eid));
   EXPECT_TRUE(contains(
@@ -260,11 +258,11 @@ TEST_F(esim_switch, reset_believes_two_answers_of_the_card) {
     const auto sent = modem_.requests();
     ASSERT_EQ(sent.size() - before, row.success ? 3U : 2U);
     const auto& apdu = sent[before + 1].data;
-    EXPECT_EQ(bytes(apdu.begin() + 7, apdu.end()),
+    EXPECT_EQ(slice(apdu, 7),
               hex("01 0100 02  02 0f00 0d00 80e2910007bf340482 0205e000  10 0100 03  11 0100 01"));
   }
   const auto open = modem_.requests().at(0).data;
-  EXPECT_EQ(bytes(open.begin() + 7, open.end()),
+  EXPECT_EQ(slice(open, 7),
             hex("01 0100 02  10 1100 10 a0000005591010ffffffff8900000100  11 0100 01"));
 }
 

@@ -1,6 +1,7 @@
 // Bytes as tests write them: "01 0400 ff".
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -40,6 +41,28 @@ using bytes = std::vector<std::uint8_t>;
 
 [[nodiscard]] inline bytes fill(std::size_t count, std::uint8_t value = 0) {
   return bytes(count, value);
+}
+
+/// Itself and zeros, or its first bytes; an extension message has 512.
+[[nodiscard]] inline bytes padded(bytes data, std::size_t size = 512) {
+  data.resize(size);
+  return data;
+}
+
+[[nodiscard]] inline bytes slice(const bytes& all, std::size_t from,
+                                 std::size_t end = std::string::npos) {
+  const auto at = [&](std::size_t place) {
+    return all.begin() + static_cast<std::ptrdiff_t>(std::min(place, all.size()));
+  };
+  return {at(from), at(end)};
+}
+
+[[nodiscard]] inline bytes ascii(std::string_view text) {
+  return {text.begin(), text.end()};
+}
+
+[[nodiscard]] inline bytes u16(std::size_t value) {
+  return {static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8)};
 }
 
 [[nodiscard]] inline bytes u32(std::uint32_t value) {

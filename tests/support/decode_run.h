@@ -1,17 +1,13 @@
 // Runs tvk-decode on files that a test makes.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <fstream>
 #include <iterator>
-#include <string>
-#include <vector>
 
-#include "support/bytes.h"
-#include "support/hand_diag.h"
+#include "support/diag_frame.h"
 #include "support/process.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace support {
 

@@ -1,13 +1,10 @@
 // Packets with what their decoders must print and record.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <span>
-#include <string>
-#include <vector>
 
 #include "support/decoded.h"
+#include "support/test.h"
 
 namespace support {
 
@@ -15,21 +12,40 @@ struct decoder_row {
   std::uint16_t id;     // log code, or event id if below 4096
   std::string payload;  // as hex() takes it
   std::string lines;
-  std::string records = {};  // one after the other
+  std::string records = {};  // one after the other; blanks do not count
 };
 
-inline std::string joined(const std::vector<std::string>& records) {
-  std::string all;
-  for (const auto& one : records) all += (all.empty() ? "" : " ") + one;
-  return all;
+inline void expect_records(const decoded& got, std::string expected) {
+  std::string records;
+  for (const auto& one : got.records) records += one;
+  std::erase(expected, ' ');
+  EXPECT_EQ(records, expected) << got.lines;
 }
 
+inline void expect_made(const decoded& got, const decoder_row& row) {
+  EXPECT_EQ(got.lines, row.lines) << row.payload;
+  expect_records(got, row.records);
+}
+
+inline void expect_decoded(const decoder_row& row) {
+  expect_made(
+      row.id < 4096 ? decoded::event(row.id, row.payload) : decoded::log(row.id, row.payload), row);
+}
 inline void expect_decoded(std::span<const decoder_row> rows) {
-  for (const auto& row : rows) {
-    const auto got =
-        row.id < 4096 ? decoded::event(row.id, row.payload) : decoded::log(row.id, row.payload);
-    EXPECT_EQ(got.lines, row.lines) << row.id;
-    EXPECT_EQ(joined(got.records), row.records) << row.lines;
+  for (const auto& row : rows) expect_decoded(row);
+}
+
+/// However short, it is refused for what it lacks, unless it lacks nothing that is read.
+inline void expect_cut_is_refused(const decoder_row& row) {
+  for (auto length = hex(row.payload).size(); length-- > 0;) {
+    const auto got = decoded::cut(row.id, row.payload, length);
+    if (got.lines == row.lines) {
+      expect_made(got, row);
+      continue;
+    }
+    EXPECT_TRUE(got.records.empty()) << length << " bytes of " << row.payload;
+    const auto last_line = got.lines.rfind('\n', got.lines.size() - 2) + 1;
+    EXPECT_EQ(got.lines.find("g_pk_data_left("), last_line) << got.lines;
   }
 }
 

@@ -16,12 +16,7 @@ class diag_client : public open_socket {
   explicit diag_client(int stream) : open_socket(stream) {}
   explicit diag_client(const std::string& path) : open_socket(connected(path, SOCK_STREAM)) {}
 
-  void send_raw(const bytes& frame) const {
-    if (::write(descriptor_, frame.data(), frame.size()) != static_cast<ssize_t>(frame.size())) {
-      throw std::runtime_error("write");
-    }
-  }
-  void send(const bytes& packet) const { send_raw(diag_frame(packet)); }
+  void send(const bytes& packet) const { write(diag_frame(packet)); }
 
   /// With its 7E. Throws when nothing comes; nothing at all when the modem hung up.
   [[nodiscard]] bytes receive_frame(std::chrono::milliseconds limit = std::chrono::seconds(30)) {

@@ -153,7 +153,7 @@ void hand_modem::receive(std::size_t index) {
     const bytes packet(buffer_.begin(), buffer_.begin() + count);
     if (u32_at(packet, 4) == control_port) return control(from, packet);
     from.talks_to_server = true;
-    request = {u32_at(packet, 0), u32_at(packet, 4), bytes(packet.begin() + 8, packet.end())};
+    request = {u32_at(packet, 0), u32_at(packet, 4), slice(packet, 8)};
     requests_.push_back(request);
     answer = handler_;
   }

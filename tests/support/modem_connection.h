@@ -8,15 +8,26 @@
 
 #include <chrono>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
-#include "support/bytes.h"
 #include "support/sockets.h"
+#include "support/test.h"
 
 namespace support {
 
 namespace packets {
+
+// Services by their ports.
+constexpr std::uint8_t sar_port = 2;
+constexpr std::uint8_t uim_port = 3;
+constexpr std::uint8_t nas_port = 5;
+constexpr std::uint8_t dms_port = 7;
+constexpr std::uint8_t wds_port = 8;
+
+/// Of the standard response.
+inline const bytes done = hex("02 0400 0000 0000");
+inline bytes failed(const char* code) {
+  return hex("02 0400 0100") + hex(code);
+}
 
 inline const bytes control = hex("01000000 feffffff");
 inline const bytes service = hex("00000000 01000000");
@@ -94,6 +105,15 @@ class modem_connection : public open_socket {
   }
 
   [[nodiscard]] bytes ask(const bytes& packet) const { return send(packet) ? receive() : bytes(); }
+  /// The TLVs that the service at this port answers to a message.
+  bytes ask(std::uint8_t port, const char* message, const bytes& tlvs = {}) const {
+    constexpr std::size_t headers = 15;  // address and message
+    const bytes service = hex("00000000") + bytes{port, 0, 0, 0};
+    const bytes answer = ask(service + hex("00 0100") + hex(message) + u16(tlvs.size()) + tlvs);
+    EXPECT_EQ(slice(answer, 0, headers),
+              service + hex("02 0100") + hex(message) + u16(answer.size() - headers));
+    return slice(answer, headers);
+  }
   [[nodiscard]] std::vector<bytes> look_up(const bytes& packet) const {
     std::vector<bytes> found = {ask(packet)};
     while (!found.back().empty() && found.back() != packets::end_of_list) {

@@ -2,21 +2,15 @@
 // values of UIM client handles.
 #pragma once
 
-#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
-#include <string>
-#include <vector>
 
 #include "support/eventually.h"
+#include "support/test.h"
 
 namespace support {
-
-inline bool contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
 
 inline const std::string client_made =
     "NORVEL_QMI_NV: qmi_client_get_service_list() returned 0 num_services = 1\n"

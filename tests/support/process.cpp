@@ -9,7 +9,6 @@
 #include <unistd.h>
 
 #include <array>
-#include <cstdlib>
 #include <stdexcept>
 #include <string_view>
 

@@ -10,6 +10,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "support/bytes.h"
+
 namespace support {
 
 inline sockaddr_un address_of(const std::string& path) {
@@ -52,8 +54,14 @@ class open_socket {
   open_socket& operator=(const open_socket&) = delete;
   ~open_socket() { ::close(descriptor_); }
 
-  [[nodiscard]] bool readable(std::chrono::milliseconds limit) const {
+  [[nodiscard]] bool readable(std::chrono::milliseconds limit = std::chrono::seconds(30)) const {
     return support::readable(descriptor_, limit);
+  }
+  /// To a stream socket or a terminal.
+  void write(const bytes& some) const {
+    if (::write(descriptor_, some.data(), some.size()) != static_cast<ssize_t>(some.size())) {
+      throw std::runtime_error("write");
+    }
   }
 
  protected:

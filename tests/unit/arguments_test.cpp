@@ -1,42 +1,11 @@
-// Numbers on the command line; bytes, masks and counters as text.
-#include "tvk/arguments.h"
-
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <string>
-
+// Bytes and masks as text.
 #include "norvel_extend_qmi/norvel_extend_cmn_text.h"
-#include "support/bytes.h"
 #include "support/printed.h"
+#include "support/test.h"
 
 namespace {
 
 using namespace support;
-
-int string_to_int(std::string text) {
-  return norvel_string_to_int(text.data());
-}
-
-int hex_string_to_int(std::string text) {
-  return norvel_hex_string_to_int(text.data());
-}
-
-TEST(arguments, text_denotes_a_number) {
-  const std::pair<const char*, int> rows[] = {{"0xabcdef", 0xABCDEF},
-                                              {"0xABCDEF", 0xABCDEF},
-                                              {"0x0x1", 1},
-                                              {"0xG1@1`1", 0x010101},
-                                              {" 12", 12},
-                                              {"+12", 12},
-                                              {"007", 7},
-                                              {"2147483647", INT_MAX},
-                                              {"-2147483648", INT_MIN},
-                                              {"0x000000007FFFFFFF", INT_MAX}};
-  for (const auto& [text, value] : rows) EXPECT_EQ(string_to_int(text), value) << text;
-  EXPECT_EQ(hex_string_to_int("0x10"), 16);
-  EXPECT_EQ(hex_string_to_int("000000000000000000000000000000000000000000000000ff"), 255);
-}
 
 TEST(bytes_as_text, buffer_is_printed_as_a_line) {
   auto data = hex("00 0a ff c3*4094");

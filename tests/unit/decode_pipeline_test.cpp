@@ -1,23 +1,15 @@
 // Captures in memory through the pipeline: damage, ends and threads.
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <iterator>
-#include <string>
 
 #include "decode/output/time_text.h"
 #include "decode/summary/report.h"
-#include "support/bytes.h"
 #include "support/decode_in_memory.h"
-#include "support/hand_diag.h"
+#include "support/diag_frame.h"
+#include "support/test.h"
 
 namespace {
 
 using decode::summary;
-using support::bytes;
-using support::diag_frame;
-using support::hex;
-using support::operator+;
+using namespace support;
 
 /// Each record as its time in microseconds, data id and bytes, in the order they are flushed.
 class list_store final : public decode::record_store {
@@ -142,7 +134,7 @@ TEST(pipeline, packets_without_frames_are_found_again) {
   const bytes other = hex(
       "1000 2900 2900 C2B0 BE0C0A9E34DDD400 032101D0030000204A000019190C506300FBA402000000360103040"
       "101");
-  const auto inner = [](const bytes& bare) { return bytes(bare.begin() + 4, bare.end()); };
+  const auto inner = [](const bytes& bare) { return slice(bare, 4); };
   for (const auto& [one, two] :
        {std::pair(packet(3), other), std::pair(inner(packet(3)), inner(other))}) {
     const bytes half = many(one + two + two, 1500);
@@ -198,7 +190,7 @@ TEST(pipeline, summary_has_a_row_for_the_lowest_versions_of_a_packet_only) {
         "\n0x1568 ims_rtp_sn_and_payload version 13: 100 decoded\n",
         "\n0x1568 ims_rtp_sn_and_payload version 15: 100 version not supported\n"
         "0x1568 ims_rtp_sn_and_payload other versions: 24000 version not supported\n"}) {
-    EXPECT_NE(text.find(line), std::string::npos) << line << text;
+    EXPECT_PRED2(contains, text, line);
   }
   EXPECT_EQ(text.find("version 16"), std::string::npos);
   EXPECT_TRUE(alone.counts.has_rejections());

@@ -1,14 +1,10 @@
 // The DIAG channel over a library that is the test's.
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <functional>
 #include <mutex>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "norvel_extend_qmi/norvel_diag_send.h"
 #include "norvel_extend_qmi/norvel_diag_send_connection.h"
@@ -16,9 +12,9 @@
 #include "norvel_extend_qmi/norvel_diag_thread.h"
 #include "norvel_extend_qmi/norvel_diag_wait.h"
 #include "platform/diag.h"
-#include "support/bytes.h"
 #include "support/pauses.h"
 #include "support/printed.h"
+#include "support/test.h"
 
 namespace {
 
@@ -231,7 +227,7 @@ TEST_F(diag_channel, every_step_that_fails_is_logged_and_what_was_opened_is_clos
     library.failing = failing;
     const auto got = send(is_dci, 100);
     EXPECT_EQ(got.result, 1);
-    EXPECT_TRUE(contains(got.printed, printed)) << got.printed;
+    EXPECT_PRED2(contains, got.printed, printed);
     EXPECT_FALSE(contains(got.printed, "wait_create_thread"));
     EXPECT_EQ(library.take_calls(), made);
     const auto worker = send_by_worker(is_dci);
@@ -245,8 +241,8 @@ TEST_F(diag_channel, every_step_that_fails_is_logged_and_what_was_opened_is_clos
 TEST_F(diag_channel, worker_is_waited_for_sends_though_the_modem_is_down_and_may_fail_to_start) {
   library.peripherals = DIAG_CON_APSS;
   const auto printed = send_by_worker(true);
-  EXPECT_TRUE(contains(printed, "MPSS on ch:0: DOWN\n")) << printed;
-  EXPECT_TRUE(contains(printed, "Releasing DCI connection, err: 1001, errno: ")) << printed;
+  EXPECT_PRED2(contains, printed, "MPSS on ch:0: DOWN\n");
+  EXPECT_PRED2(contains, printed, "Releasing DCI connection, err: 1001, errno: ");
   EXPECT_EQ(library.take_calls().size(), 8U);
   EXPECT_TRUE(contains(send_by_worker(false, 0, 1), "norvel_diag_comand_input_check fail\n"));
   library.failing = "thread";
@@ -277,8 +273,8 @@ TEST_F(diag_channel, watcher_takes_a_tick_of_100_ms_at_a_time_and_gives_up_after
     const auto got = send(row.by_dci, row.time_out);
     EXPECT_EQ(got.result, 1);
     EXPECT_EQ(take_pauses(), std::vector<std::chrono::milliseconds>(row.ticks, 100ms));
-    EXPECT_TRUE(contains(got.printed, row.printed)) << got.printed;
-    EXPECT_TRUE(contains(got.printed, "cnt_of_100ms = " + std::to_string(row.ticks) + "\n"));
+    EXPECT_PRED2(contains, got.printed, row.printed);
+    EXPECT_PRED2(contains, got.printed, "cnt_of_100ms = " + std::to_string(row.ticks) + "\n");
   }
   // Full pieces say nothing of the end: there may be more until the time is over.
   for (const int pieces : {1, 2}) {
@@ -289,7 +285,7 @@ TEST_F(diag_channel, watcher_takes_a_tick_of_100_ms_at_a_time_and_gives_up_after
     });
     const auto got = send(true, 300);
     EXPECT_EQ(got.result, 0);
-    EXPECT_TRUE(contains(got.printed, "stop waiting, receive success, length is times of 4096\n"));
+    EXPECT_PRED2(contains, got.printed, "stop waiting, receive success, length is times of 4096\n");
     EXPECT_EQ(got.reply_len, 4096 * pieces);
     EXPECT_EQ(take_pauses().size(), 3U);
   }

@@ -1,5 +1,4 @@
 // The DIAG library of this host against a port written byte by byte.
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <stdlib.h>
 
@@ -7,14 +6,13 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
-#include <string>
-#include <vector>
 
 #include "platform/diag.h"
 #include "protocol/diag_answer.h"
 #include "support/eventually.h"
 #include "support/hand_diag.h"
 #include "support/no_more_threads.h"
+#include "support/test.h"
 
 namespace {
 

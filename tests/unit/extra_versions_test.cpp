@@ -1,24 +1,17 @@
 // What only tvk-decode decodes: versions that the product's parsers reject, and the cells beside
 // records.
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "support/decoder_rows.h"
+#include "support/test.h"
 
 namespace {
 
-using support::bytes;
-using support::decoded;
-using support::decoder_row;
+using namespace support;
 
 void expect_extra(std::span<const decoder_row> rows) {
   for (const auto& row : rows) {
-    const auto got = decoded::log_of_any_version(row.id, row.payload);
-    EXPECT_EQ(got.lines, row.lines) << row.payload;
-    EXPECT_EQ(support::joined(got.records), row.records) << row.payload;
+    expect_made(decoded::log_of_any_version(row.id, row.payload), row);
     const auto strict = decoded::log(row.id, row.payload);
-    EXPECT_NE(strict.lines.find("VERSION_NOT_SUPPORT"), std::string::npos) << row.payload;
+    EXPECT_PRED2(contains, strict.lines, "VERSION_NOT_SUPPORT");
     EXPECT_TRUE(strict.records.empty()) << row.payload;
   }
 }

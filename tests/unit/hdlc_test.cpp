@@ -1,25 +1,18 @@
 // Frames of the DIAG byte stream, whole and in pieces, good and bad.
 #include "protocol/hdlc.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <cstddef>
-#include <cstdint>
 #include <random>
-#include <string>
-#include <vector>
 
 #include "support/diag_frame.h"
+#include "support/test.h"
 
 namespace {
 
 using protocol::byte_view;
 using protocol::hdlc::append_frame;
 using protocol::hdlc::deframer;
-using support::bytes;
-using support::hex;
-using support::operator+;
+using namespace support;
 
 /// The packets of a stream that comes in pieces of `piece` bytes.
 std::vector<bytes> packets_of(deframer& in, byte_view stream, std::size_t piece = SIZE_MAX) {

@@ -1,22 +1,22 @@
 // Files that others have put where ours belong; streams whose far end does not do its part.
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "host/directories.h"
 #include "host/private_files.h"
 #include "host/write_all.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace {
+
+using namespace support;
 
 constexpr const char* trusted = "";
 
@@ -36,7 +36,7 @@ void make_file(const std::string& path) {
 }
 
 void expect_reason(const std::string& got, const std::string& part) {
-  EXPECT_NE(got.find(part), std::string::npos) << got << ", expected " << part;
+  EXPECT_PRED2(contains, got, part);
   EXPECT_EQ(got.empty(), part.empty()) << got;
 }
 
@@ -77,7 +77,7 @@ TEST(host_files, what_others_put_there_is_not_used) {
     if (std::string(each.what) == "their file" && ::geteuid() != 0) continue;
     SCOPED_TRACE(each.what);
     for (const bool is_lock : {true, false}) {
-      const support::temp_dir dir;
+      const temp_dir dir;
       const std::string place = dir.file("place");
       each.make(place);
       expect_reason(host::distrust_of_directory(place), each.directory);

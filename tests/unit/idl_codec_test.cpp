@@ -1,11 +1,8 @@
 // The IDL encoder and decoder over the services' tables: C structures and TLV bytes are written by
 // hand (little-endian).
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <iterator>
 #include <sstream>
-#include <string>
 
 #include "platform/linux/idl/codec.h"
 #include "services/nas_v01.h"
@@ -14,7 +11,7 @@
 #include "services/service_rows.h"
 #include "services/uim_v01.h"
 #include "services/vendor_stats_v01.h"
-#include "support/bytes.h"
+#include "support/test.h"
 
 namespace {
 

@@ -1,17 +1,13 @@
 #include "protocol/log_packet.h"
 
-#include <gtest/gtest.h>
-
 #include <optional>
 
-#include "support/bytes.h"
+#include "support/test.h"
 
 namespace {
 
 namespace diag = protocol::diag;
-using support::bytes;
-using support::hex;
-using support::operator+;
+using namespace support;
 
 constexpr const char* attempt =  // of 2016-03-23 21:55:49.316192 UTC
     "10 00 3800 3800 62B0 28B79C9C34DDD400"

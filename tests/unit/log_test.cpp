@@ -1,18 +1,14 @@
 // Log lines and the allocation that logs. The system log is this program's own: see vsyslog below.
-#include <gtest/gtest.h>
 #include <stdlib.h>
 #include <syslog.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstdarg>
-#include <cstdint>
 #include <cstdio>
 #include <cstring>
-#include <string>
 #include <thread>
 #include <utility>
-#include <vector>
 
 #include "norvel_extend_qmi/norvel_diag_send_response.h"
 #include "norvel_extend_qmi/norvel_extend_nvefs.h"
@@ -26,6 +22,7 @@
 #include "support/android_log.h"
 #include "support/printed.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace {
 
@@ -158,7 +155,7 @@ TEST(allocation, failure_is_logged_with_thread_and_process) {
   EXPECT_EQ(block, nullptr);
   const auto line = "util: [qcril_memory_management: 77] [collector(" + std::to_string(getpid()) +
                     "," + std::to_string(thread_id) + ")] decode_cell: Fail to allocate memory\n";
-  EXPECT_NE(log.text().find(line), std::string::npos) << log.text();
+  EXPECT_PRED2(contains, log.text(), line);
 }
 
 TEST(allocation, of_the_statistics_is_not_traced_when_the_property_is_0) {

@@ -1,27 +1,13 @@
 // The decoders of the LTE logs: a packet of every version that tests/captures has none of, and
 // every check reached once.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
-#include "support/decoded.h"
+#include "support/decoder_rows.h"
+#include "support/test.h"
 
 namespace {
 
-using support::decoded;
-using support::operator+;
-using records = std::vector<std::string>;
-
-struct packet {
-  std::uint16_t code;
-  const char* payload;
-  const char* lines;
-  const char* record;
-};
-
+using namespace support;
 // The cell that stands for versions without a real packet.
-constexpr const char* two_antennas =
+const std::string two_antennas =
     "version = 1, earfcn = 1850, rx_valid = 3, pci = 123, is_srv_cell = 1, srv_cell_idx = 1, "
     "num_cells = 1\nsubpacket_id = 25\n"
     "rsrp_rx0 = -92.50, rsrp_rx1 = -93.50, rsrp_rx2 = -180.00, rsrp_rx3 = -180.00\n"
@@ -29,7 +15,7 @@ constexpr const char* two_antennas =
     "rssi_rx0 = -65.00, rssi_rx1 = -66.00, rssi_rx2 = -110.00, rssi_rx3 = -110.00\n"
     "snr_rx0 = 10.00, snr_rx1 = 5.00, snr_rx2 = -20.00, snr_rx3 = -20.00\n"
     "avg_rsrp = -92.50, avg_rsrq = -10.00, max_rssi = -65.00\n";
-constexpr const char* four_antennas =
+const std::string four_antennas =
     "version = 1, earfcn = 1850, rx_valid = 15, pci = 123, is_srv_cell = 1, srv_cell_idx = 1, "
     "num_cells = 1\nsubpacket_id = 25\n"
     "rsrp_rx0 = -92.50, rsrp_rx1 = -93.50, rsrp_rx2 = -97.50, rsrp_rx3 = -98.50\n"
@@ -38,7 +24,7 @@ constexpr const char* four_antennas =
     "snr_rx0 = 10.00, snr_rx1 = 5.00, snr_rx2 = 0.00, snr_rx3 = -5.00\n"
     "avg_rsrp = -92.50, avg_rsrq = -10.00, max_rssi = -65.00\n";
 
-const packet packets[] = {
+const decoder_row packets[] = {
     {0xB062,
      "01010000063134000100010101070aff98ff0000011c48070018e2000007000000523b7dfd69b6000000f55400"
      "00ff0001000000d6040000",
@@ -187,30 +173,10 @@ const packet packets[] = {
      "0000c3c2000040c100008cc2000000000000c5c2000050c100008ec20000a0c0"},
 };
 
-std::string without_blanks(std::string text) {
-  std::erase(text, ' ');
-  return text;
-}
-
-TEST(lte_decoders, packets_of_every_version) {
+TEST(lte_decoders, packets_of_every_version_whole_and_cut) {
   for (const auto& one : packets) {
-    const auto made = decoded::log(one.code, one.payload);
-    EXPECT_EQ(made.lines, one.lines) << one.payload;
-    EXPECT_EQ(made.records, records{without_blanks(one.record)}) << one.payload;
-  }
-}
-
-TEST(lte_decoders, packet_cut_anywhere_makes_its_record_or_tells_what_is_missing) {
-  for (const auto& one : packets) {
-    for (std::size_t length = support::hex(one.payload).size(); length-- > 0;) {
-      const auto made = decoded::cut(one.code, one.payload, length);
-      if (made.lines == one.lines) {
-        EXPECT_EQ(made.records, records{without_blanks(one.record)});
-      } else {
-        EXPECT_NE(made.lines.find("g_pk_data_left("), std::string::npos) << made.lines;
-        EXPECT_TRUE(made.records.empty()) << length << " bytes of " << one.payload;
-      }
-    }
+    expect_decoded(one);
+    expect_cut_is_refused(one);
   }
 }
 
@@ -252,10 +218,8 @@ TEST(lte_pdsch_stat_indication, other_versions_and_modulation_by_mcs) {
       {"28010000 461f14020100 00*6 c3000000dc05121406 00*19", "2801 121406"},
   };
   for (const auto& row : rows) {
-    EXPECT_EQ(decoded::log(0xB173, row.payload).records,
-              records{without_blanks(std::string("93:") + row.record +
-                                     "0002 dc050000 02 dc05000000000000 01")})
-        << row.payload;
+    expect_records(decoded::log(0xB173, row.payload),
+                   "93:" + std::string(row.record) + "0002 dc050000 02 dc05000000000000 01");
   }
 }
 

@@ -1,13 +1,10 @@
 // The ground of the decoders: records, conversions, windows and checks.
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "modem_stats/conversions.h"
 #include "modem_stats/packet_decoder.h"
 #include "modem_stats/record_slots.h"
 #include "support/decoded.h"
 #include "support/printed.h"
+#include "support/test.h"
 
 namespace {
 

@@ -1,16 +1,14 @@
 // Packets of the NR5G RRC, L2 and MAC logs, by hand from docs/formats/nr5g_mac_rrc.md, where it
 // also says which of them are real.
-#include <gtest/gtest.h>
-
 #include <map>
 #include <sstream>
-#include <string>
 
-#include "support/decoded.h"
+#include "support/decoder_rows.h"
+#include "support/test.h"
 
 namespace {
 
-using support::decoded;
+using namespace support;
 
 const std::map<std::uint16_t, std::string> parsers = {
     {0xB823, "b823_diag_log_nr5g_rrc_serving_cell_info"},
@@ -279,24 +277,11 @@ constexpr sample samples[] = {
      "86:05000300ffff"},
 };
 
-/// However short, it is refused for what it lacks, unless it lacks nothing that is read.
-void expect_cut_is_refused(const sample& packet, const std::string& lines) {
-  for (auto length = support::hex(packet.payload).size(); length-- > 0;) {
-    const auto made = decoded::cut(packet.code, packet.payload, length);
-    if (made.lines == lines) continue;
-    EXPECT_TRUE(made.records.empty()) << packet.payload << ": " << length;
-    const auto last_line = made.lines.rfind('\n', made.lines.size() - 2) + 1;
-    EXPECT_EQ(made.lines.find("g_pk_data_left("), last_line) << packet.payload << ": " << length;
-  }
-}
-
 TEST(nr5g_mac_rrc, packets_of_every_version_and_what_is_refused) {
-  for (const auto& packet : samples) {
-    const auto made = decoded::log(packet.code, packet.payload);
-    const auto lines = lines_of(packet.code, packet.lines);
-    EXPECT_EQ(made.lines, lines) << packet.payload;
-    EXPECT_EQ(made.records.empty() ? "" : made.records.back(), packet.record) << packet.payload;
-    if (*packet.record != 0) expect_cut_is_refused(packet, lines);
+  for (const auto& [code, payload, lines, record] : samples) {
+    const decoder_row row{code, payload, lines_of(code, lines), record};
+    expect_decoded(row);
+    if (!row.records.empty()) expect_cut_is_refused(row);
   }
 }
 

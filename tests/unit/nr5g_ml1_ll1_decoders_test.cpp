@@ -4,8 +4,7 @@
 namespace {
 
 using namespace modem_stats;
-using support::decoder_row;
-using support::missing;
+using namespace support;
 
 const std::string agc_head = "01000000 39040808";
 const std::string four_chains =
@@ -31,7 +30,7 @@ TEST(nr5g_ml1_ll1, receive_agc) {
        "Cur(5) reached max(4), for agc_rx, id(0xb8c9)\n"},
       {0xB8C9, "00000300 00*8 04500000" + agc_head + "00*38", missing("rssi1_i_tmp", 0, "b8c9")},
   };
-  support::expect_decoded(rows);
+  expect_decoded(rows);
 }
 
 TEST(nr5g_ml1_ll1, transmit_power) {
@@ -62,7 +61,7 @@ TEST(nr5g_ml1_ll1, transmit_power) {
       {0xB8D2, "00000200 00*8 fc100000 060c0000 02000000 49409f00",
        "Cur(9) reached max(8), for loop_num, id(0xb8d2)\n"},
   };
-  support::expect_decoded(rows);
+  expect_decoded(rows);
 }
 
 TEST(nr5g_ml1_ll1, snr_beam_actions_and_antennas) {
@@ -97,7 +96,7 @@ TEST(nr5g_ml1_ll1, snr_beam_actions_and_antennas) {
        "ant_tx_1_old = 255, ant_tx_1_new = 255\n",
        "113:0200020000010100020203030001ffff"},
   };
-  support::expect_decoded(rows);
+  expect_decoded(rows);
 }
 
 // The measurement database log. The captured packet of 2.9: header, frequency of the layer, and the
@@ -144,7 +143,7 @@ TEST(nr5g_ml1_ll1, measurement_database_as_captured) {
            "pk[1]: " + levels_2_9 + "pk[2]: " + levels_2_9,
        "135:" + bytes_2_9 + " 7:" + bytes_2_9},
   };
-  support::expect_decoded(rows);
+  expect_decoded(rows);
 }
 
 // Constructed: the same layer twice, so that every structure's size counts.
@@ -170,7 +169,7 @@ TEST(nr5g_ml1_ll1, measurement_database_of_every_stride) {
   const std::string levels = "00ba06c300ff7f4700d0e0c20060e0c252b83ec1";
   for (const auto& row : rows) {
     const auto layer = " " + row.layer + cell + row.beam;
-    const auto got = support::decoded::log(0xB97F, row.version + row.header + layer + layer);
+    const auto got = decoded::log(0xB97F, row.version + row.header + layer + layer);
     const std::string second = row.has_carrier ? "135:" : "6:";  // as numbered where not told
     EXPECT_EQ(got.records,
               (std::vector{"135:" + row.version + levels, second + row.version + levels}));
@@ -203,7 +202,7 @@ TEST(nr5g_ml1_ll1, measurement_database_that_is_not_reported) {
            "cell[0][0]: pci_1 = 866, num_beams = 17, rsrq_i = 0\n"
            "Cur(17) reached max(16), for num_beams, id(0xb97f)\n"},
   };
-  support::expect_decoded(rows);
+  expect_decoded(rows);
 }
 
 }  // namespace

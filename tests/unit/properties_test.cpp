@@ -1,7 +1,6 @@
 // The file of the system properties, and processes that write it at the same time.
 #include "platform/properties.h"
 
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <stdlib.h>
 #include <sys/stat.h>
@@ -14,12 +13,13 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <string>
-#include <vector>
 
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace {
+
+using namespace support;
 
 std::string get(const std::string& name, const char* default_value = "unset") {
   std::array<char, PROPERTY_VALUE_MAX + 8> value{};
@@ -46,7 +46,7 @@ class properties : public testing::Test {
   }
   [[nodiscard]] std::ptrdiff_t lines() const { return std::ranges::count(text(), '\n'); }
 
-  support::temp_dir dir_;
+  temp_dir dir_;
 };
 
 /// A process that runs `work` and ends with 0, or 1 when `work` returns false.
@@ -72,8 +72,8 @@ TEST_F(properties, lines_of_others_stay_blanks_do_not_count_and_a_malformed_line
   for (const char* blank : {" 7", "7\t", "7\r", " "}) EXPECT_LT(set("a", blank), 0);
   EXPECT_EQ(text(), "# by=hand\n\r\na=1\r\nno equals sign here\n\tc.d=\t3 =and 4\nb=6\nd=7\n");
   const auto errors = testing::internal::GetCapturedStderr();
-  EXPECT_NE(errors.find("no equals sign here"), std::string::npos) << errors;
-  EXPECT_NE(errors.find(path()), std::string::npos) << errors;
+  EXPECT_PRED2(contains, errors, "no equals sign here");
+  EXPECT_PRED2(contains, errors, path());
 }
 
 TEST_F(properties, longest_value_has_91_bytes) {
@@ -160,8 +160,8 @@ TEST_F(properties, file_that_cannot_be_used_is_named_and_gives_defaults) {
     EXPECT_LT(set("persist.x", "1"), 0);
     EXPECT_EQ(get("persist.x"), "unset");
     const auto errors = testing::internal::GetCapturedStderr();
-    EXPECT_NE(errors.find(said), std::string::npos) << errors;
-    EXPECT_NE(errors.find(path), std::string::npos) << errors;
+    EXPECT_PRED2(contains, errors, said);
+    EXPECT_PRED2(contains, errors, path);
     EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 1) << errors;
   }
   EXPECT_FALSE(std::filesystem::exists("/dev/full.lock"));

@@ -1,18 +1,17 @@
 // A small QMI service, a modem that has it, and what the library calls back.
 #pragma once
 
-#include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <memory>
 #include <mutex>
 #include <set>
 #include <thread>
-#include <vector>
 
 #include "platform/qmi_client.h"
 #include "services/service_rows.h"
 #include "support/hand_modem.h"
+#include "support/test.h"
 
 namespace qmi_test {
 
@@ -51,7 +50,7 @@ inline const bytes no_error = hex("02 0400 0000 0000");
 
 /// Answers message 1 with its own number.
 inline std::vector<datagram> echo(const datagram& request) {
-  const bytes number(request.data.begin() + 10, request.data.end());
+  const auto number = slice(request.data, 10);
   return {
       {request.node, request.port, qmi_response(request.data, no_error + hex("10 0400") + number)}};
 }

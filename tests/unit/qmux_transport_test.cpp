@@ -1,7 +1,5 @@
 // The QMI client library over QMUX, against a device of hand-written frames:
 //   01 | length u16 of the rest | flags | service | client | message
-#include <gtest/gtest.h>
-#include <poll.h>
 #include <stdlib.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -12,17 +10,14 @@
 
 #include "platform/qmi_client.h"
 #include "services/sar_v01.h"
-#include "support/bytes.h"
 #include "support/eventually.h"
 #include "support/modem_connection.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace {
 
-using support::bytes;
-using support::eventually;
-using support::hex;
-using support::operator+;
+using namespace support;
 
 /// Serves one connection at a time, on a thread of its own. CTL and SAR's state are answered
 /// unless `answers` is empty for the message; `before_answers` are sent ahead of SAR's.

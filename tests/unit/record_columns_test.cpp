@@ -1,17 +1,14 @@
 // The columns of all records: their names, and the values that outputs write.
-#include <gtest/gtest.h>
-
 #include <fstream>
 #include <iterator>
 #include <map>
 #include <regex>
 #include <set>
-#include <string>
 
 #include "decode/output/record_form.h"
 #include "decode/record_list.h"
 #include "modem_stats/record_table.h"
-#include "support/bytes.h"
+#include "support/test.h"
 
 namespace {
 

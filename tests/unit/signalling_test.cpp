@@ -1,25 +1,19 @@
 // Signalling messages: where each version of each log has them, what is refused, how parts are
 // joined, and the file that Wireshark reads, to the byte.
-#include <gtest/gtest.h>
-
 #include <set>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "decode/signalling/reader.h"
 #include "decode/summary/report.h"
-#include "support/bytes.h"
 #include "support/decode_in_memory.h"
-#include "support/hand_diag.h"
+#include "support/diag_frame.h"
+#include "support/test.h"
 
 namespace {
 
 using decode::signalling::direction;
 using modem_stats::rejection;
-using support::bytes;
-using support::hex;
-using support::operator+;
+using namespace support;
 
 std::string text_of(const decode::signalling::reading& now) {
   if (!now.found) return "nothing";
@@ -194,8 +188,8 @@ TEST(signalling, parts_are_joined) {
   EXPECT_TRUE(count(hex("01000000 B1B7 0000")));
   EXPECT_FALSE(count(hex("01000000 C1")) || count(hex("01000000 D1")));
   const auto text = decode::to_text(counts, 0);
-  EXPECT_NE(text.find("\nincomplete signalling    2\n"), std::string::npos) << text;
-  EXPECT_NE(text.find(" decoded, 2 value not valid\n"), std::string::npos) << text;
+  EXPECT_PRED2(contains, text, "\nincomplete signalling    2\n");
+  EXPECT_PRED2(contains, text, " decoded, 2 value not valid\n");
   for (const unsigned threads : {2U, 8U}) {
     const auto [output, as_counted] = decode_to_pcap(capture, threads);
     EXPECT_TRUE(output == alone) << threads;
@@ -218,29 +212,29 @@ TEST(signalling, file_is_as_wireshark_reads_it) {
                                             support::diag_frame(lte) + support::diag_frame(nr));
   const std::string version = "tvk-decode " TVK_DECODE_VERSION;
   ASSERT_EQ(version.size(), 16U);
-  const auto text = [](std::string_view letters) { return bytes(letters.begin(), letters.end()); };
   const bytes expected =
-      hex("0A0D0D0A 34000000 4D3C2B1A 0100 0000 FF*8 0400 1000") + text(version) +
+      hex("0A0D0D0A 34000000 4D3C2B1A 0100 0000 FF*8 0400 1000") + ascii(version) +
       hex("00000000 34000000") +
       // Raw IP, radio 1.
-      hex("01000000 30000000 6500 0000 00000000 0200 0700") + text("radio 1") +
-      hex("00 0300 0600") + text("GSMTAP") + hex("0000 00000000 30000000") +
+      hex("01000000 30000000 6500 0000 00000000 0200 0700") + ascii("radio 1") +
+      hex("00 0300 0600") + ascii("GSMTAP") + hex("0000 00000000 30000000") +
       hex("06000000 A8010000 00000000 BE2E0500 260D9664 2D000000 2D000000 "
           "4500002D 00004000 40113CBE 7F000001 7F000001 12791279 00190000 "
           "02040D00 56940000 00000000 03000000 28 000000") +
-      hex("0100 2B00") + text("log 0xB0C0 version 15, EARFCN 5780, PCI 405") + hex("00 0100 1601") +
-      text(
+      hex("0100 2B00") + ascii("log 0xB0C0 version 15, EARFCN 5780, PCI 405") +
+      hex("00 0100 1601") +
+      ascii(
           "2016-03-23T21:55:49.772582Z lte_rrc_serving_cell_info: packet_version=3, mcc=310, "
           "num_mnc_digits=3, mnc=260, tac=42235, cell_identity=6508556, pci=289, band=2, "
           "dl_earfcn=976, num_dl_rb=25, dl_bandwidth_MHz=5.0, ul_earfcn=18976, num_ul_rb=25, "
           "ul_bandwidth_MHz=5.0, allow_access=1") +
       hex("00 00  0200 0400 02000000 00000000 A8010000") +
       // Exported messages, radio 2.
-      hex("01000000 44000000 FC00 0000 00000000 0200 0B00") + text("radio 2 pdu") +
-      hex("00 0300 1800") + text("messages for a dissector") + hex("00000000 44000000") +
+      hex("01000000 44000000 FC00 0000 00000000 0200 0B00") + ascii("radio 2 pdu") +
+      hex("00 0300 1800") + ascii("messages for a dissector") + hex("00000000 44000000") +
       hex("06000000 98000000 01000000 BE2E0500 08129664 23000000 23000000 000C0010") +
-      text("nr-rrc.bcch.bch") + hex("00 00230004 00000001 00000000 040506 00 0100 4400") +
-      text("log 0xB821 version 8, NR-ARFCN 431070, PCI 710, SFN 552, sub-frame 3") +
+      ascii("nr-rrc.bcch.bch") + hex("00 00230004 00000001 00000000 040506 00 0100 4400") +
+      ascii("log 0xB821 version 8, NR-ARFCN 431070, PCI 710, SFN 552, sub-frame 3") +
       hex("0200 0400 01000000 00000000 98000000");
   EXPECT_TRUE(got == std::string(expected.begin(), expected.end()));
 }

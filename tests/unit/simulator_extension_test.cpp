@@ -1,12 +1,11 @@
 // The extension service, request by request: echoes, common messages, NV items and EFS files.
-#include <gtest/gtest.h>
-
 #include <filesystem>
 
 #include "simulator/modem/modem.h"
 #include "simulator/services/extension.h"
 #include "support/extension_packets.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace {
 
@@ -253,7 +252,7 @@ TEST_F(nvefs, requests_that_cannot_be_met_get_their_result) {
     for (std::size_t cut = 0; cut < whole.size(); ++cut) {
       const auto size = static_cast<std::uint8_t>(cut);
       const bytes tlvs = hex("01 0400 02000000  02 0400") + u32(size) + hex("10") + bytes{size, 0} +
-                         bytes(whole.begin(), whole.begin() + size);
+                         slice(whole, 0, size);
       EXPECT_EQ(nvefs_answer(answer_to(tlvs)).result, bad) << int{size};
     }
   }

@@ -1,17 +1,13 @@
 // What the modem logs, whole: other decoders read fields that ours skips.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 
 #include "simulator/diag/scenario.h"
 #include "simulator/diag/signalling.h"
-#include "support/bytes.h"
+#include "support/test.h"
 
 namespace {
 
-using support::bytes;
-using support::hex;
-using support::operator+;
+using namespace support;
 
 TEST(simulator_logs, every_field_has_its_value) {
   struct row {

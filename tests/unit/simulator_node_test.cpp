@@ -1,10 +1,6 @@
 // What ports and clients hear of services.
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "simulator/node.h"
+#include "support/test.h"
 
 namespace {
 

@@ -1,17 +1,13 @@
-#include <gtest/gtest.h>
-
 #include "simulator/modem/modem.h"
 #include "simulator/services/nas.h"
 #include "simulator/services/statistics.h"
-#include "support/bytes.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace {
 
 using protocol::qmi::error;
-using support::bytes;
-using support::hex;
-using support::operator+;
+using namespace support;
 
 class radio_services : public testing::Test {
  protected:
@@ -56,7 +52,7 @@ TEST_F(radio_services, signal_is_the_same_over_nas_and_statistics) {
   ASSERT_EQ(ask(sim::switch_statistics, switch_on_), hex("02 0400 0000 0000"));
   const bytes answer = ask_for(hex("52000000"));
   ASSERT_EQ(answer.size(), 7U + 3 + 1 + 10 + 75);
-  EXPECT_EQ(bytes(answer.begin(), answer.begin() + 48),
+  EXPECT_EQ(slice(answer, 0, 48),
             hex("02 0400 0000 0000  10 5600 01  0000 0900 52000000 4b00"
                 "01 00 14050000 8f00 01 0f00  0000bec2 000020c1 000082c2 000020c0"));
 }

@@ -1,18 +1,18 @@
 #include <SQLiteCpp/SQLiteCpp.h>
-#include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "simulator/failure.h"
 #include "simulator/modem/modem.h"
 #include "support/temp_dir.h"
+#include "support/test.h"
 
 namespace {
+
+using namespace support;
 
 class store : public testing::Test {
  protected:
@@ -34,7 +34,7 @@ class store : public testing::Test {
     }
   }
 
-  support::temp_dir base_;
+  temp_dir base_;
   std::string directory_ = base_.file("a/b");
   std::string file_ = directory_ + "/modem.db";
 };
@@ -74,8 +74,8 @@ TEST_F(store, refuses_what_is_not_its_database_and_leaves_it_alone) {
     }
     const std::string before = contents();
     const std::string line = refusal();
-    EXPECT_NE(line.find(wrong.reason), line.npos) << line;
-    EXPECT_NE(line.find(file_), line.npos) << line;
+    EXPECT_PRED2(contains, line, wrong.reason);
+    EXPECT_PRED2(contains, line, file_);
     EXPECT_TRUE(contents() == before) << "changed";
   }
   std::filesystem::remove_all(directory_);
@@ -84,7 +84,7 @@ TEST_F(store, refuses_what_is_not_its_database_and_leaves_it_alone) {
   ASSERT_GT(damaged.size(), 3U * 4096);
   damaged.replace(4096, damaged.size() - 4096, damaged.size() - 4096, '\x5A');
   std::ofstream(file_, std::ios::binary) << damaged;
-  EXPECT_NE(refusal().find(file_), std::string::npos) << refusal();
+  EXPECT_PRED2(contains, refusal(), file_);
   EXPECT_TRUE(contents() == damaged) << "changed";
 }
 
@@ -157,7 +157,7 @@ TEST_F(store, damaged_value_is_found_at_the_start_and_when_it_is_read) {
     run_sql(each.damage);
     const auto expect_named = [&](const std::string& line) {
       EXPECT_TRUE(line.starts_with(file_ + " is damaged: ")) << line;
-      EXPECT_NE(line.find(each.says), line.npos) << line;
+      EXPECT_PRED2(contains, line, each.says);
     };
     expect_named(refusal());
     if (!each.is_read) continue;

@@ -5,8 +5,7 @@
 namespace {
 
 using namespace modem_stats;
-using support::decoder_row;
-using support::missing;
+using namespace support;
 
 const std::string volte_from_device =
     "083535353130303000 00 0a633140782e7465737400 01000000 0d7369703a6140782e7465737400 "
@@ -60,7 +59,7 @@ TEST(wcdma_gsm_ims, every_version) {
        "VERSION_NOT_SUPPORT, version(4), not_support_num(1), "
        "name(modem_stats_parse_1831_diag_log_ims_volte_session_end), id(0x1831)\n"},
   };
-  support::expect_decoded(rows);
+  expect_decoded(rows);
 }
 
 TEST(events, payloads_and_their_records) {
@@ -97,7 +96,7 @@ TEST(events, payloads_and_their_records) {
       {3243, "ff*32 0201", "sub_id = 0, scg_failure_cause = 258\n", "138:0201"},
       {3243, "ff*32 02", missing("scg_failure_cause", 1, "cab")},
   };
-  support::expect_decoded(rows);
+  expect_decoded(rows);
 }
 
 TEST(events, lte_rrc_state_is_remembered) {
@@ -117,7 +116,7 @@ TEST(events, lte_rrc_state_is_remembered) {
   stream_state state;
   for (const auto& row : rows) {
     const auto now = std::to_string(row.current);
-    const auto got = support::decoded::event(1606, "0" + now, state);
+    const auto got = decoded::event(1606, "0" + now, state);
     state = got.state;
     EXPECT_EQ(got.lines,
               "sub_id = 0, rrc_state_current_in = " + now + "\n" + name +
@@ -128,7 +127,7 @@ TEST(events, lte_rrc_state_is_remembered) {
                                           "New Connected and Old other state, rrc_setup_count = 1, "
                                           "sub_id 0\n"
                                     : name + row.line));
-    EXPECT_EQ(support::joined(got.records), row.records);
+    expect_records(got, row.records);
   }
 }
 

@@ -1,0 +1,18 @@
+// What every test begins with.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "support/bytes.h"
+
+namespace support {
+
+/// As in EXPECT_PRED2(contains, errors, "not a file"), which shows both.
+inline bool contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+}  // namespace support
