@@ -24,20 +24,13 @@
 
 namespace {
 
-std::string json_lines(std::span<const std::uint8_t> capture, unsigned threads) {
-  return support::written([](auto& to) { return decode::json_lines_store(to, true); }, capture,
-                          threads)
-      .first;
-}
+constexpr auto json_lines = [](auto& to) { return decode::json_lines_store(to, true); };
+constexpr auto text_lines = [](auto& to) { return decode::text_store(to, true); };
+constexpr auto pcap_blocks = [](auto& to) { return decode::pcap_store(to, true); };
 
-std::string text_lines(std::span<const std::uint8_t> capture, unsigned threads) {
-  return support::written([](auto& to) { return decode::text_store(to, true); }, capture, threads)
-      .first;
-}
-
-std::string pcap_blocks(std::span<const std::uint8_t> capture, unsigned threads) {
-  return support::written([](auto& to) { return decode::pcap_store(to, true); }, capture, threads)
-      .first;
+template <typename Make>
+std::string output_of(Make make, std::span<const std::uint8_t> capture, unsigned threads) {
+  return support::written(make, capture, threads).first;
 }
 
 /// All tables one after the other; they stay unfinished and so leave nothing behind.
@@ -112,7 +105,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static_cast<void>(decode::to_text(counts, 1));
   static_cast<void>(decode::to_json(counts, 1));
 
-  const auto lines = json_lines(capture, 1);
+  const auto lines = output_of(json_lines, capture, 1);
   for (std::string_view rest = lines; !rest.empty();) {
     const auto end = rest.find('\n');
     if (end == std::string_view::npos || rest.front() != '{' ||
@@ -121,16 +114,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     rest.remove_prefix(end + 1);
   }
-  const auto blocks = pcap_blocks(capture, 1);
+  const auto blocks = output_of(pcap_blocks, capture, 1);
   for (std::string_view rest = blocks; !rest.empty();) {
     if (!take_block(rest)) __builtin_trap();
   }
-  const auto text = text_lines(capture, 1);
+  const auto text = output_of(text_lines, capture, 1);
   const auto tables = csv_tables(capture, 1);
   // More than one chunk takes more than most inputs have.
   if (size > decode::chunk_size(decode::max_threads) &&
-      (json_lines(capture, 2) != lines || text_lines(capture, 2) != text ||
-       csv_tables(capture, 2) != tables || pcap_blocks(capture, 2) != blocks)) {
+      (output_of(json_lines, capture, 2) != lines || output_of(text_lines, capture, 2) != text ||
+       csv_tables(capture, 2) != tables || output_of(pcap_blocks, capture, 2) != blocks)) {
     __builtin_trap();
   }
   return 0;

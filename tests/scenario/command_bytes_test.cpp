@@ -50,7 +50,7 @@ class command : public testing::Test {
       const auto tlvs =
           hex("01 0400 00000000") + (is_common ? hex("02 0400 fc010000 10 0002") + padded(common)
                                                : hex("02 0400 bc010000 10 0002") + padded(nvefs));
-      return std::vector<datagram>{{request.node, request.port, qmi_response(request.data, tlvs)}};
+      return reply(request, tlvs);
     });
   }
 

@@ -65,7 +65,7 @@ class nvefs : public testing::Test {
         file.insert(file.end(), asked.begin() + 88, asked.begin() + 88 + u32_at(asked, 80));
       }
       const auto out = answer(file.size(), part.size(), 0, part);
-      return std::vector<datagram>{{request.node, request.port, qmi_response(request.data, out)}};
+      return reply(request, out);
     });
   }
 

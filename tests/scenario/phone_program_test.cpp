@@ -1,7 +1,5 @@
 // examples/phone_program, which knows the phone's interfaces only, on the shared libraries made
 // from platform/linux.
-#include <filesystem>
-
 #include "support/process.h"
 #include "support/simulated_modem.h"
 #include "support/test.h"
@@ -9,11 +7,10 @@
 namespace {
 
 TEST(phone_program, reaches_the_modem_through_the_shared_libraries) {
-  support::simulated_modem modem({}, support::simulated_modem::begin::at_once,
-                                 {"--set", "sar.dsi=7"});
-  const auto diag = std::filesystem::path(modem.socket()).replace_filename("diag.sock").string();
-  const auto got = support::run(TVK_EXAMPLE_PROGRAM, {},
-                                {{"TVK_MODEM", modem.endpoint()}, {"TVK_DIAG", "unix:" + diag}});
+  support::simulated_modem modem({}, {"--set", "sar.dsi=7"});
+  const auto got =
+      support::run(TVK_EXAMPLE_PROGRAM, {},
+                   {{"TVK_MODEM", modem.endpoint()}, {"TVK_DIAG", "unix:" + modem.diag_socket()}});
   EXPECT_EQ(got.output, "RF state: 7\nmodem compiled: Jan 15 2026 10:20:30\n");
   EXPECT_EQ(got.errors, "");
   EXPECT_EQ(got.exit_status, 0);

@@ -53,7 +53,7 @@ class stats_client : public testing::Test {
     setenv("TVK_MODEM", modem.endpoint().c_str(), 1);
     modem.on_request([=](const datagram& request) {
       const bytes& tlvs = request.data.at(3) == 0x03 ? feature : record;
-      return std::vector<datagram>{{request.node, request.port, qmi_response(request.data, tlvs)}};
+      return reply(request, tlvs);
     });
   }
 

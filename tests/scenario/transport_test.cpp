@@ -24,15 +24,17 @@ const std::vector<std::string> command = {"6", "0", "1"};
 
 std::vector<datagram> echo(const datagram& request) {
   const auto tlvs = hex("01 0400 00000000  02 0400 03000000  10 0002 aabbcc") + fill(509);
-  return {{request.node, request.port, qmi_response(request.data, tlvs)}};
+  return reply(request, tlvs);
 }
 
 TEST(transport, modem_that_starts_later_is_named_once_and_waited_for) {
   for (const bool left_a_socket : {false, true}) {
     SCOPED_TRACE(left_a_socket);
-    simulated_modem modem(
-        {}, left_a_socket ? simulated_modem::begin::at_once : simulated_modem::begin::later);
-    if (left_a_socket) modem.kill();
+    simulated_modem modem({}, {}, simulated_modem::begin::later);
+    if (left_a_socket) {
+      modem.start();
+      modem.kill();
+    }
     const auto console = start_console(modem.endpoint(), command);
     ASSERT_TRUE(console->wait_for_error_text(modem.socket()));
     modem.start();
@@ -44,7 +46,7 @@ TEST(transport, modem_that_starts_later_is_named_once_and_waited_for) {
 }
 
 TEST(transport, wait_names_service_endpoint_and_limit_once) {
-  const simulated_modem modem({}, simulated_modem::begin::later);
+  const simulated_modem modem({}, {}, simulated_modem::begin::later);
   const std::string at = " at " + modem.endpoint();
   const std::pair<std::vector<std::string>, std::string> rows[] = {
       {command, "0xFFE4" + at + " until it comes\n"},

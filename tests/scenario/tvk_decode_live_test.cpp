@@ -286,11 +286,10 @@ TEST_F(tvk_decode_live, records_come_from_a_simulated_modem_as_from_its_file) {
   for (int i = 0; i < 300; ++i) many = many + diag_frame(cell_info) + diag_frame(events);
   const auto path = made("play.qmdl", many);
   const auto expected = decode({"-f", "jsonl", path}).output;
-  simulated_modem modem({}, simulated_modem::begin::at_once, {"--play", path, "--rate", "0"});
-  const auto diag =
-      "unix:" + std::filesystem::path(modem.socket()).replace_filename("diag.sock").string();
-  background_process live(TVK_DECODE_PROGRAM, {"--live", diag, "-f", "jsonl", "--save",
-                                               file("s.qmdl"), "-o", file("lines")});
+  simulated_modem modem({}, {"--play", path, "--rate", "0"});
+  background_process live(TVK_DECODE_PROGRAM,
+                          {"--live", "unix:" + modem.diag_socket(), "-f", "jsonl", "--save",
+                           file("s.qmdl"), "-o", file("lines")});
   EXPECT_TRUE(
       eventually([&] { return records_in(read_file(file("lines"))).size() >= expected.size(); }));
   live.send_signal(SIGTERM);

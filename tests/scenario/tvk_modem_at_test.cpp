@@ -10,7 +10,6 @@
 #include <utility>
 
 #include "support/eventually.h"
-#include "support/exclusive_terminal.h"
 #include "support/process.h"
 #include "support/simulated_modem.h"
 #include "support/sockets.h"
@@ -56,7 +55,7 @@ std::vector<std::string> at_options(const temp_dir& dir) {
 
 TEST(tvk_modem_at, commands_are_answered_line_by_line) {
   const temp_dir dir;
-  const simulated_modem modem({}, simulated_modem::begin::at_once, at_options(dir));
+  const simulated_modem modem({}, at_options(dir));
   const terminal at(dir.file("at"));
   at.send("AT\r");
   EXPECT_EQ(at.receive("OK\r\n"), "AT\r\r\nOK\r\n") << "echoes at first";
@@ -99,7 +98,7 @@ TEST(tvk_modem_at, commands_are_answered_line_by_line) {
 
 TEST(tvk_modem_at, survives_writers_that_never_read) {
   const temp_dir dir;
-  simulated_modem modem({}, simulated_modem::begin::at_once, at_options(dir));
+  simulated_modem modem({}, at_options(dir));
   const std::string echo = "for i in 1 2 3; do echo \"AT+CGSN\\r\" > \"$0\"; done";
   EXPECT_EQ(run("sh", {"-c", echo, dir.file("at")}).exit_status, 0);
   EXPECT_TRUE(modem.process().wait_for_error_text("AT <- 001017001234569 |  | OK\n"));
@@ -119,7 +118,7 @@ TEST(tvk_modem_at, survives_writers_that_never_read) {
 TEST(tvk_modem_at, link_of_a_killed_modem_is_replaced_and_nothing_else) {
   const temp_dir dir;
   const std::string path = dir.file("at");
-  simulated_modem modem({}, simulated_modem::begin::at_once, at_options(dir));
+  simulated_modem modem({}, at_options(dir));
   const auto refusal = [&] {
     const temp_dir other;
     return run(TVK_MODEM_PROGRAM, {"serve", "--socket", other.file("s"), "--state",

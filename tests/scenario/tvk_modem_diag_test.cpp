@@ -8,7 +8,6 @@
 #include <stdexcept>
 
 #include "support/diag_client.h"
-#include "support/exclusive_terminal.h"
 #include "support/process.h"
 #include "support/simulated_modem.h"
 #include "support/temp_dir.h"
@@ -17,8 +16,6 @@
 namespace {
 
 using namespace support;
-
-const simulated_modem::begin at_once = simulated_modem::begin::at_once;
 
 struct exchange {
   bytes request;
@@ -45,7 +42,7 @@ exchange set_logs(const char* equipment, const char* bits, std::size_t size, std
 // Some clients mistake whatever comes between two of their first requests for an answer, and some
 // read for half a second after each and want the answer whole.
 TEST(tvk_modem_diag, first_requests_of_a_client_get_their_answers_and_nothing_else) {
-  simulated_modem modem({}, at_once, {"--hold-time"});
+  simulated_modem modem({}, {"--hold-time"});
   diag_client client(modem.diag_socket());
   // To the byte, once: 7D begins a frame and is escaped, and CRC bytes are.
   client.write(hex("7D 5D 05 00 00 00 00 00 00 74 41 7E 4B 12 04 00 31 7D 5D 7E"));
@@ -112,7 +109,7 @@ TEST(tvk_modem_diag, what_is_wrong_comes_back_with_its_error) {
 }
 
 TEST(tvk_modem_diag, logs_and_events_follow_the_masks_of_each_client) {
-  simulated_modem modem({}, at_once, {"--hold-time", "--set", "lte.pci=7"});
+  simulated_modem modem({}, {"--hold-time", "--set", "lte.pci=7"});
   diag_client cells(modem.diag_socket());
   diag_client events(modem.diag_socket());
   diag_client idle(modem.diag_socket());
@@ -217,7 +214,7 @@ TEST(tvk_modem_diag, faults_strike_as_ordered) {
       {"diag/0x1C@1=silent", "diag/0x4B32@1=bad-crc", "diag/0x4B32@2=split:6",
        "diag/0x4B32@3=delay:300", "diag/0x4B32@4=log:2", "diag/0x4B32@5=error:0x42",
        "diag/0x4B32@6=truncate:5", "diag/0x01=disconnect"},
-      at_once, {"--hold-time"});
+      {"--hold-time"});
   diag_client client(modem.diag_socket());
   client.send(hex("1C"));
   EXPECT_EQ(client.ask(hex("1C")), hex("1C 0800"));
@@ -255,7 +252,7 @@ TEST(tvk_modem_diag, faults_strike_as_ordered) {
 
 TEST(tvk_modem_diag, terminal_is_new_for_each_client) {
   const temp_dir dir;
-  const simulated_modem modem({}, at_once, {"--diag-pty", dir.file("tty")});
+  const simulated_modem modem({}, {"--diag-pty", dir.file("tty")});
   for (int i = 0; i < 3; ++i) {
     const int terminal = ::open(dir.file("tty").c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
     diag_client client(terminal);

@@ -30,20 +30,18 @@ int terminal(const std::string& path) {
 
 TEST(tvk_modem_idle, is_at_rest_before_and_after_clients_of_each_port) {
   const temp_dir dir;
-  simulated_modem modem({}, simulated_modem::begin::at_once,
-                        {"--trace", "--diag-pty", dir.file("tty"), "--at-device", dir.file("at"),
-                         "--qmux", dir.file("qmux")});
+  simulated_modem modem({}, {"--trace", "--diag-pty", dir.file("tty"), "--at-device",
+                             dir.file("at"), "--qmux", dir.file("qmux")});
   EXPECT_TRUE(modem.process().comes_to_rest(window())) << "before the first client";
 
   // All logs of equipment 11, then the version, and half a request.
   const bytes asks_much = diag_frame(hex("73 000000 03000000 0B000000 08000000 FF")) +
                           diag_frame(hex("00")) + hex("1C 00");
-  struct row {
+  const struct {
     const char* port;
     std::function<int()> open;
     bytes asks;
-  };
-  const row rows[] = {
+  } rows[] = {
       {"modem socket", [&] { return connected(modem.socket(), SOCK_SEQPACKET); },
        packets::look_up_all},
       {"QMUX", [&] { return connected(dir.file("qmux"), SOCK_STREAM); },
@@ -53,7 +51,7 @@ TEST(tvk_modem_idle, is_at_rest_before_and_after_clients_of_each_port) {
       {"AT terminal", [&] { return terminal(dir.file("at")); }, hex("41540D 4154")},
   };
   int clients = 0;
-  for (const row& each : rows) {
+  for (const auto& each : rows) {
     SCOPED_TRACE(each.port);
     // The first says nothing, and none reads what it asked for.
     for (const bool speaks : {false, true, true}) {

@@ -50,11 +50,10 @@ TEST(tvk_modem_pdc, outcome_follows_the_answer_and_those_who_registered_hear_of_
 TEST(tvk_modem_pdc, wrong_requests_are_refused_without_an_outcome) {
   const simulated_modem modem;
   const connection client(modem.socket());
-  struct row {
+  const struct {
     const char* request;  ///< message id, TLV bytes, TLVs
     const char* error;
-  };
-  const row rows[] = {
+  } rows[] = {
       {"2200 0000", "1100"},
       {"2200 0500  01 0200 0100", "0100"},
       {"2700 0700  01 0400 02000000", "3000"},
@@ -69,7 +68,7 @@ TEST(tvk_modem_pdc, wrong_requests_are_refused_without_an_outcome) {
       {"2100 0000", "4700"},  // only an indication
       {"3000 0000", "4700"},
   };
-  for (const row& each : rows) {
+  for (const auto& each : rows) {
     SCOPED_TRACE(each.request);
     const bytes request = hex(each.request);
     EXPECT_EQ(
@@ -112,8 +111,7 @@ TEST(tvk_modem_pdc, load_belongs_to_its_client_and_only_a_whole_one_is_kept) {
 }
 
 TEST(tvk_modem_pdc, fault_of_an_answer_strikes_its_outcome_too) {
-  simulated_modem modem({"pdc/0x22@1=error:3", "pdc/0x22@2=delay:200"},
-                        simulated_modem::begin::at_once, {"--hold-time"});
+  simulated_modem modem({"pdc/0x22@1=error:3", "pdc/0x22@2=delay:200"}, {"--hold-time"});
   const connection client(modem.socket());
   EXPECT_EQ(client.ask(get_selected), pdc + hex("02 0100 2200 0700  02 0400 0100 0300"));
   ASSERT_TRUE(client.send(get_selected));

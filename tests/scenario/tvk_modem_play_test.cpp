@@ -30,7 +30,7 @@ class tvk_modem_play : public testing::Test {
   /// Plays at once, or what the options say; its time is held until then.
   simulated_modem player(const bytes& capture, std::vector<std::string> more = {"--rate", "0"}) {
     more.insert(more.end(), {"--play", made("capture", capture), "--hold-time"});
-    return simulated_modem({}, simulated_modem::begin::at_once, std::move(more));
+    return simulated_modem({}, std::move(more));
   }
 
   const temp_dir dir;

@@ -61,8 +61,7 @@ class tvk_modem_qmux : public testing::Test {
  protected:
   temp_dir dir_;
   std::string path_ = dir_.file("qmux_socket");
-  simulated_modem modem_{
-      {"sar/0x0009=down:100"}, simulated_modem::begin::at_once, {"--qmux", path_, "--hold-time"}};
+  simulated_modem modem_{{"sar/0x0009=down:100"}, {"--qmux", path_, "--hold-time"}};
 };
 
 TEST_F(tvk_modem_qmux, control_hands_out_clients_and_refuses_what_it_cannot_do) {
@@ -155,7 +154,7 @@ constexpr const char* uim_client_1 =
 TEST(tvk_modem_qmux_pty, clients_and_channels_stay_while_users_of_the_terminal_come_and_go) {
   const temp_dir dir;
   const std::string link = dir.file("cdc-wdm0");
-  const simulated_modem modem({}, simulated_modem::begin::at_once, {"--qmux-pty", link});
+  const simulated_modem modem({}, {"--qmux-pty", link});
   const auto open = [&] { return ::open(link.c_str(), O_RDWR | O_NOCTTY); };
   {
     const stream first(open());

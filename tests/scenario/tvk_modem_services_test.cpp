@@ -23,7 +23,7 @@ const bytes registered =
 const bytes not_registered = done + hex("01 0500 00 02 02 02 00");
 
 TEST(tvk_modem_services, device_and_network_tell_of_one_radio) {
-  const simulated_modem modem({}, simulated_modem::begin::at_once, still);
+  const simulated_modem modem({}, still);
   const modem_connection client(modem.socket());
   EXPECT_EQ(client.ask(dms_port, "2200"), done + hex("01 0900 74766b2d6d6f64656d"));
   EXPECT_EQ(client.ask(dms_port, "2500"),
@@ -73,7 +73,7 @@ const bytes session = hex("01 0200 00 00");
 const bytes imsi = session + hex("02 0700 076f 04 003f ff7f  03 0400 0000 0000");
 
 TEST(tvk_modem_services, files_are_read_and_pins_guard_them_across_runs) {
-  simulated_modem modem({}, simulated_modem::begin::at_once, still);
+  simulated_modem modem({}, still);
   {
     const modem_connection client(modem.socket());
     EXPECT_EQ(
@@ -156,7 +156,7 @@ TEST(tvk_modem_services, data_call_is_its_clients_and_needs_registration) {
 }
 
 TEST(tvk_modem_services, one_active_slot_is_all_that_status_shows) {
-  const simulated_modem modem({}, simulated_modem::begin::at_once, {"--set", "uim.active_slots=1"});
+  const simulated_modem modem({}, {"--set", "uim.active_slots=1"});
   const modem_connection client(modem.socket());
   const bytes slots = client.ask(uim_port, "4700");
   ASSERT_GT(slots.size(), 41U);

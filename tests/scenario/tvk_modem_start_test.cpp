@@ -120,12 +120,11 @@ TEST(tvk_modem_serve, what_cannot_be_used_is_named) {
   std::filesystem::create_symlink("new", dir.file("locked.lock"));
   std::ofstream(dir.file("large")) << std::string(102411, 'x');
   const std::string too_long = "/tmp/" + std::string(103, 'x');
-  struct row {
+  const struct {
     std::vector<std::string> arguments;
     int exit_status;
     std::vector<std::string> said;
-  };
-  const row rows[] = {
+  } rows[] = {
       {{"serve", "--socket", too_long}, 1, {too_long, "108 bytes, at most 107"}},
       {{"serve", "--socket", dir.file("file/a/s")}, 1, {dir.file("file/a"), "Not a directory"}},
       {{"serve", "--socket", dir.file("locked")}, 1, {"locked.lock", "it is a symbolic link"}},
@@ -153,7 +152,7 @@ TEST(tvk_modem_serve, what_cannot_be_used_is_named) {
       {{"efs", "put", "/f", "/none"}, 1, {"cannot read /none: No such file"}},
       {{"efs", "put", std::string(72, 'p')}, 2, {"an EFS path has 1 to 71 bytes"}},
   };
-  for (const row& each : rows) {
+  for (const auto& each : rows) {
     const auto result = run_modem(
         each.arguments, {{"XDG_RUNTIME_DIR", dir.path()}, {"XDG_STATE_HOME", dir.path()}});
     SCOPED_TRACE(result.errors);
@@ -185,12 +184,11 @@ TEST(tvk_modem_serve, fault_rule_that_cannot_be_read_is_named_with_the_form) {
 TEST(tvk_modem_exec, returns_the_status_and_removes_its_files) {
   const temp_dir dir;
   const temp_dir state;
-  struct row {
+  const struct {
     std::vector<std::string> command;
     int exit_status;
     std::string output;
-  };
-  const row rows[] = {
+  } rows[] = {
       {{"sh", "-c", "echo \"$1\"; exit 3", "sh", "--help -- serve"}, 3, "--help -- serve\n"},
       {{"sh", "-c", "kill -9 $$"}, 137, ""},
       {{"sh", "-c", "test -S \"${TVK_MODEM#unix:}\""}, 0, ""},
@@ -198,7 +196,7 @@ TEST(tvk_modem_exec, returns_the_status_and_removes_its_files) {
       {{"sh", "-c", "kill -HUP $PPID; exec sleep 20"}, 129, ""},
       {{"sh", "-c", "trap 'exit 5' INT; kill -INT $PPID; while :; do sleep 0.01; done"}, 5, ""},
   };
-  for (const row& each : rows) {
+  for (const auto& each : rows) {
     std::vector<std::string> arguments{"exec", "--state", state.path(), "--"};
     arguments.insert(arguments.end(), each.command.begin(), each.command.end());
     const auto result = run_modem(arguments, {{"TMPDIR", dir.path()}});
@@ -219,13 +217,12 @@ TEST(tvk_modem, standard_streams_that_are_closed_or_full) {
   const temp_dir dir;
   const std::string full = "tvk-modem: cannot write to standard output: No space left on device\n";
   const std::string not_open = "tvk-modem: cannot write to standard output: Bad file descriptor\n";
-  struct row {
+  const struct {
     const char* command;  ///< $0 the program, $1 a state directory
     int exit_status;
     std::string errors;
     std::string output;
-  };
-  const row rows[] = {
+  } rows[] = {
       {R"("$0" nv list --state "$1" >/dev/full)", 1, full, ""},
       {R"("$0" efs cat --state "$1" /nv/item_files/modem/geran/vamos_support >&-)", 1, not_open,
        ""},
@@ -243,7 +240,7 @@ TEST(tvk_modem, standard_streams_that_are_closed_or_full) {
           sh -c 'readlink /proc/$PPID/fd/0 /proc/$PPID/fd/2' <&- 2>&-)",
        0, "", "/dev/null\n/dev/null\n"},
   };
-  for (const row& each : rows) {
+  for (const auto& each : rows) {
     SCOPED_TRACE(each.command);
     const auto ended = run("sh", {"-c", each.command, TVK_MODEM_PROGRAM, dir.path()});
     EXPECT_EQ(ended.exit_status, each.exit_status);
@@ -253,8 +250,7 @@ TEST(tvk_modem, standard_streams_that_are_closed_or_full) {
 }
 
 TEST(tvk_modem_trace, names_what_passes) {
-  simulated_modem modem({"extension/2@2=silent", "extension/3=truncate:4"},
-                        simulated_modem::begin::at_once, {"--trace"});
+  simulated_modem modem({"extension/2@2=silent", "extension/3=truncate:4"}, {"--trace"});
   const bytes head = service + hex("00 0100 0200 1102");
   bytes cut = echo();
   cut[11] = 3;

@@ -85,7 +85,7 @@ class killed_write : public testing::TestWithParam<int> {};
 TEST_P(killed_write, leaves_the_old_file_or_the_new_one) {
   constexpr int exchanges = 248;
   constexpr int parts = 4;
-  simulated_modem modem({}, simulated_modem::begin::later);
+  simulated_modem modem({}, {}, simulated_modem::begin::later);
   std::uint8_t fill = 1;
   std::string before;
   for (int last = 1 + GetParam(); last <= exchanges; last += parts, ++fill) {
@@ -146,7 +146,7 @@ TEST(tvk_modem_state, acknowledged_changes_survive_a_kill) {
 }
 
 TEST(tvk_modem_state, full_disk_is_result_5_and_keeps_the_old) {
-  simulated_modem modem({}, simulated_modem::begin::later);
+  simulated_modem modem({}, {}, simulated_modem::begin::later);
   ASSERT_EQ(program({"nv", "list"}, modem.state()).exit_status, 0);
   {
     const file_size_limit limit(80'000);
@@ -204,7 +204,7 @@ TEST(tvk_modem_state, start_on_a_full_disk_is_refused_and_changes_nothing) {
 
 TEST(tvk_modem_state, restart_answers_first_and_forgets_what_is_unfinished) {
   simulated_modem modem({"extension/3@1=delay:300", "sar/0x0009=down"},
-                        simulated_modem::begin::at_once, {"--hold-time", "--restart-time", "150"});
+                        {"--hold-time", "--restart-time", "150"});
   const connection client(modem.socket());
   EXPECT_EQ(client.look_up(look_up_all), listed(all_up));
   const bytes file(500, 0x33);
@@ -240,7 +240,7 @@ TEST(tvk_modem_state, restart_answers_first_and_forgets_what_is_unfinished) {
 }
 
 TEST(tvk_modem_state, full_dump_is_a_readable_file_of_its_own) {
-  const simulated_modem modem({}, simulated_modem::begin::at_once, {"--restart-time", "0"});
+  const simulated_modem modem({}, {"--restart-time", "0"});
   const connection client(modem.socket());
   EXPECT_EQ(client.look_up(look_up_extension), listed({service_up}));
   for (int i = 0; i < 2; ++i) {

@@ -82,7 +82,7 @@ TEST(tvk_modem, packet_without_an_address_closes_the_connection) {
 }
 
 TEST(tvk_modem, lookups_see_the_service_go_and_come_back) {
-  simulated_modem modem({"extension/2@1=down:200"}, simulated_modem::begin::at_once, held);
+  simulated_modem modem({"extension/2@1=down:200"}, held);
   const connection client(modem.socket());
   const connection watcher(modem.socket());
   const connection former(modem.socket());
@@ -127,11 +127,10 @@ TEST(tvk_modem, one_client_cannot_hold_lookups_or_channels_without_end) {
 }
 
 TEST(tvk_modem, faults_change_the_answer) {
-  struct row {
+  const struct {
     const char* rule;
     bytes answer;
-  };
-  const row rows[] = {
+  } rows[] = {
       {"0xFFE4/2@1=error:0x5e", service + hex("02 0100 0200 0700  02 0400 0100 5e00")},
       {"65508/0x0002@2=result:4294967295",
        service + hex("02 0100 0200 1102  01 0400 ffffffff") + slice(answer_tlvs, 7)},
@@ -144,10 +143,10 @@ TEST(tvk_modem, faults_change_the_answer) {
       {"sar=down", echo_answer()},
   };
   std::vector<std::string> rules;
-  for (const row& each : rows) rules.emplace_back(each.rule);
+  for (const auto& each : rows) rules.emplace_back(each.rule);
   const simulated_modem modem(rules);
   const connection client(modem.socket());
-  for (const row& each : rows) EXPECT_EQ(client.ask(echo()), each.answer) << each.rule;
+  for (const auto& each : rows) EXPECT_EQ(client.ask(echo()), each.answer) << each.rule;
   auto all_but_sar = all_up;
   std::erase(all_but_sar, sar_up);
   EXPECT_EQ(client.look_up(look_up_all), listed(all_but_sar)) << "down from the start";
@@ -167,8 +166,7 @@ TEST(tvk_modem, first_fault_rule_wins_and_the_others_still_count) {
 }
 
 TEST(tvk_modem, silent_and_delayed_answers_hold_up_no_other) {
-  simulated_modem modem({"extension/2@1=silent", "extension/2@2=delay:300"},
-                        simulated_modem::begin::at_once, held);
+  simulated_modem modem({"extension/2@1=silent", "extension/2@2=delay:300"}, held);
   const connection client(modem.socket());
   ASSERT_TRUE(client.send(echo("0100")));
   ASSERT_TRUE(client.send(echo("0200")));
@@ -181,8 +179,7 @@ TEST(tvk_modem, silent_and_delayed_answers_hold_up_no_other) {
 }
 
 TEST(tvk_modem, delayed_answer_is_dropped_with_its_client_or_service) {
-  simulated_modem modem({"extension/2@3=down:100", "extension/2=delay:200"},
-                        simulated_modem::begin::at_once, held);
+  simulated_modem modem({"extension/2@3=down:100", "extension/2=delay:200"}, held);
   const connection client(modem.socket());
   EXPECT_EQ(client.look_up(look_up_extension), listed({service_up}));
   ASSERT_TRUE(connection(modem.socket()).send(echo("0100")));

@@ -186,10 +186,6 @@ int esim_test(std::string esim_on, std::string debug_on) {
   return norvel_cmn_esim_test(5, argv);
 }
 
-std::vector<datagram> reply(const datagram& request, const bytes& tlvs) {
-  return {{request.node, request.port, qmi_response(request.data, tlvs)}};
-}
-
 // Eight bytes of zero are not an EID.
 TEST_F(esim_switch, eid_with_letters_is_shown_as_a_failure_and_without_one_30_attempts_are_made) {
   int zeros = 0;

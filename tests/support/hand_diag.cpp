@@ -7,13 +7,28 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "support/sockets.h"
 
 namespace support {
 
-hand_diag::hand_diag(kind which) {
+namespace {
+
+std::optional<bytes> take_packet(bytes& come) {
+  const auto end = std::ranges::find(come, 0x7E);
+  if (end == come.end()) return {};
+  const bytes frame(come.begin(), end + 1);
+  come.erase(come.begin(), end + 1);
+  return diag_packet(frame);
+}
+
+}  // namespace
+
+hand_diag::hand_diag(kind which) : hand_port(which, take_packet) {}
+
+hand_port::hand_port(kind which, cutter cut) : cut_(cut) {
   if (which == kind::unix_socket) {
     const auto path = dir_.file("diag.sock");
     listener_ = listening_at(path, SOCK_STREAM);
@@ -40,7 +55,7 @@ hand_diag::hand_diag(kind which) {
   thread_ = std::thread([this] { run(); });
 }
 
-hand_diag::~hand_diag() {
+hand_port::~hand_port() {
   stop_ = true;
   if (listener_ >= 0) shutdown(listener_, SHUT_RDWR);
   close_connection();
@@ -50,12 +65,12 @@ hand_diag::~hand_diag() {
   }
 }
 
-void hand_diag::on_request(handler answer) {
+void hand_port::on_request(handler answer) {
   const std::lock_guard lock(mutex_);
   handler_ = std::move(answer);
 }
 
-void hand_diag::write(const bytes& wire) {
+void hand_port::write(const bytes& wire) {
   const std::lock_guard lock(mutex_);
   for (std::size_t done = 0; done < wire.size();) {
     const ssize_t count =
@@ -66,17 +81,17 @@ void hand_diag::write(const bytes& wire) {
   }
 }
 
-void hand_diag::close_connection() {
+void hand_port::close_connection() {
   const std::lock_guard lock(mutex_);
   if (listener_ >= 0 && connection_ >= 0) shutdown(connection_, SHUT_RDWR);
 }
 
-std::vector<bytes> hand_diag::requests() const {
+std::vector<bytes> hand_port::requests() const {
   const std::lock_guard lock(mutex_);
   return requests_;
 }
 
-void hand_diag::run() {
+void hand_port::run() {
   if (listener_ < 0) return serve(connection_);
   while (!stop_) {
     const int accepted = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
@@ -91,26 +106,23 @@ void hand_diag::run() {
   }
 }
 
-void hand_diag::serve(int connection) {
-  bytes frame;
+void hand_port::serve(int connection) {
+  bytes come;
   bytes buffer(4096);
   while (!stop_) {
     pollfd wait{connection, POLLIN, 0};
     if (poll(&wait, 1, 50) == 0) continue;
     const ssize_t count = read(connection, buffer.data(), buffer.size());
     if (count <= 0) return;
-    for (ssize_t i = 0; i < count; ++i) {
-      frame.push_back(buffer[static_cast<std::size_t>(i)]);
-      if (frame.back() != 0x7E) continue;
+    come = come + slice(buffer, 0, static_cast<std::size_t>(count));
+    while (const auto request = cut_(come)) {
       handler answer;
-      const bytes request = diag_packet(frame);
-      frame.clear();
       {
         const std::lock_guard lock(mutex_);
-        requests_.push_back(request);
+        requests_.push_back(*request);
         answer = handler_;
       }
-      if (answer) answer(request);
+      if (answer) answer(*request);
     }
   }
 }

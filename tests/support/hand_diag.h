@@ -1,10 +1,11 @@
-// The DIAG port of a modem, of raw system calls and bytes written by hand: it shares no code with
-// the programs under test.
+// Ports of a modem that carry a stream of bytes, DIAG's above all, of raw system calls and bytes
+// written by hand: they share no code with the programs under test.
 #pragma once
 
 #include <atomic>
 #include <functional>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -14,16 +15,20 @@
 
 namespace support {
 
-class hand_diag {
+/// Serves one connection at a time, on a thread of its own.
+class hand_port {
  public:
   /// Gets each request, without its framing, in the port's thread.
   using handler = std::function<void(const bytes& request)>;
   enum class kind { unix_socket, tcp, tty };
 
-  explicit hand_diag(kind which = kind::unix_socket);
-  hand_diag(const hand_diag&) = delete;
-  hand_diag& operator=(const hand_diag&) = delete;
-  ~hand_diag();
+  /// Takes the first request off what has come; nothing when it is not whole yet.
+  using cutter = std::optional<bytes> (*)(bytes& come);
+
+  hand_port(kind which, cutter cut);
+  hand_port(const hand_port&) = delete;
+  hand_port& operator=(const hand_port&) = delete;
+  ~hand_port();
 
   [[nodiscard]] const std::string& endpoint() const { return endpoint_; }
   void on_request(handler answer);
@@ -39,6 +44,7 @@ class hand_diag {
   void serve(int connection);
 
   temp_dir dir_;
+  const cutter cut_;
   std::string endpoint_;
   int listener_ = -1;
   int terminal_ = -1;  ///< the program's side of a tty, so that it does not go with the program
@@ -48,6 +54,11 @@ class hand_diag {
   std::vector<bytes> requests_;
   std::atomic<bool> stop_{false};
   std::thread thread_;
+};
+
+class hand_diag : public hand_port {
+ public:
+  explicit hand_diag(kind which = kind::unix_socket);
 };
 
 }  // namespace support

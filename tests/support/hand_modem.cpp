@@ -38,6 +38,10 @@ bytes qmi_response(const bytes& request, const bytes& tlvs) {
   return out + tlvs;
 }
 
+std::vector<datagram> reply(const datagram& request, const bytes& tlvs) {
+  return {{request.node, request.port, qmi_response(request.data, tlvs)}};
+}
+
 hand_modem::hand_modem(std::vector<qmi_server> servers) : servers_(std::move(servers)) {
   listener_ = listening_at(dir_.file("modem.sock"), SOCK_SEQPACKET);
   wake_ = eventfd(0, EFD_CLOEXEC);
@@ -59,9 +63,7 @@ void hand_modem::on_request(handler answer) {
 }
 
 void hand_modem::answer_with_tlvs(const bytes& tlvs) {
-  on_request([tlvs](const datagram& request) {
-    return std::vector<datagram>{{request.node, request.port, qmi_response(request.data, tlvs)}};
-  });
+  on_request([tlvs](const datagram& request) { return reply(request, tlvs); });
 }
 
 void hand_modem::publish(const qmi_server& server) {

@@ -33,6 +33,7 @@ struct qmi_server {
 };
 
 [[nodiscard]] bytes qmi_response(const bytes& request, const bytes& tlvs);
+[[nodiscard]] std::vector<datagram> reply(const datagram& request, const bytes& tlvs);
 
 class hand_modem {
  public:

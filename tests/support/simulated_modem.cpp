@@ -6,8 +6,8 @@
 
 namespace support {
 
-simulated_modem::simulated_modem(std::vector<std::string> faults, begin when,
-                                 std::vector<std::string> more_options)
+simulated_modem::simulated_modem(std::vector<std::string> faults,
+                                 std::vector<std::string> more_options, begin when)
     : faults_(std::move(faults)), more_options_(std::move(more_options)) {
   if (when == begin::at_once) start();
 }

@@ -14,8 +14,8 @@ class simulated_modem {
  public:
   /// Starts at once unless `later`; throws when the modem does not get to listen.
   enum class begin { at_once, later };
-  explicit simulated_modem(std::vector<std::string> faults = {}, begin when = begin::at_once,
-                           std::vector<std::string> more_options = {});
+  explicit simulated_modem(std::vector<std::string> faults = {},
+                           std::vector<std::string> more_options = {}, begin when = begin::at_once);
   ~simulated_modem();
 
   void start();

@@ -1,7 +1,9 @@
-// Unix sockets of raw system calls.
+// Unix sockets and terminals of raw system calls.
 #pragma once
 
+#include <asm/ioctls.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -45,6 +47,13 @@ inline int listening_at(const std::string& path, int type) {
 inline bool readable(int descriptor, std::chrono::milliseconds limit) {
   pollfd one{descriptor, POLLIN, 0};
   return ::poll(&one, 1, static_cast<int>(limit.count())) == 1;
+}
+
+/// Whether a client has a terminal for itself alone, which an open does not show to the superuser.
+/// False also where the request is unknown, as under qemu-user.
+inline bool is_exclusive(int terminal) {
+  int exclusive = 0;
+  return ::ioctl(terminal, TIOCGEXCL, &exclusive) == 0 && exclusive != 0;
 }
 
 class open_socket {

@@ -41,13 +41,12 @@ void expect_reason(const std::string& got, const std::string& part) {
 }
 
 TEST(host_files, what_others_put_there_is_not_used) {
-  struct row {
+  const struct {
     const char* what;
     void (*make)(const std::string& place);
     const char* directory;  ///< why it is not trusted as a directory
     const char* file;       ///< or as a file
-  };
-  const row rows[] = {
+  } rows[] = {
       {"nothing", [](const auto&) {}, "No such file", trusted},
       {"directory", [](const auto& place) { make_directory(place, 0755); }, trusted, "a"},
       {"directory of a group", [](const auto& place) { make_directory(place, 0775); },
@@ -73,7 +72,7 @@ TEST(host_files, what_others_put_there_is_not_used) {
       {"FIFO", [](const auto& place) { ASSERT_EQ(::mkfifo(place.c_str(), 0600), 0); },
        "not a directory", "not a regular file"},
   };
-  for (const row& each : rows) {
+  for (const auto& each : rows) {
     if (std::string(each.what) == "their file" && ::geteuid() != 0) continue;
     SCOPED_TRACE(each.what);
     for (const bool is_lock : {true, false}) {

@@ -50,9 +50,7 @@ inline const bytes no_error = hex("02 0400 0000 0000");
 
 /// Answers message 1 with its own number.
 inline std::vector<datagram> echo(const datagram& request) {
-  const auto number = slice(request.data, 10);
-  return {
-      {request.node, request.port, qmi_response(request.data, no_error + hex("10 0400") + number)}};
+  return reply(request, no_error + hex("10 0400") + slice(request.data, 10));
 }
 
 /// What callbacks were given, from whichever thread.

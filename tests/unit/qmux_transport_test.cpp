@@ -1,136 +1,70 @@
 // The QMI client library over QMUX, against a device of hand-written frames:
 //   01 | length u16 of the rest | flags | service | client | message
 #include <stdlib.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <atomic>
-#include <mutex>
-#include <thread>
 
 #include "platform/qmi_client.h"
 #include "services/sar_v01.h"
 #include "support/eventually.h"
-#include "support/modem_connection.h"
-#include "support/temp_dir.h"
+#include "support/hand_diag.h"
 #include "support/test.h"
 
 namespace {
 
 using namespace support;
 
-/// Serves one connection at a time, on a thread of its own. CTL and SAR's state are answered
-/// unless `answers` is empty for the message; `before_answers` are sent ahead of SAR's.
-class hand_device {
- public:
-  hand_device() : listener_(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-    const sockaddr_un address = support::address_of(path());
-    EXPECT_EQ(::bind(listener_, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-    EXPECT_EQ(::listen(listener_, 8), 0);
-    setenv("TVK_MODEM", ("qmux:" + path()).c_str(), 1);
-    thread_ = std::thread([this] { run(); });
-  }
-  hand_device(const hand_device&) = delete;
-  hand_device& operator=(const hand_device&) = delete;
-  ~hand_device() {
-    stop_ = true;
-    ::shutdown(listener_, SHUT_RDWR);
-    lose();
-    thread_.join();
-    ::close(listener_);
-  }
+std::optional<bytes> take_frame(bytes& come) {
+  if (come.size() < 3 || come.size() <= come[1]) return {};
+  const auto frame = slice(come, 0, come[1] + 1U);
+  come = slice(come, frame.size());
+  return frame;
+}
 
-  /// As when the device is unplugged and plugged in again.
-  void lose() {
-    const std::lock_guard hold(lock_);
-    if (peer_ >= 0) ::shutdown(peer_, SHUT_RDWR);
-  }
-  void send(const bytes& some) {
-    const std::lock_guard hold(lock_);
-    EXPECT_EQ(::send(peer_, some.data(), some.size(), MSG_NOSIGNAL),
-              static_cast<ssize_t>(some.size()));
-  }
-  [[nodiscard]] std::string path() const { return dir_.file("device"); }
-  [[nodiscard]] std::vector<bytes> frames() {
-    const std::lock_guard hold(lock_);
-    return frames_;
-  }
-  /// How many of this CTL message have come.
-  [[nodiscard]] std::size_t count(std::uint8_t message) {
-    std::size_t found = 0;
-    for (const bytes& each : frames()) found += each.at(4) == 0 && each.at(8) == message ? 1U : 0U;
-    return found;
-  }
-
+/// CTL and SAR's state are answered; `before_answers` are sent ahead of SAR's.
+struct hand_device {
   bool in_pieces = false;
   std::atomic<bool> has_sar = true;
   std::atomic<bool> gives_ids = true;
   bytes before_answers;
+  hand_port port{hand_port::kind::unix_socket, take_frame};
+  const std::string name = "qmux:" + port.endpoint().substr(5);  // after "unix:"
+
+  hand_device() {
+    setenv("TVK_MODEM", name.c_str(), 1);
+    port.on_request([this](const bytes& frame) { answer(frame); });
+  }
+
+  /// How many of this CTL message have come.
+  [[nodiscard]] std::size_t count(std::uint8_t message) const {
+    std::size_t found = 0;
+    for (const bytes& each : port.requests()) found += each.at(4) == 0 && each.at(8) == message;
+    return found;
+  }
 
  private:
-  void run() {
-    while (!stop_) {
-      const int peer = ::accept(listener_, nullptr, nullptr);
-      {
-        const std::lock_guard hold(lock_);
-        peer_ = peer;
-      }
-      bytes all(4096);
-      bytes rest;
-      for (ssize_t got = 0; (got = ::recv(peer, all.data(), all.size(), 0)) > 0;) {
-        rest.insert(rest.end(), all.begin(), all.begin() + got);
-        while (rest.size() > 2 && rest.size() > rest[1]) {
-          const bytes frame(rest.begin(), rest.begin() + 1 + rest[1]);
-          rest.erase(rest.begin(), rest.begin() + 1 + rest[1]);
-          answer(frame);
-        }
-      }
-      const std::lock_guard hold(lock_);
-      peer_ = -1;
-      ::close(peer);
+  [[nodiscard]] bytes control_tlvs(const bytes& frame) const {
+    const bytes success = hex("02 0400 00000000");
+    if (frame[8] == 0x21) {
+      // CTL 1.5, DMS 1.4 and, if it is there, SAR 1.3.
+      return success + (has_sar ? hex("01 1000 03  00 0100 0500  02 0100 0400  11 0100 0300")
+                                : hex("01 0b00 02  00 0100 0500  02 0100 0400"));
     }
+    if (frame[8] != 0x22) return success + hex("01 0200") + bytes{frame[15], frame[16]};
+    return gives_ids ? success + hex("01 0200") + bytes{frame[15], 9} : hex("02 0400 0100 0500");
   }
 
   void answer(const bytes& frame) {
-    {
-      const std::lock_guard hold(lock_);
-      frames_.push_back(frame);
-    }
-    bytes message;
-    if (frame[4] != 0) {
-      message = hex("02") + bytes{frame[7], frame[8]} +
-                hex("0200 0e00  02 0400 00000000  10 0400 07000000");
-    } else {
-      const bytes success = hex("02 0400 00000000");
-      bytes tlvs = success;
-      if (frame[8] == 0x21) {
-        // CTL 1.5, DMS 1.4 and, if it is there, SAR 1.3.
-        tlvs = tlvs + (has_sar ? hex("01 1000 03  00 0100 0500  02 0100 0400  11 0100 0300")
-                               : hex("01 0b00 02  00 0100 0500  02 0100 0400"));
-      } else if (frame[8] == 0x22 && !gives_ids) {
-        tlvs = hex("02 0400 0100 0500");
-      } else if (frame[8] == 0x22) {
-        tlvs = tlvs + hex("01 0200") + bytes{frame[15], 9};
-      } else {
-        tlvs = tlvs + hex("01 0200") + bytes{frame[15], frame[16]};
-      }
-      message =
-          bytes{1, frame[7], frame[8], frame[9], static_cast<std::uint8_t>(tlvs.size()), 0} + tlvs;
-    }
-    const auto length = static_cast<std::uint8_t>(message.size() + 5);
-    const bytes out = (frame[4] == 0 ? bytes() : before_answers) +
-                      bytes{1, length, 0, 0x80, frame[4], frame[5]} + message;
-    if (!in_pieces) return send(out);
-    for (const std::uint8_t each : out) send({each});
+    const bool is_control = frame[4] == 0;
+    const bytes tlvs = is_control ? control_tlvs(frame) : hex("02 0400 00000000  10 0400 07000000");
+    const bytes head =
+        is_control ? bytes{1, frame[7], frame[8], frame[9]} : bytes{2, frame[7], frame[8], 2, 0};
+    const bytes message = head + u16(tlvs.size()) + tlvs;
+    const bytes out = (is_control ? bytes() : before_answers) + hex("01") +
+                      u16(message.size() + 5) + bytes{0x80, frame[4], frame[5]} + message;
+    if (!in_pieces) return port.write(out);
+    for (const std::uint8_t each : out) port.write({each});
   }
-
-  support::temp_dir dir_;
-  int listener_;
-  std::mutex lock_;
-  int peer_ = -1;
-  std::vector<bytes> frames_;
-  std::atomic<bool> stop_ = false;
-  std::thread thread_;
 };
 
 qmi_idl_service_object_type sar_object() {
@@ -171,7 +105,7 @@ TEST(qmux_transport, exchange_takes_and_gives_back_a_client_id_frame_by_frame) {
     EXPECT_EQ(ask(handle), QMI_NO_ERR);
     EXPECT_EQ(seen, 0x34U);
     EXPECT_EQ(qmi_client_release(handle), QMI_NO_ERR);
-    EXPECT_EQ(device.frames(),
+    EXPECT_EQ(device.port.requests(),
               (std::vector<bytes>{hex("01 0b00 00 00 00  00 01 2100 0000"),
                                   hex("01 0f00 00 00 00  00 02 2200 0400  01 0100 11"),
                                   hex("01 0c00 00 11 09  00 0100 0200 0000"),
@@ -190,7 +124,7 @@ TEST(qmux_transport, control_transactions_wrap_from_255_to_1) {
     ASSERT_EQ(qmi_client_release(handle), QMI_NO_ERR);
   }
   std::uint8_t last = 0;
-  for (const bytes& each : device.frames()) {
+  for (const bytes& each : device.port.requests()) {
     if (each.at(4) != 0) continue;
     ASSERT_EQ(each.at(7), last == 255 ? 1 : last + 1);
     last = each.at(7);
@@ -225,9 +159,9 @@ TEST(qmux_transport, device_may_be_lost_and_found_a_hundred_times) {
     ASSERT_EQ(qmi_client_register_error_cb(handle, note, &seen), QMI_NO_ERR);
     ASSERT_EQ(ask(handle), QMI_NO_ERR);
     if (round % 2 == 0) {
-      device.lose();
+      device.port.close_connection();
     } else {
-      device.send(hex("01 0b00 80 00 00  02 01 2700 0000"));  // the modem starts anew
+      device.port.write(hex("01 0b00 80 00 00  02 01 2700 0000"));  // the modem starts anew
     }
     ASSERT_TRUE(eventually([&] { return seen.errors == round; }));
     EXPECT_EQ(ask(handle), QMI_SERVICE_ERR);
@@ -259,9 +193,8 @@ TEST(qmux_transport, refused_client_id_is_a_lost_service_and_named) {
   ASSERT_EQ(connect(handle), QMI_NO_ERR);
   testing::internal::CaptureStderr();
   EXPECT_EQ(ask(handle), QMI_SERVICE_ERR);
-  EXPECT_EQ(
-      testing::internal::GetCapturedStderr(),
-      "tvk: QMI service 0x11 at qmux:" + device.path() + " gives out no client id: QMI error 5\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "tvk: QMI service 0x11 at " + device.name + " gives out no client id: QMI error 5\n");
   EXPECT_EQ(qmi_client_release(handle), QMI_NO_ERR);
   EXPECT_EQ(device.count(0x23), 0U);
 }
@@ -271,10 +204,10 @@ TEST(qmux_transport, peer_that_does_not_speak_qmux_is_named) {
   qmi_client_type handle = nullptr;
   ASSERT_EQ(connect(handle), QMI_NO_ERR);
   testing::internal::CaptureStderr();
-  device.send(hex("7e 00"));
+  device.port.write(hex("7e 00"));
   EXPECT_TRUE(eventually([&] { return ask(handle) == QMI_SERVICE_ERR; }));
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "tvk: TVK_MODEM=qmux:" + device.path() +
+            "tvk: TVK_MODEM=" + device.name +
                 ": sent something that is not a QMUX frame; expected a modem\n");
   EXPECT_EQ(qmi_client_release(handle), QMI_NO_ERR);
 }

@@ -12,10 +12,6 @@ namespace {
 using namespace support;
 using protocol::qmi::error;
 
-bytes zeros(std::size_t count) {
-  return bytes(count);
-}
-
 class extension_service : public testing::Test {
  protected:
   error ask(const bytes& tlvs, std::uint32_t client_port = 1) {
@@ -40,12 +36,12 @@ class extension_service : public testing::Test {
 TEST_F(extension_service, echoes_the_bytes_that_count) {
   const bytes counted = hex("02 0400 03000000  10 0002 112233");
   for (const char* type : {"00", "01", "03", "05"}) {
-    EXPECT_EQ(answer_to(hex("01 0400") + hex(type) + zeros(3) + counted + hex("44") + zeros(508)),
-              hex("01 0400 00000000") + counted + zeros(509));
+    EXPECT_EQ(answer_to(hex("01 0400") + hex(type) + fill(3) + counted + hex("44") + fill(508)),
+              hex("01 0400 00000000") + counted + fill(509));
   }
   // Order is free; a shorter payload and an unknown optional TLV are accepted.
   EXPECT_EQ(answer_to(hex("10 0200 5566  11 0100 09  02 0400 02000000  01 0400 00000000")),
-            hex("01 0400 00000000  02 0400 02000000  10 0002 5566") + zeros(510));
+            hex("01 0400 00000000  02 0400 02000000  10 0002 5566") + fill(510));
   const bytes full = hex("02 0400 00020000  10 0002") + bytes(512, 0xAB);
   EXPECT_EQ(answer_to(hex("01 0400 05000000") + full), hex("01 0400 00000000") + full);
 }

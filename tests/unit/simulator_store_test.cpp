@@ -52,18 +52,17 @@ TEST_F(store, is_shared_by_two) {
 }
 
 TEST_F(store, refuses_what_is_not_its_database_and_leaves_it_alone) {
-  struct row {
+  const struct {
     const char* sql;  ///< null: no database at all
     const char* reason;
-  };
-  const row rows[] = {
+  } rows[] = {
       {nullptr, "not a database"},
       {"PRAGMA user_version = 7", "schema version 7, this program knows up to 6"},
       {"CREATE TABLE mine (x)", "another program"},
       {"CREATE TABLE counters (name, value); PRAGMA user_version = 1", "another program"},
       {"PRAGMA application_id = 0x54564B4D; PRAGMA user_version = 1", "is damaged"},
   };
-  for (const row& wrong : rows) {
+  for (const auto& wrong : rows) {
     SCOPED_TRACE(wrong.reason);
     std::filesystem::remove_all(directory_);
     if (wrong.sql != nullptr) {
@@ -107,12 +106,11 @@ void read_all(sim::modem& state) {
 }
 
 TEST_F(store, damaged_value_is_found_at_the_start_and_when_it_is_read) {
-  struct row {
+  const struct {
     const char* damage;
     const char* says;
     bool is_read = true;  ///< false: only found at the start, no request leads there
-  };
-  const row rows[] = {
+  } rows[] = {
       {"UPDATE nv_items SET data = zeroblob(5000) WHERE id = 550 AND NOT subscription",
        "nv_items.data holds 5000 bytes, expected 1 to 365 bytes"},
       {"UPDATE nv_items SET data = 'text' WHERE id = 550 AND NOT subscription",
@@ -148,7 +146,7 @@ TEST_F(store, damaged_value_is_found_at_the_start_and_when_it_is_read) {
       {"UPDATE pdc_configs SET is_active = 1", "pdc_configs has two active", false},
       {"UPDATE pdc_configs SET is_pending = 1", "pdc_configs has two pending", false},
   };
-  for (const row& each : rows) {
+  for (const auto& each : rows) {
     SCOPED_TRACE(each.damage);
     std::filesystem::remove_all(directory_);
     asio::io_context io;
