@@ -123,9 +123,10 @@ TEST_F(tvk_decode_input, of_packed_captures_gives_all_that_can_be_unpacked) {
       EXPECT_TRUE(got.output == alone) << what << " with " << threads;
       EXPECT_EQ(got.exit_status, error.empty() ? 0 : 1) << what;
       EXPECT_EQ(got.errors.starts_with("tvk-decode: " + path + ": "), !error.empty()) << what;
-      EXPECT_PRED2(contains, got.errors, error);
+      EXPECT_PRED2(contains, got.errors, error) << what;
       EXPECT_PRED2(contains, got.errors,
-                   "\ndamaged files            " + std::string(error.empty() ? "0" : "1") + "\n");
+                   "\ndamaged files            " + std::string(error.empty() ? "0" : "1") + "\n")
+          << what;
     }
   }
 }
@@ -244,7 +245,7 @@ TEST_F(tvk_decode_input, an_output_never_goes_over_an_input) {
     const auto got = run(program, arguments);
     const auto what = testing::PrintToString(arguments);
     EXPECT_EQ(got.exit_status, 1) << what;
-    EXPECT_PRED2(contains, got.errors, "already an input or another output");
+    EXPECT_PRED2(contains, got.errors, "already an input or another output") << what;
     EXPECT_TRUE(read_file(x) == content) << what;
     EXPECT_TRUE(read_file(csv) == content) << what;
   }
