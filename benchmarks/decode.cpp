@@ -4,7 +4,7 @@
 //   bench_decode [--quick] [--baseline=PROGRAM] [CAPTURE...]
 //
 // There are two files: the captures one after the other, and a dense one with only those packets
-// that make records. Each is repeated up to 256 MB, or 64 MB with --quick. Without arguments it
+// that make records. Each is repeated up to 256 MB, or 16 MB with --quick. Without arguments it
 // uses the captures next to the sources, or synthetic log packets if there are none. With a
 // baseline, another build of tvk-decode, its runs alternate with those of this build.
 #include <fcntl.h>
@@ -43,7 +43,7 @@ using bytes = std::vector<std::uint8_t>;
 using clock_type = std::chrono::steady_clock;
 
 constexpr std::size_t full_size = std::size_t{256} << 20;
-constexpr std::size_t quick_size = std::size_t{64} << 20;
+constexpr std::size_t quick_size = std::size_t{16} << 20;
 
 /// Serving cell measurements, and packets without a decoder, both with random content. So escapes
 /// are as frequent as in random data, and versions are rejected.
@@ -293,7 +293,7 @@ int main(int argc, char** argv) {
     if (!argument.starts_with("--")) paths.emplace_back(argument);
   }
   const std::size_t size = quick ? quick_size : full_size;
-  const int times = quick ? 2 : 5;
+  const int times = quick ? 1 : 5;
   const auto captures = read_captures(paths);
   measure("captures", memory_file(captures, size), times, baseline);
   const auto records = dense(captures);
