@@ -18,6 +18,12 @@ def run(command, variables={}, limit=30):
     return types.SimpleNamespace(output=output, errors=errors, status=status, took=took)
 
 
+def masked(text):
+    """Without what differs between builds and runs: source line numbers, a UIM client's handle."""
+    text = re.sub(r"(RIL\[[^:\] \n]+:)\d+\]", r"\1#]", text)
+    return re.sub(r"(uim_qmi_client |qmi_client_release )0x.*", r"\1#", text)
+
+
 @contextlib.contextmanager
 def simulated_modem(tvk_modem, folder, options):
     """tvk-modem on sockets and a state directory in the folder, while the context lasts."""
