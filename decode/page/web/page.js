@@ -1,7 +1,9 @@
-// Draws the report from the data in the page, and follows the events of a live one.
+// Draws the report from the data in the page. A live one has none: live.js brings them.
 "use strict";
-(() => {
-  const data = JSON.parse(document.getElementById("data").textContent);
+const page = (() => {
+  const given = JSON.parse(document.getElementById("data").textContent);
+  const isLive = given.live === true;
+  let data = given;
 
   // --- small helpers -------------------------------------------------------------------------
   const byId = (id) => document.getElementById(id);
@@ -22,6 +24,20 @@
     return parts.map((part) => String(part).padStart(2, "0")).join(":");
   };
   const inRadio = (radio) => (data.radios.length > 1 ? `, radio ${radio}` : "");
+
+  // Makes the children of an element only when what they show is new, so that nothing that a user
+  // has focused or selected goes without need.
+  const shownKeys = new WeakMap();
+  const fillWhenNew = (element, shown, makeChildren) => {
+    const key = JSON.stringify(shown);
+    if (shownKeys.get(element) === key) return;
+    shownKeys.set(element, key);
+    element.replaceChildren(...makeChildren());
+  };
+  const holdsSelection = (element) => {
+    const selection = document.getSelection();
+    return !selection.isCollapsed && element.contains(selection.anchorNode);
+  };
 
   // --- tables --------------------------------------------------------------------------------
   // columns: {title, value(row), number, wide}
@@ -73,7 +89,8 @@
     const scroll = make("div", undefined, "scroll");
     scroll.tabIndex = 0;
     scroll.append(table);
-    return { elements: [copy, scroll], fill: () => fillTable(table, columns, rows()) };
+    const fill = () => holdsSelection(table) || fillTable(table, columns, rows());
+    return { elements: [copy, scroll], fill };
   };
 
   // --- overview ------------------------------------------------------------------------------
@@ -90,8 +107,8 @@
     if (data.without_time > 0) {
       facts.push(["Without time", `${data.without_time} records from before the modem knew the time; not shown`]);
     }
-    byId("facts").replaceChildren(
-      ...facts.flatMap(([name, value]) => [make("dt", name), make("dd", value)]));
+    fillWhenNew(byId("facts"), facts, () =>
+      facts.flatMap(([name, value]) => [make("dt", name), make("dd", value)]));
   };
 
   // --- cells ---------------------------------------------------------------------------------
@@ -156,8 +173,8 @@
 
   const drawMarkKinds = () => {
     const kinds = [...new Set(data.marks.map((mark) => mark.kind))].sort();
-    byId("mark_kinds").replaceChildren(
-      ...kinds.map((kind) => {
+    fillWhenNew(byId("mark_kinds"), kinds, () =>
+      kinds.map((kind) => {
         const box = make("input");
         box.type = "checkbox";
         box.checked = !hiddenKinds.has(kind);
@@ -189,9 +206,12 @@
     }
     return buckets;
   };
-  for (const chart of data.charts) {
-    for (const series of chart.series) series.buckets = unpack(series.buckets);
-  }
+  const take = (all) => {
+    data = all;
+    for (const chart of data.charts) {
+      for (const series of chart.series) series.buckets = unpack(series.buckets);
+    }
+  };
 
   // Joins buckets to at least `width` ms, within a window of time.
   const joined = (series, width, from, to) => {
@@ -319,18 +339,19 @@
   };
 
   let cursor = null;
+  const showCursor = (figure) => {
+    if (cursor === null || figure.graph.numRows() === 0) {
+      figure.graph.clearSelection();
+      showLegend(figure);
+    } else {
+      const row = nearestRow(figure.graph, cursor);
+      figure.graph.setSelection(row);
+      showLegend(figure, row);
+    }
+  };
   const setCursor = (time) => {
     cursor = time;
-    for (const figure of figures.values()) {
-      if (time === null || figure.graph.numRows() === 0) {
-        figure.graph.clearSelection();
-        showLegend(figure);
-      } else {
-        const row = nearestRow(figure.graph, time);
-        figure.graph.setSelection(row);
-        showLegend(figure, row);
-      }
-    }
+    for (const figure of figures.values()) if (figure.graph !== null) showCursor(figure);
   };
 
   const onKey = (figure, event) => {
@@ -384,8 +405,11 @@
     const legend = make("div", undefined, "legend");
     const details = make("details");
     element.append(caption, box, legend, details);
-    byId("charts").append(element);
-    const figure = { chart, box, legend, graph: null };
+    const after = data.charts.slice(data.charts.indexOf(chart) + 1);
+    const next = after.map((other) => figures.get(other.title)).find((other) => other !== undefined);
+    byId("charts").insertBefore(element, next?.element ?? null);
+    const figure = { chart, element, box, legend, graph: null, isNear: !isLive };
+    if (isLive) nearby.observe(element);
 
     const columns = [
       { title: "Time (UTC)", value: (row) => timeText(row.time) },
@@ -449,7 +473,7 @@
       figure.graph.updateOptions({ ...options, file: rows }, false);
     }
     figure.graph.setAnnotations(annotationsOf(figure.graph, labels[1]));
-    showLegend(figure);
+    showCursor(figure);
     figure.refill();
   };
 
@@ -480,6 +504,15 @@
     byId("window").after(all);
   };
 
+  // A live page draws only the charts that can be seen.
+  const nearby = new IntersectionObserver((entries) => {
+    for (const figure of figures.values()) {
+      const entry = entries.find((one) => one.target === figure.element);
+      if (entry) figure.isNear = entry.isIntersecting;
+    }
+    drawCharts();
+  }, { rootMargin: "50%" });
+
   let drawing = false; // dygraphs calls back while it draws
   const drawCharts = () => {
     if (drawing) return;
@@ -489,32 +522,51 @@
     byId("window").textContent =
       data.from === null ? "" : `Shown: ${timeText(from)} to ${timeText(to)} UTC`;
     drawBands();
-    for (const chart of data.charts) drawFigure(figures.get(chart.title) ?? addFigure(chart));
+    for (const [title, figure] of figures) {
+      figure.element.hidden = !data.charts.some((chart) => chart.title === title);
+    }
+    for (const chart of data.charts) {
+      const figure = figures.get(chart.title) ?? addFigure(chart);
+      figure.chart = chart;
+      if (figure.isNear) drawFigure(figure);
+    }
     drawing = false;
   };
 
   // --- the page ------------------------------------------------------------------------------
   const drawSections = () => {
-    const links = [...document.querySelectorAll("main section:not([hidden])")].map((section) => {
-      const link = make("a", section.querySelector("h2").textContent);
-      link.href = `#${section.id}`;
-      const item = make("li");
-      item.append(link);
-      return item;
-    });
-    byId("sections").replaceChildren(...links);
+    const sections = [...document.querySelectorAll("main section:not([hidden])")];
+    fillWhenNew(byId("sections"), sections.map((section) => section.id), () =>
+      sections.map((section) => {
+        const link = make("a", section.querySelector("h2").textContent);
+        link.href = `#${section.id}`;
+        const item = make("li");
+        item.append(link);
+        return item;
+      }));
   };
 
-  const draw = () => {
+  // All of it, or, of the lists, those that have changed.
+  const draw = (isChanged = () => true) => {
     byId("title").textContent = data.title;
     document.title = data.title;
     drawOverview();
     drawMarkKinds();
-    lists.forEach(drawList);
+    lists.filter((list) => isChanged(list.id)).forEach(drawList);
     drawCharts();
     drawSections();
   };
-  draw();
-  matchMedia("(prefers-color-scheme: dark)").addEventListener("change", drawCharts);
-  window.addEventListener("beforeprint", () => figures.forEach((figure) => figure.graph.resize()));
+  const show = (all) => {
+    take(all);
+    draw();
+  };
+  if (!isLive) show(given);
+  matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => data.charts && drawCharts());
+  window.addEventListener("beforeprint", () => {
+    for (const figure of figures.values()) {
+      if (figure.graph === null) drawFigure(figure);
+      figure.graph.resize();
+    }
+  });
+  return { isLive, show, draw, unpack, setStatus: (text) => (byId("status").textContent = text) };
 })();
