@@ -18,7 +18,7 @@ using namespace std::chrono_literals;
 /// For the whole request.
 constexpr auto request_time = 5s;
 /// A browser that takes nothing for so long is given up.
-constexpr auto patience = 10s;
+constexpr auto patience = 30s;
 /// For the browser to take the rest of an answer.
 constexpr auto closing_time = 1s;
 

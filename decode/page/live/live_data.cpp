@@ -90,7 +90,10 @@ void live_data::add(const live_batch& more, run_counts&& counts) {
 
 void live_data::port_changed(bool is_open) {
   const std::lock_guard held(mutex_);
-  if (!is_open) all_->end_capture();
+  if (!is_open) {
+    ++port_losses_;
+    all_->end_capture();
+  }
   port_is_open_ = is_open;
   note_change();
 }
@@ -129,6 +132,7 @@ void live_data::add_time(nlohmann::ordered_json& to) const {
     to["to"] = time->to;
   }
   to["port_is_open"] = port_is_open_;
+  to["port_losses"] = port_losses_;
 }
 
 live_data::event_text live_data::whole() {

@@ -83,6 +83,7 @@ class live_data {
   std::optional<drive> all_{plan_};
   run_counts counts_;
   bool port_is_open_ = true;
+  std::uint64_t port_losses_ = 0;
   std::optional<time_window> known_;       // of all records since the start
   std::int64_t forgotten_ = INT64_MIN;     // what is older is forgotten
   bool has_changed_ = false;               // since the last version

@@ -38,6 +38,9 @@ constexpr std::size_t piece_size = 16384;
 
 enum http_status { forbidden = 403, method_not_allowed = 405, unavailable = 503 };
 
+/// All that a browser that does not read holds in the system.
+constexpr int send_buffer = 65536;
+
 constexpr std::string_view turned_away =
     "HTTP/1.1 503 Service Unavailable\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
 
@@ -49,6 +52,8 @@ host::file_descriptor listen_at(const std::string& address) {
   }
   host::file_descriptor socket(::socket(at->family(), SOCK_STREAM | SOCK_CLOEXEC, 0));
   constexpr int on = 1;
+  // Connections inherit it.
+  ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDBUF, &send_buffer, sizeof send_buffer);
   ::setsockopt(socket.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
   if (at->family() == AF_INET6) {
     ::setsockopt(socket.get(), IPPROTO_IPV6, IPV6_V6ONLY, &on, sizeof on);

@@ -104,6 +104,7 @@ const page = (() => {
       ["Losses", data.losses.map(([what, count]) => `${what}: ${count}`).join(", ") || "none"],
       ["Refused", data.refused.join("; ") || "none"],
     ];
+    if (data.port_losses > 0) facts.push(["Port lost", data.port_losses === 1 ? "once" : `${data.port_losses} times`]);
     if (data.without_time > 0) {
       facts.push(["Without time", `${data.without_time} records from before the modem knew the time; not shown`]);
     }
@@ -340,7 +341,8 @@ const page = (() => {
 
   let cursor = null;
   const showCursor = (figure) => {
-    if (cursor === null || figure.graph.numRows() === 0) {
+    const [from, to] = shownWindow();
+    if (cursor === null || cursor < from || cursor > to || figure.graph.numRows() === 0) {
       figure.graph.clearSelection();
       showLegend(figure);
     } else {
@@ -558,6 +560,8 @@ const page = (() => {
   };
   const show = (all) => {
     take(all);
+    const [from, to] = whole();
+    if (view && (view[1] < from || view[0] > to)) view = null;
     draw();
   };
   if (!isLive) show(given);
