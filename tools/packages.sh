@@ -3,7 +3,7 @@
 # shellcheck shell=bash
 
 packages_to_build=(
-  ca-certificates g++ cmake ninja-build ccache
+  ca-certificates curl g++ cmake ninja-build ccache
   libasio-dev libbenchmark-dev libbz2-dev libcli11-dev libcpp-httplib-dev libfmt-dev libgtest-dev libjs-dygraphs liblzma-dev libsqlite3-dev
   libsqlitecpp-dev libzstd-dev nlohmann-json3-dev zlib1g-dev
   python3
