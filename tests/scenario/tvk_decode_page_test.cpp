@@ -63,7 +63,7 @@ TEST(tvk_decode_page, shows_what_the_records_say_and_nothing_as_markup) {
   EXPECT_EQ(got.output.find("<img"), std::string::npos);
   EXPECT_EQ(got.output.find("<script>x"), std::string::npos);
   EXPECT_NE(got.output.find("default-src 'none'; script-src 'sha256-"), std::string::npos);
-  for (const char* mark : {"@data@", "@page_js@", "@script_hashes@"}) {
+  for (const char* mark : {"@data@", "@page_js@", "@policy@"}) {
     EXPECT_EQ(got.output.find(mark), std::string::npos) << mark;
   }
 

@@ -16,7 +16,7 @@ if (page.isLive) {
   const patchSeries = (series, { width, from, buckets }) => {
     const before = width === series.width ? series.buckets.filter((bucket) => bucket.index < from) : [];
     series.width = width;
-    series.buckets = before.concat(page.unpack(buckets));
+    series.buckets = before.concat(bucketing.unpack(buckets));
   };
   const forgetBefore = (series, time) => {
     const end = series.buckets.findIndex((bucket) => (bucket.index + 1) * series.width > time);

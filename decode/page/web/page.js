@@ -191,87 +191,13 @@ const page = (() => {
       }));
   };
 
-  // --- series --------------------------------------------------------------------------------
-  // A series arrives as a flat list: for each bucket the step from the index before, the count, the
-  // mean, and, if the count is above 1, the least and the greatest value.
-  const unpack = (flat) => {
-    const buckets = [];
-    let index = 0;
-    for (let i = 0; i < flat.length; ) {
-      index += flat[i];
-      const count = flat[i + 1];
-      const mean = flat[i + 2];
-      buckets.push({ index, count, mean, least: count > 1 ? flat[i + 3] : mean,
-                     greatest: count > 1 ? flat[i + 4] : mean });
-      i += count > 1 ? 5 : 3;
-    }
-    return buckets;
-  };
+  // --- data ----------------------------------------------------------------------------------
+  const { unpack, joined, shown, rowsOf, least_rate_width } = bucketing;
   const take = (all) => {
     data = all;
     for (const chart of data.charts) {
       for (const series of chart.series) series.buckets = unpack(series.buckets);
     }
-  };
-
-  // Joins buckets to at least `width` ms, within a window of time.
-  const joined = (series, width, from, to) => {
-    const factor = Math.max(1, width / series.width);
-    const wide = Math.max(width, series.width);
-    const result = [];
-    for (const bucket of series.buckets) {
-      const index = Math.floor(bucket.index / factor);
-      const time = index * wide;
-      if (time + wide < from || time > to) continue;
-      const last = result[result.length - 1];
-      if (last && last.index === index) {
-        last.mean = (last.mean * last.count + bucket.mean * bucket.count) / (last.count + bucket.count);
-        last.count += bucket.count;
-        last.least = Math.min(last.least, bucket.least);
-        last.greatest = Math.max(last.greatest, bucket.greatest);
-      } else {
-        result.push({ ...bucket, index });
-      }
-    }
-    return { width: wide, buckets: result };
-  };
-
-  // Longer than this without a value is a gap in the line.
-  const gapOf = (buckets, width) => {
-    if (buckets.length < 3) return Infinity;
-    const steps = buckets.slice(1).map((bucket, i) => bucket.index - buckets[i].index).sort((a, b) => a - b);
-    return Math.max(2, 5 * steps[steps.length >> 1]) * width;
-  };
-
-  // A rate is bytes in a bucket over the time to the next one, at most a second.
-  const shown = (chart, bucket, width) => {
-    if (!chart.rate) return [bucket.least, bucket.mean, bucket.greatest];
-    const rate = (bucket.mean * bucket.count * 8) / (width * 1000);
-    return [rate, rate, rate];
-  };
-  const least_rate_width = 1024; // ms
-
-  // The rows of a chart for dygraphs: time, then [least, mean, greatest] of each series.
-  const rowsOf = (chart, width, from, to) => {
-    const rows = new Map();
-    const rowAt = (time) => {
-      if (!rows.has(time)) rows.set(time, new Array(chart.series.length).fill(null));
-      return rows.get(time);
-    };
-    chart.series.forEach((series, column) => {
-      const fine = joined(series, chart.rate ? Math.max(width, least_rate_width) : width, from, to);
-      const gap = gapOf(fine.buckets, fine.width);
-      let before = -Infinity;
-      for (const bucket of fine.buckets) {
-        const time = bucket.index * fine.width + (fine.width > 1 ? fine.width / 2 : 0);
-        if (time - before > gap && before > -Infinity) {
-          rowAt(before + fine.width)[column] = [NaN, NaN, NaN];
-        }
-        rowAt(time)[column] = shown(chart, bucket, fine.width);
-        before = time;
-      }
-    });
-    return [...rows.keys()].sort((a, b) => a - b).map((time) => [time, ...rows.get(time)]);
   };
 
   // --- charts --------------------------------------------------------------------------------
@@ -285,10 +211,8 @@ const page = (() => {
   let view = null; // the window of time that all charts show; null: everything
   const shownWindow = () => view ?? whole();
   const dashes = [null, [7, 3], [2, 2], [9, 3, 2, 3]];
-  const colours = () =>
-    getComputedStyle(document.documentElement).getPropertyValue("--series").trim().split(/\s+/);
-  const textColour = () => getComputedStyle(document.documentElement).getPropertyValue("--muted").trim();
-  const lineColour = () => getComputedStyle(document.documentElement).getPropertyValue("--line").trim();
+  const styleOf = (name) => getComputedStyle(document.documentElement).getPropertyValue(name).trim();
+  const colours = () => styleOf("--series").split(/\s+/);
 
   const figures = new Map(); // by title of the chart
   const labelOf = (series) => series.label + inRadio(series.radio);
@@ -450,7 +374,7 @@ const page = (() => {
     });
     const options = {
       labels, series: perSeries, colors: labels.slice(1).map((_, i) => colours()[i % colours().length]),
-      dateWindow: [from, to], axisLineColor: textColour(), gridLineColor: lineColour(),
+      dateWindow: [from, to], axisLineColor: styleOf("--muted"), gridLineColor: styleOf("--line"),
     };
     if (figure.graph === null) {
       figure.graph = new Dygraph(box, rows, {
@@ -568,9 +492,9 @@ const page = (() => {
   matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => data.charts && drawCharts());
   window.addEventListener("beforeprint", () => {
     for (const figure of figures.values()) {
-      if (figure.graph === null) drawFigure(figure);
+      if (isLive) drawFigure(figure);
       figure.graph.resize();
     }
   });
-  return { isLive, show, draw, unpack, setStatus: (text) => (byId("status").textContent = text) };
+  return { isLive, show, draw, setStatus: (text) => (byId("status").textContent = text) };
 })();
