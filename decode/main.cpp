@@ -13,6 +13,7 @@
 #include "decode/options.h"
 #include "decode/output/file_output.h"
 #include "decode/output/record_output.h"
+#include "decode/page/live/live_page.h"
 #include "decode/page/page_store.h"
 #include "decode/summary/report.h"
 #include "decode/summary/summary.h"
@@ -70,6 +71,7 @@ int run(const options& chosen) {
   auto store = make_store(chosen, output, inputs, taken);
   if (chosen.gsmtap) store = gsmtap_store(std::move(store), *chosen.gsmtap);
   summary counts;
+  if (chosen.page) store = page::live_page_store(std::move(store), *chosen.page, counts);
   const bool is_written =
       chosen.format != output_format::csv && chosen.format != output_format::none;
   const bool all_read =

@@ -62,11 +62,11 @@ void choose_signalling(options& chosen) {
   if (is_pcap || chosen.format == output_format::none || chosen.gsmtap) {
     chosen.wanted.signalling = signalling::logs();
   }
-  if (chosen.format == output_format::html) {
+  if (chosen.format == output_format::html || chosen.page) {
     constexpr std::size_t sip_message = 0x156E;  // shown among the events
     chosen.wanted.signalling.set(sip_message);
   }
-  if (is_pcap && !chosen.with_comments) {
+  if (is_pcap && !chosen.with_comments && !chosen.page) {
     chosen.wanted.logs.reset();
     chosen.wanted.events.reset();
   }
@@ -137,10 +137,20 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
           ->expected(0, 1)
           ->needs(live_option);
 
+  const std::string page_default = "127.0.0.1:8517";
+  std::string page_address;
+  auto* const page_option =
+      app.add_option("--page", page_address,
+                     "serve a page of charts that follows the port: HOST:PORT, port 0 for any; "
+                     "default: " +
+                         page_default)
+          ->expected(0, 1)
+          ->needs(live_option);
+
   std::string format;
   app.add_option("-f,--format", format,
                  "text, jsonl, csv, pcap (signalling for Wireshark), html (a page of charts) or "
-                 "none; default: text");
+                 "none; default: text, with --page none");
   app.add_option("-o,--output", chosen.output,
                  "file to write, or directory for csv; default: standard output");
   app.add_flag("--time", chosen.with_time, "text: start each line with time and radio");
@@ -186,6 +196,10 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
   try {
     app.parse(argc, argv);
     if (live_option->count() > 0) chosen.live = live;
+    if (page_option->count() > 0) {
+      chosen.page = page_address.empty() ? page_default : page_address;
+      chosen.format = output_format::none;
+    }
     if (!format.empty()) chosen.format = chosen_from(formats, "--format", format);
     if (chosen.output == "-") chosen.output.clear();
     if (gsmtap_option->count() > 0) chosen.gsmtap = gsmtap.empty() ? gsmtap_default : gsmtap;

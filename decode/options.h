@@ -19,6 +19,7 @@ struct options {
   std::string save;                   // file for everything that the port sends
   bool force = false;                 // the file, or CSV tables, may already exist
   std::optional<std::string> gsmtap;  // address to send signalling to
+  std::optional<std::string> page;    // address at which to serve the live page
   output_format format = output_format::text;
   std::string output;  // file, or directory for CSV; empty: standard output
   bool with_time = false;

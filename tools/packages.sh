@@ -3,15 +3,15 @@
 # shellcheck shell=bash
 
 packages_to_build=(
-  ca-certificates g++ cmake ninja-build ccache
-  libasio-dev libbenchmark-dev libbz2-dev libcli11-dev libfmt-dev libgtest-dev libjs-dygraphs liblzma-dev libsqlite3-dev
+  ca-certificates curl g++ cmake ninja-build ccache
+  libasio-dev libbenchmark-dev libbz2-dev libcli11-dev libcpp-httplib-dev libfmt-dev libgtest-dev libjs-dygraphs liblzma-dev libsqlite3-dev
   libsqlitecpp-dev libzstd-dev nlohmann-json3-dev zlib1g-dev
   python3
 )
 packages_to_check=(
   clang clang-format clang-tidy libclang-14-dev libclang-rt-14-dev llvm-14-dev
   g++-aarch64-linux-gnu qemu-user-static
-  libc6:arm64 libstdc++6:arm64 libbz2-dev:arm64 libfmt-dev:arm64 libgtest-dev:arm64 liblzma-dev:arm64
+  libc6:arm64 libstdc++6:arm64 libbz2-dev:arm64 libcpp-httplib-dev:arm64 libfmt-dev:arm64 libgtest-dev:arm64 liblzma-dev:arm64
   libsqlite3-dev:arm64 libsqlitecpp-dev:arm64 libzstd-dev:arm64 zlib1g-dev:arm64
   busybox-static cpio libqmi-utils qemu-system-x86
 )

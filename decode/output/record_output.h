@@ -69,6 +69,8 @@ class record_store {
   [[nodiscard]] virtual bool wants_lines() const { return false; }
   /// Writes what the output has without records too. Called at the latest when a packet was found.
   virtual void start() {}
+  /// The live port is open, for the first time or again, or it is lost.
+  virtual void port_changed(bool /*is_open*/) {}
   /// The run is over, and nothing went wrong in writing. Throws output_error.
   virtual void finish(const summary& /*counts*/) {}
 

@@ -1,5 +1,6 @@
 #include "decode/page/cells.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace decode::page {
@@ -55,6 +56,19 @@ void cell_history::add_levels(serving& now, const cell_levels& levels) {
   }
   if (levels.rsrq) cell.rsrq.add(static_cast<double>(*levels.rsrq));
   if (levels.sinr) cell.sinr.add(static_cast<double>(*levels.sinr));
+}
+
+void cell_history::forget_changes_before(std::int64_t milliseconds) {
+  auto end = std::ranges::find_if(
+      changes_, [&](const cell_change& one) { return one.milliseconds >= milliseconds; });
+  if (changes_.size() == most_changes) end = std::max(end, changes_.begin() + most_changes / 4);
+  const auto count = static_cast<std::size_t>(end - changes_.begin());
+  changes_.erase(changes_.begin(), end);
+  changes_forgotten_ += count;
+  for (auto& [key, now] : serving_) {
+    if (!now.change) continue;
+    now.change = *now.change < count ? std::nullopt : std::optional(*now.change - count);
+  }
 }
 
 void cell_history::add(const cell_observation& now) {

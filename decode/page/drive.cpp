@@ -71,6 +71,13 @@ void drive::end_capture() {
   last_.clear();
 }
 
+void drive::forget_before(std::int64_t milliseconds) {
+  for (auto& [key, one] : series_) one.forget_before(milliseconds);
+  for (auto& [key, band] : states_) band.forget_before(milliseconds, true);
+  marks_.forget_before(milliseconds);
+  cells_.forget_changes_before(milliseconds);
+}
+
 void drive::fit_page() {
   for (std::size_t most = most_buckets; most >= 2; most /= 2) {
     std::size_t all = 0;

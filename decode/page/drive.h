@@ -1,6 +1,7 @@
 // All that the page shows, gathered from the records of a run in bounded memory.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <vector>
@@ -23,7 +24,8 @@ struct state_span {
   std::string_view state;
 };
 
-/// Points in time of which only the first ones are kept and the rest counted.
+/// Points in time of which only the first ones are kept and the rest counted, unless those before
+/// some time are forgotten.
 template <typename T, std::size_t most>
 class bounded_list {
  public:
@@ -34,12 +36,24 @@ class bounded_list {
       ++left_out_;
     }
   }
+  /// But for the newest one if it holds on; if there is no room left, a quarter at least.
+  void forget_before(std::int64_t milliseconds, bool holds = false) {
+    auto end =
+        std::ranges::find_if(kept_, [&](const T& one) { return one.milliseconds >= milliseconds; });
+    if (holds && end != kept_.begin()) --end;
+    if (kept_.size() == most) end = std::max(end, kept_.begin() + most / 4);
+    forgotten_ += static_cast<std::uint64_t>(end - kept_.begin());
+    kept_.erase(kept_.begin(), end);
+  }
   [[nodiscard]] const std::vector<T>& kept() const { return kept_; }
   [[nodiscard]] std::uint64_t left_out() const { return left_out_; }
+  /// How many came before those that are kept.
+  [[nodiscard]] std::uint64_t forgotten() const { return forgotten_; }
 
  private:
   std::vector<T> kept_;
   std::uint64_t left_out_ = 0;
+  std::uint64_t forgotten_ = 0;
 };
 
 using mark_list = bounded_list<mark, 5000>;
@@ -55,6 +69,8 @@ class drive {
   void add(const observations& more);
   /// What comes from now on is of another capture or connection.
   void end_capture();
+  /// Keeps the cells.
+  void forget_before(std::int64_t milliseconds);
   /// Makes the series coarser until they fit into a page together.
   void fit_page();
 

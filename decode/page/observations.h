@@ -35,6 +35,8 @@ struct cell_identity {
   std::uint16_t band;
   double bandwidth_mhz;  // 0: not known
   std::string network;   // country and network code: 262-01
+
+  friend bool operator==(const cell_identity&, const cell_identity&) = default;
 };
 
 /// The channel of a cell that the record tells by its PCI alone.

@@ -23,6 +23,11 @@ void series::add(std::int64_t milliseconds, double value) {
   coarsen(most_buckets_);
 }
 
+void series::forget_before(std::int64_t milliseconds) {
+  buckets_.erase(buckets_.begin(),
+                 std::ranges::lower_bound(buckets_, milliseconds >> shift_, {}, &bucket::index));
+}
+
 void series::coarsen(std::size_t most_buckets) {
   while (buckets_.size() > most_buckets) double_width();
 }

@@ -25,6 +25,8 @@ class series {
   explicit series(std::size_t most_buckets) : most_buckets_(most_buckets) {}
 
   void add(std::int64_t milliseconds, double value);
+  /// Those that end by then.
+  void forget_before(std::int64_t milliseconds);
   /// Joins buckets until there are at most this many.
   void coarsen(std::size_t most_buckets);
 

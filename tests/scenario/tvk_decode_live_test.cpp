@@ -1,4 +1,5 @@
-// tvk-decode at a live port: what it asks for and gives back, what it saves, and datagrams.
+// tvk-decode at a live port: what it asks for and gives back, what it saves, datagrams and the
+// live page.
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -10,6 +11,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <functional>
+#include <list>
 #include <string>
 #include <vector>
 
@@ -300,6 +302,73 @@ TEST_F(tvk_decode_live, records_come_from_a_simulated_modem_as_from_its_file) {
   EXPECT_EQ(live.wait().exit_status, 0);
   EXPECT_TRUE(records_in(read_file(file("lines"))) == expected);
   EXPECT_TRUE(decode({"-f", "jsonl", file("s.qmdl")}).output == expected);
+}
+
+/// The header of the answer to a request with this header.
+std::string answer(const std::string& header, const std::string& url) {
+  return run("curl", {"-s", "-D", "-", "-o", "/dev/null", "-H", header, url}).output;
+}
+
+class browser : public background_process {
+ public:
+  explicit browser(const std::string& url) : background_process("curl", {"-sN", url + "events"}) {}
+  bool gets(const std::string& text) { return wait_for_output_text(text); }
+};
+
+/// Of a thousand bytes.
+bytes sip_message(const std::string& end) {
+  const auto text = std::string(999 - end.size(), 'x') + end;
+  return diag_frame(
+      hex("1000 0404 0404 6E15 BE0C0B9E34DDD400 01010000 E803 E803 02000000 FF000000") +
+      bytes(text.begin(), text.end()) + bytes{0});
+}
+
+TEST_F(tvk_decode_live, page_follows_the_port_for_several_browsers_whether_they_read_or_not) {
+  EXPECT_EQ(decode({"--page", file("none")}).exit_status, 2);
+  live_port modem;
+  background_process live(TVK_DECODE_PROGRAM,
+                          modem.arguments({"--page", "127.0.0.1:0", "-o", file("lines")}));
+  ASSERT_TRUE(live.wait_for_error_text("/\n"));
+  auto url = live.errors_so_far();
+  url = url.substr(url.find("http://127.0.0.1:"), url.size() - 1 - url.find("http"));
+
+  EXPECT_EQ(answer("Host: rebound.example", url).find("HTTP/1.1 403 "), 0U);
+  EXPECT_EQ(run("curl", {"-s", "-w", "%{http_code}", "-d", "text", url}).output, "405");
+  const auto page = answer("Accept: */*", url);
+  EXPECT_NE(page.find("; connect-src 'self'; frame-ancestors 'none'\r\n"), std::string::npos)
+      << page;
+
+  std::list<browser> all;
+  EXPECT_TRUE(all.emplace_back(url).gets("event: whole\ndata: {"));
+  modem.port().write(diag_frame(cell_info));
+  EXPECT_TRUE(all.front().gets(R"("pci":289)"));
+  EXPECT_TRUE(all.emplace_back(url).gets(R"("pci":289)"));
+  auto next_cell = cell_info;
+  next_cell[17] = 0x22;
+  modem.port().write(diag_frame(next_cell));
+  for (auto& one : all) EXPECT_TRUE(one.gets(R"(149772,"radio":1,"from":0,"to":1,)"));
+  modem.port().close_connection();
+  EXPECT_TRUE(all.front().gets(R"("port_is_open":true,"port_losses":1)"));
+
+  while (all.size() < 16) EXPECT_TRUE(all.emplace_back(url).gets("event: whole"));
+  EXPECT_EQ(answer("Accept: */*", url + "events").find("HTTP/1.1 503 "), 0U);
+  while (all.size() > 2) all.pop_back();
+  EXPECT_TRUE(eventually([&] { return browser(url).gets("event: whole"); }));
+
+  // What it has to take is more than the system holds for it. Decoding goes on while it is there.
+  browser slow(url);
+  EXPECT_TRUE(slow.gets("event: whole"));
+  slow.send_signal(SIGSTOP);
+  for (const char* const last : {"half", "last"}) {
+    for (int i = 0; i < 500; ++i) modem.port().write(sip_message(""));
+    modem.port().write(sip_message(last));
+    for (auto& one : all) EXPECT_TRUE(one.gets(last));
+  }
+  slow.send_signal(SIGCONT);
+  EXPECT_TRUE(slow.gets("last"));
+  live.send_signal(SIGINT);
+  EXPECT_EQ(live.wait().exit_status, 0);
+  EXPECT_TRUE(all.front().gets("event: end\n"));
 }
 
 }  // namespace

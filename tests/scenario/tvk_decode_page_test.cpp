@@ -8,6 +8,8 @@
 #include <nlohmann/json.hpp>
 
 #include "decode/page/cells.h"
+#include "decode/page/live/live_data.h"
+#include "decode/page/live/record_clock.h"
 #include "decode/page/series.h"
 #include "support/bytes.h"
 #include "support/hand_diag.h"
@@ -61,7 +63,7 @@ TEST(tvk_decode_page, shows_what_the_records_say_and_nothing_as_markup) {
   EXPECT_EQ(got.output.find("<img"), std::string::npos);
   EXPECT_EQ(got.output.find("<script>x"), std::string::npos);
   EXPECT_NE(got.output.find("default-src 'none'; script-src 'sha256-"), std::string::npos);
-  for (const char* mark : {"@data@", "@page_js@", "@script_hashes@"}) {
+  for (const char* mark : {"@data@", "@page_js@", "@policy@"}) {
     EXPECT_EQ(got.output.find(mark), std::string::npos) << mark;
   }
 
@@ -108,6 +110,36 @@ TEST(tvk_decode_page, percentile_is_the_lowest_value_that_covers_the_share) {
   EXPECT_EQ(levels.percentile(50), -102.75);
   EXPECT_EQ(levels.percentile(95), -100.5);
   EXPECT_EQ(levels.count(), 20U);
+}
+
+TEST(tvk_decode_page, live_keeps_an_hour_and_starts_over_when_the_clock_is_set_back) {
+  using namespace decode::page;
+  record_clock clock;
+  live_data data;
+  const auto add = [&](std::int64_t minute, const char* text) {
+    const auto time = 1'458'770'000'000 + minute * 60'000;
+    const auto verdict = clock.judge(time);
+    if (verdict == record_clock::verdict::strange) return;
+    live_batch one{verdict == record_clock::verdict::set_back, time_window{time, time}, {}};
+    one.seen.marks.push_back({time, 1, 0, text});
+    data.add(one, {});
+  };
+  const auto shown = [&] {
+    live_data::clock::time_point due;
+    const auto text = live_data::follower(data).next(due);
+    std::string found;
+    for (const std::string one : {"early ", "later ", "newest ", "wrong ", "back "}) {
+      if (text->find(one) != std::string::npos) found += one;
+    }
+    return found;
+  };
+  add(0, "early ");
+  add(30, "later ");
+  add(65, "newest ");
+  add(9, "wrong ");
+  EXPECT_EQ(shown(), "later newest ");
+  for (int i = 0; i < 10; ++i) add(10, "back ");
+  EXPECT_EQ(shown(), "back ");
 }
 
 }  // namespace
