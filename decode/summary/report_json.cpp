@@ -1,5 +1,8 @@
 #include <fmt/format.h>
 
+#include <iterator>
+#include <utility>
+
 #include <nlohmann/json.hpp>
 
 #include "decode/output/identity.h"
@@ -78,6 +81,23 @@ json cells(const summary& all) {
   return list;
 }
 
+/// Puts the files at the end of the object. There may be millions.
+void put_files(std::string& object, const std::vector<file_summary>& files) {
+  constexpr std::size_t rest_of_row = 80;
+  std::size_t size = object.size() + rest_of_row;
+  for (const auto& file : files) size += file.name.size() + rest_of_row;
+  object.reserve(size);
+  object.pop_back();
+  object += R"(,"files":[)";
+  const char* separator = "";
+  for (const auto& file : files) {
+    fmt::format_to(
+        std::back_inserter(object), R"({}{{"file":"{}","bytes":{},"frames":{},"records":{}}})",
+        std::exchange(separator, ","), json_text(file.name), file.bytes, file.frames, file.records);
+  }
+  object += "]}\n";
+}
+
 }  // namespace
 
 std::string to_json(const summary& all, double seconds) {
@@ -116,16 +136,9 @@ std::string to_json(const summary& all, double seconds) {
                                 {"messages", all.signalling[index]}});
   }
   whole["cells"] = cells(all);
-  // There may be a million of them, so each becomes text at once.
   auto text = whole.dump(-1, ' ', false, json::error_handler_t::replace);
-  text.replace(text.size() - 1, 1, R"(,"files":[)");
-  for (const auto& file : all.files) {
-    fmt::format_to(std::back_inserter(text),
-                   R"({{"file":"{}","bytes":{},"frames":{},"records":{}}},)", json_text(file.name),
-                   file.bytes, file.frames, file.records);
-  }
-  if (text.ends_with(',')) text.pop_back();
-  return text + "]}\n";
+  put_files(text, all.files);
+  return text;
 }
 
 }  // namespace decode
