@@ -13,7 +13,6 @@
 #include "decode/options.h"
 #include "decode/output/file_output.h"
 #include "decode/output/record_output.h"
-#include "decode/output/row_writer.h"
 #include "decode/output/table_folder.h"
 #include "decode/page/page_store.h"
 #include "decode/summary/report.h"

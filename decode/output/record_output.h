@@ -86,6 +86,11 @@ class output_error : public std::runtime_error {
 
 /// One object per line.
 [[nodiscard]] std::unique_ptr<record_store> json_lines_store(file_output& to, bool with_raw_bytes);
+/// Columns are named by field and unit; a repeated part is one column that holds a JSON array.
+/// Values that were not measured are empty.
+extern const row_format csv_rows;
+/// An object per row. Values that were not measured are null.
+extern const row_format json_rows;
 /// A table for each kind of record.
 [[nodiscard]] std::unique_ptr<record_store> table_store(const row_format& form, bool with_raw_bytes,
                                                         const table_place& place,

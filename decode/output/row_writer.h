@@ -32,10 +32,4 @@ struct row_format {
   std::unique_ptr<row_writer> (*make_writer)(const std::string& file, bool with_raw_bytes);
 };
 
-/// Columns are named by field and unit; a repeated part is one column that holds a JSON array.
-/// Values that were not measured are empty.
-extern const row_format csv_rows;
-/// An object per row. Values that were not measured are null.
-extern const row_format json_rows;
-
 }  // namespace decode

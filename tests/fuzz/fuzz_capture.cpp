@@ -19,7 +19,6 @@
 #include <nlohmann/json.hpp>
 
 #include "decode/input/packed_source.h"
-#include "decode/output/row_writer.h"
 #include "decode/output/table_folder.h"
 #include "decode/summary/report.h"
 #include "support/decode_in_memory.h"
