@@ -135,11 +135,9 @@ async function duckdb() {
   const [levels, load] = shown('duckdb', fleet);
   expect('DuckDB: files of a year', JSON.stringify(await rows('EXPLAIN ' + levels)).match(/Scanning Files: [0-9/]*/),
     `Scanning Files: ${days.filter((day) => day.startsWith('day=2016')).length}/${days.length}`);
-  await db.run(`CREATE TABLE year AS FROM lte_srv_meas_pcc WHERE year(time AT TIME ZONE 'UTC') = 2016;
-    DELETE FROM lte_srv_meas_pcc; ${load}`);
-  const [differ] = await rows(`SELECT count(*) AS rows FROM (FROM year EXCEPT ALL FROM lte_srv_meas_pcc)
-    UNION ALL SELECT count(*) FROM (FROM lte_srv_meas_pcc EXCEPT ALL FROM year) ORDER BY rows DESC`);
-  expect('DuckDB: rows of a year that differ', differ.rows, 0);
+  await db.run(`DELETE FROM lte_srv_meas_pcc; ${load}`);
+  const of_year = lines.filter(({name, time}) => name === 'lte_srv_meas_pcc' && time.startsWith('2016'));
+  expect('DuckDB: rows of a year', (await rows('FROM lte_srv_meas_pcc')).length, of_year.length);
 }
 
 async function postgresql() {

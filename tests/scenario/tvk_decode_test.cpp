@@ -1,5 +1,6 @@
 // tvk-decode as its users run it: captures of every form, filters and formats.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -228,7 +229,7 @@ TEST_F(tvk_decode, standard_streams_that_take_nothing_are_errors_and_are_left_al
 TEST_F(tvk_decode, merged_summaries_are_that_of_one_run) {
   // More radios, versions and logs without decoder than a summary has lines for.
   bytes halves[2] = {diag_frame(lte_message), capture};
-  for (std::uint32_t i = 0; i < 300; ++i) {
+  for (std::uint32_t i = 0; i < 600; ++i) {
     bytes version = hex("98010000") + u32(i + 1) + cell_info;
     bytes code = cell_info;
     version[24] = u32(i)[0];
@@ -245,7 +246,7 @@ TEST_F(tvk_decode, merged_summaries_are_that_of_one_run) {
   const auto whole = summary_of({a, b}, "whole");
   const auto of_a = summary_of({a}, "a.json");
   summary_of({b}, "b.json");
-  EXPECT_NE(whole.find(R"("logs_of_other_codes":45,)"), std::string::npos) << whole;
+  EXPECT_NE(whole.find(R"("logs_of_other_codes":345,)"), std::string::npos) << whole;
   const std::regex rate("\"rate_MBps\":[^,]*");
   const auto merged = decode({"--merge-summaries", file("a.json"), file("b.json")}).output;
   EXPECT_EQ(std::regex_replace(merged, rate, ""), std::regex_replace(whole, rate, ""));
@@ -254,7 +255,6 @@ TEST_F(tvk_decode, merged_summaries_are_that_of_one_run) {
   for (const auto& [content, why] : std::map<std::string, std::string>{
            {begin, "not a whole summary: no JSON from byte "},
            {begin + "\"files\":[]}", "not a whole summary: \"cells\" is missing\n"},
-           {R"({"radios":[{"packets":-1}]})", "not a whole summary: \"packets\" is -1\n"},
            {of_a, "counts " + a + ", as " + file("a.json") + " does\n"}}) {
     const auto wrong = made("wrong", bytes(content.begin(), content.end()));
     const auto got = decode({"--merge-summaries", file("a.json"), wrong, "-o", file("never")});
@@ -264,7 +264,7 @@ TEST_F(tvk_decode, merged_summaries_are_that_of_one_run) {
 }
 
 TEST_F(tvk_decode, a_run_has_its_own_files_in_a_tree_of_kinds_and_days) {
-  // More days than files are kept open, each twice.
+  // More days than files may be open, each twice.
   bytes days;
   for (unsigned i = 0; i < 640; ++i) {
     bytes log = voice;
@@ -273,14 +273,18 @@ TEST_F(tvk_decode, a_run_has_its_own_files_in_a_tree_of_kinds_and_days) {
     days = days + diag_frame(log);
   }
   const auto year = made("year", days);
+  const rlimit few_files{256, 1024};
+  EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &few_files), 0);
   const auto day_23 = made("day", diag_frame(voice));
   const auto arguments = [&](const std::string& run, std::vector<std::string> more) {
     more.insert(more.begin(), {"-f", "jsonl", "-o", file("tree"), "--partition", run});
     return more;
   };
+  const auto path = [&](const std::string& day, const std::string& name) {
+    return file("tree/record=ims_rtp_sn_and_payload/day=2016-03-" + day + "/" + name);
+  };
   const auto lines = [&](const std::string& day, const std::string& name) {
-    const auto path = "tree/record=ims_rtp_sn_and_payload/day=2016-03-" + day + "/" + name;
-    return records_in(read_file(file(path)));
+    return records_in(read_file(path(day, name)));
   };
   for (const char* run : {"a", "b"}) EXPECT_EQ(decode(arguments(run, {year})).exit_status, 0);
   EXPECT_EQ(lines("24", "a.jsonl"),
@@ -295,10 +299,11 @@ TEST_F(tvk_decode, a_run_has_its_own_files_in_a_tree_of_kinds_and_days) {
   ASSERT_EQ(::mkfifo(file("fifo").c_str(), 0600), 0);
   background_process late(TVK_DECODE_PROGRAM, arguments("c", {day_23, file("fifo")}));
   ASSERT_TRUE(eventually([&] { return lines("23", "c.jsonl.unfinished") == voice_line(); }));
-  EXPECT_EQ(decode(arguments("c", {year})).exit_status, 0);
+  std::filesystem::remove(path("23", "c.jsonl.unfinished"));
+  std::ofstream(path("23", "c.jsonl.unfinished")) << "half";
   std::ofstream(file("fifo")) << "nothing";
-  EXPECT_EQ(late.wait().exit_status, 1);
-  EXPECT_EQ(lines("23", "c.jsonl"), voice_line() + voice_line());
+  EXPECT_TRUE(late.wait().errors.ends_with("c.jsonl: another run writes it at the same time\n"));
+  EXPECT_EQ(lines("23", "c.jsonl.unfinished"), "half");
 }
 
 }  // namespace
