@@ -83,6 +83,15 @@ std::int64_t to_time(const char* option, const std::string& text) {
   return *time;
 }
 
+/// The error, or an empty text. Programs that read trees of tables ignore files whose names begin
+/// with a dot or an underscore.
+std::string check_partition(const std::string& name) {
+  if (!name.empty() && name.find('/') == std::string::npos && name[0] != '.' && name[0] != '_') {
+    return {};
+  }
+  return fmt::format("'{}' is not the name of a visible file", name);
+}
+
 }  // namespace
 
 std::optional<options> parse_command_line(int argc, char** argv, int& exit_code) {
@@ -113,7 +122,8 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
       "print the schema of -f jsonl: json; or the statements that create and load tables: duckdb, "
       "postgresql, sqlite");
 
-  app.add_option("input", chosen.inputs, "files, directories, - for standard input");
+  auto* const input_option =
+      app.add_option("input", chosen.inputs, "files, directories, - for standard input");
   std::string live;
   auto* const live_option =
       app.add_option("--live", live,
@@ -126,7 +136,7 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
           ->needs(live_option);
   auto* const force_option =
       app.add_flag("--force", chosen.force,
-                   "let --save replace its file, and -f csv the tables in its directory");
+                   "let --save replace its file, and -f csv or --partition this run's tables");
 
   const std::string gsmtap_default = "127.0.0.1:4729";
   std::string gsmtap;
@@ -151,8 +161,13 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
   app.add_option("-f,--format", format,
                  "text, jsonl, csv, pcap (signalling for Wireshark), html (a page of charts) or "
                  "none; default: text, with --page none");
-  app.add_option("-o,--output", chosen.output,
-                 "file to write, or directory for csv; default: standard output");
+  auto* const output_option =
+      app.add_option("-o,--output", chosen.output,
+                     "file to write, or directory for csv; default: standard output");
+  app.add_option("--partition", chosen.partition,
+                 "csv, jsonl: the output is a tree of record=.../day=.../NAME.csv, which runs of "
+                 "other names may write too")
+      ->check(check_partition);
   app.add_flag("--time", chosen.with_time, "text: start each line with time and radio");
   app.add_flag("--raw", chosen.with_raw_bytes, "jsonl, csv: add the record's bytes");
   app.add_flag("--comments", chosen.with_comments,
@@ -161,7 +176,15 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
                "print counts at the end: on standard output with -f none, otherwise on standard "
                "error");
   std::string summary_format;
-  app.add_option("--summary-format", summary_format, "text or json; the latter implies --summary");
+  auto* const summary_format_option = app.add_option("--summary-format", summary_format,
+                                                     "text or json; the latter implies --summary");
+  app.add_option("--summary-file", chosen.summary_file,
+                 "print the counts to a file; implies --summary");
+  auto* const merge_option =
+      app.add_flag("--merge-summaries", chosen.merge_summaries,
+                   "merge the JSON summaries of other runs, which are the inputs, into one");
+  const CLI::Option* const merge_options[] = {merge_option, input_option, output_option,
+                                              summary_format_option};
 
   std::vector<std::string> codes;
   std::vector<std::string> events;
@@ -204,6 +227,15 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
     if (chosen.output == "-") chosen.output.clear();
     if (gsmtap_option->count() > 0) chosen.gsmtap = gsmtap.empty() ? gsmtap_default : gsmtap;
     choose_signalling(chosen);
+    chosen.with_summary |= !chosen.summary_file.empty();
+    if (chosen.merge_summaries) {
+      chosen.summary = summary_format::json;
+      for (const auto* const option : app.get_options()) {
+        if (option->count() > 0 && !std::ranges::count(merge_options, option)) {
+          throw CLI::ExcludesError(merge_option->get_name(), option->get_name());
+        }
+      }
+    }
     if (!summary_format.empty()) {
       chosen.with_summary = true;
       chosen.summary = chosen_from(summary_formats, "--summary-format", summary_format);
@@ -227,11 +259,15 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
       throw CLI::RequiredError(chosen.live ? "Either input or --live, not both"
                                            : "An input or --live");
     }
-    if (chosen.format == output_format::csv && chosen.output.empty()) {
-      throw CLI::RequiredError("--output DIRECTORY for csv");
+    if (!chosen.partition.empty() && chosen.format != output_format::csv &&
+        chosen.format != output_format::json_lines) {
+      throw CLI::RequiredError("-f csv or -f jsonl for --partition");
     }
-    if (chosen.force && chosen.format != output_format::csv && save_option->count() == 0) {
-      throw CLI::RequiresError(force_option->get_name(), "--save or -f csv");
+    if (chosen.makes_tables() && chosen.output.empty()) {
+      throw CLI::RequiredError("--output DIRECTORY for csv and --partition");
+    }
+    if (chosen.force && !chosen.makes_tables() && save_option->count() == 0) {
+      throw CLI::RequiresError(force_option->get_name(), "--save, -f csv or --partition");
     }
     if (chosen.with_comments && chosen.format != output_format::pcap) {
       throw CLI::RequiredError("-f pcap for --comments");

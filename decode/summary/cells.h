@@ -55,6 +55,7 @@ class serving_cells {
   void add(const serving_cells& next);
 
   [[nodiscard]] const auto& counts() const { return counts_; }
+  [[nodiscard]] auto& counts() { return counts_; }
 
  private:
   struct sighting {
