@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <iterator>
 #include <sstream>
 #include <string_view>
 #include <thread>
@@ -11,6 +12,7 @@
 #include <CLI/CLI.hpp>
 
 #include "decode/messages.h"
+#include "decode/name_list.h"
 #include "decode/output/file_output.h"
 #include "decode/output/schema_json.h"
 #include "decode/output/schema_sql.h"
@@ -44,15 +46,20 @@ constexpr choice<schema_maker> schemas[] = {
 constexpr choice<summary_format> summary_formats[] = {{"text", summary_format::text},
                                                       {"json", summary_format::json}};
 
+template <typename Value, std::size_t n>
+std::string names_of(const choice<Value> (&rows)[n], std::string_view separator) {
+  std::string names;
+  for (const auto& row : rows) names.append(names.empty() ? "" : separator).append(row.name);
+  return names;
+}
+
 /// The value of the row with this name; the error lists the names.
 template <typename Value, std::size_t n>
 Value chosen_from(const choice<Value> (&rows)[n], const char* option, const std::string& name) {
-  std::string names;
-  for (const auto& row : rows) {
-    if (row.name == name) return row.value;
-    names.append(names.empty() ? "" : ", ").append(row.name);
-  }
-  throw CLI::ValidationError(option, fmt::format("'{}' is not one of {}", name, names));
+  const auto* const row = std::ranges::find(rows, name, &choice<Value>::name);
+  if (row != std::end(rows)) return row->value;
+  throw CLI::ValidationError(option,
+                             fmt::format("'{}' is not one of {}", name, names_of(rows, ", ")));
 }
 
 /// Messages are read for outputs that show them, and where everything is only counted. Records
@@ -104,25 +111,36 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
         throw CLI::Success();
       },
       "describe the records, in Markdown");
-  app.add_option_function<std::string>(
-      "--schema",
-      [&](const std::string& name) {
-        page << chosen_from(schemas, "--schema", name)();
+  app.add_flag_callback(
+      "--list-names",
+      [&] {
+        page << name_list();
         throw CLI::Success();
       },
-      "print the schema of -f jsonl: json; or the statements that create and load tables: duckdb, "
-      "postgresql, sqlite");
+      "list what --code, --event and --data-id take: kind, number, name");
+  app.add_option_function<std::string>(
+         "--schema",
+         [&](const std::string& name) {
+           page << chosen_from(schemas, "--schema", name)();
+           throw CLI::Success();
+         },
+         "print the JSON Schema of -f jsonl, or the statements that create and load an engine's "
+         "tables")
+      ->type_name(names_of(schemas, "|"));
 
-  app.add_option("input", chosen.inputs, "files, directories, - for standard input");
+  app.add_option("input", chosen.inputs, "files, directories, - for standard input")
+      ->type_name("PATH");
   std::string live;
   auto* const live_option =
       app.add_option("--live", live,
                      "decode a DIAG port until interrupted: unix:PATH, unix-packet:PATH, "
                      "unix-packet:@NAME, tcp:HOST:PORT or tty:PATH; "
                      "default: the port that TVK_DIAG names")
+          ->type_name("PORT")
           ->expected(0, 1);
   auto* const save_option =
       app.add_option("--save", chosen.save, "save everything the port sends in a .qmdl file")
+          ->type_name("FILE")
           ->needs(live_option);
   auto* const force_option =
       app.add_flag("--force", chosen.force,
@@ -134,15 +152,17 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
       app.add_option("--gsmtap", gsmtap,
                      "send signalling to a Wireshark that captures there: HOST:PORT; default: " +
                          gsmtap_default)
+          ->type_name("ADDRESS")
           ->expected(0, 1)
           ->needs(live_option);
 
   std::string format;
   app.add_option("-f,--format", format,
-                 "text, jsonl, csv, pcap (signalling for Wireshark), html (a page of charts) or "
-                 "none; default: text");
+                 "pcap: signalling for Wireshark; html: a page of charts; default: text")
+      ->type_name(names_of(formats, "|"));
   app.add_option("-o,--output", chosen.output,
-                 "file to write, or directory for csv; default: standard output");
+                 "file to write, or directory for csv; default: standard output")
+      ->type_name("PATH");
   app.add_flag("--time", chosen.with_time, "text: start each line with time and radio");
   app.add_flag("--raw", chosen.with_raw_bytes, "jsonl, csv: add the record's bytes");
   app.add_flag("--comments", chosen.with_comments,
@@ -151,25 +171,30 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
                "print counts at the end: on standard output with -f none, otherwise on standard "
                "error");
   std::string summary_format;
-  app.add_option("--summary-format", summary_format, "text or json; the latter implies --summary");
+  app.add_option("--summary-format", summary_format, "json implies --summary")
+      ->type_name(names_of(summary_formats, "|"));
 
   std::vector<std::string> codes;
   std::vector<std::string> events;
   std::vector<std::string> data_ids;
   std::string from;
   std::string to;
-  const auto add_list = [&](const char* name, std::vector<std::string>& list, const char* what) {
+  const auto add_list = [&](const char* name, const char* type, std::vector<std::string>& list,
+                            const char* what) {
     // One argument only: the next one is an input.
-    app.add_option(name, list, what)->delimiter(',')->allow_extra_args(false);
+    app.add_option(name, list, what)->type_name(type)->delimiter(',')->allow_extra_args(false);
   };
-  add_list("--code", codes, "only these logs, by code or name: 0xB193,lte_tx_power");
-  add_list("--event", events, "only these events, by id or name: 1606");
-  add_list("--data-id", data_ids, "only these records, by data id or name: 82,lte_rx_agc");
-  app.add_option(
-      "--from", from,
-      "only packets from this time on: 2016-03-23T21:55:49.316, in UTC, or with an offset: +02:00");
-  app.add_option("--to", to, "only packets up to this time");
+  add_list("--code", "LOG", codes, "only these logs, by code or name: 0xB193,lte_tx_power");
+  add_list("--event", "EVENT", events, "only these events, by id or name: 1606");
+  add_list("--data-id", "RECORD", data_ids,
+           "only these records, by data id or name: 82,lte_rx_agc");
+  app.add_option("--from", from,
+                 "only packets from this time on: 2016-03-23T21:55:49.316, in UTC, or with an "
+                 "offset: +02:00")
+      ->type_name("TIME");
+  app.add_option("--to", to, "only packets up to this time")->type_name("TIME");
   app.add_option("--radio", chosen.wanted.radio, "only this radio, counted from 1")
+      ->type_name("N")
       ->check(CLI::PositiveNumber);
 
   bool product_versions = false;
@@ -177,10 +202,12 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
                "decode only the versions that the product's parsers have");
   app.add_flag("--strict", chosen.strict, "exit with 1 if anything was lost or rejected");
   app.add_option("-j,--threads", chosen.threads, "number of threads; default: one per core")
+      ->type_name("N")
       ->check(CLI::Range(1U, max_threads));
   app.add_option("--memory", chosen.memory,
                  fmt::format("memory limit for unpacking, like 1GiB; default: {}MiB",
                              unpacking_memory >> 20))
+      ->type_name("SIZE")
       ->transform(CLI::AsSizeValue(false).description(""));
 
   try {
