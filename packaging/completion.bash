@@ -68,7 +68,9 @@ _tvk_next_words() {
     BEGIN { count = split(typed, given, " ") }
     /^[0-9]+: / {
       end_row(); row = 0
-      if (count == 0) offer(substr($1, 1, length($1) - 1), substr($0, index($0, " ") + 1))
+      group = $1 + 0
+      gsub(/^[0-9]+: | *:? *$/, "")
+      if (count == 0) offer(group, $0)
       next
     }
     /^ *tvk / {

@@ -17,7 +17,7 @@ packages_to_check=(
   g++-aarch64-linux-gnu qemu-user-static
   libc6:arm64 libstdc++6:arm64 libbz2-dev:arm64 libfmt-dev:arm64 libgtest-dev:arm64 liblzma-dev:arm64
   libsqlite3-dev:arm64 libsqlitecpp-dev:arm64 libzstd-dev:arm64 zlib1g-dev:arm64
-  busybox-static cpio libqmi-utils qemu-system-x86
+  busybox-static cpio libqmi-utils man-db qemu-system-x86
 )
 
 # is_known NAME: whether there is such a header, file or command.
