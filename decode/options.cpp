@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <iterator>
 #include <sstream>
 #include <string_view>
 #include <thread>
@@ -56,10 +55,30 @@ std::string names_of(const choice<Value> (&rows)[n], std::string_view separator)
 /// The value of the row with this name; the error lists the names.
 template <typename Value, std::size_t n>
 Value chosen_from(const choice<Value> (&rows)[n], const char* option, const std::string& name) {
-  const auto* const row = std::ranges::find(rows, name, &choice<Value>::name);
-  if (row != std::end(rows)) return row->value;
+  for (const auto& row : rows) {
+    if (row.name == name) return row.value;
+  }
   throw CLI::ValidationError(option,
                              fmt::format("'{}' is not one of {}", name, names_of(rows, ", ")));
+}
+
+/// What --help calls the values of options, from which completion knows what to offer.
+void name_types(CLI::App& app) {
+  struct type_row {
+    const char* option;
+    std::string type;
+  };
+  const type_row rows[] = {
+      {"input", "PATH"},       {"--schema", names_of(schemas, "|")},
+      {"--live", "PORT"},      {"--save", "FILE"},
+      {"--gsmtap", "ADDRESS"}, {"--format", names_of(formats, "|")},
+      {"--output", "PATH"},    {"--summary-format", names_of(summary_formats, "|")},
+      {"--code", "LOG"},       {"--event", "EVENT"},
+      {"--data-id", "RECORD"}, {"--from", "TIME"},
+      {"--to", "TIME"},        {"--radio", "N"},
+      {"--threads", "N"},      {"--memory", "SIZE"},
+  };
+  for (const auto& row : rows) app.get_option(row.option)->type_name(row.type);
 }
 
 /// Messages are read for outputs that show them, and where everything is only counted. Records
@@ -119,28 +138,24 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
       },
       "list what --code, --event and --data-id take: kind, number, name");
   app.add_option_function<std::string>(
-         "--schema",
-         [&](const std::string& name) {
-           page << chosen_from(schemas, "--schema", name)();
-           throw CLI::Success();
-         },
-         "print the JSON Schema of -f jsonl, or the statements that create and load an engine's "
-         "tables")
-      ->type_name(names_of(schemas, "|"));
+      "--schema",
+      [&](const std::string& name) {
+        page << chosen_from(schemas, "--schema", name)();
+        throw CLI::Success();
+      },
+      "print the schema of -f jsonl: json; or the statements that create and load tables: duckdb, "
+      "postgresql, sqlite");
 
-  app.add_option("input", chosen.inputs, "files, directories, - for standard input")
-      ->type_name("PATH");
+  app.add_option("input", chosen.inputs, "files, directories, - for standard input");
   std::string live;
   auto* const live_option =
       app.add_option("--live", live,
                      "decode a DIAG port until interrupted: unix:PATH, unix-packet:PATH, "
                      "unix-packet:@NAME, tcp:HOST:PORT or tty:PATH; "
                      "default: the port that TVK_DIAG names")
-          ->type_name("PORT")
           ->expected(0, 1);
   auto* const save_option =
       app.add_option("--save", chosen.save, "save everything the port sends in a .qmdl file")
-          ->type_name("FILE")
           ->needs(live_option);
   auto* const force_option =
       app.add_flag("--force", chosen.force,
@@ -152,17 +167,15 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
       app.add_option("--gsmtap", gsmtap,
                      "send signalling to a Wireshark that captures there: HOST:PORT; default: " +
                          gsmtap_default)
-          ->type_name("ADDRESS")
           ->expected(0, 1)
           ->needs(live_option);
 
   std::string format;
   app.add_option("-f,--format", format,
-                 "pcap: signalling for Wireshark; html: a page of charts; default: text")
-      ->type_name(names_of(formats, "|"));
+                 "text, jsonl, csv, pcap (signalling for Wireshark), html (a page of charts) or "
+                 "none; default: text");
   app.add_option("-o,--output", chosen.output,
-                 "file to write, or directory for csv; default: standard output")
-      ->type_name("PATH");
+                 "file to write, or directory for csv; default: standard output");
   app.add_flag("--time", chosen.with_time, "text: start each line with time and radio");
   app.add_flag("--raw", chosen.with_raw_bytes, "jsonl, csv: add the record's bytes");
   app.add_flag("--comments", chosen.with_comments,
@@ -171,30 +184,25 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
                "print counts at the end: on standard output with -f none, otherwise on standard "
                "error");
   std::string summary_format;
-  app.add_option("--summary-format", summary_format, "json implies --summary")
-      ->type_name(names_of(summary_formats, "|"));
+  app.add_option("--summary-format", summary_format, "text or json; the latter implies --summary");
 
   std::vector<std::string> codes;
   std::vector<std::string> events;
   std::vector<std::string> data_ids;
   std::string from;
   std::string to;
-  const auto add_list = [&](const char* name, const char* type, std::vector<std::string>& list,
-                            const char* what) {
+  const auto add_list = [&](const char* name, std::vector<std::string>& list, const char* what) {
     // One argument only: the next one is an input.
-    app.add_option(name, list, what)->type_name(type)->delimiter(',')->allow_extra_args(false);
+    app.add_option(name, list, what)->delimiter(',')->allow_extra_args(false);
   };
-  add_list("--code", "LOG", codes, "only these logs, by code or name: 0xB193,lte_tx_power");
-  add_list("--event", "EVENT", events, "only these events, by id or name: 1606");
-  add_list("--data-id", "RECORD", data_ids,
-           "only these records, by data id or name: 82,lte_rx_agc");
-  app.add_option("--from", from,
-                 "only packets from this time on: 2016-03-23T21:55:49.316, in UTC, or with an "
-                 "offset: +02:00")
-      ->type_name("TIME");
-  app.add_option("--to", to, "only packets up to this time")->type_name("TIME");
+  add_list("--code", codes, "only these logs, by code or name: 0xB193,lte_tx_power");
+  add_list("--event", events, "only these events, by id or name: 1606");
+  add_list("--data-id", data_ids, "only these records, by data id or name: 82,lte_rx_agc");
+  app.add_option(
+      "--from", from,
+      "only packets from this time on: 2016-03-23T21:55:49.316, in UTC, or with an offset: +02:00");
+  app.add_option("--to", to, "only packets up to this time");
   app.add_option("--radio", chosen.wanted.radio, "only this radio, counted from 1")
-      ->type_name("N")
       ->check(CLI::PositiveNumber);
 
   bool product_versions = false;
@@ -202,13 +210,12 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
                "decode only the versions that the product's parsers have");
   app.add_flag("--strict", chosen.strict, "exit with 1 if anything was lost or rejected");
   app.add_option("-j,--threads", chosen.threads, "number of threads; default: one per core")
-      ->type_name("N")
       ->check(CLI::Range(1U, max_threads));
   app.add_option("--memory", chosen.memory,
                  fmt::format("memory limit for unpacking, like 1GiB; default: {}MiB",
                              unpacking_memory >> 20))
-      ->type_name("SIZE")
       ->transform(CLI::AsSizeValue(false).description(""));
+  name_types(app);
 
   try {
     app.parse(argc, argv);

@@ -37,7 +37,7 @@ local function column_widths(rows)
     widths[widest] = widths[widest] - 1
     excess = excess - 1
   end
-  return widths, excess
+  return widths
 end
 
 -- Two columns of which the second does not fit on a line are a list of terms.
