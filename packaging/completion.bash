@@ -123,7 +123,7 @@ _tvk_offer_values() {
     KEY) # the error about an unknown key lists them
       [ -z "$key" ] || return 0
       compopt -o nospace 2>/dev/null
-      _tvk_offer "$current" < <("$1" serve --set = 2>&1 | grep -o '[a-z_.]*=[-0-9]*\.\.[-0-9]*' | sed 's/=/=\t/')
+      _tvk_offer "$current" < <("$1" serve --set = 2>&1 | grep -o '[a-z0-9_.]*=[-0-9]*\.\.[-0-9]*' | sed 's/=/=\t/')
       ;;
     RULE) # so do the errors about a service and an action
       compopt -o nospace 2>/dev/null

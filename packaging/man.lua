@@ -1,6 +1,6 @@
 -- Makes a man page of a manual, which begins with "# NAME: title". The first code block becomes the section SYNOPSIS,
--- what else is before the first heading DESCRIPTION; headings go up one level. From the metadata: `names` and `summary`,
--- what the section NAME says; `docs`, the folder of the package's documents; `pages`, the names of all pages.
+-- what else is before the first heading DESCRIPTION; headings go up one level. From the metadata: `names` and
+-- `summary`, which the section NAME says; `docs`, the folder of the package's documents; `pages`, the names of all.
 
 local line_width = 71 -- of 80 columns, after the indentation
 local between_columns = 3
