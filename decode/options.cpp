@@ -11,6 +11,7 @@
 #include <CLI/CLI.hpp>
 
 #include "decode/messages.h"
+#include "decode/name_list.h"
 #include "decode/output/file_output.h"
 #include "decode/output/schema_json.h"
 #include "decode/output/schema_sql.h"
@@ -44,15 +45,40 @@ constexpr choice<schema_maker> schemas[] = {
 constexpr choice<summary_format> summary_formats[] = {{"text", summary_format::text},
                                                       {"json", summary_format::json}};
 
+template <typename Value, std::size_t n>
+std::string names_of(const choice<Value> (&rows)[n], std::string_view separator) {
+  std::string names;
+  for (const auto& row : rows) names.append(names.empty() ? "" : separator).append(row.name);
+  return names;
+}
+
 /// The value of the row with this name; the error lists the names.
 template <typename Value, std::size_t n>
 Value chosen_from(const choice<Value> (&rows)[n], const char* option, const std::string& name) {
-  std::string names;
   for (const auto& row : rows) {
     if (row.name == name) return row.value;
-    names.append(names.empty() ? "" : ", ").append(row.name);
   }
-  throw CLI::ValidationError(option, fmt::format("'{}' is not one of {}", name, names));
+  throw CLI::ValidationError(option,
+                             fmt::format("'{}' is not one of {}", name, names_of(rows, ", ")));
+}
+
+/// What --help calls the values of options, from which completion knows what to offer.
+void name_types(CLI::App& app) {
+  struct type_row {
+    const char* option;
+    std::string type;
+  };
+  const type_row rows[] = {
+      {"input", "PATH"},       {"--schema", names_of(schemas, "|")},
+      {"--live", "PORT"},      {"--save", "FILE"},
+      {"--gsmtap", "ADDRESS"}, {"--format", names_of(formats, "|")},
+      {"--output", "PATH"},    {"--summary-format", names_of(summary_formats, "|")},
+      {"--code", "LOG"},       {"--event", "EVENT"},
+      {"--data-id", "RECORD"}, {"--from", "TIME"},
+      {"--to", "TIME"},        {"--radio", "N"},
+      {"--threads", "N"},      {"--memory", "SIZE"},
+  };
+  for (const auto& row : rows) app.get_option(row.option)->type_name(row.type);
 }
 
 /// Messages are read for outputs that show them, and where everything is only counted. Records
@@ -113,6 +139,13 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
         throw CLI::Success();
       },
       "describe the records, in Markdown");
+  app.add_flag_callback(
+      "--list-names",
+      [&] {
+        page << name_list();
+        throw CLI::Success();
+      },
+      "list what --code, --event and --data-id take: kind, number, name");
   app.add_option_function<std::string>(
       "--schema",
       [&](const std::string& name) {
@@ -215,6 +248,7 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
                  fmt::format("memory limit for unpacking, like 1GiB; default: {}MiB",
                              unpacking_memory >> 20))
       ->transform(CLI::AsSizeValue(false).description(""));
+  name_types(app);
 
   try {
     app.parse(argc, argv);
