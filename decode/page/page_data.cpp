@@ -47,13 +47,14 @@ bool is_rate(series_kind kind) {
 }
 
 ordered_json json_of_charts(const drive& all) {
+  const auto all_series = all.all_series();
   auto found = ordered_json::array();
   for (const auto& chart : charts()) {
     auto list = ordered_json::array();
     bool rate = false;
-    for (const auto& [key, one] : all.all_series()) {
+    for (const auto& [key, one] : all_series) {
       const auto& planned = all.plan().series()[key.first];
-      if (planned.row->chart != chart.id || one.buckets().empty()) continue;
+      if (planned.row->chart != chart.id) continue;
       rate = is_rate(planned.row->kind);
       list.push_back({{"label", planned.label},
                       {"radio", key.second},
@@ -97,7 +98,8 @@ ordered_json json_of(const visited_cell& one, const serving_cells& times) {
     if (one.broadcast->bandwidth_mhz > 0) json["bandwidth_MHz"] = one.broadcast->bandwidth_mhz;
     json["identity"] = one.broadcast->identity;
     json["tac"] = one.broadcast->tac;
-    json["network"] = one.broadcast->network;
+    json["network"] = fmt::format("{:03}-{:0{}}", one.broadcast->mcc, one.broadcast->mnc,
+                                  one.broadcast->mnc_digits);
   }
   return json;
 }
