@@ -93,6 +93,22 @@ void drive::fit(std::size_t most_in_all) {
   }
 }
 
+void drive::fit_page() {
+  fit(most_page_buckets);
+  std::size_t most_text = SIZE_MAX;
+  std::size_t all = SIZE_MAX;
+  while (all > most_page_text) {
+    all = 0;
+    std::size_t longest = 0;
+    for (auto& one : marks_.kept()) {
+      one.text.resize(std::min(one.text.size(), most_text));
+      longest = std::max(longest, one.text.size());
+      all += one.text.size();
+    }
+    most_text = longest / 2;
+  }
+}
+
 std::vector<std::pair<drive::series_key, const series&>> drive::all_series() const {
   std::vector<std::pair<series_key, const series&>> found;
   for (std::uint16_t i = 0; i < plan_.series().size(); ++i) {

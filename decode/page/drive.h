@@ -23,6 +23,8 @@ constexpr std::size_t most_bands = 192;
 constexpr std::size_t most_kept_buckets = 800'000;
 /// Of all series together in a page.
 constexpr std::size_t most_page_buckets = 120'000;
+/// Of all marks together in a page.
+constexpr std::size_t most_page_text = 1'000'000;
 
 /// A state that holds until the next one of its band.
 struct state_span {
@@ -44,6 +46,7 @@ class bounded_list {
   [[nodiscard]] const std::vector<T>& kept() const { return kept_; }
   [[nodiscard]] std::uint64_t left_out() const { return left_out_; }
   [[nodiscard]] bool is_full() const { return kept_.size() == most; }
+  [[nodiscard]] std::vector<T>& kept() { return kept_; }
 
  private:
   std::vector<T> kept_;
@@ -63,8 +66,8 @@ class drive {
   void add(const observations& more);
   /// What comes from now on is of another capture or connection.
   void end_capture();
-  /// Makes the series coarser until they fit into a page together.
-  void fit_page() { fit(most_page_buckets); }
+  /// Makes the series coarser and long texts of marks shorter until they fit into a page together.
+  void fit_page();
 
   [[nodiscard]] const extraction_plan& plan() const { return plan_; }
   /// Those that have values, in the order of their keys.

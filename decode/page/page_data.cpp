@@ -4,9 +4,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <span>
 
 #include <nlohmann/json.hpp>
 
+#include "decode/page/bucket_text.h"
 #include "decode/page/page_template.h"
 #include "decode/summary/names.h"
 
@@ -25,28 +27,13 @@ ordered_json or_null(const std::optional<float>& value) {
   return value ? ordered_json(rounded(static_cast<double>(*value))) : ordered_json();
 }
 
-/// Flat, as web/page.js unpacks it.
-ordered_json json_of(const series& one) {
-  auto flat = ordered_json::array();
-  std::int64_t index = 0;
-  for (const auto& bucket : one.buckets()) {
-    flat.push_back(bucket.index - index);
-    flat.push_back(bucket.count);
-    flat.push_back(rounded(bucket.mean()));
-    if (bucket.count > 1) {
-      flat.push_back(rounded(static_cast<double>(bucket.least)));
-      flat.push_back(rounded(static_cast<double>(bucket.greatest)));
-    }
-    index = bucket.index;
-  }
-  return flat;
-}
-
 bool is_rate(series_kind kind) {
   return kind == series_kind::bytes || kind == series_kind::counted_bytes;
 }
 
-ordered_json json_of_charts(const drive& all) {
+/// With null in place of the buckets, whose series are listed in the same order: as JSON values
+/// they would take several times as much time and memory as their text.
+ordered_json json_of_charts(const drive& all, std::vector<const series*>& listed) {
   const auto all_series = all.all_series();
   auto found = ordered_json::array();
   for (const auto& chart : charts()) {
@@ -59,7 +46,8 @@ ordered_json json_of_charts(const drive& all) {
       list.push_back({{"label", planned.label},
                       {"radio", key.second},
                       {"width", one.width()},
-                      {"buckets", json_of(one)}});
+                      {"buckets", nullptr}});
+      listed.push_back(&one);
     }
     if (list.empty()) continue;
     found.push_back({{"title", chart.title},
@@ -184,6 +172,31 @@ ordered_json json_of_refused(const summary& counts) {
   return found;
 }
 
+void append_without_tags(std::string& to, std::string_view text) {
+  for (const char c : text) {
+    if (c == '<') {
+      to += "\\u003c";
+    } else {
+      to += c;
+    }
+  }
+}
+
+/// Puts buckets where their nulls are. Texts do not look like these: their quotes are escaped.
+std::string with_buckets(std::string_view text, std::span<const series* const> listed) {
+  constexpr std::string_view key = R"("buckets":)";
+  constexpr std::string_view null = "null";
+  std::string filled;
+  for (const auto* const one : listed) {
+    const auto end = text.find(key) + key.size();
+    append_without_tags(filled, text.substr(0, end));
+    append_buckets(filled, one->buckets());
+    text.remove_prefix(end + null.size());
+  }
+  append_without_tags(filled, text);
+  return filled;
+}
+
 }  // namespace
 
 std::string page_data(const page_head& head, const drive& all, const summary& counts) {
@@ -205,22 +218,14 @@ std::string page_data(const page_head& head, const drive& all, const summary& co
   for (const auto& [radio, packets] : counts.radios.values()) radios.push_back(radio);
   json["radios"] = std::move(radios);
   add_cells(json, all.cells(), counts.cells);
-  json["charts"] = json_of_charts(all);
+  std::vector<const series*> listed;
+  json["charts"] = json_of_charts(all, listed);
   json["states"] = json_of_states(all);
   add_marks(json, all.marks());
 
   constexpr auto replace = ordered_json::error_handler_t::replace;
   const auto text = json.dump(-1, ' ', false, replace);
-  std::string safe;
-  safe.reserve(text.size());
-  for (const char c : text) {
-    if (c == '<') {
-      safe += "\\u003c";
-    } else {
-      safe += c;
-    }
-  }
-  return safe;
+  return with_buckets(text, listed);
 }
 
 std::string filled_page(std::string_view data) {
