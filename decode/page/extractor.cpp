@@ -18,9 +18,6 @@ using modem_stats::record_schema;
 constexpr unsigned num_chains = 4;
 constexpr std::uint8_t sip_message_record = 116;
 
-/// Modems count from 1980 until they know the time.
-constexpr std::int64_t first_known_time = 631152000000000;  // 1990, microseconds
-
 /// Of a SIP message that a mark shows.
 constexpr std::size_t most_sip_text = 1000;
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,9 @@
 #include "decode/page/record_values.h"
 
 namespace decode::page {
+
+/// Modems count from 1980 until they know the time.
+constexpr std::int64_t first_known_time = 631152000000000;  // 1990, microseconds
 
 /// A series of a chart, of one receive chain where the row is for several.
 struct planned_series {

@@ -201,8 +201,8 @@ std::string with_buckets(std::string_view text, std::span<const series* const> l
 
 std::string page_data(const page_head& head, const drive& all, const summary& counts) {
   const bool has_time = counts.first_time <= counts.last_time;
-  // Without the records from before the modem knew the time, if there were any.
-  const auto first = all.without_time() > 0 && all.first_known() != INT64_MAX
+  // Without what was logged before the modem knew the time.
+  const auto first = counts.first_time < first_known_time && all.first_known() != INT64_MAX
                          ? all.first_known()
                          : counts.first_time / 1000;
   ordered_json json{{"title", head.title},

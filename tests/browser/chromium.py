@@ -2,6 +2,7 @@
 import json
 
 from selenium import webdriver
+from selenium.webdriver import ActionChains, Keys  # noqa: F401, for the checks
 from selenium.webdriver.chrome.service import Service
 
 

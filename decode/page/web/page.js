@@ -250,6 +250,7 @@
         before = time;
       }
     });
+    if (rows.size === 0) rowAt(from); // the library wants a row, if an empty one
     return [...rows.keys()].sort((a, b) => a - b).map((time) => [time, ...rows.get(time)]);
   };
 
@@ -409,6 +410,8 @@
     details.addEventListener("toggle", () => details.open && table.fill());
     figure.refill = () => details.open && table.fill();
     box.addEventListener("keydown", (event) => onKey(figure, event));
+    // Of everything the library has what is shown alone.
+    box.addEventListener("dblclick", (event) => { event.stopPropagation(); moveView(...whole()); }, true);
     figures.set(chart.title, figure);
     return figure;
   };
