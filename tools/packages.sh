@@ -15,6 +15,8 @@ packages_to_check=(
   libsqlite3-dev:arm64 libsqlitecpp-dev:arm64 libzstd-dev:arm64 zlib1g-dev:arm64
   busybox-static cpio libqmi-utils qemu-system-x86
 )
+# For tests/browser/check.
+packages_to_browse=(chromium chromium-driver python3-selenium)
 
 # A package may be installed for both architectures; a name without one means this machine's.
 is_installed() {

@@ -85,11 +85,9 @@ TEST(tvk_decode_page, shows_what_the_records_say_and_nothing_as_markup) {
 TEST(tvk_decode_page, is_the_same_however_many_threads_and_chunks) {
   const support::temp_dir dir;
   const auto path = dir.file("repeated.qmdl");
-  std::ifstream sample(TVK_SAMPLE_DIR "/sample.qmdl", std::ios::binary);
-  const std::string content(std::istreambuf_iterator<char>(sample), {});
-  std::ofstream repeated(path, std::ios::binary);
-  for (int i = 0; i < 100; ++i) repeated << content;
-  repeated.close();
+  for (int i = 0; i < 100; ++i) {
+    std::ofstream(path, std::ios::app) << std::ifstream(TVK_SAMPLE_DIR "/sample.qmdl").rdbuf();
+  }
   const auto alone = support::run(TVK_DECODE_PROGRAM, {"-f", "html", "-j", "1", path});
   EXPECT_EQ(alone.exit_status, 0);
   EXPECT_EQ(data_of(alone.output)["cells"][0]["radio"], 1);

@@ -281,8 +281,8 @@
 
   const moveView = (from, to) => {
     const [first, last] = whole();
-    const length = Math.min(Math.max(to - from, 10), last - first);
-    const start = Math.min(Math.max(from, first), last - length);
+    const length = Math.round(Math.min(Math.max(to - from, 10), last - first));
+    const start = Math.round(Math.min(Math.max(from, first), last - length));
     view = length >= last - first ? null : [start, start + length];
     drawCharts();
   };
