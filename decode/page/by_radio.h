@@ -13,8 +13,8 @@ namespace decode::page {
 template <typename T>
 class by_radio {
  public:
-  /// More than any modem has.
-  static constexpr std::size_t most = 64;
+  /// More than any phone has.
+  static constexpr std::size_t most = 8;
   using entry = std::pair<std::uint32_t, T>;
 
   /// Null for a radio that does not count.

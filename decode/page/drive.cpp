@@ -70,7 +70,6 @@ void drive::add(const observations& more) {
   wants_texts_ = !marks_.is_full();
   without_time_ += more.without_time;
   first_known_ = std::min(first_known_, more.first_known);
-  fit(most_kept_buckets);
 }
 
 void drive::end_capture() {
@@ -80,7 +79,7 @@ void drive::end_capture() {
   }
 }
 
-void drive::fit(std::size_t most_in_all) {
+void drive::fit_series() {
   for (std::size_t most = most_buckets; most >= 2; most /= 2) {
     std::size_t all = 0;
     for (auto& [number, radio] : radios_.entries()) {
@@ -89,12 +88,11 @@ void drive::fit(std::size_t most_in_all) {
         all += one.values.buckets().size();
       }
     }
-    if (all <= most_in_all) return;
+    if (all <= most_page_buckets) return;
   }
 }
 
-void drive::fit_page() {
-  fit(most_page_buckets);
+void drive::fit_texts() {
   std::size_t most_text = SIZE_MAX;
   std::size_t all = SIZE_MAX;
   while (all > most_page_text) {
@@ -111,10 +109,10 @@ void drive::fit_page() {
 
 std::vector<std::pair<drive::series_key, const series&>> drive::all_series() const {
   std::vector<std::pair<series_key, const series&>> found;
-  for (std::uint16_t i = 0; i < plan_.series().size(); ++i) {
+  for (std::size_t i = 0; i < plan_.series().size(); ++i) {
     for (const auto& [number, radio] : radios_.entries()) {
       const auto& one = radio[i].values;
-      if (!one.buckets().empty()) found.push_back({{i, number}, one});
+      if (!one.buckets().empty()) found.push_back({{static_cast<std::uint16_t>(i), number}, one});
     }
   }
   return found;

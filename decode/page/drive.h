@@ -17,10 +17,8 @@ namespace decode::page {
 
 /// Of each series while records come.
 constexpr std::size_t most_buckets = 4096;
-/// More bands of states have only garbage; those with the lowest keys count.
-constexpr std::size_t most_bands = 192;
-/// Of all series together while records come: more only garbage has, or very many radios.
-constexpr std::size_t most_kept_buckets = 800'000;
+/// Only garbage has more bands of states; those with the lowest keys count.
+constexpr std::size_t most_bands = 64;
 /// Of all series together in a page.
 constexpr std::size_t most_page_buckets = 120'000;
 /// Of all marks together in a page.
@@ -43,10 +41,10 @@ class bounded_list {
       ++left_out_;
     }
   }
+  [[nodiscard]] std::vector<T>& kept() { return kept_; }
   [[nodiscard]] const std::vector<T>& kept() const { return kept_; }
   [[nodiscard]] std::uint64_t left_out() const { return left_out_; }
   [[nodiscard]] bool is_full() const { return kept_.size() == most; }
-  [[nodiscard]] std::vector<T>& kept() { return kept_; }
 
  private:
   std::vector<T> kept_;
@@ -67,7 +65,10 @@ class drive {
   /// What comes from now on is of another capture or connection.
   void end_capture();
   /// Makes the series coarser and long texts of marks shorter until they fit into a page together.
-  void fit_page();
+  void fit_page() {
+    fit_series();
+    fit_texts();
+  }
 
   [[nodiscard]] const extraction_plan& plan() const { return plan_; }
   /// Those that have values, in the order of their keys.
@@ -88,8 +89,9 @@ class drive {
   };
   using charted_radio = std::vector<charted_series>;  // by the plan's series
 
-  void fit(std::size_t most_in_all);
-  void add(charted_series& to, series_kind kind, const std::vector<sample>& samples);
+  void fit_series();
+  void fit_texts();
+  static void add(charted_series& to, series_kind kind, const std::vector<sample>& samples);
   [[nodiscard]] static std::optional<double> difference(series_kind kind, const sample& one,
                                                         std::optional<sample>& last);
 
