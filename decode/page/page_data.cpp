@@ -13,19 +13,21 @@ bool is_rate(series_kind kind) {
   return kind == series_kind::bytes || kind == series_kind::counted_bytes;
 }
 
-ordered_json json_of_charts(const drive& all) {
+void add_charts(page_json& to, const drive& all) {
+  const auto all_series = all.all_series();
   auto found = ordered_json::array();
   for (const auto& chart : charts()) {
     auto list = ordered_json::array();
     bool rate = false;
-    for (const auto& [key, one] : all.all_series()) {
+    for (const auto& [key, one] : all_series) {
       const auto& planned = all.plan().series()[key.first];
-      if (planned.row->chart != chart.id || one.buckets().empty()) continue;
+      if (planned.row->chart != chart.id) continue;
       rate = is_rate(planned.row->kind);
       list.push_back({{"label", planned.label},
                       {"radio", key.second},
                       {"width", one.width()},
-                      {"buckets", json_of(one)}});
+                      {"buckets", nullptr}});
+      to.buckets.emplace_back(one.buckets());
     }
     if (list.empty()) continue;
     found.push_back({{"title", chart.title},
@@ -34,7 +36,7 @@ ordered_json json_of_charts(const drive& all) {
                      {"rate", rate},
                      {"series", std::move(list)}});
   }
-  return found;
+  to.json["charts"] = std::move(found);
 }
 
 template <typename T>
@@ -65,31 +67,32 @@ ordered_json json_of_states(const drive& all) {
 
 }  // namespace
 
-ordered_json page_json(const page_head& head, const std::optional<time_window>& time,
-                       const drive& all, const run_counts& counts) {
-  ordered_json json{{"title", head.title},
-                    {"inputs", head.inputs},
-                    {"from", time ? ordered_json(time->from) : ordered_json()},
-                    {"to", time ? ordered_json(time->to) : ordered_json()}};
+page_json everything(const page_head& head, const std::optional<time_window>& time,
+                     const drive& all, const run_counts& counts) {
+  page_json page{.json = {{"title", head.title},
+                          {"inputs", head.inputs},
+                          {"from", time ? ordered_json(time->from) : ordered_json()},
+                          {"to", time ? ordered_json(time->to) : ordered_json()}}};
+  auto& json = page.json;
   add_counts(json, counts, all.without_time());
   add_cells(json, all.cells(), counts);
-  json["charts"] = json_of_charts(all);
+  add_charts(page, all);
   json["states"] = json_of_states(all);
   json["marks"] = json_of_all(all.marks().kept());
   json["marks_left_out"] = all.marks().left_out();
-  return json;
+  return page;
 }
 
 std::string page_data(const page_head& head, const drive& all, const summary& counts) {
   std::optional<time_window> time;
   if (counts.first_time <= counts.last_time) {
-    // Without the records from before the modem knew the time, if there were any.
-    const auto first = all.without_time() > 0 && all.first_known() != INT64_MAX
+    // Without what was logged before the modem knew the time.
+    const auto first = counts.first_time < first_known_time && all.first_known() != INT64_MAX
                            ? all.first_known()
                            : counts.first_time / 1000;
     time = {first, counts.last_time / 1000};
   }
-  return text_of(page_json(head, time, all, counts_of(counts)));
+  return text_of(everything(head, time, all, counts_of(counts)));
 }
 
 std::string filled_page(std::string_view data, std::string_view allowed) {

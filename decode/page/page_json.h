@@ -1,7 +1,9 @@
 // Parts of the page's data as JSON: see web/page.js.
 #pragma once
 
+#include <span>
 #include <string>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -12,11 +14,13 @@
 
 namespace decode::page {
 
-/// Flat: for each bucket the step from the index before (the first one from 0), the count, the
-/// mean, and, if the count is above 1, the least and the greatest value.
-[[nodiscard]] nlohmann::ordered_json json_of(const series& one);
-/// The same without the buckets that end before `from`, in milliseconds.
-[[nodiscard]] nlohmann::ordered_json json_of(const series& one, std::int64_t from);
+/// JSON in which values with the key "buckets" are null; the buckets are listed here in the same
+/// order. As JSON values they would take several times as much time and memory as their text.
+struct page_json {
+  nlohmann::ordered_json json{};
+  std::vector<std::span<const bucket>> buckets{};
+};
+
 [[nodiscard]] nlohmann::ordered_json json_of(const visited_cell& one, const run_counts& counts);
 [[nodiscard]] nlohmann::ordered_json json_of(const cell_change& one);
 [[nodiscard]] nlohmann::ordered_json json_of(const state_span& one);
@@ -24,7 +28,7 @@ namespace decode::page {
 
 void add_counts(nlohmann::ordered_json& to, const run_counts& counts, std::uint64_t without_time);
 
-/// No '<' is in it, so that it can stand between tags.
-[[nodiscard]] std::string text_of(const nlohmann::ordered_json& json);
+/// With the buckets. No '<' is in it, so that it can stand between tags.
+[[nodiscard]] std::string text_of(const page_json& page);
 
 }  // namespace decode::page

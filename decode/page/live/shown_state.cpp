@@ -1,8 +1,7 @@
 #include "decode/page/live/shown_state.h"
 
 #include <algorithm>
-
-#include "decode/page/page_json.h"
+#include <span>
 
 namespace decode::page {
 
@@ -21,6 +20,13 @@ ordered_json patch(const std::vector<T>& list, std::uint64_t first, Differs diff
   return {{"first", first}, {"entries", std::move(entries)}};
 }
 
+/// Those that end after `from`, in milliseconds.
+std::span<const bucket> buckets_from(const series& all, std::int64_t from) {
+  const auto first =
+      std::ranges::lower_bound(all.buckets(), from / all.width(), {}, &bucket::index);
+  return {first, all.buckets().end()};
+}
+
 template <typename T>
 std::uint64_t count_of(const T& list) {
   return list.forgotten() + list.kept().size();
@@ -37,11 +43,11 @@ ordered_json patch(const T& list, std::uint64_t shown) {
 }  // namespace
 
 std::vector<std::pair<drive::series_key, const series*>> charted_series(const drive& all) {
+  const auto all_series = all.all_series();
   std::vector<std::pair<drive::series_key, const series*>> found;
   for (const auto& chart : charts()) {
-    for (const auto& [key, one] : all.all_series()) {
-      const bool is_here = all.plan().series()[key.first].row->chart == chart.id;
-      if (is_here && !one.buckets().empty()) found.emplace_back(key, &one);
+    for (const auto& [key, one] : all_series) {
+      if (all.plan().series()[key.first].row->chart == chart.id) found.emplace_back(key, &one);
     }
   }
   return found;
@@ -68,9 +74,10 @@ bool shown_state::shows(std::uint64_t number, const cell_change& change) const {
          changes_[number - first_change_] == change.rsrp_after.has_value();
 }
 
-ordered_json shown_state::changes(const drive& all, const run_counts& counts,
-                                  std::int64_t from) const {
-  ordered_json json;
+page_json shown_state::changes(const drive& all, const run_counts& counts,
+                               std::int64_t from) const {
+  page_json page;
+  auto& json = page.json;
   add_counts(json, counts, all.without_time());
 
   const auto& cells = all.cells();
@@ -104,9 +111,10 @@ ordered_json shown_state::changes(const drive& all, const run_counts& counts,
     json["series"].push_back({{"number", i++},
                               {"width", width},
                               {"from", is_same ? from / width : 0},
-                              {"buckets", is_same ? json_of(*one, from) : json_of(*one)}});
+                              {"buckets", nullptr}});
+    page.buckets.push_back(is_same ? buckets_from(*one, from) : one->buckets());
   }
-  return json;
+  return page;
 }
 
 void shown_state::take(const drive& all, const run_counts& counts) {

@@ -225,8 +225,8 @@ const page = (() => {
 
   const moveView = (from, to) => {
     const [first, last] = whole();
-    const length = Math.min(Math.max(to - from, 10), last - first);
-    const start = Math.min(Math.max(from, first), last - length);
+    const length = Math.round(Math.min(Math.max(to - from, 10), last - first));
+    const start = Math.round(Math.min(Math.max(from, first), last - length));
     view = length >= last - first ? null : [start, start + length];
     drawCharts();
   };
@@ -359,6 +359,8 @@ const page = (() => {
     details.addEventListener("toggle", () => details.open && table.fill());
     figure.refill = () => details.open && table.fill();
     box.addEventListener("keydown", (event) => onKey(figure, event));
+    // Of everything the library has what is shown alone.
+    box.addEventListener("dblclick", (event) => { event.stopPropagation(); moveView(...whole()); }, true);
     figures.set(chart.title, figure);
     return figure;
   };
