@@ -69,14 +69,16 @@ void name_types(CLI::App& app) {
     std::string type;
   };
   const type_row rows[] = {
-      {"input", "PATH"},       {"--schema", names_of(schemas, "|")},
-      {"--live", "PORT"},      {"--save", "FILE"},
-      {"--gsmtap", "ADDRESS"}, {"--format", names_of(formats, "|")},
-      {"--output", "PATH"},    {"--summary-format", names_of(summary_formats, "|")},
-      {"--code", "LOG"},       {"--event", "EVENT"},
-      {"--data-id", "RECORD"}, {"--from", "TIME"},
-      {"--to", "TIME"},        {"--radio", "N"},
-      {"--threads", "N"},      {"--memory", "SIZE"},
+      {"input", "PATH"},          {"--schema", names_of(schemas, "|")},
+      {"--live", "PORT"},         {"--save", "FILE"},
+      {"--gsmtap", "ADDRESS"},    {"--format", names_of(formats, "|")},
+      {"--output", "PATH"},       {"--summary-format", names_of(summary_formats, "|")},
+      {"--code", "LOG"},          {"--event", "EVENT"},
+      {"--data-id", "RECORD"},    {"--from", "TIME"},
+      {"--to", "TIME"},           {"--radio", "N"},
+      {"--threads", "N"},         {"--memory", "SIZE"},
+      {"--page", "ADDRESS"},      {"--partition", "NAME"},
+      {"--summary-file", "FILE"},
   };
   for (const auto& row : rows) app.get_option(row.option)->type_name(row.type);
 }
