@@ -8,12 +8,15 @@ packages_to_build=(
   libsqlitecpp-dev libzstd-dev nlohmann-json3-dev zlib1g-dev
   python3
 )
+# For pages in a browser: tests/browser/check.
+packages_to_browse=(chromium chromium-driver python3-selenium)
 packages_to_check=(
   clang clang-format clang-tidy libclang-14-dev libclang-rt-14-dev llvm-14-dev
   g++-aarch64-linux-gnu qemu-user-static
   libc6:arm64 libstdc++6:arm64 libbz2-dev:arm64 libcpp-httplib-dev:arm64 libfmt-dev:arm64 libgtest-dev:arm64 liblzma-dev:arm64
   libsqlite3-dev:arm64 libsqlitecpp-dev:arm64 libzstd-dev:arm64 zlib1g-dev:arm64
   busybox-static cpio libqmi-utils qemu-system-x86
+  "${packages_to_browse[@]}"
 )
 
 # A package may be installed for both architectures; a name without one means this machine's.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace decode::page {
 
@@ -14,7 +15,9 @@ void distribution::add(double value) {
 double distribution::percentile(unsigned percent) const {
   const std::uint64_t rank = (count_ * percent + 99) / 100;
   std::uint64_t below = 0;
-  for (const auto& [hundredths, count] : counts_) {
+  std::vector<std::pair<std::int32_t, std::uint64_t>> counts(counts_.begin(), counts_.end());
+  std::ranges::sort(counts);
+  for (const auto& [hundredths, count] : counts) {
     below += count;
     if (below >= rank) return hundredths / 100.0;
   }
@@ -80,7 +83,8 @@ void cell_history::add(const cell_observation& now) {
     }
     return;
   }
-  const auto found = find_or_add(now.seen);
+  const bool stays = known != serving_.end() && cells_[known->second.cell].which == now.seen;
+  const auto found = stays ? std::optional(known->second.cell) : find_or_add(now.seen);
   if (!found) return;
   if (known == serving_.end()) {
     ++cells_[*found].visits;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <unordered_map>
 #include <vector>
 
 #include "decode/page/observations.h"
@@ -21,7 +22,7 @@ class distribution {
   [[nodiscard]] double percentile(unsigned percent) const;
 
  private:
-  std::map<std::int32_t, std::uint64_t> counts_;
+  std::unordered_map<std::int32_t, std::uint64_t> counts_;
   std::uint64_t count_ = 0;
   double sum_ = 0;
 };

@@ -13,19 +13,21 @@ bool is_rate(series_kind kind) {
   return kind == series_kind::bytes || kind == series_kind::counted_bytes;
 }
 
-ordered_json json_of_charts(const drive& all) {
+ordered_json json_of_charts(const drive& all, bucket_list& listed) {
+  const auto all_series = all.all_series();
   auto found = ordered_json::array();
   for (const auto& chart : charts()) {
     auto list = ordered_json::array();
     bool rate = false;
-    for (const auto& [key, one] : all.all_series()) {
+    for (const auto& [key, one] : all_series) {
       const auto& planned = all.plan().series()[key.first];
-      if (planned.row->chart != chart.id || one.buckets().empty()) continue;
+      if (planned.row->chart != chart.id) continue;
       rate = is_rate(planned.row->kind);
       list.push_back({{"label", planned.label},
                       {"radio", key.second},
                       {"width", one.width()},
-                      {"buckets", json_of(one)}});
+                      {"buckets", nullptr}});
+      listed.emplace_back(one.buckets());
     }
     if (list.empty()) continue;
     found.push_back({{"title", chart.title},
@@ -65,26 +67,28 @@ ordered_json json_of_states(const drive& all) {
 
 }  // namespace
 
-ordered_json page_json(const page_head& head, const std::optional<time_window>& time,
-                       const drive& all, const run_counts& counts) {
-  ordered_json json{{"title", head.title},
-                    {"inputs", head.inputs},
-                    {"from", time ? ordered_json(time->from) : ordered_json()},
-                    {"to", time ? ordered_json(time->to) : ordered_json()}};
+bucketed_json page_json(const page_head& head, const std::optional<time_window>& time,
+                        const drive& all, const run_counts& counts) {
+  bucketed_json made{.json = {{"title", head.title},
+                              {"inputs", head.inputs},
+                              {"from", time ? ordered_json(time->from) : ordered_json()},
+                              {"to", time ? ordered_json(time->to) : ordered_json()}},
+                     .buckets = {}};
+  auto& json = made.json;
   add_counts(json, counts, all.without_time());
   add_cells(json, all.cells(), counts);
-  json["charts"] = json_of_charts(all);
+  json["charts"] = json_of_charts(all, made.buckets);
   json["states"] = json_of_states(all);
   json["marks"] = json_of_all(all.marks().kept());
   json["marks_left_out"] = all.marks().left_out();
-  return json;
+  return made;
 }
 
 std::string page_data(const page_head& head, const drive& all, const summary& counts) {
   std::optional<time_window> time;
   if (counts.first_time <= counts.last_time) {
-    // Without the records from before the modem knew the time, if there were any.
-    const auto first = all.without_time() > 0 && all.first_known() != INT64_MAX
+    // Without what was logged before the modem knew the time.
+    const auto first = counts.first_time < first_known_time && all.first_known() != INT64_MAX
                            ? all.first_known()
                            : counts.first_time / 1000;
     time = {first, counts.last_time / 1000};

@@ -6,13 +6,13 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json_fwd.hpp>
-
 #include "decode/page/drive.h"
 #include "decode/page/run_counts.h"
 #include "decode/summary/summary.h"
 
 namespace decode::page {
+
+struct bucketed_json;
 
 struct page_head {
   std::string title;
@@ -26,9 +26,8 @@ struct time_window {
 };
 
 /// Everything that a page shows; no window if there was no time.
-[[nodiscard]] nlohmann::ordered_json page_json(const page_head& head,
-                                               const std::optional<time_window>& time,
-                                               const drive& all, const run_counts& counts);
+[[nodiscard]] bucketed_json page_json(const page_head& head, const std::optional<time_window>& time,
+                                      const drive& all, const run_counts& counts);
 /// The same as text, for the page itself.
 [[nodiscard]] std::string page_data(const page_head& head, const drive& all, const summary& counts);
 

@@ -1,9 +1,10 @@
 #include "decode/page/page_json.h"
 
-#include <algorithm>
-#include <cmath>
-#include <span>
+#include <fmt/format.h>
 
+#include <cmath>
+
+#include "decode/page/bucket_text.h"
 #include "decode/summary/names.h"
 
 namespace decode::page {
@@ -21,20 +22,14 @@ ordered_json or_null(const std::optional<float>& value) {
   return value ? ordered_json(rounded(static_cast<double>(*value))) : ordered_json();
 }
 
-ordered_json flat(std::span<const bucket> buckets) {
-  auto all = ordered_json::array();
-  std::int64_t index = 0;
-  for (const auto& bucket : buckets) {
-    all.push_back(bucket.index - index);
-    all.push_back(bucket.count);
-    all.push_back(rounded(bucket.mean()));
-    if (bucket.count > 1) {
-      all.push_back(rounded(static_cast<double>(bucket.least)));
-      all.push_back(rounded(static_cast<double>(bucket.greatest)));
+void append_without_tags(std::string& to, std::string_view text) {
+  for (const char c : text) {
+    if (c == '<') {
+      to += "\\u003c";
+    } else {
+      to += c;
     }
-    index = bucket.index;
   }
-  return all;
 }
 
 ordered_json json_of(const distribution& values) {
@@ -47,16 +42,6 @@ ordered_json json_of(const distribution& values) {
 }
 
 }  // namespace
-
-ordered_json json_of(const series& one) {
-  return flat(one.buckets());
-}
-
-ordered_json json_of(const series& one, std::int64_t from) {
-  const auto first =
-      std::ranges::lower_bound(one.buckets(), from / one.width(), {}, &bucket::index);
-  return flat({first, one.buckets().end()});
-}
 
 ordered_json json_of(const visited_cell& one, const run_counts& counts) {
   ordered_json json{{"radio", one.which.radio},
@@ -73,7 +58,8 @@ ordered_json json_of(const visited_cell& one, const run_counts& counts) {
     if (one.broadcast->bandwidth_mhz > 0) json["bandwidth_MHz"] = one.broadcast->bandwidth_mhz;
     json["identity"] = one.broadcast->identity;
     json["tac"] = one.broadcast->tac;
-    json["network"] = one.broadcast->network;
+    json["network"] = fmt::format("{:03}-{:0{}}", one.broadcast->mcc, one.broadcast->mnc,
+                                  one.broadcast->mnc_digits);
   }
   return json;
 }
@@ -108,19 +94,21 @@ void add_counts(ordered_json& to, const run_counts& counts, std::uint64_t withou
   to["radios"] = counts.radios;
 }
 
-std::string text_of(const ordered_json& json) {
-  constexpr auto replace = ordered_json::error_handler_t::replace;
-  const auto text = json.dump(-1, ' ', false, replace);
-  std::string safe;
-  safe.reserve(text.size());
-  for (const char c : text) {
-    if (c == '<') {
-      safe += "\\u003c";
-    } else {
-      safe += c;
-    }
+/// Texts do not look like the places of buckets: their quotes are escaped.
+std::string text_of(const bucketed_json& all) {
+  constexpr std::string_view key = R"("buckets":)";
+  constexpr std::string_view null = "null";
+  const auto whole = all.json.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+  std::string_view rest = whole;
+  std::string filled;
+  for (const auto& buckets : all.buckets) {
+    const auto end = rest.find(key) + key.size();
+    append_without_tags(filled, rest.substr(0, end));
+    append_buckets(filled, buckets);
+    rest.remove_prefix(end + null.size());
   }
-  return safe;
+  append_without_tags(filled, rest);
+  return filled;
 }
 
 }  // namespace decode::page

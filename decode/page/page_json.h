@@ -1,7 +1,9 @@
 // Parts of the page's data as JSON: see web/page.js.
 #pragma once
 
+#include <span>
 #include <string>
+#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -12,11 +14,15 @@
 
 namespace decode::page {
 
-/// Flat: for each bucket the step from the index before (the first one from 0), the count, the
-/// mean, and, if the count is above 1, the least and the greatest value.
-[[nodiscard]] nlohmann::ordered_json json_of(const series& one);
-/// The same without the buckets that end before `from`, in milliseconds.
-[[nodiscard]] nlohmann::ordered_json json_of(const series& one, std::int64_t from);
+using bucket_list = std::vector<std::span<const bucket>>;
+
+/// JSON with null for every "buckets", and in the same order what stands there: as JSON values
+/// buckets would take several times as much time and memory as their text.
+struct bucketed_json {
+  nlohmann::ordered_json json;
+  bucket_list buckets{};
+};
+
 [[nodiscard]] nlohmann::ordered_json json_of(const visited_cell& one, const run_counts& counts);
 [[nodiscard]] nlohmann::ordered_json json_of(const cell_change& one);
 [[nodiscard]] nlohmann::ordered_json json_of(const state_span& one);
@@ -25,6 +31,6 @@ namespace decode::page {
 void add_counts(nlohmann::ordered_json& to, const run_counts& counts, std::uint64_t without_time);
 
 /// No '<' is in it, so that it can stand between tags.
-[[nodiscard]] std::string text_of(const nlohmann::ordered_json& json);
+[[nodiscard]] std::string text_of(const bucketed_json& all);
 
 }  // namespace decode::page

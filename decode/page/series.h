@@ -36,9 +36,11 @@ class series {
   [[nodiscard]] std::int64_t width() const { return std::int64_t{1} << shift_; }
 
  private:
+  [[nodiscard]] std::vector<bucket>::iterator place_of(std::int64_t index);
   void double_width();
 
   std::size_t most_buckets_;
+  std::size_t last_ = 0;  // where the last value went, if that bucket is still there
   unsigned shift_ = 0;
   std::vector<bucket> buckets_;
 };

@@ -84,6 +84,21 @@ TEST(tvk_decode_page, shows_what_the_records_say_and_nothing_as_markup) {
   EXPECT_EQ(marks.back()["text"], "INVITE sip:a SIP/2.0\nFrom: </script><script>x");
 }
 
+TEST(tvk_decode_page, is_the_same_however_many_threads_and_chunks) {
+  const support::temp_dir dir;
+  const auto path = dir.file("repeated.qmdl");
+  for (int i = 0; i < 100; ++i) {
+    std::ofstream(path, std::ios::app) << std::ifstream(TVK_SAMPLE_DIR "/sample.qmdl").rdbuf();
+  }
+  const auto alone = support::run(TVK_DECODE_PROGRAM, {"-f", "html", "-j", "1", path});
+  EXPECT_EQ(alone.exit_status, 0);
+  EXPECT_EQ(data_of(alone.output)["cells"][0]["radio"], 1);
+  for (const char* threads : {"2", "8"}) {
+    const auto together = support::run(TVK_DECODE_PROGRAM, {"-f", "html", "-j", threads, path});
+    EXPECT_TRUE(together.output == alone.output) << threads;
+  }
+}
+
 TEST(tvk_decode_page, series_keep_least_greatest_mean_and_count_however_coarse) {
   series one(8);
   for (std::int64_t i = 999; i >= 0; --i) one.add(second * 1000 + i, static_cast<double>(i % 7));

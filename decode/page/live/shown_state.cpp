@@ -36,12 +36,12 @@ ordered_json patch(const T& list, std::uint64_t shown) {
 
 }  // namespace
 
-std::vector<std::pair<drive::series_key, const series*>> charted_series(const drive& all) {
-  std::vector<std::pair<drive::series_key, const series*>> found;
+std::vector<std::pair<drive::series_key, const series&>> charted_series(const drive& all) {
+  const auto all_series = all.all_series();
+  std::vector<std::pair<drive::series_key, const series&>> found;
   for (const auto& chart : charts()) {
-    for (const auto& [key, one] : all.all_series()) {
-      const bool is_here = all.plan().series()[key.first].row->chart == chart.id;
-      if (is_here && !one.buckets().empty()) found.emplace_back(key, &one);
+    for (const auto& [key, one] : all_series) {
+      if (all.plan().series()[key.first].row->chart == chart.id) found.emplace_back(key, one);
     }
   }
   return found;
@@ -68,9 +68,10 @@ bool shown_state::shows(std::uint64_t number, const cell_change& change) const {
          changes_[number - first_change_] == change.rsrp_after.has_value();
 }
 
-ordered_json shown_state::changes(const drive& all, const run_counts& counts,
-                                  std::int64_t from) const {
-  ordered_json json;
+bucketed_json shown_state::changes(const drive& all, const run_counts& counts,
+                                   std::int64_t from) const {
+  bucketed_json made;
+  auto& json = made.json;
   add_counts(json, counts, all.without_time());
 
   const auto& cells = all.cells();
@@ -95,23 +96,24 @@ ordered_json shown_state::changes(const drive& all, const run_counts& counts,
   }
   json["series"] = ordered_json::array();
   for (std::size_t i = 0; const auto& [key, one] : charted_series(all)) {
-    const auto width = one->width();
+    const auto width = one.width();
     const bool is_same = width == series_[i].width;
-    if (is_same && one->buckets().back().index < from / width) {
+    const auto first = is_same ? from / width : 0;
+    if (one.buckets().back().index < first) {
       ++i;
       continue;
     }
-    json["series"].push_back({{"number", i++},
-                              {"width", width},
-                              {"from", is_same ? from / width : 0},
-                              {"buckets", is_same ? json_of(*one, from) : json_of(*one)}});
+    json["series"].push_back(
+        {{"number", i++}, {"width", width}, {"from", first}, {"buckets", nullptr}});
+    made.buckets.emplace_back(std::ranges::lower_bound(one.buckets(), first, {}, &bucket::index),
+                              one.buckets().end());
   }
-  return json;
+  return made;
 }
 
 void shown_state::take(const drive& all, const run_counts& counts) {
   series_.clear();
-  for (const auto& [key, one] : charted_series(all)) series_.push_back({key, one->width()});
+  for (const auto& [key, one] : charted_series(all)) series_.push_back({key, one.width()});
   bands_.clear();
   for (const auto& [key, band] : all.states()) bands_.push_back({key, count_of(band)});
   cells_.clear();

@@ -74,6 +74,7 @@ const bucketing = (() => {
         before = time;
       }
     });
+    if (rows.size === 0) rowAt(from); // the library wants a row, if an empty one
     return [...rows.keys()].sort((a, b) => a - b).map((time) => [time, ...rows.get(time)]);
   };
 

@@ -201,8 +201,6 @@ const page = (() => {
   };
 
   // --- charts --------------------------------------------------------------------------------
-  // The library's own legend writes markup with styles, which the page's policy refuses.
-  Dygraph.PLUGINS = Dygraph.PLUGINS.filter((plugin) => plugin !== Dygraph.Plugins.Legend);
   const whole = () => {
     const from = data.from ?? 0;
     const to = Math.max(data.to ?? 1, from + 1);
@@ -225,8 +223,8 @@ const page = (() => {
 
   const moveView = (from, to) => {
     const [first, last] = whole();
-    const length = Math.min(Math.max(to - from, 10), last - first);
-    const start = Math.min(Math.max(from, first), last - length);
+    const length = Math.round(Math.min(Math.max(to - from, 10), last - first));
+    const start = Math.round(Math.min(Math.max(from, first), last - length));
     view = length >= last - first ? null : [start, start + length];
     drawCharts();
   };
@@ -248,19 +246,6 @@ const page = (() => {
       return key;
     });
     legend.replaceChildren(...(time === null ? [] : [make("span", timeText(time))]), ...keys);
-  };
-
-  // The row of the chart that is nearest to a time.
-  const nearestRow = (graph, time) => {
-    let low = 0;
-    let high = graph.numRows() - 1;
-    while (low < high) {
-      const middle = (low + high) >> 1;
-      if (graph.getValue(middle, 0) < time) low = middle + 1;
-      else high = middle;
-    }
-    if (low > 0 && time - graph.getValue(low - 1, 0) < graph.getValue(low, 0) - time) return low - 1;
-    return low;
   };
 
   let cursor = null;
@@ -359,6 +344,8 @@ const page = (() => {
     details.addEventListener("toggle", () => details.open && table.fill());
     figure.refill = () => details.open && table.fill();
     box.addEventListener("keydown", (event) => onKey(figure, event));
+    // Of everything the library has what is shown alone.
+    box.addEventListener("dblclick", (event) => { event.stopPropagation(); moveView(...whole()); }, true);
     figures.set(chart.title, figure);
     return figure;
   };
@@ -380,7 +367,8 @@ const page = (() => {
       figure.graph = new Dygraph(box, rows, {
         ...options, customBars: true, labelsUTC: true, strokeWidth: 1.5,
         connectSeparatedPoints: true, drawPoints: chart.series.every((s) => s.buckets.length < 400),
-        pointSize: 2, highlightCircleSize: 4, stepPlot: chart.steps, fillAlpha: 0.2,
+        pointSize: 2, highlightCircleSize: 4, stepPlot: chart.steps,
+        plotter: [rangePlotter, Dygraph.Plotters.linePlotter],
         axes: {
           x: { ticker: Dygraph.dateTicker, axisLabelFormatter: Dygraph.dateAxisLabelFormatter },
           y: { axisLabelWidth: 50 },
