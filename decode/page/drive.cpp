@@ -85,7 +85,7 @@ void drive::forget_before(std::int64_t milliseconds) {
   }
   for (auto& [key, band] : states_) band.forget_before(milliseconds, true);
   marks_.forget_before(milliseconds);
-  wants_texts_ = !marks_.is_full();
+  wants_texts_ = true;
   cells_.forget_changes_before(milliseconds);
 }
 

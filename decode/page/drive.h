@@ -55,9 +55,9 @@ class bounded_list {
   [[nodiscard]] std::vector<T>& kept() { return kept_; }
   [[nodiscard]] const std::vector<T>& kept() const { return kept_; }
   [[nodiscard]] std::uint64_t left_out() const { return left_out_; }
+  [[nodiscard]] bool is_full() const { return kept_.size() == most; }
   /// How many came before those that are kept.
   [[nodiscard]] std::uint64_t forgotten() const { return forgotten_; }
-  [[nodiscard]] bool is_full() const { return kept_.size() == most; }
 
  private:
   std::vector<T> kept_;

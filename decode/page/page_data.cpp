@@ -13,7 +13,7 @@ bool is_rate(series_kind kind) {
   return kind == series_kind::bytes || kind == series_kind::counted_bytes;
 }
 
-void add_charts(page_json& to, const drive& all) {
+ordered_json json_of_charts(const drive& all, bucket_list& listed) {
   const auto all_series = all.all_series();
   auto found = ordered_json::array();
   for (const auto& chart : charts()) {
@@ -27,7 +27,7 @@ void add_charts(page_json& to, const drive& all) {
                       {"radio", key.second},
                       {"width", one.width()},
                       {"buckets", nullptr}});
-      to.buckets.emplace_back(one.buckets());
+      listed.emplace_back(one.buckets());
     }
     if (list.empty()) continue;
     found.push_back({{"title", chart.title},
@@ -36,7 +36,7 @@ void add_charts(page_json& to, const drive& all) {
                      {"rate", rate},
                      {"series", std::move(list)}});
   }
-  to.json["charts"] = std::move(found);
+  return found;
 }
 
 template <typename T>
@@ -67,20 +67,21 @@ ordered_json json_of_states(const drive& all) {
 
 }  // namespace
 
-page_json everything(const page_head& head, const std::optional<time_window>& time,
-                     const drive& all, const run_counts& counts) {
-  page_json page{.json = {{"title", head.title},
-                          {"inputs", head.inputs},
-                          {"from", time ? ordered_json(time->from) : ordered_json()},
-                          {"to", time ? ordered_json(time->to) : ordered_json()}}};
-  auto& json = page.json;
+bucketed_json page_json(const page_head& head, const std::optional<time_window>& time,
+                        const drive& all, const run_counts& counts) {
+  bucketed_json made{.json = {{"title", head.title},
+                              {"inputs", head.inputs},
+                              {"from", time ? ordered_json(time->from) : ordered_json()},
+                              {"to", time ? ordered_json(time->to) : ordered_json()}},
+                     .buckets = {}};
+  auto& json = made.json;
   add_counts(json, counts, all.without_time());
   add_cells(json, all.cells(), counts);
-  add_charts(page, all);
+  json["charts"] = json_of_charts(all, made.buckets);
   json["states"] = json_of_states(all);
   json["marks"] = json_of_all(all.marks().kept());
   json["marks_left_out"] = all.marks().left_out();
-  return page;
+  return made;
 }
 
 std::string page_data(const page_head& head, const drive& all, const summary& counts) {
@@ -92,7 +93,7 @@ std::string page_data(const page_head& head, const drive& all, const summary& co
                            : counts.first_time / 1000;
     time = {first, counts.last_time / 1000};
   }
-  return text_of(everything(head, time, all, counts_of(counts)));
+  return text_of(page_json(head, time, all, counts_of(counts)));
 }
 
 std::string filled_page(std::string_view data, std::string_view allowed) {

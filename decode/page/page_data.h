@@ -7,11 +7,12 @@
 #include <vector>
 
 #include "decode/page/drive.h"
-#include "decode/page/page_json.h"
 #include "decode/page/run_counts.h"
 #include "decode/summary/summary.h"
 
 namespace decode::page {
+
+struct bucketed_json;
 
 struct page_head {
   std::string title;
@@ -24,9 +25,9 @@ struct time_window {
   std::int64_t to;
 };
 
-/// All that a page shows, as long as `all` does not change; no window if there was no time.
-[[nodiscard]] page_json everything(const page_head& head, const std::optional<time_window>& time,
-                                   const drive& all, const run_counts& counts);
+/// Everything that a page shows; no window if there was no time.
+[[nodiscard]] bucketed_json page_json(const page_head& head, const std::optional<time_window>& time,
+                                      const drive& all, const run_counts& counts);
 /// The same as text, for the page itself.
 [[nodiscard]] std::string page_data(const page_head& head, const drive& all, const summary& counts);
 

@@ -3,8 +3,6 @@
 #include <fmt/format.h>
 
 #include <cmath>
-#include <optional>
-#include <string_view>
 
 #include "decode/page/bucket_text.h"
 #include "decode/summary/names.h"
@@ -24,15 +22,6 @@ ordered_json or_null(const std::optional<float>& value) {
   return value ? ordered_json(rounded(static_cast<double>(*value))) : ordered_json();
 }
 
-ordered_json json_of(const distribution& values) {
-  if (values.count() == 0) return {};
-  return {{"count", values.count()},
-          {"mean", rounded(values.mean())},
-          {"p5", values.percentile(5)},
-          {"p50", values.percentile(50)},
-          {"p95", values.percentile(95)}};
-}
-
 void append_without_tags(std::string& to, std::string_view text) {
   for (const char c : text) {
     if (c == '<') {
@@ -41,6 +30,15 @@ void append_without_tags(std::string& to, std::string_view text) {
       to += c;
     }
   }
+}
+
+ordered_json json_of(const distribution& values) {
+  if (values.count() == 0) return {};
+  return {{"count", values.count()},
+          {"mean", rounded(values.mean())},
+          {"p5", values.percentile(5)},
+          {"p50", values.percentile(50)},
+          {"p95", values.percentile(95)}};
 }
 
 }  // namespace
@@ -96,18 +94,17 @@ void add_counts(ordered_json& to, const run_counts& counts, std::uint64_t withou
   to["radios"] = counts.radios;
 }
 
-std::string text_of(const page_json& page) {
+/// Texts do not look like the places of buckets: their quotes are escaped.
+std::string text_of(const bucketed_json& all) {
   constexpr std::string_view key = R"("buckets":)";
   constexpr std::string_view null = "null";
-  constexpr auto replace = ordered_json::error_handler_t::replace;
-  const auto all = page.json.dump(-1, ' ', false, replace);
-  std::string_view rest = all;
+  const auto whole = all.json.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+  std::string_view rest = whole;
   std::string filled;
-  // The text of a value does not look like these keys: its quotes are escaped.
-  for (const auto& one : page.buckets) {
+  for (const auto& buckets : all.buckets) {
     const auto end = rest.find(key) + key.size();
     append_without_tags(filled, rest.substr(0, end));
-    append_buckets(filled, one);
+    append_buckets(filled, buckets);
     rest.remove_prefix(end + null.size());
   }
   append_without_tags(filled, rest);

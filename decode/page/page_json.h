@@ -14,11 +14,13 @@
 
 namespace decode::page {
 
-/// JSON in which values with the key "buckets" are null; the buckets are listed here in the same
-/// order. As JSON values they would take several times as much time and memory as their text.
-struct page_json {
-  nlohmann::ordered_json json{};
-  std::vector<std::span<const bucket>> buckets{};
+using bucket_list = std::vector<std::span<const bucket>>;
+
+/// JSON with null for every "buckets", and in the same order what stands there: as JSON values
+/// buckets would take several times as much time and memory as their text.
+struct bucketed_json {
+  nlohmann::ordered_json json;
+  bucket_list buckets{};
 };
 
 [[nodiscard]] nlohmann::ordered_json json_of(const visited_cell& one, const run_counts& counts);
@@ -28,7 +30,7 @@ struct page_json {
 
 void add_counts(nlohmann::ordered_json& to, const run_counts& counts, std::uint64_t without_time);
 
-/// With the buckets. No '<' is in it, so that it can stand between tags.
-[[nodiscard]] std::string text_of(const page_json& page);
+/// No '<' is in it, so that it can stand between tags.
+[[nodiscard]] std::string text_of(const bucketed_json& all);
 
 }  // namespace decode::page

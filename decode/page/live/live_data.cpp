@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "decode/page/page_json.h"
+
 namespace decode::page {
 
 namespace {
@@ -18,9 +20,9 @@ constexpr std::int64_t kept_time = 3'600'000;  // ms
 /// Forgetting in larger steps costs less.
 constexpr std::int64_t forgetting_step = 10'000;
 
-live_data::event_text as_event(const char* name, const page_json& page) {
+live_data::event_text as_event(const char* name, const bucketed_json& all) {
   auto text = std::make_shared<std::string>("event: ");
-  text->append(name).append("\ndata: ").append(text_of(page)).append("\n\n");
+  text->append(name).append("\ndata: ").append(text_of(all)).append("\n\n");
   return text;
 }
 
@@ -113,9 +115,9 @@ void live_data::make_version(clock::time_point now) {
   const bool is_followed =
       std::ranges::any_of(followers_, [](const follower* one) { return one->version_ != 0; });
   if (is_followed && shown_.has_same_charts(*all_)) {
-    auto page = shown_.changes(*all_, counts_, touched_from_);
-    add_time(page.json);
-    changes_.push_back({version_, as_event("change", page)});
+    auto made = shown_.changes(*all_, counts_, touched_from_);
+    add_time(made.json);
+    changes_.push_back({version_, as_event("change", made)});
     if (changes_.size() > most_changes) changes_.pop_front();
   } else {
     changes_.clear();
@@ -135,15 +137,15 @@ void live_data::add_time(nlohmann::ordered_json& to) const {
 
 live_data::event_text live_data::whole() {
   if (auto made = whole_.lock(); made && whole_version_ == version_) return made;
-  auto page = everything(head_, shown_time(), *all_, counts_);
-  auto& json = page.json;
+  auto made = page_json(head_, shown_time(), *all_, counts_);
+  auto& json = made.json;
   add_time(json);
   json["changes_first"] = all_->cells().changes_forgotten();
   json["marks_first"] = all_->marks().forgotten();
   for (std::size_t i = 0; const auto& [key, band] : all_->states()) {
     json["states"][i++]["first"] = band.forgotten();
   }
-  auto text = as_event("whole", page);
+  auto text = as_event("whole", made);
   whole_ = text;
   whole_version_ = version_;
   return text;

@@ -25,6 +25,12 @@ struct live_batch {
   bool starts_over = false;  // the clock was set back: nothing before counts
   std::optional<time_window> time{};
   observations seen{};
+
+  void clear() {
+    starts_over = false;
+    time.reset();
+    seen.clear(true);
+  }
 };
 
 class live_data {

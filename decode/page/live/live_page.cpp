@@ -33,11 +33,11 @@ class live_writer final : public writer_beside {
   }
   void flush(const running_counts& late) override {
     to_.add(batch_, counts_of(counts_));
-    batch_ = {};
+    batch_.clear();
     writer_beside::flush(late);
   }
   void clear() override {
-    batch_ = {};
+    batch_.clear();
     writer_beside::clear();
   }
 
@@ -49,7 +49,7 @@ class live_writer final : public writer_beside {
     const auto verdict = clock_.judge(now);
     if (verdict == record_clock::verdict::strange) return false;
     if (verdict == record_clock::verdict::set_back) {
-      batch_ = {};
+      batch_.clear();
       batch_.starts_over = true;
     }
     auto& time = batch_.time;

@@ -97,6 +97,34 @@ struct visitor {
   connection::clock::time_point quiet_until{};
 };
 
+/// Sends the next event, or waits for it. False when there is nothing more to do for this browser.
+bool follow(visitor& one, httplib::DataSink& to) {
+  const auto send = [&](std::string_view text) {
+    one.quiet_until = connection::clock::now() + quiet_time;
+    for (; !text.empty(); text.remove_prefix(std::min(piece_size, text.size()))) {
+      const auto piece = text.substr(0, piece_size);
+      if (!to.write(piece.data(), piece.size())) return false;
+    }
+    return true;
+  };
+  live_data::clock::time_point due;
+  if (const auto event = one.follower->next(due)) return send(*event);
+  switch (one.to.wait(one.follower->changed().descriptor(), std::min(due, one.quiet_until))) {
+    case connection::happening::event:
+      one.follower->changed().take();
+      return true;
+    case connection::happening::time_out:
+      return due <= connection::clock::now() || send(":\n\n");
+    case connection::happening::ending:
+      send("event: end\ndata:\n\n");
+      to.done();
+      return true;
+    case connection::happening::closed:
+      break;
+  }
+  return false;
+}
+
 }  // namespace
 
 class page_server::implementation final : httplib::Server {
@@ -114,7 +142,6 @@ class page_server::implementation final : httplib::Server {
   bool process_and_close_socket(socket_t socket) override;
   HandlerResponse refuse(const request& asked, response& answer);
   void send_events(const request& asked, response& answer);
-  bool follow(visitor& one, httplib::DataSink& to);
   /// That made the request.
   visitor& visitor_of(const request& asked);
 
@@ -163,7 +190,11 @@ page_server::implementation::~implementation() {
 void page_server::implementation::serve() {
   const signals_blocked blocked;
   thread_ = std::thread([this] {
-    if (!listen_after_bind()) report("the page is no longer served");
+    try {
+      if (listen_after_bind()) return;
+    } catch (const std::exception&) {  // no threads to be had
+    }
+    report("the page is no longer served");
   });
 }
 
@@ -181,6 +212,8 @@ bool page_server::implementation::process_and_close_socket(socket_t socket) {
   const bool is_good = process_request(one.to, true, is_closed, [&](request& asked) {
     // Nothing is gained by packing what does not leave the machine.
     asked.headers.erase("Accept-Encoding");
+    // Nor by parts of it, which could be asked for many times at once.
+    asked.ranges.clear();
     const std::lock_guard held(mutex_);
     one.request = &asked;
   });
@@ -222,36 +255,7 @@ void page_server::implementation::send_events(const request& asked, response& an
   one.follower.emplace(data_);
   one.quiet_until = connection::clock::now() + quiet_time;
   answer.set_content_provider(
-      "text/event-stream",
-      [this, &one](std::size_t, httplib::DataSink& to) { return follow(one, to); });
-}
-
-/// False when there is nothing more to do for this browser.
-bool page_server::implementation::follow(visitor& one, httplib::DataSink& to) {
-  const auto send = [&](std::string_view text) {
-    one.quiet_until = connection::clock::now() + quiet_time;
-    for (; !text.empty(); text.remove_prefix(std::min(piece_size, text.size()))) {
-      const auto piece = text.substr(0, piece_size);
-      if (!to.write(piece.data(), piece.size())) return false;
-    }
-    return true;
-  };
-  live_data::clock::time_point due;
-  if (const auto event = one.follower->next(due)) return send(*event);
-  switch (one.to.wait(one.follower->changed().descriptor(), std::min(due, one.quiet_until))) {
-    case connection::happening::event:
-      one.follower->changed().take();
-      return true;
-    case connection::happening::time_out:
-      return due <= connection::clock::now() || send(":\n\n");
-    case connection::happening::ending:
-      send("event: end\ndata:\n\n");
-      to.done();
-      return true;
-    case connection::happening::closed:
-      break;
-  }
-  return false;
+      "text/event-stream", [&one](std::size_t, httplib::DataSink& to) { return follow(one, to); });
 }
 
 page_server::page_server(const std::string& address, live_data& data)

@@ -1,7 +1,8 @@
 #include "decode/page/live/shown_state.h"
 
 #include <algorithm>
-#include <span>
+
+#include "decode/page/page_json.h"
 
 namespace decode::page {
 
@@ -20,13 +21,6 @@ ordered_json patch(const std::vector<T>& list, std::uint64_t first, Differs diff
   return {{"first", first}, {"entries", std::move(entries)}};
 }
 
-/// Those that end after `from`, in milliseconds.
-std::span<const bucket> buckets_from(const series& all, std::int64_t from) {
-  const auto first =
-      std::ranges::lower_bound(all.buckets(), from / all.width(), {}, &bucket::index);
-  return {first, all.buckets().end()};
-}
-
 template <typename T>
 std::uint64_t count_of(const T& list) {
   return list.forgotten() + list.kept().size();
@@ -42,12 +36,12 @@ ordered_json patch(const T& list, std::uint64_t shown) {
 
 }  // namespace
 
-std::vector<std::pair<drive::series_key, const series*>> charted_series(const drive& all) {
+std::vector<std::pair<drive::series_key, const series&>> charted_series(const drive& all) {
   const auto all_series = all.all_series();
-  std::vector<std::pair<drive::series_key, const series*>> found;
+  std::vector<std::pair<drive::series_key, const series&>> found;
   for (const auto& chart : charts()) {
     for (const auto& [key, one] : all_series) {
-      if (all.plan().series()[key.first].row->chart == chart.id) found.emplace_back(key, &one);
+      if (all.plan().series()[key.first].row->chart == chart.id) found.emplace_back(key, one);
     }
   }
   return found;
@@ -74,10 +68,10 @@ bool shown_state::shows(std::uint64_t number, const cell_change& change) const {
          changes_[number - first_change_] == change.rsrp_after.has_value();
 }
 
-page_json shown_state::changes(const drive& all, const run_counts& counts,
-                               std::int64_t from) const {
-  page_json page;
-  auto& json = page.json;
+bucketed_json shown_state::changes(const drive& all, const run_counts& counts,
+                                   std::int64_t from) const {
+  bucketed_json made;
+  auto& json = made.json;
   add_counts(json, counts, all.without_time());
 
   const auto& cells = all.cells();
@@ -102,24 +96,24 @@ page_json shown_state::changes(const drive& all, const run_counts& counts,
   }
   json["series"] = ordered_json::array();
   for (std::size_t i = 0; const auto& [key, one] : charted_series(all)) {
-    const auto width = one->width();
+    const auto width = one.width();
     const bool is_same = width == series_[i].width;
-    if (is_same && one->buckets().back().index < from / width) {
+    const auto first = is_same ? from / width : 0;
+    if (one.buckets().back().index < first) {
       ++i;
       continue;
     }
-    json["series"].push_back({{"number", i++},
-                              {"width", width},
-                              {"from", is_same ? from / width : 0},
-                              {"buckets", nullptr}});
-    page.buckets.push_back(is_same ? buckets_from(*one, from) : one->buckets());
+    json["series"].push_back(
+        {{"number", i++}, {"width", width}, {"from", first}, {"buckets", nullptr}});
+    made.buckets.emplace_back(std::ranges::lower_bound(one.buckets(), first, {}, &bucket::index),
+                              one.buckets().end());
   }
-  return page;
+  return made;
 }
 
 void shown_state::take(const drive& all, const run_counts& counts) {
   series_.clear();
-  for (const auto& [key, one] : charted_series(all)) series_.push_back({key, one->width()});
+  for (const auto& [key, one] : charted_series(all)) series_.push_back({key, one.width()});
   bands_.clear();
   for (const auto& [key, band] : all.states()) bands_.push_back({key, count_of(band)});
   cells_.clear();

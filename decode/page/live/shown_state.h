@@ -17,8 +17,8 @@ class shown_state {
   /// Whether it has the same charts and bands, by whose numbers a change tells what is new.
   [[nodiscard]] bool has_same_charts(const drive& all) const;
   /// All that differs; of series, what is not older than `from`, in milliseconds.
-  [[nodiscard]] page_json changes(const drive& all, const run_counts& counts,
-                                  std::int64_t from) const;
+  [[nodiscard]] bucketed_json changes(const drive& all, const run_counts& counts,
+                                      std::int64_t from) const;
   void take(const drive& all, const run_counts& counts);
 
  private:
@@ -52,7 +52,7 @@ class shown_state {
 };
 
 /// The series of all charts, in the order in which the page has them.
-[[nodiscard]] std::vector<std::pair<drive::series_key, const series*>> charted_series(
+[[nodiscard]] std::vector<std::pair<drive::series_key, const series&>> charted_series(
     const drive& all);
 
 }  // namespace decode::page
