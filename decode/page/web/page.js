@@ -266,7 +266,8 @@ const page = (() => {
   let cursor = null;
   const showCursor = (figure) => {
     const [from, to] = shownWindow();
-    if (cursor === null || cursor < from || cursor > to || figure.graph.numRows() === 0) {
+    const isFar = cursor < from - (to - from) / 20 || cursor > to + (to - from) / 20;
+    if (cursor === null || isFar || figure.graph.numRows() === 0) {
       figure.graph.clearSelection();
       showLegend(figure);
     } else {
