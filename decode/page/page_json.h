@@ -18,6 +18,7 @@ using bucket_list = std::vector<std::span<const bucket>>;
 
 /// JSON with null for every "buckets", and in the same order what stands there: as JSON values
 /// buckets would take several times as much time and memory as their text.
+// NOLINTNEXTLINE(bugprone-exception-escape): in what the compiler writes.
 struct bucketed_json {
   nlohmann::ordered_json json;
   bucket_list buckets{};
