@@ -1,5 +1,5 @@
-// How the modem is told to choose its network: values that NAS sets and gets back. They are kept as
-// its messages carry them; the modem has one network and stays with it.
+// Values that clients set and get back, kept as the TLVs of a service carry them. They change
+// nothing else.
 #pragma once
 
 #include <cstdint>
@@ -9,6 +9,6 @@
 namespace sim {
 
 /// By the TLV that gets the value; one that was never set is missing.
-using network_selection = std::map<std::uint8_t, std::vector<std::uint8_t>>;
+using kept_values = std::map<std::uint8_t, std::vector<std::uint8_t>>;
 
 }  // namespace sim

@@ -23,6 +23,7 @@ constexpr std::uint8_t uim = 3;
 constexpr std::uint8_t nas = 5;
 constexpr std::uint8_t dms = 7;
 constexpr std::uint8_t wds = 8;
+constexpr std::uint8_t wda = 9;
 
 bytes u16(std::size_t value) {
   return {static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8)};
@@ -188,6 +189,20 @@ TEST(tvk_modem_services, data_call_is_its_clients_and_needs_registration) {
             done + hex("01 1200 02  00 01 08 696e7465726e6574  00 02 03 696d73"));
   EXPECT_EQ(ask(client, wds, "2900", hex("01 0200 00 02")), done);
   EXPECT_EQ(ask(client, wds, "2b00", hex("01 0200 00 02")), failed("5100") + hex("e0 0200 0500"));
+}
+
+TEST(tvk_modem_services, data_format_is_kept_as_it_was_set) {
+  const simulated_modem modem;
+  const modem_connection client(modem.socket());
+  EXPECT_EQ(ask(client, wda, "2000", hex("11 0400 01000000  12 0400 01000000")), failed("3000"));
+  // The greatest aggregate to send is TLV 1C in the request and 18 in the answer.
+  const bytes format = done + hex("10 0100 00  11 0400 02000000  12 0400 00000000  13 0400 05000000"
+                                  "15 0400 00000000  16 0400 00000000  17 0400 00000000"
+                                  "18 0400 00400000");
+  EXPECT_EQ(ask(client, wda, "2000",
+                hex("13 0400 05000000  17 0800 04000000 01000000  1c 0400 00400000")),
+            format);
+  EXPECT_EQ(ask(client, wda, "2100"), format);
 }
 
 const char* const home = "980001010000000010f9";
