@@ -40,6 +40,11 @@ struct reply {
   bool restart = false;                 ///< of the modem, after the indications
 };
 
+/// Thrown by a handler that ends early, as most do for a request that cannot be carried out.
+struct refused {
+  reply answer;
+};
+
 using message_handler = reply (*)(const request& asked);
 
 /// Describes in words what the TLVs of a request ask for, or what the answer to it says.

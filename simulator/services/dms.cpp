@@ -120,8 +120,7 @@ reply set_event_report(const request& asked) {
 }
 
 reply set_operating_mode(const request& asked) {
-  std::uint8_t number = 0;
-  if (const error wrong = take(asked, value_tlv, number); wrong != error::none) return wrong;
+  const auto number = take<std::uint8_t>(asked, value_tlv);
   if (number > static_cast<std::uint8_t>(device_mode::last)) return error::invalid_argument;
   const auto wanted = static_cast<device_mode>(number);
   const device_mode present = asked.state.mode();

@@ -1,6 +1,6 @@
 #include "simulator/services/sar.h"
 
-#include "simulator/modem/modem.h"
+#include "simulator/services/handlers.h"
 
 namespace sim {
 
@@ -8,10 +8,7 @@ using protocol::qmi::error;
 
 reply set_rf_state(const request& asked) {
   constexpr std::uint8_t state_tlv = 0x01;
-  const auto value = protocol::qmi::find_tlv(asked.tlvs, state_tlv);
-  if (!value) return error::missing_argument;
-  if (value->size() != sizeof(std::uint32_t)) return error::malformed_message;
-  const auto state = protocol::load_le<std::uint32_t>(*value);
+  const auto state = take<std::uint32_t>(asked, state_tlv);
   if (state > setting_of::sar_state.most) return error::invalid_argument;
   asked.state.kept.set(setting_of::sar_state, state);
   asked.state.activity.count(event::rf_state_set);
