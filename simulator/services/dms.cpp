@@ -130,11 +130,9 @@ reply set_operating_mode(const request& asked) {
   reply out = error::none;
   out.restart = wanted == device_mode::reset;
   asked.state.set_mode(wanted);
-  for (const client& each : asked.state.watchers.of(watched::operating_mode)) {
-    tlv_writer told;
-    told.integer(operating_mode_tlv, number);
-    out.indications.push_back({each, event_report, told.take()});
-  }
+  tlv_writer told;
+  told.integer(operating_mode_tlv, number);
+  indicate(out, asked.state, watched::operating_mode, {{}, event_report, told.take()});
   indicate_network(asked.state, out);
   return out;
 }

@@ -94,6 +94,14 @@ template <std::unsigned_integral T>
   return required(asked.state.seen_by(0), protocol::qmi::error::information_unavailable);
 }
 
+/// An indication to each client that has asked to be told of this.
+inline void indicate(reply& out, const modem& state, watched what, indication told) {
+  for (const client& each : state.watchers.of(what)) {
+    told.to = each;
+    out.indications.push_back(told);
+  }
+}
+
 /// An optional TLV that is a switch: what it asks of `what` is noted for the client.
 inline void watch(const request& asked, std::uint8_t tlv, watched what) {
   const auto on = protocol::qmi::find_integer<std::uint8_t>(asked.tlvs, tlv);

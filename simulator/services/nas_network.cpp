@@ -173,19 +173,13 @@ bool names_own_network(const request& asked, std::uint8_t tlv) {
 
 void indicate_network(modem& state, reply& out) {
   const registration now = registration_of(state);
-  const struct {
-    watched what;
-    std::uint16_t message;
-    void (*write)(const registration& now, bool is_indication, tlv_writer& out);
-  } rows[] = {{watched::serving_system, 0x0024, write_serving_system},
-              {watched::system_info, 0x004E, write_system_info}};
-  for (const auto& row : rows) {
-    for (const client& each : state.watchers.of(row.what)) {
-      tlv_writer told;
-      row.write(now, true, told);
-      out.indications.push_back({each, row.message, told.take(), nas_service_id_v01});
-    }
-  }
+  tlv_writer serving_system;
+  write_serving_system(now, true, serving_system);
+  indicate(out, state, watched::serving_system,
+           {{}, 0x0024, serving_system.take(), nas_service_id_v01});
+  tlv_writer system_info;
+  write_system_info(now, true, system_info);
+  indicate(out, state, watched::system_info, {{}, 0x004E, system_info.take(), nas_service_id_v01});
 }
 
 reply register_nas_indications(const request& asked) {
