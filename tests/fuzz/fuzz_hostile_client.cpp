@@ -29,32 +29,27 @@ struct fuzzed_modem {
   deaf_port port;
 };
 
-protocol::qmi::tlv_writer tlvs_from(FuzzedDataProvider& input) {
-  protocol::qmi::tlv_writer tlvs;
-  for (unsigned left = input.ConsumeIntegralInRange<unsigned>(0, 6); left > 0; --left) {
-    const auto near = input.ConsumeIntegralInRange<std::uint8_t>(1, 0x3F);
-    const auto type = near == 0x3F ? input.ConsumeIntegral<std::uint8_t>() : near;
-    const auto most = input.ConsumeBool() ? 8U : 600U;
-    tlvs.bytes(type, input.ConsumeBytes<std::uint8_t>(input.ConsumeIntegralInRange(0U, most)));
-  }
-  return tlvs;
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static auto& modem = *new fuzzed_modem;
   FuzzedDataProvider input(data, size);
+  const auto any_of = [&](const auto& rows) -> const auto& {
+    return rows[input.ConsumeIntegralInRange<std::size_t>(0, rows.size() - 1)];
+  };
   const sim::client clients[] = {{&modem.port, {1, 1}}, {&modem.port, {1, 2}}};
   while (input.remaining_bytes() != 0) {
     const sim::client& from = clients[input.ConsumeBool() ? 1 : 0];
-    const auto services = sim::all_services();
-    const auto& service =
-        services[input.ConsumeIntegralInRange<std::size_t>(0, services.size() - 1)];
-    const auto which = input.ConsumeIntegralInRange<std::size_t>(0, service.messages.size());
-    const auto message = which < service.messages.size() ? service.messages[which].id
-                                                         : input.ConsumeIntegral<std::uint16_t>();
-    const auto tlvs = tlvs_from(input);
+    const sim::service_row& service = any_of(sim::all_services());
+    std::uint16_t message = any_of(service.messages).id;
+    if (input.ConsumeIntegral<std::uint8_t>() == 0xFF)
+      message = input.ConsumeIntegral<std::uint16_t>();
+    protocol::qmi::tlv_writer tlvs;
+    while (tlvs.view().size() < 1000 && input.ConsumeBool()) {
+      const auto type = input.ConsumeIntegral<std::uint8_t>();
+      const auto most = input.ConsumeBool() ? 8U : 600U;
+      tlvs.bytes(type, input.ConsumeBytes<std::uint8_t>(input.ConsumeIntegralInRange(0U, most)));
+    }
     modem.dispatcher.receive(from, modem.node.address_of(service),
                              protocol::qmi::build_message(protocol::qmi::message_kind::request, 1,
                                                           message, tlvs.view()));

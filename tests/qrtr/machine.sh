@@ -1,21 +1,19 @@
 # Shared by the checks of this folder: a virtual machine with a stock kernel, unpacked and not
-# installed, whose root is a folder. `work` is a folder for what is only needed meanwhile.
+# installed. `work` is a folder for what is only needed meanwhile, `root` becomes the machine's.
 # shellcheck shell=bash disable=SC2154
 
 # Sets kernel, version, and modules, the folder of the kernel's modules.
 fetch_kernel() {
-  local package
-  package=$(apt-cache depends linux-image-amd64 | awk '/Depends: linux-image/ {print $2; exit}')
+  local package=$(apt-cache depends linux-image-amd64 | awk '/Depends: linux-image/ {print $2; exit}')
   (cd "$work" && apt-get download -q -o Acquire::Retries=3 "$package" >&2 && dpkg -x linux-image-*.deb kernel)
   kernel=$(echo "$work"/kernel/boot/vmlinuz-*)
   version=${kernel##*/vmlinuz-}
   modules=$work/kernel/lib/modules/$version/kernel
 }
 
-# add_programs ROOT PROGRAM...: with the libraries that ROOT has not yet.
+# Puts programs into the root, with the libraries that it has not yet.
 add_programs() {
-  local root=$1 program library
-  shift
+  local program library
   for program in "$@"; do
     cp "$program" "$root/bin/"
     # A static program has no libraries, and ldd fails for it.
@@ -26,15 +24,13 @@ add_programs() {
   done
 }
 
-# boot ROOT MEMORY [NAME=VALUE...]: runs ROOT/init, with these in its environment, and shows what
-# comes from "--- begin" to "--- done"; it is left in $work/output.
+# boot MEMORY [NAME=VALUE...]: runs the root's init, with these in its environment, and shows what it
+# prints from "--- begin" to "--- done".
 boot() {
-  local root=$1 memory=$2
-  shift 2
   chmod +x "$root/init"
   (cd "$root" && find . | cpio -o -H newc --quiet | gzip -1) >"$work/initramfs.gz"
-  timeout 280 qemu-system-x86_64 -kernel "$kernel" -initrd "$work/initramfs.gz" -m "$memory" -nographic \
-    -no-reboot -append "console=ttyS0 quiet panic=-1 $*" </dev/null 2>&1 |
+  timeout 280 qemu-system-x86_64 -kernel "$kernel" -initrd "$work/initramfs.gz" -m "$1" -nographic -no-reboot \
+    -append "console=ttyS0 quiet panic=-1 ${*:2}" </dev/null 2>&1 |
     tr -d '\r' | sed -n '/--- begin/,/--- done$/p' | tee "$work/output"
 }
 

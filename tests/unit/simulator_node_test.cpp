@@ -64,48 +64,34 @@ using support::hex;
 using support::operator+;
 
 /// A link from 1:0x4007 or the control port to node 9, in packets with the header of version 1.
-class qrtr_link : public testing::Test {
- protected:
-  qrtr_link() {
-    link_.emplace(io_, host::file_descriptor(ends_[1]), 9, node_, dispatcher_, trace_);
-  }
-  ~qrtr_link() override { ::close(ends_[0]); }
-
-  static std::array<int, 2> make_ends() {
-    std::array<int, 2> ends{};
-    ::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends.data());
-    return ends;
-  }
-  void send(const bytes& packet) {
-    ASSERT_EQ(::send(ends_[0], packet.data(), packet.size(), 0), packet.size());
-    io_.poll();
-  }
-  /// Empty if there is none.
-  bytes receive() const {
+TEST(qrtr_link, node_greets_serves_and_waits_for_clients_that_do_not_read) {
+  std::array<int, 2> ends{};
+  ASSERT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_NONBLOCK, 0, ends.data()), 0);
+  asio::io_context io;
+  const support::temp_dir directory;
+  sim::modem state(io, directory.path());
+  sim::trace trace(nullptr, services);
+  sim::node node(services, trace);
+  sim::dispatcher dispatcher(io, state, node, sim::faults({}), {}, trace);
+  const sim::qrtr_link link(io, host::file_descriptor(ends[1]), 9, node, dispatcher, trace);
+  const auto send = [&](const bytes& packet) {
+    ASSERT_EQ(::send(ends[0], packet.data(), packet.size(), 0), packet.size());
+    io.poll();
+  };
+  const auto receive = [&] {  // empty if there is nothing
     bytes packet(200);
-    const auto size = ::recv(ends_[0], packet.data(), packet.size(), 0);
+    const auto size = ::recv(ends[0], packet.data(), packet.size(), 0);
     packet.resize(size < 0 ? 0 : static_cast<std::size_t>(size));
     return packet;
-  }
+  };
 
-  const std::array<int, 2> ends_ = make_ends();
-  asio::io_context io_;
-  support::temp_dir directory_;
-  sim::modem state_{io_, directory_.path()};
-  sim::trace trace_{nullptr, services};
-  sim::node node_{services, trace_};
-  sim::dispatcher dispatcher_{io_, state_, node_, sim::faults({}), {}, trace_};
-  std::optional<sim::qrtr_link> link_;
-};
-
-TEST_F(qrtr_link, node_greets_serves_and_waits_for_clients_that_do_not_read) {
   const bytes to_control = hex("09000000 feffffff 00000000 14000000 01000000 feffffff");
   EXPECT_EQ(receive(), hex("01000000 02000000") + to_control + hex("02000000 00*16"));
   EXPECT_EQ(receive(), hex("01000000 04000000") + to_control +
                            hex("04000000 e4ff0000 01010000 09000000 01000000"));
   EXPECT_EQ(receive(), hex("01000000 04000000") + to_control +
                            hex("04000000 0b000000 02010000 09000000 02000000"));
-  node_.take_down(services[0]);
+  node.take_down(services[0]);
   EXPECT_EQ(receive(), hex("01000000 05000000") + to_control +
                            hex("05000000 e4ff0000 01010000 09000000 01000000"));
 
@@ -138,6 +124,7 @@ TEST_F(qrtr_link, node_greets_serves_and_waits_for_clients_that_do_not_read) {
       hex("01000000 07000000 01000000 07400000 00000000 14000000 09000000 02000000"
           "07000000 01000000 07400000 00*8"));
   EXPECT_EQ(receive(), answer("00"));
+  ::close(ends[0]);
 }
 
 }  // namespace
