@@ -33,6 +33,10 @@ struct reply {
   reply() = default;
   /// A standard response; after success more TLVs may follow.
   reply(protocol::qmi::error code) : result(code) { tlvs.standard_response(code); }
+  /// Success and these TLVs.
+  reply(const protocol::qmi::tlv_writer& values) : reply(protocol::qmi::error::none) {
+    tlvs.append(values.view());
+  }
 
   protocol::qmi::error result = protocol::qmi::error::none;
   protocol::qmi::tlv_writer tlvs;

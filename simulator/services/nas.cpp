@@ -9,6 +9,7 @@ namespace sim {
 namespace {
 
 using protocol::qmi::error;
+using protocol::qmi::tlv_writer;
 
 constexpr std::uint8_t radio_lte = 8;
 
@@ -80,11 +81,10 @@ reply get_signal_info(const request& asked) {
   const radio_values seen = seen_now(asked);
   const lte_cell& lte = seen.lte;
   const nr_cell& nr = seen.nr;
-  reply out = error::none;
-  out.tlvs.bytes(0x14, packed().s8(lte.rssi()).s8(lte.rsrq).s16(lte.rsrp).s16(10 * lte.sinr).view())
+  return tlv_writer()
+      .bytes(0x14, packed().s8(lte.rssi()).s8(lte.rsrq).s16(lte.rsrp).s16(10 * lte.sinr).view())
       .bytes(0x17, packed().s16(nr.rsrp).s16(10 * nr.sinr).view())
       .bytes(0x18, packed().s16(nr.rsrq).view());
-  return out;
 }
 
 namespace {

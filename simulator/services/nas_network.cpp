@@ -202,18 +202,16 @@ reply get_system_info(const request& asked) {
 
 reply get_home_network(const request& /*asked*/) {
   constexpr radio_network home;
-  reply out = error::none;
-  out.tlvs.bytes(value_tlv, name_of(home).view())
+  return tlv_writer()
+      .bytes(value_tlv, name_of(home).view())
       .bytes(0x12, packed().u8(1).u8(three_digits(home)).view());
-  return out;
 }
 
 reply get_preferred_networks(const request& /*asked*/) {
   constexpr radio_network home;
   constexpr std::uint16_t lte_and_nr = 0x4800;
-  reply out = error::none;
-  out.tlvs.bytes(0x10, packed().u16(1).u16(home.mcc).u16(home.mnc).u16(lte_and_nr).view());
-  return out;
+  return tlv_writer().bytes(0x10,
+                            packed().u16(1).u16(home.mcc).u16(home.mnc).u16(lte_and_nr).view());
 }
 
 reply scan_networks(const request& asked) {
@@ -236,9 +234,10 @@ reply scan_networks(const request& asked) {
     networks.u16(network.mcc).u16(network.mnc).u8(status).counted_text(name);
     radios.u16(network.mcc).u16(network.mnc).u8(radio_lte);
   }
-  reply out = error::none;
-  out.tlvs.bytes(0x10, networks.view()).bytes(0x11, radios.view()).integer(0x13, std::uint32_t{0});
-  return out;
+  return tlv_writer()
+      .bytes(0x10, networks.view())
+      .bytes(0x11, radios.view())
+      .integer(0x13, std::uint32_t{0});
 }
 
 /// There is one network, so a manual choice of another one finds none.
@@ -264,10 +263,9 @@ reply attach_to_packet_service(const request& asked) {
 
 reply get_operator_name(const request& asked) {
   static_cast<void>(seen_now(asked));
-  reply out = error::none;
-  out.tlvs.bytes(0x10, packed().u8(0).counted_text(operator_name).view())
+  return tlv_writer()
+      .bytes(0x10, packed().u8(0).counted_text(operator_name).view())
       .bytes(0x13, packed().text(operator_name).view());
-  return out;
 }
 
 reply get_plmn_name(const request& asked) {
@@ -296,12 +294,11 @@ reply get_cell_location(const request& asked) {
   packed nr_cell_info;
   nr_cell_info.raw(plmn).u8(0).u8(0).u8(1).u64(lte.cell_identity).u16(nr.pci);
   nr_cell_info.s16(tenth * nr.rsrq).s16(tenth * nr.rsrp).s16(tenth * nr.sinr);
-  reply out = error::none;
-  out.tlvs.bytes(0x13, serving_cells.view())
+  return tlv_writer()
+      .bytes(0x13, serving_cells.view())
       .integer(0x1E, std::uint32_t{1})
       .integer(0x2E, nr.arfcn)
       .bytes(0x2F, nr_cell_info.view());
-  return out;
 }
 
 reply get_transmission(const request& asked) {
@@ -341,9 +338,7 @@ reply get_network_time(const request& asked) {
   value.u8(static_cast<std::uint8_t>(time.minutes().count()));
   value.u8(static_cast<std::uint8_t>(time.seconds().count()));
   value.u8(static_cast<std::uint8_t>(weekday(day).iso_encoding() - 1)).u8(0).u8(0).u8(radio_lte);
-  reply out = error::none;
-  out.tlvs.bytes(0x10, value.view());
-  return out;
+  return tlv_writer().bytes(0x10, value.view());
 }
 
 }  // namespace sim

@@ -5,6 +5,7 @@
 namespace sim {
 
 using protocol::qmi::error;
+using protocol::qmi::tlv_writer;
 
 reply set_rf_state(const request& asked) {
   constexpr std::uint8_t state_tlv = 0x01;
@@ -18,9 +19,7 @@ reply set_rf_state(const request& asked) {
 reply get_rf_state(const request& asked) {
   constexpr std::uint8_t state_tlv = 0x10;
   const auto state = asked.state.kept.get(setting_of::sar_state);
-  reply out = error::none;
-  out.tlvs.integer(state_tlv, static_cast<std::uint32_t>(state));
-  return out;
+  return tlv_writer().integer(state_tlv, static_cast<std::uint32_t>(state));
 }
 
 }  // namespace sim

@@ -9,6 +9,7 @@ namespace {
 
 using protocol::byte_view;
 using protocol::qmi::error;
+using protocol::qmi::tlv_writer;
 
 constexpr std::uint8_t slot_tlv = 0x01;
 
@@ -99,9 +100,7 @@ reply send_card_apdu(const request& asked) {
 
   std::vector<std::uint8_t> said;
   check(asked.state.uicc.transmit(slot, channel.value_or(0), apdu, said));
-  reply out = error::none;
-  out.tlvs.bytes(0x10, packed().counted<std::uint16_t>(said).view());
-  return out;
+  return tlv_writer().bytes(0x10, packed().counted<std::uint16_t>(said).view());
 }
 
 reply open_card_channel(const request& asked) {
@@ -111,11 +110,10 @@ reply open_card_channel(const request& asked) {
   check(asked.state.uicc.open_channel(asked.from, slot, take_counted<std::uint8_t>(asked, aid_tlv),
                                       opened));
   constexpr std::uint8_t done[] = {0x90, 0x00};
-  reply out = error::none;
-  out.tlvs.integer(0x10, opened.id)
+  return tlv_writer()
+      .integer(0x10, opened.id)
       .bytes(0x11, done)
       .bytes(0x12, packed().counted(opened.select_response).view());
-  return out;
 }
 
 reply use_card_channel(const request& asked) {

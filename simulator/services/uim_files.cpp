@@ -11,6 +11,7 @@ namespace {
 
 using protocol::byte_view;
 using protocol::qmi::error;
+using protocol::qmi::tlv_writer;
 
 constexpr std::uint8_t session_tlv = 0x01;
 constexpr std::uint8_t subject_tlv = 0x02;  ///< a file, or a PIN and codes
@@ -158,9 +159,7 @@ reply get_card_file_attributes(const request& asked) {
   for (int action = 0; action < 4; ++action) value.u8(never).u16(0);
   const auto description = description_of(file);
   value.counted<std::uint16_t>(description);
-  reply out = error::none;
-  out.tlvs.bytes(0x10, bytes_of(sw_done)).bytes(0x11, value.view());
-  return out;
+  return tlv_writer().bytes(0x10, bytes_of(sw_done)).bytes(0x11, value.view());
 }
 
 namespace {
@@ -244,9 +243,7 @@ reply register_card_events(const request& asked) {
   const auto mask = take<std::uint32_t>(asked, 0x01);
   asked.state.watchers.set(asked.from, watched::card_status, (mask & card_status) != 0);
   asked.state.watchers.set(asked.from, watched::slot_status, (mask & slot_status) != 0);
-  reply out = error::none;
-  out.tlvs.integer(0x10, mask & (card_status | slot_status));
-  return out;
+  return tlv_writer().integer(0x10, mask & (card_status | slot_status));
 }
 
 namespace {

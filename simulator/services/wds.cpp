@@ -72,9 +72,7 @@ reply stop_call(const request& asked) {
 }
 
 reply get_packet_status(const request& asked) {
-  reply out = error::none;
-  out.tlvs.integer(value_tlv, static_cast<std::uint8_t>(has_call(asked) ? 2 : 1));
-  return out;
+  return tlv_writer().integer(value_tlv, static_cast<std::uint8_t>(has_call(asked) ? 2 : 1));
 }
 
 void rates(modem& /*state*/, tlv_writer& out) {
@@ -154,9 +152,7 @@ reply create_profile(const request& asked) {
   while (profiles.contains(number)) ++number;
   if (number > last_data_profile) refuse_profile(out_of_profiles);
   take_settings(asked, profiles[number]);
-  reply out = error::none;
-  out.tlvs.bytes(value_tlv, packed().u8(0).u8(number).view());
-  return out;
+  return tlv_writer().bytes(value_tlv, packed().u8(0).u8(number).view());
 }
 
 reply modify_profile(const request& asked) {
@@ -207,9 +203,7 @@ reply get_dormancy(const request& asked) {
   constexpr std::uint8_t active = 2;
   const auto seen = asked.state.seen_by(0);
   const bool is_active = seen && seen->rrc == lte_rrc_state::connected;
-  reply out = error::none;
-  out.tlvs.integer(value_tlv, is_active ? active : dormant);
-  return out;
+  return tlv_writer().integer(value_tlv, is_active ? active : dormant);
 }
 
 void autoconnect(modem& state, tlv_writer& out) {
@@ -226,11 +220,10 @@ reply set_autoconnect(const request& asked) {
 reply get_attach_parameters(const request& asked) {
   constexpr std::uint8_t both_families = 2;
   if (!asked.state.seen_by(0) || !asked.state.is_attached) return error::information_unavailable;
-  reply out = error::none;
-  out.tlvs.bytes(0x10, packed().text("internet").view())
+  return tlv_writer()
+      .bytes(0x10, packed().text("internet").view())
       .integer(0x11, both_families)
       .integer(0x12, std::uint8_t{1});
-  return out;
 }
 
 void attach_list(modem& /*state*/, tlv_writer& out) {
