@@ -54,8 +54,8 @@ std::string ip_address::text() const {
                                  : static_cast<const void*>(&address_.v6.sin6_addr);
   std::array<char, INET6_ADDRSTRLEN> name{};
   ::inet_ntop(family(), host, name.data(), name.size());
-  const std::string number = std::to_string(port());
-  return is_v4 ? name.data() + (":" + number) : "[" + std::string(name.data()) + "]:" + number;
+  std::string all(is_v4 ? "" : "[");
+  return all.append(name.data()).append(is_v4 ? ":" : "]:").append(std::to_string(port()));
 }
 
 std::uint16_t ip_address::port() const {

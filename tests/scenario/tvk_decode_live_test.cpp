@@ -28,7 +28,7 @@ using namespace support;
 /// are on already. It keeps its masks when its client goes, as a phone does.
 class live_port {
  public:
-  live_port() {
+  explicit live_port(hand_diag::kind kind = hand_diag::kind::unix_socket) : port_(kind) {
     port_.on_request([this](const bytes& request) { answer(request); });
   }
 
@@ -126,6 +126,17 @@ TEST_F(tvk_decode_live, asks_saves_comes_back_and_takes_its_requests_back) {
   const std::string in_saved(capture.begin(), capture.end());
   EXPECT_NE(saved.find(in_saved), std::string::npos);
   EXPECT_EQ(decode({"-f", "jsonl", file("s.qmdl")}).output, capture_lines + voice_line());
+}
+
+TEST_F(tvk_decode_live, packets_of_a_router_have_no_framing) {
+  live_port router(hand_diag::kind::packet_name);
+  background_process live(TVK_DECODE_PROGRAM, router.arguments({"-o", file("lines")}));
+  ASSERT_TRUE(router.wait_for(reports_on, 1));
+  router.port().write(capture);
+  EXPECT_TRUE(eventually([&] { return records_in(read_file(file("lines"))) == capture_lines; }));
+  live.send_signal(SIGINT);
+  EXPECT_EQ(live.wait().exit_status, 0);
+  EXPECT_EQ(router.beginning_with(reports_off).size(), 1U);
 }
 
 /// A named pipe of one page and its reader, who need not read.

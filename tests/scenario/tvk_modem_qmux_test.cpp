@@ -20,34 +20,33 @@ namespace {
 using namespace support;
 using namespace support::packets;
 
+/// A client of a socket or of a terminal, by its descriptor.
 class stream {
  public:
-  explicit stream(const std::string& path) : socket_(connected(path, SOCK_STREAM)) {}
+  explicit stream(int file) : file_(file) {}
   stream(const stream&) = delete;
   stream& operator=(const stream&) = delete;
-  ~stream() { ::close(socket_); }
+  ~stream() { ::close(file_); }
 
   void send(const bytes& some) const {
-    EXPECT_EQ(::send(socket_, some.data(), some.size(), MSG_NOSIGNAL),
-              static_cast<ssize_t>(some.size()));
+    EXPECT_EQ(::write(file_, some.data(), some.size()), static_cast<ssize_t>(some.size()));
   }
+  [[nodiscard]] bool has_answer() const { return readable(file_, std::chrono::seconds(30)); }
   /// Nothing when the modem closed the connection, or says nothing for half a minute.
   [[nodiscard]] bytes receive(std::size_t size) const {
     bytes all;
-    while (all.size() < size && readable(socket_, std::chrono::seconds(30))) {
+    while (all.size() < size && has_answer()) {
       bytes piece(size - all.size());
-      const ssize_t got = ::recv(socket_, piece.data(), piece.size(), 0);
+      const ssize_t got = ::read(file_, piece.data(), piece.size());
       if (got <= 0) return {};
       all.insert(all.end(), piece.begin(), piece.begin() + got);
     }
     return all;
   }
-  /// Waits until the modem has read all.
-  void await_reading() const {
-    EXPECT_TRUE(eventually([this] {
-      int unread = 0;
-      return ::ioctl(socket_, SIOCOUTQ, &unread) == 0 && unread == 0;
-    }));
+  /// How many bytes wait, in this direction.
+  [[nodiscard]] int waiting(unsigned long direction) const {
+    int size = 0;
+    return ::ioctl(file_, direction, &size) == 0 ? size : -1;
   }
   /// What comes, as long as it is as long as `expected`.
   void expect_answer(const char* request, const char* expected) const {
@@ -57,7 +56,7 @@ class stream {
   }
 
  private:
-  int socket_;
+  int file_;
 };
 
 constexpr const char* allocate_sar = "01 0f00 00 00 00  00 07 2200 0400  01 0100 11";
@@ -78,7 +77,7 @@ class tvk_modem_qmux : public testing::Test {
 };
 
 TEST_F(tvk_modem_qmux, control_hands_out_clients_and_refuses_what_it_cannot_do) {
-  const stream one(path_);
+  const stream one(connected(path_, SOCK_STREAM));
   one.expect_answer("01 1700 00 00 00  00 01 00ff 0c00  01 0900 2f6465762f6e756c6c",
                     "01 1200 80 00 00  01 01 00ff 0700  02 0400 00000000");
   one.expect_answer("01 1000 00 00 00  00 02 2600 0500  10 0200 0100",
@@ -86,7 +85,7 @@ TEST_F(tvk_modem_qmux, control_hands_out_clients_and_refuses_what_it_cannot_do) 
   one.expect_answer(allocate_sar, sar_client_1);
   one.expect_answer(ask_client_1, state_to_client_1);
 
-  const stream two(path_);
+  const stream two(connected(path_, SOCK_STREAM));
   two.expect_answer(allocate_sar,
                     "01 1700 80 00 00  01 07 2200 0c00  02 0400 00000000  01 0200 11 02");
   // A client is its id's, whichever connection uses it.
@@ -128,18 +127,18 @@ TEST_F(tvk_modem_qmux, control_hands_out_clients_and_refuses_what_it_cannot_do) 
 }
 
 TEST_F(tvk_modem_qmux, frames_come_in_any_pieces_and_anything_else_ends_the_connection) {
-  const stream client(path_);
+  const stream client(connected(path_, SOCK_STREAM));
   client.expect_answer(allocate_sar, sar_client_1);
   for (const std::uint8_t each : hex(ask_client_1)) {
     client.send({each});
-    client.await_reading();
+    EXPECT_TRUE(eventually([&] { return client.waiting(SIOCOUTQ) == 0; }));
   }
   EXPECT_EQ(client.receive(hex(state_to_client_1).size()), hex(state_to_client_1));
   const std::string two = ask_client_1 + std::string(sync);
   client.expect_answer(two.c_str(), (state_to_client_1 + std::string(sync_answer)).c_str());
 
   for (const char* const broken : {"02 0b00", "01 0400 00 00 00"}) {
-    const stream other(path_);
+    const stream other(connected(path_, SOCK_STREAM));
     other.expect_answer(broken, "");
     EXPECT_EQ(other.receive(1), bytes());
   }
@@ -147,49 +146,18 @@ TEST_F(tvk_modem_qmux, frames_come_in_any_pieces_and_anything_else_ends_the_conn
 }
 
 TEST_F(tvk_modem_qmux, service_has_254_clients_which_outlive_their_connection) {
-  auto client = std::make_unique<stream>(path_);
+  auto client = std::make_unique<stream>(connected(path_, SOCK_STREAM));
   for (unsigned id = 1; id <= 254; ++id) {
     client->send(hex(allocate_sar));
     ASSERT_EQ(client->receive(24).back(), id);
   }
   client.reset();
-  const stream next(path_);
+  const stream next(connected(path_, SOCK_STREAM));
   next.expect_answer(allocate_sar, "01 1200 80 00 00  01 07 2200 0700  02 0400 0100 0500");
   next.expect_answer(ask_client_1, state_to_client_1);
   next.expect_answer(sync, sync_answer);
   next.expect_answer(allocate_sar, sar_client_1);
 }
-
-class terminal {
- public:
-  explicit terminal(const std::string& link) : file_(::open(link.c_str(), O_RDWR | O_NOCTTY)) {}
-  terminal(const terminal&) = delete;
-  terminal& operator=(const terminal&) = delete;
-  ~terminal() { ::close(file_); }
-
-  void send(const bytes& some) const {
-    EXPECT_EQ(::write(file_, some.data(), some.size()), static_cast<ssize_t>(some.size()));
-  }
-  [[nodiscard]] int unread() const {
-    int size = 0;
-    return ::ioctl(file_, FIONREAD, &size) == 0 ? size : -1;
-  }
-  [[nodiscard]] bool has_answer() const { return readable(file_, std::chrono::seconds(30)); }
-  /// What comes, as long as it is as long as `expected`.
-  void expect_answer(const char* request, const char* expected) const {
-    SCOPED_TRACE(request);
-    send(hex(request));
-    bytes got(hex(expected).size());
-    std::size_t size = 0;
-    while (size < got.size() && has_answer()) {
-      size += static_cast<std::size_t>(::read(file_, &got[size], got.size() - size));
-    }
-    EXPECT_EQ(got, hex(expected));
-  }
-
- private:
-  int file_;
-};
 
 constexpr const char* allocate_uim = "01 0f00 00 00 00  00 01 2200 0400  01 0100 0b";
 constexpr const char* uim_client_1 =
@@ -198,9 +166,10 @@ constexpr const char* uim_client_1 =
 TEST(tvk_modem_qmux_pty, clients_and_channels_stay_while_users_of_the_terminal_come_and_go) {
   const temp_dir dir;
   const std::string link = dir.file("cdc-wdm0");
+  const auto opened = [](const std::string& at) { return ::open(at.c_str(), O_RDWR | O_NOCTTY); };
   const simulated_modem modem({}, simulated_modem::begin::at_once, {"--qmux-pty", link});
   {
-    const terminal first(link);
+    const stream first(opened(link));
     first.expect_answer(allocate_uim, uim_client_1);
     // Opens a channel to the USIM of the first slot.
     first.expect_answer(
@@ -211,8 +180,8 @@ TEST(tvk_modem_qmux_pty, clients_and_channels_stay_while_users_of_the_terminal_c
     first.send(hex("01 0b00 00 00 00  00 02 2100 0000"));
     EXPECT_TRUE(first.has_answer());
   }
-  const terminal second(link);
-  EXPECT_TRUE(eventually([&] { return second.unread() == 0; }));
+  const stream second(opened(link));
+  EXPECT_TRUE(eventually([&] { return second.waiting(FIONREAD) == 0; }));
   // An instruction that the USIM does not know, on the channel.
   second.expect_answer(
       "01 1d00 00 0b 01  00 0200 3b00 1100  01 0100 01  02 0600 0400 00ff0000  10 0100 01",

@@ -5,17 +5,12 @@
 #include <string>
 #include <vector>
 
-#include "support/bytes.h"
-#include "support/modem_connection.h"
+#include "support/service_messages.h"
 #include "support/simulated_modem.h"
 
 namespace {
 
-using support::bytes;
-using support::hex;
-using support::modem_connection;
-using support::simulated_modem;
-using support::operator+;
+using namespace support;
 
 // Services by their ports.
 constexpr std::uint8_t sar = 2;
@@ -23,26 +18,7 @@ constexpr std::uint8_t uim = 3;
 constexpr std::uint8_t nas = 5;
 constexpr std::uint8_t dms = 7;
 constexpr std::uint8_t wds = 8;
-
-bytes u16(std::size_t value) {
-  return {static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8)};
-}
-
-const bytes done = hex("02 0400 00000000");
-bytes failed(const char* code) {
-  return hex("02 0400 0100") + hex(code);
-}
-
-bytes without(std::size_t first, const bytes& all) {
-  return {all.begin() + static_cast<std::ptrdiff_t>(std::min(first, all.size())), all.end()};
-}
-
-bytes ask(const modem_connection& client, std::uint8_t port, const char* message,
-          const bytes& tlvs = {}) {
-  constexpr std::size_t headers = 15;  // address and message
-  return without(headers, client.ask(hex("00000000") + bytes{port, 0, 0, 0} + hex("00 0100") +
-                                     hex(message) + u16(tlvs.size()) + tlvs));
-}
+constexpr std::uint8_t wda = 9;
 
 std::vector<std::string> still(std::vector<std::string> options = {}) {
   options.insert(options.end(), {"--set", "radio.swing=0"});
@@ -190,6 +166,20 @@ TEST(tvk_modem_services, data_call_is_its_clients_and_needs_registration) {
   EXPECT_EQ(ask(client, wds, "2b00", hex("01 0200 00 02")), failed("5100") + hex("e0 0200 0500"));
 }
 
+TEST(tvk_modem_services, data_format_is_kept_as_it_was_set) {
+  const simulated_modem modem;
+  const modem_connection client(modem.socket());
+  EXPECT_EQ(ask(client, wda, "2000", hex("11 0400 01000000  12 0400 01000000")), failed("3000"));
+  // The greatest aggregate to send is TLV 1C in the request and 18 in the answer.
+  const bytes format = done + hex("10 0100 00  11 0400 02000000  12 0400 00000000  13 0400 05000000"
+                                  "15 0400 00000000  16 0400 00000000  17 0400 00000000"
+                                  "18 0400 00400000");
+  EXPECT_EQ(ask(client, wda, "2000",
+                hex("13 0400 05000000  17 0800 04000000 01000000  1c 0400 00400000")),
+            format);
+  EXPECT_EQ(ask(client, wda, "2100"), format);
+}
+
 const char* const home = "980001010000000010f9";
 const char* const travel = "980001010000000020f7";
 
@@ -210,7 +200,8 @@ TEST(tvk_modem_services, euicc_answers_the_sequence_of_a_profile_assistant) {
         client, uim, "3b00",
         hex("01 0100 02  02") + u16(apdu.size() + 2) + u16(apdu.size()) + apdu + hex("10 0100 01"));
     constexpr std::size_t before = 7 + 5;  // success; type, length, count
-    return without(before, answer);
+    if (answer.size() < before) throw std::runtime_error("not answered");
+    return bytes(answer.begin() + before, answer.end());
   };
   const bytes root = hex("8112 6c70612e64732e6578616d706c652e6f7267");
   EXPECT_EQ(store(hex("bf3e03 5c015a")), hex("bf3e12 5a10 89049032000000000000000000000066 9000"));

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "support/extension_packets.h"
-#include "support/modem_connection.h"
+#include "support/service_messages.h"
 #include "support/simulated_modem.h"
 
 namespace {
@@ -13,27 +13,11 @@ const char* const first_aid = "a0000005591010ffffffff8900001000";
 const char* const second_iccid = "980001010000000020f7";
 const bytes isd_r = hex("a0000005591010ffffffff8900000100");
 
-bytes u16(std::size_t value) {
-  return {static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8)};
-}
-
-/// The TLVs of the answer to a UIM request.
-bytes ask(const modem_connection& client, const char* message, const bytes& tlvs) {
-  const bytes id = hex(message);
-  const bytes answer = client.ask(packets::uim + hex("00 0100") + id + u16(tlvs.size()) + tlvs);
-  const bytes head = packets::uim + hex("02 0100") + id + u16(answer.size() - 15);
-  EXPECT_EQ(bytes(answer.begin(), answer.begin() + 15), head);
-  return {answer.begin() + 15, answer.end()};
-}
-
-const bytes done = hex("02 0400 0000 0000");
-bytes error(const char* code) {
-  return hex("02 0400 0100") + hex(code);
-}
+constexpr std::uint8_t uim = 3;
 
 /// Opens a channel to the ISD-R in slot 2; it becomes number 1.
 void open_isd_r(const modem_connection& client) {
-  EXPECT_EQ(ask(client, "4200", hex("01 0100 02  10 1100 10") + isd_r),
+  EXPECT_EQ(ask(client, uim, "4200", hex("01 0100 02  10 1100 10") + isd_r),
             done + hex("10 0100 01  11 0200 9000  12 2400 23"
                        "6f1f 8410 a0000005591010ffffffff8900000100"
                        "a5049f6501ff e0058203020202 9000"));
@@ -43,7 +27,7 @@ void open_isd_r(const modem_connection& client) {
 bytes store_data(const modem_connection& client, const bytes& request) {
   const bytes apdu =
       hex("80e29100") + bytes{static_cast<std::uint8_t>(request.size())} + request + hex("00");
-  const bytes answer = ask(client, "3b00",
+  const bytes answer = ask(client, uim, "3b00",
                            hex("01 0100 02  02") + u16(apdu.size() + 2) + u16(apdu.size()) + apdu +
                                hex("10 0100 01  11 0100 01"));
   const std::size_t before = done.size() + 5;  // type, length, count
@@ -61,20 +45,20 @@ TEST(uim_service, slot_status_follows_the_switch_and_the_enabled_profile) {
            hex("11 1900 02  02000000 01 05 3b0354564b 00  02000000 01 05 3b0354564b 01"
                "12 1300 02  00  10 89049032000000000000000000000066");
   };
-  EXPECT_EQ(ask(client, "4700", {}), status("01", "02", "980001010000000010f9"));
-  EXPECT_EQ(ask(client, "4600", hex("01 0100 01  02 0400 01000000")), error("1a00"));
-  EXPECT_EQ(ask(client, "4600", hex("01 0100 01  02 0400 03000000")), error("3000"));
-  EXPECT_EQ(ask(client, "4600", hex("01 0100 01  02 0400 02000000")), done);
-  EXPECT_EQ(ask(client, "4700", {}), status("02", "01", "980001010000000010f9"));
-  EXPECT_EQ(ask(client, "6500", hex("01 0100 01")),
+  EXPECT_EQ(ask(client, uim, "4700"), status("01", "02", "980001010000000010f9"));
+  EXPECT_EQ(ask(client, uim, "4600", hex("01 0100 01  02 0400 01000000")), failed("1a00"));
+  EXPECT_EQ(ask(client, uim, "4600", hex("01 0100 01  02 0400 03000000")), failed("3000"));
+  EXPECT_EQ(ask(client, uim, "4600", hex("01 0100 01  02 0400 02000000")), done);
+  EXPECT_EQ(ask(client, uim, "4700"), status("02", "01", "980001010000000010f9"));
+  EXPECT_EQ(ask(client, uim, "6500", hex("01 0100 01")),
             done + hex("10 1100 10 89049032000000000000000000000066"));
-  EXPECT_EQ(ask(client, "6500", hex("01 0100 02")), done) << "no eUICC";
-  EXPECT_EQ(ask(client, "4600", hex("01 0100 01  02 0400 01000000")), done);
+  EXPECT_EQ(ask(client, uim, "6500", hex("01 0100 02")), done) << "no eUICC";
+  EXPECT_EQ(ask(client, uim, "4600", hex("01 0100 01  02 0400 01000000")), done);
 
   open_isd_r(client);
   EXPECT_EQ(store_data(client, hex("bf3111 a00c 5a0a") + hex(second_iccid) + hex("8101ff")),
             hex("bf3103800100 9000"));
-  EXPECT_EQ(ask(client, "4700", {}), status("01", "02", second_iccid));
+  EXPECT_EQ(ask(client, uim, "4700"), status("01", "02", second_iccid));
 }
 
 TEST(uim_service, channels_are_the_clients_and_end_with_power) {
@@ -84,35 +68,35 @@ TEST(uim_service, channels_are_the_clients_and_end_with_power) {
   {
     const modem_connection first(modem.socket());
     open_isd_r(first);
-    EXPECT_EQ(ask(client, "3b00", on_1), done + hex("10 0400 0200 6a80"));
+    EXPECT_EQ(ask(client, uim, "3b00", on_1), done + hex("10 0400 0200 6a80"));
   }
   // The modem may hear of the client's end after this request.
   bytes answer;
-  for (int i = 0; i < 100 && answer != error("3000"); ++i) answer = ask(client, "3b00", on_1);
-  EXPECT_EQ(answer, error("3000"));
+  for (int i = 0; i < 100 && answer != failed("3000"); ++i) answer = ask(client, uim, "3b00", on_1);
+  EXPECT_EQ(answer, failed("3000"));
 
   for (const char* channel : {"01", "02", "03"}) {
-    EXPECT_EQ(ask(client, "3f00", hex("01 0100 02  10 0600 05 a000000087")),
+    EXPECT_EQ(ask(client, uim, "3f00", hex("01 0100 02  10 0600 05 a000000087")),
               done + hex("10 0100") + hex(channel) + hex("11 0200 9000  12 0300 02 9000"));
   }
-  EXPECT_EQ(ask(client, "4200", hex("01 0100 02  10 0600 05 a000000087")), error("4400"));
-  EXPECT_EQ(ask(client, "4200", hex("01 0100 01  10 1100 10") + isd_r), error("5000"));
-  EXPECT_EQ(ask(client, "3f00", hex("01 0100 02  11 0100 02  13 0100 01")), done);
-  EXPECT_EQ(ask(client, "3f00", hex("01 0100 02  11 0100 02")), error("3000"));
-  EXPECT_EQ(ask(client, "3b00", on_1), done + hex("10 0400 0200 6d00")) << "the USIM";
-  EXPECT_EQ(ask(client, "3000", hex("01 0100 02")), done);
-  EXPECT_EQ(ask(client, "3100", hex("01 0100 02")), done);
+  EXPECT_EQ(ask(client, uim, "4200", hex("01 0100 02  10 0600 05 a000000087")), failed("4400"));
+  EXPECT_EQ(ask(client, uim, "4200", hex("01 0100 01  10 1100 10") + isd_r), failed("5000"));
+  EXPECT_EQ(ask(client, uim, "3f00", hex("01 0100 02  11 0100 02  13 0100 01")), done);
+  EXPECT_EQ(ask(client, uim, "3f00", hex("01 0100 02  11 0100 02")), failed("3000"));
+  EXPECT_EQ(ask(client, uim, "3b00", on_1), done + hex("10 0400 0200 6d00")) << "the USIM";
+  EXPECT_EQ(ask(client, uim, "3000", hex("01 0100 02")), done);
+  EXPECT_EQ(ask(client, uim, "3100", hex("01 0100 02")), done);
   open_isd_r(client);
 
   // SELECT on the basic channel, then GetEuiccDataRequest there.
-  EXPECT_EQ(ask(client, "3b00", hex("01 0100 02  02 0c00 0a00 00a4040005 a000000559")),
+  EXPECT_EQ(ask(client, uim, "3b00", hex("01 0100 02  02 0c00 0a00 00a4040005 a000000559")),
             done + hex("10 2500 2300 6f1f 8410 a0000005591010ffffffff8900000100"
                        "a5049f6501ff e0058203020202 9000"));
-  EXPECT_EQ(ask(client, "3b00", hex("01 0100 02  02 0d00 0b00 80e2910006 bf3e035c015a")),
+  EXPECT_EQ(ask(client, uim, "3b00", hex("01 0100 02  02 0d00 0b00 80e2910006 bf3e035c015a")),
             done + hex("10 1900 1700 bf3e12 5a10 89049032000000000000000000000066 9000"));
-  EXPECT_EQ(ask(client, "3b00", hex("01 0100 02  02 0800 0600 80e291000901")),
+  EXPECT_EQ(ask(client, uim, "3b00", hex("01 0100 02  02 0800 0600 80e291000901")),
             done + hex("10 0400 0200 6700"));
-  EXPECT_EQ(ask(client, "3b00", hex("01 0100 02  02 0400 0300 80e2")), error("0100"));
+  EXPECT_EQ(ask(client, uim, "3b00", hex("01 0100 02  02 0400 0300 80e2")), failed("0100"));
 }
 
 TEST(uim_service, euicc_answers_the_profile_assistant_and_remembers) {

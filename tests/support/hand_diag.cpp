@@ -8,6 +8,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "support/sockets.h"
@@ -19,6 +20,12 @@ hand_diag::hand_diag(kind which) {
     const auto path = dir_.file("diag.sock");
     listener_ = listening_at(path, SOCK_STREAM);
     endpoint_ = "unix:" + path;
+  } else if (which == kind::packet_path || which == kind::packet_name) {
+    keeps_packets_ = true;
+    const bool has_path = which == kind::packet_path;
+    const auto name = dir_.file("router");
+    listener_ = listening_at(has_path ? name : '\0' + name, SOCK_SEQPACKET);
+    endpoint_ = "unix-packet:" + (has_path ? name : '@' + name);
   } else if (which == kind::tcp) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -58,13 +65,24 @@ void hand_diag::on_request(handler answer) {
 
 void hand_diag::write(const bytes& wire) {
   const std::lock_guard lock(mutex_);
-  for (std::size_t done = 0; done < wire.size();) {
+  if (!keeps_packets_) return static_cast<void>(put(wire));
+  for (auto from = wire.begin(); from != wire.end();) {
+    const auto end = std::find(from, wire.end(), 0x7E) + 1;
+    if (!put(diag_packet({from, end}))) return;
+    from = end;
+  }
+}
+
+/// False when the program has left.
+bool hand_diag::put(const bytes& some) const {
+  for (std::size_t done = 0; done < some.size();) {
     const ssize_t count =
-        listener_ >= 0 ? send(connection_, wire.data() + done, wire.size() - done, MSG_NOSIGNAL)
-                       : ::write(connection_, wire.data(), wire.size());
-    if (count <= 0) return;  // the program may have left
+        listener_ >= 0 ? send(connection_, some.data() + done, some.size() - done, MSG_NOSIGNAL)
+                       : ::write(connection_, some.data(), some.size());
+    if (count <= 0) return false;
     done += static_cast<std::size_t>(count);
   }
+  return true;
 }
 
 void hand_diag::close_connection() {
@@ -100,20 +118,27 @@ void hand_diag::serve(int connection) {
     if (poll(&wait, 1, 50) == 0) continue;
     const ssize_t count = read(connection, buffer.data(), buffer.size());
     if (count <= 0) return;
+    if (keeps_packets_) {
+      take({buffer.begin(), buffer.begin() + count});
+      continue;
+    }
     for (ssize_t i = 0; i < count; ++i) {
       frame.push_back(buffer[static_cast<std::size_t>(i)]);
       if (frame.back() != 0x7E) continue;
-      handler answer;
-      const bytes request = diag_packet(frame);
+      take(diag_packet(frame));
       frame.clear();
-      {
-        const std::lock_guard lock(mutex_);
-        requests_.push_back(request);
-        answer = handler_;
-      }
-      if (answer) answer(request);
     }
   }
+}
+
+void hand_diag::take(const bytes& request) {
+  handler answer;
+  {
+    const std::lock_guard lock(mutex_);
+    requests_.push_back(request);
+    answer = handler_;
+  }
+  if (answer) answer(request);
 }
 
 }  // namespace support

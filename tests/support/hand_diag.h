@@ -18,7 +18,7 @@ class hand_diag {
  public:
   /// Gets each request, without its framing, in the port's thread.
   using handler = std::function<void(const bytes& request)>;
-  enum class kind { unix_socket, tcp, tty };
+  enum class kind { unix_socket, packet_path, packet_name, tcp, tty };
 
   explicit hand_diag(kind which = kind::unix_socket);
   hand_diag(const hand_diag&) = delete;
@@ -28,18 +28,21 @@ class hand_diag {
   [[nodiscard]] const std::string& endpoint() const { return endpoint_; }
   void on_request(handler answer);
 
-  /// To the latest connection, as it is.
+  /// To the latest connection: frames as they are, on a packet socket without their framing.
   void write(const bytes& wire);
   void close_connection();
 
   [[nodiscard]] std::vector<bytes> requests() const;
 
  private:
+  [[nodiscard]] bool put(const bytes& some) const;
+  void take(const bytes& request);
   void run();
   void serve(int connection);
 
   temp_dir dir_;
   std::string endpoint_;
+  bool keeps_packets_ = false;
   int listener_ = -1;
   int terminal_ = -1;  ///< the program's side of a tty, so that it does not go with the program
   mutable std::mutex mutex_;
