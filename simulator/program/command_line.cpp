@@ -131,9 +131,10 @@ modem_options checked(const raw_options& raw) {
       .diag_faults = {},
       .played = nullptr};
   constexpr std::uint32_t all_nodes = 0xFFFFFFFF;
-  if (raw.qrtr_node == protocol::modem_socket::local_node || raw.qrtr_node == all_nodes) {
-    throw usage_error(fmt::format("--qrtr-node {}: this is the number of {}", *raw.qrtr_node,
-                                  *raw.qrtr_node == all_nodes ? "all nodes" : "the kernel's node"));
+  const std::uint32_t number = raw.qrtr_node.value_or(protocol::modem_socket::modem_node);
+  if (number == protocol::modem_socket::local_node || number == all_nodes) {
+    throw usage_error(fmt::format("--qrtr-node {}: this is the number of {}", number,
+                                  number == all_nodes ? "all nodes" : "the kernel's node"));
   }
   if (!raw.play.empty()) {
     options.played = std::make_shared<diag::capture>(

@@ -42,8 +42,8 @@ packed card_of(card_error what, const card& found, unsigned physical, usim& usim
   constexpr std::uint8_t present = 1;
   constexpr std::uint8_t in_error = 2;
   constexpr std::uint8_t power_down = 1;
-  const auto without_application = [](std::uint8_t state, std::uint8_t error) {
-    return packed().u8(state).u8(0).u8(0).u8(0).u8(error).u8(0);
+  const auto without_application = [](std::uint8_t state, std::uint8_t reason) {
+    return packed().u8(state).u8(0).u8(0).u8(0).u8(reason).u8(0);
   };
   if (what == card_error::no_power) return without_application(in_error, power_down);
   if (what != card_error::none) return without_application(absent, 0);

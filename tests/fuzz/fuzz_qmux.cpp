@@ -13,6 +13,7 @@
 #include <memory>
 #include <span>
 
+#include "host/uninterrupted.h"
 #include "platform/linux/qmi/qmux_link.h"
 #include "protocol/modem_socket.h"
 
@@ -63,7 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (got.result == qmi::io_result::gone) break;
     if (got.result == qmi::io_result::done) continue;
     pollfd wait{event.get(), POLLIN, 0};
-    require(::poll(&wait, 1, 5000) == 1);
+    require(host::uninterrupted([&] { return ::poll(&wait, 1, 5000); }) == 1);
   }
   link->close(port);
   ::close(ends[1]);
