@@ -7,7 +7,7 @@
 packages_to_build=(
   ca-certificates=/etc/ssl/certs curl g++ cmake ninja-build=ninja ccache python3
   libasio-dev=asio.hpp libbenchmark-dev=benchmark/benchmark.h libbz2-dev=bzlib.h libcli11-dev=CLI/CLI.hpp
-  libcpp-httplib-dev=httplib.h libfmt-dev=fmt/core.h libgtest-dev=gtest/gtest.h
+  libboost-dev=boost/beast/http.hpp libfmt-dev=fmt/core.h libgtest-dev=gtest/gtest.h
   libjs-dygraphs=/usr/share/javascript/dygraphs/dygraph.min.js liblzma-dev=lzma.h libsqlite3-dev=sqlite3.h
   libsqlitecpp-dev=SQLiteCpp/SQLiteCpp.h libzstd-dev=zstd.h nlohmann-json3-dev=nlohmann/json.hpp zlib1g-dev=zlib.h
 )
@@ -17,7 +17,7 @@ packages_to_browse=(chromium chromium-driver python3-selenium)
 packages_to_check=(
   clang clang-format clang-tidy libclang-14-dev libclang-rt-14-dev llvm-14-dev
   g++-aarch64-linux-gnu qemu-user-static
-  libc6:arm64 libstdc++6:arm64 libbz2-dev:arm64 libcpp-httplib-dev:arm64 libfmt-dev:arm64
+  libc6:arm64 libstdc++6:arm64 libbz2-dev:arm64 libfmt-dev:arm64
   libgtest-dev:arm64 liblzma-dev:arm64 libsqlite3-dev:arm64 libsqlitecpp-dev:arm64 libzstd-dev:arm64 zlib1g-dev:arm64
   busybox-static cpio libqmi-utils man-db qemu-system-x86
   "${packages_to_browse[@]}"

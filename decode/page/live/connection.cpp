@@ -56,7 +56,7 @@ bool connection::discard_input() const {
   return got > 0 || (got < 0 && errno == EAGAIN);
 }
 
-connection::happening connection::wait(int event, clock::time_point until) {
+connection::happening connection::wait(int event, clock::time_point until) const {
   while (true) {
     std::array<pollfd, 3> waits{{{.fd = socket_.get(), .events = POLLIN, .revents = 0},
                                  {ending_, POLLIN, 0},
@@ -71,21 +71,31 @@ connection::happening connection::wait(int event, clock::time_point until) {
   }
 }
 
-ssize_t connection::read(char* bytes, std::size_t size) {
+bool connection::read(std::string& to) const {
+  std::array<char, 4096> piece;
   while (true) {
-    const ssize_t got = ::recv(socket_.get(), bytes, size, MSG_DONTWAIT);
-    if (got >= 0 || errno != EAGAIN) return got;
-    if (!wait_for(POLLIN, request_until_)) return -1;
+    const ssize_t got = ::recv(socket_.get(), piece.data(), piece.size(), MSG_DONTWAIT);
+    if (got > 0) {
+      to.append(piece.data(), static_cast<std::size_t>(got));
+      return true;
+    }
+    if (got == 0 || errno != EAGAIN || !wait_for(POLLIN, request_until_)) return false;
   }
 }
 
-ssize_t connection::write(const char* bytes, std::size_t size) {
-  const auto until = clock::now() + patience;
-  while (true) {
-    const ssize_t sent = ::send(socket_.get(), bytes, size, MSG_DONTWAIT | MSG_NOSIGNAL);
-    if (sent >= 0 || errno != EAGAIN) return sent;
-    if (!wait_for(POLLOUT, until)) return -1;
+bool connection::write(std::string_view text) const {
+  auto until = clock::now() + patience;
+  while (!text.empty()) {
+    const ssize_t sent =
+        ::send(socket_.get(), text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (sent > 0) {
+      text.remove_prefix(static_cast<std::size_t>(sent));
+      until = clock::now() + patience;
+    } else if (errno != EAGAIN || !wait_for(POLLOUT, until)) {
+      return false;
+    }
   }
+  return true;
 }
 
 }  // namespace decode::page

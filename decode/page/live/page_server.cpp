@@ -1,29 +1,40 @@
 #include "decode/page/live/page_server.h"
 
 #include <fmt/format.h>
+#include <poll.h>
 #include <pthread.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
-#include <latch>
-#include <list>
-#include <mutex>
+#include <optional>
+#include <string_view>
 #include <system_error>
 #include <thread>
+#include <vector>
 
-#include "decode/messages.h"
+#include <boost/asio/buffer.hpp>
+#include <boost/beast/http/empty_body.hpp>
+#include <boost/beast/http/parser.hpp>
+#include <boost/beast/http/status.hpp>
+
 #include "decode/output/record_output.h"
 #include "decode/page/live/connection.h"
 #include "decode/page/page_template.h"
+#include "host/file_descriptor.h"
+#include "host/ip_address.h"
+#include "host/uninterrupted.h"
 
 namespace decode::page {
 
 namespace {
 
 using namespace std::chrono_literals;
+namespace http = boost::beast::http;
 
 /// That show the page at a time.
 constexpr unsigned most_followers = 16;
@@ -33,16 +44,8 @@ constexpr unsigned most_connections = 24;
 constexpr unsigned num_threads = most_connections + 1;
 /// After so long without a change, a comment finds out whether the browser is still there.
 constexpr auto quiet_time = 30s;
-/// Large events go in pieces, so that a browser that reads slowly shows that it does.
-constexpr std::size_t piece_size = 16384;
-
-enum http_status { forbidden = 403, method_not_allowed = 405, unavailable = 503 };
-
 /// All that a browser that does not read holds in the system.
 constexpr int send_buffer = 65536;
-
-constexpr std::string_view turned_away =
-    "HTTP/1.1 503 Service Unavailable\r\nContent-Length: 0\r\nConnection: close\r\n\r\n";
 
 host::file_descriptor listen_at(const std::string& address) {
   const auto at = host::ip_address::parse(address, 0);
@@ -50,7 +53,8 @@ host::file_descriptor listen_at(const std::string& address) {
     throw output_error(
         fmt::format("{}: not a numeric address (or localhost) and a port number", address));
   }
-  host::file_descriptor socket(::socket(at->family(), SOCK_STREAM | SOCK_CLOEXEC, 0));
+  host::file_descriptor socket(
+      ::socket(at->family(), SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   constexpr int on = 1;
   // Connections inherit it.
   ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDBUF, &send_buffer, sizeof send_buffer);
@@ -89,173 +93,172 @@ class signals_blocked {
   sigset_t before_;
 };
 
-/// A browser that is served, in the thread that does so.
-struct visitor {
-  connection to;
-  const httplib::Request* request = nullptr;
-  std::optional<live_data::follower> follower{};
-  connection::clock::time_point quiet_until{};
-};
+using request_parser = http::request_parser<http::empty_body>;
 
-/// Sends the next event, or waits for it. False when there is nothing more to do for this browser.
-bool follow(visitor& one, httplib::DataSink& to) {
-  const auto send = [&](std::string_view text) {
-    one.quiet_until = connection::clock::now() + quiet_time;
-    for (; !text.empty(); text.remove_prefix(std::min(piece_size, text.size()))) {
-      const auto piece = text.substr(0, piece_size);
-      if (!to.write(piece.data(), piece.size())) return false;
-    }
-    return true;
-  };
-  live_data::clock::time_point due;
-  if (const auto event = one.follower->next(due)) return send(*event);
-  switch (one.to.wait(one.follower->changed().descriptor(), std::min(due, one.quiet_until))) {
-    case connection::happening::event:
-      one.follower->changed().take();
-      return true;
-    case connection::happening::time_out:
-      return due <= connection::clock::now() || send(":\n\n");
-    case connection::happening::ending:
-      send("event: end\ndata:\n\n");
-      to.done();
-      return true;
-    case connection::happening::closed:
-      break;
+/// Whether the header of a request came whole and well-formed.
+bool read_header(const connection& from, request_parser& header) {
+  std::string unread;
+  while (!header.is_header_done()) {
+    if (!from.read(unread)) return false;
+    boost::system::error_code problem;
+    unread.erase(0, header.put(boost::asio::buffer(unread), problem));
+    if (problem && problem != http::error::need_more) return false;
   }
-  return false;
+  return true;
 }
+
+/// What a request gets, but for the events.
+http::status status_of(const request_parser::value_type& asked,
+                       const std::optional<host::ip_address>& own) {
+  const auto hosts = asked.count(http::field::host);
+  if (!own || hosts != 1 || !is_own_name(std::string(asked[http::field::host]), *own)) {
+    return http::status::forbidden;
+  }
+  if (asked.method() != http::verb::get && asked.method() != http::verb::head) {
+    return http::status::method_not_allowed;
+  }
+  if (asked.target() != "/" && asked.target() != "/events") return http::status::not_found;
+  return http::status::ok;
+}
+
+/// Counts one more of something, as long as there are not too many.
+class place {
+ public:
+  place(std::atomic<unsigned>& taken, unsigned most)
+      : taken_(taken), is_free_(taken.fetch_add(1) < most) {}
+  place(const place&) = delete;
+  place& operator=(const place&) = delete;
+  ~place() { --taken_; }
+
+  [[nodiscard]] bool is_free() const { return is_free_; }
+
+ private:
+  std::atomic<unsigned>& taken_;
+  const bool is_free_;
+};
 
 }  // namespace
 
-class page_server::implementation final : httplib::Server {
+class page_server::implementation {
  public:
   implementation(const std::string& address, live_data& data);
-  ~implementation() override;
+  implementation(const implementation&) = delete;
+  implementation& operator=(const implementation&) = delete;
+  ~implementation() { ending_.wake(); }
 
   void serve();
   [[nodiscard]] const std::string& url() const { return url_; }
 
  private:
-  using request = httplib::Request;
-  using response = httplib::Response;
-
-  bool process_and_close_socket(socket_t socket) override;
-  HandlerResponse refuse(const request& asked, response& answer);
-  void send_events(const request& asked, response& answer);
-  /// That made the request.
-  visitor& visitor_of(const request& asked);
+  void take_connections();
+  void answer(const connection& to);
+  /// False when there is nothing more to do for this browser.
+  [[nodiscard]] bool start_answer(const connection& to, http::status status,
+                                  std::string_view more) const;
+  void send_events(const connection& to);
 
   live_data& data_;
   const std::string page_;
-  std::string url_;
-  host::wake_event ending_;
-  std::mutex mutex_;  // for the next two
-  std::list<visitor*> visitors_;
-  unsigned followers_ = 0;
-  std::latch serving_{1};
-  std::thread thread_;
+  const std::string common_fields_;
+  const host::file_descriptor socket_;
+  const std::string url_;
+  const host::wake_event ending_;
+  std::atomic<unsigned> connections_ = 0;
+  std::atomic<unsigned> followers_ = 0;
+  std::vector<std::jthread> threads_;
 };
 
 page_server::implementation::implementation(const std::string& address, live_data& data)
-    : data_(data), page_(filled_page(R"({"live":true})", served_policy)) {
-  auto socket = listen_at(address);
-  url_ = "http://" + host::ip_address::of_socket(socket.get())->text() + "/";
-  svr_sock_ = socket.release();
-  set_default_headers(
-      {{"Content-Security-Policy",
-        std::string(page_policy()).append(served_policy).append("; frame-ancestors 'none'")},
-       {"X-Content-Type-Options", "nosniff"},
-       {"Referrer-Policy", "no-referrer"},
-       {"Cache-Control", "no-store"}});
-  set_pre_routing_handler(
-      [this](const request& asked, response& answer) { return refuse(asked, answer); });
-  Get("/", [this](const request&, response& answer) {
-    answer.set_content(page_, "text/html; charset=utf-8");
-  });
-  Get("/events", [this](const request& asked, response& answer) { send_events(asked, answer); });
-  new_task_queue = [this] {
-    serving_.count_down();
-    return new httplib::ThreadPool(num_threads);
-  };
-}
-
-page_server::implementation::~implementation() {
-  ending_.wake();
-  if (!thread_.joinable()) return;
-  serving_.wait();  // before that the library would not stop
-  stop();
-  thread_.join();
-}
+    : data_(data),
+      page_(filled_page(R"({"live":true})", served_policy)),
+      common_fields_(fmt::format("Content-Security-Policy: {}{}; frame-ancestors 'none'\r\n"
+                                 "X-Content-Type-Options: nosniff\r\n"
+                                 "Referrer-Policy: no-referrer\r\n"
+                                 "Cache-Control: no-store\r\n"
+                                 "Connection: close\r\n",
+                                 page_policy(), served_policy)),
+      socket_(listen_at(address)),
+      url_("http://" + host::ip_address::of_socket(socket_.get())->text() + "/") {}
 
 void page_server::implementation::serve() {
   const signals_blocked blocked;
-  thread_ = std::thread([this] {
-    try {
-      if (listen_after_bind()) return;
-    } catch (const std::exception&) {  // no threads to be had
-    }
-    report("the page is no longer served");
-  });
-}
-
-bool page_server::implementation::process_and_close_socket(socket_t socket) {
-  visitor one{.to = connection(socket, ending_.descriptor())};
-  {
-    const std::lock_guard held(mutex_);
-    if (visitors_.size() == most_connections) {
-      one.to.write(turned_away.data(), turned_away.size());
-      return false;
-    }
-    visitors_.push_back(&one);
+  for (unsigned i = 0; i < num_threads; ++i) {
+    threads_.emplace_back([this] { take_connections(); });
   }
-  bool is_closed = false;
-  const bool is_good = process_request(one.to, true, is_closed, [&](request& asked) {
-    // Nothing is gained by packing what does not leave the machine.
-    asked.headers.erase("Accept-Encoding");
-    // Nor by parts of it, which could be asked for many times at once.
-    asked.ranges.clear();
-    const std::lock_guard held(mutex_);
-    one.request = &asked;
-  });
-  const std::lock_guard held(mutex_);
-  if (one.follower) --followers_;
-  visitors_.remove(&one);
-  return is_good;
 }
 
-visitor& page_server::implementation::visitor_of(const request& asked) {
-  const std::lock_guard held(mutex_);
-  return **std::ranges::find(visitors_, &asked, &visitor::request);
-}
-
-httplib::Server::HandlerResponse page_server::implementation::refuse(const request& asked,
-                                                                     response& answer) {
-  const auto& own = visitor_of(asked).to.own_address();
-  const bool is_for_us = own && asked.get_header_value_count("Host") == 1 &&
-                         is_own_name(asked.get_header_value("Host"), *own);
-  if (!is_for_us) {
-    answer.status = forbidden;
-  } else if (asked.method != "GET" && asked.method != "HEAD") {
-    answer.status = method_not_allowed;
-    answer.set_header("Allow", "GET, HEAD");
-  } else {
-    return HandlerResponse::Unhandled;
+void page_server::implementation::take_connections() {
+  while (true) {
+    std::array<pollfd, 2> waits{
+        {{.fd = socket_.get(), .events = POLLIN, .revents = 0}, {ending_.descriptor(), POLLIN, 0}}};
+    host::uninterrupted([&] { return ::poll(waits.data(), waits.size(), -1); });
+    if (waits[1].revents != 0) return;
+    // Another thread may have been faster.
+    const int socket = ::accept4(socket_.get(), nullptr, nullptr, SOCK_CLOEXEC);
+    if (socket >= 0) answer(connection(socket, ending_.descriptor()));
   }
-  return HandlerResponse::Handled;
 }
 
-void page_server::implementation::send_events(const request& asked, response& answer) {
-  auto& one = visitor_of(asked);
-  const std::lock_guard held(mutex_);
-  if (followers_ == most_followers) {
-    answer.status = unavailable;
+bool page_server::implementation::start_answer(const connection& to, http::status status,
+                                               std::string_view more) const {
+  return to.write(fmt::format("HTTP/1.1 {} {}\r\n{}{}\r\n", static_cast<unsigned>(status),
+                              http::obsolete_reason(status).to_string(), common_fields_, more));
+}
+
+void page_server::implementation::answer(const connection& to) {
+  const place here(connections_, most_connections);
+  request_parser header;
+  auto status = http::status::service_unavailable;
+  if (here.is_free()) {
+    status = read_header(to, header) ? status_of(header.get(), to.own_address())
+                                     : http::status::bad_request;
+  }
+  if (status != http::status::ok) {
+    const bool is_method = status == http::status::method_not_allowed;
+    static_cast<void>(start_answer(
+        to, status,
+        is_method ? "Allow: GET, HEAD\r\nContent-Length: 0\r\n" : "Content-Length: 0\r\n"));
     return;
   }
-  ++followers_;
-  one.follower.emplace(data_);
-  one.quiet_until = connection::clock::now() + quiet_time;
-  answer.set_content_provider(
-      "text/event-stream", [&one](std::size_t, httplib::DataSink& to) { return follow(one, to); });
+  const bool has_body = header.get().method() == http::verb::get;
+  if (header.get().target() == "/") {
+    const auto fields = fmt::format(
+        "Content-Type: text/html; charset=utf-8\r\nContent-Length: {}\r\n", page_.size());
+    if (start_answer(to, status, fields) && has_body) static_cast<void>(to.write(page_));
+    return;
+  }
+  const place follower(followers_, most_followers);
+  if (!follower.is_free()) {
+    static_cast<void>(start_answer(to, http::status::service_unavailable, "Content-Length: 0\r\n"));
+    return;
+  }
+  if (start_answer(to, status, "Content-Type: text/event-stream\r\n") && has_body) send_events(to);
+}
+
+void page_server::implementation::send_events(const connection& to) {
+  live_data::follower follower(data_);
+  while (true) {
+    live_data::clock::time_point due;
+    if (const auto event = follower.next(due)) {
+      if (!to.write(*event)) return;
+      continue;
+    }
+    const auto quiet_until = connection::clock::now() + quiet_time;
+    switch (to.wait(follower.changed().descriptor(), std::min(due, quiet_until))) {
+      case connection::happening::event:
+        follower.changed().take();
+        break;
+      case connection::happening::time_out:
+        if (connection::clock::now() < quiet_until) break;
+        if (!to.write(":\n\n")) return;
+        break;
+      case connection::happening::ending:
+        static_cast<void>(to.write("event: end\ndata:\n\n"));
+        return;
+      case connection::happening::closed:
+        return;
+    }
+  }
 }
 
 page_server::page_server(const std::string& address, live_data& data)
