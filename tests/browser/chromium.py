@@ -15,9 +15,9 @@ class Chromium(webdriver.Chrome):
         options.set_capability("goog:loggingPrefs", {"browser": "ALL", "performance": "ALL"})
         super().__init__(service=Service("/usr/bin/chromedriver"), options=options)
 
-    def expect_quiet(self, url):
+    def expect_quiet(self, *urls):
         assert not (said := self.get_log("browser")), said
         events = [json.loads(entry["message"])["message"] for entry in self.get_log("performance")]
         asked = {event["params"]["request"]["url"] for event in events
-                 if event["method"] == "Network.requestWillBeSent" and event["params"]["documentURL"] == url}
-        assert all(one == url or one.startswith("data:") for one in asked), asked
+                 if event["method"] == "Network.requestWillBeSent" and event["params"]["documentURL"] == urls[0]}
+        assert all(one in urls or one.startswith("data:") for one in asked), asked
