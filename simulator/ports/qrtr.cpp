@@ -124,8 +124,8 @@ void qrtr_port::receive(service_socket& socket) {
 void qrtr_port::received(const service_socket& socket, std::size_t size) {
   const protocol::qrtr::address from = address_of(socket.sender);
   const auto datagram = protocol::byte_view(socket.buffer).first(size);
-  if (from.port == protocol::qrtr::control_port) return clients_.told(datagram);
-  clients_.sent(from, socket.service, datagram);
+  if (from.port == protocol::qrtr::control_port) return clients_.receive_control(datagram);
+  clients_.receive_data(from, socket.service, datagram);
 }
 
 }  // namespace sim

@@ -16,14 +16,14 @@ class qrtr_clients {
       : via_(via), dispatcher_(dispatcher), trace_(trace) {}
 
   /// What a socket has sent to the address of a service.
-  void sent(protocol::qrtr::address from, protocol::qrtr::address service,
+  void receive_data(protocol::qrtr::address from, protocol::qrtr::address service,
             protocol::byte_view datagram) {
     if (known_.insert(from).second) trace_.client_connects({&via_, from});
     dispatcher_.receive({&via_, from}, service, datagram);
   }
 
   /// A control packet of the kernel, which reports every port that is closed, anybody's.
-  void told(protocol::byte_view datagram) {
+  void receive_control(protocol::byte_view datagram) {
     const auto packet = protocol::qrtr::parse_control(datagram);
     if (!packet || packet->cmd != protocol::qrtr::command::del_client) return;
     const client gone{&via_, packet->about.at};

@@ -115,12 +115,12 @@ void qrtr_link::received(const link_packet& packet) {
         write({command::resume_tx, here, packet.from, payload});
       }
       const address service{protocol::modem_socket::modem_node, packet.to.port};
-      return clients_.sent(packet.from, service, packet.payload);
+      return clients_.receive_data(packet.from, service, packet.payload);
     }
     case command::resume_tx:
       return resume(packet.from);
     case command::del_client:
-      clients_.told(packet.payload);
+      clients_.receive_control(packet.payload);
       flows_.erase(packet.from);
       return;
     default:
