@@ -4,9 +4,10 @@
 //   bench_decode [--quick] [--baseline=PROGRAM] [CAPTURE...]
 //
 // There are two files: the captures one after the other, and a dense one with only those packets
-// that make records. Each is repeated up to 256 MB, or 64 MB with --quick. Without arguments it
+// that make records. Each is repeated up to 256 MB, or 16 MB with --quick. Without arguments it
 // uses the captures next to the sources, or synthetic log packets if there are none. With a
-// baseline, another build of tvk-decode, its runs alternate with those of this build.
+// baseline, another build of tvk-decode, its runs alternate with those of this build. The page of
+// charts is compared to decoding without output as well.
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
@@ -25,6 +26,7 @@
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <map>
 #include <random>
 #include <span>
 #include <string>
@@ -43,7 +45,7 @@ using bytes = std::vector<std::uint8_t>;
 using clock_type = std::chrono::steady_clock;
 
 constexpr std::size_t full_size = std::size_t{256} << 20;
-constexpr std::size_t quick_size = std::size_t{64} << 20;
+constexpr std::size_t quick_size = std::size_t{16} << 20;
 
 /// Serving cell measurements, and packets without a decoder, both with random content. So escapes
 /// are as frequent as in random data, and versions are rejected.
@@ -241,7 +243,9 @@ void print_row(const std::string& name, std::size_t size, const result& best) {
   if (best.peak > 0) std::printf(" %8.1f", static_cast<double>(best.peak) / 1e3);
 }
 
-void measure(const char* what, const memory_file& file, int times, const char* baseline) {
+/// `limit`: of the time for the page, over that for no output; 0: none.
+void measure(const char* what, const memory_file& file, int times, const char* baseline,
+             double limit) {
   const auto size = file.content().size();
   std::printf("%s, %zu MB, best of %d\n%-20s %8s %10s %8s\n", what, size / 1'000'000, times, "",
               "MB/s", "MB/CPU s", "peak MB");
@@ -254,6 +258,7 @@ void measure(const char* what, const memory_file& file, int times, const char* b
     print_row(row.first, size, best);
     std::printf("\n");
   }
+  std::map<std::string, result> without_output;  // by threads
   for (const std::string format : {"none", "text", "jsonl", "csv", "pcap", "html"}) {
     double alone = 0;
     for (const char* threads : {"1", "2"}) {
@@ -268,6 +273,12 @@ void measure(const char* what, const memory_file& file, int times, const char* b
       print_row(format + ", -j " + threads, size, best);
       if (alone > 0) std::printf("  to one thread: %.2f", alone / best.wall);
       alone = best.wall;
+      if (format == "none") without_output[threads] = best;
+      if (format == "html") {
+        const auto& none = without_output[threads];
+        std::printf("  to none: %.2f, CPU %.2f", best.wall / none.wall, best.cpu / none.cpu);
+        if (limit > 0) std::printf(" (limit %.1f)", limit);
+      }
       if (baseline != nullptr) {
         std::printf("  to baseline: %.2f (%.0f MB/s, %.1f MB)", before.wall / best.wall,
                     static_cast<double>(size) / 1e6 / before.wall,
@@ -293,10 +304,10 @@ int main(int argc, char** argv) {
     if (!argument.starts_with("--")) paths.emplace_back(argument);
   }
   const std::size_t size = quick ? quick_size : full_size;
-  const int times = quick ? 2 : 5;
+  const int times = quick ? 1 : 5;
   const auto captures = read_captures(paths);
-  measure("captures", memory_file(captures, size), times, baseline);
+  measure("captures", memory_file(captures, size), times, baseline, 1.3);
   const auto records = dense(captures);
-  if (!records.empty()) measure("dense", memory_file(records, size), times, baseline);
+  if (!records.empty()) measure("dense", memory_file(records, size), times, baseline, 0);
   std::filesystem::remove_all(table_folder());
 }

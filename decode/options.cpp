@@ -11,6 +11,7 @@
 #include <CLI/CLI.hpp>
 
 #include "decode/messages.h"
+#include "decode/name_list.h"
 #include "decode/output/file_output.h"
 #include "decode/output/schema_json.h"
 #include "decode/output/schema_sql.h"
@@ -44,15 +45,42 @@ constexpr choice<schema_maker> schemas[] = {
 constexpr choice<summary_format> summary_formats[] = {{"text", summary_format::text},
                                                       {"json", summary_format::json}};
 
+template <typename Value, std::size_t n>
+std::string names_of(const choice<Value> (&rows)[n], std::string_view separator) {
+  std::string names;
+  for (const auto& row : rows) names.append(names.empty() ? "" : separator).append(row.name);
+  return names;
+}
+
 /// The value of the row with this name; the error lists the names.
 template <typename Value, std::size_t n>
 Value chosen_from(const choice<Value> (&rows)[n], const char* option, const std::string& name) {
-  std::string names;
   for (const auto& row : rows) {
     if (row.name == name) return row.value;
-    names.append(names.empty() ? "" : ", ").append(row.name);
   }
-  throw CLI::ValidationError(option, fmt::format("'{}' is not one of {}", name, names));
+  throw CLI::ValidationError(option,
+                             fmt::format("'{}' is not one of {}", name, names_of(rows, ", ")));
+}
+
+/// What --help calls the values of options, from which completion knows what to offer.
+void name_types(CLI::App& app) {
+  struct type_row {
+    const char* option;
+    std::string type;
+  };
+  const type_row rows[] = {
+      {"input", "PATH"},          {"--schema", names_of(schemas, "|")},
+      {"--live", "PORT"},         {"--save", "FILE"},
+      {"--gsmtap", "ADDRESS"},    {"--format", names_of(formats, "|")},
+      {"--output", "PATH"},       {"--summary-format", names_of(summary_formats, "|")},
+      {"--code", "LOG"},          {"--event", "EVENT"},
+      {"--data-id", "RECORD"},    {"--from", "TIME"},
+      {"--to", "TIME"},           {"--radio", "N"},
+      {"--threads", "N"},         {"--memory", "SIZE"},
+      {"--page", "ADDRESS"},      {"--partition", "NAME"},
+      {"--summary-file", "FILE"},
+  };
+  for (const auto& row : rows) app.get_option(row.option)->type_name(row.type);
 }
 
 /// Messages are read for outputs that show them, and where everything is only counted. Records
@@ -62,11 +90,11 @@ void choose_signalling(options& chosen) {
   if (is_pcap || chosen.format == output_format::none || chosen.gsmtap) {
     chosen.wanted.signalling = signalling::logs();
   }
-  if (chosen.format == output_format::html) {
+  if (chosen.format == output_format::html || chosen.page) {
     constexpr std::size_t sip_message = 0x156E;  // shown among the events
     chosen.wanted.signalling.set(sip_message);
   }
-  if (is_pcap && !chosen.with_comments) {
+  if (is_pcap && !chosen.with_comments && !chosen.page) {
     chosen.wanted.logs.reset();
     chosen.wanted.events.reset();
   }
@@ -81,6 +109,15 @@ std::int64_t to_time(const char* option, const std::string& text) {
                     "an offset like +02:00");
   }
   return *time;
+}
+
+/// The error, or an empty text. Programs that read trees of tables ignore files whose names begin
+/// with a dot or an underscore.
+std::string check_partition(const std::string& name) {
+  if (!name.empty() && name.find('/') == std::string::npos && name[0] != '.' && name[0] != '_') {
+    return {};
+  }
+  return fmt::format("'{}' is not the name of a visible file", name);
 }
 
 }  // namespace
@@ -104,6 +141,13 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
         throw CLI::Success();
       },
       "describe the records, in Markdown");
+  app.add_flag_callback(
+      "--list-names",
+      [&] {
+        page << name_list();
+        throw CLI::Success();
+      },
+      "list what --code, --event and --data-id take: kind, number, name");
   app.add_option_function<std::string>(
       "--schema",
       [&](const std::string& name) {
@@ -113,7 +157,8 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
       "print the schema of -f jsonl: json; or the statements that create and load tables: duckdb, "
       "postgresql, sqlite");
 
-  app.add_option("input", chosen.inputs, "files, directories, - for standard input");
+  auto* const input_option =
+      app.add_option("input", chosen.inputs, "files, directories, - for standard input");
   std::string live;
   auto* const live_option =
       app.add_option("--live", live,
@@ -126,7 +171,7 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
           ->needs(live_option);
   auto* const force_option =
       app.add_flag("--force", chosen.force,
-                   "let --save replace its file, and -f csv the tables in its directory");
+                   "let --save replace its file, and -f csv or --partition this run's tables");
 
   const std::string gsmtap_default = "127.0.0.1:4729";
   std::string gsmtap;
@@ -137,12 +182,27 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
           ->expected(0, 1)
           ->needs(live_option);
 
+  const std::string page_default = "127.0.0.1:8517";
+  std::string page_address;
+  auto* const page_option =
+      app.add_option("--page", page_address,
+                     "serve a page of charts that follows the port: HOST:PORT, port 0 for any; "
+                     "default: " +
+                         page_default)
+          ->expected(0, 1)
+          ->needs(live_option);
+
   std::string format;
   app.add_option("-f,--format", format,
                  "text, jsonl, csv, pcap (signalling for Wireshark), html (a page of charts) or "
-                 "none; default: text");
-  app.add_option("-o,--output", chosen.output,
-                 "file to write, or directory for csv; default: standard output");
+                 "none; default: text, with --page none");
+  auto* const output_option =
+      app.add_option("-o,--output", chosen.output,
+                     "file to write, or directory for csv; default: standard output");
+  app.add_option("--partition", chosen.partition,
+                 "csv, jsonl: the output is a tree of record=.../day=.../NAME.csv, which runs of "
+                 "other names may write too")
+      ->check(check_partition);
   app.add_flag("--time", chosen.with_time, "text: start each line with time and radio");
   app.add_flag("--raw", chosen.with_raw_bytes, "jsonl, csv: add the record's bytes");
   app.add_flag("--comments", chosen.with_comments,
@@ -151,7 +211,15 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
                "print counts at the end: on standard output with -f none, otherwise on standard "
                "error");
   std::string summary_format;
-  app.add_option("--summary-format", summary_format, "text or json; the latter implies --summary");
+  auto* const summary_format_option = app.add_option("--summary-format", summary_format,
+                                                     "text or json; the latter implies --summary");
+  app.add_option("--summary-file", chosen.summary_file,
+                 "print the counts to a file; implies --summary");
+  auto* const merge_option =
+      app.add_flag("--merge-summaries", chosen.merge_summaries,
+                   "merge the JSON summaries of other runs, which are the inputs, into one");
+  const CLI::Option* const merge_options[] = {merge_option, input_option, output_option,
+                                              summary_format_option};
 
   std::vector<std::string> codes;
   std::vector<std::string> events;
@@ -182,14 +250,28 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
                  fmt::format("memory limit for unpacking, like 1GiB; default: {}MiB",
                              unpacking_memory >> 20))
       ->transform(CLI::AsSizeValue(false).description(""));
+  name_types(app);
 
   try {
     app.parse(argc, argv);
     if (live_option->count() > 0) chosen.live = live;
+    if (page_option->count() > 0) {
+      chosen.page = page_address.empty() ? page_default : page_address;
+      chosen.format = output_format::none;
+    }
     if (!format.empty()) chosen.format = chosen_from(formats, "--format", format);
     if (chosen.output == "-") chosen.output.clear();
     if (gsmtap_option->count() > 0) chosen.gsmtap = gsmtap.empty() ? gsmtap_default : gsmtap;
     choose_signalling(chosen);
+    chosen.with_summary |= !chosen.summary_file.empty();
+    if (chosen.merge_summaries) {
+      chosen.summary = summary_format::json;
+      for (const auto* const option : app.get_options()) {
+        if (option->count() > 0 && !std::ranges::count(merge_options, option)) {
+          throw CLI::ExcludesError(merge_option->get_name(), option->get_name());
+        }
+      }
+    }
     if (!summary_format.empty()) {
       chosen.with_summary = true;
       chosen.summary = chosen_from(summary_formats, "--summary-format", summary_format);
@@ -213,11 +295,15 @@ std::optional<options> parse_command_line(int argc, char** argv, int& exit_code)
       throw CLI::RequiredError(chosen.live ? "Either input or --live, not both"
                                            : "An input or --live");
     }
-    if (chosen.format == output_format::csv && chosen.output.empty()) {
-      throw CLI::RequiredError("--output DIRECTORY for csv");
+    if (!chosen.partition.empty() && chosen.format != output_format::csv &&
+        chosen.format != output_format::json_lines) {
+      throw CLI::RequiredError("-f csv or -f jsonl for --partition");
     }
-    if (chosen.force && chosen.format != output_format::csv && save_option->count() == 0) {
-      throw CLI::RequiresError(force_option->get_name(), "--save or -f csv");
+    if (chosen.makes_tables() && chosen.output.empty()) {
+      throw CLI::RequiredError("--output DIRECTORY for csv and --partition");
+    }
+    if (chosen.force && !chosen.makes_tables() && save_option->count() == 0) {
+      throw CLI::RequiresError(force_option->get_name(), "--save, -f csv or --partition");
     }
     if (chosen.with_comments && chosen.format != output_format::pcap) {
       throw CLI::RequiredError("-f pcap for --comments");

@@ -111,6 +111,8 @@ void pipeline::run_alone(chunker& chunks, const std::string& file, summary& coun
   }
 }
 
+/// The calling thread reads and writes, and decodes too when there is nothing of either to do: a
+/// thread that sleeps costs more to wake than a chunk takes.
 void pipeline::run_threads(chunker& chunks, const std::string& file, summary& counts) {
   std::mutex mutex;
   std::condition_variable work_available;
@@ -118,17 +120,20 @@ void pipeline::run_threads(chunker& chunks, const std::string& file, summary& co
   std::deque<task*> work_queue;
   bool ended = false;
 
+  const auto decode_next = [&](std::unique_lock<std::mutex>& lock) {
+    task& one = *work_queue.front();
+    work_queue.pop_front();
+    lock.unlock();
+    decode(one, one.from);
+    lock.lock();
+    one.done = true;
+  };
   const auto run_worker = [&] {
     std::unique_lock lock(mutex);
     while (true) {
       work_available.wait(lock, [&] { return ended || !work_queue.empty(); });
       if (work_queue.empty()) return;
-      task& one = *work_queue.front();
-      work_queue.pop_front();
-      lock.unlock();
-      decode(one, one.from);
-      lock.lock();
-      one.done = true;
+      decode_next(lock);
       chunk_done.notify_one();
     }
   };
@@ -148,6 +153,7 @@ void pipeline::run_threads(chunker& chunks, const std::string& file, summary& co
     task& oldest = tasks[finished % tasks.size()];
     {
       std::unique_lock lock(mutex);
+      while (!oldest.done && !work_queue.empty()) decode_next(lock);
       chunk_done.wait(lock, [&] { return oldest.done; });
     }
     ++finished;
@@ -155,7 +161,7 @@ void pipeline::run_threads(chunker& chunks, const std::string& file, summary& co
   };
 
   try {
-    for (unsigned i = 0; i < options_.threads; ++i) workers.emplace_back(run_worker);
+    for (unsigned i = 1; i < options_.threads; ++i) workers.emplace_back(run_worker);
     while (true) {
       if (begun - finished == tasks.size()) finish_oldest();
       task& next = tasks[begun % tasks.size()];

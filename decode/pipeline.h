@@ -15,7 +15,7 @@ namespace decode {
 /// More threads would bring little gain.
 constexpr unsigned max_threads = 8;
 
-/// One chunk for each thread, one being written and one being read, so that no thread has to wait.
+/// Two more than threads: what is done waits there for an older one, and no thread for its next.
 constexpr unsigned chunks_in_flight(unsigned threads) {
   return threads + 2;
 }

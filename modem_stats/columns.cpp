@@ -29,13 +29,13 @@ void set_null_test(column& to, const record_part& part, std::size_t part_size) {
   const field_row* const tested = find(part, rule.of == nullptr ? to.field->name : rule.of, byte);
   if (rule.upper_half) byte += sizeof(u32);
   const u32 mask = rule.mask & (rule.upper_half ? UINT32_MAX : mask_of(tested->type));
-  to.null_byte = std::min(byte, part_size - sizeof(u32));
-  const auto shift = 8 * (byte - to.null_byte);
-  to.null_mask = mask << shift;
+  to.null.byte = std::min(byte, part_size - sizeof(u32));
+  const auto shift = 8 * (byte - to.null.byte);
+  to.null.mask = mask << shift;
   for (std::size_t i = 0; i < rule.values.size(); ++i) {
-    to.null_values[i] = (rule.values[i] & mask) << shift;
+    to.null.values[i] = (rule.values[i] & mask) << shift;
   }
-  to.null_otherwise = rule.otherwise;
+  to.null.otherwise = rule.otherwise;
 }
 
 }  // namespace

@@ -8,6 +8,23 @@
 
 namespace modem_stats {
 
+/// A word of a part, seen through a mask, is one of these values.
+struct null_test {
+  std::size_t byte = 0;
+  u32 mask = 0;  // 0: never null
+  std::array<u32, null_rule::max_values> values{};
+  bool otherwise = false;  // it is none of them
+
+  [[nodiscard]] bool holds(const u8* part) const {
+    if (mask == 0) return false;
+    u32 word = 0;
+    std::memcpy(&word, part + byte, sizeof word);
+    word &= mask;
+    const bool found = word == values[0] || word == values[1] || word == values[2];
+    return found != otherwise;
+  }
+};
+
 struct column {
   const char* name;
   const char* about;
@@ -19,21 +36,10 @@ struct column {
   std::size_t byte;                // of the field in its part
   const meaning* means = nullptr;  // this column is the meaning of the field
 
-  // The null test: a word of the part, seen through a mask, is one of these values.
-  std::size_t null_byte = 0;
-  u32 null_mask = 0;  // 0: never null
-  std::array<u32, null_rule::max_values> null_values{};
-  bool null_otherwise = false;
+  null_test null{};
 
   /// By its row. A float that is not a number is null as well.
-  [[nodiscard]] bool is_null(const u8* part) const {
-    if (null_mask == 0) return false;
-    u32 word = 0;
-    std::memcpy(&word, part + null_byte, sizeof word);
-    word &= null_mask;
-    const bool found = word == null_values[0] || word == null_values[1] || word == null_values[2];
-    return found != null_otherwise;
-  }
+  [[nodiscard]] bool is_null(const u8* part) const { return null.holds(part); }
 };
 
 [[nodiscard]] std::vector<column> columns_of(const record_part& part);

@@ -125,6 +125,11 @@ class tlv_writer {
   }
   tlv_writer& bytes(std::uint8_t type, byte_view value);
   tlv_writer& standard_response(error code);
+  /// TLVs that are complete.
+  tlv_writer& append(byte_view tlvs) {
+    bytes_.insert(bytes_.end(), tlvs.begin(), tlvs.end());
+    return *this;
+  }
 
   /// Empties the writer; keeps its memory.
   void clear() { bytes_.clear(); }

@@ -4,7 +4,7 @@ namespace protocol::qrtr {
 namespace {
 
 bool is_client_form(command cmd) {
-  return cmd == command::del_client;
+  return cmd == command::del_client || cmd == command::resume_tx;
 }
 
 }  // namespace
@@ -25,6 +25,10 @@ std::optional<control_packet> parse_control(byte_view datagram) {
     case command::del_client:
       packet.about.at = {word(1), word(2)};
       return packet;
+    case command::data:
+    case command::hello:
+    case command::resume_tx:
+      break;
   }
   return std::nullopt;
 }

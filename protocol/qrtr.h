@@ -24,10 +24,14 @@ struct address {
 
 constexpr std::uint32_t control_port = 0xFFFFFFFE;
 
+/// Also the types of packets on a link.
 enum class command : std::uint32_t {
+  data = 1,  ///< on links only, as are the next one and RESUME_TX
+  hello = 2,
   new_server = 4,
   del_server = 5,
   del_client = 6,
+  resume_tx = 7,
   new_lookup = 10,
   del_lookup = 11,
 };
@@ -53,7 +57,7 @@ struct control_packet {
 
 constexpr std::size_t control_packet_size = 20;
 
-/// No value for fewer than 20 bytes or a command not listed above.
+/// No value for fewer than 20 bytes or a command that sockets do not get.
 [[nodiscard]] std::optional<control_packet> parse_control(byte_view datagram);
 
 [[nodiscard]] std::array<std::uint8_t, control_packet_size> build_control(

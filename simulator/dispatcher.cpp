@@ -127,6 +127,8 @@ reply dispatcher::answer_request(const client& from, const service_row& service,
              row != nullptr && row->answer != nullptr) {
     try {
       made = row->answer({from, message.tlvs, modem_});
+    } catch (refused& early) {
+      made = std::move(early.answer);
     } catch (const failure& state_failed) {
       // The state could not be written, so the request must not seem to have worked.
       tell_user(state_failed.what());

@@ -33,11 +33,20 @@ struct reply {
   reply() = default;
   /// A standard response; after success more TLVs may follow.
   reply(protocol::qmi::error code) : result(code) { tlvs.standard_response(code); }
+  /// Success and these TLVs.
+  reply(const protocol::qmi::tlv_writer& values) : reply(protocol::qmi::error::none) {
+    tlvs.append(values.view());
+  }
 
   protocol::qmi::error result = protocol::qmi::error::none;
   protocol::qmi::tlv_writer tlvs;
   std::vector<indication> indications;  ///< in this order
   bool restart = false;                 ///< of the modem, after the indications
+};
+
+/// Thrown by a handler that ends early, as most do for a request that cannot be carried out.
+struct refused {
+  reply answer;
 };
 
 using message_handler = reply (*)(const request& asked);

@@ -29,6 +29,9 @@ simulated_modem::simulated_modem(asio::io_context& io, const modem_options& opti
             .trace = trace_,
             .restart = [this] { dispatcher_.restart(); }} {
   if (options.qrtr) qrtr_.emplace(io, node_, dispatcher_, trace_);
+  if (options.qrtr_node) {
+    qrtr_node_.emplace(io, open_kernel_link(), *options.qrtr_node, node_, dispatcher_, trace_);
+  }
   if (!options.at_device.empty()) at_.emplace(io, options.at_device, modem_, trace_);
   if (!options.qmux.empty()) {
     qmux_path_.emplace(options.qmux, SOCK_STREAM);

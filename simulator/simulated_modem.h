@@ -22,6 +22,7 @@
 #include "simulator/ports/modem_socket.h"
 #include "simulator/ports/qmux_port.h"
 #include "simulator/ports/qrtr.h"
+#include "simulator/ports/qrtr_link.h"
 #include "simulator/ports/socket_path.h"
 #include "simulator/trace.h"
 
@@ -31,6 +32,7 @@ struct modem_options {
   std::string socket;
   std::string state;
   bool qrtr = false;
+  std::optional<std::uint32_t> qrtr_node;
   bool trace = false;
   std::vector<fault_rule> faults;
   std::vector<chosen_setting> settings;
@@ -63,6 +65,7 @@ class simulated_modem {
   node node_;
   dispatcher dispatcher_;
   std::optional<qrtr_port> qrtr_;
+  std::optional<qrtr_link> qrtr_node_;
   std::optional<at_port> at_;
   std::shared_ptr<const diag::source> diag_packets_;
   diag::server diag_;

@@ -1,20 +1,36 @@
-# Shared by run, test and .ci/run: installs missing Debian packages, and serialises builds in this
-# checkout.
+# Shared by run, test, .ci/run and others: installs missing Debian packages, and serialises builds in this
+# checkout. On another distribution it says what is missing.
 # shellcheck shell=bash
 
+# Packages, each with what it is known by where it has another name: a header, a file, or else a command, by
+# default of the package's name.
 packages_to_build=(
-  ca-certificates g++ cmake ninja-build ccache
-  libasio-dev libbenchmark-dev libbz2-dev libcli11-dev libfmt-dev libgtest-dev libjs-dygraphs liblzma-dev libsqlite3-dev
-  libsqlitecpp-dev libzstd-dev nlohmann-json3-dev zlib1g-dev
-  python3
+  ca-certificates=/etc/ssl/certs curl g++ cmake ninja-build=ninja ccache python3
+  libasio-dev=asio.hpp libbenchmark-dev=benchmark/benchmark.h libbz2-dev=bzlib.h libcli11-dev=CLI/CLI.hpp
+  libboost-dev=boost/beast/http.hpp libfmt-dev=fmt/core.h libgtest-dev=gtest/gtest.h
+  libjs-dygraphs=/usr/share/javascript/dygraphs/dygraph.min.js liblzma-dev=lzma.h libsqlite3-dev=sqlite3.h
+  libsqlitecpp-dev=SQLiteCpp/SQLiteCpp.h libzstd-dev=zstd.h nlohmann-json3-dev=nlohmann/json.hpp zlib1g-dev=zlib.h
 )
+packages_to_package=(dpkg-dev file git pandoc)
+# For pages in a browser: tests/browser/check.
+packages_to_browse=(chromium chromium-driver python3-selenium)
 packages_to_check=(
   clang clang-format clang-tidy libclang-14-dev libclang-rt-14-dev llvm-14-dev
   g++-aarch64-linux-gnu qemu-user-static
-  libc6:arm64 libstdc++6:arm64 libbz2-dev:arm64 libfmt-dev:arm64 libgtest-dev:arm64 liblzma-dev:arm64
-  libsqlite3-dev:arm64 libsqlitecpp-dev:arm64 libzstd-dev:arm64 zlib1g-dev:arm64
-  busybox-static cpio libqmi-utils qemu-system-x86
+  libc6:arm64 libstdc++6:arm64 libbz2-dev:arm64 libfmt-dev:arm64
+  libgtest-dev:arm64 liblzma-dev:arm64 libsqlite3-dev:arm64 libsqlitecpp-dev:arm64 libzstd-dev:arm64 zlib1g-dev:arm64
+  busybox-static cpio libqmi-utils man-db qemu-system-x86
+  "${packages_to_browse[@]}"
 )
+
+# is_known NAME: whether there is such a header, file or command.
+is_known() {
+  case $1 in
+    /*) [ -e "$1" ] ;;
+    *.h | *.hpp) g++ -E -x c++ -include "$1" /dev/null >/dev/null 2>&1 ;;
+    *) command -v "$1" >/dev/null ;;
+  esac
+}
 
 # A package may be installed for both architectures; a name without one means this machine's.
 is_installed() {
@@ -26,7 +42,16 @@ is_installed() {
 
 install_packages() {
   local missing=() package as_root=()
-  for package in "$@"; do
+  if ! command -v dpkg-query >/dev/null; then
+    for package in "$@"; do
+      is_known "${package#*=}" || missing+=("${package/=/, for }")
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+    echo "Missing, by the names that Debian's packages have; install yours and try again:" >&2
+    printf '  %s\n' "${missing[@]}" >&2
+    return 1
+  fi
+  for package in "${@%%=*}"; do
     is_installed "$package" || missing+=("$package")
   done
   [ ${#missing[@]} -eq 0 ] && return 0

@@ -52,6 +52,7 @@ class session final : mask_port {
                                         : *chosen.live),
         output_(output),
         save_(chosen.save, chosen.force),
+        store_(store),
         writer_(store.make_writer(port_name_)),
         counts_(counts),
         stage_(chosen.wanted, store.wants_lines(), {}, *writer_, counts),
@@ -87,6 +88,7 @@ class session final : mask_port {
   const std::string port_name_;
   const int output_;
   save_file save_;
+  record_store& store_;
   const std::unique_ptr<record_writer> writer_;
   summary& counts_;
   packet_stage stage_;
@@ -201,10 +203,12 @@ std::optional<diag_packet> session::ask(const diag_packet& request) {
 /// Returns when the port is back or the session ends.
 void session::reconnect() {
   report("the port is lost; waiting for it");
+  store_.port_changed(false);
   while (!is_ending()) {
     wait(clock::now() + retry_time);
     if (is_ending() || !open()) continue;
     report("the port is back");
+    store_.port_changed(true);
     masks_.apply();
     return;
   }
@@ -213,6 +217,7 @@ void session::reconnect() {
 bool session::run() {
   if (!open()) return false;
   save_.open();
+  store_.port_changed(true);
   masks_.apply();
   while (!is_ending()) {
     if (port_.valid()) {

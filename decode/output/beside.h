@@ -39,6 +39,7 @@ class store_beside : public record_store {
  public:
   [[nodiscard]] bool wants_lines() const override { return other_->wants_lines(); }
   void start() override { other_->start(); }
+  void port_changed(bool is_open) override { other_->port_changed(is_open); }
   void finish(const summary& counts) override { other_->finish(counts); }
 
  protected:

@@ -1,16 +1,14 @@
-// CSV: a file for each kind of record, named after it. Columns are named by field and unit; a
-// repeated part is one column that holds a JSON array. Values that were not measured are empty.
+// CSV. A table's rows begin with the columns that are the same in all tables.
 #include <fmt/format.h>
 
 #include <array>
 #include <memory>
-#include <set>
+#include <optional>
 #include <string>
 
 #include "decode/output/identity.h"
 #include "decode/output/record_form.h"
-#include "decode/output/record_output.h"
-#include "decode/output/table_folder.h"
+#include "decode/output/row_writer.h"
 #include "decode/output/value_text.h"
 #include "modem_stats/record_table.h"
 
@@ -21,12 +19,6 @@ namespace {
 using modem_stats::record_data;
 using modem_stats::record_part;
 using modem_stats::record_schema;
-
-std::set<std::string> table_names() {
-  std::set<std::string> names;
-  for (const auto* const schema : modem_stats::record_table()) names.insert(schema->name);
-  return names;
-}
 
 void append_names(std::string& header, const record_part& part) {
   for (const auto& column : modem_stats::columns_of(part)) {
@@ -53,86 +45,58 @@ std::string header_of(const record_schema& schema, bool with_raw_bytes) {
 
 /// What is the same in all rows of a table.
 struct table_form {
-  std::string name;
-  std::string header;
   std::string data_id;
   record_form fields;
 };
 
-class csv_tables final : public record_store {
- public:
-  csv_tables(const std::string& directory, bool with_raw_bytes, bool replace,
-             const file_set& inputs)
-      : with_raw_bytes_(with_raw_bytes), folder_(directory, table_names(), replace, inputs) {
+/// By data id.
+using form_table = std::array<std::optional<table_form>, 256>;
+
+const form_table& forms() {
+  static const form_table all = [] {
+    form_table table;
     for (const auto* const schema : modem_stats::record_table()) {
-      tables_.at(schema->id) = std::make_unique<table_form>(table_form{
-          schema->name, header_of(*schema, with_raw_bytes),
-          std::to_string(static_cast<unsigned>(schema->id)), record_form(*schema, csv_record)});
+      table.at(schema->id) = {std::to_string(static_cast<unsigned>(schema->id)),
+                              record_form(*schema, csv_record)};
     }
-  }
-
-  std::unique_ptr<record_writer> make_writer(const std::string& file) override;
-  void finish(const summary& /*counts*/) override { folder_.finish(); }
-
-  void write(std::size_t data_id, std::string_view rows) {
-    folder_.write(form(data_id).name, form(data_id).header, rows);
-  }
-
-  [[nodiscard]] const table_form& form(std::size_t data_id) const { return *tables_.at(data_id); }
-  [[nodiscard]] bool with_raw_bytes() const { return with_raw_bytes_; }
-
- private:
-  const bool with_raw_bytes_;
-  table_folder folder_;
-  std::array<std::unique_ptr<table_form>, 256> tables_;  // by data id
-};
+    return table;
+  }();
+  return all;
+}
 
 constexpr identity_writer::form identity_form{"", ",", ",", ","};
 
-class csv_rows final : public record_writer {
+class csv_writer final : public row_writer {
  public:
-  csv_rows(csv_tables& to, const std::string& file)
-      : to_(to), identity_(identity_form, fmt::format(",{},", csv_text(file))) {}
+  csv_writer(const std::string& file, bool with_raw_bytes)
+      : with_raw_bytes_(with_raw_bytes),
+        identity_(identity_form, fmt::format(",{},", csv_text(file))) {}
 
-  void record(const packet_source& source, const record_schema& schema,
-              const record_data& data) override {
-    const auto& form = to_.form(schema.id);
-    auto& rows = rows_.at(schema.id);
-    identity_.write(rows, source, form.data_id);
-    auto& text = rows.text();
+  void write(numbered_text& to, const packet_source& source, const record_schema& schema,
+             const record_data& data) override {
+    const auto& form = *forms_.at(schema.id);
+    identity_.write(to, source, form.data_id);
+    auto& text = to.text();
     form.fields.write(text, data);
-    if (to_.with_raw_bytes()) {
+    if (with_raw_bytes_) {
       text.append(",");
       text.commit(write_hex(text.room(2 * data.bytes.size()), data.bytes));
     }
     text.append("\n");
   }
 
-  void flush(const running_counts& late) override {
-    for (std::size_t id = 0; id < rows_.size(); ++id) {
-      rows_.at(id).flush(late.packets, [&](std::string_view text) { to_.write(id, text); });
-    }
-  }
-
-  void clear() override {
-    for (auto& rows : rows_) rows.clear();
-  }
-
  private:
-  csv_tables& to_;
+  const bool with_raw_bytes_;
+  const form_table& forms_ = forms();
   identity_writer identity_;
-  std::array<numbered_text, 256> rows_;  // by data id
 };
 
-std::unique_ptr<record_writer> csv_tables::make_writer(const std::string& file) {
-  return std::make_unique<csv_rows>(*this, file);
+std::unique_ptr<row_writer> make_csv_writer(const std::string& file, bool with_raw_bytes) {
+  return std::make_unique<csv_writer>(file, with_raw_bytes);
 }
 
 }  // namespace
 
-std::unique_ptr<record_store> csv_store(const std::string& directory, bool with_raw_bytes,
-                                        bool replace, const file_set& inputs) {
-  return std::make_unique<csv_tables>(directory, with_raw_bytes, replace, inputs);
-}
+const row_format csv_rows{".csv", header_of, make_csv_writer};
 
 }  // namespace decode

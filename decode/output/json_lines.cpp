@@ -10,7 +10,7 @@
 #include "decode/output/file_output.h"
 #include "decode/output/identity.h"
 #include "decode/output/record_form.h"
-#include "decode/output/record_output.h"
+#include "decode/output/row_writer.h"
 #include "decode/output/value_text.h"
 #include "modem_stats/record_table.h"
 
@@ -46,18 +46,17 @@ const form_table& forms() {
 constexpr identity_writer::form identity_form{R"({"time":")", R"(","radio":)", R"(,"source":")",
                                               R"(","data_id":)"};
 
-class json_lines final : public record_writer {
+class json_writer final : public row_writer {
  public:
-  json_lines(file_output& to, bool with_raw_bytes, const std::string& file)
-      : to_(to),
-        with_raw_bytes_(with_raw_bytes),
+  json_writer(const std::string& file, bool with_raw_bytes)
+      : with_raw_bytes_(with_raw_bytes),
         identity_(identity_form, fmt::format(R"(,"file":"{}","packet":)", json_text(file))) {}
 
-  void record(const packet_source& source, const record_schema& schema,
-              const record_data& data) override {
+  void write(numbered_text& to, const packet_source& source, const record_schema& schema,
+             const record_data& data) override {
     const auto& form = *forms_.at(schema.id);
-    identity_.write(lines_, source, form.data_id_and_name);
-    auto& text = lines_.text();
+    identity_.write(to, source, form.data_id_and_name);
+    auto& text = to.text();
     form.fields.write(text, data);
     if (with_raw_bytes_) {
       text.append(R"(,"raw":")");
@@ -67,6 +66,26 @@ class json_lines final : public record_writer {
     text.append("}\n");
   }
 
+ private:
+  const bool with_raw_bytes_;
+  const form_table& forms_ = forms();
+  identity_writer identity_;
+};
+
+std::unique_ptr<row_writer> make_json_writer(const std::string& file, bool with_raw_bytes) {
+  return std::make_unique<json_writer>(file, with_raw_bytes);
+}
+
+/// All kinds of records in one file.
+class json_lines final : public record_writer {
+ public:
+  json_lines(file_output& to, bool with_raw_bytes, const std::string& file)
+      : to_(to), rows_(file, with_raw_bytes) {}
+
+  void record(const packet_source& source, const record_schema& schema,
+              const record_data& data) override {
+    rows_.write(lines_, source, schema, data);
+  }
   void flush(const running_counts& late) override {
     lines_.flush(late.packets, [&](std::string_view text) { to_.write(text); });
   }
@@ -74,9 +93,7 @@ class json_lines final : public record_writer {
 
  private:
   file_output& to_;
-  const bool with_raw_bytes_;
-  const form_table& forms_ = forms();
-  identity_writer identity_;
+  json_writer rows_;
   numbered_text lines_;
 };
 
@@ -94,6 +111,9 @@ class json_lines_all final : public record_store {
 };
 
 }  // namespace
+
+const row_format json_rows{".jsonl", [](const record_schema&, bool) { return std::string(); },
+                           make_json_writer};
 
 std::unique_ptr<record_store> json_lines_store(file_output& to, bool with_raw_bytes) {
   return std::make_unique<json_lines_all>(to, with_raw_bytes);

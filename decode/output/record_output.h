@@ -27,7 +27,9 @@ struct packet_source {
 class file_output;
 class file_set;
 class record_store;
+struct row_format;
 struct summary;
+struct table_place;
 
 class record_writer {
  public:
@@ -69,6 +71,8 @@ class record_store {
   [[nodiscard]] virtual bool wants_lines() const { return false; }
   /// Writes what the output has without records too. Called at the latest when a packet was found.
   virtual void start() {}
+  /// The live port is open, for the first time or again, or it is lost.
+  virtual void port_changed(bool /*is_open*/) {}
   /// The run is over, and nothing went wrong in writing. Throws output_error.
   virtual void finish(const summary& /*counts*/) {}
 
@@ -84,10 +88,15 @@ class output_error : public std::runtime_error {
 
 /// One object per line.
 [[nodiscard]] std::unique_ptr<record_store> json_lines_store(file_output& to, bool with_raw_bytes);
-/// A file for each kind of record in `directory`: see table_folder.h.
-[[nodiscard]] std::unique_ptr<record_store> csv_store(const std::string& directory,
-                                                      bool with_raw_bytes, bool replace,
-                                                      const file_set& inputs);
+/// Columns are named by field and unit; a repeated part is one column that holds a JSON array.
+/// Values that were not measured are empty.
+extern const row_format csv_rows;
+/// An object per row. Values that were not measured are null.
+extern const row_format json_rows;
+/// A table for each kind of record.
+[[nodiscard]] std::unique_ptr<record_store> table_store(const row_format& form, bool with_raw_bytes,
+                                                        const table_place& place,
+                                                        const file_set& inputs);
 /// The parsers' own lines.
 [[nodiscard]] std::unique_ptr<record_store> text_store(file_output& to, bool with_time);
 /// Signalling messages as pcapng, with the records between them as comments if asked for.

@@ -1,6 +1,8 @@
 #include "decode/page/cells.h"
 
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace decode::page {
 
@@ -13,7 +15,9 @@ void distribution::add(double value) {
 double distribution::percentile(unsigned percent) const {
   const std::uint64_t rank = (count_ * percent + 99) / 100;
   std::uint64_t below = 0;
-  for (const auto& [hundredths, count] : counts_) {
+  std::vector<std::pair<std::int32_t, std::uint64_t>> counts(counts_.begin(), counts_.end());
+  std::ranges::sort(counts);
+  for (const auto& [hundredths, count] : counts) {
     below += count;
     if (below >= rank) return hundredths / 100.0;
   }
@@ -57,6 +61,19 @@ void cell_history::add_levels(serving& now, const cell_levels& levels) {
   if (levels.sinr) cell.sinr.add(static_cast<double>(*levels.sinr));
 }
 
+void cell_history::forget_changes_before(std::int64_t milliseconds) {
+  auto end = std::ranges::find_if(
+      changes_, [&](const cell_change& one) { return one.milliseconds >= milliseconds; });
+  if (changes_.size() == most_changes) end = std::max(end, changes_.begin() + most_changes / 4);
+  const auto count = static_cast<std::size_t>(end - changes_.begin());
+  changes_.erase(changes_.begin(), end);
+  changes_forgotten_ += count;
+  for (auto& [key, now] : serving_) {
+    if (!now.change) continue;
+    now.change = *now.change < count ? std::nullopt : std::optional(*now.change - count);
+  }
+}
+
 void cell_history::add(const cell_observation& now) {
   const radio_and_technology key(now.seen.radio, now.seen.technology);
   auto known = serving_.find(key);
@@ -66,7 +83,8 @@ void cell_history::add(const cell_observation& now) {
     }
     return;
   }
-  const auto found = find_or_add(now.seen);
+  const bool stays = known != serving_.end() && cells_[known->second.cell].which == now.seen;
+  const auto found = stays ? std::optional(known->second.cell) : find_or_add(now.seen);
   if (!found) return;
   if (known == serving_.end()) {
     ++cells_[*found].visits;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <unordered_map>
 #include <vector>
 
 #include "decode/page/observations.h"
@@ -21,7 +22,7 @@ class distribution {
   [[nodiscard]] double percentile(unsigned percent) const;
 
  private:
-  std::map<std::int32_t, std::uint64_t> counts_;
+  std::unordered_map<std::int32_t, std::uint64_t> counts_;
   std::uint64_t count_ = 0;
   double sum_ = 0;
 };
@@ -54,9 +55,14 @@ class cell_history {
   /// What comes from now on is of another capture or connection.
   void end_capture() { serving_.clear(); }
 
+  /// If there is no room left, a quarter at least.
+  void forget_changes_before(std::int64_t milliseconds);
+
   [[nodiscard]] const std::vector<visited_cell>& cells() const { return cells_; }
   [[nodiscard]] const std::vector<cell_change>& changes() const { return changes_; }
   [[nodiscard]] std::uint64_t cells_left_out() const { return cells_left_out_; }
+  /// How many came before those that are kept.
+  [[nodiscard]] std::uint64_t changes_forgotten() const { return changes_forgotten_; }
   [[nodiscard]] std::uint64_t changes_left_out() const { return changes_left_out_; }
 
  private:
@@ -78,6 +84,7 @@ class cell_history {
   std::vector<cell_change> changes_;
   std::uint64_t cells_left_out_ = 0;
   std::uint64_t changes_left_out_ = 0;
+  std::uint64_t changes_forgotten_ = 0;
 };
 
 }  // namespace decode::page

@@ -1,6 +1,5 @@
 # Puts page, styles and scripts together and writes them as a C++ source:
 #   cmake -DWEB=FOLDER -DDYGRAPHS=FOLDER -DOUTPUT=FILE -P embed.cmake
-# The page's security policy names the only scripts and styles that may run, by their hashes.
 
 # The base64 form of the SHA-256 of a text.
 function(hash_of text result)
@@ -21,19 +20,29 @@ function(hash_of text result)
 endfunction()
 
 file(READ ${WEB}/page.html page)
-file(READ ${WEB}/page.css page_css)
-file(READ ${WEB}/page.js page_js)
 file(READ ${DYGRAPHS}/dygraph.min.css dygraph_css)
+file(READ ${WEB}/page.css page_css)
 file(READ ${DYGRAPHS}/dygraph.min.js dygraph_js)
+file(READ ${WEB}/buckets.js buckets_js)
+file(READ ${WEB}/graphs.js graphs_js)
+file(READ ${WEB}/page.js page_js)
+file(READ ${WEB}/live.js live_js)
 
-foreach(name page_css page_js dygraph_css dygraph_js)
+set(styles dygraph_css page_css)
+set(scripts dygraph_js buckets_js graphs_js page_js live_js)
+foreach(name ${styles} ${scripts})
   hash_of("${${name}}" hash_of_${name})
-endforeach()
-string(REPLACE "@style_hashes@" "${hash_of_dygraph_css} ${hash_of_page_css}" page "${page}")
-string(REPLACE "@script_hashes@" "${hash_of_dygraph_js} ${hash_of_page_js}" page "${page}")
-foreach(name page_css page_js dygraph_css dygraph_js)
   string(REPLACE "@${name}@" "${${name}}" page "${page}")
 endforeach()
+set(policy "default-src 'none'; script-src")
+foreach(name ${scripts})
+  string(APPEND policy " ${hash_of_${name}}")
+endforeach()
+string(APPEND policy "; style-src")
+foreach(name ${styles})
+  string(APPEND policy " ${hash_of_${name}}")
+endforeach()
+string(APPEND policy "; img-src data:; base-uri 'none'; form-action 'none'")
 
 file(WRITE ${OUTPUT}.html "${page}")
 file(READ ${OUTPUT}.html bytes HEX)
@@ -49,6 +58,10 @@ constexpr unsigned char text[] = {${bytes}};
 
 std::string_view page_template() {
   return {reinterpret_cast<const char*>(text), sizeof text};
+}
+
+std::string_view page_policy() {
+  return \"${policy}\";
 }
 
 }  // namespace decode::page

@@ -18,9 +18,6 @@ using modem_stats::record_schema;
 constexpr unsigned num_chains = 4;
 constexpr std::uint8_t sip_message_record = 116;
 
-/// Modems count from 1980 until they know the time.
-constexpr std::int64_t first_known_time = 631152000000000;  // 1990, microseconds
-
 /// Of a SIP message that a mark shows.
 constexpr std::size_t most_sip_text = 1000;
 
@@ -47,21 +44,9 @@ const record_schema& schema_of(std::uint8_t record) {
   throw std::logic_error(fmt::format("no record {}", record));
 }
 
-located_column column_of(const record_schema& schema, std::string_view name) {
+value_reader column_of(const record_schema& schema, std::string_view name) {
   if (const auto found = find_column(schema, name)) return *found;
   throw std::logic_error(fmt::format("record {} has no column {}", schema.name, name));
-}
-
-/// The columns of all receive chains that the record has.
-std::vector<located_column> chains_of(const record_schema& schema, std::string_view before,
-                                      std::string_view after) {
-  std::vector<located_column> found;
-  for (unsigned i = 0; i < num_chains; ++i) {
-    if (auto one = find_column(schema, fmt::format("{}{}{}", before, i, after))) {
-      found.push_back(*one);
-    }
-  }
-  return found;
 }
 
 std::string with_chain(std::string_view text, unsigned chain) {
@@ -70,44 +55,9 @@ std::string with_chain(std::string_view text, unsigned chain) {
   return result;
 }
 
-std::optional<double> number_in(const record_values& values, const located_column& from) {
-  return number_of(from.column, values.part(from.part).first);
-}
-
 /// 0 if it is not known.
-std::uint64_t whole_number_in(const record_values& values, const located_column& from) {
-  return static_cast<std::uint64_t>(number_in(values, from).value_or(0));
-}
-
-std::string_view meaning_in(const record_values& values, const located_column& from) {
-  return meaning_of(from.column, values.part(from.part).first, values.record());
-}
-
-/// The strongest antenna counts, as in the levels that a phone reports.
-std::optional<float> best_of(const record_values& values,
-                             const std::vector<located_column>& chains) {
-  std::optional<float> best;
-  for (const auto& one : chains) {
-    const auto value = number_in(values, one);
-    if (value)
-      best = std::max(best.value_or(static_cast<float>(*value)), static_cast<float>(*value));
-  }
-  return best;
-}
-
-std::optional<double> value_of(const series_row& row, const modem_stats::column& column,
-                               const std::uint8_t* part, const std::uint8_t* record) {
-  if (row.kind == series_kind::modulation_bits) {
-    const auto* const found =
-        std::ranges::find(modulations, meaning_of(column, part, record), &modulation_row::name);
-    if (found == std::end(modulations)) return {};
-    return found->bits;
-  }
-  if (row.kind == series_kind::interval) return 0;
-  const auto value = number_of(column, part);
-  if (!value) return {};
-  if (row.kind == series_kind::failures) return *value == 0 ? 100 : 0;
-  return *value + static_cast<double>(row.offset);
+std::uint64_t whole_number_in(const record_values& values, const value_reader& from) {
+  return static_cast<std::uint64_t>(values.number(from).value_or(0));
 }
 
 }  // namespace
@@ -119,7 +69,7 @@ extraction_plan::extraction_plan() {
     records_[row.record].states.push_back(
         {static_cast<std::uint16_t>(i), column_of(schema_of(row.record), row.column)});
   }
-  for (const auto* const schema : modem_stats::record_table()) plan_levels(*schema);
+  for (const auto* const schema : modem_stats::record_table()) plan_cell(*schema);
   for (std::size_t i = 0; i < mark_rows().size(); ++i) {
     const auto record = mark_rows()[i].record;
     if (record != sip_message_record) records_[record].mark = static_cast<int>(i);
@@ -135,23 +85,30 @@ void extraction_plan::plan_series(const series_row& row) {
       if (chain > 0) return;  // a record of fewer chains
       column_of(schema, row.column);
     }
-    std::optional<located_column> of;
+    std::optional<value_reader> of;
     if (row.of_column != nullptr) of = column_of(schema, row.of_column);
-    records_[row.record].series.push_back(
-        {static_cast<std::uint16_t>(series_.size()), *column, of});
+    records_[row.record].numbers.push_back({.from = *column,
+                                            .series = static_cast<std::uint16_t>(series_.size()),
+                                            .kind = row.kind,
+                                            .offset = static_cast<double>(row.offset),
+                                            .of = of});
     series_.push_back({&row, with_chain(row.label, chain)});
   }
 }
 
-void extraction_plan::plan_levels(const record_schema& schema) {
-  auto& columns = records_[schema.id].levels;
-  columns.rsrp = chains_of(schema, "rsrp_rx", "_dBm");
-  columns.rsrq = chains_of(schema, "rsrq_rx", "_dB");
-  columns.sinr = chains_of(schema, "snr_rx", "_dB");
-  if (const auto all = find_column(schema, "rsrq_dB")) columns.rsrq.push_back(*all);
-  if (schema.id == nr_snr_record) columns.pci = column_of(schema, "pci");
+void extraction_plan::plan_cell(const record_schema& schema) {
+  auto& plan = records_[schema.id];
+  plan.tells_cell = tells_cell(schema);
+  if (schema.id == nr_snr_record) plan.pci = column_of(schema, "pci");
+  if (!plan.tells_cell && !plan.pci) return;
+  for (unsigned chain = 0; chain < num_chains; ++chain) {
+    plan_level(schema, with_chain("rsrp_rx#_dBm", chain), cell_level::rsrp);
+    plan_level(schema, with_chain("rsrq_rx#_dB", chain), cell_level::rsrq);
+    plan_level(schema, with_chain("snr_rx#_dB", chain), cell_level::sinr);
+  }
+  plan_level(schema, "rsrq_dB", cell_level::rsrq);
   if (!find_column(schema, "cell_identity")) return;
-  records_[schema.id].broadcast = {
+  plan.broadcast = {
       .identity = column_of(schema, "cell_identity"),
       .tac = column_of(schema, "tac"),
       .band = column_of(schema, "band"),
@@ -162,40 +119,86 @@ void extraction_plan::plan_levels(const record_schema& schema) {
   };
 }
 
+/// A level that the record has may be in a chart as well.
+void extraction_plan::plan_level(const record_schema& schema, const std::string& column,
+                                 cell_level level) {
+  const auto from = find_column(schema, column);
+  if (!from) return;
+  auto& numbers = records_[schema.id].numbers;
+  const auto charted = std::ranges::find_if(
+      numbers, [&](const number_column& one) { return one.from.column() == column; });
+  if (charted != numbers.end()) {
+    charted->level = level;
+  } else {
+    numbers.push_back({.from = *from, .level = level});
+  }
+}
+
 cell_identity extraction_plan::identity_of(const broadcast_columns& columns,
                                            const record_values& values) {
-  const auto text = meaning_in(values, columns.bandwidth);
-  const auto number = number_in(values, columns.bandwidth);
-  const int digits = whole_number_in(values, columns.mnc_digits) == 3 ? 3 : 2;
+  const auto text = values.meaning(columns.bandwidth);
+  const auto number = values.number(columns.bandwidth);
+  const std::uint8_t digits = whole_number_in(values, columns.mnc_digits) == 3 ? 3 : 2;
   return {.identity = whole_number_in(values, columns.identity),
           .tac = static_cast<std::uint32_t>(whole_number_in(values, columns.tac)),
           .band = static_cast<std::uint16_t>(whole_number_in(values, columns.band)),
           .bandwidth_mhz = number         ? *number
                            : text.empty() ? 0
                                           : std::stod(std::string(text)),
-          .network = fmt::format("{:03}-{:0{}}", whole_number_in(values, columns.mcc),
-                                 whole_number_in(values, columns.mnc), digits)};
+          .mcc = static_cast<std::uint16_t>(whole_number_in(values, columns.mcc)),
+          .mnc = static_cast<std::uint16_t>(whole_number_in(values, columns.mnc)),
+          .mnc_digits = digits};
 }
 
-void extraction_plan::extract_cell(const packet_source& source, const record_schema& schema,
-                                   const record_data& data, const record_values& values,
-                                   observations& to) const {
-  const auto& plan = records_[schema.id];
-  auto seen = told_cell(source.radio, schema, data);
-  if (!seen && plan.levels.pci) {
-    const auto pci = number_in(values, *plan.levels.pci);
-    if (pci) {
-      seen = {source.radio, radio_technology::nr, no_arfcn, static_cast<std::uint16_t>(*pci)};
-    }
+std::optional<cell> extraction_plan::cell_of(const record_plan& plan, const packet_source& source,
+                                             const record_schema& schema, const record_data& data,
+                                             const record_values& values) {
+  if (plan.tells_cell) return told_cell(source.radio, schema, data);
+  if (!plan.pci) return {};
+  const auto pci = values.number(*plan.pci);
+  if (!pci) return {};
+  return cell{source.radio, radio_technology::nr, no_arfcn, static_cast<std::uint16_t>(*pci)};
+}
+
+/// The strongest antenna counts, as in the levels that a phone reports.
+void extraction_plan::add_level(cell_levels& to, cell_level level, double value) {
+  const auto keep_best = [real = static_cast<float>(value)](std::optional<float>& best) {
+    best = std::max(best.value_or(real), real);
+  };
+  switch (level) {
+    case cell_level::none:
+      return;
+    case cell_level::rsrp:
+      return keep_best(to.rsrp);
+    case cell_level::rsrq:
+      return keep_best(to.rsrq);
+    case cell_level::sinr:
+      return keep_best(to.sinr);
   }
-  if (!seen) return;
-  cell_observation one{
-      .milliseconds = source.time / 1000,
-      .seen = *seen,
-      .levels = {best_of(values, plan.levels.rsrp), best_of(values, plan.levels.rsrq),
-                 best_of(values, plan.levels.sinr)}};
-  if (plan.broadcast) one.broadcast = identity_of(*plan.broadcast, values);
-  to.cells.push_back(std::move(one));
+}
+
+std::optional<double> extraction_plan::value_of(const number_column& column,
+                                                const std::uint8_t* part,
+                                                const std::uint8_t* record) {
+  switch (column.kind) {
+    case series_kind::interval:
+      return 0;
+    case series_kind::modulation_bits: {
+      const auto* const found =
+          std::ranges::find(modulations, column.from.meaning(part, record), &modulation_row::name);
+      if (found == std::end(modulations)) return {};
+      return found->bits;
+    }
+    case series_kind::failures: {
+      const auto value = column.from.number(part);
+      if (!value) return {};
+      return *value == 0 ? 100 : 0;
+    }
+    default:
+      const auto value = column.from.number(part);
+      if (!value) return {};
+      return *value + column.offset;
+  }
 }
 
 void extraction_plan::extract(const packet_source& source, const record_schema& schema,
@@ -208,25 +211,32 @@ void extraction_plan::extract(const packet_source& source, const record_schema& 
   const record_values values(schema, data);
   const std::int64_t milliseconds = source.time / 1000;
   to.first_known = std::min(to.first_known, milliseconds);
-  for (const auto& one : plan.series) {
-    const auto& part = values.part(one.value.part);
+  cell_levels levels;
+  auto* const samples = plan.numbers.empty() ? nullptr : to.samples.find_or_add(source.radio);
+  if (samples != nullptr) samples->resize(series_.size());
+  for (const auto& one : plan.numbers) {
+    const auto& part = values.part(one.from.part());
     const std::uint8_t* at = part.first;
     for (std::size_t i = 0; i < part.count; ++i, at += part.size) {
-      const auto value = value_of(*series_[one.series].row, one.value.column, at, values.record());
+      const auto value = value_of(one, at, values.record());
       if (!value) continue;
-      const auto of = one.of ? number_in(values, *one.of) : std::nullopt;
-      to.samples.push_back({milliseconds, source.radio, one.series, *value, of.value_or(0)});
+      add_level(levels, one.level, *value);
+      if (one.series == no_series || samples == nullptr) continue;
+      const auto of = one.of ? values.number(*one.of) : std::nullopt;
+      (*samples)[one.series].push_back({milliseconds, *value, of.value_or(0)});
     }
   }
   for (const auto& one : plan.states) {
-    const auto* const part = values.part(one.value.part).first;
-    const auto state = meaning_of(one.value.column, part, values.record());
+    const auto state = values.meaning(one.value);
     if (!state.empty()) to.states.push_back({milliseconds, source.radio, one.row, state});
   }
-  extract_cell(source, schema, data, values, to);
+  if (const auto seen = cell_of(plan, source, schema, data, values)) {
+    to.cells.push_back({.milliseconds = milliseconds, .seen = *seen, .levels = levels});
+    if (plan.broadcast) to.cells.back().broadcast = identity_of(*plan.broadcast, values);
+  }
   if (plan.mark >= 0) {
     to.marks.push_back({milliseconds, source.radio, static_cast<std::uint16_t>(plan.mark),
-                        record_text(schema, data)});
+                        to.with_texts ? record_text(schema, data) : std::string()});
   }
 }
 
@@ -234,7 +244,8 @@ void extract_sip(const packet_source& source, std::span<const std::uint8_t> mess
                  observations& to) {
   if (source.time < first_known_time) return;
   const std::string_view all(reinterpret_cast<const char*>(message.data()), message.size());
-  std::string text(all.substr(0, std::min(all.find("\r\n\r\n"), most_sip_text)));
+  std::string text;
+  if (to.with_texts) text = all.substr(0, std::min(all.find("\r\n\r\n"), most_sip_text));
   std::erase(text, '\r');
   to.marks.push_back({source.time / 1000, source.radio, sip_text_row(), std::move(text)});
 }

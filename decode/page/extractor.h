@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,9 @@
 #include "decode/page/record_values.h"
 
 namespace decode::page {
+
+/// Modems count from 1980 until they know the time.
+constexpr std::int64_t first_known_time = 631152000000000;  // 1990, microseconds
 
 /// A series of a chart, of one receive chain where the row is for several.
 struct planned_series {
@@ -30,39 +34,50 @@ class extraction_plan {
                const modem_stats::record_data& data, observations& to) const;
 
  private:
-  struct series_column {
-    std::uint16_t series;
-    located_column value;
-    std::optional<located_column> of;
+  static constexpr std::uint16_t no_series = UINT16_MAX;
+  enum class cell_level : std::uint8_t { none, rsrp, rsrq, sinr };
+
+  /// A column of numbers and what becomes of its values, so that each is read once.
+  struct number_column {
+    value_reader from;
+    std::uint16_t series = no_series;
+    series_kind kind = series_kind::level;
+    cell_level level = cell_level::none;  // of the serving cell
+    double offset = 0;
+    std::optional<value_reader> of{};
   };
   struct state_column {
     std::uint16_t row;
-    located_column value;
-  };
-  /// Levels of the cell, by receive chain; all of them may be empty.
-  struct level_columns {
-    std::vector<located_column> rsrp, rsrq, sinr;
-    std::optional<located_column> pci;  // of records that tell no channel
+    value_reader value;
   };
   /// What a record of the cell's own information has.
   struct broadcast_columns {
-    located_column identity, tac, band, bandwidth, mcc, mnc, mnc_digits;
+    value_reader identity, tac, band, bandwidth, mcc, mnc, mnc_digits;
   };
   struct record_plan {
-    std::vector<series_column> series;
+    std::vector<number_column> numbers;
     std::vector<state_column> states;
-    level_columns levels;
-    std::optional<broadcast_columns> broadcast;
+    bool tells_cell = false;
+    std::optional<value_reader> pci{};  // of records that tell levels of a cell by it alone
+    std::optional<broadcast_columns> broadcast{};
     int mark = -1;  // of mark_rows
   };
 
   void plan_series(const series_row& row);
-  void plan_levels(const modem_stats::record_schema& schema);
+  void plan_cell(const modem_stats::record_schema& schema);
+  void plan_level(const modem_stats::record_schema& schema, const std::string& column,
+                  cell_level level);
+  [[nodiscard]] static std::optional<double> value_of(const number_column& column,
+                                                      const std::uint8_t* part,
+                                                      const std::uint8_t* record);
+  static void add_level(cell_levels& to, cell_level level, double value);
   [[nodiscard]] static cell_identity identity_of(const broadcast_columns& columns,
                                                  const record_values& values);
-  void extract_cell(const packet_source& source, const modem_stats::record_schema& schema,
-                    const modem_stats::record_data& data, const record_values& values,
-                    observations& to) const;
+  [[nodiscard]] static std::optional<cell> cell_of(const record_plan& plan,
+                                                   const packet_source& source,
+                                                   const modem_stats::record_schema& schema,
+                                                   const modem_stats::record_data& data,
+                                                   const record_values& values);
 
   std::vector<planned_series> series_;
   std::array<record_plan, 256> records_;  // by data id

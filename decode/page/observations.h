@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "decode/page/by_radio.h"
 #include "decode/summary/cells.h"
 
 namespace decode::page {
@@ -15,11 +16,11 @@ namespace decode::page {
 /// A value of a series; `of` is the second counter of counted_share.
 struct sample {
   std::int64_t milliseconds;  // Unix
-  std::uint32_t radio;
-  std::uint16_t series;  // index into the plan's series
   double value;
   double of;
 };
+/// Of each of the plan's series.
+using series_samples = std::vector<std::vector<sample>>;
 
 /// The best antenna of a record, or the packet's own value for all of them.
 struct cell_levels {
@@ -34,7 +35,11 @@ struct cell_identity {
   std::uint32_t tac;
   std::uint16_t band;
   double bandwidth_mhz;  // 0: not known
-  std::string network;   // country and network code: 262-01
+  std::uint16_t mcc;
+  std::uint16_t mnc;
+  std::uint8_t mnc_digits;  // 2 or 3
+
+  friend bool operator==(const cell_identity&, const cell_identity&) = default;
 };
 
 /// The channel of a cell that the record tells by its PCI alone.
@@ -63,18 +68,22 @@ struct mark {
 };
 
 struct observations {
-  std::vector<sample> samples;
+  by_radio<series_samples> samples;
   std::vector<cell_observation> cells;
   std::vector<state_observation> states;
   std::vector<mark> marks;
+  bool with_texts = true;                // of marks; otherwise they are only counted
   std::uint64_t without_time = 0;        // records from before the modem knew the time
   std::int64_t first_known = INT64_MAX;  // milliseconds, of the other ones
 
-  void clear() {
-    samples.clear();
+  void clear(bool texts) {
+    for (auto& [radio, all] : samples.entries()) {
+      for (auto& one : all) one.clear();
+    }
     cells.clear();
     states.clear();
     marks.clear();
+    with_texts = texts;
     without_time = 0;
     first_known = INT64_MAX;
   }

@@ -21,9 +21,9 @@ class page_writer final : public record_writer {
   }
   void flush(const running_counts& /*late*/) override {
     to_.add(seen_);
-    seen_.clear();
+    clear();
   }
-  void clear() override { seen_.clear(); }
+  void clear() override { seen_.clear(to_.wants_texts()); }
 
  private:
   const extraction_plan& plan_;

@@ -25,6 +25,8 @@ class series {
   explicit series(std::size_t most_buckets) : most_buckets_(most_buckets) {}
 
   void add(std::int64_t milliseconds, double value);
+  /// Those that end by then.
+  void forget_before(std::int64_t milliseconds);
   /// Joins buckets until there are at most this many.
   void coarsen(std::size_t most_buckets);
 
@@ -34,9 +36,11 @@ class series {
   [[nodiscard]] std::int64_t width() const { return std::int64_t{1} << shift_; }
 
  private:
+  [[nodiscard]] std::vector<bucket>::iterator place_of(std::int64_t index);
   void double_width();
 
   std::size_t most_buckets_;
+  std::size_t last_ = 0;  // where the last value went, if that bucket is still there
   unsigned shift_ = 0;
   std::vector<bucket> buckets_;
 };

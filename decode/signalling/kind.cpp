@@ -153,6 +153,15 @@ std::string_view name_of(kind what) {
   return row_of(what).name;
 }
 
+std::optional<kind> kind_named(std::string_view name) {
+  for (std::size_t i = 0; i < std::size(families); ++i) {
+    const auto rows = families[i].kinds;
+    const auto found = std::ranges::find(rows, name, &kind_row::name);
+    if (found != rows.end()) return kind{static_cast<family>(i), found->number};
+  }
+  return {};
+}
+
 direction direction_of(kind what) {
   return row_of(what).way;
 }

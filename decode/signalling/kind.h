@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace decode::signalling {
@@ -117,6 +118,8 @@ constexpr kind kind_at(std::size_t index) {
 
 /// The name of the dissector, or for families that GSMTAP carries, one in the same style.
 [[nodiscard]] std::string_view name_of(kind what);
+/// The kind with this name, if there is one.
+[[nodiscard]] std::optional<kind> kind_named(std::string_view name);
 /// Whether the message's name tells its direction, and which it is.
 [[nodiscard]] direction direction_of(kind what);
 

@@ -76,6 +76,10 @@ std::uint64_t value_of(const place& at, const record_data& data) {
 
 }  // namespace
 
+bool tells_cell(const record_schema& schema) {
+  return places_of(schema) != nullptr;
+}
+
 std::optional<cell> told_cell(std::uint32_t radio, const record_schema& schema,
                               const record_data& data) {
   const auto* const places = places_of(schema);

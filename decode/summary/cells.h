@@ -26,6 +26,8 @@ struct cell {
   friend auto operator<=>(const cell&, const cell&) = default;
 };
 
+/// Whether records of this kind tell the serving cell.
+[[nodiscard]] bool tells_cell(const modem_stats::record_schema& schema);
 /// The serving cell that the record tells, if it tells one.
 [[nodiscard]] std::optional<cell> told_cell(std::uint32_t radio,
                                             const modem_stats::record_schema& schema,
@@ -55,6 +57,7 @@ class serving_cells {
   void add(const serving_cells& next);
 
   [[nodiscard]] const auto& counts() const { return counts_; }
+  [[nodiscard]] auto& counts() { return counts_; }
 
  private:
   struct sighting {

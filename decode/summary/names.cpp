@@ -63,7 +63,7 @@ std::string version_text(std::uint32_t version) {
 }
 
 log_list listed_logs(const summary& all) {
-  log_list list;
+  log_list list{.codes = {}, .other_packets = all.other_logs};
   std::size_t without_decoder = 0;
   for (const auto code : all.logs.in_order()) {
     const bool has_decoder =
@@ -72,11 +72,19 @@ log_list listed_logs(const summary& all) {
       list.codes.push_back(code);
       without_decoder += has_decoder ? 0 : 1;
     } else {
-      ++list.other_codes;
       list.other_packets += all.logs[code];
     }
   }
   return list;
+}
+
+std::string json_name(std::string_view name) {
+  std::string lower(name);
+  for (char& each : lower) {
+    if (each == ' ') each = '_';
+    if (each >= 'A' && each <= 'Z') each = static_cast<char>(each - 'A' + 'a');
+  }
+  return lower;
 }
 
 std::string_view technology_name(radio_technology technology) {

@@ -21,6 +21,11 @@ namespace decode {
 
 /// "36", or "2.9" for major and minor number.
 [[nodiscard]] std::string version_text(std::uint32_t version);
+/// All that have no line of their own.
+inline constexpr std::string_view other_versions = "others";
+
+/// "bad_crc" for "bad CRC".
+[[nodiscard]] std::string json_name(std::string_view name);
 
 [[nodiscard]] std::string_view technology_name(radio_technology technology);
 
@@ -29,7 +34,6 @@ struct log_list {
   static constexpr std::size_t most_without_decoder = 256;
 
   std::vector<std::uint32_t> codes;
-  std::size_t other_codes = 0;
   std::uint64_t other_packets = 0;
 };
 [[nodiscard]] log_list listed_logs(const summary& all);

@@ -1,7 +1,11 @@
 #include <fmt/format.h>
 
+#include <iterator>
+#include <utility>
+
 #include <nlohmann/json.hpp>
 
+#include "decode/output/identity.h"
 #include "decode/output/time_text.h"
 #include "decode/packet_name.h"
 #include "decode/summary/names.h"
@@ -31,9 +35,7 @@ json packet_counts(packet_kind kind, const std::vector<std::uint32_t>& ids, cons
 json outcomes(const outcome_counts& counts) {
   json all = json::object();
   for (std::size_t i = 0; i < counts.by_outcome.size(); ++i) {
-    std::string name(outcome_names[i]);
-    std::ranges::replace(name, ' ', '_');
-    all[name] = counts.by_outcome.at(i);
+    all[json_name(outcome_names[i])] = counts.by_outcome.at(i);
   }
   return all;
 }
@@ -53,7 +55,7 @@ json results(const summary& all) {
       add(version_text(version.first),
           version.second ? json(version_text(*version.second)) : json(), of);
     }
-    if (counts.others().any()) add("others", nullptr, counts.others());
+    if (counts.others().any()) add(other_versions, nullptr, counts.others());
   }
   return list;
 }
@@ -79,26 +81,33 @@ json cells(const summary& all) {
   return list;
 }
 
+/// Puts the files at the end of the object. There may be millions.
+void put_files(std::string& object, const std::vector<file_summary>& files) {
+  constexpr std::size_t rest_of_row = 80;
+  std::size_t size = object.size() + rest_of_row;
+  for (const auto& file : files) size += file.name.size() + rest_of_row;
+  object.reserve(size);
+  object.pop_back();
+  object += R"(,"files":[)";
+  const char* separator = "";
+  for (const auto& file : files) {
+    fmt::format_to(
+        std::back_inserter(object), R"({}{{"file":"{}","bytes":{},"frames":{},"records":{}}})",
+        std::exchange(separator, ","), json_text(file.name), file.bytes, file.frames, file.records);
+  }
+  object += "]}\n";
+}
+
 }  // namespace
 
 std::string to_json(const summary& all, double seconds) {
   const bool has_time = all.first_time <= all.last_time;
-  json whole{
-      {"bytes", all.bytes},
-      {"frames", all.frames},
-      {"damaged_files", all.damaged_files},
-      {"bad_crc", all.bad_crc},
-      {"too_short", all.too_short},
-      {"too_long", all.too_long},
-      {"unfinished", all.unfinished},
-      {"bytes_skipped", all.skipped_bytes},
-      {"damaged_packets", all.damaged_packets},
-      {"incomplete_signalling", all.incomplete_signalling},
-      {"with_radio_prefix", all.with_radio},
-      {"first_time", has_time ? json(time_text(all.first_time)) : json()},
-      {"last_time", has_time ? json(time_text(all.last_time)) : json()},
-      {"duration_s", has_time ? json(static_cast<double>(all.duration) / 1e6) : json()},
-      {"rate_MBps", seconds > 0 ? json(static_cast<double>(all.bytes) / seconds / 1e6) : json()}};
+  json whole = json::object();
+  for (const auto& row : count_rows) whole[json_name(row.name)] = all.*row.count;
+  whole["first_time"] = has_time ? json(time_text(all.first_time)) : json();
+  whole["last_time"] = has_time ? json(time_text(all.last_time)) : json();
+  whole["duration_s"] = has_time ? json(static_cast<double>(all.duration) / 1e6) : json();
+  whole["rate_MBps"] = seconds > 0 ? json(static_cast<double>(all.bytes) / seconds / 1e6) : json();
   auto& radios = whole["radios"] = json::array();
   for (const auto& [radio, count] : all.radios.values()) {
     radios.push_back({{"radio", radio}, {"packets", count.packets}});
@@ -127,14 +136,9 @@ std::string to_json(const summary& all, double seconds) {
                                 {"messages", all.signalling[index]}});
   }
   whole["cells"] = cells(all);
-  auto& files = whole["files"] = json::array();
-  for (const auto& file : all.files) {
-    files.push_back({{"file", file.name},
-                     {"bytes", file.bytes},
-                     {"frames", file.frames},
-                     {"records", file.records}});
-  }
-  return whole.dump(-1, ' ', false, json::error_handler_t::replace) + "\n";
+  auto text = whole.dump(-1, ' ', false, json::error_handler_t::replace);
+  put_files(text, all.files);
+  return text;
 }
 
 }  // namespace decode

@@ -51,20 +51,6 @@ std::string outcomes_text(const outcome_counts& counts) {
   return text;
 }
 
-void put_losses(lines& out, const summary& all) {
-  out.count("bytes", all.bytes);
-  out.count("frames", all.frames);
-  out.count("damaged files", all.damaged_files);
-  out.count("bad CRC", all.bad_crc);
-  out.count("too short", all.too_short);
-  out.count("too long", all.too_long);
-  out.count("unfinished", all.unfinished);
-  out.count("bytes skipped", all.skipped_bytes);
-  out.count("damaged packets", all.damaged_packets);
-  out.count("incomplete signalling", all.incomplete_signalling);
-  out.count("with radio prefix", all.with_radio);
-}
-
 void put_times(lines& out, const summary& all, double seconds) {
   if (all.first_time <= all.last_time) {
     out.text("time", "{} to {}", time_text(all.first_time), time_text(all.last_time));
@@ -86,9 +72,7 @@ void put_packets(lines& out, const summary& all) {
     out.count(fmt::format("log 0x{:04X}", code),
               packet_name(packet_kind::log, static_cast<std::uint16_t>(code)), all.logs[code]);
   }
-  if (logs.other_codes > 0) {
-    out.count(fmt::format("logs of {} other codes", logs.other_codes), logs.other_packets);
-  }
+  if (logs.other_packets > 0) out.count("other logs", logs.other_packets);
   for (const auto id : all.events.in_order()) {
     out.count(fmt::format("event {}", id),
               packet_name(packet_kind::event, static_cast<std::uint16_t>(id)), all.events[id]);
@@ -142,7 +126,7 @@ void put_files(lines& out, const summary& all) {
 
 std::string to_text(const summary& all, double seconds) {
   lines out;
-  put_losses(out, all);
+  for (const auto& row : count_rows) out.count(row.name, all.*row.count);
   put_times(out, all, seconds);
   put_packets(out, all);
   put_results(out, all);

@@ -11,19 +11,6 @@ using modem_stats::rejection;
 
 namespace {
 
-/// The numbers of a summary that are only added up.
-constexpr std::uint64_t summary::*sums[] = {&summary::bytes,
-                                            &summary::frames,
-                                            &summary::damaged_files,
-                                            &summary::bad_crc,
-                                            &summary::too_short,
-                                            &summary::too_long,
-                                            &summary::unfinished,
-                                            &summary::skipped_bytes,
-                                            &summary::with_radio,
-                                            &summary::damaged_packets,
-                                            &summary::incomplete_signalling};
-
 outcome outcome_of(const modem_stats::packet_outcome& result, bool made_records) {
   switch (result.rejected) {
     case rejection::version:
@@ -69,9 +56,10 @@ void summary::count(packet_kind kind, std::uint16_t id, const modem_stats::packe
 }
 
 void summary::add(const summary& next) {
-  for (const auto sum : sums) this->*sum += next.*sum;
+  for (const auto& row : count_rows) this->*row.count += next.*row.count;
   messages.add(next.messages);
   logs.add(next.logs);
+  other_logs += next.other_logs;
   events.add(next.events);
   records.add(next.records);
   signalling.add(next.signalling);
@@ -90,9 +78,10 @@ void summary::end_capture() {
 }
 
 void summary::clear() {
-  for (const auto sum : sums) this->*sum = 0;
+  for (const auto& row : count_rows) this->*row.count = 0;
   messages.clear();
   logs.clear();
+  other_logs = 0;
   events.clear();
   records.clear();
   signalling.clear();

@@ -71,6 +71,7 @@ struct summary {
   std::uint64_t damaged_packets = 0;  // good frames whose log or event lengths are wrong
   counter_table<256> messages;        // frames by first byte, after any radio prefix
   counter_table<65536> logs;
+  std::uint64_t other_logs = 0;  // from summaries in which their codes have no lines
   counter_table<4096> events;
   counter_table<256> records;                        // by data id
   counter_table<signalling::most_kinds> signalling;  // messages by kind
@@ -96,6 +97,25 @@ struct summary {
 
   /// Whether something was lost or rejected.
   [[nodiscard]] bool has_rejections() const;
+};
+
+/// The counts that are only added up, with their names in reports.
+struct count_row {
+  std::string_view name;
+  std::uint64_t summary::*count;
+};
+inline constexpr count_row count_rows[] = {
+    {"bytes", &summary::bytes},
+    {"frames", &summary::frames},
+    {"damaged files", &summary::damaged_files},
+    {"bad CRC", &summary::bad_crc},
+    {"too short", &summary::too_short},
+    {"too long", &summary::too_long},
+    {"unfinished", &summary::unfinished},
+    {"bytes skipped", &summary::skipped_bytes},
+    {"damaged packets", &summary::damaged_packets},
+    {"incomplete signalling", &summary::incomplete_signalling},
+    {"with radio prefix", &summary::with_radio},
 };
 
 /// Adds the counts of a deframer.

@@ -17,6 +17,7 @@ class counter_table {
   counter_table() : counts_(N) {}
 
   void add(std::size_t number, std::uint64_t count = 1) {
+    if (count == 0) return;
     if (counts_[number] == 0) used_.push_back(static_cast<std::uint32_t>(number));
     counts_[number] += count;
   }
@@ -66,8 +67,9 @@ class lowest_keys {
   }
   void add(const lowest_keys& other) {
     for (const auto& [key, value] : other.values_) at(key).add(value);
-    others_.add(other.others_);
+    add_others(other.others_);
   }
+  void add_others(const Value& value) { others_.add(value); }
 
   /// In the order of keys.
   [[nodiscard]] const std::vector<entry>& values() const { return values_; }

@@ -240,7 +240,10 @@ message_bytes handover_command(const radio_values& seen) {
   constexpr unsigned new_identity = 0x4A2C;
   auto out = on_dcch(reconfigure);
   put_head(out, 4).put(6, 0b010010);
-  out.put(5, 0b00000).put(9, seen.lte.pci).put(3, within_500_ms).put(16, new_identity);
+  out.put(5, 0b00000)
+      .put(9, seen.neighbour_pci.value_or(seen.lte.pci))
+      .put(3, within_500_ms)
+      .put(16, new_identity);
   // The cell's common configuration: root sequence 22; PUSCH with one sub-band, hopping between
   // sub-frames, offset 2, no 64QAM, reference signals without hopping; normal prefix.
   out.put(10, 0b0).put(1, 0b0).put(10, 22);

@@ -30,7 +30,7 @@ namespace sim::diag {
 [[nodiscard]] message_bytes reconfiguration_complete(const radio_values& seen);
 [[nodiscard]] message_bytes uplink_attach_complete(const radio_values& seen);
 [[nodiscard]] message_bytes measurement_report(const radio_values& seen);
-/// To the cell itself, the only one that the radio has.
+/// To the cell itself if it is the only one that the radio has.
 [[nodiscard]] message_bytes handover_command(const radio_values& seen);
 [[nodiscard]] message_bytes connection_release(const radio_values& seen);
 

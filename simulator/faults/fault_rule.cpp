@@ -3,6 +3,7 @@
 
 #include <limits>
 
+#include "simulator/diag/faults.h"
 #include "simulator/faults/faults.h"
 #include "simulator/faults/rule_text.h"
 #include "simulator/number.h"
@@ -44,7 +45,12 @@ fault_rule parse_fault_rule(std::string_view text, std::span<const service_row> 
   rule.value = read.value;
   rule.service = find_service(read.target, services);
   if (rule.service == nullptr) {
-    refuse_rule(text, fmt::format("no service '{}'", read.target), actions);
+    std::string names;
+    for (const service_row& row : services) names.append(row.name).append(", ");
+    refuse_rule(text,
+                fmt::format("no service '{}' among the services {}{}", read.target, names,
+                            diag::fault_target),
+                actions);
   }
   if (read.message) {
     const auto id = parse_number(*read.message, 0, max_16);

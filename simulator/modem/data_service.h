@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "simulator/modem/kept_values.h"
 #include "simulator/port.h"
 
 namespace sim {
@@ -32,6 +33,7 @@ class data_service {
  public:
   std::set<client, client_order> calls;
   std::uint8_t autoconnect = 0;
+  kept_values format;  ///< of WDA, for packets
 
   /// By number. There is one at first.
   [[nodiscard]] std::map<std::uint8_t, data_profile>& all_profiles() { return profiles_; }

@@ -15,11 +15,11 @@
 #include "simulator/modem/efs_tree.h"
 #include "simulator/modem/euicc.h"
 #include "simulator/modem/hot_swap_run.h"
+#include "simulator/modem/kept_values.h"
 #include "simulator/modem/nv_store.h"
 #include "simulator/modem/pdc_clients.h"
 #include "simulator/modem/pdc_configs.h"
 #include "simulator/modem/radio.h"
-#include "simulator/modem/selection.h"
 #include "simulator/modem/settings.h"
 #include "simulator/modem/store.h"
 #include "simulator/modem/uicc_slots.h"
@@ -81,7 +81,7 @@ struct modem {
   sim::pdc_clients pdc_clients;
   sim::radio radio;
   sim::watchers watchers;
-  network_selection selection;
+  kept_values selection;  ///< of NAS, how to choose a network
   data_service data;
   bool is_attached = true;  ///< to packet services, while registered
   device_mode mode_when_off = device_mode::low_power;

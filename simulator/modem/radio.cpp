@@ -4,6 +4,7 @@
 #include <cmath>
 #include <iterator>
 #include <numbers>
+#include <utility>
 
 namespace sim {
 namespace {
@@ -24,6 +25,8 @@ constexpr rrc_phase rrc_cycle[] = {
     {milliseconds(17200), lte_rrc_state::idle_camped},
 };
 constexpr milliseconds rrc_cycle_time{20000};
+/// In each cycle: when the handover of a connection is complete.
+constexpr milliseconds rrc_handover{11400};
 
 lte_rrc_state rrc_after(milliseconds on) {
   if (on < rrc_first_camped) return lte_rrc_state::idle_not_camped;
@@ -31,6 +34,9 @@ lte_rrc_state rrc_after(milliseconds on) {
   const auto* const next = std::ranges::upper_bound(rrc_cycle, at, {}, &rrc_phase::begins);
   return std::prev(next)->state;
 }
+
+/// Quality follows strength, so the three of a cell drift together, the lesser ones less.
+constexpr double of_quality = 0.3;
 
 /// -1..1, different for each whole number.
 double phase(std::uint32_t number) {
@@ -77,12 +83,26 @@ double radio::drift(unsigned level, time when) const {
                   0.3 * std::sin(turn * (seconds / fast + phase(own + 1))));
 }
 
+void radio::move_between_cells(radio_values& values, time on) const {
+  lte_cell& cell = values.lte;
+  // As if the cycle before the first one had ended with a handover as well.
+  const time since_first = on - rrc_first_camped - rrc_handover + rrc_cycle_time;
+  if (since_first / rrc_cycle_time % 2 == 1) {
+    std::swap(cell.pci, *values.neighbour_pci);
+    cell.cell_identity ^= 1;
+  }
+  const double way = std::chrono::duration<double>(since_first % rrc_cycle_time) / rrc_cycle_time;
+  const double strength = 2 * swing * std::cos(std::numbers::pi * way);
+  cell.rsrp += strength;
+  cell.rsrq += of_quality * strength;
+  cell.sinr += of_quality * strength;
+}
+
 radio_values radio::at(time when) const {
   radio_values values = means;
   const change& last = last_change(when);
   values.rrc = last.on ? rrc_after(when - last.when) : lte_rrc_state::idle_not_camped;
-  // Quality follows strength, so the three of a cell drift together, the lesser ones less.
-  constexpr double of_quality = 0.3;
+  if (values.neighbour_pci) move_between_cells(values, when - last.when);
   const double lte = drift(0, when);
   values.lte.rsrp += lte;
   values.lte.rsrq += of_quality * lte;

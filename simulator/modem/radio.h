@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "simulator/clock.h"
@@ -66,6 +67,7 @@ struct radio_values {
   lte_rrc_state rrc = lte_rrc_state::idle_not_camped;  // not camped: nothing is measured
   radio_network network;
   lte_cell lte;
+  std::optional<std::uint16_t> neighbour_pci{};  // of the LTE cell to which handovers go
   nr_cell nr;
   wcdma_cell wcdma;
   gsm_cell gsm;
@@ -84,8 +86,10 @@ class radio {
   void turn(bool on, time when);
   [[nodiscard]] bool is_on(time when) const;
 
-  radio_values means;  ///< around which the levels move
-  double swing = 3;    ///< dB, how far a level goes from its mean
+  /// Around which the levels move. With a neighbour, each handover goes to the other one of two
+  /// cells, and the strength falls from each handover to the next.
+  radio_values means;
+  double swing = 3;  ///< dB, how far a level goes from its mean
   std::uint32_t seed = 1;
 
  private:
@@ -96,6 +100,7 @@ class radio {
 
   [[nodiscard]] const change& last_change(time when) const;
   [[nodiscard]] double drift(unsigned level, time when) const;
+  void move_between_cells(radio_values& values, time on) const;
 
   clock::time_point start_ = clock::now();
   std::vector<change> changes_{{time(0), true}};

@@ -65,6 +65,10 @@ constexpr settable_row rows[] = {
     {"lte.earfcn", 0, 262143, into_lte<&lte_cell::dl_earfcn>},
     {"lte.ul_earfcn", 0, 262143, into_lte<&lte_cell::ul_earfcn>},
     {"lte.pci", 0, 503, into_lte<&lte_cell::pci>},
+    {"lte.neighbour_pci", 0, 503,
+     [](modem& state, std::int64_t value) {
+       state.radio.means.neighbour_pci = static_cast<std::uint16_t>(value);
+     }},
     {"lte.band", 1, 88, into_lte<&lte_cell::band>},
     {"lte.resource_blocks", 6, 100, into_lte<&lte_cell::resource_blocks>},
     {"lte.cell_identity", 0, 0xFFFFFFF, into_lte<&lte_cell::cell_identity>},

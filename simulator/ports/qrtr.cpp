@@ -71,7 +71,7 @@ struct qrtr_port::service_socket {
 };
 
 qrtr_port::qrtr_port(asio::io_context& io, node& node, dispatcher& dispatcher, trace& trace)
-    : io_(io), dispatcher_(dispatcher), trace_(trace) {
+    : io_(io), clients_(*this, dispatcher, trace) {
   // Fails here rather than later, when a service that is down at the start comes up.
   (void)open_socket(io);
   node.attach(*this);
@@ -124,21 +124,8 @@ void qrtr_port::receive(service_socket& socket) {
 void qrtr_port::received(const service_socket& socket, std::size_t size) {
   const protocol::qrtr::address from = address_of(socket.sender);
   const auto datagram = protocol::byte_view(socket.buffer).first(size);
-  if (from.port != protocol::qrtr::control_port) {
-    if (clients_.insert(from).second) trace_.client_connects({this, from});
-    return dispatcher_.receive({this, from}, socket.service, datagram);
-  }
-  const auto packet = protocol::qrtr::parse_control(datagram);
-  if (packet && packet->cmd == protocol::qrtr::command::del_client) {
-    leaves(packet->about.at);
-  }
-}
-
-void qrtr_port::leaves(protocol::qrtr::address who) {
-  // The kernel reports every closed port to each of our sockets.
-  if (clients_.erase(who) == 0) return;
-  trace_.client_leaves({this, who}, "closed");
-  dispatcher_.client_gone({this, who});
+  if (from.port == protocol::qrtr::control_port) return clients_.receive_control(datagram);
+  clients_.receive_data(from, socket.service, datagram);
 }
 
 }  // namespace sim

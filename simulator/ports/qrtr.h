@@ -5,7 +5,6 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <set>
 
 #include <asio/generic/datagram_protocol.hpp>
 #include <asio/io_context.hpp>
@@ -13,7 +12,7 @@
 #include "simulator/dispatcher.h"
 #include "simulator/node.h"
 #include "simulator/port.h"
-#include "simulator/trace.h"
+#include "simulator/ports/qrtr_clients.h"
 
 namespace sim {
 
@@ -35,12 +34,9 @@ class qrtr_port : public port {
   void publish(protocol::qrtr::command change, const protocol::qrtr::server& server);
   void receive(service_socket& socket);
   void received(const service_socket& socket, std::size_t size);
-  void leaves(protocol::qrtr::address who);
 
   asio::io_context& io_;
-  dispatcher& dispatcher_;
-  trace& trace_;
-  std::set<protocol::qrtr::address> clients_;  ///< those that have sent something and not left
+  qrtr_clients clients_;
   std::map<std::uint32_t, std::unique_ptr<service_socket>> sockets_;  ///< by the service's port
 };
 

@@ -28,6 +28,7 @@ struct raw_options {
   std::string socket;
   std::string state = default_state_directory();
   bool qrtr = false;
+  std::optional<std::uint32_t> qrtr_node;
   bool trace = false;
   std::vector<std::string> faults;
   std::vector<std::string> settings;
@@ -60,6 +61,10 @@ void add_options(CLI::App& command, raw_options& options, const std::string& def
       ->check(not_empty)
       ->capture_default_str();
   command.add_flag("--qrtr", options.qrtr, "serve the kernel's AF_QIPCRTR sockets as well");
+  command
+      .add_option("--qrtr-node", options.qrtr_node,
+                  "be a QRTR node of this number as well, by the kernel's /dev/qrtr-tun")
+      ->type_name("NUMBER");
   command.add_flag("--trace", options.trace, "show every message on standard error");
   command.add_option("--fault", options.faults, "SERVICE[/MESSAGE[@N]]=ACTION[:VALUE]; repeatable")
       ->type_name("RULE")
@@ -113,6 +118,7 @@ modem_options checked(const raw_options& raw) {
       .socket = raw.socket,
       .state = raw.state,
       .qrtr = raw.qrtr,
+      .qrtr_node = raw.qrtr_node,
       .trace = raw.trace,
       .faults = {},
       .settings = {},
@@ -124,6 +130,12 @@ modem_options checked(const raw_options& raw) {
       .diag = {.socket = raw.diag_socket, .tcp = raw.diag_tcp, .terminal = raw.diag_pty},
       .diag_faults = {},
       .played = nullptr};
+  constexpr std::uint32_t all_nodes = 0xFFFFFFFF;
+  const std::uint32_t number = raw.qrtr_node.value_or(protocol::modem_socket::modem_node);
+  if (number == protocol::modem_socket::local_node || number == all_nodes) {
+    throw usage_error(fmt::format("--qrtr-node {}: this is the number of {}", number,
+                                  number == all_nodes ? "all nodes" : "the kernel's node"));
+  }
   if (!raw.play.empty()) {
     options.played = std::make_shared<diag::capture>(
         diag::play_options{.file = raw.play, .rate = raw.rate, .now = raw.play_now});

@@ -23,8 +23,10 @@ int run(const serve_command& asked) {
   const std::string& terminal = asked.modem.diag.terminal;
   tell_user(fmt::format("DIAG on unix:{}{}{}{}", asked.modem.diag.socket, tcp,
                         terminal.empty() ? "" : ", tty:", terminal));
-  tell_user(fmt::format("listening on unix:{}{}", asked.modem.socket,
-                        asked.modem.qrtr ? " and AF_QIPCRTR" : ""));
+  const auto& number = asked.modem.qrtr_node;
+  tell_user(fmt::format("listening on unix:{}{}{}", asked.modem.socket,
+                        asked.modem.qrtr ? " and AF_QIPCRTR" : "",
+                        number ? fmt::format(" and as QRTR node {}", *number) : ""));
   io.run();
   return 0;
 }

@@ -120,8 +120,7 @@ reply set_event_report(const request& asked) {
 }
 
 reply set_operating_mode(const request& asked) {
-  std::uint8_t number = 0;
-  if (const error wrong = take(asked, value_tlv, number); wrong != error::none) return wrong;
+  const auto number = take<std::uint8_t>(asked, value_tlv);
   if (number > static_cast<std::uint8_t>(device_mode::last)) return error::invalid_argument;
   const auto wanted = static_cast<device_mode>(number);
   const device_mode present = asked.state.mode();
@@ -131,11 +130,9 @@ reply set_operating_mode(const request& asked) {
   reply out = error::none;
   out.restart = wanted == device_mode::reset;
   asked.state.set_mode(wanted);
-  for (const client& each : asked.state.watchers.of(watched::operating_mode)) {
-    tlv_writer told;
-    told.integer(operating_mode_tlv, number);
-    out.indications.push_back({each, event_report, told.take()});
-  }
+  tlv_writer told;
+  told.integer(operating_mode_tlv, number);
+  indicate(out, asked.state, watched::operating_mode, {{}, event_report, told.take()});
   indicate_network(asked.state, out);
   return out;
 }

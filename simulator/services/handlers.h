@@ -1,6 +1,7 @@
 // The handlers of messages that need nothing of their own but what they tell.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "simulator/modem/modem.h"
@@ -16,9 +17,9 @@ inline constexpr std::uint8_t value_tlv = 0x01;
   return protocol::qmi::error::none;
 }
 
-template <protocol::qmi::error why>
-[[nodiscard]] reply refuse(const request& /*asked*/) {
-  return why;
+/// Ends the handler with a standard response.
+[[noreturn]] inline void refuse(protocol::qmi::error why) {
+  throw refused{why};
 }
 
 /// Success and the TLVs that `write` makes of the modem's state.
@@ -47,14 +48,58 @@ template <std::unsigned_integral T, T value, std::uint8_t tlv = value_tlv>
   return out;
 }
 
-/// A required TLV that is exactly one integer.
+/// What a value is taken from; the handler ends if there is none.
 template <typename T>
-[[nodiscard]] protocol::qmi::error take(const request& asked, std::uint8_t type, T& value) {
-  const auto found = protocol::qmi::find_tlv(asked.tlvs, type);
-  if (!found) return protocol::qmi::error::missing_argument;
-  if (found->size() != sizeof(T)) return protocol::qmi::error::malformed_message;
-  value = protocol::load_le<T>(*found);
-  return protocol::qmi::error::none;
+[[nodiscard]] T required(std::optional<T> value, protocol::qmi::error if_missing) {
+  if (!value) refuse(if_missing);
+  return *std::move(value);
+}
+
+/// Takes a required TLV apart, from the front. The handler ends if the TLV is missing or too short.
+class fields {
+ public:
+  fields(const request& asked, std::uint8_t tlv)
+      : in_(required(protocol::qmi::find_tlv(asked.tlvs, tlv),
+                     protocol::qmi::error::missing_argument)) {}
+
+  template <std::unsigned_integral T>
+  [[nodiscard]] T next() {
+    return required(in_.take<T>(), protocol::qmi::error::malformed_message);
+  }
+  /// So many bytes, after their count.
+  template <std::unsigned_integral Count = std::uint8_t>
+  [[nodiscard]] protocol::byte_view counted() {
+    return required(in_.take_bytes(next<Count>()), protocol::qmi::error::malformed_message);
+  }
+  /// The handler ends if anything is left.
+  void end() const {
+    if (!in_.empty()) refuse(protocol::qmi::error::malformed_message);
+  }
+
+ private:
+  protocol::byte_reader in_;
+};
+
+/// A required TLV that is exactly one integer.
+template <std::unsigned_integral T>
+[[nodiscard]] T take(const request& asked, std::uint8_t tlv) {
+  fields in(asked, tlv);
+  const T value = in.next<T>();
+  in.end();
+  return value;
+}
+
+/// What the radio of the first subscription sees, of whom all these services tell.
+[[nodiscard]] inline radio_values seen_now(const request& asked) {
+  return required(asked.state.seen_by(0), protocol::qmi::error::information_unavailable);
+}
+
+/// An indication to each client that has asked to be told of this.
+inline void indicate(reply& out, const modem& state, watched what, indication told) {
+  for (const client& each : state.watchers.of(what)) {
+    told.to = each;
+    out.indications.push_back(told);
+  }
 }
 
 /// An optional TLV that is a switch: what it asks of `what` is noted for the client.

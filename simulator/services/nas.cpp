@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <optional>
 
 #include "simulator/services/handlers.h"
 
@@ -10,8 +9,8 @@ namespace sim {
 namespace {
 
 using protocol::qmi::error;
+using protocol::qmi::tlv_writer;
 
-constexpr unsigned subscription = 0;
 constexpr std::uint8_t radio_lte = 8;
 
 struct band_row {
@@ -24,13 +23,13 @@ constexpr band_row bands[] = {
     {28, 30, 158}, {32, 32, 154}, {33, 40, 135}, {41, 43, 149}, {66, 66, 161},
 };
 
-std::optional<std::uint16_t> band_number(std::uint8_t band) {
+std::uint16_t band_number(std::uint8_t band) {
   for (const band_row& row : bands) {
     if (band >= row.first && band <= row.last) {
       return static_cast<std::uint16_t>(row.number + (band - row.first));
     }
   }
-  return std::nullopt;
+  refuse(error::information_unavailable);
 }
 
 std::uint32_t bandwidth_number(std::uint8_t resource_blocks) {
@@ -42,9 +41,7 @@ std::uint32_t bandwidth_number(std::uint8_t resource_blocks) {
 }  // namespace
 
 reply get_signal_strength(const request& asked) {
-  const auto seen = asked.state.seen_by(subscription);
-  if (!seen) return error::information_unavailable;
-  const lte_cell& lte = seen->lte;
+  const lte_cell lte = seen_now(asked).lte;
   reply out;
   out.tlvs.bytes(0x01, packed().s8(lte.rssi()).u8(radio_lte).view())
       .standard_response(error::none)
@@ -57,42 +54,37 @@ reply get_signal_strength(const request& asked) {
 }
 
 reply get_rf_band_info(const request& asked) {
-  const auto seen = asked.state.seen_by(subscription);
-  const auto band = seen ? band_number(seen->lte.band) : std::nullopt;
-  if (!band) return error::information_unavailable;
-  const lte_cell& lte = seen->lte;
-  const auto narrow = static_cast<std::uint16_t>(std::min<std::uint32_t>(lte.dl_earfcn, 0xFFFF));
+  const lte_cell lte = seen_now(asked).lte;
+  const std::uint16_t band = band_number(lte.band);
   reply out;
-  out.tlvs.bytes(0x01, packed().u8(1).u8(radio_lte).u16(*band).u16(narrow).view())
+  out.tlvs.bytes(0x01, packed().u8(1).u8(radio_lte).u16(band).u16(narrow_channel(lte)).view())
       .standard_response(error::none)
-      .bytes(0x11, packed().u8(1).u8(radio_lte).u16(*band).u32(lte.dl_earfcn).view())
+      .bytes(0x11, packed().u8(1).u8(radio_lte).u16(band).u32(lte.dl_earfcn).view())
       .bytes(0x12, packed().u8(1).u8(radio_lte).u32(bandwidth_number(lte.resource_blocks)).view());
   return out;
 }
 
 reply get_carriers(const request& asked) {
-  const auto seen = asked.state.seen_by(subscription);
-  const auto band = seen ? band_number(seen->lte.band) : std::nullopt;
-  if (!band) return error::information_unavailable;
-  const lte_cell& lte = seen->lte;
-  const auto narrow = static_cast<std::uint16_t>(std::min<std::uint32_t>(lte.dl_earfcn, 0xFFFF));
+  const lte_cell lte = seen_now(asked).lte;
+  const std::uint16_t band = band_number(lte.band);
   reply out = error::none;
   packed primary;
-  primary.u16(lte.pci).u16(narrow).u32(bandwidth_number(lte.resource_blocks)).u16(*band);
+  primary.u16(lte.pci)
+      .u16(narrow_channel(lte))
+      .u32(bandwidth_number(lte.resource_blocks))
+      .u16(band);
   out.tlvs.bytes(0x13, primary.view());
   return out;
 }
 
 reply get_signal_info(const request& asked) {
-  const auto seen = asked.state.seen_by(subscription);
-  if (!seen) return error::information_unavailable;
-  const lte_cell& lte = seen->lte;
-  const nr_cell& nr = seen->nr;
-  reply out = error::none;
-  out.tlvs.bytes(0x14, packed().s8(lte.rssi()).s8(lte.rsrq).s16(lte.rsrp).s16(10 * lte.sinr).view())
+  const radio_values seen = seen_now(asked);
+  const lte_cell& lte = seen.lte;
+  const nr_cell& nr = seen.nr;
+  return tlv_writer()
+      .bytes(0x14, packed().s8(lte.rssi()).s8(lte.rsrq).s16(lte.rsrp).s16(10 * lte.sinr).view())
       .bytes(0x17, packed().s16(nr.rsrp).s16(10 * nr.sinr).view())
       .bytes(0x18, packed().s16(nr.rsrq).view());
-  return out;
 }
 
 namespace {

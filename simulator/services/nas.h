@@ -3,10 +3,19 @@
 // knows is error 74 without a card, with a locked one, and with the radio off.
 #pragma once
 
+#include <algorithm>
+
 #include "services/nas_v01.h"
+#include "simulator/modem/radio.h"
 #include "simulator/service.h"
 
 namespace sim {
+
+/// The channel where a message has 16 bits for it.
+[[nodiscard]] inline std::uint16_t narrow_channel(const lte_cell& cell) {
+  constexpr std::uint32_t too_wide = 0xFFFF;
+  return static_cast<std::uint16_t>(std::min(cell.dl_earfcn, too_wide));
+}
 
 [[nodiscard]] reply get_signal_strength(const request& asked);
 [[nodiscard]] reply get_rf_band_info(const request& asked);

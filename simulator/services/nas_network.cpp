@@ -160,23 +160,26 @@ void write_system_info(const registration& now, bool is_indication, tlv_writer& 
   out.bytes(lte_status_tlv, packed().u8(no_service).u8(no_service).u8(0).view());
 }
 
+/// Whether the TLV begins with the codes of the modem's network.
+bool names_own_network(const request& asked, std::uint8_t tlv) {
+  fields in(asked, tlv);
+  const auto mcc = in.next<std::uint16_t>();
+  const auto mnc = in.next<std::uint16_t>();
+  const radio_network& own = asked.state.radio.means.network;
+  return mcc == own.mcc && mnc == own.mnc;
+}
+
 }  // namespace
 
 void indicate_network(modem& state, reply& out) {
   const registration now = registration_of(state);
-  const struct {
-    watched what;
-    std::uint16_t message;
-    void (*write)(const registration& now, bool is_indication, tlv_writer& out);
-  } rows[] = {{watched::serving_system, 0x0024, write_serving_system},
-              {watched::system_info, 0x004E, write_system_info}};
-  for (const auto& row : rows) {
-    for (const client& each : state.watchers.of(row.what)) {
-      tlv_writer told;
-      row.write(now, true, told);
-      out.indications.push_back({each, row.message, told.take(), nas_service_id_v01});
-    }
-  }
+  tlv_writer serving_system;
+  write_serving_system(now, true, serving_system);
+  indicate(out, state, watched::serving_system,
+           {{}, 0x0024, serving_system.take(), nas_service_id_v01});
+  tlv_writer system_info;
+  write_system_info(now, true, system_info);
+  indicate(out, state, watched::system_info, {{}, 0x004E, system_info.take(), nas_service_id_v01});
 }
 
 reply register_nas_indications(const request& asked) {
@@ -199,18 +202,16 @@ reply get_system_info(const request& asked) {
 
 reply get_home_network(const request& /*asked*/) {
   constexpr radio_network home;
-  reply out = error::none;
-  out.tlvs.bytes(value_tlv, name_of(home).view())
+  return tlv_writer()
+      .bytes(value_tlv, name_of(home).view())
       .bytes(0x12, packed().u8(1).u8(three_digits(home)).view());
-  return out;
 }
 
 reply get_preferred_networks(const request& /*asked*/) {
   constexpr radio_network home;
   constexpr std::uint16_t lte_and_nr = 0x4800;
-  reply out = error::none;
-  out.tlvs.bytes(0x10, packed().u16(1).u16(home.mcc).u16(home.mnc).u16(lte_and_nr).view());
-  return out;
+  return tlv_writer().bytes(0x10,
+                            packed().u16(1).u16(home.mcc).u16(home.mnc).u16(lte_and_nr).view());
 }
 
 reply scan_networks(const request& asked) {
@@ -233,32 +234,25 @@ reply scan_networks(const request& asked) {
     networks.u16(network.mcc).u16(network.mnc).u8(status).counted_text(name);
     radios.u16(network.mcc).u16(network.mnc).u8(radio_lte);
   }
-  reply out = error::none;
-  out.tlvs.bytes(0x10, networks.view()).bytes(0x11, radios.view()).integer(0x13, std::uint32_t{0});
-  return out;
+  return tlv_writer()
+      .bytes(0x10, networks.view())
+      .bytes(0x11, radios.view())
+      .integer(0x13, std::uint32_t{0});
 }
 
 /// There is one network, so a manual choice of another one finds none.
 reply register_at_network(const request& asked) {
   constexpr std::uint8_t manual = 2;
-  std::uint8_t action = 0;
-  if (const error wrong = take(asked, value_tlv, action); wrong != error::none) return wrong;
-  if (action != manual) return asked.state.seen_by(subscription) ? error::no_effect : error::none;
-  const auto wanted = protocol::qmi::find_tlv(asked.tlvs, 0x10);
-  if (!wanted) return error::missing_argument;
-  protocol::byte_reader in(*wanted);
-  const auto mcc = in.take<std::uint16_t>();
-  const auto mnc = in.take<std::uint16_t>();
-  if (!mnc) return error::malformed_message;
-  const radio_network& own = asked.state.radio.means.network;
-  return *mcc == own.mcc && *mnc == own.mnc ? error::none : error::network_not_ready;
+  if (take<std::uint8_t>(asked, value_tlv) != manual) {
+    return asked.state.seen_by(subscription) ? error::no_effect : error::none;
+  }
+  return names_own_network(asked, 0x10) ? error::none : error::network_not_ready;
 }
 
 reply attach_to_packet_service(const request& asked) {
   constexpr std::uint8_t attach = 1;
   constexpr std::uint8_t detach = 2;
-  std::uint8_t action = 0;
-  if (const error wrong = take(asked, 0x10, action); wrong != error::none) return wrong;
+  const auto action = take<std::uint8_t>(asked, 0x10);
   if (action != attach && action != detach) return error::invalid_argument;
   if (asked.state.is_attached == (action == attach)) return error::no_effect;
   asked.state.is_attached = action == attach;
@@ -268,22 +262,14 @@ reply attach_to_packet_service(const request& asked) {
 }
 
 reply get_operator_name(const request& asked) {
-  if (!asked.state.seen_by(subscription)) return error::information_unavailable;
-  reply out = error::none;
-  out.tlvs.bytes(0x10, packed().u8(0).counted_text(operator_name).view())
+  static_cast<void>(seen_now(asked));
+  return tlv_writer()
+      .bytes(0x10, packed().u8(0).counted_text(operator_name).view())
       .bytes(0x13, packed().text(operator_name).view());
-  return out;
 }
 
 reply get_plmn_name(const request& asked) {
-  const auto which = protocol::qmi::find_tlv(asked.tlvs, value_tlv);
-  if (!which) return error::missing_argument;
-  protocol::byte_reader in(*which);
-  const auto mcc = in.take<std::uint16_t>();
-  const auto mnc = in.take<std::uint16_t>();
-  if (!mnc) return error::malformed_message;
-  const radio_network& own = asked.state.radio.means.network;
-  if (*mcc != own.mcc || *mnc != own.mnc) return error::information_unavailable;
+  if (!names_own_network(asked, value_tlv)) return error::information_unavailable;
   reply out = error::none;
   packed names;
   names.u8(0).counted_text(operator_name);
@@ -294,56 +280,51 @@ reply get_plmn_name(const request& asked) {
 }
 
 reply get_cell_location(const request& asked) {
-  const auto seen = asked.state.seen_by(subscription);
-  if (!seen) return error::information_unavailable;
-  const lte_cell& lte = seen->lte;
-  const nr_cell& nr = seen->nr;
+  const radio_values seen = seen_now(asked);
+  const lte_cell& lte = seen.lte;
+  const nr_cell& nr = seen.nr;
   constexpr double tenth = 10;
-  const auto plmn = plmn_of(seen->network);
-  const bool is_idle = seen->rrc != lte_rrc_state::connected;
+  const auto plmn = plmn_of(seen.network);
+  const bool is_idle = seen.rrc != lte_rrc_state::connected;
   packed serving_cells;
   serving_cells.u8(is_idle ? 1 : 0).raw(plmn).u16(lte.tracking_area).u32(lte.cell_identity);
-  serving_cells.u16(static_cast<std::uint16_t>(std::min<std::uint32_t>(lte.dl_earfcn, 0xFFFF)));
-  serving_cells.u16(lte.pci).u8(5).u8(10).u8(8).u8(62).u8(1);
+  serving_cells.u16(narrow_channel(lte)).u16(lte.pci).u8(5).u8(10).u8(8).u8(62).u8(1);
   serving_cells.u16(lte.pci).s16(tenth * lte.rsrq).s16(tenth * lte.rsrp).s16(tenth * lte.rssi());
   serving_cells.s16(lte.rsrp + 125);
   packed nr_cell_info;
   nr_cell_info.raw(plmn).u8(0).u8(0).u8(1).u64(lte.cell_identity).u16(nr.pci);
   nr_cell_info.s16(tenth * nr.rsrq).s16(tenth * nr.rsrp).s16(tenth * nr.sinr);
-  reply out = error::none;
-  out.tlvs.bytes(0x13, serving_cells.view())
+  return tlv_writer()
+      .bytes(0x13, serving_cells.view())
       .integer(0x1E, std::uint32_t{1})
       .integer(0x2E, nr.arfcn)
       .bytes(0x2F, nr_cell_info.view());
-  return out;
 }
 
 reply get_transmission(const request& asked) {
-  std::uint8_t radio = 0;
-  if (const error wrong = take(asked, value_tlv, radio); wrong != error::none) return wrong;
-  const auto seen = asked.state.seen_by(subscription);
-  if (!seen) return error::information_unavailable;
+  const auto radio = take<std::uint8_t>(asked, value_tlv);
+  const radio_values seen = seen_now(asked);
   if (radio != radio_lte && radio != radio_nr) return error::invalid_argument;
   constexpr double tenth = 10;
   constexpr std::uint32_t no_phase = 0xFFFFFFFF;
   constexpr std::uint8_t chains[receive_antennas] = {0x10, 0x11, 0x15, 0x16};
   reply out = error::none;
   for (unsigned antenna = 0; antenna < receive_antennas; ++antenna) {
-    const lte_cell lte = at_antenna(seen->lte, antenna);
-    const nr_cell nr = at_antenna(seen->nr, antenna);
+    const lte_cell lte = at_antenna(seen.lte, antenna);
+    const nr_cell nr = at_antenna(seen.nr, antenna);
     const double power = radio == radio_lte ? lte.rssi() : rssi(nr);
     const double rsrp = radio == radio_lte ? lte.rsrp : nr.rsrp;
     packed chain;
     chain.u8(1).s32(tenth * power).s32(0).s32(0).s32(tenth * rsrp).u32(no_phase);
     out.tlvs.bytes(chains[antenna], chain.view());
   }
-  const bool is_sending = seen->rrc == lte_rrc_state::connected;
+  const bool is_sending = seen.rrc == lte_rrc_state::connected;
   out.tlvs.bytes(0x12, packed().u8(is_sending ? 1 : 0).s32(is_sending ? 120 : 0).view());
   return out;
 }
 
 reply get_network_time(const request& asked) {
-  if (!asked.state.seen_by(subscription)) return error::information_unavailable;
+  static_cast<void>(seen_now(asked));
   using namespace std::chrono;
   const auto now = floor<seconds>(system_clock::now());
   const sys_days day = floor<days>(now);
@@ -357,9 +338,7 @@ reply get_network_time(const request& asked) {
   value.u8(static_cast<std::uint8_t>(time.minutes().count()));
   value.u8(static_cast<std::uint8_t>(time.seconds().count()));
   value.u8(static_cast<std::uint8_t>(weekday(day).iso_encoding() - 1)).u8(0).u8(0).u8(radio_lte);
-  reply out = error::none;
-  out.tlvs.bytes(0x10, value.view());
-  return out;
+  return tlv_writer().bytes(0x10, value.view());
 }
 
 }  // namespace sim

@@ -34,8 +34,9 @@ class packed {
     return raw({reinterpret_cast<const std::uint8_t*>(value.data()), value.size()});
   }
   /// After their count.
+  template <std::unsigned_integral Count = std::uint8_t>
   packed& counted(protocol::byte_view value) {
-    return u8(static_cast<std::uint8_t>(value.size())).raw(value);
+    return add(static_cast<Count>(value.size())).raw(value);
   }
   packed& counted_text(std::string_view value) {
     return u8(static_cast<std::uint8_t>(value.size())).text(value);

@@ -1,17 +1,15 @@
 #include "simulator/services/sar.h"
 
-#include "simulator/modem/modem.h"
+#include "simulator/services/handlers.h"
 
 namespace sim {
 
 using protocol::qmi::error;
+using protocol::qmi::tlv_writer;
 
 reply set_rf_state(const request& asked) {
   constexpr std::uint8_t state_tlv = 0x01;
-  const auto value = protocol::qmi::find_tlv(asked.tlvs, state_tlv);
-  if (!value) return error::missing_argument;
-  if (value->size() != sizeof(std::uint32_t)) return error::malformed_message;
-  const auto state = protocol::load_le<std::uint32_t>(*value);
+  const auto state = take<std::uint32_t>(asked, state_tlv);
   if (state > setting_of::sar_state.most) return error::invalid_argument;
   asked.state.kept.set(setting_of::sar_state, state);
   asked.state.activity.count(event::rf_state_set);
@@ -21,9 +19,7 @@ reply set_rf_state(const request& asked) {
 reply get_rf_state(const request& asked) {
   constexpr std::uint8_t state_tlv = 0x10;
   const auto state = asked.state.kept.get(setting_of::sar_state);
-  reply out = error::none;
-  out.tlvs.integer(state_tlv, static_cast<std::uint32_t>(state));
-  return out;
+  return tlv_writer().integer(state_tlv, static_cast<std::uint32_t>(state));
 }
 
 }  // namespace sim

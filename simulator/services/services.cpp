@@ -7,6 +7,7 @@
 #include "simulator/services/sar.h"
 #include "simulator/services/statistics.h"
 #include "simulator/services/uim.h"
+#include "simulator/services/wda.h"
 #include "simulator/services/wds.h"
 
 namespace sim {
@@ -15,6 +16,7 @@ namespace {
 // The services that the tool does not know.
 constexpr std::uint32_t wds_service_id = 0x01;
 constexpr std::uint32_t dms_service_id = 0x02;
+constexpr std::uint32_t wda_service_id = 0x1A;
 
 // A service's port is its place in this table: new ones go to the end.
 const service_row services[] = {
@@ -26,6 +28,7 @@ const service_row services[] = {
     {"statistics", vendor_stats_service_id_v01, 1, no_result_tlv, statistics_messages},
     {"dms", dms_service_id, 1, no_result_tlv, dms_messages()},
     {"wds", wds_service_id, 1, no_result_tlv, wds_messages()},
+    {"wda", wda_service_id, 1, no_result_tlv, wda_messages()},
 };
 
 }  // namespace

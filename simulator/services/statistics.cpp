@@ -23,6 +23,7 @@ namespace {
 
 using protocol::append_le;
 using protocol::qmi::error;
+using protocol::qmi::tlv_writer;
 using bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint8_t version = 1;
@@ -197,9 +198,7 @@ reply get_statistics(const request& asked) {
     append_le(entries, static_cast<std::uint16_t>(record.size()));
     entries.insert(entries.end(), record.begin(), record.end());
   }
-  reply out = error::none;
-  out.tlvs.bytes(0x10, entries);
-  return out;
+  return tlv_writer().bytes(0x10, entries);
 }
 
 }  // namespace sim

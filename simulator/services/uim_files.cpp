@@ -1,5 +1,4 @@
 // UIM: the files of a card, and the PINs that guard them.
-#include <optional>
 #include <string>
 
 #include "simulator/modem/ber_tlv.h"
@@ -10,10 +9,9 @@
 namespace sim {
 namespace {
 
-using protocol::byte_reader;
 using protocol::byte_view;
 using protocol::qmi::error;
-using protocol::qmi::find_tlv;
+using protocol::qmi::tlv_writer;
 
 constexpr std::uint8_t session_tlv = 0x01;
 constexpr std::uint8_t subject_tlv = 0x02;  ///< a file, or a PIN and codes
@@ -30,12 +28,6 @@ std::vector<std::uint8_t> bytes_of(std::uint16_t status) {
   return {static_cast<std::uint8_t>(status >> 8), static_cast<std::uint8_t>(status)};
 }
 
-/// u8 count and as many bytes.
-std::optional<byte_view> take_counted(byte_reader& in) {
-  const auto count = in.take<std::uint8_t>();
-  return count ? in.take_bytes(*count) : std::nullopt;
-}
-
 /// The logical slot of each type of session that is with a card or with its USIM.
 struct session_row {
   std::uint8_t type;
@@ -43,82 +35,77 @@ struct session_row {
 };
 constexpr session_row sessions[] = {{0, 1}, {2, 2}, {4, 1}, {5, 2}, {6, 1}, {7, 2}, {8, 1}, {9, 2}};
 
-/// The card that a session is with; `slot` is the physical one.
-error find_card(const request& asked, unsigned& slot, card& found) {
-  const auto session = find_tlv(asked.tlvs, session_tlv);
-  if (!session) return error::missing_argument;
-  byte_reader in(*session);
-  const auto type = in.take<std::uint8_t>();
-  if (!type || !take_counted(in) || !in.empty()) return error::malformed_message;
-  const auto* const row = std::ranges::find(sessions, *type, &session_row::type);
-  if (row == std::end(sessions)) return error::invalid_argument;
-  slot = asked.state.uicc.physical_of(row->slot);
-  const error wrong = error_of(asked.state.uicc.look_logical(row->slot, found));
-  return wrong == error::none && !found.has_usim() ? error::no_sim : wrong;
-}
-
-/// A refusal that says in the card's words why.
-reply refused_by_card(error why, std::uint16_t status, std::uint8_t tlv = 0x10) {
-  reply out = why;
-  out.tlvs.bytes(tlv, bytes_of(status));
-  return out;
-}
-
-struct found_file {
-  card_file file;
-  std::optional<reply> refusal;
+struct card_in_use {
+  unsigned slot = 0;  ///< the physical one
+  card found;
 };
 
-found_file find_file(const request& asked, bool is_read) {
-  unsigned slot = 0;
-  card on;
-  if (const error wrong = find_card(asked, slot, on); wrong != error::none) return {{}, wrong};
-  const auto name = find_tlv(asked.tlvs, subject_tlv);
-  if (!name) return {{}, error::missing_argument};
-  byte_reader in(*name);
-  const auto id = in.take<std::uint16_t>();
-  const auto steps = id ? take_counted(in) : std::nullopt;
-  if (!steps || steps->size() % 2 != 0 || !in.empty()) return {{}, error::malformed_message};
-  std::vector<std::uint16_t> path;
-  for (std::size_t i = 0; i < steps->size(); i += 2) {
-    path.push_back(protocol::load_le<std::uint16_t>(steps->subspan(i)));
-  }
-  auto file = usim::find(path, *id, on.iccid);
-  if (!file) return {{}, refused_by_card(error::sim_file_not_found, sw_not_found)};
-  if (is_read && file->needs_pin && !asked.state.usim.is_unlocked(slot)) {
-    return {{}, refused_by_card(error::authentication_failed, sw_not_allowed)};
-  }
-  return {*std::move(file), std::nullopt};
+/// The card that the session of a request is with.
+card_in_use find_card(const request& asked) {
+  fields in(asked, session_tlv);
+  const auto type = in.next<std::uint8_t>();
+  static_cast<void>(in.counted());  // the application's AID
+  in.end();
+  const auto* const row = std::ranges::find(sessions, type, &session_row::type);
+  if (row == std::end(sessions)) refuse(error::invalid_argument);
+  card_in_use on{asked.state.uicc.physical_of(row->slot), {}};
+  const error wrong = error_of(asked.state.uicc.look_logical(row->slot, on.found));
+  if (wrong != error::none) refuse(wrong);
+  if (!on.found.has_usim()) refuse(error::no_sim);
+  return on;
 }
 
-/// TLV 0x03: where to begin and how much, 0 for all.
-error take_range(const request& asked, std::uint16_t& first, std::uint16_t& count) {
-  const auto value = find_tlv(asked.tlvs, 0x03);
-  if (!value) return error::missing_argument;
-  byte_reader in(*value);
-  const auto begins = in.take<std::uint16_t>();
-  const auto length = in.take<std::uint16_t>();
-  if (!length || !in.empty()) return error::malformed_message;
-  first = *begins;
-  count = *length;
-  return error::none;
+/// Says why in the card's words too.
+[[noreturn]] void refuse_as_card(error why, std::uint16_t status) {
+  reply out = why;
+  out.tlvs.bytes(0x10, bytes_of(status));
+  throw refused{std::move(out)};
+}
+
+card_file find_file(const request& asked, bool is_read) {
+  const card_in_use on = find_card(asked);
+  fields in(asked, subject_tlv);
+  const auto id = in.next<std::uint16_t>();
+  const byte_view steps = in.counted();
+  in.end();
+  if (steps.size() % 2 != 0) refuse(error::malformed_message);
+  std::vector<std::uint16_t> path;
+  for (std::size_t i = 0; i < steps.size(); i += 2) {
+    path.push_back(protocol::load_le<std::uint16_t>(steps.subspan(i)));
+  }
+  auto file = usim::find(path, id, on.found.iccid);
+  if (!file) refuse_as_card(error::sim_file_not_found, sw_not_found);
+  if (is_read && file->needs_pin && !asked.state.usim.is_unlocked(on.slot)) {
+    refuse_as_card(error::authentication_failed, sw_not_allowed);
+  }
+  return *std::move(file);
+}
+
+/// Where to begin and how much, 0 for all.
+struct range {
+  std::uint16_t first;
+  std::uint16_t count;
+};
+
+range take_range(const request& asked) {
+  fields in(asked, 0x03);
+  const auto first = in.next<std::uint16_t>();
+  const auto count = in.next<std::uint16_t>();
+  in.end();
+  return {first, count};
 }
 
 void write_data(byte_view data, protocol::qmi::tlv_writer& out) {
-  out.bytes(0x10, bytes_of(sw_done))
-      .bytes(0x11, packed().u16(static_cast<std::uint16_t>(data.size())).raw(data).view());
+  out.bytes(0x10, bytes_of(sw_done)).bytes(0x11, packed().counted<std::uint16_t>(data).view());
 }
 
 }  // namespace
 
 reply read_card_file(const request& asked) {
-  const found_file found = find_file(asked, true);
-  if (found.refusal) return *found.refusal;
-  std::uint16_t offset = 0;
-  std::uint16_t length = 0;
-  if (const error wrong = take_range(asked, offset, length); wrong != error::none) return wrong;
-  if (found.file.type != file_type::transparent) return error::invalid_argument;
-  const byte_view data(found.file.records.front());
+  const card_file file = find_file(asked, true);
+  const auto [offset, length] = take_range(asked);
+  if (file.type != file_type::transparent) return error::invalid_argument;
+  const byte_view data(file.records.front());
   if (offset > data.size() || length > data.size() - offset) return error::invalid_argument;
   reply out = error::none;
   write_data(data.subspan(offset, length == 0 ? data.size() - offset : length), out.tlvs);
@@ -126,16 +113,13 @@ reply read_card_file(const request& asked) {
 }
 
 reply read_card_record(const request& asked) {
-  const found_file found = find_file(asked, true);
-  if (found.refusal) return *found.refusal;
-  std::uint16_t number = 0;
-  std::uint16_t length = 0;
-  if (const error wrong = take_range(asked, number, length); wrong != error::none) return wrong;
-  if (found.file.type != file_type::linear_fixed) return error::invalid_argument;
-  if (number < 1 || number > found.file.records.size()) {
-    return refused_by_card(error::invalid_argument, sw_no_record);
+  const card_file file = find_file(asked, true);
+  const auto [number, length] = take_range(asked);
+  if (file.type != file_type::linear_fixed) return error::invalid_argument;
+  if (number < 1 || number > file.records.size()) {
+    refuse_as_card(error::invalid_argument, sw_no_record);
   }
-  const byte_view data(found.file.records[number - 1U]);
+  const byte_view data(file.records[number - 1U]);
   if (length > data.size()) return error::invalid_argument;
   reply out = error::none;
   write_data(length == 0 ? data : data.first(length), out.tlvs);
@@ -164,9 +148,7 @@ reply get_card_file_attributes(const request& asked) {
   constexpr std::uint8_t always = 0;
   constexpr std::uint8_t never = 1;
   constexpr std::uint8_t single_key = 4;
-  const found_file found = find_file(asked, false);
-  if (found.refusal) return *found.refusal;
-  const card_file& file = found.file;
+  const card_file file = find_file(asked, false);
   const auto record = static_cast<std::uint16_t>(file.records.front().size());
   const bool has_records = file.type == file_type::linear_fixed;
   packed value;
@@ -176,10 +158,8 @@ reply get_card_file_attributes(const request& asked) {
   value.u8(file.needs_pin ? single_key : always).u16(file.needs_pin ? 1 : 0);  // to read: PIN 1
   for (int action = 0; action < 4; ++action) value.u8(never).u16(0);
   const auto description = description_of(file);
-  value.u16(static_cast<std::uint16_t>(description.size())).raw(description);
-  reply out = error::none;
-  out.tlvs.bytes(0x10, bytes_of(sw_done)).bytes(0x11, value.view());
-  return out;
+  value.counted<std::uint16_t>(description);
+  return tlv_writer().bytes(0x10, bytes_of(sw_done)).bytes(0x11, value.view());
 }
 
 namespace {
@@ -197,23 +177,17 @@ struct pin_request {
   std::string_view second;
 };
 
-error take_pin_request(const request& asked, bool has_switch, unsigned codes, pin_request& got) {
-  card on;
-  if (const error wrong = find_card(asked, got.slot, on); wrong != error::none) return wrong;
-  const auto value = find_tlv(asked.tlvs, subject_tlv);
-  if (!value) return error::missing_argument;
-  byte_reader in(*value);
-  const auto pin = in.take<std::uint8_t>();
-  const auto is_on = has_switch ? in.take<std::uint8_t>() : std::optional<std::uint8_t>(0);
-  const auto first = take_counted(in);
-  const auto second = codes == 2 ? take_counted(in) : std::optional<byte_view>(byte_view());
-  if (!pin || !is_on || !first || !second || !in.empty()) return error::malformed_message;
-  if (*pin < 1 || *pin > usim::pins) return error::invalid_argument;
-  got.pin = *pin;
-  got.on = *is_on;
-  got.first = text_of(*first);
-  got.second = text_of(*second);
-  return error::none;
+pin_request take_pin_request(const request& asked, bool has_switch, unsigned codes) {
+  pin_request got;
+  got.slot = find_card(asked).slot;
+  fields in(asked, subject_tlv);
+  got.pin = in.next<std::uint8_t>();
+  if (has_switch) got.on = in.next<std::uint8_t>();
+  got.first = text_of(in.counted());
+  if (codes == 2) got.second = text_of(in.counted());
+  in.end();
+  if (got.pin < 1 || got.pin > usim::pins) refuse(error::invalid_argument);
+  return got;
 }
 
 struct pin_result_row {
@@ -247,9 +221,7 @@ pin_result set_protection(usim& card, const pin_request& got) {
 
 template <pin_result (*act)(usim& card, const pin_request& got), bool has_switch, unsigned codes>
 reply answer_pin(const request& asked) {
-  pin_request got;
-  const error wrong = take_pin_request(asked, has_switch, codes, got);
-  if (wrong != error::none) return wrong;
+  const pin_request got = take_pin_request(asked, has_switch, codes);
   usim& on = asked.state.usim;
   const pin_result result = act(on, got);
   const auto left = on.status(got.slot, got.pin);
@@ -268,13 +240,10 @@ reply answer_pin(const request& asked) {
 reply register_card_events(const request& asked) {
   constexpr std::uint32_t card_status = 1U << 0;
   constexpr std::uint32_t slot_status = 1U << 4;
-  std::uint32_t mask = 0;
-  if (const error wrong = take(asked, 0x01, mask); wrong != error::none) return wrong;
+  const auto mask = take<std::uint32_t>(asked, 0x01);
   asked.state.watchers.set(asked.from, watched::card_status, (mask & card_status) != 0);
   asked.state.watchers.set(asked.from, watched::slot_status, (mask & slot_status) != 0);
-  reply out = error::none;
-  out.tlvs.integer(0x10, mask & (card_status | slot_status));
-  return out;
+  return tlv_writer().integer(0x10, mask & (card_status | slot_status));
 }
 
 namespace {

@@ -65,17 +65,14 @@ reply start_call(const request& asked) {
 }
 
 reply stop_call(const request& asked) {
-  std::uint32_t which = 0;
-  if (const error wrong = take(asked, value_tlv, which); wrong != error::none) return wrong;
+  const auto which = take<std::uint32_t>(asked, value_tlv);
   if (which != any_call && which != own_call) return error::invalid_handle;
   if (asked.state.data.calls.erase(asked.from) == 0) return error::no_effect;
   return indicated(asked, false, error::none);
 }
 
 reply get_packet_status(const request& asked) {
-  reply out = error::none;
-  out.tlvs.integer(value_tlv, static_cast<std::uint8_t>(has_call(asked) ? 2 : 1));
-  return out;
+  return tlv_writer().integer(value_tlv, static_cast<std::uint8_t>(has_call(asked) ? 2 : 1));
 }
 
 void rates(modem& /*state*/, tlv_writer& out) {
@@ -87,8 +84,7 @@ void rates(modem& /*state*/, tlv_writer& out) {
 /// No packets are carried, so all counters are 0; the mask chooses among the first ten TLVs.
 reply get_statistics(const request& asked) {
   constexpr std::uint8_t counters[] = {0x10, 0x11, 0x12, 0x13, 0x14, 0x15, 0x19, 0x1A, 0x1D, 0x1E};
-  std::uint32_t mask = 0;
-  if (const error wrong = take(asked, value_tlv, mask); wrong != error::none) return wrong;
+  const auto mask = take<std::uint32_t>(asked, value_tlv);
   const bool is_connected = has_call(asked);
   reply out = is_connected ? error::none : error::out_of_call;
   for (std::size_t i = 0; is_connected && i < std::size(counters); ++i) {
@@ -126,20 +122,20 @@ reply get_call_settings(const request& asked) {
 
 // Profiles.
 
-error find_profile(const request& asked, std::uint8_t& number) {
-  const auto value = find_tlv(asked.tlvs, value_tlv);
-  if (!value) return error::missing_argument;
-  if (value->size() != 2) return error::malformed_message;
-  number = (*value)[1];
-  const bool is_there = (*value)[0] == 0 && profiles_of(asked.state).contains(number);
-  return is_there ? error::none : error::extended_internal;
+[[noreturn]] void refuse_profile(std::uint16_t why) {
+  reply out = error::extended_internal;
+  out.tlvs.integer(0xE0, why);
+  throw refused{std::move(out)};
 }
 
-reply refused_profile(error why) {
+std::uint8_t profile_in(const request& asked) {
   constexpr std::uint16_t invalid_number = 5;
-  reply out = why;
-  if (why == error::extended_internal) out.tlvs.integer(0xE0, invalid_number);
-  return out;
+  fields in(asked, value_tlv);
+  const auto type = in.next<std::uint8_t>();
+  const auto number = in.next<std::uint8_t>();
+  in.end();
+  if (type != 0 || !profiles_of(asked.state).contains(number)) refuse_profile(invalid_number);
+  return number;
 }
 
 void take_settings(const request& asked, data_profile& to) {
@@ -150,37 +146,22 @@ void take_settings(const request& asked, data_profile& to) {
 
 reply create_profile(const request& asked) {
   constexpr std::uint16_t out_of_profiles = 1006;
-  const auto type = find_tlv(asked.tlvs, value_tlv);
-  if (!type || type->empty()) return error::missing_argument;
+  static_cast<void>(fields(asked, value_tlv).next<std::uint8_t>());  // there is one type
   auto& profiles = profiles_of(asked.state);
   std::uint8_t number = 1;
   while (profiles.contains(number)) ++number;
-  if (number > last_data_profile) {
-    reply out = error::extended_internal;
-    out.tlvs.integer(0xE0, out_of_profiles);
-    return out;
-  }
+  if (number > last_data_profile) refuse_profile(out_of_profiles);
   take_settings(asked, profiles[number]);
-  reply out = error::none;
-  out.tlvs.bytes(value_tlv, packed().u8(0).u8(number).view());
-  return out;
+  return tlv_writer().bytes(value_tlv, packed().u8(0).u8(number).view());
 }
 
 reply modify_profile(const request& asked) {
-  std::uint8_t number = 0;
-  if (const error wrong = find_profile(asked, number); wrong != error::none) {
-    return refused_profile(wrong);
-  }
-  take_settings(asked, profiles_of(asked.state)[number]);
+  take_settings(asked, profiles_of(asked.state)[profile_in(asked)]);
   return error::none;
 }
 
 reply delete_profile(const request& asked) {
-  std::uint8_t number = 0;
-  if (const error wrong = find_profile(asked, number); wrong != error::none) {
-    return refused_profile(wrong);
-  }
-  profiles_of(asked.state).erase(number);
+  profiles_of(asked.state).erase(profile_in(asked));
   return error::none;
 }
 
@@ -195,18 +176,18 @@ void list_profiles(modem& state, tlv_writer& out) {
   out.bytes(value_tlv, list.view());
 }
 
+void write_settings(const data_profile& settings, tlv_writer& out) {
+  for (const auto& [tlv, value] : settings) out.bytes(tlv, value);
+}
+
 reply get_profile(const request& asked) {
-  std::uint8_t number = 0;
-  if (const error wrong = find_profile(asked, number); wrong != error::none) {
-    return refused_profile(wrong);
-  }
   reply out = error::none;
-  for (const auto& [tlv, value] : profiles_of(asked.state)[number]) out.tlvs.bytes(tlv, value);
+  write_settings(profiles_of(asked.state)[profile_in(asked)], out.tlvs);
   return out;
 }
 
 void default_settings(modem& /*state*/, tlv_writer& out) {
-  for (const auto& [tlv, value] : first_profile()) out.bytes(tlv, value);
+  write_settings(first_profile(), out);
 }
 
 // The bearer.
@@ -222,9 +203,7 @@ reply get_dormancy(const request& asked) {
   constexpr std::uint8_t active = 2;
   const auto seen = asked.state.seen_by(0);
   const bool is_active = seen && seen->rrc == lte_rrc_state::connected;
-  reply out = error::none;
-  out.tlvs.integer(value_tlv, is_active ? active : dormant);
-  return out;
+  return tlv_writer().integer(value_tlv, is_active ? active : dormant);
 }
 
 void autoconnect(modem& state, tlv_writer& out) {
@@ -232,8 +211,7 @@ void autoconnect(modem& state, tlv_writer& out) {
 }
 
 reply set_autoconnect(const request& asked) {
-  std::uint8_t on = 0;
-  if (const error wrong = take(asked, value_tlv, on); wrong != error::none) return wrong;
+  const auto on = take<std::uint8_t>(asked, value_tlv);
   if (on > 2) return error::invalid_argument;
   asked.state.data.autoconnect = on;
   return error::none;
@@ -242,11 +220,10 @@ reply set_autoconnect(const request& asked) {
 reply get_attach_parameters(const request& asked) {
   constexpr std::uint8_t both_families = 2;
   if (!asked.state.seen_by(0) || !asked.state.is_attached) return error::information_unavailable;
-  reply out = error::none;
-  out.tlvs.bytes(0x10, packed().text("internet").view())
+  return tlv_writer()
+      .bytes(0x10, packed().text("internet").view())
       .integer(0x11, both_families)
       .integer(0x12, std::uint8_t{1});
-  return out;
 }
 
 void attach_list(modem& /*state*/, tlv_writer& out) {

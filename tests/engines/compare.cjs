@@ -6,7 +6,7 @@ const {DuckDBInstance} = require('@duckdb/node-api');
 const lines = fs.readFileSync('records.jsonl', 'utf8').trim().split('\n').map((l) => JSON.parse(l));
 const summary = JSON.parse(fs.readFileSync('summary.json', 'utf8'));
 const schemas = JSON.parse(fs.readFileSync('schema.json', 'utf8')).oneOf;
-const manual = fs.readFileSync(process.argv[2], 'utf8');
+const [manual, fleet] = process.argv.slice(2).map((page) => fs.readFileSync(page, 'utf8'));
 
 let failures = 0;
 const expect = (what, got, wanted) => {
@@ -16,9 +16,9 @@ const expect = (what, got, wanted) => {
 };
 const rounded = (value) => Number(value).toFixed(4);
 
-/// The statements that the manual shows for an engine.
-const shown = (engine) =>
-  [...manual.matchAll(new RegExp('```' + engine + '\n([^`]*)```', 'g'))].map((m) => m[1]);
+/// The statements that a page shows for an engine.
+const shown = (engine, page = manual) =>
+  [...page.matchAll(new RegExp('```' + engine + '\n([^`]*)```', 'g'))].map((m) => m[1]);
 
 /// Each fact is a question in SQL, made by `ask`, and the answer that the lines give.
 function facts(ask) {
@@ -131,6 +131,13 @@ async function duckdb() {
   const [{differing}] = await rows(`SELECT count(*) AS differing FROM (
     (FROM lte_tx_power EXCEPT ALL FROM loaded) UNION ALL (FROM loaded EXCEPT ALL FROM lte_tx_power))`);
   expect('DuckDB: rows that differ between CSV and JSON', differing, 0);
+  const days = fs.readdirSync('out/tables/record=lte_srv_meas_pcc');
+  const [levels, load] = shown('duckdb', fleet);
+  expect('DuckDB: files of a year', JSON.stringify(await rows('EXPLAIN ' + levels)).match(/Scanning Files: [0-9/]*/),
+    `Scanning Files: ${days.filter((day) => day.startsWith('day=2016')).length}/${days.length}`);
+  await db.run(`DELETE FROM lte_srv_meas_pcc; ${load}`);
+  const of_year = lines.filter(({name, time}) => name === 'lte_srv_meas_pcc' && time.startsWith('2016'));
+  expect('DuckDB: rows of a year', (await rows('FROM lte_srv_meas_pcc')).length, of_year.length);
 }
 
 async function postgresql() {

@@ -19,6 +19,7 @@
 #include <nlohmann/json.hpp>
 
 #include "decode/input/packed_source.h"
+#include "decode/output/table_folder.h"
 #include "decode/summary/report.h"
 #include "support/decode_in_memory.h"
 
@@ -40,7 +41,7 @@ std::string csv_tables(std::span<const std::uint8_t> capture, unsigned threads) 
     if (::mkdtemp(name.data()) == nullptr) __builtin_trap();
     return name;
   }();
-  const auto store = decode::csv_store(folder, true, false, {});
+  const auto store = decode::table_store(decode::csv_rows, true, {folder, "", false}, {});
   static_cast<void>(support::decode_to(*store, capture, threads));
   std::set<std::filesystem::path> tables;
   for (const auto& table : std::filesystem::directory_iterator(folder)) tables.insert(table);

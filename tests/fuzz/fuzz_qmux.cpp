@@ -1,6 +1,5 @@
 // A QMUX modem that sends anything: the client's link must take it, in whatever pieces, and end
 // when the modem does.
-#include <fcntl.h>
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -14,6 +13,7 @@
 #include <memory>
 #include <span>
 
+#include "host/uninterrupted.h"
 #include "platform/linux/qmi/qmux_link.h"
 #include "protocol/modem_socket.h"
 
@@ -23,11 +23,11 @@ void require(bool holds) {
   if (!holds) std::abort();
 }
 
-void write_all(int to, std::span<const std::uint8_t> bytes) {
-  while (!bytes.empty()) {
-    const ssize_t put = ::send(to, bytes.data(), bytes.size(), MSG_NOSIGNAL);
-    if (put <= 0) return;  // the link has given up on what came before
-    bytes = bytes.subspan(static_cast<std::size_t>(put));
+/// Until the link has given up on what came before: it then reads no more.
+void write_all(int to, std::span<const std::uint8_t> bytes, qmi::qmux_link& link) {
+  while (!bytes.empty() && !link.is_gone()) {
+    const ssize_t put = ::send(to, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (put > 0) bytes = bytes.subspan(static_cast<std::size_t>(put));
   }
 }
 
@@ -39,7 +39,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   setenv("TVK_MODEM", "qmux:fuzzed", 1);
   std::array<int, 2> ends{};
   require(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0, ends.data()) == 0);
-  require(::fcntl(ends[1], F_SETFL, 0) == 0);
   const auto link =
       qmi::qmux_link::start(host::file_descriptor(ends[0]), (data[0] & 1) != 0 ? "/dev/x" : "");
   require(link != nullptr);
@@ -56,7 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::span<const std::uint8_t> rest(data + 1, size - 1);
   const std::size_t piece = data[0] < 2 ? size : data[0];
   for (; !rest.empty(); rest = rest.subspan(std::min(piece, rest.size()))) {
-    write_all(ends[1], rest.first(std::min(piece, rest.size())));
+    write_all(ends[1], rest.first(std::min(piece, rest.size())), *link);
   }
   ::shutdown(ends[1], SHUT_WR);
   std::array<std::uint8_t, 256> buffer{};
@@ -65,7 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (got.result == qmi::io_result::gone) break;
     if (got.result == qmi::io_result::done) continue;
     pollfd wait{event.get(), POLLIN, 0};
-    require(::poll(&wait, 1, 5000) == 1);
+    require(host::uninterrupted([&] { return ::poll(&wait, 1, 5000); }) == 1);
   }
   link->close(port);
   ::close(ends[1]);

@@ -1,7 +1,4 @@
 // `tvk 5 0` against a DIAG port written byte by byte.
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <deque>
@@ -174,26 +171,14 @@ TEST(diag_command, answer_of_this_many_bytes) {
 
 /// The router's way: an abstract name with zeros to its end, and packets without framing.
 TEST(diag_command, packets_pass_as_they_are_through_a_packet_socket) {
-  const std::string name = "tvk-test-" + std::to_string(::getpid());
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  name.copy(&address.sun_path[1], name.size());
-  const int router = ::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
-  ASSERT_EQ(::bind(router, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-  ASSERT_EQ(::listen(router, 1), 0);
-  background_process console(TVK_PROGRAM,
-                             {"5", "0", callback_mode, "0", "60000", "0x4b", "0x0b", "0", "0"},
-                             {{"TVK_DIAG", "unix-packet:@" + name}});
-  const int client = ::accept(router, nullptr, nullptr);
-  bytes request(100);
-  request.resize(static_cast<std::size_t>(::recv(client, request.data(), request.size(), 0)));
-  EXPECT_EQ(request, hex("4B0B0000"));
-  EXPECT_EQ(::send(client, answer.data(), answer.size(), MSG_NOSIGNAL), 7);
-  const auto got = console.wait();
-  EXPECT_PRED2(contains, got.output, "rsp data: 0x4B 0x0B 0x00 0x00 0x7E 0x7D 0x01");
-  EXPECT_EQ(got.errors, "");
-  ::close(client);
-  ::close(router);
+  for (const auto kind : {hand_diag::kind::packet_path, hand_diag::kind::packet_name}) {
+    hand_diag port(kind);
+    port.on_request([&](const bytes&) { port.write(diag_frame(answer)); });
+    const auto got = run_diag(port.endpoint(), callback_mode, "60000");
+    EXPECT_EQ(port.requests(), std::vector<bytes>{hex("4B0B0000")});
+    EXPECT_PRED2(contains, got.output, "rsp data: 0x4B 0x0B 0x00 0x00 0x7E 0x7D 0x01");
+    EXPECT_EQ(got.errors, "");
+  }
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
-// tvk-decode at a live port: what it asks for and gives back, what it saves, and datagrams.
+// tvk-decode at a live port: what it asks for and gives back, what it saves, datagrams and the
+// live page.
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <signal.h>
@@ -9,6 +10,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <functional>
+#include <list>
 
 #include "support/decode_run.h"
 #include "support/eventually.h"
@@ -24,8 +26,8 @@ using namespace support;
 /// are on already. It keeps its masks when its client goes, as a phone does.
 class live_port {
  public:
-  live_port() {
-    port_.on_request([this](const bytes& request) { answer(request); });
+  explicit live_port(hand_diag::kind kind = hand_diag::kind::unix_socket) : port_(kind) {
+    port_.on_request([this](const bytes& request) { port_.write(diag_frame(answer_to(request))); });
   }
 
   std::vector<std::string> arguments(std::vector<std::string> more) const {
@@ -69,11 +71,6 @@ class live_port {
     const auto which = slice(request, 8, 12);
     if (request[4] == 4) return done + which + hex("00100000") + logs(which);
     return done + slice(request, 8);
-  }
-
-  void answer(const bytes& request) {
-    const bytes wire = diag_frame(answer_to(request));
-    port_.write(wire);
   }
 
   hand_diag port_;
@@ -121,6 +118,17 @@ TEST_F(tvk_decode_live, asks_saves_comes_back_and_takes_its_requests_back) {
   const std::string in_saved(capture.begin(), capture.end());
   EXPECT_PRED2(contains, saved, in_saved);
   EXPECT_EQ(decode({"-f", "jsonl", file("s.qmdl")}).output, capture_lines + voice_line());
+}
+
+TEST_F(tvk_decode_live, packets_of_a_router_have_no_framing) {
+  live_port router(hand_diag::kind::packet_name);
+  background_process live(TVK_DECODE_PROGRAM, router.arguments({"-o", file("lines")}));
+  ASSERT_TRUE(router.wait_for(reports_on, 1));
+  router.port().write(capture);
+  EXPECT_TRUE(eventually([&] { return records_in(read_file(file("lines"))) == capture_lines; }));
+  live.send_signal(SIGINT);
+  EXPECT_EQ(live.wait().exit_status, 0);
+  EXPECT_EQ(router.beginning_with(reports_off).size(), 1U);
 }
 
 /// A named pipe of one page and its reader, who need not read.
@@ -262,7 +270,7 @@ TEST_F(tvk_decode_live, signalling_is_asked_for_and_sent_as_datagrams) {
   ASSERT_EQ(getsockname(wireshark, reinterpret_cast<sockaddr*>(&address), &size), 0);
 
   live_port modem;
-  support::background_process live(
+  background_process live(
       TVK_DECODE_PROGRAM,
       {"--live", modem.port().endpoint(), "-f", "none", "--code", "0xB0C0,0xB821", "--gsmtap",
        "127.0.0.1:" + std::to_string(ntohs(address.sin_port))});
@@ -296,6 +304,71 @@ TEST_F(tvk_decode_live, records_come_from_a_simulated_modem_as_from_its_file) {
   EXPECT_EQ(live.wait().exit_status, 0);
   EXPECT_TRUE(records_in(read_file(file("lines"))) == expected);
   EXPECT_TRUE(decode({"-f", "jsonl", file("s.qmdl")}).output == expected);
+}
+
+/// The header of the answer to a request with this header.
+std::string answer(const std::string& header, const std::string& url) {
+  return run("curl", {"-s", "-D", "-", "-o", "/dev/null", "-H", header, url}).output;
+}
+
+class browser : public background_process {
+ public:
+  explicit browser(const std::string& url) : background_process("curl", {"-sN", url + "events"}) {}
+  bool gets(const std::string& text) { return wait_for_output_text(text); }
+};
+
+/// Of a thousand bytes.
+bytes sip_message(const std::string& end) {
+  return diag_frame(
+      hex("1000 0404 0404 6E15 BE0C0B9E34DDD400 01010000 E803 E803 02000000 FF000000") +
+      bytes(999 - end.size(), 'x') + ascii(end) + bytes{0});
+}
+
+TEST_F(tvk_decode_live, page_follows_the_port_for_several_browsers_whether_they_read_or_not) {
+  EXPECT_EQ(decode({"--page", file("none")}).exit_status, 2);
+  live_port modem;
+  background_process live(TVK_DECODE_PROGRAM,
+                          modem.arguments({"--page", "127.0.0.1:0", "-o", file("lines")}));
+  ASSERT_TRUE(live.wait_for_error_text("/\n"));
+  auto url = live.errors_so_far();
+  url = url.substr(url.find("http://127.0.0.1:"), url.size() - 1 - url.find("http"));
+
+  EXPECT_TRUE(answer("Host: rebound.example", url).starts_with("HTTP/1.1 403 "));
+  EXPECT_EQ(run("curl", {"-s", "-w", "%{http_code}", "-d", "text", url}).output, "405");
+  EXPECT_PRED2(contains, answer("Accept: */*", url),
+               "; connect-src 'self'; frame-ancestors 'none'\r\n");
+
+  std::list<browser> all;
+  EXPECT_TRUE(all.emplace_back(url).gets("event: whole\ndata: {"));
+  modem.port().write(diag_frame(cell_info));
+  EXPECT_TRUE(all.front().gets(R"("pci":289)"));
+  EXPECT_TRUE(all.emplace_back(url).gets(R"("pci":289)"));
+  auto next_cell = cell_info;
+  next_cell[17] = 0x22;
+  modem.port().write(diag_frame(next_cell));
+  for (auto& one : all) EXPECT_TRUE(one.gets(R"(149772,"radio":1,"from":0,"to":1,)"));
+  modem.port().close_connection();
+  EXPECT_TRUE(all.front().gets(R"("port_is_open":true,"port_losses":1)"));
+
+  while (all.size() < 16) EXPECT_TRUE(all.emplace_back(url).gets("event: whole"));
+  EXPECT_TRUE(answer("Accept: */*", url + "events").starts_with("HTTP/1.1 503 "));
+  while (all.size() > 2) all.pop_back();
+  EXPECT_TRUE(eventually([&] { return browser(url).gets("event: whole"); }));
+
+  // What it has to take is more than the system holds for it. Decoding goes on while it is there.
+  browser slow(url);
+  EXPECT_TRUE(slow.gets("event: whole"));
+  slow.send_signal(SIGSTOP);
+  for (const char* const last : {"half", "last"}) {
+    for (int i = 0; i < 500; ++i) modem.port().write(sip_message(""));
+    modem.port().write(sip_message(last));
+    for (auto& one : all) EXPECT_TRUE(one.gets(last));
+  }
+  slow.send_signal(SIGCONT);
+  EXPECT_TRUE(slow.gets("last"));
+  live.send_signal(SIGINT);
+  EXPECT_EQ(live.wait().exit_status, 0);
+  EXPECT_TRUE(all.front().gets("event: end\n"));
 }
 
 }  // namespace

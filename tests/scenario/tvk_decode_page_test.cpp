@@ -1,39 +1,30 @@
 // The page of charts: its data as the page's script reads them, and that nothing in a capture
 // becomes part of the page itself.
-#include <gtest/gtest.h>
-
-#include <fstream>
-#include <string>
-
 #include <nlohmann/json.hpp>
 
 #include "decode/page/cells.h"
+#include "decode/page/live/live_data.h"
+#include "decode/page/live/record_clock.h"
 #include "decode/page/series.h"
-#include "support/bytes.h"
-#include "support/hand_diag.h"
-#include "support/process.h"
-#include "support/temp_dir.h"
+#include "support/decode_run.h"
+#include "support/test.h"
 
 namespace {
 
+using namespace support;
 using decode::page::series;
-using support::bytes;
-using support::diag_frame;
-using support::hex;
-using support::operator+;
 
 constexpr std::int64_t second = 1458770149;  // 2016-03-23T21:55:49Z
 
 /// A log packet at this many ticks of 1.25 ms after 21:55:49.7725.
 bytes log(const std::string& ticks_and_code, const bytes& payload) {
-  const auto size = static_cast<std::uint8_t>(payload.size() + 12);
-  return hex("1000") + bytes{size, 0, size, 0} + hex(ticks_and_code) + payload;
+  const bytes size = u16(payload.size() + 12);
+  return hex("1000") + size + size + hex(ticks_and_code) + payload;
 }
 
 bytes sip(const std::string& text) {
-  const auto size = static_cast<std::uint8_t>(text.size() + 1);
-  return hex("01 01 00 00") + bytes{size, 0, size, 0} + hex("0200 0000 FF000000") +
-         bytes(text.begin(), text.end()) + bytes{0};
+  const bytes size = u16(text.size() + 1);
+  return hex("01 01 00 00") + size + size + hex("0200 0000 FF000000") + ascii(text) + bytes{0};
 }
 
 nlohmann::json data_of(const std::string& page) {
@@ -42,27 +33,25 @@ nlohmann::json data_of(const std::string& page) {
   return nlohmann::json::parse(page.substr(from, page.find("</script>", from) - from));
 }
 
-TEST(tvk_decode_page, shows_what_the_records_say_and_nothing_as_markup) {
-  const support::temp_dir dir;
-  const auto path = dir.file("<img src=x>.qmdl");
+using tvk_decode_page = with_captures;
+
+TEST_F(tvk_decode_page, shows_what_the_records_say_and_nothing_as_markup) {
   const bytes serving_cell = hex("032101D0030000204A000019190C506300FBA402000000360103040101");
   // The RRC state is camped, then connected.
-  const bytes capture =
+  const auto path = made(
+      "<img src=x>.qmdl",
       diag_frame(log("C2B0 BE0C0A9E34DDD400", serving_cell)) +
-      diag_frame(hex("60 0B00  4626 BE0C0A9E34DDD400 02")) +
-      diag_frame(hex("60 0B00  4626 BE0C0B9E34DDD400 04")) +
-      diag_frame(log("6E15 BE0C0B9E34DDD400",
-                     sip("INVITE sip:a SIP/2.0\r\nFrom: </script><script>x\r\n\r\nbody"))) +
-      diag_frame(log("C2B0 0000000000000000", serving_cell));  // before the modem had the time
-  std::ofstream(path).write(reinterpret_cast<const char*>(capture.data()),
-                            static_cast<std::streamsize>(capture.size()));
-  const auto got = support::run(TVK_DECODE_PROGRAM, {"-f", "html", path});
+          diag_frame(hex("60 0B00  4626 BE0C0A9E34DDD400 02")) +
+          diag_frame(hex("60 0B00  4626 BE0C0B9E34DDD400 04")) +
+          diag_frame(log("6E15 BE0C0B9E34DDD400",
+                         sip("INVITE sip:a SIP/2.0\r\nFrom: </script><script>x\r\n\r\nbody"))) +
+          // Before the modem had the time.
+          diag_frame(log("C2B0 0000000000000000", serving_cell)));
+  const auto got = run(TVK_DECODE_PROGRAM, {"-f", "html", path});
   ASSERT_EQ(got.exit_status, 0) << got.errors;
-  EXPECT_EQ(got.output.find("<img"), std::string::npos);
-  EXPECT_EQ(got.output.find("<script>x"), std::string::npos);
-  EXPECT_NE(got.output.find("default-src 'none'; script-src 'sha256-"), std::string::npos);
-  for (const char* mark : {"@data@", "@page_js@", "@script_hashes@"}) {
-    EXPECT_EQ(got.output.find(mark), std::string::npos) << mark;
+  EXPECT_PRED2(contains, got.output, "default-src 'none'; script-src 'sha256-");
+  for (const char* wrong : {"<img", "<script>x", "@data@", "@page_js@", "@policy@"}) {
+    EXPECT_FALSE(contains(got.output, wrong)) << wrong;
   }
 
   const auto data = data_of(got.output);
@@ -82,7 +71,22 @@ TEST(tvk_decode_page, shows_what_the_records_say_and_nothing_as_markup) {
   EXPECT_EQ(marks.back()["text"], "INVITE sip:a SIP/2.0\nFrom: </script><script>x");
 }
 
-TEST(tvk_decode_page, series_keep_least_greatest_mean_and_count_however_coarse) {
+TEST_F(tvk_decode_page, is_the_same_however_many_threads_and_chunks) {
+  bytes repeated;
+  for (int i = 0; i < 100; ++i) {
+    repeated = repeated + ascii(read_file(TVK_SAMPLE_DIR "/sample.qmdl"));
+  }
+  const auto path = made("repeated.qmdl", repeated);
+  const auto alone = run(TVK_DECODE_PROGRAM, {"-f", "html", "-j", "1", path});
+  EXPECT_EQ(alone.exit_status, 0);
+  EXPECT_EQ(data_of(alone.output)["cells"][0]["radio"], 1);
+  for (const char* threads : {"2", "8"}) {
+    EXPECT_TRUE(run(TVK_DECODE_PROGRAM, {"-f", "html", "-j", threads, path}).output == alone.output)
+        << threads;
+  }
+}
+
+TEST_F(tvk_decode_page, series_keep_least_greatest_mean_and_count_however_coarse) {
   series one(8);
   for (std::int64_t i = 999; i >= 0; --i) one.add(second * 1000 + i, static_cast<double>(i % 7));
   one.add(second * 1000 + 500'000, 100);
@@ -101,13 +105,43 @@ TEST(tvk_decode_page, series_keep_least_greatest_mean_and_count_however_coarse) 
   EXPECT_EQ(one.buckets().back().index, (second * 1000 + 500'000) / one.width());
 }
 
-TEST(tvk_decode_page, percentile_is_the_lowest_value_that_covers_the_share) {
+TEST_F(tvk_decode_page, percentile_is_the_lowest_value_that_covers_the_share) {
   decode::page::distribution levels;
   for (int i = 20; i >= 1; --i) levels.add(-100 - i / 4.0);
   EXPECT_EQ(levels.percentile(5), -105);
   EXPECT_EQ(levels.percentile(50), -102.75);
   EXPECT_EQ(levels.percentile(95), -100.5);
   EXPECT_EQ(levels.count(), 20U);
+}
+
+TEST_F(tvk_decode_page, live_keeps_an_hour_and_starts_over_when_the_clock_is_set_back) {
+  using namespace decode::page;
+  record_clock clock;
+  live_data data;
+  const auto add = [&](std::int64_t minute, const char* text) {
+    const auto time = 1'458'770'000'000 + minute * 60'000;
+    const auto verdict = clock.judge(time);
+    if (verdict == record_clock::verdict::strange) return;
+    live_batch one{verdict == record_clock::verdict::set_back, time_window{time, time}, {}};
+    one.seen.marks.push_back({time, 1, 0, text});
+    data.add(one, {});
+  };
+  const auto shown = [&] {
+    live_data::clock::time_point due;
+    const auto text = live_data::follower(data).next(due);
+    std::string found;
+    for (const std::string one : {"early ", "later ", "newest ", "wrong ", "back "}) {
+      if (contains(*text, one)) found += one;
+    }
+    return found;
+  };
+  add(0, "early ");
+  add(30, "later ");
+  add(65, "newest ");
+  add(9, "wrong ");
+  EXPECT_EQ(shown(), "later newest ");
+  for (int i = 0; i < 10; ++i) add(10, "back ");
+  EXPECT_EQ(shown(), "back ");
 }
 
 }  // namespace

@@ -1,8 +1,14 @@
 // tvk-decode as its users run it: captures of every form, filters and formats.
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <algorithm>
 #include <filesystem>
+#include <regex>
 #include <sstream>
 
 #include "support/decode_run.h"
+#include "support/eventually.h"
 #include "support/packing.h"
 #include "support/test.h"
 
@@ -238,6 +244,82 @@ TEST_F(tvk_decode, standard_streams_that_take_nothing_are_errors_and_are_left_al
     EXPECT_EQ(records_in(read_file(file("lines"))), capture_lines);
   }
   EXPECT_EQ(shell("-f none - <&-").errors, "tvk-decode: standard input: Bad file descriptor\n");
+}
+
+TEST_F(tvk_decode, merged_summaries_are_that_of_one_run) {
+  // More radios, versions and logs without decoder than a summary has lines for.
+  bytes halves[2] = {diag_frame(lte_message), capture};
+  for (std::uint32_t i = 0; i < 600; ++i) {
+    bytes version = hex("98010000") + u32(i + 1) + cell_info;
+    bytes code = cell_info;
+    version[24] = u32(i)[0];
+    std::copy_n(u32(0x2000 + i).begin(), 2, code.begin() + 6);
+    halves[i % 2] = halves[i % 2] + diag_frame(version) + diag_frame(code);
+  }
+  const auto a = made("a", halves[0]);
+  const auto b = made("b", halves[1] + hex("41*20"));
+  const auto summary_of = [&](std::vector<std::string> captures, const std::string& to) {
+    captures.insert(captures.end(), {"--summary-format", "json", "--summary-file", file(to)});
+    decode(captures);
+    return read_file(file(to));
+  };
+  const auto whole = summary_of({a, b}, "whole");
+  const auto of_a = summary_of({a}, "a.json");
+  summary_of({b}, "b.json");
+  EXPECT_PRED2(contains, whole, R"("logs_of_other_codes":345,)");
+  const std::regex rate("\"rate_MBps\":[^,]*");
+  const auto merged = decode({"--merge-summaries", file("a.json"), file("b.json")}).output;
+  EXPECT_EQ(std::regex_replace(merged, rate, ""), std::regex_replace(whole, rate, ""));
+
+  const auto begin = of_a.substr(0, of_a.find("\"cells\""));
+  for (const auto& [content, why] : std::map<std::string, std::string>{
+           {begin, "not a whole summary: no JSON from byte "},
+           {begin + "\"files\":[]}", "not a whole summary: \"cells\" is missing\n"},
+           {of_a, "counts " + a + ", as " + file("a.json") + " does\n"}}) {
+    const auto wrong = made("wrong", ascii(content));
+    const auto got = decode({"--merge-summaries", file("a.json"), wrong, "-o", file("never")});
+    EXPECT_TRUE(got.errors.starts_with("tvk-decode: " + wrong + ": " + why)) << got.errors;
+    EXPECT_EQ(read_file(file("never")), "");
+  }
+}
+
+TEST_F(tvk_decode, a_run_has_its_own_files_in_a_tree_of_kinds_and_days) {
+  // More days than files may be open, each twice.
+  bytes days;
+  for (unsigned i = 0; i < 640; ++i) {
+    bytes log = voice;
+    log[13] = static_cast<std::uint8_t>(4 * i + 1);
+    log[14] = static_cast<std::uint8_t>(0xD4 + i % 320 / 64);
+    days = days + diag_frame(log);
+  }
+  const auto year = made("year", days);
+  const rlimit few_files{256, 1024};
+  EXPECT_EQ(setrlimit(RLIMIT_NOFILE, &few_files), 0);
+  const auto day_23 = made("day", diag_frame(voice));
+  const auto arguments = [&](const std::string& run, std::vector<std::string> more) {
+    more.insert(more.begin(), {"-f", "jsonl", "-o", file("tree"), "--partition", run});
+    return more;
+  };
+  const auto path = [&](const std::string& day_and_name) {
+    return file("tree/record=ims_rtp_sn_and_payload/day=2016-03-" + day_and_name);
+  };
+  for (const char* run : {"a", "b"}) EXPECT_EQ(decode(arguments(run, {year})).exit_status, 0);
+  EXPECT_EQ(decode(arguments("b", {year})).exit_status, 1);
+  EXPECT_EQ(decode(arguments("b", {"--force", day_23})).exit_status, 0);
+  EXPECT_EQ(records_in(read_file(path("23/a.jsonl"))), voice_line() + voice_line());
+  EXPECT_EQ(records_in(read_file(path("23/b.jsonl"))), voice_line());
+  EXPECT_FALSE(std::filesystem::exists(path("24/b.jsonl")));
+
+  // A run that was taken for dead goes on beside its successor.
+  ASSERT_EQ(::mkfifo(file("fifo").c_str(), 0600), 0);
+  background_process late(TVK_DECODE_PROGRAM, arguments("c", {day_23, file("fifo")}));
+  const auto unfinished = path("23/c.jsonl.unfinished");
+  ASSERT_TRUE(eventually([&] { return records_in(read_file(unfinished)) == voice_line(); }));
+  std::filesystem::remove(unfinished);
+  std::ofstream(unfinished) << "half";
+  std::ofstream(file("fifo")) << "nothing";
+  EXPECT_TRUE(late.wait().errors.ends_with("c.jsonl: another run writes it at the same time\n"));
+  EXPECT_EQ(read_file(unfinished), "half");
 }
 
 }  // namespace

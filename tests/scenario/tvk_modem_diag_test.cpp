@@ -57,7 +57,8 @@ TEST(tvk_modem_diag, first_requests_of_a_client_get_their_answers_and_nothing_el
       {hex("7D 05 0000 00000000"), hex("7D 05 01 00 00000000")},
       {hex("00"), hex("00") + ascii("Jan 15 202610:20:30Jan 15 202610:20:30TVKMODEM") +
                       hex("3A 09 FF 64 00 02 09 0B")},
-      {hex("7C"), hex("7C 01 0000 B0900000 07100000") + ascii("TVK-MODEM-0.1.0") + hex("0000")},
+      {hex("7C"),
+       hex("7C 01 0000 B0900000 07100000") + ascii("TVK-MODEM-" TVK_MODEM_VERSION) + hex("0000")},
       {hex("1C"), hex("1C 0800")},
       {hex("01"), hex("01 00000080")},
       {hex("73 000000 01000000"),

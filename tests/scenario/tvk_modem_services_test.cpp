@@ -155,6 +155,21 @@ TEST(tvk_modem_services, data_call_is_its_clients_and_needs_registration) {
             failed("5100") + hex("e0 0200 0500"));
 }
 
+TEST(tvk_modem_services, data_format_is_kept_as_it_was_set) {
+  const simulated_modem modem;
+  const modem_connection client(modem.socket());
+  EXPECT_EQ(client.ask(wda_port, "2000", hex("11 0400 01000000  12 0400 01000000")),
+            failed("3000"));
+  // The greatest aggregate to send is TLV 1C in the request and 18 in the answer.
+  const bytes format = done + hex("10 0100 00  11 0400 02000000  12 0400 00000000  13 0400 05000000"
+                                  "15 0400 00000000  16 0400 00000000  17 0400 00000000"
+                                  "18 0400 00400000");
+  EXPECT_EQ(client.ask(wda_port, "2000",
+                       hex("13 0400 05000000  17 0800 04000000 01000000  1c 0400 00400000")),
+            format);
+  EXPECT_EQ(client.ask(wda_port, "2100"), format);
+}
+
 TEST(tvk_modem_services, one_active_slot_is_all_that_status_shows) {
   const simulated_modem modem({}, {"--set", "uim.active_slots=1"});
   const modem_connection client(modem.socket());

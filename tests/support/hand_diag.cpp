@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <utility>
 
 #include "support/sockets.h"
 
@@ -16,7 +17,7 @@ namespace support {
 
 namespace {
 
-std::optional<bytes> take_packet(bytes& come) {
+std::optional<bytes> take_frame(bytes& come) {
   const auto end = std::ranges::find(come, 0x7E);
   if (end == come.end()) return {};
   const bytes frame(come.begin(), end + 1);
@@ -24,15 +25,27 @@ std::optional<bytes> take_packet(bytes& come) {
   return diag_packet(frame);
 }
 
+/// What a packet socket has given is a request.
+std::optional<bytes> take_all(bytes& come) {
+  if (come.empty()) return {};
+  return std::exchange(come, {});
+}
+
 }  // namespace
 
-hand_diag::hand_diag(kind which) : hand_port(which, take_packet) {}
+hand_diag::hand_diag(kind which) : hand_port(which, take_frame) {}
 
 hand_port::hand_port(kind which, cutter cut) : cut_(cut) {
   if (which == kind::unix_socket) {
     const auto path = dir_.file("diag.sock");
     listener_ = listening_at(path, SOCK_STREAM);
     endpoint_ = "unix:" + path;
+  } else if (which == kind::packet_path || which == kind::packet_name) {
+    cut_ = take_all;
+    const bool has_path = which == kind::packet_path;
+    const auto name = dir_.file("router");
+    listener_ = listening_at(has_path ? name : '\0' + name, SOCK_SEQPACKET);
+    endpoint_ = "unix-packet:" + (has_path ? name : '@' + name);
   } else if (which == kind::tcp) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -70,8 +83,13 @@ void hand_port::on_request(handler answer) {
   handler_ = std::move(answer);
 }
 
-void hand_port::write(const bytes& wire) {
+void hand_port::write(bytes wire) {
   const std::lock_guard lock(mutex_);
+  if (cut_ == take_all) {
+    while (const auto packet = take_frame(wire)) {
+      send(connection_, packet->data(), packet->size(), MSG_NOSIGNAL);
+    }
+  }
   for (std::size_t done = 0; done < wire.size();) {
     const ssize_t count =
         listener_ >= 0 ? send(connection_, wire.data() + done, wire.size() - done, MSG_NOSIGNAL)

@@ -20,7 +20,7 @@ class hand_port {
  public:
   /// Gets each request, without its framing, in the port's thread.
   using handler = std::function<void(const bytes& request)>;
-  enum class kind { unix_socket, tcp, tty };
+  enum class kind { unix_socket, packet_path, packet_name, tcp, tty };
 
   /// Takes the first request off what has come; nothing when it is not whole yet.
   using cutter = std::optional<bytes> (*)(bytes& come);
@@ -33,8 +33,8 @@ class hand_port {
   [[nodiscard]] const std::string& endpoint() const { return endpoint_; }
   void on_request(handler answer);
 
-  /// To the latest connection, as it is.
-  void write(const bytes& wire);
+  /// To the latest connection: frames as they are, on a packet socket without their framing.
+  void write(bytes wire);
   void close_connection();
 
   [[nodiscard]] std::vector<bytes> requests() const;
@@ -44,7 +44,7 @@ class hand_port {
   void serve(int connection);
 
   temp_dir dir_;
-  const cutter cut_;
+  cutter cut_;
   std::string endpoint_;
   int listener_ = -1;
   int terminal_ = -1;  ///< the program's side of a tty, so that it does not go with the program

@@ -2,8 +2,8 @@
 //
 // A packet is node u32, port u32, datagram. The simulated modem's extension service is 0xFFE4,
 // instance word 0x101, at node 0 port 1, SAR is 0x11 at port 2, UIM 0x0B at port 3, PDC 0x24 at
-// port 4, NAS 0x03 at port 5, statistics 0xE4 at port 6, DMS 0x02 at port 7, WDS 0x01 at port 8;
-// the control port of the local node is 1:0xFFFFFFFE.
+// port 4, NAS 0x03 at port 5, statistics 0xE4 at port 6, DMS 0x02 at port 7, WDS 0x01 at port 8,
+// WDA 0x1A at port 9; the control port of the local node is 1:0xFFFFFFFE.
 #pragma once
 
 #include <chrono>
@@ -22,6 +22,7 @@ constexpr std::uint8_t uim_port = 3;
 constexpr std::uint8_t nas_port = 5;
 constexpr std::uint8_t dms_port = 7;
 constexpr std::uint8_t wds_port = 8;
+constexpr std::uint8_t wda_port = 9;
 
 /// Of the standard response.
 inline const bytes done = hex("02 0400 0000 0000");
@@ -43,8 +44,8 @@ inline const bytes pdc = hex("00000000 04000000");
 /// NEW_SERVER or DEL_SERVER, by its number, of every service.
 inline std::vector<bytes> announced(const char* command) {
   std::vector<bytes> all;
-  for (const char* const ids :
-       {"e4ff 01", "1100 02", "0b00 03", "2400 04", "0300 05", "e400 06", "0200 07", "0100 08"}) {
+  for (const char* const ids : {"e4ff 01", "1100 02", "0b00 03", "2400 04", "0300 05", "e400 06",
+                                "0200 07", "0100 08", "1a00 09"}) {
     const bytes id = hex(ids);
     all.push_back(control + hex(command) + hex("000000") + bytes{id[0], id[1]} +
                   hex("0000 01010000 00000000") + bytes{id[2]} + hex("000000"));
@@ -81,6 +82,7 @@ inline bytes echo_answer(const char* transaction = "0100") {
 
 class modem_connection : public open_socket {
  public:
+  explicit modem_connection(int descriptor) : open_socket(descriptor) {}
   explicit modem_connection(const std::string& path)
       : open_socket(connected(path, SOCK_SEQPACKET)) {}
 

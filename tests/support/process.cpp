@@ -15,6 +15,7 @@
 // What runs the programs of a cross build; empty when they are this machine's own.
 #ifndef TVK_EMULATOR
 #define TVK_EMULATOR ""
+#define TVK_BUILD_FOLDER ""
 #endif
 
 namespace support {
@@ -58,9 +59,10 @@ background_process::background_process(const std::string& program,
                                        const environment& additions)
     : start_(std::chrono::steady_clock::now()) {
   std::vector<std::string> words;
-  // A name without a folder is one of this machine's own programs, as sh.
-  const bool is_ours = program.find('/') != std::string::npos;
-  if (is_ours && *TVK_EMULATOR != '\0') words.emplace_back(TVK_EMULATOR);
+  // Other builds' programs are of this machine, as sh is.
+  if (*TVK_EMULATOR != '\0' && program.starts_with(TVK_BUILD_FOLDER)) {
+    words.emplace_back(TVK_EMULATOR);
+  }
   words.push_back(program);
   words.insert(words.end(), arguments.begin(), arguments.end());
   auto variables = environment_with(additions);

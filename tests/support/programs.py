@@ -18,14 +18,25 @@ def run(command, variables={}, limit=30):
     return types.SimpleNamespace(output=output, errors=errors, status=status, took=took)
 
 
+def masked(text):
+    """Without what differs between builds and runs: source line numbers, a UIM client's handle."""
+    text = re.sub(r"(RIL\[[^:\] \n]+:)\d+\]", r"\1#]", text)
+    return re.sub(r"(uim_qmi_client |qmi_client_release )0x.*", r"\1#", text)
+
+
 @contextlib.contextmanager
-def simulated_modem(tvk_modem, folder, options):
-    """tvk-modem on sockets and a state directory in the folder, while the context lasts."""
-    serve = [*tvk_modem, "serve", "--socket", f"{folder}/modem.sock", "--state", f"{folder}/state"]
-    with subprocess.Popen([*serve, *options], stderr=subprocess.PIPE) as modem:
+def serving(command, **settings):
+    """A `tvk-modem serve`, from when it listens and while the context lasts."""
+    with subprocess.Popen(command, stderr=subprocess.PIPE, **settings) as modem:
         try:
-            assert any(b"listening on" in line for line in modem.stderr), "no modem"
+            assert any(b"listening on" in line for line in modem.stderr), f"no modem: {command}"
             threading.Thread(target=modem.stderr.read).start()
-            yield
+            yield modem
         finally:
             modem.terminate()
+
+
+def simulated_modem(tvk_modem, folder, options):
+    """tvk-modem on sockets and a state directory in the folder."""
+    return serving([*tvk_modem, "serve", "--socket", f"{folder}/modem.sock",
+                    "--state", f"{folder}/state", *options])

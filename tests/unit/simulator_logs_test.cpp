@@ -83,4 +83,12 @@ TEST(simulator_logs, signalling_follows_the_connection) {
   EXPECT_EQ(logs[2].payload, header + hex("401C0A812344"));
 }
 
+// 9.2 s into the connection, which begins 2.8 s after the radio was turned on and every 20 s.
+TEST(simulator_logs, handovers_go_to_and_fro_between_two_cells) {
+  sim::radio radio;
+  radio.means.neighbour_pci = 287;
+  for (const auto& [time, pci] : {std::pair(11999, 143), {12000, 287}, {31999, 287}, {32000, 143}})
+    EXPECT_EQ(radio.at(sim::radio::time(time)).lte.pci, pci) << time;
+}
+
 }  // namespace

@@ -1,7 +1,9 @@
-// Draws the report from the data in the page, and follows the events of a live one.
+// Draws the report from the data in the page. A live one has none: live.js brings them.
 "use strict";
-(() => {
-  const data = JSON.parse(document.getElementById("data").textContent);
+const page = (() => {
+  const given = JSON.parse(document.getElementById("data").textContent);
+  const isLive = given.live === true;
+  let data = given;
 
   // --- small helpers -------------------------------------------------------------------------
   const byId = (id) => document.getElementById(id);
@@ -22,6 +24,20 @@
     return parts.map((part) => String(part).padStart(2, "0")).join(":");
   };
   const inRadio = (radio) => (data.radios.length > 1 ? `, radio ${radio}` : "");
+
+  // Makes the children of an element only when what they show is new, so that nothing that a user
+  // has focused or selected goes without need.
+  const shownKeys = new WeakMap();
+  const fillWhenNew = (element, shown, makeChildren) => {
+    const key = JSON.stringify(shown);
+    if (shownKeys.get(element) === key) return;
+    shownKeys.set(element, key);
+    element.replaceChildren(...makeChildren());
+  };
+  const holdsSelection = (element) => {
+    const selection = document.getSelection();
+    return !selection.isCollapsed && element.contains(selection.anchorNode);
+  };
 
   // --- tables --------------------------------------------------------------------------------
   // columns: {title, value(row), number, wide}
@@ -73,7 +89,8 @@
     const scroll = make("div", undefined, "scroll");
     scroll.tabIndex = 0;
     scroll.append(table);
-    return { elements: [copy, scroll], fill: () => fillTable(table, columns, rows()) };
+    const fill = () => holdsSelection(table) || fillTable(table, columns, rows());
+    return { elements: [copy, scroll], fill };
   };
 
   // --- overview ------------------------------------------------------------------------------
@@ -87,11 +104,12 @@
       ["Losses", data.losses.map(([what, count]) => `${what}: ${count}`).join(", ") || "none"],
       ["Refused", data.refused.join("; ") || "none"],
     ];
+    if (data.port_losses > 0) facts.push(["Port lost", data.port_losses === 1 ? "once" : `${data.port_losses} times`]);
     if (data.without_time > 0) {
       facts.push(["Without time", `${data.without_time} records from before the modem knew the time; not shown`]);
     }
-    byId("facts").replaceChildren(
-      ...facts.flatMap(([name, value]) => [make("dt", name), make("dd", value)]));
+    fillWhenNew(byId("facts"), facts, () =>
+      facts.flatMap(([name, value]) => [make("dt", name), make("dd", value)]));
   };
 
   // --- cells ---------------------------------------------------------------------------------
@@ -156,8 +174,8 @@
 
   const drawMarkKinds = () => {
     const kinds = [...new Set(data.marks.map((mark) => mark.kind))].sort();
-    byId("mark_kinds").replaceChildren(
-      ...kinds.map((kind) => {
+    fillWhenNew(byId("mark_kinds"), kinds, () =>
+      kinds.map((kind) => {
         const box = make("input");
         box.type = "checkbox";
         box.checked = !hiddenKinds.has(kind);
@@ -173,89 +191,16 @@
       }));
   };
 
-  // --- series --------------------------------------------------------------------------------
-  // A series arrives as a flat list: for each bucket the step from the index before, the count, the
-  // mean, and, if the count is above 1, the least and the greatest value.
-  const unpack = (flat) => {
-    const buckets = [];
-    let index = 0;
-    for (let i = 0; i < flat.length; ) {
-      index += flat[i];
-      const count = flat[i + 1];
-      const mean = flat[i + 2];
-      buckets.push({ index, count, mean, least: count > 1 ? flat[i + 3] : mean,
-                     greatest: count > 1 ? flat[i + 4] : mean });
-      i += count > 1 ? 5 : 3;
+  // --- data ----------------------------------------------------------------------------------
+  const { unpack, joined, shown, rowsOf, least_rate_width } = bucketing;
+  const take = (all) => {
+    data = all;
+    for (const chart of data.charts) {
+      for (const series of chart.series) series.buckets = unpack(series.buckets);
     }
-    return buckets;
-  };
-  for (const chart of data.charts) {
-    for (const series of chart.series) series.buckets = unpack(series.buckets);
-  }
-
-  // Joins buckets to at least `width` ms, within a window of time.
-  const joined = (series, width, from, to) => {
-    const factor = Math.max(1, width / series.width);
-    const wide = Math.max(width, series.width);
-    const result = [];
-    for (const bucket of series.buckets) {
-      const index = Math.floor(bucket.index / factor);
-      const time = index * wide;
-      if (time + wide < from || time > to) continue;
-      const last = result[result.length - 1];
-      if (last && last.index === index) {
-        last.mean = (last.mean * last.count + bucket.mean * bucket.count) / (last.count + bucket.count);
-        last.count += bucket.count;
-        last.least = Math.min(last.least, bucket.least);
-        last.greatest = Math.max(last.greatest, bucket.greatest);
-      } else {
-        result.push({ ...bucket, index });
-      }
-    }
-    return { width: wide, buckets: result };
-  };
-
-  // Longer than this without a value is a gap in the line.
-  const gapOf = (buckets, width) => {
-    if (buckets.length < 3) return Infinity;
-    const steps = buckets.slice(1).map((bucket, i) => bucket.index - buckets[i].index).sort((a, b) => a - b);
-    return Math.max(2, 5 * steps[steps.length >> 1]) * width;
-  };
-
-  // A rate is bytes in a bucket over the time to the next one, at most a second.
-  const shown = (chart, bucket, width) => {
-    if (!chart.rate) return [bucket.least, bucket.mean, bucket.greatest];
-    const rate = (bucket.mean * bucket.count * 8) / (width * 1000);
-    return [rate, rate, rate];
-  };
-  const least_rate_width = 1024; // ms
-
-  // The rows of a chart for dygraphs: time, then [least, mean, greatest] of each series.
-  const rowsOf = (chart, width, from, to) => {
-    const rows = new Map();
-    const rowAt = (time) => {
-      if (!rows.has(time)) rows.set(time, new Array(chart.series.length).fill(null));
-      return rows.get(time);
-    };
-    chart.series.forEach((series, column) => {
-      const fine = joined(series, chart.rate ? Math.max(width, least_rate_width) : width, from, to);
-      const gap = gapOf(fine.buckets, fine.width);
-      let before = -Infinity;
-      for (const bucket of fine.buckets) {
-        const time = bucket.index * fine.width + (fine.width > 1 ? fine.width / 2 : 0);
-        if (time - before > gap && before > -Infinity) {
-          rowAt(before + fine.width)[column] = [NaN, NaN, NaN];
-        }
-        rowAt(time)[column] = shown(chart, bucket, fine.width);
-        before = time;
-      }
-    });
-    return [...rows.keys()].sort((a, b) => a - b).map((time) => [time, ...rows.get(time)]);
   };
 
   // --- charts --------------------------------------------------------------------------------
-  // The library's own legend writes markup with styles, which the page's policy refuses.
-  Dygraph.PLUGINS = Dygraph.PLUGINS.filter((plugin) => plugin !== Dygraph.Plugins.Legend);
   const whole = () => {
     const from = data.from ?? 0;
     const to = Math.max(data.to ?? 1, from + 1);
@@ -264,10 +209,8 @@
   let view = null; // the window of time that all charts show; null: everything
   const shownWindow = () => view ?? whole();
   const dashes = [null, [7, 3], [2, 2], [9, 3, 2, 3]];
-  const colours = () =>
-    getComputedStyle(document.documentElement).getPropertyValue("--series").trim().split(/\s+/);
-  const textColour = () => getComputedStyle(document.documentElement).getPropertyValue("--muted").trim();
-  const lineColour = () => getComputedStyle(document.documentElement).getPropertyValue("--line").trim();
+  const styleOf = (name) => getComputedStyle(document.documentElement).getPropertyValue(name).trim();
+  const colours = () => styleOf("--series").split(/\s+/);
 
   const figures = new Map(); // by title of the chart
   const labelOf = (series) => series.label + inRadio(series.radio);
@@ -280,8 +223,8 @@
 
   const moveView = (from, to) => {
     const [first, last] = whole();
-    const length = Math.min(Math.max(to - from, 10), last - first);
-    const start = Math.min(Math.max(from, first), last - length);
+    const length = Math.round(Math.min(Math.max(to - from, 10), last - first));
+    const start = Math.round(Math.min(Math.max(from, first), last - length));
     view = length >= last - first ? null : [start, start + length];
     drawCharts();
   };
@@ -305,32 +248,22 @@
     legend.replaceChildren(...(time === null ? [] : [make("span", timeText(time))]), ...keys);
   };
 
-  // The row of the chart that is nearest to a time.
-  const nearestRow = (graph, time) => {
-    let low = 0;
-    let high = graph.numRows() - 1;
-    while (low < high) {
-      const middle = (low + high) >> 1;
-      if (graph.getValue(middle, 0) < time) low = middle + 1;
-      else high = middle;
-    }
-    if (low > 0 && time - graph.getValue(low - 1, 0) < graph.getValue(low, 0) - time) return low - 1;
-    return low;
-  };
-
   let cursor = null;
+  const showCursor = (figure) => {
+    const [from, to] = shownWindow();
+    const isFar = cursor < from - (to - from) / 20 || cursor > to + (to - from) / 20;
+    if (cursor === null || isFar || figure.graph.numRows() === 0) {
+      figure.graph.clearSelection();
+      showLegend(figure);
+    } else {
+      const row = nearestRow(figure.graph, cursor);
+      figure.graph.setSelection(row);
+      showLegend(figure, row);
+    }
+  };
   const setCursor = (time) => {
     cursor = time;
-    for (const figure of figures.values()) {
-      if (time === null || figure.graph.numRows() === 0) {
-        figure.graph.clearSelection();
-        showLegend(figure);
-      } else {
-        const row = nearestRow(figure.graph, time);
-        figure.graph.setSelection(row);
-        showLegend(figure, row);
-      }
-    }
+    for (const figure of figures.values()) if (figure.graph !== null) showCursor(figure);
   };
 
   const onKey = (figure, event) => {
@@ -384,8 +317,11 @@
     const legend = make("div", undefined, "legend");
     const details = make("details");
     element.append(caption, box, legend, details);
-    byId("charts").append(element);
-    const figure = { chart, box, legend, graph: null };
+    const after = data.charts.slice(data.charts.indexOf(chart) + 1);
+    const next = after.map((other) => figures.get(other.title)).find((other) => other !== undefined);
+    byId("charts").insertBefore(element, next?.element ?? null);
+    const figure = { chart, element, box, legend, graph: null, isNear: !isLive };
+    if (isLive) nearby.observe(element);
 
     const columns = [
       { title: "Time (UTC)", value: (row) => timeText(row.time) },
@@ -409,6 +345,8 @@
     details.addEventListener("toggle", () => details.open && table.fill());
     figure.refill = () => details.open && table.fill();
     box.addEventListener("keydown", (event) => onKey(figure, event));
+    // Of everything the library has what is shown alone.
+    box.addEventListener("dblclick", (event) => { event.stopPropagation(); moveView(...whole()); }, true);
     figures.set(chart.title, figure);
     return figure;
   };
@@ -424,13 +362,14 @@
     });
     const options = {
       labels, series: perSeries, colors: labels.slice(1).map((_, i) => colours()[i % colours().length]),
-      dateWindow: [from, to], axisLineColor: textColour(), gridLineColor: lineColour(),
+      dateWindow: [from, to], axisLineColor: styleOf("--muted"), gridLineColor: styleOf("--line"),
     };
     if (figure.graph === null) {
       figure.graph = new Dygraph(box, rows, {
         ...options, customBars: true, labelsUTC: true, strokeWidth: 1.5,
         connectSeparatedPoints: true, drawPoints: chart.series.every((s) => s.buckets.length < 400),
-        pointSize: 2, highlightCircleSize: 4, stepPlot: chart.steps, fillAlpha: 0.2,
+        pointSize: 2, highlightCircleSize: 4, stepPlot: chart.steps,
+        plotter: [rangePlotter, Dygraph.Plotters.linePlotter],
         axes: {
           x: { ticker: Dygraph.dateTicker, axisLabelFormatter: Dygraph.dateAxisLabelFormatter },
           y: { axisLabelWidth: 50 },
@@ -449,7 +388,7 @@
       figure.graph.updateOptions({ ...options, file: rows }, false);
     }
     figure.graph.setAnnotations(annotationsOf(figure.graph, labels[1]));
-    showLegend(figure);
+    showCursor(figure);
     figure.refill();
   };
 
@@ -480,6 +419,15 @@
     byId("window").after(all);
   };
 
+  // A live page draws only the charts that can be seen.
+  const nearby = new IntersectionObserver((entries) => {
+    for (const figure of figures.values()) {
+      const entry = entries.find((one) => one.target === figure.element);
+      if (entry) figure.isNear = entry.isIntersecting;
+    }
+    drawCharts();
+  }, { rootMargin: "50%" });
+
   let drawing = false; // dygraphs calls back while it draws
   const drawCharts = () => {
     if (drawing) return;
@@ -489,32 +437,53 @@
     byId("window").textContent =
       data.from === null ? "" : `Shown: ${timeText(from)} to ${timeText(to)} UTC`;
     drawBands();
-    for (const chart of data.charts) drawFigure(figures.get(chart.title) ?? addFigure(chart));
+    for (const [title, figure] of figures) {
+      figure.element.hidden = !data.charts.some((chart) => chart.title === title);
+    }
+    for (const chart of data.charts) {
+      const figure = figures.get(chart.title) ?? addFigure(chart);
+      figure.chart = chart;
+      if (figure.isNear) drawFigure(figure);
+    }
     drawing = false;
   };
 
   // --- the page ------------------------------------------------------------------------------
   const drawSections = () => {
-    const links = [...document.querySelectorAll("main section:not([hidden])")].map((section) => {
-      const link = make("a", section.querySelector("h2").textContent);
-      link.href = `#${section.id}`;
-      const item = make("li");
-      item.append(link);
-      return item;
-    });
-    byId("sections").replaceChildren(...links);
+    const sections = [...document.querySelectorAll("main section:not([hidden])")];
+    fillWhenNew(byId("sections"), sections.map((section) => section.id), () =>
+      sections.map((section) => {
+        const link = make("a", section.querySelector("h2").textContent);
+        link.href = `#${section.id}`;
+        const item = make("li");
+        item.append(link);
+        return item;
+      }));
   };
 
-  const draw = () => {
+  // All of it, or, of the lists, those that have changed.
+  const draw = (isChanged = () => true) => {
     byId("title").textContent = data.title;
     document.title = data.title;
     drawOverview();
     drawMarkKinds();
-    lists.forEach(drawList);
+    lists.filter((list) => isChanged(list.id)).forEach(drawList);
     drawCharts();
     drawSections();
   };
-  draw();
-  matchMedia("(prefers-color-scheme: dark)").addEventListener("change", drawCharts);
-  window.addEventListener("beforeprint", () => figures.forEach((figure) => figure.graph.resize()));
+  const show = (all) => {
+    take(all);
+    const [from, to] = whole();
+    if (view && (view[1] < from || view[0] > to)) view = null;
+    draw();
+  };
+  if (!isLive) show(given);
+  matchMedia("(prefers-color-scheme: dark)").addEventListener("change", () => data.charts && drawCharts());
+  window.addEventListener("beforeprint", () => {
+    for (const figure of figures.values()) {
+      if (isLive) drawFigure(figure);
+      figure.graph.resize();
+    }
+  });
+  return { isLive, show, draw, setStatus: (text) => (byId("status").textContent = text) };
 })();

@@ -33,8 +33,7 @@ std::optional<server_event> parse_server_event(address from, byte_view datagram)
     case command::del_server:
     case command::del_client:
       return server_event{false, packet->about};
-    case command::new_lookup:
-    case command::del_lookup:
+    default:
       break;
   }
   return std::nullopt;
