@@ -13,7 +13,8 @@ using namespace support::packets;
 const std::vector<std::string> still = {"--set", "radio.swing=0"};
 
 bool holds(const bytes& all, const char* part) {
-  return std::ranges::search(all, hex(part)).size() == hex(part).size();
+  const bytes wanted = hex(part);
+  return std::search(all.begin(), all.end(), wanted.begin(), wanted.end()) != all.end();
 }
 
 const bytes registered =
