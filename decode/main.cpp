@@ -39,6 +39,7 @@ file_output open_output(const options& chosen) {
 page::page_head page_head_of(const input_files& inputs) {
   page::page_head head{.title = "Report", .inputs = {}};
   for (const auto& input : inputs.files) head.inputs.push_back(input.name());
+  if (head.inputs.size() == 1) head.title = head.inputs.front();
   return head;
 }
 

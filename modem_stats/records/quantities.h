@@ -135,7 +135,7 @@ inline constexpr quantity num_crnti_layers{"num_crnti_layers",
 inline constexpr quantity tb_sum = in_bytes("tb_sum_bytes", "size of the blocks in the packet");
 inline constexpr quantity tb_crnti_sum =
     in_bytes("tb_crnti_sum_bytes", "size of the blocks for the C-RNTI in the packet");
-inline constexpr quantity crc_passed{"crc_passed", "1 if the checksum of the block was right"};
+inline constexpr quantity crc_passed{"crc_passed", "1 if the checksum of the last block was right"};
 inline constexpr quantity num_pdsch_decodes_total{"num_pdsch_decodes_total",
                                                   "PDSCH decodes since the start of the modem"};
 inline constexpr quantity num_crc_failures_total{"num_crc_failures_total",

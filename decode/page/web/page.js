@@ -156,7 +156,7 @@ const page = (() => {
 
   const lists = [
     { id: "cells", columns: cellColumns, rows: () => data.cells, leftOut: "cells_left_out" },
-    { id: "changes", columns: changeColumns, rows: () => data.changes, leftOut: "changes_left_out" },
+    { id: "changes", columns: changeColumns, rows: () => [...data.changes].sort((a, b) => a.time - b.time), leftOut: "changes_left_out" },
     { id: "marks", columns: markColumns, rows: shownMarks, leftOut: "marks_left_out" },
   ];
   for (const list of lists) {
