@@ -17,7 +17,7 @@ class qrtr_clients {
 
   /// What a socket has sent to the address of a service.
   void receive_data(protocol::qrtr::address from, protocol::qrtr::address service,
-            protocol::byte_view datagram) {
+                    protocol::byte_view datagram) {
     if (known_.insert(from).second) trace_.client_connects({&via_, from});
     dispatcher_.receive({&via_, from}, service, datagram);
   }
