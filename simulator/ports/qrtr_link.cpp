@@ -2,10 +2,10 @@
 
 #include <fcntl.h>
 #include <fmt/core.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
+#include <system_error>
 
 #include <asio/buffer.hpp>
 
@@ -90,7 +90,8 @@ void qrtr_link::announce(command change, protocol::qrtr::server server) {
 void qrtr_link::write(const link_packet& packet) {
   const auto bytes = protocol::qrtr::build_link_packet(packet);
   // The kernel refuses what is for a port that has just been closed, and never waits.
-  static_cast<void>(::write(link_.native_handle(), bytes.data(), bytes.size()));
+  std::error_code refusal;
+  link_.write_some(asio::buffer(bytes), refusal);
 }
 
 void qrtr_link::receive() {
