@@ -15,8 +15,8 @@ from pathlib import Path
 PAGE = Path(__file__).resolve().parents[1] / "docs/formats/page.md"
 SERIES = re.findall(r"^\| (.+?) \| (.+?) \| `(.+?)` \| `(.+?)` \| (.*?) ?\|$", PAGE.read_text(), re.MULTILINE)
 BITS = {"QPSK": 2, "16QAM": 4, "64QAM": 6, "256QAM": 8}
-SHOWN_AS = {"percentage of 0": lambda value: 100 if value == 0 else 0, "value + 1": lambda value: value + 1,
-            "bits per symbol": BITS.get}
+SHOWN_AS = {"": lambda value: value, "percentage of 0": lambda value: 100 if value == 0 else 0,
+            "value + 1": lambda value: value + 1, "bits per symbol": BITS.get, "bytes, as a rate": lambda value: value}
 
 
 def microseconds(text):
@@ -66,18 +66,20 @@ def cells(records):
 
 
 def series(records):
-    """Values with their time in ms by chart and label, of columns that are shown as they are or by one of SHOWN_AS."""
+    """Values with their time in ms by chart and label; not of series that compare a record with the one before."""
     by_name = defaultdict(list)
     for record in records:
         by_name[record["name"]].append(record)
     found = defaultdict(lambda: defaultdict(list))
     for chart, label, name, column, how in SERIES:
+        if how.startswith(("growth", "time since")):
+            continue
         for chain in "0123" if "#" in column else "#":
             for record in by_name[name]:
                 for part in record.get("reports", [record]):
                     value = part.get(column.replace("#", chain))
                     if value is not None:
-                        shown = SHOWN_AS.get(how, lambda value: value)(value)
+                        shown = SHOWN_AS[how](value)
                         found[chart][label.replace("#", chain)].append((record["us"] // 1000, shown))
     return found
 
