@@ -74,11 +74,11 @@ async function check(engine, ask) {
   console.log(`${engine}: ${all.length} facts of ${schemas.length} tables`);
 }
 
-/// For each level with the newest cell before it: their number, that with a cell, the sum of these.
+/// For each level with the newest identity of its cell: their number, that with a cell, the sum of these.
 function joined() {
   const cells = lines.filter((line) => line.name === 'lte_rrc_serving_cell_info');
   const found = lines.filter((line) => line.name === 'lte_srv_meas_pcc').map((level) =>
-    cells.filter((c) => c.file === level.file && c.radio === level.radio && c.time <= level.time)
+    cells.filter((c) => ['file', 'radio', 'pci', 'dl_earfcn'].every((key) => c[key] === level[key]) && c.time <= level.time)
       .sort((a, b) => (a.time < b.time ? -1 : 1)).at(-1));
   const with_cell = found.filter((cell) => cell);
   return [found.length, with_cell.length,
