@@ -30,50 +30,21 @@ constexpr pdu_row pdus_7[] = {
     {1, rrc(nr_bcch_bch)}, {8, rrc(nr_ul_dcch)}, {9, rrc(nr_rrc_reconf)},
     {10, complete},        {23, scg_failure},    {24, rrc(nr_radio_bearer_config)},
 };
-constexpr pdu_row pdus_8[] = {
-    {1, rrc(nr_bcch_bch)}, {2, rrc(nr_bcch_dl_sch)}, {3, rrc(nr_dl_ccch)},
-    {4, rrc(nr_dl_dcch)},  {5, rrc(nr_pcch)},        {6, rrc(nr_ul_ccch)},
-    {7, rrc(nr_ul_ccch1)}, {8, rrc(nr_ul_dcch)},     {9, rrc(nr_rrc_reconf)},
-    {10, complete},        {25, scg_failure},        {26, rrc(nr_radio_bearer_config)},
+constexpr pdu_row pdus_to_10[] = {
+    {1, rrc(nr_bcch_bch)},   {2, rrc(nr_bcch_dl_sch)}, {3, rrc(nr_dl_ccch)},  {4, rrc(nr_dl_dcch)},
+    {5, rrc(nr_pcch)},       {6, rrc(nr_ul_ccch)},     {7, rrc(nr_ul_ccch1)}, {8, rrc(nr_ul_dcch)},
+    {9, rrc(nr_rrc_reconf)}, {10, complete},
 };
-constexpr pdu_row pdus_9[] = {
-    {1, rrc(nr_bcch_bch)},     {2, rrc(nr_bcch_dl_sch)},
-    {3, rrc(nr_dl_ccch)},      {4, rrc(nr_dl_dcch)},
-    {5, rrc(nr_pcch)},         {6, rrc(nr_ul_ccch)},
-    {7, rrc(nr_ul_ccch1)},     {8, rrc(nr_ul_dcch)},
-    {9, rrc(nr_rrc_reconf)},   {10, complete},
-    {24, scg_failure},         {25, rrc(nr_radio_bearer_config)},
-    {28, rrc(nr_ue_mrdc_cap)}, {29, rrc(nr_ue_nr_cap)},
-};
-constexpr pdu_row pdus_14[] = {
-    {1, rrc(nr_bcch_bch)},
-    {2, rrc(nr_bcch_dl_sch)},
-    {3, rrc(nr_dl_ccch)},
-    {4, rrc(nr_dl_dcch)},
-    {5, rrc(nr_pcch)},
-    {6, rrc(nr_ul_ccch)},
-    {7, rrc(nr_ul_ccch1)},
-    {8, rrc(nr_ul_dcch)},
-    {9, rrc(nr_rrc_reconf)},
-    {10, complete},
-    {28, rrc(nr_radio_bearer_config)},
-    {31, rrc(nr_ue_mrdc_cap)},
-    {32, rrc(nr_ue_nr_cap)},
-    {33, rrc(nr_ue_nr_cap)},
-};
-constexpr pdu_row pdus_17[] = {
-    {1, rrc(nr_bcch_bch)},
-    {2, rrc(nr_bcch_dl_sch)},
-    {3, rrc(nr_dl_ccch)},
-    {4, rrc(nr_dl_dcch)},
-    {5, rrc(nr_pcch)},
-    {6, rrc(nr_ul_ccch)},
-    {7, rrc(nr_ul_ccch1)},
-    {8, rrc(nr_ul_dcch)},
-    {9, rrc(nr_rrc_reconf)},
-    {10, complete},
-    {29, rrc(nr_radio_bearer_config)},
-};
+constexpr pdu_row after_10_in_8[] = {{25, scg_failure}, {26, rrc(nr_radio_bearer_config)}};
+constexpr pdu_row after_10_in_9[] = {{24, scg_failure},
+                                     {25, rrc(nr_radio_bearer_config)},
+                                     {28, rrc(nr_ue_mrdc_cap)},
+                                     {29, rrc(nr_ue_nr_cap)}};
+constexpr pdu_row after_10_in_14[] = {{28, rrc(nr_radio_bearer_config)},
+                                      {31, rrc(nr_ue_mrdc_cap)},
+                                      {32, rrc(nr_ue_nr_cap)},
+                                      {33, rrc(nr_ue_nr_cap)}};
+constexpr pdu_row after_10_in_17[] = {{29, rrc(nr_radio_bearer_config)}};
 constexpr pdu_row with_mcch[] = {
     {1, rrc(nr_bcch_bch)}, {2, rrc(nr_bcch_dl_sch)},
     {3, rrc(nr_dl_ccch)},  {4, rrc(nr_dl_dcch)},
@@ -88,16 +59,16 @@ constexpr pdu_row reconf_11_after_dcch[] = {
 
 constexpr ota_version versions[] = {
     {7, with_time, pdus_7},
-    {8, with_time, pdus_8},
-    {9, with_time, pdus_9},
-    {12, with_short_time, pdus_9},
-    {14, with_short_time, pdus_14},
-    {17, with_cell_identity, pdus_17},
-    {19, with_one_more, pdus_17},
+    {8, with_time, pdus_to_10, after_10_in_8},
+    {9, with_time, pdus_to_10, after_10_in_9},
+    {12, with_short_time, pdus_to_10, after_10_in_9},
+    {14, with_short_time, pdus_to_10, after_10_in_14},
+    {17, with_cell_identity, pdus_to_10, after_10_in_17},
+    {19, with_one_more, pdus_to_10, after_10_in_17},
     {20, with_one_more, with_mcch, reconf_10},
     {23, with_parts, with_mcch, reconf_10},
     {24, with_parts, with_mcch, reconf_10},
-    {25, with_one_more, pdus_17},
+    {25, with_one_more, pdus_to_10, after_10_in_17},
     {26, with_parts, with_mcch, reconf_11},
     {28, with_parts, with_mcch, reconf_11_after_dcch},
 };
