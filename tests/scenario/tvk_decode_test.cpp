@@ -9,7 +9,6 @@
 
 #include "support/decode_run.h"
 #include "support/eventually.h"
-#include "support/packing.h"
 #include "support/test.h"
 
 namespace {
@@ -22,7 +21,7 @@ TEST_F(tvk_decode, a_capture_gives_the_same_records_in_every_form) {
   const bytes guid = hex("00*16");
   const bytes header = hex("4D000000 02 01 01000000") + guid + hex("01000000 05 41*30") + guid;
   const bytes stuffed = hex("AA*40 7E 7E") + capture;  // begins within a frame
-  for (const auto& path : {made("a.bin", capture), made("a.qmdl.gz", gzip(capture)),
+  for (const auto& path : {made("a.bin", capture), made("a.qmdl.gz", packed("gzip", capture)),
                            made("a.qmdl2", header + capture), made("a.mi2log", stuffed)}) {
     const auto got = decode({"-f", "jsonl", path});
     EXPECT_EQ(got.output, capture_lines) << path;

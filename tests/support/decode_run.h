@@ -40,6 +40,22 @@ inline std::string voice_line(std::size_t radio = 1) {
          "\n";
 }
 
+inline const bytes radio_two = hex("98010000 02000000");
+/// A record that is told by its radio.
+inline bytes voice_frame(std::uint32_t radio) {
+  return diag_frame(hex("98010000") + u32(radio) + voice);
+}
+inline bytes voice_frames(std::uint32_t first, std::uint32_t last) {
+  bytes all;
+  for (auto radio = first; radio <= last; ++radio) all = std::move(all) + voice_frame(radio);
+  return all;
+}
+inline std::string voice_lines(std::size_t first, std::size_t last) {
+  std::string all;
+  for (auto radio = first; radio <= last; ++radio) all += voice_line(radio);
+  return all;
+}
+
 inline const bytes cell_info =
     hex("1000 2900 2900 C2B0 BE0C0A9E34DDD400 "
         "032101D0030000204A000019190C506300FBA402000000360103040101");
@@ -67,9 +83,8 @@ inline const std::string events_lines =
     R"({"time":"2016-03-23T21:55:50.080071Z","radio":1,"source":"event 1430","data_id":121,"name":"ims_sip_session_established","sip_call_id":10})"
     "\n";
 
-inline const bytes radio_two = hex("98010000 02000000");
-inline const bytes capture = diag_frame(cell_info) + diag_frame(hex("92 00*30")) +
-                             diag_frame(radio_two + voice) + diag_frame(events);
+inline const bytes capture =
+    diag_frame(cell_info) + diag_frame(hex("92 00*30")) + voice_frame(2) + diag_frame(events);
 inline const std::string capture_lines = cell_info_line + voice_line(2) + events_lines;
 
 // An uplink message at EARFCN 5780, and an NR message, which GSMTAP cannot carry.
@@ -91,6 +106,13 @@ class with_captures : public testing::Test {
         .write(reinterpret_cast<const char*>(content.data()),
                static_cast<std::streamsize>(content.size()));
     return file(name);
+  }
+  /// What the shell's command makes of this on its standard input.
+  bytes packed(const std::string& command, const bytes& content) const {
+    const auto got =
+        run("/bin/sh", {"-c", "exec < \"$0\"; " + command, made("not_packed", content)});
+    EXPECT_EQ(got.exit_status, 0) << command << got.errors;
+    return ascii(got.output);
   }
   [[nodiscard]] std::string file(const std::string& name) const { return dir_.file(name); }
 
