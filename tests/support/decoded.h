@@ -59,16 +59,6 @@ class decoded final : modem_stats::line_sink, modem_stats::record_sink {
     records.push_back(std::to_string(schema.id) + ":" + digits_of(data.bytes));
     beside.push_back(digits_of(data.beside));
   }
-
-  static std::string digits_of(std::span<const std::uint8_t> data) {
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::string text;
-    for (const auto byte : data) {
-      text += digits[byte >> 4];
-      text += digits[byte & 0x0F];
-    }
-    return text;
-  }
 };
 
 }  // namespace support
