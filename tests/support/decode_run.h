@@ -60,28 +60,20 @@ inline const bytes cell_info =
     hex("1000 2900 2900 C2B0 BE0C0A9E34DDD400 "
         "032101D0030000204A000019190C506300FBA402000000360103040101");
 inline const std::string cell_info_line =
-    R"({"time":"2016-03-23T21:55:49.772582Z","radio":1,"source":"0xB0C2",)"
-    R"("data_id":129,"name":"lte_rrc_serving_cell_info","packet_version":"3","mcc":310,)"
-    R"("num_mnc_digits":3,"mnc":260,"tac":42235,"cell_identity":6508556,"pci":289,"band":2,)"
-    R"("dl_earfcn":976,"num_dl_rb":25,"dl_bandwidth_MHz":5.0,"ul_earfcn":18976,"num_ul_rb":25,)"
-    R"("ul_bandwidth_MHz":5.0,"allow_access":1})"
-    "\n";
+    R"({"time":"2016-03-23T21:55:49.772582Z","radio":1,"source":"0xB0C2","data_id":129,"name":"lte_rrc_serving_cell_info","packet_version":"3","mcc":310,"num_mnc_digits":3,"mnc":260,"tac":42235,"cell_identity":6508556,"pci":289,"band":2,"dl_earfcn":976,"num_dl_rb":25,"dl_bandwidth_MHz":5.0,"ul_earfcn":18976,"num_ul_rb":25,"ul_bandwidth_MHz":5.0,"allow_access":1}
+)";
 // Every form of payload and of time: 1606 with one byte, 1428 with a counted one, 631 with two,
 // 1429 with none, and 1430 whose two bytes of time have wrapped.
 inline const bytes events =
     hex("60 2700  4626 BE0C0A9E34DDD400 04  94E5 0C0A 04 01020304  77C2 0D0A 0102  9585 0C0A"
         "96E5 0B00 04 0A000000");
 inline const std::string events_lines =
-    R"({"time":"2016-03-23T21:55:49.772582Z","radio":1,"source":"event 1606","data_id":5,"name":"lte_rrc_state","lte_rrc_state_code":4,"lte_rrc_state":"connected"})"
-    "\n"
-    R"({"time":"2016-03-23T21:55:49.772582Z","radio":1,"source":"event 1606","data_id":127,"name":"lte_rrc_state_change","rrc_active_time":null,"num_rrc_setups":1,"rrc_setup":1})"
-    "\n"
-    R"({"time":"2016-03-23T21:55:49.772578Z","radio":1,"source":"event 1428","data_id":119,"name":"ims_sip_session_start","sip_call_id":67305985})"
-    "\n"
-    R"({"time":"2016-03-23T21:55:49.772584Z","radio":1,"source":"event 631","data_id":118,"name":"cm_call_end","num_calls":1,"cm_call_id":2})"
-    "\n"
-    R"({"time":"2016-03-23T21:55:50.080071Z","radio":1,"source":"event 1430","data_id":121,"name":"ims_sip_session_established","sip_call_id":10})"
-    "\n";
+    R"({"time":"2016-03-23T21:55:49.772582Z","radio":1,"source":"event 1606","data_id":5,"name":"lte_rrc_state","lte_rrc_state_code":4,"lte_rrc_state":"connected"}
+{"time":"2016-03-23T21:55:49.772582Z","radio":1,"source":"event 1606","data_id":127,"name":"lte_rrc_state_change","rrc_active_time":null,"num_rrc_setups":1,"rrc_setup":1}
+{"time":"2016-03-23T21:55:49.772578Z","radio":1,"source":"event 1428","data_id":119,"name":"ims_sip_session_start","sip_call_id":67305985}
+{"time":"2016-03-23T21:55:49.772584Z","radio":1,"source":"event 631","data_id":118,"name":"cm_call_end","num_calls":1,"cm_call_id":2}
+{"time":"2016-03-23T21:55:50.080071Z","radio":1,"source":"event 1430","data_id":121,"name":"ims_sip_session_established","sip_call_id":10}
+)";
 
 inline const bytes capture =
     diag_frame(cell_info) + diag_frame(hex("92 00*30")) + voice_frame(2) + diag_frame(events);
