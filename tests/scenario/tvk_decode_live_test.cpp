@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <functional>
 #include <list>
 
 #include "support/decode_run.h"
@@ -155,7 +154,7 @@ TEST_F(tvk_decode_live, gives_the_masks_back_however_it_ends) {
       {"SIGHUP", {}, {}, reader::stays, SIGHUP, 0, ""},
       {"nothing comes", {"-o", pipe}, {}, reader::leaves, 0, 1, "Broken pipe\n"},
       {"--save", {"--save", pipe}, one, reader::leaves, 0, 1, "pipe: Broken pipe\n"},
-      {"SIGINT in vain", {"-o", pipe}, many, reader::stalls, SIGINT, 1, "; the rest is lost\n"},
+      {"stalled", {"-o", pipe}, many, reader::stalls, SIGINT, 1, "stalled; the rest is lost\n"},
       {"full", {"-o", "/dev/full"}, one, reader::stays, 0, 1, "No space left on device\n"},
   };
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);

@@ -1,8 +1,9 @@
-// Runs tvk-decode on files that a test makes.
+// Captures that the tests of the decoder share, what is in them, and runs of tvk-decode on files.
 #pragma once
 
 #include <fstream>
 #include <iterator>
+#include <utility>
 
 #include "support/diag_frame.h"
 #include "support/process.h"
@@ -23,9 +24,8 @@ inline std::string records_in(const std::string& lines) {
   return records.append(lines, done);
 }
 
-inline process_result decode(const std::vector<std::string>& arguments,
-                             const environment& additions = {}) {
-  auto got = run(TVK_DECODE_PROGRAM, arguments, additions, std::chrono::seconds(120));
+inline process_result decode(const std::vector<std::string>& arguments) {
+  auto got = run(TVK_DECODE_PROGRAM, arguments, {}, std::chrono::seconds(120));
   got.output = records_in(got.output);
   return got;
 }
@@ -60,8 +60,12 @@ inline const bytes cell_info =
     hex("1000 2900 2900 C2B0 BE0C0A9E34DDD400 "
         "032101D0030000204A000019190C506300FBA402000000360103040101");
 inline const std::string cell_info_line =
-    R"({"time":"2016-03-23T21:55:49.772582Z","radio":1,"source":"0xB0C2","data_id":129,"name":"lte_rrc_serving_cell_info","packet_version":"3","mcc":310,"num_mnc_digits":3,"mnc":260,"tac":42235,"cell_identity":6508556,"pci":289,"band":2,"dl_earfcn":976,"num_dl_rb":25,"dl_bandwidth_MHz":5.0,"ul_earfcn":18976,"num_ul_rb":25,"ul_bandwidth_MHz":5.0,"allow_access":1}
-)";
+    R"({"time":"2016-03-23T21:55:49.772582Z","radio":1,"source":"0xB0C2",)"
+    R"("data_id":129,"name":"lte_rrc_serving_cell_info","packet_version":"3","mcc":310,)"
+    R"("num_mnc_digits":3,"mnc":260,"tac":42235,"cell_identity":6508556,"pci":289,"band":2,)"
+    R"("dl_earfcn":976,"num_dl_rb":25,"dl_bandwidth_MHz":5.0,"ul_earfcn":18976,"num_ul_rb":25,)"
+    R"("ul_bandwidth_MHz":5.0,"allow_access":1})"
+    "\n";
 // Every form of payload and of time: 1606 with one byte, 1428 with a counted one, 631 with two,
 // 1429 with none, and 1430 whose two bytes of time have wrapped.
 inline const bytes events =
