@@ -5,7 +5,7 @@
 # Packages, each with what it is known by where it has another name: a header, a file, or else a command, by
 # default of the package's name.
 packages_to_build=(
-  ca-certificates=/etc/ssl/certs curl g++ cmake ninja-build=ninja ccache python3
+  ca-certificates=/etc/ssl/certs curl g++ cmake ninja-build=ninja ccache python3 bzip2 xz-utils=xz zstd
   libasio-dev=asio.hpp libbenchmark-dev=benchmark/benchmark.h libbz2-dev=bzlib.h libcli11-dev=CLI/CLI.hpp
   libboost-dev=boost/beast/http.hpp libfmt-dev=fmt/core.h libgtest-dev=gtest/gtest.h
   libjs-dygraphs=/usr/share/javascript/dygraphs/dygraph.min.js liblzma-dev=lzma.h libsqlite3-dev=sqlite3.h

@@ -1,6 +1,11 @@
-"""A headless Chromium whose pages may neither complain nor ask for anything but themselves."""
-import json
+"""A headless Chromium, installed where there is none, whose pages may neither complain nor ask for anything but
+themselves."""
+import json, subprocess
+from pathlib import Path
 
+ROOT = Path(__file__).resolve().parents[2]
+INSTALL = '. tools/packages.sh; install_packages "${packages_to_browse[@]}"'
+subprocess.run(["bash", "-ec", INSTALL], cwd=ROOT, check=True)
 from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
 

@@ -29,12 +29,6 @@ std::string unpacked(const fs::path& file) {
   return text;
 }
 
-/// Made by hand from the packet of 2.7 before it: its number of cells stands where 2.9 has the
-/// carrier's id, and only this decoder takes it from there.
-bool is_misplaced(char decoder, const nlohmann::json& packet) {
-  return decoder == 'b' && packet["file"] == "hexpackets_dev.qmdl" && packet["index"] == 14;
-}
-
 /// Calls `check` with every packet, and the decoder that it was given to.
 template <typename Check>
 void for_each_packet(const fs::path& folder, Check check) {
@@ -50,8 +44,12 @@ void for_each_packet(const fs::path& folder, Check check) {
   }
 }
 
+/// The number in "0xB193", "1606" or "event 1606".
+std::uint32_t number_in(const std::string& text) {
+  return static_cast<std::uint32_t>(std::stoul(text.substr(text.find(' ') + 1), nullptr, 0));
+}
 std::uint16_t code_of(const nlohmann::json& packet) {
-  return static_cast<std::uint16_t>(std::stoul(packet["code"].get<std::string>(), nullptr, 16));
+  return static_cast<std::uint16_t>(number_in(packet["code"]));
 }
 
 struct count {
@@ -89,7 +87,11 @@ TEST_P(captures_in, decoders_agree_with_independent_ones_field_by_field) {
     const auto code = code_of(packet);
     const auto ours = decoded::log(code, packet["payload_hex"].get<std::string>());
     const auto& theirs = packet["decoded"];
-    if (theirs.is_null() || is_misplaced(decoder, packet)) return;
+    // Made by hand from the packet of 2.7 before it: its number of cells stands where 2.9 has the
+    // carrier's id, and only this decoder takes it from there.
+    const bool is_misplaced =
+        decoder == 'b' && packet["file"] == "hexpackets_dev.qmdl" && packet["index"] == 14;
+    if (theirs.is_null() || is_misplaced) return;
     auto& sum = counts[code];
     if (ours.lines.find("VERSION_NOT_SUPPORT") != std::string::npos) {
       ++sum.rejected;
@@ -99,17 +101,17 @@ TEST_P(captures_in, decoders_agree_with_independent_ones_field_by_field) {
     if (expected.empty()) return;
     ++sum.packets;
     const auto values = captures::values_in(ours.lines);
-    for (const auto& one : expected) {
+    for (const auto& [name, value] : expected) {
       ++sum.fields;
-      const auto found = values.find(one.name);
-      ASSERT_NE(found, values.end()) << one.name << " in " << packet << '\n' << ours.lines;
-      EXPECT_LE(std::fabs(found->second - one.value), one.tolerance)
-          << one.name << " is " << one.value << " in " << packet << '\n'
+      const auto found = values.find(name);
+      ASSERT_NE(found, values.end()) << name << " in " << packet << '\n' << ours.lines;
+      // Two decimals are formed digit by digit: a value may come out one hundredth off, and an SNR,
+      // whose tenths have no exact float, one tenth.
+      EXPECT_NEAR(found->second, value, name.starts_with("snr") ? 0.1001 : 0.0101)
+          << name << " in " << packet << '\n'
           << ours.lines;
     }
   });
-  // Sub-packet version 49 of 0xB062 is in one packet, which none of the others decodes.
-  EXPECT_EQ(counts[0xB062].packets, 0U);
   for (const int code : {0xB064, 0xB0C2, 0xB14E, 0xB16E, 0xB16F, 0xB173, 0xB193, 0xB823, 0xB97F}) {
     EXPECT_GT(counts[static_cast<std::uint16_t>(code)].fields, 0U) << std::hex << code;
   }
@@ -129,11 +131,6 @@ TEST_P(captures_in, levels_are_not_their_markers) {
                   state, modem_stats::version_set::all);
   });
   EXPECT_GT(check.levels, 0U);
-}
-
-/// The number in "0xB193", "1606" or "event 1606".
-std::uint32_t number_in(const std::string& text) {
-  return static_cast<std::uint32_t>(std::stoul(text.substr(text.find(' ') + 1), nullptr, 0));
 }
 
 TEST_P(captures_in, program_counts_their_packets_and_makes_lines_of_json) {

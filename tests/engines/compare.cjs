@@ -14,40 +14,43 @@ const expect = (what, got, wanted) => {
   failures += 1;
   console.error(`FAILED: ${what}: ${got}, expected ${wanted}`);
 };
+const piped = {maxBuffer: 1 << 28, stdio: ['pipe', 'pipe', 'inherit']};
 const rounded = (value) => Number(value).toFixed(4);
 
 /// The statements that a page shows for an engine.
 const shown = (engine, page = manual) =>
   [...page.matchAll(new RegExp('```' + engine + '\n([^`]*)```', 'g'))].map((m) => m[1]);
 
+const columns_of = ({properties}) =>
+  Object.entries(properties).filter(([name]) => name !== 'name' && name !== 'raw');
+const type_of = ([name, {type}]) => name === 'time' ? name : [type].flat()[0];
+
 /// Each fact is a question in SQL, made by `ask`, and the answer that the lines give.
 function facts(ask) {
   const all = [];
-  for (const {title, properties} of schemas) {
+  for (const schema of schemas) {
+    const {title} = schema;
     const of = lines.filter((line) => line.name === title);
     all.push([`rows of ${title}`, `SELECT count(*) FROM "${title}"`, of.length]);
-    for (const [name, property] of Object.entries(properties)) {
-      if (['name', 'raw'].includes(name)) continue;
+    for (const column of columns_of(schema)) {
+      const [name, {items}] = column;
+      const type = type_of(column);
+      const what = `${title}.${name}`;
       const values = of.map((line) => line[name]).filter((value) => value !== null);
-      const column = `${title}.${name}`;
-      all.push([`values of ${column}`, `SELECT count("${name}") FROM "${title}"`, values.length]);
-      const type = [property.type].flat()[0];
-      if (name === 'time') {
-        const sum = values.reduce((to, value) => to + Date.parse(value), 0) / 1000;
-        all.push([`sum of ${column}`, ask.times(title), Math.round(sum)]);
-      } else if (type === 'integer' || type === 'number') {
-        const sum = values.reduce((to, value) => to + value, 0);
-        all.push([`sum of ${column}`, `SELECT coalesce(sum("${name}"), 0) FROM "${title}"`, sum]);
+      const sum_of = (number) => values.reduce((to, value) => to + number(value), 0);
+      const total = (sql) => `SELECT coalesce(sum(${sql}), 0) FROM "${title}"`;
+      all.push([`values of ${what}`, `SELECT count("${name}") FROM "${title}"`, values.length]);
+      if (type === 'time') {
+        all.push([`sum of ${what}`, ask.times(title), Math.round(sum_of(Date.parse) / 1000)]);
       } else if (type === 'string') {
-        const size = values.reduce((to, value) => to + [...value].length, 0);
-        all.push([`letters of ${column}`,
-          `SELECT coalesce(sum(length("${name}")), 0) FROM "${title}"`, size]);
+        all.push([`letters of ${what}`, total(`length("${name}")`), sum_of((text) => [...text].length)]);
       } else if (type === 'array') {
-        const entries = values.flat();
-        for (const key of Object.keys(property.items.properties)) {
-          const count = entries.filter((entry) => entry[key] !== null).length;
-          all.push([`entries ${column}.${key}`, ask.entries(title, name, key), count]);
+        for (const key of Object.keys(items.properties)) {
+          const count = values.flat().filter((entry) => entry[key] !== null).length;
+          all.push([`entries ${what}.${key}`, ask.entries(title, name, key), count]);
         }
+      } else {
+        all.push([`sum of ${what}`, total(`"${name}"`), sum_of(Number)]);
       }
     }
   }
@@ -55,23 +58,6 @@ function facts(ask) {
     all.push([`summary of ${name}`, `SELECT count(*) FROM "${name}"`, records]);
   }
   return all;
-}
-
-async function check(engine, ask) {
-  const all = facts(ask);
-  const sums = all.map(([, sql]) => `(${sql})`);
-  const answers = await ask.run(sums);
-  all.forEach(([what, , wanted], i) =>
-    expect(`${engine}: ${what}`, rounded(answers[i]), rounded(wanted)));
-  for (const [what, types] of Object.entries(await ask.types())) {
-    const schema = schemas.find(({title}) => title === what);
-    for (const [name, property] of Object.entries(schema.properties)) {
-      if (['name', 'raw'].includes(name)) continue;
-      const type = name === 'time' ? 'time' : [property.type].flat()[0];
-      expect(`${engine}: type of ${what}.${name}`, ask.type_names[types[name]], type);
-    }
-  }
-  console.log(`${engine}: ${all.length} facts of ${schemas.length} tables`);
 }
 
 /// For each level with the newest identity of its cell: their number, that with a cell, the sum of these.
@@ -85,10 +71,30 @@ function joined() {
     with_cell.reduce((sum, {cell_identity}) => sum + cell_identity, 0)];
 }
 
-function check_join(engine, rows) {
+const information = `SELECT table_name, column_name, data_type FROM information_schema.columns
+  WHERE table_schema IN ('main', 'public')`;
+
+/// `ask.rows` gives the rows of a query as objects, `ask.answers` the values of several expressions.
+async function check(engine, ask) {
+  const all = facts(ask);
+  const answers = await ask.answers(all.map(([, sql]) => `(${sql})`));
+  all.forEach(([what, , wanted], i) =>
+    expect(`${engine}: ${what}`, rounded(answers[i]), rounded(wanted)));
+  const types = {};
+  for (const {table_name, column_name, data_type} of await ask.rows(ask.columns ?? information)) {
+    types[`${table_name}.${column_name}`] = data_type.replace(/.*(?=\[\]$)/, '');
+  }
+  for (const schema of schemas) {
+    for (const column of columns_of(schema)) {
+      const what = `${schema.title}.${column[0]}`;
+      expect(`${engine}: type of ${what}`, types[what], ask.types[type_of(column)]);
+    }
+  }
+  const rows = await ask.rows(shown(engine.toLowerCase())[0].replace(';', ''));
   const with_cell = rows.filter((row) => row.cell_identity !== null && row.cell_identity !== '');
   expect(`${engine}: as-of join`, [rows.length, with_cell.length,
     with_cell.reduce((sum, row) => sum + Number(row.cell_identity), 0)], joined());
+  console.log(`${engine}: ${all.length} facts of ${schemas.length} tables`);
 }
 
 async function duckdb() {
@@ -97,40 +103,26 @@ async function duckdb() {
   await db.run("SET TimeZone = 'Asia/Kolkata'");
   await db.run(fs.readFileSync('schema.duckdb', 'utf8'));
   await check('DuckDB', {
-    run: async (sums) => {
+    rows,
+    answers: async (sums) => {
       const answers = [];
-      for (const sum of sums) {
-        answers.push((await db.runAndReadAll(`SELECT ${sum}`)).getRowsJson()[0][0]);
-      }
+      for (const sum of sums) answers.push((await rows(`SELECT ${sum} AS answer`))[0].answer);
       return answers;
     },
     times: (table) => `SELECT coalesce(round(sum(epoch_us("time") // 1000) / 1e3), 0) FROM "${table}"`,
     entries: (table, part, key) =>
       `SELECT count(entry."${key}") FROM (SELECT unnest("${part}") AS entry FROM "${table}")`,
-    type_names: {'TIMESTAMP WITH TIME ZONE': 'time', BIGINT: 'integer', DOUBLE: 'number',
-      VARCHAR: 'string', array: 'array'},
-    types: async () => {
-      const all = {};
-      for (const row of await rows(`SELECT table_name, column_name, data_type
-          FROM information_schema.columns WHERE table_schema = 'main'`)) {
-        (all[row.table_name] ??= {})[row.column_name] =
-          row.data_type.endsWith('[]') ? 'array' : row.data_type;
-      }
-      return all;
-    },
+    types: {time: 'TIMESTAMP WITH TIME ZONE', integer: 'BIGINT', number: 'DOUBLE', string: 'VARCHAR',
+      array: '[]'},
   });
-  const [join, parquet, csv] = shown('duckdb');
-  check_join('DuckDB', await rows(join));
+  const [, parquet, csv] = shown('duckdb');
+  const differing = async (what, one, other) => expect(`DuckDB: rows that ${what}`, (await rows(
+    `(FROM ${one} EXCEPT ALL FROM ${other}) UNION ALL (FROM ${other} EXCEPT ALL FROM ${one})`)).length, 0);
   await db.run(parquet);
-  const [{count}] = await rows(`SELECT count(*) AS count FROM (
-    (FROM lte_srv_meas_pcc EXCEPT ALL FROM 'lte_srv_meas_pcc.parquet') UNION ALL
-    (FROM 'lte_srv_meas_pcc.parquet' EXCEPT ALL FROM lte_srv_meas_pcc))`);
-  expect('DuckDB: rows that Parquet changes', count, 0);
+  await differing('Parquet changes', 'lte_srv_meas_pcc', "'lte_srv_meas_pcc.parquet'");
   await db.run('CREATE TABLE loaded AS FROM lte_tx_power; DELETE FROM lte_tx_power');
   await db.run(csv);
-  const [{differing}] = await rows(`SELECT count(*) AS differing FROM (
-    (FROM lte_tx_power EXCEPT ALL FROM loaded) UNION ALL (FROM loaded EXCEPT ALL FROM lte_tx_power))`);
-  expect('DuckDB: rows that differ between CSV and JSON', differing, 0);
+  await differing('differ between CSV and JSON', 'lte_tx_power', 'loaded');
   const days = fs.readdirSync('out/tables/record=lte_srv_meas_pcc');
   const [levels, load] = shown('duckdb', fleet);
   expect('DuckDB: files of a year', JSON.stringify(await rows('EXPLAIN ' + levels)).match(/Scanning Files: [0-9/]*/),
@@ -141,59 +133,36 @@ async function duckdb() {
 }
 
 async function postgresql() {
-  const psql = (sql, ...options) =>
-    execFileSync('psql', ['-XqAt', '-v', 'ON_ERROR_STOP=1', ...options],
-      {input: sql, maxBuffer: 1 << 28, stdio: ['pipe', 'pipe', 'inherit']})
-      .toString().trim();
+  const psql = (sql) => execFileSync('psql', ['-XqAt', '-v', 'ON_ERROR_STOP=1'], {...piped, input: sql})
+    .toString().trim();
   psql(fs.readFileSync('schema.postgresql', 'utf8'));
   await check('PostgreSQL', {
-    run: async (sums) => psql(sums.map((sum) => `SELECT ${sum};`).join('\n')).split('\n'),
+    rows: async (sql) => JSON.parse(psql(`SELECT json_agg(one) FROM (${sql}) one`)),
+    answers: async (sums) => psql(sums.map((sum) => `SELECT ${sum};`).join('\n')).split('\n'),
     times: (table) =>
       `SELECT coalesce(round(sum(trunc(extract(epoch FROM "time") * 1000)) / 1000), 0) FROM "${table}"`,
     entries: (table, part, key) => `SELECT count(entry ->> '${key}')
       FROM "${table}", jsonb_array_elements("${part}") entry`,
-    type_names: {'timestamp with time zone': 'time', bigint: 'integer',
-      'double precision': 'number', text: 'string', jsonb: 'array'},
-    types: async () => {
-      const all = {};
-      for (const row of psql(`SELECT table_name, column_name, data_type
-          FROM information_schema.columns WHERE table_schema = 'public'`).split('\n')) {
-        const [table, column, type] = row.split('|');
-        (all[table] ??= {})[column] = type;
-      }
-      return all;
-    },
+    types: {time: 'timestamp with time zone', integer: 'bigint', number: 'double precision',
+      string: 'text', array: 'jsonb'},
   });
-  check_join('PostgreSQL', JSON.parse(
-    psql(`SELECT json_agg(joined) FROM (${shown('postgresql')[0].replace(';', '')}) joined`)));
 }
 
 async function sqlite() {
-  const shell = (sql, ...options) => execFileSync('sqlite3', ['-bail', ...options, 'records.db'],
-    {input: sql, maxBuffer: 1 << 28, stdio: ['pipe', 'pipe', 'inherit']})
-      .toString().trim();
+  const shell = (sql, ...options) =>
+    execFileSync('sqlite3', ['-bail', ...options, 'records.db'], {...piped, input: sql}).toString().trim();
   shell(fs.readFileSync('schema.sqlite', 'utf8'));
   await check('SQLite', {
-    run: async (sums) => shell(sums.map((sum) => `SELECT ${sum};`).join('\n')).split('\n'),
+    rows: async (sql) => JSON.parse(shell(sql, '-json')),
+    answers: async (sums) => shell(sums.map((sum) => `SELECT ${sum};`).join('\n')).split('\n'),
     times: (table) => `SELECT coalesce(round(sum(unixepoch("time") * 1000
       + CAST(substr("time", 21, 3) AS INTEGER)) / 1e3), 0) FROM "${table}"`,
     entries: (table, part, key) => `SELECT count(entry.value ->> '$.${key}')
       FROM "${table}", json_each("${part}") entry`,
-    type_names: {time: 'time', INTEGER: 'integer', REAL: 'number', TEXT: 'string', array: 'array'},
-    types: async () => {
-      const all = {};
-      for (const {title, properties} of schemas) {
-        all[title] = {};
-        for (const {name, type} of JSON.parse(shell(`PRAGMA table_info("${title}")`, '-json'))) {
-          // Times and arrays are texts there.
-          const is_array = properties[name].type === 'array';
-          all[title][name] = name === 'time' ? name : is_array ? 'array' : type;
-        }
-      }
-      return all;
-    },
+    columns: `SELECT tables.name AS table_name, columns.name AS column_name, columns.type AS data_type
+      FROM sqlite_schema tables, pragma_table_info(tables.name) columns`,
+    types: {time: 'TEXT', integer: 'INTEGER', number: 'REAL', string: 'TEXT', array: 'TEXT'},
   });
-  check_join('SQLite', JSON.parse(shell(shown('sqlite')[0], '-json')));
 }
 
 (async () => {

@@ -25,15 +25,6 @@
 
 namespace {
 
-constexpr auto json_lines = [](auto& to) { return decode::json_lines_store(to, true); };
-constexpr auto text_lines = [](auto& to) { return decode::text_store(to, true); };
-constexpr auto pcap_blocks = [](auto& to) { return decode::pcap_store(to, true); };
-
-template <typename Make>
-std::string output_of(Make make, std::span<const std::uint8_t> capture, unsigned threads) {
-  return support::written(make, capture, threads).first;
-}
-
 /// All tables one after the other; they stay unfinished and so leave nothing behind.
 std::string csv_tables(std::span<const std::uint8_t> capture, unsigned threads) {
   static const std::string folder = [] {
@@ -66,30 +57,38 @@ bool take_block(std::string_view& rest) {
   return tail == head[1];
 }
 
-struct unpacked {
-  std::string content;
-  std::string damage;
-
-  bool operator==(const unpacked&) const = default;
-};
-
-unpacked unpack(std::span<const std::uint8_t> file, const decode::packing& how, std::size_t piece) {
+/// What is unpacked, and what is wrong with it.
+std::pair<std::string, std::string> unpack(std::span<const std::uint8_t> file,
+                                           const decode::packing& how, std::size_t piece) {
   constexpr std::uint64_t memory = 1 << 20;
   constexpr std::size_t enough = 1 << 16;
   decode::packed_source source(std::make_unique<support::memory_source>(file), how, memory);
-  unpacked all;
-  bool at_end = false;
-  while (!at_end && all.content.size() < enough) {
-    const auto before = all.content.size();
-    all.content.resize(before + std::min(piece, enough - before));
-    const std::span room(reinterpret_cast<std::uint8_t*>(all.content.data()), all.content.size());
+  std::string content;
+  while (content.size() < enough) {
+    const auto before = content.size();
+    content.resize(before + std::min(piece, enough - before));
+    const std::span room(reinterpret_cast<std::uint8_t*>(content.data()), content.size());
     const auto count = source.read(room.subspan(before));
-    at_end = before + count < all.content.size();
-    all.content.resize(before + count);
+    const bool at_end = before + count < content.size();
+    content.resize(before + count);
+    if (at_end) return {content, source.damage()};
   }
   // What is wrong behind the part that was read is found sooner or later.
-  if (at_end) all.damage = source.damage();
-  return all;
+  return {content, ""};
+}
+
+struct outputs {
+  std::string lines, blocks, text, tables;
+
+  bool operator==(const outputs&) const = default;
+};
+
+outputs outputs_of(std::span<const std::uint8_t> capture, unsigned threads) {
+  const auto written = [&](auto store) {
+    return support::written([&](auto& to) { return store(to, true); }, capture, threads).first;
+  };
+  return {written(decode::json_lines_store), written(decode::pcap_store),
+          written(decode::text_store), csv_tables(capture, threads)};
 }
 
 }  // namespace
@@ -106,8 +105,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   static_cast<void>(decode::to_text(counts, 1));
   static_cast<void>(decode::to_json(counts, 1));
 
-  const auto lines = output_of(json_lines, capture, 1);
-  for (std::string_view rest = lines; !rest.empty();) {
+  const auto all = outputs_of(capture, 1);
+  for (std::string_view rest = all.lines; !rest.empty();) {
     const auto end = rest.find('\n');
     if (end == std::string_view::npos || rest.front() != '{' ||
         !nlohmann::json::accept(rest.substr(0, end))) {
@@ -115,16 +114,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     rest.remove_prefix(end + 1);
   }
-  const auto blocks = output_of(pcap_blocks, capture, 1);
-  for (std::string_view rest = blocks; !rest.empty();) {
+  for (std::string_view rest = all.blocks; !rest.empty();) {
     if (!take_block(rest)) __builtin_trap();
   }
-  const auto text = output_of(text_lines, capture, 1);
-  const auto tables = csv_tables(capture, 1);
   // More than one chunk takes more than most inputs have.
-  if (size > decode::chunk_size(decode::max_threads) &&
-      (output_of(json_lines, capture, 2) != lines || output_of(text_lines, capture, 2) != text ||
-       csv_tables(capture, 2) != tables || output_of(pcap_blocks, capture, 2) != blocks)) {
+  if (size > decode::chunk_size(decode::max_threads) && outputs_of(capture, 2) != all) {
     __builtin_trap();
   }
   return 0;

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <functional>
 #include <list>
 
 #include "support/decode_run.h"
@@ -24,17 +23,15 @@ using namespace support;
 
 /// Answers as a modem with logs 0x1000 to 0x1FFF and 0xB000 to 0xBFFF and all events, of which some
 /// are on already. It keeps its masks when its client goes, as a phone does.
-class live_port {
- public:
-  explicit live_port(hand_diag::kind kind = hand_diag::kind::unix_socket) : port_(kind) {
-    port_.on_request([this](const bytes& request) { port_.write(diag_frame(answer_to(request))); });
+struct live_port {
+  explicit live_port(hand_diag::kind kind = hand_diag::kind::unix_socket) : port(kind) {
+    port.on_request([this](const bytes& request) { port.write(diag_frame(answer_to(request))); });
   }
 
   std::vector<std::string> arguments(std::vector<std::string> more) const {
-    more.insert(more.begin(), {"--live", port_.endpoint(), "-f", "jsonl"});
+    more.insert(more.begin(), {"--live", port.endpoint(), "-f", "jsonl"});
     return more;
   }
-  hand_diag& port() { return port_; }
 
   /// Waits until the requests so far hold `count` that begin with `front`.
   bool wait_for(const bytes& front, std::size_t count) const {
@@ -42,7 +39,7 @@ class live_port {
   }
 
   std::vector<bytes> beginning_with(const bytes& front) const {
-    auto all = port_.requests();
+    auto all = port.requests();
     std::erase_if(all, [&](const bytes& one) {
       return one.size() < front.size() || !std::equal(front.begin(), front.end(), one.begin());
     });
@@ -61,7 +58,6 @@ class live_port {
     return all.empty() ? events_before : bytes(all.back().begin() + 6, all.back().end());
   }
 
- private:
   bytes answer_to(const bytes& request) const {
     if (request[0] == 0x60) return hex("60 0000");
     if (request[0] == 0x81) return hex("81 00 0000 0010") + events();
@@ -73,14 +69,23 @@ class live_port {
     return done + slice(request, 8);
   }
 
-  hand_diag port_;
+  hand_diag port;
 };
 
 const bytes reports_on = hex("60 01");
 const bytes reports_off = hex("60 00");
 const bytes log_mask = hex("73000000 03000000 0B000000");
 
-using tvk_decode_live = with_captures;
+class tvk_decode_live : public with_captures {
+ protected:
+  bool wait_for_lines(const std::string& expected) const {
+    return eventually([&] { return records_in(read_file(file("lines"))) == expected; });
+  }
+  static int status_after(int signal, background_process& program) {
+    program.send_signal(signal);
+    return program.wait().exit_status;
+  }
+};
 
 TEST_F(tvk_decode_live, asks_saves_comes_back_and_takes_its_requests_back) {
   live_port modem;
@@ -96,18 +101,17 @@ TEST_F(tvk_decode_live, asks_saves_comes_back_and_takes_its_requests_back) {
   EXPECT_EQ(wanted[0][6 + 1606 / 8] & 1 << 1606 % 8, 1 << 1606 % 8);
   EXPECT_EQ(wanted[0].back(), 0x80);
 
-  modem.port().write(capture + hex("01020304057E"));
-  EXPECT_TRUE(eventually([&] { return records_in(read_file(file("lines"))) == capture_lines; }));
-  modem.port().close_connection();
+  modem.port.write(capture + hex("01020304057E"));
+  EXPECT_TRUE(wait_for_lines(capture_lines));
+  modem.port.close_connection();
   EXPECT_TRUE(live.wait_for_error_text("the port is lost; waiting for it"));
   EXPECT_TRUE(live.wait_for_error_text("the port is back"));
   ASSERT_TRUE(modem.wait_for(reports_on, 2));
-  modem.port().write(diag_frame(voice));
-  EXPECT_TRUE(eventually([&] { return records_in(read_file(file("lines"))) != capture_lines; }));
+  modem.port.write(diag_frame(voice));
+  EXPECT_TRUE(wait_for_lines(capture_lines + voice_line()));
   live.send_signal(SIGINT);
   const auto ended = live.wait();
   EXPECT_EQ(ended.exit_status, 0);
-  EXPECT_EQ(records_in(read_file(file("lines"))), capture_lines + voice_line());
   EXPECT_PRED2(contains, ended.errors, "\nbad CRC                  1\n");
 
   EXPECT_EQ(modem.beginning_with(reports_off).size(), 1U);
@@ -124,114 +128,51 @@ TEST_F(tvk_decode_live, packets_of_a_router_have_no_framing) {
   live_port router(hand_diag::kind::packet_name);
   background_process live(TVK_DECODE_PROGRAM, router.arguments({"-o", file("lines")}));
   ASSERT_TRUE(router.wait_for(reports_on, 1));
-  router.port().write(capture);
-  EXPECT_TRUE(eventually([&] { return records_in(read_file(file("lines"))) == capture_lines; }));
-  live.send_signal(SIGINT);
-  EXPECT_EQ(live.wait().exit_status, 0);
+  router.port.write(capture);
+  EXPECT_TRUE(wait_for_lines(capture_lines));
+  EXPECT_EQ(status_after(SIGINT, live), 0);
   EXPECT_EQ(router.beginning_with(reports_off).size(), 1U);
 }
 
-/// A named pipe of one page and its reader, who need not read.
-class slow_reader {
- public:
-  explicit slow_reader(const std::string& path) {
-    EXPECT_EQ(mkfifo(path.c_str(), 0600), 0);
-    file_ = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    size_ = fcntl(file_, F_SETPIPE_SZ, 4096);
-  }
-  slow_reader(const slow_reader&) = delete;
-  slow_reader& operator=(const slow_reader&) = delete;
-  ~slow_reader() { leave(); }
-
-  void leave() {
-    if (file_ >= 0) close(file_);
-    file_ = -1;
-  }
-  bool wait_until_full() const {
-    return eventually([this] {
-      int waiting = 0;
-      ioctl(file_, FIONREAD, &waiting);
-      return waiting == size_;
-    });
-  }
-
- private:
-  int file_ = -1;
-  int size_ = 0;
-};
-
-struct live_session {
-  live_port& modem;
-  background_process& program;
-  slow_reader& reader;
-};
-
 TEST_F(tvk_decode_live, gives_the_masks_back_however_it_ends) {
-  const auto send = [](int signal) {
-    return [signal](live_session on) { on.program.send_signal(signal); };
-  };
-  const auto many = [] {
-    bytes all;
-    for (int i = 0; i < 100; ++i) all = all + diag_frame(cell_info);
-    return all;
-  }();
+  const bytes one = diag_frame(cell_info);
+  bytes many;
+  for (int i = 0; i < 100; ++i) many = many + one;
   const std::string pipe = file("pipe");
+  enum class reader { stays, stalls, leaves };
   const struct {
     const char* what;
     std::vector<std::string> more;
-    std::function<void(live_session)> end;
+    bytes sent;
+    reader does;
+    int signal;  // unless 0
     int exit_status;
     const char* error;
   } rows[] = {
-      {"SIGINT", {}, send(SIGINT), 0, ""},
-      {"SIGTERM", {}, send(SIGTERM), 0, ""},
-      {"SIGHUP", {}, send(SIGHUP), 0, ""},
-      {"reader leaves, nothing comes",
-       {"-o", pipe},
-       [](live_session on) { on.reader.leave(); },
-       1,
-       "Broken pipe\n"},
-      {"reader of --save leaves",
-       {"--save", pipe},
-       [](live_session on) {
-         on.reader.leave();
-         on.modem.port().write(diag_frame(cell_info));
-       },
-       1,
-       "pipe: Broken pipe\n"},
-      {"reader stalls, SIGINT",
-       {"-o", pipe},
-       [&](live_session on) {
-         on.modem.port().write(many);
-         EXPECT_TRUE(on.reader.wait_until_full());
-         on.program.send_signal(SIGINT);
-       },
-       1,
-       "the reader has stalled; the rest is lost\n"},
-      {"full disk",
-       {"-o", "/dev/full"},
-       [](live_session on) { on.modem.port().write(diag_frame(cell_info)); },
-       1,
-       "No space left on device\n"},
-      {"port lost and back",
-       {},
-       [](live_session on) {
-         on.modem.port().close_connection();
-         ASSERT_TRUE(on.modem.wait_for(reports_on, 2));
-         on.program.send_signal(SIGINT);
-       },
-       0,
-       "the port is back\n"},
+      {"SIGINT", {}, {}, reader::stays, SIGINT, 0, ""},
+      {"SIGTERM", {}, {}, reader::stays, SIGTERM, 0, ""},
+      {"SIGHUP", {}, {}, reader::stays, SIGHUP, 0, ""},
+      {"nothing comes", {"-o", pipe}, {}, reader::leaves, 0, 1, "Broken pipe\n"},
+      {"--save", {"--save", pipe}, one, reader::leaves, 0, 1, "pipe: Broken pipe\n"},
+      {"stalled", {"-o", pipe}, many, reader::stalls, SIGINT, 1, "stalled; the rest is lost\n"},
+      {"full", {"-o", "/dev/full"}, one, reader::stays, 0, 1, "No space left on device\n"},
   };
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
   for (const auto& row : rows) {
     SCOPED_TRACE(row.what);
-    std::filesystem::remove(pipe);
-    slow_reader reader(pipe);
+    const auto at_pipe = open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    const auto size = fcntl(at_pipe, F_SETPIPE_SZ, 4096);
     live_port modem;
     background_process live(TVK_DECODE_PROGRAM, modem.arguments(row.more));
     ASSERT_TRUE(modem.wait_for(reports_on, 1));
-    row.end({modem, live, reader});
+    if (row.does == reader::leaves) close(at_pipe);
+    modem.port.write(row.sent);
+    int waiting = 0;
+    const auto is_full = [&] { return ioctl(at_pipe, FIONREAD, &waiting) == 0 && waiting == size; };
+    EXPECT_TRUE(row.does != reader::stalls || eventually(is_full));
+    if (row.signal != 0) live.send_signal(row.signal);
     const auto ended = live.wait();
+    if (row.does != reader::leaves) close(at_pipe);
     EXPECT_EQ(ended.exit_status, row.exit_status);
     EXPECT_TRUE(ended.errors.ends_with(row.error)) << ended.errors;
     EXPECT_EQ(modem.logs(hex("01000000")), live_port::logs_before);
@@ -252,11 +193,10 @@ TEST_F(tvk_decode_live, save_makes_its_file_when_there_is_a_port_and_replaces_no
   EXPECT_EQ(refused.exit_status, 1);
   EXPECT_EQ(refused.errors, "tvk-decode: " + kept + ": the file exists; --force replaces it\n");
   EXPECT_EQ(read_file(kept), content);
-  EXPECT_TRUE(modem.port().requests().empty());
+  EXPECT_TRUE(modem.port.requests().empty());
   background_process live(TVK_DECODE_PROGRAM, modem.arguments({"--save", kept, "--force"}));
   ASSERT_TRUE(modem.wait_for(reports_on, 1));
-  live.send_signal(SIGTERM);
-  EXPECT_EQ(live.wait().exit_status, 0);
+  EXPECT_EQ(status_after(SIGTERM, live), 0);
   EXPECT_TRUE(read_file(kept).starts_with("\x73"));  // the first answer
 }
 
@@ -270,21 +210,19 @@ TEST_F(tvk_decode_live, signalling_is_asked_for_and_sent_as_datagrams) {
   ASSERT_EQ(getsockname(wireshark, reinterpret_cast<sockaddr*>(&address), &size), 0);
 
   live_port modem;
-  background_process live(
-      TVK_DECODE_PROGRAM,
-      {"--live", modem.port().endpoint(), "-f", "none", "--code", "0xB0C0,0xB821", "--gsmtap",
-       "127.0.0.1:" + std::to_string(ntohs(address.sin_port))});
+  background_process live(TVK_DECODE_PROGRAM,
+                          {"--live", modem.port.endpoint(), "-f", "none", "--code", "0xB0C0,0xB821",
+                           "--gsmtap", "127.0.0.1:" + std::to_string(ntohs(address.sin_port))});
   ASSERT_TRUE(modem.wait_for(log_mask, 1));
   const auto wanted = modem.beginning_with(log_mask)[0];
   EXPECT_EQ(wanted[16 + 0x0C0 / 8], 0x01);
   EXPECT_EQ(wanted[16 + 0x821 / 8], 0x02);
-  modem.port().write(diag_frame(nr_message) + diag_frame(lte_message));
+  modem.port.write(diag_frame(nr_message) + diag_frame(lte_message));
   bytes got(100);
   const auto count = recv(wireshark, got.data(), got.size(), 0);
   got.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
   EXPECT_EQ(got, hex("02040D00 56940000 00000000 03000000 28"));
-  live.send_signal(SIGINT);
-  EXPECT_EQ(live.wait().exit_status, 0);
+  EXPECT_EQ(status_after(SIGINT, live), 0);
   EXPECT_EQ(modem.logs(hex("0B000000")), live_port::logs_before);
   close(wireshark);
 }
@@ -298,11 +236,8 @@ TEST_F(tvk_decode_live, records_come_from_a_simulated_modem_as_from_its_file) {
   background_process live(TVK_DECODE_PROGRAM,
                           {"--live", "unix:" + modem.diag_socket(), "-f", "jsonl", "--save",
                            file("s.qmdl"), "-o", file("lines")});
-  EXPECT_TRUE(
-      eventually([&] { return records_in(read_file(file("lines"))).size() >= expected.size(); }));
-  live.send_signal(SIGTERM);
-  EXPECT_EQ(live.wait().exit_status, 0);
-  EXPECT_TRUE(records_in(read_file(file("lines"))) == expected);
+  EXPECT_TRUE(wait_for_lines(expected));
+  EXPECT_EQ(status_after(SIGTERM, live), 0);
   EXPECT_TRUE(decode({"-f", "jsonl", file("s.qmdl")}).output == expected);
 }
 
@@ -340,14 +275,14 @@ TEST_F(tvk_decode_live, page_follows_the_port_for_several_browsers_whether_they_
 
   std::list<browser> all;
   EXPECT_TRUE(all.emplace_back(url).gets("event: whole\ndata: {"));
-  modem.port().write(diag_frame(cell_info));
+  modem.port.write(diag_frame(cell_info));
   EXPECT_TRUE(all.front().gets(R"("pci":289)"));
   EXPECT_TRUE(all.emplace_back(url).gets(R"("pci":289)"));
   auto next_cell = cell_info;
   next_cell[17] = 0x22;
-  modem.port().write(diag_frame(next_cell));
+  modem.port.write(diag_frame(next_cell));
   for (auto& one : all) EXPECT_TRUE(one.gets(R"(149772,"radio":1,"from":0,"to":1,)"));
-  modem.port().close_connection();
+  modem.port.close_connection();
   EXPECT_TRUE(all.front().gets(R"("port_is_open":true,"port_losses":1)"));
 
   while (all.size() < 16) EXPECT_TRUE(all.emplace_back(url).gets("event: whole"));
@@ -360,14 +295,13 @@ TEST_F(tvk_decode_live, page_follows_the_port_for_several_browsers_whether_they_
   EXPECT_TRUE(slow.gets("event: whole"));
   slow.send_signal(SIGSTOP);
   for (const char* const last : {"half", "last"}) {
-    for (int i = 0; i < 500; ++i) modem.port().write(sip_message(""));
-    modem.port().write(sip_message(last));
+    for (int i = 0; i < 500; ++i) modem.port.write(sip_message(""));
+    modem.port.write(sip_message(last));
     for (auto& one : all) EXPECT_TRUE(one.gets(last));
   }
   slow.send_signal(SIGCONT);
   EXPECT_TRUE(slow.gets("last"));
-  live.send_signal(SIGINT);
-  EXPECT_EQ(live.wait().exit_status, 0);
+  EXPECT_EQ(status_after(SIGINT, live), 0);
   EXPECT_TRUE(all.front().gets("event: end\n"));
 }
 

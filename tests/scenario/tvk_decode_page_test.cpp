@@ -16,17 +16,6 @@ using decode::page::series;
 
 constexpr std::int64_t second = 1458770149;  // 2016-03-23T21:55:49Z
 
-/// A log packet at this many ticks of 1.25 ms after 21:55:49.7725.
-bytes log(const std::string& ticks_and_code, const bytes& payload) {
-  const bytes size = u16(payload.size() + 12);
-  return hex("1000") + size + size + hex(ticks_and_code) + payload;
-}
-
-bytes sip(const std::string& text) {
-  const bytes size = u16(text.size() + 1);
-  return hex("01 01 00 00") + size + size + hex("0200 0000 FF000000") + ascii(text) + bytes{0};
-}
-
 nlohmann::json data_of(const std::string& page) {
   const std::string before = R"(<script type="application/json" id="data">)";
   const auto from = page.find(before) + before.size();
@@ -36,17 +25,18 @@ nlohmann::json data_of(const std::string& page) {
 using tvk_decode_page = with_captures;
 
 TEST_F(tvk_decode_page, shows_what_the_records_say_and_nothing_as_markup) {
-  const bytes serving_cell = hex("032101D0030000204A000019190C506300FBA402000000360103040101");
+  bytes untimed = cell_info;  // from before the modem had the time
+  std::fill_n(untimed.begin() + 8, 8, std::uint8_t{0});
+  const bytes sip =
+      ascii("INVITE sip:a SIP/2.0\r\nFrom: </script><script>x\r\n\r\nbody") + hex("00");
+  const bytes log = u16(28 + sip.size()) + hex("6E15 BE0C0B9E34DDD400 01010000") + u16(sip.size()) +
+                    u16(sip.size()) + hex("02000000 FF000000") + sip;
   // The RRC state is camped, then connected.
-  const auto path = made(
-      "<img src=x>.qmdl",
-      diag_frame(log("C2B0 BE0C0A9E34DDD400", serving_cell)) +
-          diag_frame(hex("60 0B00  4626 BE0C0A9E34DDD400 02")) +
-          diag_frame(hex("60 0B00  4626 BE0C0B9E34DDD400 04")) +
-          diag_frame(log("6E15 BE0C0B9E34DDD400",
-                         sip("INVITE sip:a SIP/2.0\r\nFrom: </script><script>x\r\n\r\nbody"))) +
-          // Before the modem had the time.
-          diag_frame(log("C2B0 0000000000000000", serving_cell)));
+  const auto path =
+      made("<img src=x>.qmdl",
+           diag_frame(cell_info) + diag_frame(hex("60 0B00  4626 BE0C0A9E34DDD400 02")) +
+               diag_frame(hex("60 0B00  4626 BE0C0B9E34DDD400 04")) +
+               diag_frame(hex("1000") + slice(log, 0, 2) + log) + diag_frame(untimed));
   const auto got = run(TVK_DECODE_PROGRAM, {"-f", "html", path});
   ASSERT_EQ(got.exit_status, 0) << got.errors;
   EXPECT_PRED2(contains, got.output, "default-src 'none'; script-src 'sha256-");

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -37,6 +38,14 @@ using bytes = std::vector<std::uint8_t>;
     i += 2;
   }
   return out;
+}
+
+/// The other way round, in lower case.
+[[nodiscard]] inline std::string digits_of(std::span<const std::uint8_t> data) {
+  constexpr std::string_view digits = "0123456789abcdef";
+  std::string text;
+  for (const auto byte : data) text += {digits[byte >> 4], digits[byte & 15]};
+  return text;
 }
 
 [[nodiscard]] inline bytes fill(std::size_t count, std::uint8_t value = 0) {

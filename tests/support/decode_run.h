@@ -1,8 +1,9 @@
-// Runs tvk-decode on files that a test makes.
+// Captures that the tests of the decoder share, what is in them, and runs of tvk-decode on files.
 #pragma once
 
 #include <fstream>
 #include <iterator>
+#include <utility>
 
 #include "support/diag_frame.h"
 #include "support/process.h"
@@ -23,9 +24,8 @@ inline std::string records_in(const std::string& lines) {
   return records.append(lines, done);
 }
 
-inline process_result decode(const std::vector<std::string>& arguments,
-                             const environment& additions = {}) {
-  auto got = run(TVK_DECODE_PROGRAM, arguments, additions, std::chrono::seconds(120));
+inline process_result decode(const std::vector<std::string>& arguments) {
+  auto got = run(TVK_DECODE_PROGRAM, arguments, {}, std::chrono::seconds(120));
   got.output = records_in(got.output);
   return got;
 }
@@ -38,6 +38,22 @@ inline std::string voice_line(std::size_t radio = 1) {
          R"(,"source":"0x1568","data_id":136,"name":"ims_rtp_sn_and_payload",)"
          R"("packet_version":"13","codec_code":1,"codec":"AMR_WB","frame_type_code":8})"
          "\n";
+}
+
+inline const bytes radio_two = hex("98010000 02000000");
+/// A record that is told by its radio.
+inline bytes voice_frame(std::uint32_t radio) {
+  return diag_frame(hex("98010000") + u32(radio) + voice);
+}
+inline bytes voice_frames(std::uint32_t first, std::uint32_t last) {
+  bytes all;
+  for (auto radio = first; radio <= last; ++radio) all = std::move(all) + voice_frame(radio);
+  return all;
+}
+inline std::string voice_lines(std::size_t first, std::size_t last) {
+  std::string all;
+  for (auto radio = first; radio <= last; ++radio) all += voice_line(radio);
+  return all;
 }
 
 inline const bytes cell_info =
@@ -56,20 +72,15 @@ inline const bytes events =
     hex("60 2700  4626 BE0C0A9E34DDD400 04  94E5 0C0A 04 01020304  77C2 0D0A 0102  9585 0C0A"
         "96E5 0B00 04 0A000000");
 inline const std::string events_lines =
-    R"({"time":"2016-03-23T21:55:49.772582Z","radio":1,"source":"event 1606","data_id":5,"name":"lte_rrc_state","lte_rrc_state_code":4,"lte_rrc_state":"connected"})"
-    "\n"
-    R"({"time":"2016-03-23T21:55:49.772582Z","radio":1,"source":"event 1606","data_id":127,"name":"lte_rrc_state_change","rrc_active_time":null,"num_rrc_setups":1,"rrc_setup":1})"
-    "\n"
-    R"({"time":"2016-03-23T21:55:49.772578Z","radio":1,"source":"event 1428","data_id":119,"name":"ims_sip_session_start","sip_call_id":67305985})"
-    "\n"
-    R"({"time":"2016-03-23T21:55:49.772584Z","radio":1,"source":"event 631","data_id":118,"name":"cm_call_end","num_calls":1,"cm_call_id":2})"
-    "\n"
-    R"({"time":"2016-03-23T21:55:50.080071Z","radio":1,"source":"event 1430","data_id":121,"name":"ims_sip_session_established","sip_call_id":10})"
-    "\n";
+    R"({"time":"2016-03-23T21:55:49.772582Z","radio":1,"source":"event 1606","data_id":5,"name":"lte_rrc_state","lte_rrc_state_code":4,"lte_rrc_state":"connected"}
+{"time":"2016-03-23T21:55:49.772582Z","radio":1,"source":"event 1606","data_id":127,"name":"lte_rrc_state_change","rrc_active_time":null,"num_rrc_setups":1,"rrc_setup":1}
+{"time":"2016-03-23T21:55:49.772578Z","radio":1,"source":"event 1428","data_id":119,"name":"ims_sip_session_start","sip_call_id":67305985}
+{"time":"2016-03-23T21:55:49.772584Z","radio":1,"source":"event 631","data_id":118,"name":"cm_call_end","num_calls":1,"cm_call_id":2}
+{"time":"2016-03-23T21:55:50.080071Z","radio":1,"source":"event 1430","data_id":121,"name":"ims_sip_session_established","sip_call_id":10}
+)";
 
-inline const bytes radio_two = hex("98010000 02000000");
-inline const bytes capture = diag_frame(cell_info) + diag_frame(hex("92 00*30")) +
-                             diag_frame(radio_two + voice) + diag_frame(events);
+inline const bytes capture =
+    diag_frame(cell_info) + diag_frame(hex("92 00*30")) + voice_frame(2) + diag_frame(events);
 inline const std::string capture_lines = cell_info_line + voice_line(2) + events_lines;
 
 // An uplink message at EARFCN 5780, and an NR message, which GSMTAP cannot carry.
@@ -91,6 +102,13 @@ class with_captures : public testing::Test {
         .write(reinterpret_cast<const char*>(content.data()),
                static_cast<std::streamsize>(content.size()));
     return file(name);
+  }
+  /// What the shell's command makes of this on its standard input.
+  bytes packed(const std::string& command, const bytes& content) const {
+    const auto got =
+        run("/bin/sh", {"-c", "exec < \"$0\"; " + command, made("not_packed", content)});
+    EXPECT_EQ(got.exit_status, 0) << command << got.errors;
+    return ascii(got.output);
   }
   [[nodiscard]] std::string file(const std::string& name) const { return dir_.file(name); }
 

@@ -35,12 +35,6 @@ class decoded final : modem_stats::line_sink, modem_stats::record_sink {
                        const modem_stats::stream_state& before = {}) {
     return decoded(modem_stats::packet_kind::event, id, hex(payload), before);
   }
-  /// Only the first `length` bytes of the payload are there.
-  static decoded cut(std::uint16_t code, std::string_view payload, std::size_t length) {
-    auto whole = hex(payload);
-    whole.resize(length);
-    return decoded(modem_stats::packet_kind::log, code, whole);
-  }
 
  private:
   decoded(modem_stats::packet_kind kind, std::uint16_t id, const bytes& payload,
@@ -58,16 +52,6 @@ class decoded final : modem_stats::line_sink, modem_stats::record_sink {
               const modem_stats::record_data& data) override {
     records.push_back(std::to_string(schema.id) + ":" + digits_of(data.bytes));
     beside.push_back(digits_of(data.beside));
-  }
-
-  static std::string digits_of(std::span<const std::uint8_t> data) {
-    constexpr std::string_view digits = "0123456789abcdef";
-    std::string text;
-    for (const auto byte : data) {
-      text += digits[byte >> 4];
-      text += digits[byte & 0x0F];
-    }
-    return text;
   }
 };
 

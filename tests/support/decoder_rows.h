@@ -37,13 +37,14 @@ inline void expect_decoded(std::span<const decoder_row> rows) {
 
 /// However short, it is refused for what it lacks, unless it lacks nothing that is read.
 inline void expect_cut_is_refused(const decoder_row& row) {
-  for (auto length = hex(row.payload).size(); length-- > 0;) {
-    const auto got = decoded::cut(row.id, row.payload, length);
+  for (auto payload = hex(row.payload); !payload.empty();) {
+    payload.pop_back();
+    const auto got = decoded::log(row.id, payload);
     if (got.lines == row.lines) {
       expect_made(got, row);
       continue;
     }
-    EXPECT_TRUE(got.records.empty()) << length << " bytes of " << row.payload;
+    EXPECT_TRUE(got.records.empty()) << payload.size() << " bytes of " << row.payload;
     const auto last_line = got.lines.rfind('\n', got.lines.size() - 2) + 1;
     EXPECT_EQ(got.lines.find("g_pk_data_left("), last_line) << got.lines;
   }

@@ -1,65 +1,22 @@
 // Captures in memory through the pipeline: damage, ends and threads.
-
 #include "decode/output/time_text.h"
 #include "decode/summary/report.h"
 #include "support/decode_in_memory.h"
-#include "support/diag_frame.h"
-#include "support/test.h"
+#include "support/decode_run.h"
 
 namespace {
 
-using decode::summary;
 using namespace support;
-
-/// Each record as its time in microseconds, data id and bytes, in the order they are flushed.
-class list_store final : public decode::record_store {
- public:
-  std::unique_ptr<decode::record_writer> make_writer(const std::string& /*file*/) override {
-    return std::make_unique<writer>(*this);
-  }
-
-  std::string list;
-
- private:
-  class writer final : public decode::record_writer {
-   public:
-    explicit writer(list_store& to) : to_(to) {}
-    void record(const decode::packet_source& source, const modem_stats::record_schema& schema,
-                const modem_stats::record_data& data) override {
-      text_ += std::to_string(source.time) + " " + std::to_string(schema.id);
-      for (const auto byte : data.bytes) text_ += " " + std::to_string(byte);
-      text_ += "\n";
-    }
-    void flush(const decode::running_counts& /*late*/) override {
-      to_.list += text_;
-      text_.clear();
-    }
-    void clear() override { text_.clear(); }
-
-   private:
-    list_store& to_;
-    std::string text_;
-  };
-};
 
 struct decoded {
   std::string records;
-  summary counts;
+  decode::summary counts;
 };
 
 decoded decode_all(const bytes& capture, unsigned threads = 1) {
-  list_store store;
-  const auto counts = support::decode_to(store, capture, threads);
-  return {store.list, counts};
-}
-
-/// A 0x1568 log whose codec type is `number`.
-bytes packet(std::uint8_t number) {
-  return hex("1000 2500 2500 6815 BE0C0A9E34DDD400 0D013412D4C3B2A100710200") + bytes{number} +
-         hex("0021002000000F0008010000");
-}
-std::string record(std::uint8_t number) {
-  return "1458770149772582 136 13 " + std::to_string(number) + " 8\n";
+  const auto [lines, counts] =
+      written([](auto& to) { return decode::json_lines_store(to, false); }, capture, threads);
+  return {records_in(lines), counts};
 }
 
 bytes rrc_state(std::uint8_t state) {
@@ -84,7 +41,7 @@ bytes junk(std::size_t size) {
 }
 
 TEST(pipeline, a_capture_cut_anywhere_gives_its_whole_frames) {
-  const bytes frame = diag_frame(packet(3));
+  const bytes frame = voice_frame(3);
   const bytes capture = many(frame, 4);
   for (std::size_t size = 2 * frame.size(); size <= capture.size(); ++size) {
     const auto got = decode_all({capture.begin(), capture.begin() + static_cast<long>(size)});
@@ -97,21 +54,22 @@ TEST(pipeline, a_capture_cut_anywhere_gives_its_whole_frames) {
 }
 
 TEST(pipeline, one_damaged_byte_loses_its_frame_only) {
-  const bytes frame = diag_frame(packet(3));
+  const bytes frame = voice_frame(3);
+  const bytes next = voice_frame(2);
   for (std::size_t at = 0; at < frame.size(); ++at) {
     bytes damaged = frame;
     damaged[at] ^= 0x01;
-    const auto got = decode_all(diag_frame(packet(1)) + damaged + many(diag_frame(packet(2)), 2));
+    const auto got = decode_all(voice_frame(1) + damaged + next + next);
     // Without its terminator it takes the next one with it.
     const bool joined = at + 1 == frame.size();
-    EXPECT_EQ(got.records, record(1) + record(2) + (joined ? "" : record(2))) << at;
+    EXPECT_EQ(got.records, voice_line(1) + voice_line(2) + (joined ? "" : voice_line(2))) << at;
     EXPECT_EQ(got.counts.bad_crc, 1U) << at;
-    EXPECT_EQ(got.counts.skipped_bytes, joined ? 2 * frame.size() : frame.size()) << at;
+    EXPECT_EQ(got.counts.skipped_bytes, frame.size() + (joined ? next.size() : 0)) << at;
   }
 }
 
 TEST(pipeline, other_bytes_and_endless_frames_are_passed_over_and_counted) {
-  const bytes frame = diag_frame(packet(3));
+  const bytes frame = voice_frame(3);
   const bytes half = many(frame, 2000);
   auto got = decode_all(half + junk(1 << 20) + hex("7E") + half);
   EXPECT_EQ(got.counts.frames, 4000U);
@@ -131,12 +89,9 @@ TEST(pipeline, other_bytes_and_endless_frames_are_passed_over_and_counted) {
 }
 
 TEST(pipeline, packets_without_frames_are_found_again) {
-  const bytes other = hex(
-      "1000 2900 2900 C2B0 BE0C0A9E34DDD400 032101D0030000204A000019190C506300FBA402000000360103040"
-      "101");
   const auto inner = [](const bytes& bare) { return slice(bare, 4); };
   for (const auto& [one, two] :
-       {std::pair(packet(3), other), std::pair(inner(packet(3)), inner(other))}) {
+       {std::pair(voice, cell_info), std::pair(inner(voice), inner(cell_info))}) {
     const bytes half = many(one + two + two, 1500);
     const auto got = decode_all(half + junk(1 << 20) + half);
     // What looks like headers among the other bytes may take packets behind them with it.
@@ -151,26 +106,18 @@ TEST(pipeline, packets_without_frames_are_found_again) {
 
 // Record 127 is made where a connection comes up: the state before may be chunks away.
 TEST(pipeline, threads_give_what_one_thread_gives) {
-  const bytes filler = many(diag_frame(packet(3)), 2000);  // more than a chunk
+  const bytes filler = many(voice_frame(3), 2000);  // more than a chunk
   bytes capture;
-  std::string expected;
-  const std::string connected = "1458770149772582 5 4\n";
-  const std::string came_up = "1458770149772582 127 0 0 0 0 1 0 0 0 1\n";
-  const std::string between = [] {
-    std::string text;
-    for (int i = 0; i < 2000; ++i) text += record(3);
-    return text;
-  }();
   for (int i = 0; i < 10; ++i) {
     capture = capture + rrc_state(2) + filler + rrc_state(4) + filler + filler + rrc_state(4);
-    expected += "1458770149772582 5 2\n" + between + connected + came_up + between + between;
-    expected += connected;
   }
-  const auto alone = decode_all(capture, 1);
-  EXPECT_TRUE(alone.records == expected);
+  const auto alone = decode_all(capture);
+  EXPECT_EQ(alone.counts.records[5], 30U);
+  EXPECT_EQ(alone.counts.records[127], 10U);
+  EXPECT_EQ(alone.counts.records[136], 60'000U);
   for (const unsigned threads : {2U, 4U, 8U}) {
     const auto got = decode_all(capture, threads);
-    EXPECT_TRUE(got.records == expected) << threads;
+    EXPECT_TRUE(got.records == alone.records) << threads;
     EXPECT_EQ(decode::to_text(got.counts, 0), decode::to_text(alone.counts, 0)) << threads;
   }
 }
@@ -179,7 +126,7 @@ TEST(pipeline, threads_give_what_one_thread_gives) {
 TEST(pipeline, summary_has_a_row_for_the_lowest_versions_of_a_packet_only) {
   bytes capture;
   for (int version = 255; version >= 0; --version) {
-    auto one = packet(3);
+    auto one = voice;
     one[16] = static_cast<std::uint8_t>(version);
     capture = capture + many(diag_frame(one), 100);
   }

@@ -16,22 +16,13 @@ void expect_extra(std::span<const decoder_row> rows) {
   }
 }
 
-TEST(extra_versions, lte_mac_rach_attempt) {
-  const auto line = [](int version, int result) {
-    return "sub_id = 0, version = 1, num_records = 1, version_sub = " + std::to_string(version) +
-           ", rach_result = " + std::to_string(result) + "\n";
-  };
+TEST(extra_versions, are_decoded_where_they_are_wanted) {
+  const std::string rach = "sub_id = 0, version = 1, num_records = 1, version_sub = ";
   const decoder_row rows[] = {
-      {0xB062, "01010000 0602 0c00 0101", line(2, 1), "132:010201"},
-      {0xB062, "01010000 0603 0c00 01000201", line(3, 1), "132:010301"},
-      {0xB062, "01010000 0604 0c00 01020107", line(4, 2), "132:010402"},
-      {0xB062, "01010000 0632 0c00 01000101", line(50, 1), "132:013201"},
-  };
-  expect_extra(rows);
-}
-
-TEST(extra_versions, wcdma_pn_search) {
-  const decoder_row rows[] = {
+      {0xB062, "01010000 0602 0c00 0101", rach + "2, rach_result = 1\n", "132:010201"},
+      {0xB062, "01010000 0603 0c00 01000201", rach + "3, rach_result = 1\n", "132:010301"},
+      {0xB062, "01010000 0604 0c00 01020107", rach + "4, rach_result = 2\n", "132:010402"},
+      {0xB062, "01010000 0632 0c00 01000101", rach + "50, rach_result = 1\n", "132:013201"},
       {0x4179, "010bff7aff00fe00fe000000",
        "version = 1, rx_agc_old_0 = -245, rx_agc_old_1 = -134, rx_agc_0 = -79.30, "
        "rx_agc_1 = -68.29\n",
@@ -40,12 +31,6 @@ TEST(extra_versions, wcdma_pn_search) {
        "version = 3, rx_agc_old_0 = -135, rx_agc_old_1 = 512, rx_agc_0 = -68.30, rx_agc_1 = "
        "-3.60\n",
        "110:039a9988c2666666c0"},
-  };
-  expect_extra(rows);
-}
-
-TEST(extra_versions, lte_tx_power) {
-  const decoder_row rows[] = {
       {0xB16D,
        "08000003 c22cfe20000000000d1b9a00000000000000000000000000 "
        "c5b43000000000000080860d1538514200aa09ed0a000000 "
@@ -76,28 +61,24 @@ std::string srv_meas(const std::string& version, const std::string& size = "a000
 
 const std::string identity_of_srv_meas =
     "version = 1, earfcn = 1300, rx_valid = 15, pci = 484, is_srv_cell = 1, srv_cell_idx = 0, "
-    "num_cells = 1\n"
-    "subpacket_id = 25\n";
+    "num_cells = 1\nsubpacket_id = 25\n";
 const std::string levels_of_srv_meas =
     "rsrp_rx0 = -102.88, rsrp_rx1 = -106.25, rsrp_rx2 = -114.81, rsrp_rx3 = -110.44\n"
     "rsrq_rx0 = -13.75, rsrq_rx1 = -13.50, rsrq_rx2 = -15.75, rsrq_rx3 = -16.31\n"
     "rssi_rx0 = -69.13, rssi_rx1 = -72.81, rssi_rx2 = -79.06, rssi_rx3 = -74.13\n"
     "avg_rsrp = -102.88, avg_rsrq = -13.50, max_rssi = -69.13\n";
-std::string record_of_srv_meas(const std::string& version) {
-  return "82:01" + version +
-         "14050000e401010f00"
-         "8fc2cdc200005cc18f428ac20000c07f"
-         "0080d4c2000058c1b89e91c20000c07f"
-         "b89ee5c200007cc1b81e9ec20000c07f"
-         "48e1dcc2e17a82c18f4294c20000c07f";
-}
+const std::string record_of_srv_meas =  // behind its version
+    "14050000e401010f008fc2cdc200005cc18f428ac20000c07f0080d4c2000058c1b89e91c20000c07f"
+    "b89ee5c200007cc1b81e9ec20000c07f48e1dcc2e17a82c18f4294c20000c07f";
 
 TEST(extra_versions, lte_srv_meas_has_what_is_known_of_its_version) {
   const std::string filtered = "filtered_rsrp = -102.88, filtered_rsrq = -13.50\n";
   const decoder_row rows[] = {
-      {0xB193, srv_meas("3c"), identity_of_srv_meas + levels_of_srv_meas, record_of_srv_meas("3c")},
+      {0xB193, srv_meas("3c"), identity_of_srv_meas + levels_of_srv_meas,
+       "82:01 3c" + record_of_srv_meas},
       // 59 must show by RSRQ, RSRP and RSSI that it has the places of 60.
-      {0xB193, srv_meas("3b"), identity_of_srv_meas + levels_of_srv_meas, record_of_srv_meas("3b")},
+      {0xB193, srv_meas("3b"), identity_of_srv_meas + levels_of_srv_meas,
+       "82:01 3b" + record_of_srv_meas},
       {0xB193, srv_meas("3b", "a000", "24118410"), identity_of_srv_meas + filtered},
       {0xB193, srv_meas("38", "b000") + "00*16", identity_of_srv_meas + filtered},
       {0xB193, srv_meas("32", "b000") + "00*16", identity_of_srv_meas + filtered},

@@ -77,11 +77,6 @@ const decoder_row packets[] = {
      "version = 1, phr_ind = 5, bsr_lcg3_avg = 0, bsr_lcg3_num = 0, bsr_lcg3_bytes = 0\n",
      "114:01 0500 00000000 0000 00000000"},
 
-    {0xB0C2, "032101d0030000204a000019190c506300fba402000000360103040101",
-     "version = 3, mcc = 310, mnc_num 3, mnc 260, tac 42235, cgi 6508556, pci 289\n"
-     "freq_band_ind = 2, dl_earfcn = 976, dl_bw 25, ul_earfcn 18976, ul_bw 25, allow_access 1\n",
-     "129:033601030401fba40c506300210102000000d003000019204a00001901"},
-
     // Antenna 0, 1, then 0 without a level, then 2 (745) and 3 (744).
     {0xB111,
      "1505500c1e051f0500000000 40080a58c53befbb 4108f877983baeb7 4008b36b67f8ffff 4608f877989baeba "
@@ -126,13 +121,6 @@ const decoder_row packets[] = {
     {0xB16F, "040000012c553f2401100300fefffd00",
      "version = 4, num_records = 1, pucch_tx_power -3, dl_path_loss 98\n", "128:0401fd62"},
 
-    {0xB173,
-     "10030000 b3361d020200 82009a05141d 82109a05141d 0000 b93603010100 83003c000903 00*8 "
-     "803702010100 840028000902 00*8",
-     "version = 16, num_records = 3, pdsch_mcs = 9, pdsch_rb = 2, pdsch_mod_type = 2, "
-     "pdsch_rnti_type = 0, num_layers = 1\n"
-     "tb_bytes = 2968, num_layers_crnti 1, tb_bytes_crnti 2968, crc_result 1\n",
-     "93:10030902020001980b000001980b00000000000001"},
     // The second record's only block is of another RNTI: paging, CRC passed.
     {0xB173,
      "30020000 c31106020200 00*6 65b00000ed021d0604010000 35000000250217060801000000000300 "

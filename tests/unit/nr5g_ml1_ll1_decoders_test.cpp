@@ -120,30 +120,14 @@ std::string lines_of_layer_2_9(const std::string& number, const std::string& car
          number + "][0][0]: rsrp_i0 = -14122, rsrp_i1 = -12016\n";
 }
 
-TEST(nr5g_ml1_ll1, measurement_database_as_captured) {
-  const decoder_row rows[] = {
-      {0xB97F,
-       "070002000114000084010000f9ffffffde9306000200dc0303000000ccc7ffffe8c7ffffffffffffffff0000ff"
-       "ffffffdc03a002010000002fcafffff7f9ffff030000000000000000000000c722c408ce9948035bcaffff46c6"
-       "ffff49cafffffcf9ffff0000000000000000db030e000100000008c8ffffc9f8ffff0300000000000000000000"
-       "00c722c408ce994803d4c7ffff83c5ffff1ec8ffffc3f8ffff0000000000000000",
-       "version = 131079, num_layers = 1\n"
-       "layer[0]: cc_id = 0, num_cells = 2, srv_pci = 988, rsrp_i2 = -14388, rsrp_i3 = -14360\n"
-       "cell[0][0]: pci_1 = 988, num_beams = 1, rsrq_i = -1545\n"
-       "beam[0][0][0]: rsrp_i0 = -13733, rsrp_i1 = -14778\n"
-       "cell[0][1]: pci_1 = 987, num_beams = 1, rsrq_i = -1847\n"
-       "beam[0][1][0]: rsrp_i0 = -14380, rsrp_i1 = -14973\n"
-       "pk[0]: rsrp0 = -107.29, rsrp1 = -115.45, rsrp2 = -112.41, rsrp3 = -112.19, rsrq = -12.07\n",
-       "135:070002000094d6c200e8e6c200d0e0c20060e0c2b81e41c1"},
-      {0xB97F,
-       "09000200 0000d309 03140000 2707000000000000" + frequency + "00" + layer_2_9 + frequency +
-           "02" + layer_2_9 + frequency + "03" + layer_2_9,
-       "version = 131081, num_layers = 3\n" + lines_of_layer_2_9("0", "0") +
-           lines_of_layer_2_9("1", "2") + lines_of_layer_2_9("2", "3") + "pk[0]: " + levels_2_9 +
-           "pk[1]: " + levels_2_9 + "pk[2]: " + levels_2_9,
-       "135:" + bytes_2_9 + " 7:" + bytes_2_9},
-  };
-  expect_decoded(rows);
+TEST(nr5g_ml1_ll1, measurement_database_of_several_carriers) {
+  expect_decoded({0xB97F,
+                  "09000200 0000d309 03140000 2707000000000000" + frequency + "00" + layer_2_9 +
+                      frequency + "02" + layer_2_9 + frequency + "03" + layer_2_9,
+                  "version = 131081, num_layers = 3\n" + lines_of_layer_2_9("0", "0") +
+                      lines_of_layer_2_9("1", "2") + lines_of_layer_2_9("2", "3") +
+                      "pk[0]: " + levels_2_9 + "pk[1]: " + levels_2_9 + "pk[2]: " + levels_2_9,
+                  "135:" + bytes_2_9 + " 7:" + bytes_2_9});
 }
 
 // Constructed: the same layer twice, so that every structure's size counts.
@@ -161,6 +145,7 @@ TEST(nr5g_ml1_ll1, measurement_database_of_every_stride) {
       {"04000200", " 02000000", early + "00*4", beam + "17caffff0afaffff" + l3_words, false},
       {"05000200", "02000000", early + "00*8", beam + "17caffff0afaffff" + l3_words, false},
       {"06000200", "02140000", early + "00*8", beam + "17caffff0afaffff 00*8", false},
+      {"07000200", "02140000 00*8", early + "00*8", beam + "17caffff0afaffff 00*8", false},
       {"0a000200", " 00*4 02140000 00*8", late + "ffffffff 00*8",
        beam + "0afaffff 00*36 17caffff0afaffff 00*8", true},
       {"00000300", " 00*4 02140000 00*8", late + "00*8 ffffffff 00*8",

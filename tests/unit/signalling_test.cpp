@@ -6,8 +6,7 @@
 #include "decode/signalling/reader.h"
 #include "decode/summary/report.h"
 #include "support/decode_in_memory.h"
-#include "support/diag_frame.h"
-#include "support/test.h"
+#include "support/decode_run.h"
 
 namespace {
 
@@ -24,12 +23,7 @@ std::string text_of(const decode::signalling::reading& now) {
   if (one.cell) text += "/" + std::to_string(*one.cell);
   if (one.frame) text += " " + std::to_string(*one.frame);
   if (one.subframe) text += "." + std::to_string(*one.subframe);
-  text += ":";
-  constexpr std::string_view digits = "0123456789abcdef";
-  for (const auto byte : one.bytes) {
-    text += {' ', digits[byte >> 4], digits[byte & 15]};
-  }
-  return text;
+  return text + ": " + digits_of(one.bytes);
 }
 
 std::string read(std::uint16_t code, const bytes& payload) {
@@ -54,7 +48,7 @@ struct row {
 
 // EARFCN 5780 or 66486 and PCI 405, frame 552, sub-frame 5; NR-ARFCN 431070 and PCI 710.
 const row rows[] = {
-    {0xB0C0, "02 0904 01 9501 9416 8562 04 0200 4001", "lte-rrc.pcch down 5780/405 552.5: 40 01"},
+    {0xB0C0, "02 0904 01 9501 9416 8562 04 0200 4001", "lte-rrc.pcch down 5780/405 552.5: 4001"},
     {0xB0C0, "07 0904 01 9501 9416 8562 08 00*4 0100 10", "lte-rrc.ul.dcch up 5780/405: 10"},
     {0xB0C0, "09 0904 01 9501 B6030100 8562 09 00*4 0100 68",
      "lte-rrc.bcch.dl.sch down 66486/405 552.5: 68"},
@@ -63,19 +57,18 @@ const row rows[] = {
     {0xB0C0, "14 0904 01 9501 B6030100 0000 3D 00*4 0100 68",
      "lte-rrc.ul.dcch.nb up 66486/405: 68"},
     {0xB0C0, "1A 0F10 0F10 01 9501 B6030100 8562 09 00*4 0200 2028",
-     "lte-rrc.dl.dcch down 66486/405 552.5: 20 28"},
+     "lte-rrc.dl.dcch down 66486/405 552.5: 2028"},
     {0xB0C0, "1E 0F10 0F10 01 9501 B6030100 8562 0A 00*4 0100 00 00 00 41",
      "lte-rrc.ul.ccch up 66486/405: 41"},
-    {0xB197, "01 64 2802 9416 00*18 0000 4CA9 0000 0000",
-     "lte-rrc.bcch.bch down 5780 552: a9 4c 00"},
+    {0xB197, "01 64 2802 9416 00*18 0000 4CA9 0000 0000", "lte-rrc.bcch.bch down 5780 552: a94c00"},
     {0xB197, "02 64 2802 B6030100 95010000 00*16 00004CA9 0000 0000",
-     "lte-rrc.bcch.bch down 66486/405 552: a9 4c 00"},
-    {0xB0EB, "01 090500 47 01020304 00 075E", "nas-eps up: 47 01 02 03 04 00 07 5e"},
-    {0xB0E2, "01 090500 5201C1", "nas-eps_plain down: 52 01 c1"},
+     "lte-rrc.bcch.bch down 66486/405 552: a94c00"},
+    {0xB0EB, "01 090500 47 01020304 00 075E", "nas-eps up: 470102030400075e"},
+    {0xB0E2, "01 090500 5201C1", "nas-eps_plain down: 5201c1"},
     {0xB821, "08000000 0F60 FF C602 DE930600 18002802 01 00*4 0300 040506",
-     "nr-rrc.bcch.bch down 431070/710 552.3: 04 05 06"},
+     "nr-rrc.bcch.bch down 431070/710 552.3: 040506"},
     {0xB821, "08000000 0F60 FF 0000 00000000 00000000 0A 00*4 0200 01FF",
-     "nr-rrc.ul.dcch up: 08 0f f8"},
+     "nr-rrc.ul.dcch up: 080ff8"},
     {0xB821, "0E000000 0F60 FF C602 DE930600 000000 21 00*4 0100 04",
      "nr-rrc.ue_nr_cap up 431070/710: 04"},
     {0xB821, "11000000 0F60 FF C602 00*8 DE930600 000000 09 00*4 0100 04",
@@ -84,19 +77,19 @@ const row rows[] = {
      "nr-rrc.mcch down 431070/710: 04"},
     {0xB821, "1C000000 0F60 FF FFFF 00*8 FFFFFFFF 000000 0A 00*4 0100 00*3 00 04",
      "nr-rrc.ul.dcch up: 04"},
-    {0xB814, "01000000 0F1000 7E0041", "nas-5gs: 7e 00 41"},
-    {0xB809, "01000000 0F1000 7E0041", "nas-5gs up: 7e 00 41"},
+    {0xB814, "01000000 0F1000 7E0041", "nas-5gs: 7e0041"},
+    {0xB809, "01000000 0F1000 7E0041", "nas-5gs up: 7e0041"},
     {0x412F, "01 02 0100 05", "rrc.ul.dcch up: 05"},
     {0x412F, "84 00 0100 A729 3201 05", "rrc.bcch.bch down 10663/306: 05"},
     {0x412F, "FE 00 0200 1F 05", "rrc.si.sib11bis down: 05"},
     {0x412F, "F0 00 0200 A729 3201 1F 05", "rrc.si.sib19 down 10663/306: 05"},
-    {0x713A, "01 02000000 0524", "gsm_a_dtap up: 05 24"},
-    {0x7B3A, "02 00 02000000 0524", "gsm_a_dtap down: 05 24"},
-    {0x512F, "81 1B 03 15 061B", "gsm.bcch down: 15 06 1b"},
-    {0x5B2F, "02 04 15 02 0615", "gsm_a_dtap up: 06 15"},
-    {0x5226, "83 01 02 4A00 2B2B", "gsm.pacch down: 40 4a 00"},
-    {0x5230, "01 02 0200 0802 00*250", "gsm_a_dtap down: 08 02"},
-    {0x156E, "01 01 00 03 0300 0400 0600 0000 FF000000 614000 42594500", "sip up: 42 59 45"},
+    {0x713A, "01 02000000 0524", "gsm_a_dtap up: 0524"},
+    {0x7B3A, "02 00 02000000 0524", "gsm_a_dtap down: 0524"},
+    {0x512F, "81 1B 03 15 061B", "gsm.bcch down: 15061b"},
+    {0x5B2F, "02 04 15 02 0615", "gsm_a_dtap up: 0615"},
+    {0x5226, "83 01 02 4A00 2B2B", "gsm.pacch down: 404a00"},
+    {0x5230, "01 02 0200 0802 00*250", "gsm_a_dtap down: 0802"},
+    {0x156E, "01 01 00 03 0300 0400 0600 0000 FF000000 614000 42594500", "sip up: 425945"},
 };
 
 TEST(signalling, each_layout_and_numbering_is_read) {
@@ -163,12 +156,11 @@ bytes part(std::uint8_t number, std::uint8_t content, std::uint8_t radio = 1) {
 }
 
 std::pair<std::string, decode::summary> decode_to_pcap(const bytes& capture, unsigned threads = 1) {
-  return support::written([](auto& to) { return decode::pcap_store(to, true); }, capture, threads);
+  return written([](auto& to) { return decode::pcap_store(to, true); }, capture, threads);
 }
 
 // In order, each radio by itself, and across chunks whatever the number of threads.
 TEST(signalling, parts_are_joined) {
-  using support::diag_frame;
   bytes filler;
   while (filler.size() < 100'000) filler = filler + diag_frame(part(0, 0x66));
   bytes capture;
@@ -198,18 +190,8 @@ TEST(signalling, parts_are_joined) {
 }
 
 TEST(signalling, file_is_as_wireshark_reads_it) {
-  const bytes serving_cell =
-      hex("1000 2900 2900 C2B0 BE0C0A9E34DDD400 "
-          "032101D0030000204A000019190C506300FBA402000000360103040101");
-  // An uplink and its EARFCN, which fits, and NR's master information block on radio 2.
-  const bytes lte =
-      hex("1000 2000 2000 C0B0 BE0C0A9E34DDD400 "
-          "0F 0904 01 9501 94160000 0000 09 00*4 0100 28");
-  const bytes nr =
-      hex("98010000 02000000 1000 2700 2700 21B8 BE0C0B9E34DDD400 "
-          "08000000 0F60 FF C602 DE930600 18002802 01 00*4 0300 040506");
-  const auto [got, counts] = decode_to_pcap(support::diag_frame(serving_cell) +
-                                            support::diag_frame(lte) + support::diag_frame(nr));
+  const auto [got, counts] = decode_to_pcap(diag_frame(cell_info) + diag_frame(lte_message) +
+                                            diag_frame(radio_two + nr_message));
   const std::string version = "tvk-decode " TVK_DECODE_VERSION;
   ASSERT_EQ(version.size(), 16U);
   const bytes expected =
