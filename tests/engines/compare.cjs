@@ -125,8 +125,9 @@ async function duckdb() {
   await differing('differ between CSV and JSON', 'lte_tx_power', 'loaded');
   const days = fs.readdirSync('out/tables/record=lte_srv_meas_pcc');
   const [levels, load] = shown('duckdb', fleet);
-  expect('DuckDB: files of a year', JSON.stringify(await rows('EXPLAIN ' + levels)).match(/Scanning Files: [0-9/]*/),
-    `Scanning Files: ${days.filter((day) => day.startsWith('day=2016')).length}/${days.length}`);
+  const read = days.filter((day) => day.startsWith('day=2016')).length;
+  const plan = JSON.stringify(await rows('EXPLAIN ' + levels)); // which does not say so of all files
+  expect('DuckDB: files of a year', plan.match(/Scanning Files: [0-9/]*/), read === days.length ? null : `Scanning Files: ${read}/${days.length}`);
   await db.run(`DELETE FROM lte_srv_meas_pcc; ${load}`);
   const of_year = lines.filter(({name, time}) => name === 'lte_srv_meas_pcc' && time.startsWith('2016'));
   expect('DuckDB: rows of a year', (await rows('FROM lte_srv_meas_pcc')).length, of_year.length);

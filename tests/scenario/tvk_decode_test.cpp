@@ -168,15 +168,18 @@ TEST_F(tvk_decode, what_was_lost_or_refused_is_told) {
   invalid[18] = 0x7F;  // a cell identity beyond 503
   bytes damaged = diag_frame(voice);
   damaged[9] ^= 1;
-  const auto path = made("a", diag_frame(version) + diag_frame(invalid) + damaged + capture);
+  const bytes many = hex("1000 1000 1000 64B0 BE0C0A9E34DDD400 01050000");
+  const auto path =
+      made("a", diag_frame(version) + diag_frame(invalid) + diag_frame(many) + damaged + capture);
   const auto got = decode({"-f", "none", "--summary", "--strict", path});
   EXPECT_EQ(got.exit_status, 1);
   for (const char* line :
-       {"\nframes                   6\n", "\nbad CRC                  1\n",
+       {"\nframes                   7\n", "\nbad CRC                  1\n",
         "\nbytes skipped            44\n", "\nwith radio prefix        1\n",
         "\ntime                     2016-03-23T21:55:49.772578Z to ",
         "Z to 2016-03-23T21:55:50.080071Z\n", "\nduration                 0.307 s\n",
         "\nradio 2                  1\n", "\nlog 0xB0C2 lte_rrc_serving_cell_info 3\n",
+        "\n0xB064 lte_mac_ul_transport_block version 1: 1 too many\n",
         "\n0xB0C2 lte_rrc_serving_cell_info version 3: 1 decoded, 1 value not valid\n",
         "\n0xB0C2 lte_rrc_serving_cell_info version 9: 1 version not supported\n",
         "\nevent 1429 ims_sip_session_ringing version 0: 1 too short\n",
