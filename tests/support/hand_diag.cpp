@@ -7,7 +7,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -17,14 +16,6 @@ namespace support {
 
 namespace {
 
-std::optional<bytes> take_frame(bytes& come) {
-  const auto end = std::ranges::find(come, 0x7E);
-  if (end == come.end()) return {};
-  const bytes frame(come.begin(), end + 1);
-  come.erase(come.begin(), end + 1);
-  return diag_packet(frame);
-}
-
 /// What a packet socket has given is a request.
 std::optional<bytes> take_all(bytes& come) {
   if (come.empty()) return {};
@@ -33,7 +24,10 @@ std::optional<bytes> take_all(bytes& come) {
 
 }  // namespace
 
-hand_diag::hand_diag(kind which) : hand_port(which, take_frame) {}
+std::optional<bytes> hand_port::take_request(bytes& come) {
+  const auto frame = take_diag_frame(come);
+  return frame ? std::optional(diag_packet(*frame)) : std::nullopt;
+}
 
 hand_port::hand_port(kind which, cutter cut) : cut_(cut) {
   if (which == kind::unix_socket) {
@@ -78,35 +72,20 @@ hand_port::~hand_port() {
   }
 }
 
-void hand_port::on_request(handler answer) {
-  const std::lock_guard lock(mutex_);
-  handler_ = std::move(answer);
-}
-
 void hand_port::write(bytes wire) {
   const std::lock_guard lock(mutex_);
-  if (cut_ == take_all) {
-    while (const auto packet = take_frame(wire)) {
-      send(connection_, packet->data(), packet->size(), MSG_NOSIGNAL);
-    }
-  }
-  for (std::size_t done = 0; done < wire.size();) {
-    const ssize_t count =
-        listener_ >= 0 ? send(connection_, wire.data() + done, wire.size() - done, MSG_NOSIGNAL)
-                       : ::write(connection_, wire.data(), wire.size());
-    if (count <= 0) return;  // the program may have left
-    done += static_cast<std::size_t>(count);
-  }
+  // The program may have left.
+  const auto put = [this](const bytes& some) {
+    (void)!(listener_ >= 0 ? send(connection_, some.data(), some.size(), MSG_NOSIGNAL)
+                           : ::write(connection_, some.data(), some.size()));
+  };
+  if (cut_ != take_all) return put(wire);
+  while (const auto packet = take_request(wire)) put(*packet);
 }
 
 void hand_port::close_connection() {
   const std::lock_guard lock(mutex_);
   if (listener_ >= 0 && connection_ >= 0) shutdown(connection_, SHUT_RDWR);
-}
-
-std::vector<bytes> hand_port::requests() const {
-  const std::lock_guard lock(mutex_);
-  return requests_;
 }
 
 void hand_port::run() {
@@ -134,12 +113,10 @@ void hand_port::serve(int connection) {
     if (count <= 0) return;
     come = come + slice(buffer, 0, static_cast<std::size_t>(count));
     while (const auto request = cut_(come)) {
-      handler answer;
-      {
-        const std::lock_guard lock(mutex_);
-        requests_.push_back(*request);
-        answer = handler_;
-      }
+      std::unique_lock lock(mutex_);
+      requests_.push_back(*request);
+      const auto answer = handler_;
+      lock.unlock();
       if (answer) answer(*request);
     }
   }

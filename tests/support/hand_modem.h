@@ -47,8 +47,13 @@ class hand_modem {
 
   [[nodiscard]] std::string endpoint() const { return "unix:" + dir_.file("modem.sock"); }
 
-  void on_request(handler answer);
-  void answer_with_tlvs(const bytes& tlvs);
+  void on_request(handler answer) {
+    const std::lock_guard lock(mutex_);
+    handler_ = std::move(answer);
+  }
+  void answer_with_tlvs(const bytes& tlvs) {
+    on_request([tlvs](const datagram& request) { return reply(request, tlvs); });
+  }
 
   /// NEW_SERVER to the lookups that match, and to those that come.
   void publish(const qmi_server& server);
@@ -61,26 +66,29 @@ class hand_modem {
   void close_connections();
 
   /// What came for servers so far, control packets left out.
-  [[nodiscard]] std::vector<datagram> requests() const;
-  void forget_requests();
+  [[nodiscard]] std::vector<datagram> requests() const {
+    const std::lock_guard lock(mutex_);
+    return requests_;
+  }
+  void forget_requests() {
+    const std::lock_guard lock(mutex_);
+    requests_.clear();
+  }
 
  private:
   struct connection {
     int socket = -1;
     std::vector<std::uint32_t> lookups;  ///< services
     bool talks_to_server = false;
-    bool closing = false;
   };
 
   void run();
-  void receive(std::size_t index);
+  void receive(std::vector<connection>::iterator from);
   void control(connection& from, const bytes& packet);
   void announce(std::uint32_t command, const qmi_server& server);
-  void wake() const;
 
   temp_dir dir_;
   int listener_ = -1;
-  int wake_ = -1;
   mutable std::mutex mutex_;
   std::vector<qmi_server> servers_;
   std::vector<connection> connections_;

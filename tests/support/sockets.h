@@ -66,6 +66,14 @@ class open_socket {
   [[nodiscard]] bool readable(std::chrono::milliseconds limit = std::chrono::seconds(30)) const {
     return support::readable(descriptor_, limit);
   }
+  /// What comes next, nothing when the far end has closed. Throws when nothing comes.
+  [[nodiscard]] bytes receive(std::chrono::milliseconds limit = std::chrono::seconds(30)) const {
+    if (!readable(limit)) throw std::runtime_error("nothing received");
+    bytes some(100'000);
+    const ssize_t size = ::read(descriptor_, some.data(), some.size());
+    some.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+    return some;
+  }
   /// To a stream socket or a terminal.
   void write(const bytes& some) const {
     if (::write(descriptor_, some.data(), some.size()) != static_cast<ssize_t>(some.size())) {
