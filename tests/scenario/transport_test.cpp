@@ -10,7 +10,7 @@
 
 #include "support/hand_diag.h"
 #include "support/hand_modem.h"
-#include "support/no_superuser.h"
+#include "support/limits.h"
 #include "support/printed.h"
 #include "support/simulated_modem.h"
 #include "support/sockets.h"
@@ -35,10 +35,10 @@ TEST(transport, modem_that_starts_later_is_named_once_and_waited_for) {
       modem.start();
       modem.kill();
     }
-    const auto console = start_console(modem.endpoint(), command);
-    ASSERT_TRUE(console->wait_for_error_text(modem.socket()));
+    auto console = start_console(modem.endpoint(), command);
+    ASSERT_TRUE(console.wait_for_error_text(modem.socket()));
     modem.start();
-    const auto got = console->wait();
+    const auto got = console.wait();
     EXPECT_PRED2(contains, got.output, "\nqmi_id = 0, result = 0\n");
     EXPECT_EQ(std::count(got.errors.begin(), got.errors.end(), '\n'), 1) << got.errors;
     EXPECT_EQ(got.exit_status, 0);
@@ -55,10 +55,10 @@ TEST(transport, wait_names_service_endpoint_and_limit_once) {
        "0x24" + at + " for up to 4 ms in each try\ntvk: trying again for up to 100 s\n"},
   };
   for (const auto& [arguments, wait] : rows) {
-    const auto console = start_console(modem.endpoint(), arguments);
-    EXPECT_TRUE(console->wait_for_error_text(wait)) << wait;
-    console->send_signal(SIGKILL);
-    EXPECT_EQ(console->wait().errors, "tvk: waiting for QMI service " + wait);
+    auto console = start_console(modem.endpoint(), arguments);
+    EXPECT_TRUE(console.wait_for_error_text(wait)) << wait;
+    console.send_signal(SIGKILL);
+    EXPECT_EQ(console.wait().errors, "tvk: waiting for QMI service " + wait);
   }
 }
 

@@ -12,7 +12,7 @@
 #include "protocol/diag_answer.h"
 #include "support/eventually.h"
 #include "support/hand_diag.h"
-#include "support/no_more_threads.h"
+#include "support/limits.h"
 #include "support/test.h"
 
 namespace {
