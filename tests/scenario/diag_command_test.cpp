@@ -1,7 +1,6 @@
 // `tvk 5 0` against a DIAG port written byte by byte.
 
 #include <algorithm>
-#include <deque>
 #include <sstream>
 
 #include "support/hand_diag.h"
@@ -44,21 +43,17 @@ process_result run_answered(const bytes& wire, const std::string& mode,
 
 /// Every line is the next one of some thread's, and no thread has lines left; the watcher's, which
 /// prints until the process ends, may come at any place once a tick has passed.
-void expect_threads(const std::string& output, const std::vector<std::string>& texts) {
-  std::vector<std::deque<std::string>> threads;
-  std::string line;
-  for (const auto& text : texts) {
-    std::istringstream in(text);
-    for (threads.emplace_back(); std::getline(in, line);) threads.back().push_back(line);
-  }
-  for (std::istringstream in(output); std::getline(in, line);) {
+void expect_threads(const std::string& output, std::vector<std::string> threads) {
+  std::istringstream in(output);
+  for (std::string line; std::getline(in, line);) {
     if (line.starts_with("RIL[norvel_diag_cmd_send_with_result_wait_thread_proc:")) continue;
-    const auto next = std::ranges::find_if(
-        threads, [&](const auto& each) { return !each.empty() && each.front() == line; });
-    if (next != threads.end()) next->pop_front();
+    line += '\n';
+    const auto next =
+        std::ranges::find_if(threads, [&](const auto& rest) { return rest.starts_with(line); });
     EXPECT_NE(next, threads.end()) << line;
+    if (next != threads.end()) next->erase(0, line.size());
   }
-  for (const auto& thread : threads) EXPECT_TRUE(thread.empty()) << "missing: " << thread.front();
+  for (const auto& rest : threads) EXPECT_EQ(rest, "") << "is missing";
 }
 
 const std::string start_of_both =
@@ -117,7 +112,7 @@ TEST(diag_command, callback_transcript_with_default_time) {
 
 TEST(diag_command, request_without_result_is_sent_before_the_process_ends) {
   for (const auto& mode : {callback_mode, dci_mode}) {
-    hand_diag port;
+    const hand_diag port;
     const auto got = run_diag(port.endpoint(), mode, "0", request_arguments, "1");
     EXPECT_PRED2(contains, got.output, "\ndone without rsp data\n");
     // The last that a worker does, after it has closed the connection.

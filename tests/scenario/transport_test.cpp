@@ -130,8 +130,7 @@ TEST(transport, endpoint_that_is_not_a_modem_is_refused) {
 }
 
 const std::string up_to_the_exchange =
-    "nl_qmi req data(qmi_id: 0, len: 3[max: 500]):\n"
-    "0x1F 0xFF 0x00 \n";
+    "nl_qmi req data(qmi_id: 0, len: 3[max: 500]):\n0x1F 0xFF 0x00 \n";
 const std::string success =
     exchanged(0) + "qmi_id = 0, result = 0\nnl_qmi rsp data(qmi_id: 0, len: 0[max: 500]):\n\n";
 

@@ -60,23 +60,19 @@ using bytes = std::vector<std::uint8_t>;
   return {static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8)};
 }
 
+[[nodiscard]] inline bytes operator+(bytes left, const bytes& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
+
 [[nodiscard]] inline bytes u32(std::uint32_t value) {
-  bytes out;
-  for (int shift = 0; shift < 32; shift += 8) {
-    out.push_back(static_cast<std::uint8_t>(value >> shift));
-  }
-  return out;
+  return u16(value) + u16(value >> 16);
 }
 
 [[nodiscard]] inline std::uint32_t u32_at(const bytes& from, std::size_t at) {
   std::uint32_t value = 0;
   for (std::size_t i = 4; i > 0; --i) value = value << 8 | from.at(at + i - 1);
   return value;
-}
-
-[[nodiscard]] inline bytes operator+(bytes left, const bytes& right) {
-  left.insert(left.end(), right.begin(), right.end());
-  return left;
 }
 
 }  // namespace support

@@ -30,16 +30,15 @@ std::optional<bytes> hand_port::take_request(bytes& come) {
 }
 
 hand_port::hand_port(kind which, cutter cut) : cut_(cut) {
+  const auto path = dir_.file("diag.sock");
   if (which == kind::unix_socket) {
-    const auto path = dir_.file("diag.sock");
     listener_ = listening_at(path, SOCK_STREAM);
     endpoint_ = "unix:" + path;
   } else if (which == kind::packet_path || which == kind::packet_name) {
     cut_ = take_all;
     const bool has_path = which == kind::packet_path;
-    const auto name = dir_.file("router");
-    listener_ = listening_at(has_path ? name : '\0' + name, SOCK_SEQPACKET);
-    endpoint_ = "unix-packet:" + (has_path ? name : '@' + name);
+    listener_ = listening_at(has_path ? path : '\0' + path, SOCK_SEQPACKET);
+    endpoint_ = "unix-packet:" + (has_path ? path : '@' + path);
   } else if (which == kind::tcp) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -55,9 +54,8 @@ hand_port::hand_port(kind which, cutter cut) : cut_(cut) {
   } else {
     connection_ = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
     if (grantpt(connection_) != 0 || unlockpt(connection_) != 0) throw std::runtime_error("pty");
-    const std::string path = ptsname(connection_);
-    terminal_ = open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    endpoint_ = "tty:" + path;
+    endpoint_ = std::string("tty:") + ptsname(connection_);
+    terminal_ = open(ptsname(connection_), O_RDWR | O_NOCTTY | O_CLOEXEC);
   }
   thread_ = std::thread([this] { run(); });
 }
@@ -93,12 +91,10 @@ void hand_port::run() {
   while (!stop_) {
     const int accepted = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
     if (accepted < 0) continue;
-    {
-      const std::lock_guard lock(mutex_);
-      if (connection_ >= 0) close(connection_);
-      connection_ = accepted;
-      if (stop_) return;
-    }
+    std::unique_lock lock(mutex_);
+    if (connection_ >= 0) close(connection_);
+    connection_ = accepted;
+    lock.unlock();
     serve(accepted);
   }
 }

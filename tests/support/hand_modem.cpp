@@ -11,8 +11,6 @@ namespace {
 
 constexpr std::uint32_t own_node_of_client = 1;
 constexpr std::uint32_t control_port = 0xFFFFFFFE;
-constexpr std::uint32_t new_server = 4;
-constexpr std::uint32_t del_server = 5;
 constexpr std::uint32_t new_lookup = 10;
 constexpr std::size_t control_size = 20;
 
@@ -49,24 +47,6 @@ hand_modem::~hand_modem() {
   thread_.join();
   for (const auto& each : connections_) close(each.socket);
   close(listener_);
-}
-
-void hand_modem::publish(const qmi_server& server) {
-  const std::lock_guard lock(mutex_);
-  servers_.push_back(server);
-  announce(new_server, server);
-}
-
-void hand_modem::withdraw(const qmi_server& server) {
-  const std::lock_guard lock(mutex_);
-  std::erase(servers_, server);
-  announce(del_server, server);
-}
-
-void hand_modem::flap(const qmi_server& server) {
-  const std::lock_guard lock(mutex_);
-  announce(new_server, server);
-  announce(del_server, server);
 }
 
 void hand_modem::send(const datagram& message) {

@@ -56,11 +56,23 @@ class hand_modem {
   }
 
   /// NEW_SERVER to the lookups that match, and to those that come.
-  void publish(const qmi_server& server);
+  void publish(const qmi_server& server) {
+    const std::lock_guard lock(mutex_);
+    servers_.push_back(server);
+    announce(new_server, server);
+  }
   /// DEL_SERVER to the lookups that match.
-  void withdraw(const qmi_server& server);
+  void withdraw(const qmi_server& server) {
+    const std::lock_guard lock(mutex_);
+    std::erase(servers_, server);
+    announce(del_server, server);
+  }
   /// NEW_SERVER and DEL_SERVER to the lookups that match: no lookup finds the server.
-  void flap(const qmi_server& server);
+  void flap(const qmi_server& server) {
+    const std::lock_guard lock(mutex_);
+    announce(new_server, server);
+    announce(del_server, server);
+  }
   /// To every connection that has sent data to a server.
   void send(const datagram& message);
   void close_connections();
@@ -76,6 +88,8 @@ class hand_modem {
   }
 
  private:
+  static constexpr std::uint32_t new_server = 4;
+  static constexpr std::uint32_t del_server = 5;
   struct connection {
     int socket = -1;
     std::vector<std::uint32_t> lookups;  ///< services

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <regex>
 #include <stdexcept>
 #include <string_view>
 
@@ -39,18 +40,6 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
   return out;
 }
 
-std::array<int, 2> make_pipe() {
-  std::array<int, 2> ends{};
-  if (pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("pipe2");
-  return ends;
-}
-
-/// The emulator reports a program that ended by a signal; the program itself did not say so.
-void drop_emulator_remark(std::string& errors) {
-  const auto start = errors.find("qemu: uncaught target signal");
-  if (start != std::string::npos) errors.erase(start, errors.find('\n', start) - start + 1);
-}
-
 }  // namespace
 
 background_process::background_process(const std::string& program,
@@ -66,9 +55,11 @@ background_process::background_process(const std::string& program,
   auto variables = environment_with(additions);
   const auto argv = pointers(words);
   const auto envp = pointers(variables);
-  const auto output = make_pipe();
-  const auto errors = make_pipe();
-
+  int output[2];
+  int errors[2];
+  if (pipe2(output, O_CLOEXEC) != 0 || pipe2(errors, O_CLOEXEC) != 0) {
+    throw std::runtime_error("pipe2");
+  }
   pid_ = fork();
   if (pid_ < 0) throw std::runtime_error("fork");
   if (pid_ == 0) {
@@ -106,11 +97,10 @@ void background_process::collect(int stream, std::string& text) {
   close(stream);
 }
 
-bool background_process::wait_for_text(const std::string& where, const std::string& text,
-                                       std::chrono::milliseconds limit) {
+bool background_process::wait_for_text(const std::string& where, const std::string& text) {
   std::unique_lock lock(mutex_);
   const auto found = [&] { return where.find(text) != std::string::npos; };
-  changed_.wait_for(lock, limit, [&] { return open_streams_ == 0 || found(); });
+  changed_.wait_for(lock, std::chrono::seconds(30), [&] { return open_streams_ == 0 || found(); });
   return found();
 }
 
@@ -150,14 +140,10 @@ process_result background_process::wait(std::chrono::milliseconds limit) {
   result_.peak_memory = used.ru_maxrss;
   if (WIFEXITED(status)) result_.exit_status = WEXITSTATUS(status);
   if (WIFSIGNALED(status)) result_.signal = WTERMSIG(status);
-  if (*TVK_EMULATOR != '\0') drop_emulator_remark(result_.errors);
+  // The emulator reports a program that ended by a signal; the program itself did not say so.
+  const std::regex remark("qemu: uncaught target signal.*\n");
+  if (*TVK_EMULATOR != '\0') result_.errors = std::regex_replace(result_.errors, remark, "");
   return result_;
-}
-
-process_result run(const std::string& program, const std::vector<std::string>& arguments,
-                   const environment& additions, std::chrono::milliseconds limit) {
-  background_process process(program, arguments, additions);
-  return process.wait(limit);
 }
 
 }  // namespace support

@@ -35,14 +35,12 @@ class background_process {
   ~background_process();
 
   /// Waits until standard error, or standard output, holds `text`; false when the program ends or
-  /// time passes first.
-  [[nodiscard]] bool wait_for_error_text(
-      const std::string& text, std::chrono::milliseconds limit = std::chrono::seconds(30)) {
-    return wait_for_text(result_.errors, text, limit);
+  /// half a minute passes first.
+  [[nodiscard]] bool wait_for_error_text(const std::string& text) {
+    return wait_for_text(result_.errors, text);
   }
-  [[nodiscard]] bool wait_for_output_text(
-      const std::string& text, std::chrono::milliseconds limit = std::chrono::seconds(30)) {
-    return wait_for_text(result_.output, text, limit);
+  [[nodiscard]] bool wait_for_output_text(const std::string& text) {
+    return wait_for_text(result_.output, text);
   }
 
   [[nodiscard]] std::string errors_so_far() {
@@ -59,8 +57,7 @@ class background_process {
 
  private:
   void collect(int stream, std::string& text);
-  bool wait_for_text(const std::string& where, const std::string& text,
-                     std::chrono::milliseconds limit);
+  bool wait_for_text(const std::string& where, const std::string& text);
 
   pid_t pid_ = -1;
   std::mutex mutex_;
@@ -70,8 +67,10 @@ class background_process {
   std::thread collectors_[2];
 };
 
-process_result run(const std::string& program, const std::vector<std::string>& arguments,
-                   const environment& additions = {},
-                   std::chrono::milliseconds limit = std::chrono::seconds(30));
+inline process_result run(const std::string& program, const std::vector<std::string>& arguments,
+                          const environment& additions = {},
+                          std::chrono::milliseconds limit = std::chrono::seconds(30)) {
+  return background_process(program, arguments, additions).wait(limit);
+}
 
 }  // namespace support

@@ -58,10 +58,10 @@ struct hand_device {
     const bytes tlvs =
         is_control ? control_tlvs(frame) : no_error + hex("10 0400") + slice(frame, 16);
     const bytes head =
-        is_control ? bytes{1, frame[7], frame[8], frame[9]} : bytes{2, frame[7], frame[8], 1, 0};
-    const bytes message = head + u16(tlvs.size()) + tlvs;
+        is_control ? hex("01") + slice(frame, 7, 10) : hex("02") + slice(frame, 7, 11);
+    const bytes message = slice(frame, 4, 6) + head + u16(tlvs.size()) + tlvs;
     const bytes out = (is_control ? bytes() : before_answers) + hex("01") +
-                      u16(message.size() + 5) + bytes{0x80, frame[4], frame[5]} + message;
+                      u16(message.size() + 3) + hex("80") + message;
     if (!in_pieces) return port.write(out);
     for (const std::uint8_t each : out) port.write({each});
   }
