@@ -72,10 +72,15 @@ TEST_F(qmi_client, service_list_fills_no_more_than_its_room) {
   EXPECT_EQ(services, 0U);
 }
 
-TEST_F(qmi_client, init_with_a_server_that_has_gone_is_a_service_error) {
+TEST_F(qmi_client, init_takes_a_listed_server_unless_it_has_gone) {
   auto info = first_server();
-  modem_->withdraw(server());
   qmi_client_type handle = nullptr;
+  EXPECT_EQ(qmi_client_init(&info, service, on_indication, &log_, nullptr, &handle), 0);
+  EXPECT_EQ(send(handle, 1), 0);
+  modem_->send({0, 0x201, hex("04 0000 0300 0000")});
+  EXPECT_TRUE(eventually([&] { return log_.count(log_.indications) == 1; }));
+  EXPECT_EQ(qmi_client_release(handle), 0);
+  modem_->withdraw(server());
   testing::internal::CaptureStderr();
   EXPECT_EQ(qmi_client_init(&info, service, on_indication, nullptr, nullptr, &handle), -2);
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
