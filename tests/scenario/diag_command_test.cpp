@@ -1,5 +1,4 @@
 // `tvk 5 0` against a DIAG port written byte by byte.
-
 #include <algorithm>
 #include <sstream>
 

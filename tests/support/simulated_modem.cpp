@@ -10,10 +10,6 @@ simulated_modem::simulated_modem(std::vector<std::string> faults,
   if (when == begin::at_once) start();
 }
 
-simulated_modem::~simulated_modem() {
-  if (process_) stop();
-}
-
 void simulated_modem::start() {
   std::vector<std::string> arguments = {"serve", "--socket", socket(), "--state", state()};
   arguments.insert(arguments.end(), more_options_.begin(), more_options_.end());

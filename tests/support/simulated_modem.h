@@ -18,7 +18,9 @@ class simulated_modem {
   enum class begin { at_once, later };
   explicit simulated_modem(std::vector<std::string> faults = {},
                            std::vector<std::string> more_options = {}, begin when = begin::at_once);
-  ~simulated_modem();
+  ~simulated_modem() {
+    if (process_) stop();
+  }
 
   void start();
   std::string stop(int signal = SIGTERM);
@@ -41,8 +43,7 @@ class simulated_modem {
   int passed_ = 0;
 };
 
-/// tarvik_console with these arguments against the modem at `endpoint`, in the background; or
-/// whole.
+/// tarvik_console against the modem at `endpoint`: in the background, and to its end.
 inline background_process start_console(const std::string& endpoint,
                                         const std::vector<std::string>& arguments) {
   return {TVK_PROGRAM, arguments, {{"TVK_MODEM", endpoint}}};
