@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <tuple>
 #include <vector>
 
 #include "platform/linux/idl/codec.h"
@@ -14,11 +15,7 @@
 
 namespace {
 
-struct message {
-  qmi_idl_service_object_type service;
-  qmi_idl_type_of_message kind;
-  std::uint16_t id;
-};
+using message = std::tuple<qmi_idl_service_object_type, qmi_idl_type_of_message, std::uint16_t>;
 
 std::vector<message> all_messages() {
   std::vector<message> all;
@@ -29,7 +26,7 @@ std::vector<message> all_messages() {
     for (const auto kind : {QMI_IDL_REQUEST, QMI_IDL_RESPONSE, QMI_IDL_INDICATION}) {
       for (const auto& row : std::span(service->msgs[kind], service->n_msgs[kind])) {
         if (row.qmi_message_id == services::reserved_message_id) break;  // so are the others
-        all.push_back({service, kind, row.qmi_message_id});
+        all.emplace_back(service, kind, row.qmi_message_id);
       }
     }
   }

@@ -23,14 +23,6 @@ void require(bool holds) {
   if (!holds) std::abort();
 }
 
-/// Until the link has given up on what came before: it then reads no more.
-void write_all(int to, std::span<const std::uint8_t> bytes, qmi::qmux_link& link) {
-  while (!bytes.empty() && !link.is_gone()) {
-    const ssize_t put = ::send(to, bytes.data(), bytes.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
-    if (put > 0) bytes = bytes.subspan(static_cast<std::size_t>(put));
-  }
-}
-
 }  // namespace
 
 /// The first byte is the size of the pieces, and whether there is a proxy.
@@ -54,8 +46,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   std::span<const std::uint8_t> rest(data + 1, size - 1);
   const std::size_t piece = data[0] < 2 ? size : data[0];
-  for (; !rest.empty(); rest = rest.subspan(std::min(piece, rest.size()))) {
-    write_all(ends[1], rest.first(std::min(piece, rest.size())), *link);
+  // A link that has given up on what came before reads no more.
+  while (!rest.empty() && !link->is_gone()) {
+    const auto next = rest.first(std::min(piece, rest.size()));
+    const ssize_t put = ::send(ends[1], next.data(), next.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (put > 0) rest = rest.subspan(static_cast<std::size_t>(put));
   }
   ::shutdown(ends[1], SHUT_WR);
   std::array<std::uint8_t, 256> buffer{};

@@ -1,7 +1,5 @@
 // `tvk 5 0` against a DIAG port written byte by byte.
-
 #include <algorithm>
-#include <deque>
 #include <sstream>
 
 #include "support/hand_diag.h"
@@ -26,15 +24,15 @@ process_result run_diag(const std::string& endpoint, const std::string& mode,
   arguments.insert(arguments.end(), request.begin(), request.end());
   auto got = run(TVK_PROGRAM, arguments, {{"TVK_DIAG", endpoint}});
   EXPECT_EQ(got.exit_status, 0);
-  EXPECT_FALSE(got.timed_out);
   got.output = masked(got.output);
   return got;
 }
 
 /// The program's output against a port that answers with these bytes.
 process_result run_answered(const bytes& wire, const std::string& mode,
-                            const std::string& time_out = "60000") {
-  hand_diag port;
+                            const std::string& time_out = "60000",
+                            hand_diag::kind kind = hand_diag::kind::unix_socket) {
+  hand_diag port(kind);
   port.on_request([&](const bytes&) { port.write(wire); });
   auto got = run_diag(port.endpoint(), mode, time_out);
   EXPECT_EQ(port.requests(), std::vector<bytes>{hex("4B0B0000")});
@@ -44,21 +42,17 @@ process_result run_answered(const bytes& wire, const std::string& mode,
 
 /// Every line is the next one of some thread's, and no thread has lines left; the watcher's, which
 /// prints until the process ends, may come at any place once a tick has passed.
-void expect_threads(const std::string& output, const std::vector<std::string>& texts) {
-  std::vector<std::deque<std::string>> threads;
-  std::string line;
-  for (const auto& text : texts) {
-    std::istringstream in(text);
-    for (threads.emplace_back(); std::getline(in, line);) threads.back().push_back(line);
-  }
-  for (std::istringstream in(output); std::getline(in, line);) {
+void expect_threads(const std::string& output, std::vector<std::string> threads) {
+  std::istringstream in(output);
+  for (std::string line; std::getline(in, line);) {
     if (line.starts_with("RIL[norvel_diag_cmd_send_with_result_wait_thread_proc:")) continue;
-    const auto next = std::ranges::find_if(
-        threads, [&](const auto& each) { return !each.empty() && each.front() == line; });
-    if (next != threads.end()) next->pop_front();
+    line += '\n';
+    const auto next =
+        std::ranges::find_if(threads, [&](const auto& rest) { return rest.starts_with(line); });
     EXPECT_NE(next, threads.end()) << line;
+    if (next != threads.end()) next->erase(0, line.size());
   }
-  for (const auto& thread : threads) EXPECT_TRUE(thread.empty()) << "missing: " << thread.front();
+  for (const auto& rest : threads) EXPECT_EQ(rest, "") << "is missing";
 }
 
 const std::string start_of_both =
@@ -117,7 +111,7 @@ TEST(diag_command, callback_transcript_with_default_time) {
 
 TEST(diag_command, request_without_result_is_sent_before_the_process_ends) {
   for (const auto& mode : {callback_mode, dci_mode}) {
-    hand_diag port;
+    const hand_diag port;
     const auto got = run_diag(port.endpoint(), mode, "0", request_arguments, "1");
     EXPECT_PRED2(contains, got.output, "\ndone without rsp data\n");
     // The last that a worker does, after it has closed the connection.
@@ -129,41 +123,36 @@ TEST(diag_command, request_without_result_is_sent_before_the_process_ends) {
 
 TEST(diag_command, request_of_this_many_bytes) {
   const std::vector<std::string> most(4096, "0x7e");
+  const std::vector<std::string> too_many(4097, "0x7e");
+  const std::pair<std::vector<std::string>, std::string> rows[] = {
+      {{"0x1c"}, "\nrsp data len(1)\nrsp data: 0x1C\n"},
+      {most, "\nrsp data len(4)\nrsp data: 0x7E 0x7E 0x7E 0x7E\n"},
+      {too_many, "Invalid input parameter, data_len = 4097\n"},
+      {too_many,
+       "norvel_diag_comand_param_check fail\nnorvel_diag_cmd_send fail\n"
+       "\nnote: Error happen! error_code(1)\n"},
+  };
   for (const auto& mode : {callback_mode, dci_mode}) {
     hand_diag port;
-    port.on_request([&](const bytes& request) {
-      port.write(diag_frame({request.begin(), request.begin() + (request.size() > 1 ? 4 : 1)}));
-    });
-    EXPECT_TRUE(contains(run_diag(port.endpoint(), mode, "60000", {"0x1c"}).output,
-                         "\nrsp data len(1)\nrsp data: 0x1C\n"));
-    EXPECT_TRUE(contains(run_diag(port.endpoint(), mode, "60000", most).output,
-                         "\nrsp data len(4)\nrsp data: 0x7E 0x7E 0x7E 0x7E\n"));
-    auto too_many = most;
-    too_many.emplace_back("1");
-    const auto refused = run_diag(port.endpoint(), mode, "60000", too_many).output;
-    EXPECT_PRED2(contains, refused, "Invalid input parameter, data_len = 4097\n");
-    EXPECT_PRED2(contains, refused,
-                 "norvel_diag_comand_param_check fail\nnorvel_diag_cmd_send fail\n"
-                 "\nnote: Error happen! error_code(1)\n");
+    port.on_request([&](const bytes& request) { port.write(diag_frame(slice(request, 0, 4))); });
+    for (const auto& [request, printed] : rows) {
+      EXPECT_PRED2(contains, run_diag(port.endpoint(), mode, "60000", request).output, printed);
+    }
     EXPECT_EQ(port.requests(), (std::vector<bytes>{hex("1C"), bytes(4096, 0x7E)}));
   }
 }
 
 TEST(diag_command, answer_of_this_many_bytes) {
-  const struct {
-    std::string mode;
-    std::size_t size;
-    std::string printed;
-  } rows[] = {{callback_mode, 4096, "4096"},
-              {callback_mode, 10240, "10240"},
-              {dci_mode, 4196, "4196"},
-              {dci_mode, 10241, "10240"}};
+  const std::tuple<std::string, std::size_t, std::string> rows[] = {{callback_mode, 4096, "4096"},
+                                                                    {callback_mode, 10240, "10240"},
+                                                                    {dci_mode, 4196, "4196"},
+                                                                    {dci_mode, 10241, "10240"}};
   for (const auto& [mode, size, printed] : rows) {
     SCOPED_TRACE("mode " + mode + ", " + std::to_string(size) + " bytes");
     const auto got = run_answered(diag_frame(hex("4B0B0000") + bytes(size - 4, 0x5A)), mode);
-    EXPECT_TRUE(
-        contains(got.output, "req end, data_size = " + printed +
-                                 ", g_qcril_diag_rsp_buf.length = " + std::to_string(size)));
+    EXPECT_PRED2(contains, got.output,
+                 "req end, data_size = " + printed +
+                     ", g_qcril_diag_rsp_buf.length = " + std::to_string(size));
     EXPECT_PRED2(contains, got.output, "\nrsp data len(" + printed + ")\nrsp data: 0x4B 0x0B");
     EXPECT_FALSE(contains(got.output, "stop waiting")) << got.output;
   }
@@ -172,12 +161,8 @@ TEST(diag_command, answer_of_this_many_bytes) {
 /// The router's way: an abstract name with zeros to its end, and packets without framing.
 TEST(diag_command, packets_pass_as_they_are_through_a_packet_socket) {
   for (const auto kind : {hand_diag::kind::packet_path, hand_diag::kind::packet_name}) {
-    hand_diag port(kind);
-    port.on_request([&](const bytes&) { port.write(diag_frame(answer)); });
-    const auto got = run_diag(port.endpoint(), callback_mode, "60000");
-    EXPECT_EQ(port.requests(), std::vector<bytes>{hex("4B0B0000")});
+    const auto got = run_answered(diag_frame(answer), callback_mode, "60000", kind);
     EXPECT_PRED2(contains, got.output, "rsp data: 0x4B 0x0B 0x00 0x00 0x7E 0x7D 0x01");
-    EXPECT_EQ(got.errors, "");
   }
 }
 

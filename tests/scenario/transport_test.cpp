@@ -5,11 +5,12 @@
 
 #include <algorithm>
 #include <fstream>
+#include <tuple>
 #include <utility>
 
 #include "support/hand_diag.h"
 #include "support/hand_modem.h"
-#include "support/no_superuser.h"
+#include "support/limits.h"
 #include "support/printed.h"
 #include "support/simulated_modem.h"
 #include "support/sockets.h"
@@ -23,8 +24,7 @@ using namespace support;
 const std::vector<std::string> command = {"6", "0", "1"};
 
 std::vector<datagram> echo(const datagram& request) {
-  const auto tlvs = hex("01 0400 00000000  02 0400 03000000  10 0002 aabbcc") + fill(509);
-  return reply(request, tlvs);
+  return reply(request, hex("01 0400 00000000  02 0400 03000000  10 0002 aabbcc 00*509"));
 }
 
 TEST(transport, modem_that_starts_later_is_named_once_and_waited_for) {
@@ -35,10 +35,10 @@ TEST(transport, modem_that_starts_later_is_named_once_and_waited_for) {
       modem.start();
       modem.kill();
     }
-    const auto console = start_console(modem.endpoint(), command);
-    ASSERT_TRUE(console->wait_for_error_text(modem.socket()));
+    auto console = start_console(modem.endpoint(), command);
+    ASSERT_TRUE(console.wait_for_error_text(modem.socket()));
     modem.start();
-    const auto got = console->wait();
+    const auto got = console.wait();
     EXPECT_PRED2(contains, got.output, "\nqmi_id = 0, result = 0\n");
     EXPECT_EQ(std::count(got.errors.begin(), got.errors.end(), '\n'), 1) << got.errors;
     EXPECT_EQ(got.exit_status, 0);
@@ -55,10 +55,10 @@ TEST(transport, wait_names_service_endpoint_and_limit_once) {
        "0x24" + at + " for up to 4 ms in each try\ntvk: trying again for up to 100 s\n"},
   };
   for (const auto& [arguments, wait] : rows) {
-    const auto console = start_console(modem.endpoint(), arguments);
-    EXPECT_TRUE(console->wait_for_error_text(wait)) << wait;
-    console->send_signal(SIGKILL);
-    EXPECT_EQ(console->wait().errors, "tvk: waiting for QMI service " + wait);
+    auto console = start_console(modem.endpoint(), arguments);
+    EXPECT_TRUE(console.wait_for_error_text(wait)) << wait;
+    console.send_signal(SIGKILL);
+    EXPECT_EQ(console.wait().errors, "tvk: waiting for QMI service " + wait);
   }
 }
 
@@ -72,20 +72,17 @@ TEST(transport, what_is_printed_before_a_wait_is_seen_during_it) {
   });
   hand_diag silent;
   const std::string nowhere = "unix:" + dir.file("none.sock");
-  const struct {
-    std::vector<std::string> arguments;
-    std::string modem, printed;
-  } rows[] = {
+  const std::tuple<std::vector<std::string>, std::string, std::string> rows[] = {
       {{"10", "0", "1"}, nowhere, "g_pdc_init_status = -1, force_init = 0\n"},
       {{"5", "0", "1", "0", "60000", "1"}, nowhere, "Dci Command time = 600\n"},
       // A text without an end of line, while the answer does not come.
       {command, indicating.endpoint(), "handle indication: 6"},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.printed);
-    background_process run(TVK_PROGRAM, row.arguments,
-                           {{"TVK_MODEM", row.modem}, {"TVK_DIAG", silent.endpoint()}});
-    EXPECT_TRUE(run.wait_for_output_text(row.printed));
+  for (const auto& [arguments, modem, printed] : rows) {
+    SCOPED_TRACE(printed);
+    background_process run(TVK_PROGRAM, arguments,
+                           {{"TVK_MODEM", modem}, {"TVK_DIAG", silent.endpoint()}});
+    EXPECT_TRUE(run.wait_for_output_text(printed));
     run.send_signal(SIGKILL);
     const auto got = run.wait();
     EXPECT_EQ(got.signal, SIGKILL);
@@ -99,8 +96,12 @@ TEST(transport, endpoint_that_is_not_a_modem_is_refused) {
   const auto at = [&](const char* name) { return "unix:" + dir.file(name); };
   std::ofstream(dir.file("regular")) << "text";
   mkdir(dir.file("closed").c_str(), 0000);
+  mkdir(dir.file("tvk").c_str(), 0700);
+  chmod(dir.file("tvk").c_str(), 0777);
+  const std::string distrust = dir.file("tvk") + " is not trusted: other users can write";
   const open_socket stream(listening_at(dir.file("stream"), SOCK_STREAM));
   const open_socket mute(listening_at(dir.file("mute"), SOCK_SEQPACKET));
+  const open_socket theirs(listening_at(dir.file("tvk/modem.sock"), SOCK_SEQPACKET));
   const std::pair<std::string, std::string> rows[] = {
       {"tcp:1.2.3.4:5", "no such kind of endpoint; "},
       {"unix", "PATH is missing; "},
@@ -109,39 +110,27 @@ TEST(transport, endpoint_that_is_not_a_modem_is_refused) {
       {at("stream"), "Protocol wrong type for socket; "},
       {at("mute"), "the program listening there does not answer service lookups; "},
       {at("closed/modem.sock"), "Permission denied; "},
+      {at("tvk/modem.sock"), distrust},
       {"qmux:/dev/null", "no way to QMI service 0xFFE4, because QMUX numbers services with 8 bits"},
       {"qmi-proxy:/dev/null", "no way to QMI service 0xFFE4, because QMUX numbers services "},
   };
   for (const auto& [endpoint, why] : rows) {
     SCOPED_TRACE(endpoint);
-    const auto got = run_console(endpoint, command);
+    const auto got =
+        run(TVK_PROGRAM, command, {{"TVK_MODEM", endpoint}, {"XDG_RUNTIME_DIR", dir.path()}});
     EXPECT_EQ(got.exit_status, 0);
     EXPECT_PRED2(contains, got.output, "\nnorvel_extend_qmi_handle_req_cb result:-2\n");
     EXPECT_PRED2(contains, got.output, "\nqmi_id = 0, result = -2\n");
     EXPECT_TRUE(got.errors.starts_with("tvk: TVK_MODEM=" + endpoint + ": " + why)) << got.errors;
     EXPECT_EQ(std::count(got.errors.begin(), got.errors.end(), '\n'), 1) << got.errors;
   }
-}
-
-TEST(transport, runtime_directory_that_others_can_write_to_is_refused) {
-  const temp_dir dir;
-  mkdir(dir.file("tvk").c_str(), 0700);
-  chmod(dir.file("tvk").c_str(), 0777);
-  const open_socket theirs(listening_at(dir.file("tvk/modem.sock"), SOCK_SEQPACKET));
-  const std::pair<const char*, std::vector<std::string>> rows[] = {
-      {TVK_PROGRAM, command}, {TVK_MODEM_PROGRAM, {"serve", "--state", "/nowhere"}}};
-  for (const auto& [program, arguments] : rows) {
-    const auto got =
-        run(program, arguments,
-            {{"XDG_RUNTIME_DIR", dir.path()}, {"TVK_MODEM", "unix:" + dir.file("tvk/modem.sock")}});
-    EXPECT_PRED2(contains, got.errors, dir.file("tvk") + " is not trusted: other users can write");
-    EXPECT_EQ(std::count(got.errors.begin(), got.errors.end(), '\n'), 1) << got.errors;
-  }
+  const auto got =
+      run(TVK_MODEM_PROGRAM, {"serve", "--state", "/nowhere"}, {{"XDG_RUNTIME_DIR", dir.path()}});
+  EXPECT_PRED2(contains, got.errors, distrust);
 }
 
 const std::string up_to_the_exchange =
-    "nl_qmi req data(qmi_id: 0, len: 3[max: 500]):\n"
-    "0x1F 0xFF 0x00 \n";
+    "nl_qmi req data(qmi_id: 0, len: 3[max: 500]):\n0x1F 0xFF 0x00 \n";
 const std::string success =
     exchanged(0) + "qmi_id = 0, result = 0\nnl_qmi rsp data(qmi_id: 0, len: 0[max: 500]):\n\n";
 
@@ -174,9 +163,8 @@ TEST(transport, first_server_gets_the_request_and_indications_before_its_answer_
     EXPECT_EQ(got.errors, "");
     ASSERT_EQ(modem.requests().size(), 1U);
     EXPECT_EQ(modem.requests()[0].port, 0x4007U);
-    EXPECT_EQ(
-        modem.requests()[0].data,
-        hex("00 0100 0200 1102  01 0400 00000000  02 0400 03000000  10 0002 1fff00") + fill(509));
+    EXPECT_EQ(modem.requests()[0].data,
+              hex("00 0100 0200 1102  01 0400 00000000  02 0400 03000000  10 0002 1fff00 00*509"));
   }
 }
 

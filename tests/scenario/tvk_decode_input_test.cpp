@@ -6,7 +6,7 @@
 #include <filesystem>
 
 #include "support/decode_run.h"
-#include "support/no_superuser.h"
+#include "support/limits.h"
 #include "support/test.h"
 
 namespace {

@@ -15,11 +15,14 @@ namespace support {
 class android_log {
  public:
   android_log() {
-    setenv("TVK_ANDROID_LOG", file().c_str(), 1);
-    begin_ = whole().size();
+    setenv("TVK_ANDROID_LOG", dir_.file("log").c_str(), 1);
+    begin_ = text().size();
   }
 
-  [[nodiscard]] std::string text() const { return whole().substr(begin_); }
+  [[nodiscard]] std::string text() const {
+    std::ifstream in(dir_.file("log"));
+    return std::string(std::istreambuf_iterator<char>(in), {}).substr(begin_);
+  }
   [[nodiscard]] int count(const std::string& line) const {
     const auto all = text();
     int times = 0;
@@ -28,16 +31,8 @@ class android_log {
   }
 
  private:
-  static std::string file() {
-    static const temp_dir dir;
-    return dir.file("log");
-  }
-  static std::string whole() {
-    std::ifstream in(file());
-    return {std::istreambuf_iterator<char>(in), {}};
-  }
-
-  std::size_t begin_;
+  static inline const temp_dir dir_;
+  std::size_t begin_ = 0;
 };
 
 }  // namespace support

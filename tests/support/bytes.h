@@ -2,11 +2,13 @@
 #pragma once
 
 #include <algorithm>
+#include <charconv>
 #include <cstdint>
 #include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace support {
@@ -15,27 +17,20 @@ using bytes = std::vector<std::uint8_t>;
 
 /// Pairs of hexadecimal digits; blanks are skipped; "00*4" is four times the byte.
 [[nodiscard]] inline bytes hex(std::string_view text) {
-  const auto digit = [](char c) -> unsigned {
-    if (c >= '0' && c <= '9') return static_cast<unsigned>(c - '0');
-    if (c >= 'a' && c <= 'f') return static_cast<unsigned>(c - 'a' + 10);
-    if (c >= 'A' && c <= 'F') return static_cast<unsigned>(c - 'A' + 10);
-    throw std::invalid_argument("not a hexadecimal digit in a test's bytes");
-  };
   bytes out;
-  for (std::size_t i = 0; i < text.size();) {
-    if (text[i] == ' ') {
-      ++i;
-      continue;
+  const char* const end = text.data() + text.size();
+  for (const char* at = text.data(); at != end;) {
+    unsigned value = 0;
+    if (*at == ' ') {
+      ++at;
+    } else if (*at == '*') {
+      at = std::from_chars(at + 1, end, value).ptr;
+      out.insert(out.end(), value - 1, out.back());
+    } else {
+      const char* const pair = std::exchange(at, at + std::min<std::ptrdiff_t>(2, end - at));
+      if (std::from_chars(pair, at, value, 16).ptr != pair + 2) throw std::invalid_argument(pair);
+      out.push_back(static_cast<std::uint8_t>(value));
     }
-    if (text[i] == '*') {
-      std::size_t times = 0;
-      while (++i < text.size() && text[i] != ' ') times = 10 * times + digit(text[i]);
-      out.insert(out.end(), times - 1, out.back());
-      continue;
-    }
-    if (i + 1 == text.size()) throw std::invalid_argument("half a byte in a test's bytes");
-    out.push_back(static_cast<std::uint8_t>(digit(text[i]) << 4 | digit(text[i + 1])));
-    i += 2;
   }
   return out;
 }
@@ -74,23 +69,19 @@ using bytes = std::vector<std::uint8_t>;
   return {static_cast<std::uint8_t>(value), static_cast<std::uint8_t>(value >> 8)};
 }
 
+[[nodiscard]] inline bytes operator+(bytes left, const bytes& right) {
+  left.insert(left.end(), right.begin(), right.end());
+  return left;
+}
+
 [[nodiscard]] inline bytes u32(std::uint32_t value) {
-  bytes out;
-  for (int shift = 0; shift < 32; shift += 8) {
-    out.push_back(static_cast<std::uint8_t>(value >> shift));
-  }
-  return out;
+  return u16(value) + u16(value >> 16);
 }
 
 [[nodiscard]] inline std::uint32_t u32_at(const bytes& from, std::size_t at) {
   std::uint32_t value = 0;
   for (std::size_t i = 4; i > 0; --i) value = value << 8 | from.at(at + i - 1);
   return value;
-}
-
-[[nodiscard]] inline bytes operator+(bytes left, const bytes& right) {
-  left.insert(left.end(), right.begin(), right.end());
-  return left;
 }
 
 }  // namespace support

@@ -1,7 +1,9 @@
 // Frames of the DIAG port, put together and taken apart without the code under test.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 
 #include "support/bytes.h"
@@ -18,12 +20,9 @@ inline std::uint16_t diag_crc(const bytes& packet) {
   return static_cast<std::uint16_t>(crc ^ 0xFFFF);
 }
 
-[[nodiscard]] inline bytes diag_frame(bytes packet) {
-  const std::uint16_t crc = diag_crc(packet);
-  packet.push_back(static_cast<std::uint8_t>(crc));
-  packet.push_back(static_cast<std::uint8_t>(crc >> 8));
+[[nodiscard]] inline bytes diag_frame(const bytes& packet) {
   bytes frame;
-  for (const std::uint8_t byte : packet) {
+  for (const std::uint8_t byte : packet + u16(diag_crc(packet))) {
     const bool special = byte == 0x7D || byte == 0x7E;
     if (special) frame.push_back(0x7D);
     frame.push_back(special ? byte ^ 0x20 : byte);
@@ -39,10 +38,18 @@ inline bytes diag_packet(const bytes& frame) {
     packet.push_back(frame[i] == 0x7D ? frame[++i] ^ 0x20 : frame[i]);
   }
   if (packet.size() < 3) throw std::runtime_error("short frame");
-  const auto crc = static_cast<std::uint16_t>(packet[packet.size() - 2] | packet.back() << 8);
-  packet.resize(packet.size() - 2);
-  if (crc != diag_crc(packet)) throw std::runtime_error("wrong CRC");
-  return packet;
+  const auto data = slice(packet, 0, packet.size() - 2);
+  if (data + u16(diag_crc(data)) != packet) throw std::runtime_error("wrong CRC");
+  return data;
+}
+
+/// Takes the first frame, with its 7E, off what has come; nothing when it is not whole yet.
+inline std::optional<bytes> take_diag_frame(bytes& come) {
+  const auto end = std::ranges::find(come, 0x7E);
+  if (end == come.end()) return {};
+  const bytes frame(come.begin(), end + 1);
+  come.erase(come.begin(), end + 1);
+  return frame;
 }
 
 }  // namespace support

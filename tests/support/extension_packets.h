@@ -2,7 +2,6 @@
 // answers hold.
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -12,9 +11,8 @@
 namespace support {
 
 /// TLVs of a request of this type with a payload of 512 bytes, zeros at its end.
-inline bytes extension_tlvs(std::uint32_t type, bytes payload) {
-  payload.resize(512);
-  return hex("01 0400") + u32(type) + hex("02 0400 00020000  10 0002") + payload;
+inline bytes extension_tlvs(std::uint32_t type, const bytes& payload) {
+  return hex("01 0400") + u32(type) + hex("02 0400 00020000  10 0002") + padded(payload);
 }
 
 // Offset 76: total length, 80: bytes in this chunk, 84: offset, 88: data.
@@ -28,11 +26,11 @@ struct file_request {
   std::uint32_t path_length = static_cast<std::uint32_t>(path.size());
 
   [[nodiscard]] bytes payload() const {
-    bytes out = {static_cast<std::uint8_t>(operation), static_cast<std::uint8_t>(subscription), 0,
-                 0, static_cast<std::uint8_t>(path_length)};
-    out.insert(out.end(), path.begin(), path.end());
-    out.resize(76);
-    return out + u32(total) + u32(static_cast<std::uint32_t>(data.size())) + u32(offset) + data;
+    const bytes head = {static_cast<std::uint8_t>(operation),
+                        static_cast<std::uint8_t>(subscription), 0, 0,
+                        static_cast<std::uint8_t>(path_length)};
+    return padded(head + ascii(path), 76) + u32(total) +
+           u32(static_cast<std::uint32_t>(data.size())) + u32(offset) + data;
   }
 };
 
@@ -44,20 +42,13 @@ struct item_request {
   std::uint32_t length = static_cast<std::uint32_t>(data.size());
 
   [[nodiscard]] bytes payload() const {
-    bytes out = {operation, subscription, static_cast<std::uint8_t>(item),
-                 static_cast<std::uint8_t>(item >> 8)};
-    out.resize(76);
-    out = out + u32(length);
-    out.resize(88);
-    return out + data;
+    return padded(bytes{operation, subscription} + u16(item), 76) + u32(length) + bytes(8) + data;
   }
 };
 
 /// The chunk of a file that begins at `offset`, as the console cuts files.
 inline bytes chunk_of(const bytes& file, std::size_t offset) {
-  const std::size_t size = std::min<std::size_t>(414, file.size() - offset);
-  const auto start = file.begin() + static_cast<std::ptrdiff_t>(offset);
-  return {start, start + static_cast<std::ptrdiff_t>(size)};
+  return slice(file, offset, offset + 414);
 }
 
 inline file_request chunk_write(const bytes& file, std::size_t offset) {
@@ -71,14 +62,11 @@ inline file_request chunk_write(const bytes& file, std::size_t offset) {
 struct nvefs_answer {
   explicit nvefs_answer(const bytes& tlvs) {
     const bytes head = hex("01 0400 00000000  02 0400 bc010000  10 0002");
-    if (tlvs.size() != head.size() + 512 || !std::equal(head.begin(), head.end(), tlvs.begin())) {
-      throw std::runtime_error("no answer to an NV or EFS request");
-    }
-    total = u32_at(tlvs, head.size() + 4);
-    const std::uint32_t chunk = u32_at(tlvs, head.size() + 8);
-    result = u32_at(tlvs, head.size() + 16);
-    data.assign(tlvs.begin() + static_cast<std::ptrdiff_t>(head.size() + 20), tlvs.end());
-    data.resize(chunk);
+    const bytes payload = slice(tlvs, head.size());
+    if (tlvs != head + padded(payload)) throw std::runtime_error("no answer to a request");
+    total = u32_at(payload, 4);
+    result = u32_at(payload, 16);
+    data = padded(slice(payload, 20), u32_at(payload, 8));
   }
 
   std::uint32_t total = 0;

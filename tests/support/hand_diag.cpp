@@ -7,7 +7,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -17,14 +16,6 @@ namespace support {
 
 namespace {
 
-std::optional<bytes> take_frame(bytes& come) {
-  const auto end = std::ranges::find(come, 0x7E);
-  if (end == come.end()) return {};
-  const bytes frame(come.begin(), end + 1);
-  come.erase(come.begin(), end + 1);
-  return diag_packet(frame);
-}
-
 /// What a packet socket has given is a request.
 std::optional<bytes> take_all(bytes& come) {
   if (come.empty()) return {};
@@ -33,19 +24,21 @@ std::optional<bytes> take_all(bytes& come) {
 
 }  // namespace
 
-hand_diag::hand_diag(kind which) : hand_port(which, take_frame) {}
+std::optional<bytes> hand_port::take_request(bytes& come) {
+  const auto frame = take_diag_frame(come);
+  return frame ? std::optional(diag_packet(*frame)) : std::nullopt;
+}
 
 hand_port::hand_port(kind which, cutter cut) : cut_(cut) {
+  const auto path = dir_.file("diag.sock");
   if (which == kind::unix_socket) {
-    const auto path = dir_.file("diag.sock");
     listener_ = listening_at(path, SOCK_STREAM);
     endpoint_ = "unix:" + path;
   } else if (which == kind::packet_path || which == kind::packet_name) {
     cut_ = take_all;
     const bool has_path = which == kind::packet_path;
-    const auto name = dir_.file("router");
-    listener_ = listening_at(has_path ? name : '\0' + name, SOCK_SEQPACKET);
-    endpoint_ = "unix-packet:" + (has_path ? name : '@' + name);
+    listener_ = listening_at(has_path ? path : '\0' + path, SOCK_SEQPACKET);
+    endpoint_ = "unix-packet:" + (has_path ? path : '@' + path);
   } else if (which == kind::tcp) {
     sockaddr_in address{};
     address.sin_family = AF_INET;
@@ -61,9 +54,8 @@ hand_port::hand_port(kind which, cutter cut) : cut_(cut) {
   } else {
     connection_ = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
     if (grantpt(connection_) != 0 || unlockpt(connection_) != 0) throw std::runtime_error("pty");
-    const std::string path = ptsname(connection_);
-    terminal_ = open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
-    endpoint_ = "tty:" + path;
+    endpoint_ = std::string("tty:") + ptsname(connection_);
+    terminal_ = open(ptsname(connection_), O_RDWR | O_NOCTTY | O_CLOEXEC);
   }
   thread_ = std::thread([this] { run(); });
 }
@@ -78,25 +70,15 @@ hand_port::~hand_port() {
   }
 }
 
-void hand_port::on_request(handler answer) {
-  const std::lock_guard lock(mutex_);
-  handler_ = std::move(answer);
-}
-
 void hand_port::write(bytes wire) {
   const std::lock_guard lock(mutex_);
-  if (cut_ == take_all) {
-    while (const auto packet = take_frame(wire)) {
-      send(connection_, packet->data(), packet->size(), MSG_NOSIGNAL);
-    }
-  }
-  for (std::size_t done = 0; done < wire.size();) {
-    const ssize_t count =
-        listener_ >= 0 ? send(connection_, wire.data() + done, wire.size() - done, MSG_NOSIGNAL)
-                       : ::write(connection_, wire.data(), wire.size());
-    if (count <= 0) return;  // the program may have left
-    done += static_cast<std::size_t>(count);
-  }
+  // The program may have left.
+  const auto put = [this](const bytes& some) {
+    (void)!(listener_ >= 0 ? send(connection_, some.data(), some.size(), MSG_NOSIGNAL)
+                           : ::write(connection_, some.data(), some.size()));
+  };
+  if (cut_ != take_all) return put(wire);
+  while (const auto packet = take_request(wire)) put(*packet);
 }
 
 void hand_port::close_connection() {
@@ -104,22 +86,15 @@ void hand_port::close_connection() {
   if (listener_ >= 0 && connection_ >= 0) shutdown(connection_, SHUT_RDWR);
 }
 
-std::vector<bytes> hand_port::requests() const {
-  const std::lock_guard lock(mutex_);
-  return requests_;
-}
-
 void hand_port::run() {
   if (listener_ < 0) return serve(connection_);
   while (!stop_) {
     const int accepted = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
     if (accepted < 0) continue;
-    {
-      const std::lock_guard lock(mutex_);
-      if (connection_ >= 0) close(connection_);
-      connection_ = accepted;
-      if (stop_) return;
-    }
+    std::unique_lock lock(mutex_);
+    if (connection_ >= 0) close(connection_);
+    connection_ = accepted;
+    lock.unlock();
     serve(accepted);
   }
 }
@@ -134,12 +109,10 @@ void hand_port::serve(int connection) {
     if (count <= 0) return;
     come = come + slice(buffer, 0, static_cast<std::size_t>(count));
     while (const auto request = cut_(come)) {
-      handler answer;
-      {
-        const std::lock_guard lock(mutex_);
-        requests_.push_back(*request);
-        answer = handler_;
-      }
+      std::unique_lock lock(mutex_);
+      requests_.push_back(*request);
+      const auto answer = handler_;
+      lock.unlock();
       if (answer) answer(*request);
     }
   }

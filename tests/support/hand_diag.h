@@ -24,20 +24,27 @@ class hand_port {
 
   /// Takes the first request off what has come; nothing when it is not whole yet.
   using cutter = std::optional<bytes> (*)(bytes& come);
+  static std::optional<bytes> take_request(bytes& come);  ///< of the DIAG port
 
-  hand_port(kind which, cutter cut);
+  explicit hand_port(kind which = kind::unix_socket, cutter cut = take_request);
   hand_port(const hand_port&) = delete;
   hand_port& operator=(const hand_port&) = delete;
   ~hand_port();
 
   [[nodiscard]] const std::string& endpoint() const { return endpoint_; }
-  void on_request(handler answer);
+  void on_request(handler answer) {
+    const std::lock_guard lock(mutex_);
+    handler_ = std::move(answer);
+  }
 
   /// To the latest connection: frames as they are, on a packet socket without their framing.
   void write(bytes wire);
   void close_connection();
 
-  [[nodiscard]] std::vector<bytes> requests() const;
+  [[nodiscard]] std::vector<bytes> requests() const {
+    const std::lock_guard lock(mutex_);
+    return requests_;
+  }
 
  private:
   void run();
@@ -56,9 +63,6 @@ class hand_port {
   std::thread thread_;
 };
 
-class hand_diag : public hand_port {
- public:
-  explicit hand_diag(kind which = kind::unix_socket);
-};
+using hand_diag = hand_port;
 
 }  // namespace support

@@ -1,7 +1,6 @@
 #include "support/hand_modem.h"
 
 #include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -12,8 +11,6 @@ namespace {
 
 constexpr std::uint32_t own_node_of_client = 1;
 constexpr std::uint32_t control_port = 0xFFFFFFFE;
-constexpr std::uint32_t new_server = 4;
-constexpr std::uint32_t del_server = 5;
 constexpr std::uint32_t new_lookup = 10;
 constexpr std::size_t control_size = 20;
 
@@ -32,10 +29,7 @@ datagram server_packet(std::uint32_t command, const qmi_server& server) {
 }  // namespace
 
 bytes qmi_response(const bytes& request, const bytes& tlvs) {
-  bytes out = {0x02, request.at(1), request.at(2), request.at(3), request.at(4)};
-  out.push_back(static_cast<std::uint8_t>(tlvs.size()));
-  out.push_back(static_cast<std::uint8_t>(tlvs.size() >> 8));
-  return out + tlvs;
+  return hex("02") + slice(request, 1, 5) + u16(tlvs.size()) + tlvs;
 }
 
 std::vector<datagram> reply(const datagram& request, const bytes& tlvs) {
@@ -44,44 +38,15 @@ std::vector<datagram> reply(const datagram& request, const bytes& tlvs) {
 
 hand_modem::hand_modem(std::vector<qmi_server> servers) : servers_(std::move(servers)) {
   listener_ = listening_at(dir_.file("modem.sock"), SOCK_SEQPACKET);
-  wake_ = eventfd(0, EFD_CLOEXEC);
   thread_ = std::thread([this] { run(); });
 }
 
 hand_modem::~hand_modem() {
   stop_ = true;
-  wake();
+  shutdown(listener_, SHUT_RDWR);
   thread_.join();
   for (const auto& each : connections_) close(each.socket);
   close(listener_);
-  close(wake_);
-}
-
-void hand_modem::on_request(handler answer) {
-  const std::lock_guard lock(mutex_);
-  handler_ = std::move(answer);
-}
-
-void hand_modem::answer_with_tlvs(const bytes& tlvs) {
-  on_request([tlvs](const datagram& request) { return reply(request, tlvs); });
-}
-
-void hand_modem::publish(const qmi_server& server) {
-  const std::lock_guard lock(mutex_);
-  servers_.push_back(server);
-  announce(new_server, server);
-}
-
-void hand_modem::withdraw(const qmi_server& server) {
-  const std::lock_guard lock(mutex_);
-  std::erase(servers_, server);
-  announce(del_server, server);
-}
-
-void hand_modem::flap(const qmi_server& server) {
-  const std::lock_guard lock(mutex_);
-  announce(new_server, server);
-  announce(del_server, server);
 }
 
 void hand_modem::send(const datagram& message) {
@@ -93,72 +58,42 @@ void hand_modem::send(const datagram& message) {
 
 void hand_modem::close_connections() {
   const std::lock_guard lock(mutex_);
-  for (auto& each : connections_) each.closing = true;
-  wake();
-}
-
-std::vector<datagram> hand_modem::requests() const {
-  const std::lock_guard lock(mutex_);
-  return requests_;
-}
-
-void hand_modem::forget_requests() {
-  const std::lock_guard lock(mutex_);
-  requests_.clear();
-}
-
-void hand_modem::wake() const {
-  const std::uint64_t one = 1;
-  (void)!write(wake_, &one, sizeof(one));
+  for (const auto& each : connections_) shutdown(each.socket, SHUT_RDWR);
 }
 
 void hand_modem::run() {
   while (!stop_) {
-    std::vector<pollfd> waiting = {{listener_, POLLIN, 0}, {wake_, POLLIN, 0}};
-    {
-      const std::lock_guard lock(mutex_);
-      std::erase_if(connections_, [](const connection& each) {
-        if (each.closing) close(each.socket);
-        return each.closing;
-      });
-      for (const auto& each : connections_) waiting.push_back({each.socket, POLLIN, 0});
-    }
+    std::vector<pollfd> waiting = {{listener_, POLLIN, 0}};
+    for (const auto& each : connections_) waiting.push_back({each.socket, POLLIN, 0});
     poll(waiting.data(), waiting.size(), -1);
-    for (std::size_t i = 2; i < waiting.size(); ++i) {
-      if (waiting[i].revents != 0) receive(i - 2);
+    // From the last one: a connection that ends leaves those before it in their places.
+    for (std::size_t i = waiting.size() - 1; i > 0; --i) {
+      if (waiting[i].revents != 0)
+        receive(connections_.begin() + static_cast<std::ptrdiff_t>(i - 1));
     }
-    if (waiting[1].revents != 0) {
-      std::uint64_t count = 0;
-      (void)!read(wake_, &count, sizeof(count));
-    }
-    if (waiting[0].revents != 0) {
+    if (waiting[0].revents != 0 && !stop_) {
       const std::lock_guard lock(mutex_);
-      connections_.push_back(
-          {accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC), {}, false, false});
+      connections_.push_back({accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC), {}, false});
     }
   }
 }
 
-void hand_modem::receive(std::size_t index) {
-  handler answer;
-  datagram request;
-  int socket = -1;
-  {
-    const std::lock_guard lock(mutex_);
-    auto& from = connections_[index];
-    socket = from.socket;
-    const ssize_t count = recv(socket, buffer_.data(), buffer_.size(), 0);
-    if (count < 8) {
-      from.closing = true;
-      return;
-    }
-    const bytes packet(buffer_.begin(), buffer_.begin() + count);
-    if (u32_at(packet, 4) == control_port) return control(from, packet);
-    from.talks_to_server = true;
-    request = {u32_at(packet, 0), u32_at(packet, 4), slice(packet, 8)};
-    requests_.push_back(request);
-    answer = handler_;
+void hand_modem::receive(std::vector<connection>::iterator from) {
+  std::unique_lock lock(mutex_);
+  const int socket = from->socket;
+  const ssize_t count = recv(socket, buffer_.data(), buffer_.size(), 0);
+  if (count < 8) {
+    close(socket);
+    connections_.erase(from);
+    return;
   }
+  const bytes packet(buffer_.begin(), buffer_.begin() + count);
+  if (u32_at(packet, 4) == control_port) return control(*from, packet);
+  from->talks_to_server = true;
+  const datagram request{u32_at(packet, 0), u32_at(packet, 4), slice(packet, 8)};
+  requests_.push_back(request);
+  const auto answer = handler_;
+  lock.unlock();
   if (!answer) return;
   for (const auto& each : answer(request)) send_packet(socket, each);
 }

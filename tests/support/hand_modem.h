@@ -47,40 +47,62 @@ class hand_modem {
 
   [[nodiscard]] std::string endpoint() const { return "unix:" + dir_.file("modem.sock"); }
 
-  void on_request(handler answer);
-  void answer_with_tlvs(const bytes& tlvs);
+  void on_request(handler answer) {
+    const std::lock_guard lock(mutex_);
+    handler_ = std::move(answer);
+  }
+  void answer_with_tlvs(const bytes& tlvs) {
+    on_request([tlvs](const datagram& request) { return reply(request, tlvs); });
+  }
 
   /// NEW_SERVER to the lookups that match, and to those that come.
-  void publish(const qmi_server& server);
+  void publish(const qmi_server& server) {
+    const std::lock_guard lock(mutex_);
+    servers_.push_back(server);
+    announce(new_server, server);
+  }
   /// DEL_SERVER to the lookups that match.
-  void withdraw(const qmi_server& server);
+  void withdraw(const qmi_server& server) {
+    const std::lock_guard lock(mutex_);
+    std::erase(servers_, server);
+    announce(del_server, server);
+  }
   /// NEW_SERVER and DEL_SERVER to the lookups that match: no lookup finds the server.
-  void flap(const qmi_server& server);
+  void flap(const qmi_server& server) {
+    const std::lock_guard lock(mutex_);
+    announce(new_server, server);
+    announce(del_server, server);
+  }
   /// To every connection that has sent data to a server.
   void send(const datagram& message);
   void close_connections();
 
   /// What came for servers so far, control packets left out.
-  [[nodiscard]] std::vector<datagram> requests() const;
-  void forget_requests();
+  [[nodiscard]] std::vector<datagram> requests() const {
+    const std::lock_guard lock(mutex_);
+    return requests_;
+  }
+  void forget_requests() {
+    const std::lock_guard lock(mutex_);
+    requests_.clear();
+  }
 
  private:
+  static constexpr std::uint32_t new_server = 4;
+  static constexpr std::uint32_t del_server = 5;
   struct connection {
     int socket = -1;
     std::vector<std::uint32_t> lookups;  ///< services
     bool talks_to_server = false;
-    bool closing = false;
   };
 
   void run();
-  void receive(std::size_t index);
+  void receive(std::vector<connection>::iterator from);
   void control(connection& from, const bytes& packet);
   void announce(std::uint32_t command, const qmi_server& server);
-  void wake() const;
 
   temp_dir dir_;
   int listener_ = -1;
-  int wake_ = -1;
   mutable std::mutex mutex_;
   std::vector<qmi_server> servers_;
   std::vector<connection> connections_;

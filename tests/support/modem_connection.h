@@ -6,9 +6,6 @@
 // WDA 0x1A at port 9; the control port of the local node is 1:0xFFFFFFFE.
 #pragma once
 
-#include <chrono>
-#include <stdexcept>
-
 #include "support/sockets.h"
 #include "support/test.h"
 
@@ -44,11 +41,10 @@ inline const bytes pdc = hex("00000000 04000000");
 /// NEW_SERVER or DEL_SERVER, by its number, of every service.
 inline std::vector<bytes> announced(const char* command) {
   std::vector<bytes> all;
-  for (const char* const ids : {"e4ff 01", "1100 02", "0b00 03", "2400 04", "0300 05", "e400 06",
+  for (const std::string ids : {"e4ff 01", "1100 02", "0b00 03", "2400 04", "0300 05", "e400 06",
                                 "0200 07", "0100 08", "1a00 09"}) {
-    const bytes id = hex(ids);
-    all.push_back(control + hex(command) + hex("000000") + bytes{id[0], id[1]} +
-                  hex("0000 01010000 00000000") + bytes{id[2]} + hex("000000"));
+    all.push_back(control + hex(command + ("000000" + ids.substr(0, 4)) + "0000 01010000 00000000" +
+                                ids.substr(4) + "000000"));
   }
   return all;
 }
@@ -89,15 +85,6 @@ class modem_connection : public open_socket {
   [[nodiscard]] bool send(const bytes& packet) const {
     return ::send(descriptor_, packet.data(), packet.size(), MSG_NOSIGNAL) ==
            static_cast<ssize_t>(packet.size());
-  }
-
-  /// Throws when nothing comes; nothing at all when the modem closed the connection.
-  [[nodiscard]] bytes receive(std::chrono::milliseconds limit = std::chrono::seconds(30)) const {
-    if (!readable(limit)) throw std::runtime_error("nothing received");
-    bytes packet(100'000);
-    const ssize_t size = ::recv(descriptor_, packet.data(), packet.size(), 0);
-    packet.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
-    return packet;
   }
 
   [[nodiscard]] std::vector<bytes> receive_many(std::size_t count) const {

@@ -18,12 +18,10 @@ clock_of_the_test& time_now = *new clock_of_the_test;
 }  // namespace
 
 void pause_for(std::chrono::milliseconds time) {
-  std::function<void()> meanwhile;
-  {
-    const std::lock_guard hold(time_now.lock);
-    time_now.pauses.push_back(time);
-    meanwhile = time_now.meanwhile;
-  }
+  std::unique_lock hold(time_now.lock);
+  time_now.pauses.push_back(time);
+  const auto meanwhile = time_now.meanwhile;
+  hold.unlock();
   if (meanwhile) meanwhile();
 }
 

@@ -1,7 +1,6 @@
 #include "support/process.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -40,24 +39,11 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
   return out;
 }
 
-std::array<int, 2> make_pipe() {
-  std::array<int, 2> ends{};
-  if (pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("pipe2");
-  return ends;
-}
-
-/// The emulator reports a program that ended by a signal; the program itself did not say so.
-void drop_emulator_remark(std::string& errors) {
-  const auto start = errors.find("qemu: uncaught target signal");
-  if (start != std::string::npos) errors.erase(start, errors.find('\n', start) - start + 1);
-}
-
 }  // namespace
 
 background_process::background_process(const std::string& program,
                                        const std::vector<std::string>& arguments,
-                                       const environment& additions)
-    : start_(std::chrono::steady_clock::now()) {
+                                       const environment& additions) {
   std::vector<std::string> words;
   // Other builds' programs are of this machine, as sh is.
   if (*TVK_EMULATOR != '\0' && program.starts_with(TVK_BUILD_FOLDER)) {
@@ -68,9 +54,11 @@ background_process::background_process(const std::string& program,
   auto variables = environment_with(additions);
   const auto argv = pointers(words);
   const auto envp = pointers(variables);
-  const auto output = make_pipe();
-  const auto errors = make_pipe();
-
+  int output[2];
+  int errors[2];
+  if (pipe2(output, O_CLOEXEC) != 0 || pipe2(errors, O_CLOEXEC) != 0) {
+    throw std::runtime_error("pipe2");
+  }
   pid_ = fork();
   if (pid_ < 0) throw std::runtime_error("fork");
   if (pid_ == 0) {
@@ -86,53 +74,33 @@ background_process::background_process(const std::string& program,
   }
   close(output[1]);
   close(errors[1]);
-  collector_ = std::thread([this, out = output[0], err = errors[0]] { collect(out, err); });
+  collectors_[0] = std::thread([=, this] { collect(output[0], result_.output); });
+  collectors_[1] = std::thread([=, this] { collect(errors[0], result_.errors); });
 }
 
 background_process::~background_process() {
-  if (collector_.joinable()) {
-    send_signal(SIGKILL);
-    wait();
-  }
+  if (!collectors_[0].joinable()) return;
+  send_signal(SIGKILL);
+  wait();
 }
 
-void background_process::collect(int output, int errors) {
-  std::array<pollfd, 2> streams{{{output, POLLIN, 0}, {errors, POLLIN, 0}}};
+void background_process::collect(int stream, std::string& text) {
   std::array<char, 4096> buffer{};
-  while (streams[0].fd >= 0 || streams[1].fd >= 0) {
-    poll(streams.data(), streams.size(), -1);
-    for (auto& stream : streams) {
-      if (stream.fd < 0 || stream.revents == 0) continue;
-      const ssize_t count = read(stream.fd, buffer.data(), buffer.size());
-      if (count <= 0) {
-        close(stream.fd);
-        stream.fd = -1;
-        continue;
-      }
-      const std::lock_guard lock(mutex_);
-      auto& text = &stream == &streams[0] ? result_.output : result_.errors;
-      text.append(buffer.data(), static_cast<std::size_t>(count));
-      changed_.notify_all();
-    }
+  for (ssize_t count = 1; count > 0;) {
+    count = read(stream, buffer.data(), buffer.size());
+    const std::lock_guard lock(mutex_);
+    if (count > 0) text.append(buffer.data(), static_cast<std::size_t>(count));
+    if (count <= 0) --open_streams_;
+    changed_.notify_all();
   }
-  const std::lock_guard lock(mutex_);
-  closed_ = true;
-  result_.duration = std::chrono::duration_cast<std::chrono::milliseconds>(
-      std::chrono::steady_clock::now() - start_);
-  changed_.notify_all();
+  close(stream);
 }
 
-bool background_process::wait_for_text(const std::string& where, const std::string& text,
-                                       std::chrono::milliseconds limit) {
+bool background_process::wait_for_text(const std::string& where, const std::string& text) {
   std::unique_lock lock(mutex_);
   const auto found = [&] { return where.find(text) != std::string::npos; };
-  changed_.wait_for(lock, limit, [&] { return closed_ || found(); });
+  changed_.wait_for(lock, std::chrono::seconds(30), [&] { return open_streams_ == 0 || found(); });
   return found();
-}
-
-std::string background_process::errors_so_far() {
-  const std::lock_guard lock(mutex_);
-  return result_.errors;
 }
 
 void background_process::send_signal(int number, int value) const {
@@ -159,26 +127,24 @@ bool background_process::comes_to_rest(std::chrono::milliseconds window) const {
 process_result background_process::wait(std::chrono::milliseconds limit) {
   {
     std::unique_lock lock(mutex_);
-    if (!changed_.wait_for(lock, limit, [&] { return closed_; })) {
+    if (!changed_.wait_for(lock, limit, [&] { return open_streams_ == 0; })) {
       result_.timed_out = true;
       send_signal(SIGKILL);
     }
   }
-  collector_.join();
+  for (auto& each : collectors_) each.join();
   int status = 0;
   rusage used{};
   wait4(pid_, &status, 0, &used);
   result_.peak_memory = used.ru_maxrss;
   if (WIFEXITED(status)) result_.exit_status = WEXITSTATUS(status);
   if (WIFSIGNALED(status)) result_.signal = WTERMSIG(status);
-  if (*TVK_EMULATOR != '\0') drop_emulator_remark(result_.errors);
+  // The emulator reports a program that ended by a signal; the program itself did not say so.
+  const auto remark = result_.errors.find("qemu: uncaught target signal");
+  if (*TVK_EMULATOR != '\0' && remark != std::string::npos) {
+    result_.errors.erase(remark, result_.errors.find('\n', remark) - remark + 1);
+  }
   return result_;
-}
-
-process_result run(const std::string& program, const std::vector<std::string>& arguments,
-                   const environment& additions, std::chrono::milliseconds limit) {
-  background_process process(program, arguments, additions);
-  return process.wait(limit);
 }
 
 }  // namespace support

@@ -21,8 +21,7 @@ struct process_result {
   int exit_status = -1;  ///< -1 when ended by a signal
   int signal = 0;
   bool timed_out = false;  ///< ended by the time limit
-  std::chrono::milliseconds duration{0};
-  long peak_memory = 0;  ///< resident, in KiB; at least what the starting process had
+  long peak_memory = 0;    ///< resident, in KiB; at least what the starting process had
 };
 
 /// A program that runs in the background. Its environment is this process's without the project's
@@ -36,17 +35,18 @@ class background_process {
   ~background_process();
 
   /// Waits until standard error, or standard output, holds `text`; false when the program ends or
-  /// time passes first.
-  [[nodiscard]] bool wait_for_error_text(
-      const std::string& text, std::chrono::milliseconds limit = std::chrono::seconds(30)) {
-    return wait_for_text(result_.errors, text, limit);
+  /// half a minute passes first.
+  [[nodiscard]] bool wait_for_error_text(const std::string& text) {
+    return wait_for_text(result_.errors, text);
   }
-  [[nodiscard]] bool wait_for_output_text(
-      const std::string& text, std::chrono::milliseconds limit = std::chrono::seconds(30)) {
-    return wait_for_text(result_.output, text, limit);
+  [[nodiscard]] bool wait_for_output_text(const std::string& text) {
+    return wait_for_text(result_.output, text);
   }
 
-  [[nodiscard]] std::string errors_so_far();
+  [[nodiscard]] std::string errors_so_far() {
+    const std::lock_guard lock(mutex_);
+    return result_.errors;
+  }
   void send_signal(int number, int value = 0) const;
   /// Waits until it has used less than 1 % of a processor for the length of `window`; false when it
   /// has not within ten seconds and a window.
@@ -56,21 +56,21 @@ class background_process {
   process_result wait(std::chrono::milliseconds limit = std::chrono::seconds(30));
 
  private:
-  void collect(int output, int errors);
-  bool wait_for_text(const std::string& where, const std::string& text,
-                     std::chrono::milliseconds limit);
+  void collect(int stream, std::string& text);
+  bool wait_for_text(const std::string& where, const std::string& text);
 
   pid_t pid_ = -1;
-  std::chrono::steady_clock::time_point start_;
   std::mutex mutex_;
   std::condition_variable changed_;
   process_result result_;
-  bool closed_ = false;  ///< both streams have ended
-  std::thread collector_;
+  int open_streams_ = 2;
+  std::thread collectors_[2];
 };
 
-process_result run(const std::string& program, const std::vector<std::string>& arguments,
-                   const environment& additions = {},
-                   std::chrono::milliseconds limit = std::chrono::seconds(30));
+inline process_result run(const std::string& program, const std::vector<std::string>& arguments,
+                          const environment& additions = {},
+                          std::chrono::milliseconds limit = std::chrono::seconds(30)) {
+  return background_process(program, arguments, additions).wait(limit);
+}
 
 }  // namespace support

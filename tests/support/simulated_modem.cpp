@@ -1,7 +1,5 @@
 #include "support/simulated_modem.h"
 
-#include <signal.h>
-
 #include <stdexcept>
 
 namespace support {
@@ -10,10 +8,6 @@ simulated_modem::simulated_modem(std::vector<std::string> faults,
                                  std::vector<std::string> more_options, begin when)
     : faults_(std::move(faults)), more_options_(std::move(more_options)) {
   if (when == begin::at_once) start();
-}
-
-simulated_modem::~simulated_modem() {
-  if (process_) stop();
 }
 
 void simulated_modem::start() {
@@ -26,23 +20,14 @@ void simulated_modem::start() {
   passed_ = 0;
   process_ = std::make_unique<background_process>(TVK_MODEM_PROGRAM, arguments);
   if (process_->wait_for_error_text("listening on")) return;
-  process_->send_signal(SIGKILL);
+  throw std::runtime_error("tvk-modem does not listen: " + stop(SIGKILL));
+}
+
+std::string simulated_modem::stop(int signal) {
+  process_->send_signal(signal);
   const auto ended = process_->wait();
   process_.reset();
-  throw std::runtime_error("tvk-modem does not listen: " + ended.errors);
-}
-
-std::string simulated_modem::stop() {
-  process_->send_signal(SIGTERM);
-  const auto ended = process_->wait(std::chrono::seconds(30));
-  process_.reset();
   return ended.errors;
-}
-
-void simulated_modem::kill() {
-  process_->send_signal(SIGKILL);
-  process_->wait();
-  process_.reset();
 }
 
 void simulated_modem::let_pass(int milliseconds) {
@@ -51,16 +36,6 @@ void simulated_modem::let_pass(int milliseconds) {
   if (!process_->wait_for_error_text(" " + std::to_string(passed_) + " ms have passed\n")) {
     throw std::runtime_error("the modem's time does not pass");
   }
-}
-
-std::unique_ptr<background_process> start_console(const std::string& endpoint,
-                                                  const std::vector<std::string>& arguments) {
-  return std::make_unique<background_process>(TVK_PROGRAM, arguments,
-                                              environment{{"TVK_MODEM", endpoint}});
-}
-
-process_result run_console(const std::string& endpoint, const std::vector<std::string>& arguments) {
-  return start_console(endpoint, arguments)->wait();
 }
 
 }  // namespace support

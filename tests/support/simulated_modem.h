@@ -1,6 +1,8 @@
 // `tvk-modem serve` in the background, on a socket and a state directory of the test's own.
 #pragma once
 
+#include <signal.h>
+
 #include <memory>
 #include <string>
 #include <vector>
@@ -16,12 +18,14 @@ class simulated_modem {
   enum class begin { at_once, later };
   explicit simulated_modem(std::vector<std::string> faults = {},
                            std::vector<std::string> more_options = {}, begin when = begin::at_once);
-  ~simulated_modem();
+  ~simulated_modem() {
+    if (process_) stop();
+  }
 
   void start();
-  std::string stop();
+  std::string stop(int signal = SIGTERM);
   /// As when the modem's machine loses power: the socket file stays.
-  void kill();
+  void kill() { stop(SIGKILL); }
   /// Of the time of a modem with --hold-time; returns when all that was due by then has happened.
   void let_pass(int milliseconds);
 
@@ -39,9 +43,14 @@ class simulated_modem {
   int passed_ = 0;
 };
 
-/// tarvik_console with these arguments against the modem at `endpoint`; or in the background.
-process_result run_console(const std::string& endpoint, const std::vector<std::string>& arguments);
-std::unique_ptr<background_process> start_console(const std::string& endpoint,
-                                                  const std::vector<std::string>& arguments);
+/// tarvik_console against the modem at `endpoint`: in the background, and to its end.
+inline background_process start_console(const std::string& endpoint,
+                                        const std::vector<std::string>& arguments) {
+  return {TVK_PROGRAM, arguments, {{"TVK_MODEM", endpoint}}};
+}
+inline process_result run_console(const std::string& endpoint,
+                                  const std::vector<std::string>& arguments) {
+  return start_console(endpoint, arguments).wait();
+}
 
 }  // namespace support

@@ -44,11 +44,6 @@ inline int listening_at(const std::string& path, int type) {
   return made;
 }
 
-inline bool readable(int descriptor, std::chrono::milliseconds limit) {
-  pollfd one{descriptor, POLLIN, 0};
-  return ::poll(&one, 1, static_cast<int>(limit.count())) == 1;
-}
-
 /// Whether a client has a terminal for itself alone, which an open does not show to the superuser.
 /// False also where the request is unknown, as under qemu-user.
 inline bool is_exclusive(int terminal) {
@@ -64,7 +59,16 @@ class open_socket {
   ~open_socket() { ::close(descriptor_); }
 
   [[nodiscard]] bool readable(std::chrono::milliseconds limit = std::chrono::seconds(30)) const {
-    return support::readable(descriptor_, limit);
+    pollfd one{descriptor_, POLLIN, 0};
+    return ::poll(&one, 1, static_cast<int>(limit.count())) == 1;
+  }
+  /// What comes next, nothing when the far end has closed. Throws when nothing comes.
+  [[nodiscard]] bytes receive(std::chrono::milliseconds limit = std::chrono::seconds(30)) const {
+    if (!readable(limit)) throw std::runtime_error("nothing received");
+    bytes some(100'000);
+    const ssize_t size = ::read(descriptor_, some.data(), some.size());
+    some.resize(size > 0 ? static_cast<std::size_t>(size) : 0);
+    return some;
   }
   /// To a stream socket or a terminal.
   void write(const bytes& some) const {

@@ -3,8 +3,8 @@
 #include <cerrno>
 #include <chrono>
 #include <functional>
-#include <mutex>
 #include <thread>
+#include <tuple>
 
 #include "norvel_extend_qmi/norvel_diag_send.h"
 #include "norvel_extend_qmi/norvel_diag_send_connection.h"
@@ -21,12 +21,9 @@ namespace {
 using namespace support;
 using namespace std::chrono_literals;
 
-using calls = std::vector<std::string>;
-
-/// What the library was asked, and what it answers.
+/// What the library was asked, and what it answers; by one thread at a time.
 struct fake_library {
-  std::mutex lock;
-  calls made;
+  std::string made;
   std::string failing;  ///< this call fails
   std::uint16_t remote_mask = 0;
   std::uint16_t peripherals = DIAG_CON_APSS | DIAG_CON_MPSS;
@@ -34,26 +31,18 @@ struct fake_library {
   diag_callback callback = nullptr;
   void* context = nullptr;
 
-  /// Whether the call is to succeed.
+  /// The call's result, as DCI has it.
   template <typename... Arguments>
-  bool record(const std::string& name, Arguments... arguments) {
-    const std::lock_guard hold(lock);
-    made.push_back((name + ... + (" " + std::to_string(arguments))));
-    return name != failing;
+  int record(const std::string& name, Arguments... arguments) {
+    made += (name + ... + (" " + std::to_string(arguments))) + "; ";
+    return name == failing ? 1006 : DIAG_DCI_NO_ERROR;
   }
-  calls take_calls() {
-    const std::lock_guard hold(lock);
-    return std::exchange(made, {});
-  }
+  std::string take_calls() { return std::exchange(made, {}); }
 };
 fake_library library;
 
 /// Threads of the channel that run. Never destroyed, like them.
 norvel_diag::thread_count& threads = *new norvel_diag::thread_count;
-
-int dci(bool done) {
-  return done ? DIAG_DCI_NO_ERROR : 1006;
-}
 
 }  // namespace
 
@@ -69,10 +58,12 @@ int norvel_diag::start_thread(void* (*body)(void*), void* argument) {
 
 // NOLINTBEGIN(readability-non-const-parameter): the library's signatures.
 unsigned char Diag_LSM_Init(unsigned char*) {
-  return library.record("init") ? 1 : 0;
+  library.record("init");
+  return 1;
 }
 unsigned char Diag_LSM_DeInit() {
-  return library.record("deinit") ? 1 : 0;
+  library.record("deinit");
+  return 1;
 }
 void diag_switch_logging(int mode, char*) {
   library.record("mode", mode);
@@ -92,40 +83,35 @@ int diag_has_remote_device(std::uint16_t* mask) {
   return 1;
 }
 int diag_callback_send_data(int processor, unsigned char*, int length) {
-  const bool done = library.record("send", processor, length);
-  if (done && library.when_sent) library.when_sent();
-  return done ? 0 : -1;
+  if (library.record("send", processor, length) != DIAG_DCI_NO_ERROR) return -1;
+  if (library.when_sent) library.when_sent();
+  return 0;
 }
 int diag_register_dci_client(int* client_id, std::uint16_t* peripherals, int processor,
                              int* signal) {
   *client_id = 7;
-  return dci(library.record("client", *peripherals, processor, *signal));
+  return library.record("client", *peripherals, processor, *signal);
 }
 int diag_register_dci_signal_data(int client_id, int signal) {
-  return dci(library.record("signal", client_id, signal - 32));
+  return library.record("signal", client_id, signal - 32);
 }
 int diag_get_dci_support_list_proc(int, std::uint16_t* peripherals) {
   *peripherals = library.peripherals;
-  return dci(library.record("support"));
+  return library.record("support");
 }
 int diag_register_dci_stream_proc(int, diag_dci_stream, diag_dci_stream) {
-  return dci(library.record("stream"));
+  return library.record("stream");
 }
 int diag_send_dci_async_req(int, unsigned char*, int length, unsigned char*, int response_size,
                             diag_dci_response, void*) {
-  return dci(library.record("send", length, response_size));
+  return library.record("send", length, response_size);
 }
 int diag_release_dci_client(int* client_id) {
-  return dci(library.record("release", *client_id));
+  return library.record("release", *client_id);
 }
 
 // NOLINTEND(readability-non-const-parameter)
 namespace {
-
-class diag_channel : public testing::Test {
- protected:
-  ~diag_channel() override { threads.wait_for_none(); }
-};
 
 bytes request = hex("4B0B0000");
 
@@ -154,28 +140,28 @@ exchanged send(
 /// What a worker prints, and what starting it does.
 std::string send_by_worker(bool by_dci, unsigned length = 4, int result = 0) {
   return printed_by([&] {
-    EXPECT_EQ(
-        norvel_diag_cmd_send_without_result_start_thread(request.data(), length, by_dci ? 1 : 0),
-        result);
+    const int mode = by_dci ? 1 : 0;
+    EXPECT_EQ(norvel_diag_cmd_send_without_result_start_thread(request.data(), length, mode),
+              result);
     norvel_diag_cmd_send_without_result_wait();
   });
 }
 
-TEST_F(diag_channel, callback_is_registered_for_every_remote_processor) {
+TEST(diag_channel, callback_is_registered_for_every_remote_processor) {
   library.remote_mask = 0x8005;
-  EXPECT_EQ(printed_by([] {
-              norvel_diag_register_callback(norvel_diag_cmd_response_by_callback_no_handle);
-            }),
-            "RIL[norvel_diag_register_callback:#]: register call back, g_diag_channel = [0]MSM, "
-            "data_primary = 0, remote_mask = [32773] APSS\n"
-            "RIL[norvel_diag_register_callback:#]: register remote call back, data_remote = 1\n"
-            "RIL[norvel_diag_register_callback:#]: register remote call back, data_remote = 3\n"
-            "RIL[norvel_diag_register_callback:#]: register remote call back, data_remote = 16\n");
-  EXPECT_EQ(library.take_calls(),
-            (calls{"callback 0", "remote 1 1", "remote 3 3", "remote 16 16"}));
+  const auto printed = printed_by(
+      [] { norvel_diag_register_callback(norvel_diag_cmd_response_by_callback_no_handle); });
+  EXPECT_EQ(printed,
+            log_lines("norvel_diag_register_callback",
+                      {"register call back, g_diag_channel = [0]MSM, data_primary = 0, remote_mask "
+                       "= [32773] APSS",
+                       "register remote call back, data_remote = 1",
+                       "register remote call back, data_remote = 3",
+                       "register remote call back, data_remote = 16"}));
+  EXPECT_EQ(library.take_calls(), "callback 0; remote 1 1; remote 3 3; remote 16 16; ");
 }
 
-TEST_F(diag_channel, response_that_is_no_good_is_refused_and_pieces_are_joined) {
+TEST(diag_channel, response_that_is_no_good_is_refused_and_pieces_are_joined) {
   int other = 3;
   bytes data = hex("4B0102");
   EXPECT_EQ(
@@ -200,30 +186,24 @@ TEST_F(diag_channel, response_that_is_no_good_is_refused_and_pieces_are_joined) 
   norvel_diag::drop_response();
 }
 
-TEST_F(diag_channel, every_step_that_fails_is_logged_and_what_was_opened_is_closed) {
-  const calls by_callback = {"init", "callback 0", "mode 6", "send 0 4", "mode 1", "deinit"};
-  const calls by_dci = {"init",    "client 2 0 18", "signal 7 30",
-                        "support", "stream",        "send 4 16384"};
-  const struct {
-    std::size_t dci_steps;  ///< made, with the one that fails; 0 for callback mode
-    std::string failing, printed;
-  } rows[] = {
-      {0, "send", "Fail to send diag cmd\n"},
-      {2, "client", "Could not register with DCI, err: 1006, errno: "},
-      {3, "signal", "Could not register signal for DCI Data for ch:0, err: 1006, errno: "},
-      {4, "support", "Could not get support list for ch 0, err: 1006, errno: "},
-      {5, "stream", "Unable to register DCI stream for ch:0, err: 1006, errno: "},
-      {6, "send", "Error sending SEND_REQUEST_ASYNC to peripheral 1006 for ch:0\n"},
+TEST(diag_channel, every_step_that_fails_is_logged_and_what_was_opened_is_closed) {
+  const std::string start = "init; client 2 0 18; ";
+  const std::string end = "deinit; release 7; ";
+  const std::tuple<bool, std::string, std::string, std::string> rows[] = {
+      {false, "send", "Fail to send diag cmd\n",
+       "init; callback 0; mode 6; send 0 4; mode 1; deinit; "},
+      {true, "client", "Could not register with DCI, err: 1006, errno: ", start + "deinit; "},
+      {true, "signal", "Could not register signal for DCI Data for ch:0, err: 1006, errno: ",
+       start + "signal 7 30; " + end},
+      {true, "support", "Could not get support list for ch 0, err: 1006, errno: ",
+       start + "signal 7 30; support; " + end},
+      {true, "stream", "Unable to register DCI stream for ch:0, err: 1006, errno: ",
+       start + "signal 7 30; support; stream; " + end},
+      {true, "send", "Error sending SEND_REQUEST_ASYNC to peripheral 1006 for ch:0\n",
+       start + "signal 7 30; support; stream; send 4 16384; " + end},
   };
-  for (const auto& [dci_steps, failing, printed] : rows) {
+  for (const auto& [is_dci, failing, printed, made] : rows) {
     SCOPED_TRACE(printed);
-    const bool is_dci = dci_steps > 0;
-    calls made = is_dci ? by_dci : by_callback;
-    if (is_dci) {
-      made.resize(dci_steps);
-      made.emplace_back("deinit");
-      if (failing != "client") made.emplace_back("release 7");
-    }
     library.failing = failing;
     const auto got = send(is_dci, 100);
     EXPECT_EQ(got.result, 1);
@@ -235,32 +215,27 @@ TEST_F(diag_channel, every_step_that_fails_is_logged_and_what_was_opened_is_clos
     EXPECT_EQ(library.take_calls(), made);
   }
   EXPECT_TRUE(contains(send(true, 100, 0).printed, "Invalid output parameter, reply_len = 0\n"));
-  EXPECT_EQ(library.take_calls(), calls{});
+  EXPECT_EQ(library.take_calls(), "");
 }
 
-TEST_F(diag_channel, worker_is_waited_for_sends_though_the_modem_is_down_and_may_fail_to_start) {
+TEST(diag_channel, worker_is_waited_for_sends_though_the_modem_is_down_and_may_fail_to_start) {
   library.peripherals = DIAG_CON_APSS;
   const auto printed = send_by_worker(true);
   EXPECT_PRED2(contains, printed, "MPSS on ch:0: DOWN\n");
   EXPECT_PRED2(contains, printed, "Releasing DCI connection, err: 1001, errno: ");
-  EXPECT_EQ(library.take_calls().size(), 8U);
+  EXPECT_TRUE(library.take_calls().ends_with("send 4 16384; deinit; release 7; "));
   EXPECT_TRUE(contains(send_by_worker(false, 0, 1), "norvel_diag_comand_input_check fail\n"));
   library.failing = "thread";
   EXPECT_TRUE(contains(send_by_worker(false, 4, 1),
                        "norvel daig is created, conf = 11, diag_work_mode = 0\n"));
-  EXPECT_EQ(library.take_calls(), calls{});
+  EXPECT_EQ(library.take_calls(), "");
 }
 
-TEST_F(diag_channel, watcher_takes_a_tick_of_100_ms_at_a_time_and_gives_up_after_the_last) {
+TEST(diag_channel, watcher_takes_a_tick_of_100_ms_at_a_time_and_gives_up_after_the_last) {
   const std::string own = "RIL[norvel_diag_cmd_send_with_result_by_callback_mode:#]: ";
   const std::string invalid =
       own + "Time out is invalid, set default\n" + own + "Command time = 30 * 100ms\n";
-  const struct {
-    bool by_dci;
-    int time_out;
-    std::string printed;
-    std::size_t ticks;
-  } rows[] = {
+  const std::tuple<bool, int, std::string, std::size_t> rows[] = {
       {true, 0, "Dci Command time = 0\n", 1},
       {true, 3000, "Dci Command time = 30\n", 30},
       {false, 99, "callback\n" + own + "Command time = 0 * 100ms\n", 1},
@@ -268,13 +243,13 @@ TEST_F(diag_channel, watcher_takes_a_tick_of_100_ms_at_a_time_and_gives_up_after
       {false, 60001, invalid, 30},
       {false, -1, invalid, 30},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.time_out);
-    const auto got = send(row.by_dci, row.time_out);
+  for (const auto& [by_dci, time_out, printed, ticks] : rows) {
+    SCOPED_TRACE(time_out);
+    const auto got = send(by_dci, time_out);
     EXPECT_EQ(got.result, 1);
-    EXPECT_EQ(take_pauses(), std::vector<std::chrono::milliseconds>(row.ticks, 100ms));
-    EXPECT_PRED2(contains, got.printed, row.printed);
-    EXPECT_PRED2(contains, got.printed, "cnt_of_100ms = " + std::to_string(row.ticks) + "\n");
+    EXPECT_EQ(take_pauses(), std::vector<std::chrono::milliseconds>(ticks, 100ms));
+    EXPECT_PRED2(contains, got.printed, printed);
+    EXPECT_PRED2(contains, got.printed, "cnt_of_100ms = " + std::to_string(ticks) + "\n");
   }
   // Full pieces say nothing of the end: there may be more until the time is over.
   for (const int pieces : {1, 2}) {
@@ -299,16 +274,12 @@ TEST_F(diag_channel, watcher_takes_a_tick_of_100_ms_at_a_time_and_gives_up_after
 
 // One tick is the whole time. The response comes after it, in the next request; in the instant in
 // which the watcher gives up, when either may win; or before.
-TEST_F(diag_channel, response_after_in_and_before_the_instant_of_the_time_out) {
+TEST(diag_channel, response_after_in_and_before_the_instant_of_the_time_out) {
   enum { after, instant, before, count };
   std::atomic<int> may_respond = 0;
   std::atomic<int> over = 0;
-  const auto reach = [](std::atomic<int>& milestone, int round) {
-    milestone = round;
-    milestone.notify_all();
-  };
   const auto await = [](const std::atomic<int>& milestone, int round) {
-    for (int now = milestone; now < round; now = milestone) milestone.wait(now);
+    while (milestone < round) std::this_thread::yield();
   };
   std::vector<std::thread> responders;
   for (int round = 1; round < 333 * count; ++round) {
@@ -324,10 +295,10 @@ TEST_F(diag_channel, response_after_in_and_before_the_instant_of_the_time_out) {
       });
     };
     during_pauses([&] {
-      if (comes != after) reach(may_respond, round);
+      if (comes != after) may_respond = round;
       if (comes == before) await(over, round);
     });
-    const auto got = send(false, 100, 10240, [&] { reach(over, round); });
+    const auto got = send(false, 100, 10240, [&] { over = round; });
     if (comes != instant) {
       ASSERT_EQ(got.result, comes == before ? 0 : 1) << round;
     }

@@ -6,18 +6,18 @@
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
+#include <tuple>
 
 #include "platform/diag.h"
 #include "protocol/diag_answer.h"
 #include "support/eventually.h"
 #include "support/hand_diag.h"
-#include "support/no_more_threads.h"
+#include "support/limits.h"
 #include "support/test.h"
 
 namespace {
 
 using namespace support;
-using namespace std::chrono_literals;
 
 /// What callbacks got, in order.
 struct inbox {
@@ -33,30 +33,31 @@ struct inbox {
   /// As soon as there are so many.
   std::vector<bytes> take(std::size_t count) {
     std::unique_lock hold(lock);
-    changed.wait_for(hold, 30s, [&] { return all.size() >= count; });
+    changed.wait_for(hold, std::chrono::seconds(30), [&] { return all.size() >= count; });
     return std::exchange(all, {});
   }
 };
-inbox answers;
-inbox logs;
-inbox events;
-std::atomic<int> data_signals{0};
-std::atomic<int> port_signal{0};
+inbox answers, logs, events;
+std::atomic<int> data_signals{0}, port_signal{0};
 
 bool send(bytes request) {
   return diag_callback_send_data(0, request.data(), static_cast<int>(request.size())) == 0;
 }
 
-void open_library(const hand_diag& port, int logging_mode) {
-  setenv("TVK_DIAG", port.endpoint().c_str(), 1);
-  ASSERT_NE(Diag_LSM_Init(nullptr), 0);
-  const auto keep_answer = [](unsigned char* data, int length, void*) {
-    answers.add(data, length);
-    return 0;
-  };
-  diag_register_callback(keep_answer, nullptr);
-  diag_switch_logging(logging_mode, nullptr);
-}
+/// The library on this port, while this lives.
+struct open_library {
+  open_library(const hand_diag& port, int logging_mode) {
+    setenv("TVK_DIAG", port.endpoint().c_str(), 1);
+    EXPECT_NE(Diag_LSM_Init(nullptr), 0);
+    const auto keep_answer = [](unsigned char* data, int length, void*) {
+      answers.add(data, length);
+      return 0;
+    };
+    diag_register_callback(keep_answer, nullptr);
+    diag_switch_logging(logging_mode, nullptr);
+  }
+  ~open_library() { Diag_LSM_DeInit(); }
+};
 
 bool modem_is_up() {
   std::uint16_t peripherals = 0;
@@ -108,7 +109,7 @@ TEST(diag_library, every_kind_of_port_carries_every_byte_of_an_answer_and_nothin
     SCOPED_TRACE(port.endpoint());
     port.on_request(
         [&](const bytes& request) { port.write(before + diag_frame(request + every)); });
-    open_library(port, DIAG_CALLBACK_MODE);
+    const open_library library(port, DIAG_CALLBACK_MODE);
     EXPECT_TRUE(send(hex("1D") + every));
     EXPECT_EQ(answers.take(1), std::vector<bytes>{hex("1D") + every + every});
     EXPECT_NE(Diag_LSM_DeInit(), 0);
@@ -116,17 +117,7 @@ TEST(diag_library, every_kind_of_port_carries_every_byte_of_an_answer_and_nothin
   }
 }
 
-TEST(diag_library, host_without_a_thread_is_an_error_and_named) {
-  const hand_diag port;
-  setenv("TVK_DIAG", port.endpoint().c_str(), 1);
-  no_more_threads();
-  testing::internal::CaptureStderr();
-  EXPECT_EQ(Diag_LSM_Init(nullptr), 0) << "without a thread nothing would be read";
-  EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "tvk: cannot start a thread: Resource temporarily unavailable\n");
-}
-
-TEST(diag_library, port_that_cannot_be_opened_is_named) {
+TEST(diag_library, port_that_cannot_be_opened_or_read_is_named) {
   const temp_dir dir;
   const std::pair<std::string, std::string> rows[] = {
       {"unix:" + dir.file("none.sock"), "No such file or directory"},
@@ -154,11 +145,18 @@ TEST(diag_library, port_that_cannot_be_opened_is_named) {
                   "; expected one of a modem, as TVK_DIAG=unix:PATH, unix-packet:PATH, "
                   "unix-packet:@NAME, tcp:HOST:PORT or tty:PATH\n");
   }
+  const hand_diag port;
+  setenv("TVK_DIAG", port.endpoint().c_str(), 1);
+  no_more_threads();
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(Diag_LSM_Init(nullptr), 0) << "without a thread nothing would be read";
+  EXPECT_EQ(testing::internal::GetCapturedStderr(),
+            "tvk: cannot start a thread: Resource temporarily unavailable\n");
 }
 
 TEST(diag_library, port_that_goes_takes_its_requests_and_half_a_frame_with_it) {
   hand_diag port;
-  open_library(port, DIAG_CALLBACK_MODE);
+  const open_library library(port, DIAG_CALLBACK_MODE);
   port.on_request([&](const bytes&) {
     port.write(hex("1D 4B0B"));
     port.close_connection();
@@ -170,12 +168,11 @@ TEST(diag_library, port_that_goes_takes_its_requests_and_half_a_frame_with_it) {
   EXPECT_TRUE(send(hex("1C")));
   EXPECT_TRUE(send(hex("1E")));
   EXPECT_EQ(answers.take(2), (std::vector<bytes>{hex("1C"), hex("1E")}));
-  Diag_LSM_DeInit();
 }
 
 TEST(diag_library, oldest_of_33_requests_without_an_answer_is_given_up) {
   hand_diag port;
-  open_library(port, DIAG_CALLBACK_MODE);
+  const open_library library(port, DIAG_CALLBACK_MODE);
   bytes all_answers;
   std::vector<bytes> expected;
   for (std::uint8_t i = 0; i < 33; ++i) {
@@ -195,12 +192,11 @@ TEST(diag_library, oldest_of_33_requests_without_an_answer_is_given_up) {
   expected.erase(expected.begin());  // for this one
   expected.insert(expected.end(), {first_part, last_part});
   EXPECT_EQ(answers.take(33), expected);
-  Diag_LSM_DeInit();
 }
 
 TEST(diag_library, dci_client_gets_pieces_streams_and_signals_with_a_handler) {
   hand_diag port;
-  open_library(port, DIAG_USB_MODE);
+  const open_library library(port, DIAG_USB_MODE);
   // Nobody handles the signals yet: raised, they would end this process.
   dci_client client(SIGRTMIN + 4, SIGRTMIN + 5);
   bytes room(16384);
@@ -248,12 +244,11 @@ TEST(diag_library, dci_client_gets_pieces_streams_and_signals_with_a_handler) {
   EXPECT_EQ(client.ask(bytes(16385, 0x1C), room), 1005);
   EXPECT_EQ(diag_release_dci_client(&client.id), DIAG_DCI_NO_ERROR);
   EXPECT_EQ(diag_release_dci_client(&client.id), 1002);
-  Diag_LSM_DeInit();
 }
 
 TEST(diag_library, answer_to_a_client_that_has_gone_or_in_another_mode_is_dropped) {
   hand_diag port;
-  open_library(port, DIAG_USB_MODE);
+  const open_library library(port, DIAG_USB_MODE);
   const dci_client listener;
   dci_client leaver;
   bytes room(16);
@@ -266,15 +261,10 @@ TEST(diag_library, answer_to_a_client_that_has_gone_or_in_another_mode_is_droppe
   EXPECT_TRUE(send(hex("1D"))) << "the log is not for callbacks now";
   EXPECT_EQ(logs.take(1), std::vector<bytes>{inner_log});
   EXPECT_EQ(answers.take(0), std::vector<bytes>{});
-  Diag_LSM_DeInit();
 }
 
 TEST(diag_library, answers_by_their_leading_bytes) {
-  const struct {
-    const char* request;
-    const char* packet;
-    bool answers;
-  } rows[] = {
+  const std::tuple<const char*, const char*, bool> rows[] = {
       {"60 01", "60 0B00 4A26 BE0C0A9E34DDD400 06", false},
       {"4B 12 51 00", "4B 12 51 00 01", true},
       {"4B 12 51 00", "4B 12 51 01 01", false},
@@ -289,9 +279,9 @@ TEST(diag_library, answers_by_their_leading_bytes) {
       {"98010000 02000000 1C", "98010000 01000000 1C 08 00", false},
       {"1C", "98010000 01000000 1C 08 00", false},
   };
-  for (const auto& row : rows) {
-    EXPECT_EQ(protocol::diag::is_answer(hex(row.request), hex(row.packet)), row.answers)
-        << row.request << " / " << row.packet;
+  for (const auto& [request, packet, expected] : rows) {
+    EXPECT_EQ(protocol::diag::is_answer(hex(request), hex(packet)), expected)
+        << request << " / " << packet;
   }
   // status u32, delayed id u16, count u16: the last has id 0 or a count up to 0FFF.
   EXPECT_TRUE(protocol::diag::is_last_answer(hex("80 12 0100 00000000 0000 0000")));

@@ -5,12 +5,13 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
 #include <thread>
+#include <tuple>
 
 #include "host/directories.h"
 #include "host/private_files.h"
 #include "host/write_all.h"
+#include "support/process.h"
 #include "support/temp_dir.h"
 #include "support/test.h"
 
@@ -25,66 +26,37 @@ mode_t mode_of(const std::string& path) {
   return ::lstat(path.c_str(), &status) == 0 ? status.st_mode & 07777U : 0;
 }
 
-void make_directory(const std::string& path, mode_t mode) {
-  std::filesystem::create_directory(path);
-  ::chmod(path.c_str(), mode);
-}
-
-void make_file(const std::string& path) {
-  std::ofstream(path) << "there";
-  ::chmod(path.c_str(), 0666);
-}
-
 void expect_reason(const std::string& got, const std::string& part) {
   EXPECT_PRED2(contains, got, part);
   EXPECT_EQ(got.empty(), part.empty()) << got;
 }
 
 TEST(host_files, what_others_put_there_is_not_used) {
-  const struct {
-    const char* what;
-    void (*make)(const std::string& place);
-    const char* directory;  ///< why it is not trusted as a directory
-    const char* file;       ///< or as a file
-  } rows[] = {
-      {"nothing", [](const auto&) {}, "No such file", trusted},
-      {"directory", [](const auto& place) { make_directory(place, 0755); }, trusted, "a"},
-      {"directory of a group", [](const auto& place) { make_directory(place, 0775); },
-       "other users can write to it (mode 0775)", "a"},
-      {"directory of all others", [](const auto& place) { make_directory(place, 0757); },
-       "other users can write to it (mode 0757)", "a"},
-      {"link to nothing",
-       [](const auto& place) { std::filesystem::create_symlink(place + ".led", place); },
-       "symbolic link", "symbolic link"},
-      {"file", make_file, "not a directory", trusted},
-      {"their file",
-       [](const auto& place) {
-         make_file(place);
-         ASSERT_EQ(::chown(place.c_str(), 65534, 65534), 0);
-       },
-       "not a directory", "belongs to user 65534"},
-      {"file under two names",
-       [](const auto& place) {
-         make_file(place + ".first");
-         std::filesystem::create_hard_link(place + ".first", place);
-       },
-       "not a directory", "other names"},
-      {"FIFO", [](const auto& place) { ASSERT_EQ(::mkfifo(place.c_str(), 0600), 0); },
-       "not a directory", "not a regular file"},
+  // What makes the place, why it is not trusted as a directory, and why as a file.
+  const std::tuple<std::string, std::string, std::string> rows[] = {
+      {"true", "No such file", trusted},
+      {"mkdir -m 755 place", trusted, "a"},
+      {"mkdir -m 775 place", "other users can write to it (mode 0775)", "a"},
+      {"mkdir -m 757 place", "other users can write to it (mode 0757)", "a"},
+      {"ln -s nothing place", "symbolic link", "symbolic link"},
+      {"touch place; chmod 666 place", "not a directory", trusted},
+      {"touch place; chown 65534:65534 place", "not a directory", "belongs to user 65534"},
+      {"touch first; ln first place", "not a directory", "other names"},
+      {"mkfifo -m 600 place", "not a directory", "not a regular file"},
   };
-  for (const auto& each : rows) {
-    if (std::string(each.what) == "their file" && ::geteuid() != 0) continue;
-    SCOPED_TRACE(each.what);
+  for (const auto& [command, directory, file] : rows) {
+    if (contains(command, "chown") && ::geteuid() != 0) continue;
+    SCOPED_TRACE(command);
     for (const bool is_lock : {true, false}) {
       const temp_dir dir;
+      ASSERT_EQ(run("sh", {"-c", "cd " + dir.path() + "; " + command}).exit_status, 0);
       const std::string place = dir.file("place");
-      each.make(place);
-      expect_reason(host::distrust_of_directory(place), each.directory);
+      expect_reason(host::distrust_of_directory(place), directory);
       const mode_t before = mode_of(place);
       const auto wrong = is_lock ? host::open_lock(place).error : host::make_private_file(place);
-      expect_reason(wrong, each.file);
+      expect_reason(wrong, file);
       EXPECT_EQ(mode_of(place), wrong.empty() ? 0600 : before);
-      EXPECT_FALSE(std::filesystem::exists(place + ".led"));
+      EXPECT_FALSE(std::filesystem::exists(dir.file("nothing")));
       if (before != 0) expect_reason(host::make_new_file(place).error, "File exists");
     }
   }

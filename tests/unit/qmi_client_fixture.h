@@ -96,17 +96,10 @@ inline void on_notify(qmi_client_type handle, qmi_idl_service_object_type object
   callback_log::add(data, handle, &callback_log::events, event);
 }
 
-class qmi_client : public testing::Test {
+class qmi_library : public testing::Test {
  protected:
-  qmi_client() { start_modem(); }
-  ~qmi_client() override {
+  void TearDown() override {
     for (auto* each : open_) EXPECT_EQ(qmi_client_release(each), 0);
-  }
-
-  void start_modem(std::vector<qmi_server> servers = {server()}) {
-    modem_ = std::make_unique<hand_modem>(std::move(servers));
-    modem_->on_request(echo);
-    setenv("TVK_MODEM", modem_->endpoint().c_str(), 1);
   }
 
   static qmi_service_info first_server() {
@@ -119,10 +112,11 @@ class qmi_client : public testing::Test {
 
   /// Released at the end, unless by the test.
   qmi_client_type connect(qmi_client_ind_cb callback = on_indication, void* data = nullptr) {
-    auto info = first_server();
     qmi_client_type handle = nullptr;
     if (data == nullptr) data = &log_;
-    EXPECT_EQ(qmi_client_init(&info, service, callback, data, nullptr, &handle), 0);
+    EXPECT_EQ(qmi_client_init_instance(service, QMI_CLIENT_INSTANCE_ANY, callback, data, nullptr,
+                                       long_enough, &handle),
+              0);
     open_.insert(handle);
     return handle;
   }
@@ -148,8 +142,20 @@ class qmi_client : public testing::Test {
 
   callback_log log_;
   qmi_client_os_params signal_{};
-  std::unique_ptr<hand_modem> modem_;
   std::set<qmi_client_type> open_;
+};
+
+class qmi_client : public qmi_library {
+ protected:
+  qmi_client() { start_modem(); }
+
+  void start_modem(std::vector<qmi_server> servers = {server()}) {
+    modem_ = std::make_unique<hand_modem>(std::move(servers));
+    modem_->on_request(echo);
+    setenv("TVK_MODEM", modem_->endpoint().c_str(), 1);
+  }
+
+  std::unique_ptr<hand_modem> modem_;
 };
 
 }  // namespace qmi_test

@@ -1,18 +1,17 @@
 // The QMI client library over QMUX, against a device of hand-written frames:
 //   01 | length u16 of the rest | flags | service | client | message
-#include <stdlib.h>
-
+#include <algorithm>
 #include <atomic>
+#include <utility>
 
-#include "platform/qmi_client.h"
-#include "services/sar_v01.h"
 #include "support/eventually.h"
 #include "support/hand_diag.h"
-#include "support/test.h"
+#include "unit/qmi_client_fixture.h"
 
+namespace qmi_test {
 namespace {
 
-using namespace support;
+using qmux_transport = qmi_library;
 
 std::optional<bytes> take_frame(bytes& come) {
   if (come.size() < 3 || come.size() <= come[1]) return {};
@@ -21,7 +20,8 @@ std::optional<bytes> take_frame(bytes& come) {
   return frame;
 }
 
-/// CTL and SAR's state are answered; `before_answers` are sent ahead of SAR's.
+/// CTL and the service of the tests, which is SAR's here, are answered; `before_answers` are sent
+/// ahead of the latter.
 struct hand_device {
   bool in_pieces = false;
   std::atomic<bool> has_sar = true;
@@ -44,48 +44,30 @@ struct hand_device {
 
  private:
   [[nodiscard]] bytes control_tlvs(const bytes& frame) const {
-    const bytes success = hex("02 0400 00000000");
     if (frame[8] == 0x21) {
       // CTL 1.5, DMS 1.4 and, if it is there, SAR 1.3.
-      return success + (has_sar ? hex("01 1000 03  00 0100 0500  02 0100 0400  11 0100 0300")
-                                : hex("01 0b00 02  00 0100 0500  02 0100 0400"));
+      return no_error + (has_sar ? hex("01 1000 03  00 0100 0500  02 0100 0400  11 0100 0300")
+                                 : hex("01 0b00 02  00 0100 0500  02 0100 0400"));
     }
-    if (frame[8] != 0x22) return success + hex("01 0200") + bytes{frame[15], frame[16]};
-    return gives_ids ? success + hex("01 0200") + bytes{frame[15], 9} : hex("02 0400 0100 0500");
+    if (frame[8] != 0x22) return no_error + hex("01 0200") + bytes{frame[15], frame[16]};
+    return gives_ids ? no_error + hex("01 0200") + bytes{frame[15], 9} : hex("02 0400 0100 0500");
   }
 
   void answer(const bytes& frame) {
     const bool is_control = frame[4] == 0;
-    const bytes tlvs = is_control ? control_tlvs(frame) : hex("02 0400 00000000  10 0400 07000000");
+    const bytes tlvs =
+        is_control ? control_tlvs(frame) : no_error + hex("10 0400") + slice(frame, 16);
     const bytes head =
-        is_control ? bytes{1, frame[7], frame[8], frame[9]} : bytes{2, frame[7], frame[8], 2, 0};
-    const bytes message = head + u16(tlvs.size()) + tlvs;
+        is_control ? hex("01") + slice(frame, 7, 10) : hex("02") + slice(frame, 7, 11);
+    const bytes message = slice(frame, 4, 6) + head + u16(tlvs.size()) + tlvs;
     const bytes out = (is_control ? bytes() : before_answers) + hex("01") +
-                      u16(message.size() + 5) + bytes{0x80, frame[4], frame[5]} + message;
+                      u16(message.size() + 3) + hex("80") + message;
     if (!in_pieces) return port.write(out);
     for (const std::uint8_t each : out) port.write({each});
   }
 };
 
-qmi_idl_service_object_type sar_object() {
-  return sar_get_service_object_internal_v01(1, 1, QMI_IDL_LIBRARY_VERSION);
-}
-
-qmi_client_error_type connect(qmi_client_type& handle, qmi_client_ind_cb indications = nullptr,
-                              void* data = nullptr) {
-  return qmi_client_init_instance(sar_object(), QMI_CLIENT_INSTANCE_ANY, indications, data, nullptr,
-                                  30000, &handle);
-}
-
-qmi_client_error_type ask(qmi_client_type handle) {
-  sar_rf_get_state_resp_v01 got{};
-  const auto error =
-      qmi_client_send_msg_sync(handle, sar_rf_get_state_v01, nullptr, 0, &got, sizeof got, 30000);
-  EXPECT_TRUE(error != QMI_NO_ERR || got.sar_rf_state == 7);
-  return error;
-}
-
-TEST(qmux_transport, exchange_takes_and_gives_back_a_client_id_frame_by_frame) {
+TEST_F(qmux_transport, exchange_takes_and_gives_back_a_client_id_frame_by_frame) {
   for (const bool in_pieces : {false, true}) {
     hand_device device;
     device.in_pieces = in_pieces;
@@ -93,35 +75,30 @@ TEST(qmux_transport, exchange_takes_and_gives_back_a_client_id_frame_by_frame) {
     // another service.
     device.before_answers = hex(
         "01 0c00 80 11 ff  04 0000 0300 0000   01 0c00 80 11 09  04 0000 0400 0000"
-        "01 0c00 80 11 08  04 0000 0500 0000   01 1300 80 11 08  02 0100 0200 0700 02 0400 01000300"
+        "01 0c00 80 11 08  04 0000 0500 0000   01 1300 80 11 08  02 0100 0100 0700 02 0400 01000300"
         "01 0c00 80 02 09  04 0000 0600 0000");
-    qmi_client_type handle = nullptr;
-    std::atomic<unsigned> seen = 0;
-    const auto note = [](qmi_client_type, unsigned int id, void*, unsigned int, void* data) {
-      auto& all = *static_cast<std::atomic<unsigned>*>(data);
-      all = all * 0x10 + id;
-    };
-    ASSERT_EQ(connect(handle, note, &seen), QMI_NO_ERR);
-    EXPECT_EQ(ask(handle), QMI_NO_ERR);
-    EXPECT_EQ(seen, 0x34U);
-    EXPECT_EQ(qmi_client_release(handle), QMI_NO_ERR);
+    auto* handle = connect();
+    answer got{};
+    EXPECT_EQ(send(handle, 0x12345678, long_enough, &got), 0);
+    EXPECT_EQ(got.number, 0x12345678U);
+    EXPECT_EQ(std::exchange(log_.indications, {}),
+              (std::vector<bytes>{hex("03000000"), hex("04000000")}));
+    release(handle);
     EXPECT_EQ(device.port.requests(),
               (std::vector<bytes>{hex("01 0b00 00 00 00  00 01 2100 0000"),
                                   hex("01 0f00 00 00 00  00 02 2200 0400  01 0100 11"),
-                                  hex("01 0c00 00 11 09  00 0100 0200 0000"),
+                                  hex("01 1300 00 11 09  00 0100 0100 0700  01 0400 78563412"),
                                   hex("01 1000 00 00 00  00 03 2300 0500  01 0200 11 09")}));
   }
 }
 
-TEST(qmux_transport, control_transactions_wrap_from_255_to_1) {
+TEST_F(qmux_transport, control_transactions_wrap_from_255_to_1) {
   hand_device device;
-  qmi_client_type keeps_the_link = nullptr;
-  ASSERT_EQ(connect(keeps_the_link), QMI_NO_ERR);
+  connect();  // keeps the link
   for (int i = 0; i < 130; ++i) {
-    qmi_client_type handle = nullptr;
-    ASSERT_EQ(connect(handle), QMI_NO_ERR);
-    ASSERT_EQ(ask(handle), QMI_NO_ERR);
-    ASSERT_EQ(qmi_client_release(handle), QMI_NO_ERR);
+    auto* handle = connect();
+    ASSERT_EQ(send(handle, 1), 0);
+    release(handle);
   }
   std::uint8_t last = 0;
   for (const bytes& each : device.port.requests()) {
@@ -131,85 +108,65 @@ TEST(qmux_transport, control_transactions_wrap_from_255_to_1) {
   }
   EXPECT_EQ(last, 261 - 255);
   EXPECT_EQ(device.count(0x22), device.count(0x23));
-  EXPECT_EQ(qmi_client_release(keeps_the_link), QMI_NO_ERR);
 }
 
-TEST(qmux_transport, device_may_be_lost_and_found_a_hundred_times) {
-  struct watched {
-    std::atomic<int> up = 0;
-    std::atomic<int> down = 0;
-    std::atomic<int> errors = 0;
-  } seen;
+TEST_F(qmux_transport, device_may_be_lost_and_found_a_hundred_times) {
   hand_device device;
-  qmi_client_os_params signal{};
-  qmi_client_type notifier = nullptr;
-  ASSERT_EQ(qmi_client_notifier_init(sar_object(), &signal, &notifier), QMI_NO_ERR);
-  const auto count = [](qmi_client_type, qmi_idl_service_object_type,
-                        qmi_client_notify_event_type event, void* data) {
-    auto& all = *static_cast<watched*>(data);
-    ++(event == QMI_CLIENT_SERVICE_COUNT_INC ? all.up : all.down);
-  };
-  ASSERT_EQ(qmi_client_register_notify_cb(notifier, count, &seen), QMI_NO_ERR);
-  const auto note = [](qmi_client_type, qmi_client_error_type, void* data) {
-    ++static_cast<watched*>(data)->errors;
-  };
-  for (int round = 1; round <= 100; ++round) {
-    qmi_client_type handle = nullptr;
-    ASSERT_EQ(connect(handle), QMI_NO_ERR);
-    ASSERT_EQ(qmi_client_register_error_cb(handle, note, &seen), QMI_NO_ERR);
-    ASSERT_EQ(ask(handle), QMI_NO_ERR);
+  auto* notifier = make_notifier();
+  ASSERT_EQ(qmi_client_register_notify_cb(notifier, on_notify, &log_), 0);
+  for (std::size_t round = 1; round <= 100; ++round) {
+    auto* handle = connect();
+    ASSERT_EQ(qmi_client_register_error_cb(handle, on_error, &log_), 0);
+    ASSERT_EQ(send(handle, 1), 0);
     if (round % 2 == 0) {
       device.port.close_connection();
     } else {
       device.port.write(hex("01 0b00 80 00 00  02 01 2700 0000"));  // the modem starts anew
     }
-    ASSERT_TRUE(eventually([&] { return seen.errors == round; }));
-    EXPECT_EQ(ask(handle), QMI_SERVICE_ERR);
-    ASSERT_EQ(qmi_client_release(handle), QMI_NO_ERR);
-    ASSERT_TRUE(eventually([&] { return seen.down == round && seen.up == round + 1; }));
+    ASSERT_TRUE(eventually([&] { return log_.count(log_.errors) == round; }));
+    EXPECT_EQ(send(handle, 1), QMI_SERVICE_ERR);
+    release(handle);
+    ASSERT_TRUE(eventually([&] { return log_.count(log_.events) == 2 * round + 1; }));
   }
-  EXPECT_EQ(qmi_client_release(notifier), QMI_NO_ERR);
+  release(notifier);
+  EXPECT_EQ(std::ranges::count(log_.events, QMI_CLIENT_SERVICE_COUNT_INC), 101);
 }
 
-TEST(qmux_transport, service_that_is_not_there_yet_is_asked_for_again) {
+TEST_F(qmux_transport, service_that_is_not_there_yet_is_asked_for_again) {
   hand_device device;
   device.has_sar = false;
   std::uint32_t services = 0;
-  EXPECT_EQ(qmi_client_get_service_list(sar_object(), nullptr, nullptr, &services),
-            QMI_SERVICE_ERR);
-  qmi_client_os_params signal{};
-  qmi_client_type notifier = nullptr;
-  ASSERT_EQ(qmi_client_notifier_init(sar_object(), &signal, &notifier), QMI_NO_ERR);
+  EXPECT_EQ(qmi_client_get_service_list(service, nullptr, nullptr, &services), QMI_SERVICE_ERR);
+  auto* notifier = make_notifier();
   device.has_sar = true;
-  qmi_cci_os_signal_wait(&signal, 30000);
-  EXPECT_EQ(signal.timed_out, 0U);
-  EXPECT_EQ(qmi_client_release(notifier), QMI_NO_ERR);
+  qmi_cci_os_signal_wait(&signal_, long_enough);
+  EXPECT_EQ(signal_.timed_out, 0U);
+  release(notifier);
 }
 
-TEST(qmux_transport, refused_client_id_is_a_lost_service_and_named) {
+TEST_F(qmux_transport, refused_client_id_is_a_lost_service_and_named) {
   hand_device device;
   device.gives_ids = false;
-  qmi_client_type handle = nullptr;
-  ASSERT_EQ(connect(handle), QMI_NO_ERR);
+  auto* handle = connect();
   testing::internal::CaptureStderr();
-  EXPECT_EQ(ask(handle), QMI_SERVICE_ERR);
+  EXPECT_EQ(send(handle, 1), QMI_SERVICE_ERR);
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "tvk: QMI service 0x11 at " + device.name + " gives out no client id: QMI error 5\n");
-  EXPECT_EQ(qmi_client_release(handle), QMI_NO_ERR);
+  release(handle);
   EXPECT_EQ(device.count(0x23), 0U);
 }
 
-TEST(qmux_transport, peer_that_does_not_speak_qmux_is_named) {
+TEST_F(qmux_transport, peer_that_does_not_speak_qmux_is_named) {
   hand_device device;
-  qmi_client_type handle = nullptr;
-  ASSERT_EQ(connect(handle), QMI_NO_ERR);
+  auto* handle = connect();
   testing::internal::CaptureStderr();
   device.port.write(hex("7e 00"));
-  EXPECT_TRUE(eventually([&] { return ask(handle) == QMI_SERVICE_ERR; }));
+  EXPECT_TRUE(eventually([&] { return send(handle, 1) == QMI_SERVICE_ERR; }));
   EXPECT_EQ(testing::internal::GetCapturedStderr(),
             "tvk: TVK_MODEM=" + device.name +
                 ": sent something that is not a QMUX frame; expected a modem\n");
-  EXPECT_EQ(qmi_client_release(handle), QMI_NO_ERR);
+  release(handle);
 }
 
 }  // namespace
+}  // namespace qmi_test
