@@ -16,6 +16,7 @@ class android_log {
  public:
   android_log() {
     setenv("TVK_ANDROID_LOG", dir_.file("log").c_str(), 1);
+    std::ofstream(dir_.file("log"), std::ios::app) << "of the process before\n";
     begin_ = text().size();
   }
 

@@ -157,15 +157,17 @@ TEST_F(qmux_transport, refused_client_id_is_a_lost_service_and_named) {
 }
 
 TEST_F(qmux_transport, peer_that_does_not_speak_qmux_is_named) {
-  hand_device device;
-  auto* handle = connect();
-  testing::internal::CaptureStderr();
-  device.port.write(hex("7e 00"));
-  EXPECT_TRUE(eventually([&] { return send(handle, 1) == QMI_SERVICE_ERR; }));
-  EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "tvk: TVK_MODEM=" + device.name +
-                ": sent something that is not a QMUX frame; expected a modem\n");
-  release(handle);
+  for (const auto& sent : {hex("7e 00"), hex("01 0400 80 00 00")}) {  // a length below the header's
+    hand_device device;
+    auto* handle = connect();
+    testing::internal::CaptureStderr();
+    device.port.write(sent);
+    EXPECT_TRUE(eventually([&] { return send(handle, 1) == QMI_SERVICE_ERR; }));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "tvk: TVK_MODEM=" + device.name +
+                  ": sent something that is not a QMUX frame; expected a modem\n");
+    release(handle);
+  }
 }
 
 }  // namespace
