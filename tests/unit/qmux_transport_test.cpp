@@ -157,7 +157,7 @@ TEST_F(qmux_transport, refused_client_id_is_a_lost_service_and_named) {
 }
 
 TEST_F(qmux_transport, peer_that_does_not_speak_qmux_is_named) {
-  for (const auto& sent : {hex("7e 00"), hex("01 0400 80 00 00")}) {  // a length below the header's
+  for (const auto& sent : {hex("7e 00"), hex("01 0400 80 00")}) {  // a length below the header's
     hand_device device;
     auto* handle = connect();
     testing::internal::CaptureStderr();
