@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "simulator/modem/ber_tlv.h"
-#include "simulator/modem/hex.h"
+#include "simulator/modem/byte_strings.h"
 
 namespace sim {
 namespace {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "simulator/modem/bind.h"
-#include "simulator/modem/hex.h"
+#include "simulator/modem/byte_strings.h"
 
 namespace sim {
 namespace {

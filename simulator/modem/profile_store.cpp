@@ -6,7 +6,7 @@
 
 #include "simulator/modem/bind.h"
 #include "simulator/modem/columns.h"
-#include "simulator/modem/hex.h"
+#include "simulator/modem/byte_strings.h"
 
 namespace sim {
 namespace {

@@ -1,6 +1,6 @@
 #include "simulator/services/kept_rows.h"
 
-#include "simulator/modem/hex.h"
+#include "simulator/modem/byte_strings.h"
 
 namespace sim {
 namespace {
