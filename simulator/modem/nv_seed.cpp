@@ -1,5 +1,3 @@
-#include "simulator/modem/nv_seed.h"
-
 #include <SQLiteCpp/Statement.h>
 
 #include <algorithm>
@@ -7,6 +5,7 @@
 
 #include "simulator/modem/bind.h"
 #include "simulator/modem/byte_strings.h"
+#include "simulator/modem/seeds.h"
 
 namespace sim {
 namespace {

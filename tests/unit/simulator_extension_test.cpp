@@ -2,7 +2,7 @@
 #include <filesystem>
 
 #include "simulator/modem/modem.h"
-#include "simulator/services/extension.h"
+#include "simulator/services/messages.h"
 #include "support/extension_packets.h"
 #include "support/temp_dir.h"
 #include "support/test.h"
@@ -16,7 +16,7 @@ class extension_service : public testing::Test {
  protected:
   error ask(const bytes& tlvs, std::uint32_t client_port = 1) {
     const sim::client who{nullptr, {1, client_port}};
-    const sim::reply said = sim::answer_extension({who, tlvs, modem_});
+    const sim::reply said = sim::extension_messages()[0].answer({who, tlvs, modem_});
     answer_ = said.tlvs.view();
     restarts_ = said.restart;
     return said.result;
