@@ -12,23 +12,15 @@ class radio_services : public testing::Test {
  protected:
   radio_services() {
     modem_.radio.swing = 0;
-    modem_.radio.means.lte.rsrp = -95;
-    modem_.radio.means.lte.rsrq = -10;
     modem_.radio.means.lte.sinr = -2.5;
-    modem_.radio.means.nr.rsrp = -100;
-    modem_.radio.means.nr.rsrq = -11;
-    modem_.radio.means.nr.sinr = 12;
   }
 
   /// The TLVs of the answer; the error when there is one.
-  bytes ask(const char* service, std::uint16_t message, const bytes& tlvs = {}) {
-    const auto row =
-        std::ranges::find(sim::all_services(), std::string_view(service),
-                          [](const auto& each) { return std::string_view(each.name); });
-    const sim::client who{nullptr, {1, 1}};
+  bytes ask(std::uint8_t port, std::uint16_t message, const bytes& tlvs = {}) {
+    const sim::message_row* const row = sim::all_services()[port - 1U].find(message);
     const sim::reply said = [&] {
       try {
-        return row->find(message)->answer({who, tlvs, modem_});
+        return row->answer({{nullptr, {1, 1}}, tlvs, modem_});
       } catch (const sim::refused& early) {
         return early.answer;
       }
@@ -38,15 +30,15 @@ class radio_services : public testing::Test {
   }
   bytes ask_for(const bytes& ids, std::uint8_t subscription = 0) {
     const auto size = static_cast<std::uint8_t>(ids.size());
-    return ask("statistics", 0x0207,
+    return ask(6, 0x0207,
                hex("01 0200") + u16(subscription) + hex("02 0200 0900  03") + u16(size + 1U) +
                    bytes{static_cast<std::uint8_t>(size / 4)} + ids);
   }
   bytes switch_to(const char* on) {
-    return ask("statistics", 0x0003, hex("01 0400 02000000  10 0100") + hex(on));
+    return ask(6, 0x0003, hex("01 0400 02000000  10 0100") + hex(on));
   }
-  bytes signal_info() { return ask("nas", 0x004F); }
-  bytes rf_band() { return ask("nas", 0x0031); }
+  bytes signal_info() { return ask(5, 0x004F); }
+  bytes rf_band() { return ask(5, 0x0031); }
 
   asio::io_context io_;
   support::temp_dir directory_;
@@ -111,9 +103,9 @@ TEST_F(radio_services, without_card_or_radio_nothing_is_measured) {
   modem_.cards.set_sim(0, false);
   EXPECT_EQ(ask_for(id), nothing);
   EXPECT_NE(ask_for(id, 1), nothing);
-  for (const std::uint16_t message : {0x0020, 0x0031, 0x004F}) {
-    EXPECT_EQ(ask("nas", message), bytes{74});
-  }
+  EXPECT_EQ(ask(5, 0x0020), bytes{74});
+  EXPECT_EQ(signal_info(), bytes{74});
+  EXPECT_EQ(rf_band(), bytes{74});
   modem_.cards.set_sim(0, true);
   EXPECT_NE(ask_for(id), nothing);
   ASSERT_EQ(modem_.uicc.power_down(1), sim::card_error::none);
