@@ -25,14 +25,11 @@ const bytes not_registered = done + hex("01 0500 00 02 02 02 00");
 /// A client of a modem of its own.
 class tvk_modem_services : public testing::Test {
  protected:
-  explicit tvk_modem_services(std::vector<std::string> options = {"--set", "radio.swing=0"})
-      : modem_({}, std::move(options)) {}
-
   bytes ask(std::uint8_t port, const char* message, const std::string& tlvs = "") const {
     return client_->ask(port, message, hex(tlvs));
   }
 
-  simulated_modem modem_;
+  simulated_modem modem_{{}, {"--set", "radio.swing=0"}};
   std::optional<modem_connection> client_{std::in_place, modem_.socket()};
 };
 
@@ -167,18 +164,15 @@ TEST_F(tvk_modem_services, data_call_is_its_clients_and_needs_registration) {
   EXPECT_EQ(ask(wds_port, "2b00", "01 0200 00 02"), failed("5100") + hex("e0 0200 0500"));
 }
 
-class one_active_slot : public tvk_modem_services {
- protected:
-  one_active_slot() : tvk_modem_services({"--set", "uim.active_slots=1"}) {}
-};
-
-TEST_F(one_active_slot, is_all_that_status_shows) {
-  const bytes slots = ask(uim_port, "4700");
+TEST(one_active_slot, is_all_that_status_shows) {
+  const simulated_modem modem({}, {"--set", "uim.active_slots=1"});
+  const modem_connection client(modem.socket());
+  const bytes slots = client.ask(uim_port, "4700");
   ASSERT_GT(slots.size(), 41U);
   // Present, active, logical slot 1, its ICCID; present, not active, in no logical slot.
   EXPECT_EQ(slice(slots, 7, 31), hex("10 2900 02  02000000 01000000 01 0a 980001010000000030f5"));
   EXPECT_EQ(slice(slots, 31, 40), hex("02000000 00000000 00"));
-  EXPECT_EQ(ask(uim_port, "3000", "01 0100 02"), failed("3000"));
+  EXPECT_EQ(client.ask(uim_port, "3000", hex("01 0100 02")), failed("3000"));
 }
 
 }  // namespace
