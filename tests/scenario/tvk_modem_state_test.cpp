@@ -166,16 +166,12 @@ TEST(tvk_modem_state, start_on_a_full_disk_is_refused_and_changes_nothing) {
 #endif
   const temp_dir dir;
   const std::string state = dir.file("state");
-  const std::vector<std::string> serve = {"serve", "--socket", dir.file("modem.sock"), "--state",
-                                          state};
   ASSERT_EQ(program({"nv", "list"}, state).exit_status, 0);
   const auto size = std::filesystem::file_size(state + "/modem.db");
   for (const rlim_t limit : {0U, 1000U, 4096U}) {
     const file_size_limit limited(limit);
     for (const std::string& directory : {state, dir.file("new")}) {
-      auto arguments = serve;
-      arguments.back() = directory;
-      const auto refused = run(TVK_MODEM_PROGRAM, arguments);
+      const auto refused = program({"serve", "--socket", dir.file("modem.sock")}, directory);
       EXPECT_EQ(refused.exit_status, 1);
       EXPECT_EQ(refused.signal, 0);
       EXPECT_PRED2(contains, refused.errors, directory + "/modem.db");
