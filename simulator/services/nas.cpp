@@ -85,9 +85,14 @@ packed lte_information(const registration& now) {
 
 constexpr nas_row system_rows[] = {
     {0x14, "02 02 01"},  // LTE has service
-    {0x19, lte_information},     {0x1E, "ff ff"},    {0x21, "01"},       {0x29, "01", 0},
-    {0x2A, "01 00 00 00", 0},  // calls over IMS
-    {0x27, "01 00 00 00", 0x28}, {0x4E, "01", 0x50}, {0x4F, "00", 0x51},
+    {0x19, lte_information},
+    {0x1E, "ff ff"},              // no geographical index
+    {0x21, "01"},                 // voice over LTE
+    {0x29, "01", 0},              // and over IMS,
+    {0x2A, "01 00 00 00", 0},     // which calls use
+    {0x27, "01 00 00 00", 0x28},  // the SIM is not rejected
+    {0x4E, "01", 0x50},           // dual connectivity with NR is available,
+    {0x4F, "00", 0x51},           // not restricted
 };
 
 struct network_news {

@@ -105,12 +105,15 @@ void write_settings(const data_profile& settings, tlv_writer& out) {
   for (const auto& [tlv, value] : settings) out.bytes(tlv, value);
 }
 
-/// Addresses of the documentation's networks: two servers of names, its own, the gateway and mask.
+/// Addresses of the documentation's networks.
 constexpr row call_settings[] = {
-    {0x15, "35 02 00 c0"}, {0x16, "36 02 00 c0"}, {0x1E, "02 02 00 c0"},
-    {0x1F, "00 01"},                                                      // the profile
-    {0x20, "01 02 00 c0"}, {0x21, "00 ff ff ff"}, {0x29, "dc 05 00 00"},  // bytes of a packet
-    {0x2B, "04"},                                                         // IPv4
+    {0x15, "35 02 00 c0"},                         // DNS servers
+    {0x16, "36 02 00 c0"}, {0x1E, "02 02 00 c0"},  // the modem
+    {0x1F, "00 01"},                               // the profile
+    {0x20, "01 02 00 c0"},                         // the gateway
+    {0x21, "00 ff ff ff"},                         // the mask
+    {0x29, "dc 05 00 00"},                         // the most bytes of a packet: 1500
+    {0x2B, "04"},                                  // IPv4
 };
 
 reply get_call_settings(const request& asked) {
