@@ -251,9 +251,7 @@ TEST(tvk_modem_state, programs_and_a_running_modem_see_each_others_changes) {
   EXPECT_EQ(read(client), bytes(500, 'z'));
   ASSERT_EQ(write(client, bytes{'a', 0, 'b'}), 0U);
   EXPECT_EQ(program({"efs", "cat", "/f"}, state).output, std::string("a\0b", 3));
-  EXPECT_NE(program({"efs", "ls"}, state).output.find("     3  /f\n"), std::string::npos);
-  EXPECT_EQ(program({"efs", "rm", "/f"}, state).exit_status, 0);
-  EXPECT_EQ(ask(client, file_request{}).result, 2U);
+  EXPECT_PRED2(contains, program({"efs", "ls"}, state).output, "     3  /f\n");
 }
 
 }  // namespace
