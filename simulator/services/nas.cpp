@@ -27,7 +27,7 @@ packed name_of(const radio_network& network) {
   return packed().u16(network.mcc).u16(network.mnc).counted_text(operator_name);
 }
 
-// What is told of the registration, on request and unasked.
+// What is reported of the registration, on request and unasked.
 
 packed attached(const registration& now) {
   constexpr std::uint8_t registered = 1;

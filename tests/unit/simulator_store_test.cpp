@@ -52,39 +52,33 @@ TEST_F(store, is_shared_by_two) {
 }
 
 TEST_F(store, refuses_what_is_not_its_database_and_leaves_it_alone) {
-  const struct {
-    const char* sql;  ///< null: no database at all
-    const char* reason;
-  } rows[] = {
-      {nullptr, "not a database"},
+  const auto expect_refused = [&](const char* reason) {
+    const std::string before = contents();
+    const std::string line = refusal();
+    EXPECT_PRED2(contains, line, reason);
+    EXPECT_PRED2(contains, line, file_);
+    EXPECT_TRUE(contents() == before) << "changed: " << reason;
+  };
+  const std::pair<const char*, const char*> rows[] = {
       {"PRAGMA user_version = 7", "schema version 7, this program knows up to 6"},
       {"CREATE TABLE mine (x)", "another program"},
       {"CREATE TABLE counters (name, value); PRAGMA user_version = 1", "another program"},
       {"PRAGMA application_id = 0x54564B4D; PRAGMA user_version = 1", "is damaged"},
   };
-  for (const auto& wrong : rows) {
-    SCOPED_TRACE(wrong.reason);
+  for (const auto& [sql, reason] : rows) {
     std::filesystem::remove_all(directory_);
-    if (wrong.sql != nullptr) {
-      run_sql(wrong.sql);
-    } else {
-      std::filesystem::create_directories(directory_);
-      std::ofstream(file_) << std::string(3000, 'x');
-    }
-    const std::string before = contents();
-    const std::string line = refusal();
-    EXPECT_PRED2(contains, line, wrong.reason);
-    EXPECT_PRED2(contains, line, file_);
-    EXPECT_TRUE(contents() == before) << "changed";
+    run_sql(sql);
+    expect_refused(reason);
   }
+  std::ofstream(file_) << std::string(3000, 'x');
+  expect_refused("not a database");
   std::filesystem::remove_all(directory_);
   { const sim::store made(directory_); }
   std::string damaged = contents();
   ASSERT_GT(damaged.size(), 3U * 4096);
   damaged.replace(4096, damaged.size() - 4096, damaged.size() - 4096, '\x5A');
   std::ofstream(file_, std::ios::binary) << damaged;
-  EXPECT_PRED2(contains, refusal(), file_);
-  EXPECT_TRUE(contents() == damaged) << "changed";
+  expect_refused("");
 }
 
 /// Everything that the modem reads; nothing of it may be used when its database is damaged.
