@@ -85,7 +85,7 @@ void dispatcher::client_gone(const client& gone) {
 }
 
 void dispatcher::forget_wishes(const client& of) {
-  modem_.pdc_clients.drop(of);
+  modem_.pdc_clients.erase(of);
   modem_.watchers.drop(of);
   modem_.data.calls.erase(of);
 }

@@ -73,8 +73,8 @@ struct message_row {
   const char* name;
   message_handler answer;  ///< null: only an indication
   std::span<const tlv_row> request_tlvs = {};
-  std::span<const tlv_row> response_tlvs = {};
-  request_words describe_request = nullptr;  ///< null: the TLVs suffice
+  std::span<const tlv_row> response_tlvs = {};  ///< after the standard response
+  request_words describe_request = nullptr;     ///< null: the TLVs suffice
   answer_words describe_answer = nullptr;
   std::span<const tlv_row> indication_tlvs = {};
 };

@@ -15,8 +15,6 @@ namespace qmi = protocol::qmi;
 
 constexpr const char* indent = "            ";
 
-constexpr tlv_row standard_tlvs[] = {{qmi::standard_response_tlv, "standard response"}};
-
 constexpr std::pair<command, const char*> command_names[] = {
     {command::new_server, "NEW_SERVER"}, {command::del_server, "DEL_SERVER"},
     {command::del_client, "DEL_CLIENT"}, {command::new_lookup, "NEW_LOOKUP"},
@@ -40,17 +38,15 @@ const char* kind_name(qmi::message_kind kind) {
 }
 
 /// An answer without the service's own result is a standard response.
-std::span<const tlv_row> names_of(const service_row& service, const qmi::message& message) {
-  const bool response = message.head.kind == qmi::message_kind::response;
-  if (response && service.result_tlv != no_result_tlv &&
-      !qmi::find_tlv(message.tlvs, service.result_tlv)) {
-    return standard_tlvs;
-  }
-  const message_row* const row = service.find(message.head.message_id);
+bool is_standard(const service_row& service, const qmi::message& message) {
+  return message.head.kind == qmi::message_kind::response &&
+         (service.result_tlv == no_result_tlv || !qmi::find_tlv(message.tlvs, service.result_tlv));
+}
+
+std::span<const tlv_row> names_of(const message_row* row, qmi::message_kind kind) {
   if (row == nullptr) return {};
-  if (message.head.kind == qmi::message_kind::indication) return row->indication_tlvs;
-  if (response && row->response_tlvs.empty()) return standard_tlvs;
-  return response ? row->response_tlvs : row->request_tlvs;
+  if (kind == qmi::message_kind::indication) return row->indication_tlvs;
+  return kind == qmi::message_kind::response ? row->response_tlvs : row->request_tlvs;
 }
 
 tlv_row row_of(std::uint8_t type, std::span<const tlv_row> names) {
@@ -165,18 +161,16 @@ void trace::message(direction way, const client& who, const service_row& service
                  message->head.tlv_length);
   qmi::tlv_reader reader(message->tlvs);
   std::size_t shown = 0;
-  const auto names = names_of(service, *message);
+  const auto names = names_of(row, message->head.kind);
   const bool is_request = message->head.kind == qmi::message_kind::request;
-  const bool begins_with_standard_response =
-      message->head.kind == qmi::message_kind::response &&
-      (names.data() == standard_tlvs || service.result_tlv == no_result_tlv);
+  const bool is_standard_response = is_standard(service, *message);
   while (const auto tlv = reader.next()) {
     const tlv_row known = row_of(tlv->type, names);
-    fmt::format_to(out, "{}0x{:02x} {:<17} {:>5}  {}\n", indent, tlv->type, known.name,
-                   tlv->value.size(),
-                   begins_with_standard_response && tlv->type == qmi::standard_response_tlv
-                       ? describe_standard_response(tlv->value)
-                       : describe_value(tlv->value, known.small_value));
+    const bool is_result = is_standard_response && tlv->type == qmi::standard_response_tlv;
+    fmt::format_to(out, "{}0x{:02x} {:<17} {:>5}  {}\n", indent, tlv->type,
+                   is_result ? "standard response" : known.name, tlv->value.size(),
+                   is_result ? describe_standard_response(tlv->value)
+                             : describe_value(tlv->value, known.small_value));
     shown += qmi::tlv_header_size + tlv->value.size();
   }
   if (reader.malformed()) {

@@ -67,10 +67,6 @@ std::string_view text_in(SQLite::Statement& row, int at, const column& what) {
   return text_of(row.getColumn(at));
 }
 
-std::vector<std::uint8_t> copied(protocol::byte_view bytes) {
-  return {bytes.begin(), bytes.end()};
-}
-
 protocol::byte_view bytes_in(SQLite::Statement& row, int at, const column& what) {
   check(row, at, what);
   const SQLite::Column value = row.getColumn(at);

@@ -8,7 +8,6 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "protocol/bytes.h"
 
@@ -33,9 +32,6 @@ struct damage : std::runtime_error {
 [[nodiscard]] std::int64_t number_in(SQLite::Statement& row, int at, const column& what);
 [[nodiscard]] std::string_view text_in(SQLite::Statement& row, int at, const column& what);
 [[nodiscard]] protocol::byte_view bytes_in(SQLite::Statement& row, int at, const column& what);
-
-/// A copy that outlives the row.
-[[nodiscard]] std::vector<std::uint8_t> copied(protocol::byte_view bytes);
 
 /// Throws `damage` when the row's column number `at` holds what it may not.
 void check(SQLite::Statement& row, int at, const column& what);

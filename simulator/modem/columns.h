@@ -4,10 +4,9 @@
 #include <limits>
 
 #include "simulator/modem/column.h"
-#include "simulator/modem/efs_store.h"
 #include "simulator/modem/efs_tree.h"
 #include "simulator/modem/euicc_notes.h"
-#include "simulator/modem/nv_store.h"
+#include "simulator/modem/item_store.h"
 #include "simulator/modem/pdc_configs.h"
 #include "simulator/modem/profile_store.h"
 

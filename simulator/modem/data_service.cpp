@@ -1,9 +1,11 @@
 #include "simulator/modem/data_service.h"
 
+#include "simulator/modem/byte_strings.h"
+
 namespace sim {
 
 data_profile made_data_profile(std::string_view apn, std::uint8_t pdp_type) {
-  const std::vector<std::uint8_t> name(apn.begin(), apn.end());
+  const auto name = copied(bytes_of(apn));
   return {{profile_tlv::name, name}, {profile_tlv::pdp_type, {pdp_type}}, {profile_tlv::apn, name}};
 }
 
@@ -17,8 +19,7 @@ std::uint8_t data_profile_type(const data_profile& profile) {
 
 std::string_view data_profile_apn(const data_profile& profile) {
   const auto found = profile.find(profile_tlv::apn);
-  if (found == profile.end()) return {};
-  return {reinterpret_cast<const char*>(found->second.data()), found->second.size()};
+  return found == profile.end() ? std::string_view() : text_of(found->second);
 }
 
 }  // namespace sim

@@ -8,13 +8,16 @@
 #include <string_view>
 #include <vector>
 
-#include "simulator/modem/kept_values.h"
 #include "simulator/port.h"
 
 namespace sim {
 
-/// A profile's settings as WDS carries them, by TLV.
-using data_profile = std::map<std::uint8_t, std::vector<std::uint8_t>>;
+/// Values that clients set and get back as the TLVs of a service carry them, by the TLV that gets
+/// each; one that was never set is missing.
+using kept_values = std::map<std::uint8_t, std::vector<std::uint8_t>>;
+
+/// A profile's settings.
+using data_profile = kept_values;
 
 namespace profile_tlv {
 inline constexpr std::uint8_t name = 0x10;

@@ -1,12 +1,11 @@
-#include "simulator/modem/efs_seed.h"
-
 #include <SQLiteCpp/Statement.h>
 
 #include <string_view>
 #include <vector>
 
 #include "simulator/modem/bind.h"
-#include "simulator/modem/hex.h"
+#include "simulator/modem/byte_strings.h"
+#include "simulator/modem/seeds.h"
 
 namespace sim {
 namespace {
@@ -65,7 +64,7 @@ void seed_efs_files(SQLite::Database& database) {
   for (const efs_seed_row& row : files) {
     insert_file(insert, row.path, bytes_of_hex(row.bytes));
   }
-  insert_file(insert, policy_path, std::vector<std::uint8_t>(policy.begin(), policy.end()));
+  insert_file(insert, policy_path, bytes_of(policy));
 }
 
 }  // namespace sim

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "protocol/bytes.h"
-#include "simulator/modem/efs_store.h"
+#include "simulator/modem/item_store.h"
 #include "simulator/port.h"
 
 namespace sim {

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "simulator/modem/efs_store.h"
+#include "simulator/modem/item_store.h"
 
 namespace sim {
 

@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "simulator/modem/ber_tlv.h"
-#include "simulator/modem/hex.h"
+#include "simulator/modem/byte_strings.h"
 
 namespace sim {
 namespace {
@@ -45,14 +45,12 @@ enum class outcome : std::uint8_t {
   undefined_error = 127,
 };
 
-byte_view view_of(std::string_view text) {
-  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+void append(bytes& out, byte_view more) {
+  out.insert(out.end(), more.begin(), more.end());
 }
 
-bytes answer_outcome(std::uint32_t request_tag, outcome result) {
-  const auto code = static_cast<std::uint8_t>(result);
-  return ber::made(request_tag, ber::made(tag::result, {&code, 1}));
-}
+// What requests are answered with, inside their own tag; nothing for what is wrong with a request.
+using content = std::optional<bytes>;
 
 /// SGP.22 version 2.2.2; the key identifier is that of a certificate issuer for tests.
 constexpr std::string_view info_version = "82 03 02 02 02";
@@ -60,39 +58,32 @@ constexpr std::string_view info_issuers =
     "a9 16 04 14 f5 41 72 bd f9 8a 95 d6 5c be b8 8a 38 a1 c1 1d 80 0a 85 c3 "
     "aa 16 04 14 f5 41 72 bd f9 8a 95 d6 5c be b8 8a 38 a1 c1 1d 80 0a 85 c3";
 
-bytes get_info_1(byte_view /*request*/, euicc_state& /*card*/) {
-  bytes content = bytes_of_hex(info_version);
-  const bytes issuers = bytes_of_hex(info_issuers);
-  content.insert(content.end(), issuers.begin(), issuers.end());
-  return ber::made(0xBF20, content);
+content get_info_1(byte_view /*request*/, euicc_state& /*card*/) {
+  bytes out = bytes_of_hex(info_version);
+  append(out, bytes_of_hex(info_issuers));
+  return out;
 }
 
-bytes get_info_2(byte_view /*request*/, euicc_state& card) {
-  bytes content = bytes_of_hex("81 03 02 01 00");  // profile package 2.1.0
-  const auto add = [&content](const bytes& more) {
-    content.insert(content.end(), more.begin(), more.end());
-  };
-  add(bytes_of_hex(info_version));
-  add(bytes_of_hex("83 03 01 00 00"));  // firmware 1.0.0
-  // Card resources: number of applications, free memory that lasts, free memory that does not.
-  const auto count = static_cast<std::uint8_t>(card.profiles.all().size());
-  bytes resources = {0x81, 0x01, count};
-  const bytes memory = bytes_of_hex("82 04 00 06 00 00 83 04 00 00 40 00");
-  resources.insert(resources.end(), memory.begin(), memory.end());
-  ber::append(content, 0x84, resources);
-  add(bytes_of_hex("85 04 06 7f 36 c0"));  // UICC capabilities
-  add(bytes_of_hex("88 02 04 90"));        // of remote provisioning
-  add(bytes_of_hex(info_issuers));
-  add(bytes_of_hex("99 02 06 40"));     // policy rule 1 is forbidden
-  add(bytes_of_hex("04 03 01 00 00"));  // protection profile 1.0.0
-  ber::append(content, 0x0C, view_of("TV-KM-UP-0001"));
-  return ber::made(0xBF22, content);
+content get_info_2(byte_view /*request*/, euicc_state& card) {
+  bytes out = bytes_of_hex("81 03 02 01 00");  // profile package 2.1.0
+  append(out, bytes_of_hex(info_version));
+  // Firmware 1.0.0; resources: applications, free memory that lasts, free memory that does not.
+  append(out, bytes_of_hex("83 03 01 00 00 84 0f 81 01"));
+  out.push_back(static_cast<std::uint8_t>(card.profiles.all().size()));
+  append(out, bytes_of_hex("82 04 00 06 00 00 83 04 00 00 40 00"));
+  // Capabilities of the UICC, and those of remote provisioning.
+  append(out, bytes_of_hex("85 04 06 7f 36 c0 88 02 04 90"));
+  append(out, bytes_of_hex(info_issuers));
+  // Policy rule 1 is forbidden; protection profile 1.0.0; accreditation.
+  append(out, bytes_of_hex("99 02 06 40 04 03 01 00 00"));
+  ber::append(out, 0x0C, bytes_of("TV-KM-UP-0001"));
+  return out;
 }
 
-bytes get_data(byte_view request, euicc_state& /*card*/) {
+content get_data(byte_view request, euicc_state& /*card*/) {
   const auto wanted = ber::find(request, tag::tag_list);
   if (!wanted || !std::ranges::equal(*wanted, std::array{std::uint8_t{tag::eid}})) return {};
-  return ber::made(0xBF3E, ber::made(tag::eid, euicc_eid));
+  return ber::made(tag::eid, euicc_eid);
 }
 
 bool is_same(byte_view left, byte_view right) {
@@ -115,12 +106,12 @@ bytes info_of(const profile& each, const std::string& nickname, std::optional<by
       {tag::iccid, each.iccid},
       {tag::isdp_aid, each.isdp_aid},
       {tag::state, {&state, 1}},
-      {tag::nickname, view_of(nickname)},
-      {tag::provider, view_of(each.provider)},
-      {tag::name, view_of(each.name)},
+      {tag::nickname, bytes_of(nickname)},
+      {tag::provider, bytes_of(each.provider)},
+      {tag::name, bytes_of(each.name)},
       {tag::profile_class, {&operational_class, 1}},
   };
-  bytes content;
+  bytes info;
   for (const auto& field : fields) {
     bytes written_tag;
     ber::append_tag(written_tag, field.tag);
@@ -128,29 +119,25 @@ bytes info_of(const profile& each, const std::string& nickname, std::optional<by
         (!wanted || std::search(wanted->begin(), wanted->end(), written_tag.begin(),
                                 written_tag.end()) != wanted->end()) &&
         (field.tag != tag::nickname || !nickname.empty());
-    if (is_wanted) ber::append(content, field.tag, field.value);
+    if (is_wanted) ber::append(info, field.tag, field.value);
   }
-  return ber::made(tag::profile_info, content);
+  return ber::made(tag::profile_info, info);
 }
 
-bytes list_profiles(byte_view request, euicc_state& card) {
-  constexpr std::uint32_t own_tag = 0xBF2D;
+content list_profiles(byte_view request, euicc_state& card) {
   std::optional<ber::object> criterion;
   if (const auto search = ber::find(request, tag::search)) {
     criterion = ber::reader(*search).next();
-    if (!criterion) {
-      constexpr std::uint8_t incorrect_input = 1;
-      return ber::made(own_tag, ber::made(tag::list_error, {&incorrect_input, 1}));
-    }
+    constexpr std::uint8_t incorrect_input = 1;
+    if (!criterion) return ber::made(tag::list_error, {&incorrect_input, 1});
   }
   const auto wanted = ber::find(request, tag::tag_list);
   bytes found;
   for (const profile& each : card.profiles.all()) {
     if (criterion && !names(*criterion, each)) continue;
-    const bytes info = info_of(each, card.notes.nickname(each.iccid), wanted);
-    found.insert(found.end(), info.begin(), info.end());
+    append(found, info_of(each, card.notes.text(each.iccid), wanted));
   }
-  return ber::made(own_tag, ber::made(tag::profiles, found));
+  return ber::made(tag::profiles, found);
 }
 
 /// The profile that an AID or ICCID names.
@@ -177,56 +164,40 @@ outcome set_enabled(byte_view request, euicc_state& card, bool enabled) {
   return outcome::ok;
 }
 
-bytes enable_profile(byte_view request, euicc_state& card) {
-  return answer_outcome(0xBF31, set_enabled(request, card, true));
+outcome enable_profile(byte_view request, euicc_state& card) {
+  return set_enabled(request, card, true);
 }
 
-bytes disable_profile(byte_view request, euicc_state& card) {
-  return answer_outcome(0xBF32, set_enabled(request, card, false));
+outcome disable_profile(byte_view request, euicc_state& card) {
+  return set_enabled(request, card, false);
 }
 
-bytes delete_profile(byte_view request, euicc_state& card) {
+outcome delete_profile(byte_view request, euicc_state& card) {
   const auto found = find_profile(request, card.profiles);
-  outcome result = outcome::ok;
-  if (!found) {
-    result = outcome::not_found;
-  } else if (found->enabled) {
-    result = outcome::wrong_state;
-  } else {
-    card.profiles.erase(found->isdp_aid);
-    card.notes.set_nickname(found->iccid, {});
-    card.notes.notify(profile_operation::deleted, found->iccid);
-  }
-  return answer_outcome(0xBF33, result);
+  if (!found) return outcome::not_found;
+  if (found->enabled) return outcome::wrong_state;
+  card.profiles.erase(found->isdp_aid);
+  card.notes.set_text(found->iccid, {});
+  card.notes.notify(profile_operation::deleted, found->iccid);
+  return outcome::ok;
 }
 
-bytes reset_memory(byte_view request, euicc_state& card) {
-  constexpr std::uint32_t own_tag = 0xBF34;
+outcome reset_memory(byte_view request, euicc_state& card) {
   constexpr std::uint8_t operational_profiles = 0x80;
   const auto options = ber::find(request, tag::reset_options);
   // A bit string: the number of unused bits, then the bits.
-  if (!options || options->size() != 2) return answer_outcome(own_tag, outcome::undefined_error);
+  if (!options || options->size() != 2) return outcome::undefined_error;
   const bool deletes = ((*options)[1] & operational_profiles) != 0;
-  const bool found = deletes && card.profiles.erase_all() != 0;
-  return answer_outcome(own_tag, found ? outcome::ok : outcome::not_found);
+  return deletes && card.profiles.erase_all() != 0 ? outcome::ok : outcome::not_found;
 }
 
-std::string_view text_of(byte_view value) {
-  return {reinterpret_cast<const char*>(value.data()), value.size()};
-}
-
-bytes set_nickname(byte_view request, euicc_state& card) {
-  constexpr std::uint32_t own_tag = 0xBF29;
+outcome set_nickname(byte_view request, euicc_state& card) {
   const auto iccid = ber::find(request, tag::iccid);
   const auto name = ber::find(request, tag::nickname);
-  if (!iccid || !name || name->size() > longest_nickname) {
-    return answer_outcome(own_tag, outcome::undefined_error);
-  }
-  if (!find_profile(ber::made(tag::iccid, *iccid), card.profiles)) {
-    return answer_outcome(own_tag, outcome::not_found);
-  }
-  card.notes.set_nickname(*iccid, text_of(*name));
-  return answer_outcome(own_tag, outcome::ok);
+  if (!iccid || !name || name->size() > longest_nickname) return outcome::undefined_error;
+  if (!find_profile(ber::made(tag::iccid, *iccid), card.profiles)) return outcome::not_found;
+  card.notes.set_text(*iccid, text_of(*name));
+  return outcome::ok;
 }
 
 /// Root SM-DS of the test network, and where the notifications would go.
@@ -248,15 +219,11 @@ bytes integer_of(std::uint32_t number) {
 bytes metadata_of(const profile_notification& each) {
   constexpr std::uint8_t unused_bits = 4;
   const std::array operation{unused_bits, static_cast<std::uint8_t>(each.operation)};
-  bytes content = ber::made(0x80, integer_of(each.number));
-  ber::append(content, 0x81, operation);
-  ber::append(content, 0x0C, view_of(notification_server));
-  ber::append(content, tag::iccid, each.iccid);
-  return ber::made(0xBF2F, content);
-}
-
-void append(bytes& out, const bytes& more) {
-  out.insert(out.end(), more.begin(), more.end());
+  bytes metadata = ber::made(0x80, integer_of(each.number));
+  ber::append(metadata, 0x81, operation);
+  ber::append(metadata, 0x0C, bytes_of(notification_server));
+  ber::append(metadata, tag::iccid, each.iccid);
+  return ber::made(0xBF2F, metadata);
 }
 
 /// The second byte of an optional bit string chooses operations.
@@ -265,18 +232,18 @@ bool is_chosen(std::optional<byte_view> operations, const profile_notification& 
                          ((*operations)[1] & static_cast<std::uint8_t>(each.operation)) != 0);
 }
 
-bytes list_notifications(byte_view request, euicc_state& card) {
+content list_notifications(byte_view request, euicc_state& card) {
   const auto operations = ber::find(request, 0x81);
   bytes found;
   for (const profile_notification& each : card.notes.notifications()) {
     if (is_chosen(operations, each)) append(found, metadata_of(each));
   }
-  return ber::made(0xBF28, ber::made(0xA0, found));
+  return ber::made(0xA0, found);
 }
 
 /// Each with a signature, which is zeros here, in place of one that a server could check. No more
 /// than one answer holds.
-bytes retrieve_notifications(byte_view request, euicc_state& card) {
+content retrieve_notifications(byte_view request, euicc_state& card) {
   constexpr std::size_t signature_size = 64;
   constexpr std::size_t most_bytes = 800;
   const auto criterion = ber::find(request, tag::search);
@@ -284,63 +251,71 @@ bytes retrieve_notifications(byte_view request, euicc_state& card) {
   const auto operations = criterion ? ber::find(*criterion, 0x81) : std::nullopt;
   bytes found;
   for (const profile_notification& each : card.notes.notifications()) {
-    const bytes own_number = integer_of(each.number);
-    if (number && !is_same(*number, own_number)) continue;
+    if (number && !is_same(*number, integer_of(each.number))) continue;
     if (!is_chosen(operations, each)) continue;
-    bytes content = metadata_of(each);
-    ber::append(content, 0x5F37, bytes(signature_size));
-    const bytes whole = ber::made(0x30, content);
+    bytes signed_one = metadata_of(each);
+    ber::append(signed_one, 0x5F37, bytes(signature_size));
+    const bytes whole = ber::made(0x30, signed_one);
     if (found.size() + whole.size() > most_bytes) break;
     append(found, whole);
   }
-  return ber::made(0xBF2B, ber::made(0xA0, found));
+  return ber::made(0xA0, found);
 }
 
-bytes remove_notification(byte_view request, euicc_state& card) {
-  constexpr std::uint32_t own_tag = 0xBF30;
+outcome remove_notification(byte_view request, euicc_state& card) {
   const auto number = ber::find(request, 0x80);
-  if (!number || number->empty()) return answer_outcome(own_tag, outcome::undefined_error);
+  if (!number || number->empty()) return outcome::undefined_error;
   for (const profile_notification& each : card.notes.notifications()) {
     if (!is_same(*number, integer_of(each.number))) continue;
-    return answer_outcome(own_tag,
-                          card.notes.remove(each.number) ? outcome::ok : outcome::not_found);
+    return card.notes.remove(each.number) ? outcome::ok : outcome::not_found;
   }
-  return answer_outcome(own_tag, outcome::not_found);
+  return outcome::not_found;
 }
 
-bytes get_addresses(byte_view /*request*/, euicc_state& card) {
-  bytes content;
-  const std::string server = card.notes.server();
-  if (!server.empty()) ber::append(content, 0x80, view_of(server));
-  ber::append(content, 0x81, view_of(root_server));
-  return ber::made(0xBF3C, content);
+content get_addresses(byte_view /*request*/, euicc_state& card) {
+  bytes out;
+  const std::string server = card.notes.text(default_server);
+  if (!server.empty()) ber::append(out, 0x80, bytes_of(server));
+  ber::append(out, 0x81, bytes_of(root_server));
+  return out;
 }
 
-bytes set_server(byte_view request, euicc_state& card) {
-  constexpr std::uint32_t own_tag = 0xBF3F;
+outcome set_server(byte_view request, euicc_state& card) {
   const auto address = ber::find(request, 0x80);
-  if (!address || address->size() > longest_server) {
-    return answer_outcome(own_tag, outcome::undefined_error);
-  }
-  card.notes.set_server(text_of(*address));
-  return answer_outcome(own_tag, outcome::ok);
+  if (!address || address->size() > longest_server) return outcome::undefined_error;
+  card.notes.set_text(default_server, text_of(*address));
+  return outcome::ok;
 }
 
 /// No rules authorise anything.
-bytes get_rules(byte_view /*request*/, euicc_state& /*card*/) {
-  return ber::made(0xBF43, ber::made(0xA0, {}));
+content get_rules(byte_view /*request*/, euicc_state& /*card*/) {
+  return ber::made(0xA0, {});
 }
 
-bytes get_challenge(byte_view /*request*/, euicc_state& /*card*/) {
+content get_challenge(byte_view /*request*/, euicc_state& /*card*/) {
   bytes challenge(16);
   std::random_device source;
   std::ranges::generate(challenge, [&] { return static_cast<std::uint8_t>(source()); });
-  return ber::made(0xBF2E, ber::made(0x80, challenge));
+  return ber::made(0x80, challenge);
 }
 
+/// A request tells something, or changes something with an outcome.
 struct request_row {
-  std::uint32_t tag;
-  bytes (*answer)(byte_view request, euicc_state& card);
+  using teller = content (*)(byte_view request, euicc_state& card);
+  using change = outcome (*)(byte_view request, euicc_state& card);
+
+  constexpr request_row(std::uint32_t own_tag, teller told) : number(own_tag), tell(told) {}
+  constexpr request_row(std::uint32_t own_tag, change changed) : number(own_tag), act(changed) {}
+
+  [[nodiscard]] content answer(byte_view request, euicc_state& card) const {
+    if (tell != nullptr) return tell(request, card);
+    const auto code = static_cast<std::uint8_t>(act(request, card));
+    return ber::made(tag::result, {&code, 1});
+  }
+
+  std::uint32_t number;
+  teller tell = nullptr;
+  change act = nullptr;
 };
 constexpr request_row requests[] = {
     {0xBF20, get_info_1},
@@ -371,11 +346,10 @@ bool is_well_formed(byte_view objects) {
 }  // namespace
 
 std::vector<std::uint8_t> euicc::select_isd_r() {
-  bytes content = ber::made(0x84, isd_r_aid);
+  bytes out = ber::made(0x84, isd_r_aid);
   // The most that it takes in one command, and the version of its interface.
-  const bytes proprietary = bytes_of_hex("a5 04 9f 65 01 ff e0 05 82 03 02 02 02");
-  content.insert(content.end(), proprietary.begin(), proprietary.end());
-  return ber::made(0x6F, content);
+  append(out, bytes_of_hex("a5 04 9f 65 01 ff e0 05 82 03 02 02 02"));
+  return ber::made(0x6F, out);
 }
 
 bool euicc::needs_keys(byte_view request) {
@@ -388,8 +362,10 @@ std::vector<std::uint8_t> euicc::ask_isd_r(byte_view request) {
   ber::reader in(request);
   const auto asked = in.next();
   if (!asked || in.next() || in.malformed() || !is_well_formed(asked->value)) return {};
-  const auto* const row = std::ranges::find(requests, asked->tag, &request_row::tag);
-  return row == std::end(requests) ? bytes() : row->answer(asked->value, state_);
+  const auto* const row = std::ranges::find(requests, asked->tag, &request_row::number);
+  const content answer =
+      row == std::end(requests) ? std::nullopt : row->answer(asked->value, state_);
+  return answer ? ber::made(row->number, *answer) : bytes();
 }
 
 }  // namespace sim

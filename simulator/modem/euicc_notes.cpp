@@ -1,10 +1,10 @@
 #include "simulator/modem/euicc_notes.h"
 
+#include "simulator/modem/byte_strings.h"
 #include "simulator/modem/columns.h"
 
 namespace sim {
 
-// A text is a profile's nickname, by its ICCID, or the default server, by nothing.
 euicc_notes::euicc_notes(store& store)
     : text_(store, "SELECT text FROM euicc_texts WHERE iccid = ?"),
       set_text_(store,
@@ -32,22 +32,6 @@ void euicc_notes::set_text(protocol::byte_view about, std::string_view text) {
   } else {
     set_text_.run(about, std::string(text));
   }
-}
-
-std::string euicc_notes::nickname(protocol::byte_view iccid) {
-  return text(iccid);
-}
-
-void euicc_notes::set_nickname(protocol::byte_view iccid, std::string_view name) {
-  set_text(iccid, name);
-}
-
-std::string euicc_notes::server() {
-  return text({});
-}
-
-void euicc_notes::set_server(std::string_view address) {
-  set_text({}, address);
 }
 
 void euicc_notes::notify(profile_operation what, protocol::byte_view iccid) {

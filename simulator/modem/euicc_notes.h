@@ -23,6 +23,8 @@ struct profile_notification {
 
 inline constexpr std::size_t longest_nickname = 64;
 inline constexpr std::size_t longest_server = 128;
+/// What the default server's text is about.
+inline constexpr protocol::byte_view default_server;
 /// The oldest are dropped beyond this.
 inline constexpr int most_notifications = 32;
 
@@ -31,11 +33,9 @@ class euicc_notes {
  public:
   explicit euicc_notes(store& store);
 
-  /// Empty: none.
-  [[nodiscard]] std::string nickname(protocol::byte_view iccid);
-  void set_nickname(protocol::byte_view iccid, std::string_view name);
-  [[nodiscard]] std::string server();
-  void set_server(std::string_view address);
+  /// A profile's nickname, by its ICCID, or the default server. Empty: none.
+  [[nodiscard]] std::string text(protocol::byte_view about);
+  void set_text(protocol::byte_view about, std::string_view text);
 
   void notify(profile_operation what, protocol::byte_view iccid);
   /// In the order of their numbers.
@@ -44,9 +44,6 @@ class euicc_notes {
   [[nodiscard]] bool remove(std::uint32_t number);
 
  private:
-  [[nodiscard]] std::string text(protocol::byte_view about);
-  void set_text(protocol::byte_view about, std::string_view text);
-
   prepared text_;
   prepared set_text_;
   prepared erase_text_;

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "simulator/modem/nv_store.h"
+#include "simulator/modem/item_store.h"
 
 namespace sim {
 

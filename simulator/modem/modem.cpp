@@ -6,7 +6,7 @@ namespace sim {
 
 void modem::drop_unfinished() {
   transfers.drop_all();
-  pdc_clients.drop_all();
+  pdc_clients.clear();
   statistics_on = false;
   watchers = {};
   data.calls.clear();

@@ -1,12 +1,11 @@
-#include "simulator/modem/nv_seed.h"
-
 #include <SQLiteCpp/Statement.h>
 
 #include <algorithm>
 #include <iterator>
 
 #include "simulator/modem/bind.h"
-#include "simulator/modem/hex.h"
+#include "simulator/modem/byte_strings.h"
+#include "simulator/modem/seeds.h"
 
 namespace sim {
 namespace {

@@ -1,5 +1,5 @@
-// What the configuration service knows of its clients: the configuration that each is loading, how
-// far it has read the list, and which indications it wants.
+// What the configuration service knows of its clients: the configuration that each is loading, and
+// how far it has read the list.
 #pragma once
 
 #include <cstdint>
@@ -28,24 +28,10 @@ struct config_listing {
 };
 
 struct pdc_client {
-  bool wants_changes = false;
-  bool wants_refreshes = false;
   std::optional<config_load> loading;
   std::optional<config_listing> listing;
 };
 
-class pdc_clients {
-  using clients = std::map<client, pdc_client, client_order>;
-
- public:
-  [[nodiscard]] pdc_client& of(const client& who) { return clients_[who]; }
-  [[nodiscard]] const clients& all() const { return clients_; }
-
-  void drop(const client& who) { clients_.erase(who); }
-  void drop_all() { clients_.clear(); }
-
- private:
-  clients clients_;
-};
+using pdc_clients = std::map<client, pdc_client, client_order>;
 
 }  // namespace sim

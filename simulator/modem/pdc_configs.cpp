@@ -1,5 +1,6 @@
 #include "simulator/modem/pdc_configs.h"
 
+#include "simulator/modem/byte_strings.h"
 #include "simulator/modem/columns.h"
 
 namespace sim {

@@ -1,5 +1,3 @@
-#include "simulator/modem/pdc_seed.h"
-
 #include <SQLiteCpp/Statement.h>
 
 #include <cstdint>
@@ -7,7 +5,8 @@
 #include <vector>
 
 #include "simulator/modem/bind.h"
-#include "simulator/modem/hex.h"
+#include "simulator/modem/byte_strings.h"
+#include "simulator/modem/seeds.h"
 
 namespace sim {
 namespace {
@@ -62,8 +61,7 @@ void seed_pdc_configs(SQLite::Database& database) {
                            "VALUES (?, ?, ?, ?, ?, ?)");
   for (const pdc_seed_row& row : configs) {
     insert_row(insert, row.type, bytes_of_hex(row.id), row.description, row.version,
-               static_cast<int>(row.is_active),
-               std::vector<std::uint8_t>(row.data.begin(), row.data.end()));
+               static_cast<int>(row.is_active), bytes_of(row.data));
   }
 }
 

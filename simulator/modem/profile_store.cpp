@@ -5,8 +5,9 @@
 #include <algorithm>
 
 #include "simulator/modem/bind.h"
+#include "simulator/modem/byte_strings.h"
 #include "simulator/modem/columns.h"
-#include "simulator/modem/hex.h"
+#include "simulator/modem/seeds.h"
 
 namespace sim {
 namespace {

@@ -1,8 +1,6 @@
 // The operator profiles on the eUICC; at most one of them is enabled.
 #pragma once
 
-#include <SQLiteCpp/Database.h>
-
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -44,8 +42,5 @@ class profile_store {
   prepared erase_;
   prepared erase_all_;
 };
-
-/// Writes the profiles of a new eUICC, within the caller's transaction.
-void seed_profiles(SQLite::Database& database);
 
 }  // namespace sim

@@ -10,10 +10,8 @@
 
 #include "simulator/failure.h"
 #include "simulator/modem/columns.h"
-#include "simulator/modem/efs_seed.h"
-#include "simulator/modem/nv_seed.h"
-#include "simulator/modem/pdc_seed.h"
 #include "simulator/modem/profile_store.h"
+#include "simulator/modem/seeds.h"
 #include "simulator/modem/settings.h"
 
 namespace sim {
@@ -22,55 +20,50 @@ namespace {
 constexpr int application_id = 0x54564B4D;  // "TVKM": distinguishes our databases from others
 constexpr int busy_timeout_ms = 5000;
 
-constexpr const char* counters =
-    "CREATE TABLE counters (name TEXT PRIMARY KEY NOT NULL, value INTEGER NOT NULL) WITHOUT ROWID";
-
-constexpr const char* items_files_and_settings =
-    "CREATE TABLE nv_items ("
-    "  subscription INTEGER NOT NULL, id INTEGER NOT NULL, data BLOB NOT NULL,"
-    "  PRIMARY KEY (subscription, id)) WITHOUT ROWID;"
-    "CREATE TABLE efs_files ("
-    "  subscription INTEGER NOT NULL, path TEXT NOT NULL, data BLOB NOT NULL,"
-    "  PRIMARY KEY (subscription, path));"
-    "CREATE TABLE settings (name TEXT PRIMARY KEY NOT NULL, value INTEGER NOT NULL) WITHOUT ROWID";
-
-constexpr const char* euicc_profiles =
-    "CREATE TABLE euicc_profiles ("
-    "  isdp_aid BLOB PRIMARY KEY NOT NULL, iccid BLOB NOT NULL, enabled INTEGER NOT NULL,"
-    "  provider TEXT NOT NULL, name TEXT NOT NULL) WITHOUT ROWID";
-constexpr const char* modes_directories_and_links =
-    "CREATE TABLE efs_entries ("
-    "  path TEXT PRIMARY KEY NOT NULL, mode INTEGER NOT NULL, target TEXT NOT NULL) WITHOUT ROWID";
-constexpr const char* configurations =
-    "CREATE TABLE pdc_configs ("
-    "  number INTEGER PRIMARY KEY, type INTEGER NOT NULL, id BLOB NOT NULL,"
-    "  description TEXT NOT NULL, version INTEGER NOT NULL, data BLOB NOT NULL,"
-    "  is_active INTEGER NOT NULL DEFAULT 0, is_pending INTEGER NOT NULL DEFAULT 0,"
-    "  UNIQUE (type, id))";
-constexpr const char* texts_and_notifications =
-    "CREATE TABLE euicc_texts ("
-    "  iccid BLOB PRIMARY KEY NOT NULL, text TEXT NOT NULL) WITHOUT ROWID;"
-    "CREATE TABLE euicc_notifications ("
-    "  number INTEGER PRIMARY KEY AUTOINCREMENT, operation INTEGER NOT NULL,"
-    "  iccid BLOB NOT NULL)";
-
 struct step {
   const char* tables;
   void (*fill)(SQLite::Database& database);
 };
 
+void fill_items_and_files(SQLite::Database& database) {
+  seed_nv_items(database);
+  seed_efs_files(database);
+}
+
 /// From schema version N to N + 1, for each N from 0.
 constexpr step steps[] = {
-    {counters, nullptr},
-    {items_files_and_settings,
-     [](SQLite::Database& database) {
-       seed_nv_items(database);
-       seed_efs_files(database);
-     }},
-    {euicc_profiles, seed_profiles},
-    {modes_directories_and_links, nullptr},
-    {configurations, seed_pdc_configs},
-    {texts_and_notifications, nullptr},
+    {"CREATE TABLE counters ("
+     "  name TEXT PRIMARY KEY NOT NULL, value INTEGER NOT NULL) WITHOUT ROWID",
+     nullptr},
+    {"CREATE TABLE nv_items ("
+     "  subscription INTEGER NOT NULL, id INTEGER NOT NULL, data BLOB NOT NULL,"
+     "  PRIMARY KEY (subscription, id)) WITHOUT ROWID;"
+     "CREATE TABLE efs_files ("
+     "  subscription INTEGER NOT NULL, path TEXT NOT NULL, data BLOB NOT NULL,"
+     "  PRIMARY KEY (subscription, path));"
+     "CREATE TABLE settings ("
+     "  name TEXT PRIMARY KEY NOT NULL, value INTEGER NOT NULL) WITHOUT ROWID",
+     fill_items_and_files},
+    {"CREATE TABLE euicc_profiles ("
+     "  isdp_aid BLOB PRIMARY KEY NOT NULL, iccid BLOB NOT NULL, enabled INTEGER NOT NULL,"
+     "  provider TEXT NOT NULL, name TEXT NOT NULL) WITHOUT ROWID",
+     seed_profiles},
+    // Modes, directories and links.
+    {"CREATE TABLE efs_entries ("
+     "  path TEXT PRIMARY KEY NOT NULL, mode INTEGER NOT NULL, target TEXT NOT NULL) WITHOUT ROWID",
+     nullptr},
+    {"CREATE TABLE pdc_configs ("
+     "  number INTEGER PRIMARY KEY, type INTEGER NOT NULL, id BLOB NOT NULL,"
+     "  description TEXT NOT NULL, version INTEGER NOT NULL, data BLOB NOT NULL,"
+     "  is_active INTEGER NOT NULL DEFAULT 0, is_pending INTEGER NOT NULL DEFAULT 0,"
+     "  UNIQUE (type, id))",
+     seed_pdc_configs},
+    {"CREATE TABLE euicc_texts ("
+     "  iccid BLOB PRIMARY KEY NOT NULL, text TEXT NOT NULL) WITHOUT ROWID;"
+     "CREATE TABLE euicc_notifications ("
+     "  number INTEGER PRIMARY KEY AUTOINCREMENT, operation INTEGER NOT NULL,"
+     "  iccid BLOB NOT NULL)",
+     nullptr},
 };
 constexpr int schema_version = std::size(steps);
 
@@ -147,10 +140,6 @@ void bring_up_to_date(SQLite::Database& database, const std::string& path) {
   check_tables(database, path);
   transaction.commit();
 }
-
-}  // namespace
-
-namespace {
 
 SQLite::Database open_once(const std::string& path) {
   SQLite::Database database(path, SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE, busy_timeout_ms);

@@ -29,18 +29,17 @@ template <auto member>
 void into_radio(modem& state, std::int64_t value) {
   assign(state.radio.*member, value);
 }
-template <auto member>
-void into_network(modem& state, std::int64_t value) {
-  assign(state.radio.means.network.*member, value);
+
+/// Around which the levels of `part` move.
+template <auto part, auto member>
+void into_means(modem& state, std::int64_t value) {
+  assign(state.radio.means.*part.*member, value);
 }
-template <auto member>
-void into_lte(modem& state, std::int64_t value) {
-  assign(state.radio.means.lte.*member, value);
-}
-template <auto member>
-void into_nr(modem& state, std::int64_t value) {
-  assign(state.radio.means.nr.*member, value);
-}
+constexpr auto network = &radio_values::network;
+constexpr auto lte = &radio_values::lte;
+constexpr auto nr = &radio_values::nr;
+constexpr auto wcdma = &radio_values::wcdma;
+constexpr auto gsm = &radio_values::gsm;
 
 /// As users write it, with a sign when it is negative.
 std::optional<std::int64_t> parse_signed(std::string_view text, const settable_row& row) {
@@ -59,32 +58,30 @@ constexpr settable_row rows[] = {
     {"diag.factory_length", 4, 16384, into<&modem::factory_answer>},
     {"radio.seed", 0, max_32, into_radio<&radio::seed>},
     {"radio.swing", 0, 20, into_radio<&radio::swing>},
-    {"network.mcc", 1, 999, into_network<&radio_network::mcc>},
-    {"network.mnc", 0, 999, into_network<&radio_network::mnc>},
-    {"network.mnc_digits", 2, 3, into_network<&radio_network::mnc_digits>},
-    {"lte.earfcn", 0, 262143, into_lte<&lte_cell::dl_earfcn>},
-    {"lte.ul_earfcn", 0, 262143, into_lte<&lte_cell::ul_earfcn>},
-    {"lte.pci", 0, 503, into_lte<&lte_cell::pci>},
+    {"network.mcc", 1, 999, into_means<network, &radio_network::mcc>},
+    {"network.mnc", 0, 999, into_means<network, &radio_network::mnc>},
+    {"network.mnc_digits", 2, 3, into_means<network, &radio_network::mnc_digits>},
+    {"lte.earfcn", 0, 262143, into_means<lte, &lte_cell::dl_earfcn>},
+    {"lte.ul_earfcn", 0, 262143, into_means<lte, &lte_cell::ul_earfcn>},
+    {"lte.pci", 0, 503, into_means<lte, &lte_cell::pci>},
     {"lte.neighbour_pci", 0, 503,
      [](modem& state, std::int64_t value) {
        state.radio.means.neighbour_pci = static_cast<std::uint16_t>(value);
      }},
-    {"lte.band", 1, 88, into_lte<&lte_cell::band>},
-    {"lte.resource_blocks", 6, 100, into_lte<&lte_cell::resource_blocks>},
-    {"lte.cell_identity", 0, 0xFFFFFFF, into_lte<&lte_cell::cell_identity>},
-    {"lte.tracking_area", 0, 0xFFFF, into_lte<&lte_cell::tracking_area>},
-    {"lte.rsrp", -140, -40, into_lte<&lte_cell::rsrp>},
-    {"lte.rsrq", -30, 3, into_lte<&lte_cell::rsrq>},
-    {"lte.sinr", -20, 31, into_lte<&lte_cell::sinr>},
-    {"nr.arfcn", 0, 3279165, into_nr<&nr_cell::arfcn>},
-    {"nr.pci", 0, 1007, into_nr<&nr_cell::pci>},
-    {"nr.rsrp", -156, -31, into_nr<&nr_cell::rsrp>},
-    {"nr.rsrq", -43, 20, into_nr<&nr_cell::rsrq>},
-    {"nr.sinr", -23, 40, into_nr<&nr_cell::sinr>},
-    {"wcdma.rssi", -120, -25,
-     [](modem& state, std::int64_t value) { assign(state.radio.means.wcdma.rssi, value); }},
-    {"gsm.rssi", -120, -25,
-     [](modem& state, std::int64_t value) { assign(state.radio.means.gsm.rssi, value); }},
+    {"lte.band", 1, 88, into_means<lte, &lte_cell::band>},
+    {"lte.resource_blocks", 6, 100, into_means<lte, &lte_cell::resource_blocks>},
+    {"lte.cell_identity", 0, 0xFFFFFFF, into_means<lte, &lte_cell::cell_identity>},
+    {"lte.tracking_area", 0, 0xFFFF, into_means<lte, &lte_cell::tracking_area>},
+    {"lte.rsrp", -140, -40, into_means<lte, &lte_cell::rsrp>},
+    {"lte.rsrq", -30, 3, into_means<lte, &lte_cell::rsrq>},
+    {"lte.sinr", -20, 31, into_means<lte, &lte_cell::sinr>},
+    {"nr.arfcn", 0, 3279165, into_means<nr, &nr_cell::arfcn>},
+    {"nr.pci", 0, 1007, into_means<nr, &nr_cell::pci>},
+    {"nr.rsrp", -156, -31, into_means<nr, &nr_cell::rsrp>},
+    {"nr.rsrq", -43, 20, into_means<nr, &nr_cell::rsrq>},
+    {"nr.sinr", -23, 40, into_means<nr, &nr_cell::sinr>},
+    {"wcdma.rssi", -120, -25, into_means<wcdma, &wcdma_cell::rssi>},
+    {"gsm.rssi", -120, -25, into_means<gsm, &gsm_cell::rssi>},
 };
 
 }  // namespace

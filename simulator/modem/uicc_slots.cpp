@@ -4,13 +4,14 @@
 #include <array>
 #include <optional>
 
-#include "simulator/modem/hex.h"
+#include "simulator/modem/byte_strings.h"
 
 namespace sim {
 namespace {
 
 using bytes = std::vector<std::uint8_t>;
 using protocol::byte_view;
+using protocol::qmi::error;
 
 constexpr unsigned euicc_slot = 2;
 constexpr std::uint8_t basic_channel = 0;
@@ -129,7 +130,7 @@ bool uicc_slots::has_card(unsigned physical) {
   return cards_.present(physical - 1);
 }
 
-card_error uicc_slots::look(unsigned physical, card& found) {
+error uicc_slots::look(unsigned physical, card& found) {
   if (!has_card(physical)) return card_error::no_card;
   const auto connected = settings_.get(connected_card(physical));
   if (connected == none_connected) return card_error::no_power;
@@ -142,18 +143,18 @@ card_error uicc_slots::look(unsigned physical, card& found) {
   return card_error::none;
 }
 
-card_error uicc_slots::look_logical(unsigned logical, card& found) {
+error uicc_slots::look_logical(unsigned logical, card& found) {
   if (logical < 1 || logical > active_slots) return card_error::no_slot;
   return look(physical_of(logical), found);
 }
 
-card_error uicc_slots::power_down(unsigned logical) {
+error uicc_slots::power_down(unsigned logical) {
   if (logical < 1 || logical > active_slots) return card_error::no_slot;
   connect(physical_of(logical), false);
   return card_error::none;
 }
 
-card_error uicc_slots::power_up(unsigned logical, bool blindly) {
+error uicc_slots::power_up(unsigned logical, bool blindly) {
   if (logical < 1 || logical > active_slots) return card_error::no_slot;
   const unsigned physical = physical_of(logical);
   if (!blindly && !has_card(physical)) return card_error::no_card;
@@ -184,10 +185,10 @@ bool uicc_slots::assign(unsigned logical, unsigned physical) {
   return true;
 }
 
-card_error uicc_slots::open_channel(const client& who, unsigned logical, byte_view aid,
-                                    opened_channel& opened) {
+error uicc_slots::open_channel(const client& who, unsigned logical, byte_view aid,
+                               opened_channel& opened) {
   card on;
-  if (const auto error = look_logical(logical, on); error != card_error::none) return error;
+  if (const error wrong = look_logical(logical, on); wrong != card_error::none) return wrong;
   const application found = find_application(on, aid);
   if (found == application::none) return card_error::no_application;
   const unsigned physical = physical_of(logical);
@@ -199,7 +200,7 @@ card_error uicc_slots::open_channel(const client& who, unsigned logical, byte_vi
   return card_error::none;
 }
 
-card_error uicc_slots::close_channel(unsigned logical, std::uint8_t id) {
+error uicc_slots::close_channel(unsigned logical, std::uint8_t id) {
   if (logical < 1 || logical > active_slots) return card_error::no_slot;
   if (id == basic_channel || channels_.erase({physical_of(logical), id}) == 0) {
     return card_error::no_channel;
@@ -207,12 +208,11 @@ card_error uicc_slots::close_channel(unsigned logical, std::uint8_t id) {
   return card_error::none;
 }
 
-card_error uicc_slots::transmit(unsigned logical, std::uint8_t channel, byte_view apdu,
-                                bytes& answer) {
+error uicc_slots::transmit(unsigned logical, std::uint8_t channel, byte_view apdu, bytes& answer) {
   constexpr std::uint8_t select_instruction = 0xA4;
   constexpr std::uint8_t store_data_instruction = 0xE2;
   card on;
-  if (const auto error = look_logical(logical, on); error != card_error::none) return error;
+  if (const error wrong = look_logical(logical, on); wrong != card_error::none) return wrong;
   const auto at = std::pair(physical_of(logical), channel);
   if (channel != basic_channel && !channels_.contains(at)) return card_error::no_channel;
   application& selected = channels_[at].selected;

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "protocol/bytes.h"
+#include "protocol/qmi_message.h"
 #include "simulator/modem/cards.h"
 #include "simulator/modem/euicc.h"
 #include "simulator/modem/settings.h"
@@ -21,15 +22,16 @@
 namespace sim {
 
 /// Why a card did not do what was asked.
-enum class card_error : std::uint8_t {
-  none,
-  no_slot,
-  no_card,
-  no_power,
-  no_application,
-  no_channel,  ///< it is not open
-  no_channel_free,
-};
+namespace card_error {
+using protocol::qmi::error;
+inline constexpr error none = error::none;
+inline constexpr error no_slot = error::invalid_argument;
+inline constexpr error no_card = error::no_sim;
+inline constexpr error no_power = error::sim_not_initialized;
+inline constexpr error no_application = error::sim_file_not_found;
+inline constexpr error no_channel = error::invalid_argument;  ///< it is not open
+inline constexpr error no_channel_free = error::insufficient_resources;
+}  // namespace card_error
 
 /// What can be selected on a card.
 enum class application : std::uint8_t { none, usim, isd_r };
@@ -48,7 +50,8 @@ struct opened_channel {
 };
 
 /// Slots are numbered from 1; each function that takes a logical one refuses those that do not
-/// exist. Every function throws `failure` when the state cannot be read or written.
+/// exist. Errors are those of `card_error`. Every function throws `failure` when the state cannot
+/// be read or written.
 class uicc_slots {
  public:
   uicc_slots(settings& settings, cards& cards, euicc& euicc, usim& usim)
@@ -61,23 +64,24 @@ class uicc_slots {
   [[nodiscard]] bool has_card(unsigned physical);
 
   /// The card in a physical slot, as far as it can be asked.
-  [[nodiscard]] card_error look(unsigned physical, card& found);
-  [[nodiscard]] card_error look_logical(unsigned logical, card& found);
+  [[nodiscard]] protocol::qmi::error look(unsigned physical, card& found);
+  [[nodiscard]] protocol::qmi::error look_logical(unsigned logical, card& found);
 
-  [[nodiscard]] card_error power_down(unsigned logical);
+  [[nodiscard]] protocol::qmi::error power_down(unsigned logical);
   /// Without a card only when `blindly`.
-  [[nodiscard]] card_error power_up(unsigned logical, bool blindly);
+  [[nodiscard]] protocol::qmi::error power_up(unsigned logical, bool blindly);
 
   /// Maps a logical slot to this physical one, and the other slot to the one that becomes free.
   /// False when it is mapped there already.
   [[nodiscard]] bool assign(unsigned logical, unsigned physical);
 
-  [[nodiscard]] card_error open_channel(const client& who, unsigned logical,
-                                        protocol::byte_view aid, opened_channel& opened);
-  [[nodiscard]] card_error close_channel(unsigned logical, std::uint8_t id);
+  [[nodiscard]] protocol::qmi::error open_channel(const client& who, unsigned logical,
+                                                  protocol::byte_view aid, opened_channel& opened);
+  [[nodiscard]] protocol::qmi::error close_channel(unsigned logical, std::uint8_t id);
   /// The card's answer, status words at its end. Channel 0 is always open.
-  [[nodiscard]] card_error transmit(unsigned logical, std::uint8_t channel,
-                                    protocol::byte_view apdu, std::vector<std::uint8_t>& answer);
+  [[nodiscard]] protocol::qmi::error transmit(unsigned logical, std::uint8_t channel,
+                                              protocol::byte_view apdu,
+                                              std::vector<std::uint8_t>& answer);
 
   void drop_client(const client& gone);
   /// Every card powers up again.

@@ -3,13 +3,14 @@
 #include <algorithm>
 #include <iterator>
 
-#include "simulator/modem/hex.h"
+#include "simulator/modem/byte_strings.h"
 #include "simulator/modem/identity.h"
 
 namespace sim {
 namespace {
 
 using bytes = std::vector<std::uint8_t>;
+using protocol::qmi::error;
 
 constexpr std::uint16_t master = 0x3F00;
 constexpr std::uint16_t usim_directory = 0x7FFF;
@@ -23,10 +24,6 @@ struct file_row {
   bytes (*made)(protocol::byte_view iccid) = nullptr;
   bool needs_pin = true;
 };
-
-bytes copy_iccid(protocol::byte_view iccid) {
-  return {iccid.begin(), iccid.end()};
-}
 
 /// Length, then a 9 that says the count is odd, then the digits, low nibble first.
 bytes imsi_file(protocol::byte_view /*iccid*/) {
@@ -51,7 +48,7 @@ bytes provider_file(protocol::byte_view /*iccid*/) {
 constexpr file_row files[] = {
     {0, master, file_type::master, "", nullptr, false},
     {master, usim_directory, file_type::dedicated, "", nullptr, false},
-    {master, 0x2FE2, file_type::transparent, "", copy_iccid, false},
+    {master, 0x2FE2, file_type::transparent, "", copied, false},
     {master, 0x2F05, file_type::transparent, "65 6e ff ff", nullptr, false},  // languages
     // The applications: the USIM.
     {master, 0x2F00, file_type::linear_fixed, "61 09 4f 07 a0 00 00 00 87 10 02 ff ff ff ff ff",
@@ -79,8 +76,6 @@ std::optional<std::int64_t> number_of(std::string_view code) {
 }
 
 constexpr std::string_view unblock_code = "12345678";
-constexpr std::int64_t all_pin_tries = 3;
-constexpr std::int64_t all_puk_tries = 10;
 
 }  // namespace
 
@@ -99,9 +94,8 @@ std::optional<card_file> usim::find(std::span<const std::uint16_t> path, std::ui
   const std::uint16_t directory = path.empty() ? 0 : path.back();
   for (const file_row& row : files) {
     if (row.directory != directory || row.id != id) continue;
-    return card_file{id,
-                     row.type,
-                     {row.made == nullptr ? bytes_of_hex(row.content) : row.made(iccid)},
+    return card_file{id, row.type,
+                     row.made == nullptr ? bytes_of_hex(row.content) : row.made(iccid),
                      row.needs_pin};
   }
   return std::nullopt;
@@ -125,57 +119,57 @@ bool usim::is_unlocked(unsigned slot) {
   return state == pin_state::verified || state == pin_state::disabled;
 }
 
-pin_result usim::check(unsigned slot, unsigned pin, std::string_view code) {
-  const setting& tries = setting_of::pin_tries[slot - 1][pin - 1];
+error usim::try_code(const setting& tries, bool is_right) {
   const auto left = settings_.get(tries);
   if (left == 0) return pin_result::blocked;
-  if (number_of(code) != settings_.get(setting_of::pin_code[slot - 1][pin - 1])) {
-    settings_.set(tries, left - 1);
-    return left == 1 ? pin_result::blocked : pin_result::wrong;
-  }
-  settings_.set(tries, all_pin_tries);
-  return pin_result::done;
+  settings_.set(tries, is_right ? tries.most : left - 1);
+  if (is_right) return pin_result::done;
+  return left == 1 ? pin_result::blocked : pin_result::wrong;
 }
 
-pin_result usim::verify(unsigned slot, unsigned pin, std::string_view code) {
-  if (!is_enabled(slot, pin)) return pin_result::not_changed;
-  const pin_result result = check(slot, pin, code);
-  if (result == pin_result::done) verified_[slot - 1][pin - 1] = true;
+error usim::check(const pin_request& asked) {
+  const auto [slot, pin] = std::pair(asked.slot - 1, asked.pin - 1);
+  const auto code = settings_.get(setting_of::pin_code[slot][pin]);
+  const error result = try_code(setting_of::pin_tries[slot][pin], number_of(asked.code) == code);
+  if (result == pin_result::done) verified_[slot][pin] = true;
   return result;
 }
 
-pin_result usim::change(unsigned slot, unsigned pin, std::string_view code, std::string_view next) {
-  const auto number = number_of(next);
-  if (!number || !is_enabled(slot, pin)) return pin_result::not_changed;
-  const pin_result result = check(slot, pin, code);
-  if (result != pin_result::done) return result;
-  settings_.set(setting_of::pin_code[slot - 1][pin - 1], *number);
-  verified_[slot - 1][pin - 1] = true;
+error usim::verify(const pin_request& asked) {
+  return is_enabled(asked.slot, asked.pin) ? check(asked) : pin_result::not_changed;
+}
+
+error usim::change(const pin_request& asked) {
+  const auto number = number_of(asked.next);
+  if (!number || !is_enabled(asked.slot, asked.pin)) return pin_result::not_changed;
+  const error result = check(asked);
+  if (result == pin_result::done) {
+    settings_.set(setting_of::pin_code[asked.slot - 1][asked.pin - 1], *number);
+  }
   return result;
 }
 
-pin_result usim::unblock(unsigned slot, unsigned pin, std::string_view puk, std::string_view next) {
-  const auto number = number_of(next);
-  const setting& tries = setting_of::puk_tries[slot - 1][pin - 1];
-  const auto left = settings_.get(tries);
-  if (left == 0) return pin_result::blocked;
-  if (puk != unblock_code || !number) {
-    settings_.set(tries, left - 1);
-    return left == 1 ? pin_result::blocked : pin_result::wrong;
-  }
-  settings_.set(tries, all_puk_tries);
-  settings_.set(setting_of::pin_tries[slot - 1][pin - 1], all_pin_tries);
-  settings_.set(setting_of::pin_code[slot - 1][pin - 1], *number);
-  verified_[slot - 1][pin - 1] = true;
-  return pin_result::done;
+error usim::unblock(const pin_request& asked) {
+  const auto [slot, pin] = std::pair(asked.slot - 1, asked.pin - 1);
+  const auto number = number_of(asked.next);
+  const error result =
+      try_code(setting_of::puk_tries[slot][pin], asked.code == unblock_code && number);
+  if (result != pin_result::done) return result;
+  const setting& tries = setting_of::pin_tries[slot][pin];
+  settings_.set(tries, tries.most);
+  settings_.set(setting_of::pin_code[slot][pin], *number);
+  verified_[slot][pin] = true;
+  return result;
 }
 
-pin_result usim::enable(unsigned slot, unsigned pin, bool on, std::string_view code) {
-  if (pin != 1 || is_enabled(slot, pin) == on) return pin_result::not_changed;
-  const pin_result result = check(slot, pin, code);
-  if (result != pin_result::done) return result;
-  settings_.set(setting_of::pin_enabled[slot - 1], on ? 1 : 0);
-  verified_[slot - 1][pin - 1] = true;
+error usim::enable(const pin_request& asked) {
+  if (asked.pin != 1 || is_enabled(asked.slot, asked.pin) == asked.on) {
+    return pin_result::not_changed;
+  }
+  const error result = check(asked);
+  if (result == pin_result::done) {
+    settings_.set(setting_of::pin_enabled[asked.slot - 1], asked.on ? 1 : 0);
+  }
   return result;
 }
 

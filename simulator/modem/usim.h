@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "protocol/bytes.h"
+#include "protocol/qmi_message.h"
 #include "simulator/modem/cards.h"
 #include "simulator/modem/settings.h"
 
@@ -26,11 +27,26 @@ enum class file_type : std::uint8_t {
 struct card_file {
   std::uint16_t id = 0;
   file_type type = file_type::transparent;
-  std::vector<std::vector<std::uint8_t>> records;  ///< a transparent file has one
+  std::vector<std::uint8_t> content;  ///< of a file with records, the only one
   bool needs_pin = false;
 };
 
-enum class pin_result : std::uint8_t { done, wrong, blocked, not_changed };
+/// What a PIN action is given.
+struct pin_request {
+  unsigned slot = 0;
+  unsigned pin = 0;
+  bool on = false;
+  std::string_view code;  ///< or the one that unblocks
+  std::string_view next;
+};
+
+namespace pin_result {
+using protocol::qmi::error;
+inline constexpr error done = error::none;
+inline constexpr error wrong = error::incorrect_pin;
+inline constexpr error blocked = error::pin_blocked;
+inline constexpr error not_changed = error::no_effect;
+}  // namespace pin_result
 
 /// Numbers as the services have them.
 enum class pin_state : std::uint8_t { not_verified = 1, verified = 2, disabled = 3, blocked = 4 };
@@ -62,17 +78,18 @@ class usim {
   /// Whether PIN 1 lets its files be read.
   [[nodiscard]] bool is_unlocked(unsigned slot);
 
-  [[nodiscard]] pin_result verify(unsigned slot, unsigned pin, std::string_view code);
-  [[nodiscard]] pin_result change(unsigned slot, unsigned pin, std::string_view code,
-                                  std::string_view next);
-  [[nodiscard]] pin_result unblock(unsigned slot, unsigned pin, std::string_view puk,
-                                   std::string_view next);
-  [[nodiscard]] pin_result enable(unsigned slot, unsigned pin, bool on, std::string_view code);
+  /// The results of these four are those of `pin_result`.
+  [[nodiscard]] protocol::qmi::error verify(const pin_request& asked);
+  [[nodiscard]] protocol::qmi::error change(const pin_request& asked);
+  [[nodiscard]] protocol::qmi::error unblock(const pin_request& asked);
+  [[nodiscard]] protocol::qmi::error enable(const pin_request& asked);
 
   void power_lost(unsigned slot) { verified_.at(slot - 1) = {}; }
 
  private:
-  [[nodiscard]] pin_result check(unsigned slot, unsigned pin, std::string_view code);
+  /// Takes a try, or gives all of them back.
+  [[nodiscard]] protocol::qmi::error try_code(const setting& tries, bool is_right);
+  [[nodiscard]] protocol::qmi::error check(const pin_request& asked);
   [[nodiscard]] bool is_enabled(unsigned slot, unsigned pin);
 
   settings& settings_;

@@ -16,6 +16,8 @@ enum class watched : std::uint8_t {
   system_info,
   card_status,
   slot_status,
+  config_change,
+  config_refresh,
 };
 
 class watchers {

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <memory>
 
-#include "simulator/modem/efs_store.h"
+#include "simulator/modem/item_store.h"
 #include "simulator/program/commands.h"
 #include "simulator/program/standard_output.h"
 

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "simulator/modem/nv_seed.h"
-#include "simulator/modem/nv_store.h"
+#include "simulator/modem/item_store.h"
+#include "simulator/modem/seeds.h"
 #include "simulator/program/commands.h"
 #include "simulator/program/standard_output.h"
 

@@ -3,8 +3,7 @@
 #include <fmt/core.h>
 
 #include "simulator/failure.h"
-#include "simulator/modem/efs_store.h"
-#include "simulator/modem/nv_store.h"
+#include "simulator/modem/item_store.h"
 #include "simulator/modem/store.h"
 #include "simulator/number.h"
 

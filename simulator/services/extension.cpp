@@ -1,11 +1,16 @@
+// The vendor's extension service. Its messages share one layout:
+//   TLV 0x01 u32 type (request) or result (response); TLV 0x02 u32 data_len;
+//   TLV 0x10, optional, the payload: 512 bytes of which data_len count.
+// A shorter payload is accepted in requests; an answer's is always 512 bytes.
 #include "simulator/services/extension.h"
 
 #include <algorithm>
 #include <array>
 #include <optional>
 
+#include "services/norvel_extend_qmi_v01.h"
 #include "simulator/failure.h"
-#include "simulator/services/extension_type.h"
+#include "simulator/services/messages.h"
 #include "simulator/standard_error.h"
 
 namespace sim {
@@ -71,9 +76,7 @@ const extension_type_row* find_type(std::uint32_t type) {
   return row == std::end(types) ? nullptr : row;
 }
 
-}  // namespace
-
-reply answer_extension(const request& asked) {
+reply answer(const request& asked) {
   extension_request parsed;
   if (const error wrong = parse(asked.tlvs, parsed); wrong != error::none) return wrong;
 
@@ -90,7 +93,7 @@ reply answer_extension(const request& asked) {
   return out;
 }
 
-std::string describe_extension_request(byte_view request) {
+std::string describe_request(byte_view request) {
   extension_request parsed;
   if (parse(request, parsed) != error::none) return {};
   const auto* const row = find_type(parsed.type);
@@ -98,13 +101,36 @@ std::string describe_extension_request(byte_view request) {
                                                             : row->describe_request(parsed.data);
 }
 
-std::string describe_extension_answer(byte_view request, byte_view answer) {
+std::string describe_answer(byte_view request, byte_view answer) {
   extension_request parsed;
   const auto payload = protocol::qmi::find_tlv(answer, payload_tlv);
   if (!payload || parse(request, parsed) != error::none) return {};
   const auto* const row = find_type(parsed.type);
   if (row == nullptr || row->describe_answer == nullptr) return {};
   return row->describe_answer(parsed.data, *payload);
+}
+
+constexpr tlv_row request_tlvs[] = {
+    {0x01, "type"},
+    {0x02, "data_len"},
+    {0x10, "payload", shown_as::bytes},
+};
+constexpr tlv_row response_tlvs[] = {
+    {0x01, "result"},
+    {0x02, "data_len"},
+    {0x10, "payload", shown_as::bytes},
+};
+constexpr message_row rows[] = {
+    {norvel_extend_qmi_request_v01, "exchange", answer, request_tlvs, response_tlvs,
+     describe_request, describe_answer},
+    {norvel_extend_qmi_message_3_v01, "exchange 3", answer, request_tlvs, response_tlvs,
+     describe_request, describe_answer},
+};
+
+}  // namespace
+
+std::span<const message_row> extension_messages() {
+  return rows;
 }
 
 std::string words_of(outcome result) {

@@ -1,36 +1,64 @@
-// The vendor's extension service. Its messages share one layout:
-//   TLV 0x01 u32 type (request) or result (response); TLV 0x02 u32 data_len;
-//   TLV 0x10, optional, the payload: 512 bytes of which data_len count.
-// A shorter payload is accepted in requests; an answer's is always 512 bytes.
+// What the types of extension requests have in common: bytes in, bytes out, and the results in
+// those answers that carry one.
 #pragma once
 
-#include "services/norvel_extend_qmi_v01.h"
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string>
+
+#include "simulator/modem/modem.h"
 #include "simulator/service.h"
 
 namespace sim {
 
-constexpr std::uint8_t extension_result_tlv = 0x01;
+/// Of responses that are not a standard one.
+inline constexpr std::uint8_t extension_result_tlv = 0x01;
 
-[[nodiscard]] reply answer_extension(const request& asked);
-[[nodiscard]] std::string describe_extension_request(protocol::byte_view request);
-[[nodiscard]] std::string describe_extension_answer(protocol::byte_view request,
-                                                    protocol::byte_view answer);
+/// As Unix numbers them.
+enum class outcome : std::int32_t {
+  ok = 0,
+  not_found = 2,  ///< no such item or file
+  io_error = 5,   ///< the state could not be read or written
+  bad_argument = 22,
+  too_large = 27,
+  out_of_order = 29,  ///< a chunk that does not continue the last, or an offset past the end
+};
 
-inline constexpr tlv_row extension_request_tlvs[] = {
-    {0x01, "type"},
-    {0x02, "data_len"},
-    {0x10, "payload", shown_as::bytes},
+[[nodiscard]] std::string words_of(outcome result);
+
+struct extension_call {
+  const client& from;
+  protocol::byte_view data;         ///< the request's bytes that count
+  std::span<std::uint8_t> payload;  ///< the answer's, initially zeros
+  modem& state;
 };
-inline constexpr tlv_row extension_response_tlvs[] = {
-    {0x01, "result"},
-    {0x02, "data_len"},
-    {0x10, "payload", shown_as::bytes},
+
+/// Result and data_len of an answer; without success it has no payload.
+struct extension_response {
+  std::uint32_t result = 3;  ///< not there
+  std::size_t data_len = 0;
+  bool restart = false;  ///< of the modem, after the answer
 };
-inline constexpr message_row extension_messages[] = {
-    {norvel_extend_qmi_request_v01, "exchange", answer_extension, extension_request_tlvs,
-     extension_response_tlvs, describe_extension_request, describe_extension_answer},
-    {norvel_extend_qmi_message_3_v01, "exchange 3", answer_extension, extension_request_tlvs,
-     extension_response_tlvs, describe_extension_request, describe_extension_answer},
+
+struct extension_type_row {
+  std::uint32_t type;
+  extension_response (*answer)(const extension_call& call);
+  /// For the trace; null where the bytes suffice.
+  std::string (*describe_request)(protocol::byte_view data);
+  std::string (*describe_answer)(protocol::byte_view request, protocol::byte_view answer);
 };
+
+/// Runs `act`, which may change the state; a failure is reported on standard error.
+[[nodiscard]] outcome outcome_of(const std::function<outcome()>& act);
+
+extension_response answer_nvefs(const extension_call& call);
+std::string describe_nvefs_request(protocol::byte_view data);
+std::string describe_nvefs_answer(protocol::byte_view request, protocol::byte_view answer);
+
+extension_response answer_common(const extension_call& call);
+std::string describe_common_request(protocol::byte_view data);
+std::string describe_common_answer(protocol::byte_view request, protocol::byte_view answer);
 
 }  // namespace sim

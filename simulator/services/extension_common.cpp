@@ -9,8 +9,8 @@
 #include <optional>
 
 #include "simulator/modem/dump.h"
+#include "simulator/services/extension.h"
 #include "simulator/services/extension_statistics.h"
-#include "simulator/services/extension_type.h"
 
 namespace sim {
 namespace {

@@ -7,7 +7,7 @@
 
 #include <algorithm>
 
-#include "simulator/services/extension_type.h"
+#include "simulator/services/extension.h"
 
 namespace sim {
 namespace {

@@ -1,9 +1,10 @@
 // The handlers of messages that need nothing of their own but what they tell.
 #pragma once
 
+#include <algorithm>
 #include <optional>
-#include <string>
 
+#include "simulator/modem/byte_strings.h"
 #include "simulator/modem/modem.h"
 #include "simulator/service.h"
 #include "simulator/services/packed.h"
@@ -22,30 +23,9 @@ inline constexpr std::uint8_t value_tlv = 0x01;
   throw refused{why};
 }
 
-/// Success and the TLVs that `write` makes of the modem's state.
-template <void (*write)(modem& state, protocol::qmi::tlv_writer& out)>
-[[nodiscard]] reply tell(const request& asked) {
-  reply out = protocol::qmi::error::none;
-  write(asked.state, out.tlvs);
-  return out;
-}
-
-/// Success and a text, or why there is none.
-template <std::string (*text)(modem& state), protocol::qmi::error if_empty>
-[[nodiscard]] reply tell_text(const request& asked) {
-  const std::string value = text(asked.state);
-  if (value.empty()) return if_empty;
-  reply out = protocol::qmi::error::none;
-  out.tlvs.bytes(value_tlv, packed().text(value).view());
-  return out;
-}
-
-/// Success and an integer that never changes.
-template <std::unsigned_integral T, T value, std::uint8_t tlv = value_tlv>
-[[nodiscard]] reply tell_number(const request& /*asked*/) {
-  reply out = protocol::qmi::error::none;
-  out.tlvs.integer(tlv, value);
-  return out;
+/// Ends the handler unless this is no error.
+inline void demand(protocol::qmi::error result) {
+  if (result != protocol::qmi::error::none) refuse(result);
 }
 
 /// What a value is taken from; the handler ends if there is none.
@@ -54,6 +34,62 @@ template <typename T>
   if (!value) refuse(if_missing);
   return *std::move(value);
 }
+
+// What messages tell: a table of TLVs.
+
+/// A TLV and its value: bytes that never change, in hexadecimal, or what `make` makes of the state.
+/// An indication may have another TLV for it, or leave it out, which is TLV 0.
+template <typename State>
+struct value_row {
+  using maker = packed (*)(State& from);
+  using other_tlv = std::optional<std::uint8_t>;
+
+  constexpr value_row(std::uint8_t in_answer, const char* bytes, other_tlv in_indication = {})
+      : tlv(in_answer), indication_tlv(in_indication.value_or(in_answer)), fixed(bytes) {}
+  constexpr value_row(std::uint8_t in_answer, maker made, other_tlv in_indication = {})
+      : tlv(in_answer), indication_tlv(in_indication.value_or(in_answer)), make(made) {}
+
+  std::uint8_t tlv;
+  std::uint8_t indication_tlv;
+  const char* fixed = nullptr;
+  maker make = nullptr;
+};
+
+template <typename Rows, typename State>
+void write(const Rows& rows, State& from, bool is_indication, protocol::qmi::tlv_writer& out) {
+  for (const auto& row : rows) {
+    const std::uint8_t tlv = is_indication ? row.indication_tlv : row.tlv;
+    if (tlv == 0) continue;
+    if (row.make != nullptr) {
+      out.bytes(tlv, row.make(from).view());
+    } else {
+      out.bytes(tlv, bytes_of_hex(row.fixed));
+    }
+  }
+}
+
+/// What most tables are made of.
+[[nodiscard]] inline modem& state_of(const request& asked) {
+  return asked.state;
+}
+
+/// Success and the values of a table. `read` reads what they are made of, once for all of them, or
+/// ends the handler. The standard response comes first unless it is a row of the table.
+template <const auto& table, auto read = state_of>
+[[nodiscard]] reply tell(const request& asked) {
+  const auto is_response = [](const auto& row) {
+    return row.tlv == protocol::qmi::standard_response_tlv;
+  };
+  auto&& from = read(asked);
+  reply out;
+  if (std::ranges::none_of(table, is_response)) {
+    out.tlvs.standard_response(protocol::qmi::error::none);
+  }
+  write(table, from, false, out.tlvs);
+  return out;
+}
+
+// What requests ask.
 
 /// Takes a required TLV apart, from the front. The handler ends if the TLV is missing or too short.
 class fields {
@@ -89,12 +125,18 @@ template <std::unsigned_integral T>
   return value;
 }
 
-/// What the radio of the first subscription sees, of whom all these services tell.
-[[nodiscard]] inline radio_values seen_now(const request& asked) {
-  return required(asked.state.seen_by(0), protocol::qmi::error::information_unavailable);
+/// A required TLV that is exactly a count and so many bytes.
+template <std::unsigned_integral Count = std::uint8_t>
+[[nodiscard]] protocol::byte_view take_counted(const request& asked, std::uint8_t tlv) {
+  fields in(asked, tlv);
+  const protocol::byte_view bytes = in.counted<Count>();
+  in.end();
+  return bytes;
 }
 
-/// An indication to each client that has asked to be told of this.
+// Indications.
+
+/// To each client that has asked to be told of this.
 inline void indicate(reply& out, const modem& state, watched what, indication told) {
   for (const client& each : state.watchers.of(what)) {
     told.to = each;

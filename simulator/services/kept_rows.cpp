@@ -1,6 +1,6 @@
 #include "simulator/services/kept_rows.h"
 
-#include "simulator/modem/hex.h"
+#include "simulator/modem/byte_strings.h"
 
 namespace sim {
 namespace {
@@ -32,7 +32,7 @@ error set_kept(std::span<const kept_row> rows, byte_view request, kept_values& k
     if (!fits(row, *value)) return error::malformed_message;
     if (row.is_known != nullptr && !row.is_known(*value)) return error::invalid_argument;
     const std::size_t size = row.set_size == 0 ? value->size() : bytes_of_hex(row.at_first).size();
-    chosen[row.get] = {value->begin(), value->begin() + static_cast<std::ptrdiff_t>(size)};
+    chosen[row.get] = copied(value->first(size));
   }
   for (auto& [tlv, value] : chosen) kept[tlv] = std::move(value);
   return error::none;

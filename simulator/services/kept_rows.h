@@ -3,7 +3,7 @@
 
 #include <span>
 
-#include "simulator/modem/kept_values.h"
+#include "simulator/modem/data_service.h"
 #include "simulator/service.h"
 
 namespace sim {

@@ -6,54 +6,46 @@
 #include <algorithm>
 
 #include "services/nas_v01.h"
-#include "simulator/modem/radio.h"
-#include "simulator/service.h"
+#include "simulator/services/handlers.h"
 
 namespace sim {
 
-/// The channel where a message has 16 bits for it.
-[[nodiscard]] inline std::uint16_t narrow_channel(const lte_cell& cell) {
-  constexpr std::uint32_t too_wide = 0xFFFF;
-  return static_cast<std::uint16_t>(std::min(cell.dl_earfcn, too_wide));
+/// What the modem is registered with.
+struct registration : radio_values {
+  bool is_attached = false;
+
+  [[nodiscard]] bool is_roaming() const {
+    const radio_network home;
+    return network.mcc != home.mcc || network.mnc != home.mnc;
+  }
+};
+using nas_row = value_row<const registration>;
+
+[[nodiscard]] inline std::optional<registration> registration_of(modem& state) {
+  const auto seen = state.seen_by(0);
+  return seen ? std::optional(registration{*seen, state.is_attached}) : std::nullopt;
 }
 
-[[nodiscard]] reply get_signal_strength(const request& asked);
-[[nodiscard]] reply get_rf_band_info(const request& asked);
-[[nodiscard]] reply get_signal_info(const request& asked);
-[[nodiscard]] reply get_carriers(const request& asked);
+/// The handler ends if there is none.
+[[nodiscard]] inline registration registered(const request& asked) {
+  return required(registration_of(asked.state), protocol::qmi::error::information_unavailable);
+}
 
-// The network.
-[[nodiscard]] reply register_nas_indications(const request& asked);
-[[nodiscard]] reply get_serving_system(const request& asked);
-[[nodiscard]] reply get_system_info(const request& asked);
-[[nodiscard]] reply get_home_network(const request& asked);
-[[nodiscard]] reply get_preferred_networks(const request& asked);
-[[nodiscard]] reply scan_networks(const request& asked);
-[[nodiscard]] reply register_at_network(const request& asked);
-[[nodiscard]] reply attach_to_packet_service(const request& asked);
-[[nodiscard]] reply get_operator_name(const request& asked);
-[[nodiscard]] reply get_plmn_name(const request& asked);
-[[nodiscard]] reply get_cell_location(const request& asked);
-[[nodiscard]] reply get_transmission(const request& asked);
-[[nodiscard]] reply get_network_time(const request& asked);
+inline constexpr std::uint8_t radio_lte = 8;
+inline constexpr std::uint8_t radio_nr = 12;
 
-// Its choice.
-[[nodiscard]] reply get_selection(const request& asked);
-[[nodiscard]] reply set_selection(const request& asked);
+/// The three digits of the country and those of the network, of which the third may be missing.
+using network_digits = std::array<std::uint8_t, 6>;
+inline constexpr std::uint8_t no_digit = 0xF;
 
-inline constexpr tlv_row nas_signal_strength_request_tlvs[] = {{0x10, "wanted"}};
-inline constexpr tlv_row nas_signal_strength_response_tlvs[] = {{0x01, "strength", shown_as::bytes},
-                                                                {0x02, "standard response"},
-                                                                {0x11, "RSSI", shown_as::bytes},
-                                                                {0x16, "RSRQ", shown_as::bytes},
-                                                                {0x17, "LTE SNR"},
-                                                                {0x18, "LTE RSRP"}};
-inline constexpr tlv_row nas_rf_band_response_tlvs[] = {{0x01, "bands"},
-                                                        {0x02, "standard response"},
-                                                        {0x11, "bands, wide channels"},
-                                                        {0x12, "bandwidths"}};
-inline constexpr tlv_row nas_signal_info_response_tlvs[] = {
-    {0x02, "standard response"}, {0x14, "LTE"}, {0x17, "NR", shown_as::bytes}, {0x18, "NR RSRQ"}};
-[[nodiscard]] std::span<const message_row> nas_messages();
+[[nodiscard]] inline network_digits digits_of(const radio_network& network) {
+  const auto digit = [](unsigned number, unsigned power) {
+    return static_cast<std::uint8_t>(number / power % 10);
+  };
+  const bool is_long = network.mnc_digits == 3;
+  const unsigned mnc = is_long ? network.mnc : network.mnc * 10U;
+  return {digit(network.mcc, 100), digit(network.mcc, 10), digit(network.mcc, 1),
+          digit(mnc, 100),         digit(mnc, 10),         is_long ? digit(mnc, 1) : no_digit};
+}
 
 }  // namespace sim

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -9,6 +10,7 @@
 #include <vector>
 
 #include "protocol/bytes.h"
+#include "simulator/modem/byte_strings.h"
 
 namespace sim {
 
@@ -26,21 +28,18 @@ class packed {
   packed& s32(double value) {
     return add(static_cast<std::uint32_t>(clamped<std::int32_t>(value)));
   }
+  packed& f32(double value) { return add(std::bit_cast<std::uint32_t>(static_cast<float>(value))); }
   packed& raw(protocol::byte_view value) {
     bytes_.insert(bytes_.end(), value.begin(), value.end());
     return *this;
   }
-  packed& text(std::string_view value) {
-    return raw({reinterpret_cast<const std::uint8_t*>(value.data()), value.size()});
-  }
+  packed& text(std::string_view value) { return raw(bytes_of(value)); }
   /// After their count.
   template <std::unsigned_integral Count = std::uint8_t>
   packed& counted(protocol::byte_view value) {
     return add(static_cast<Count>(value.size())).raw(value);
   }
-  packed& counted_text(std::string_view value) {
-    return u8(static_cast<std::uint8_t>(value.size())).text(value);
-  }
+  packed& counted_text(std::string_view value) { return counted(bytes_of(value)); }
 
   [[nodiscard]] protocol::byte_view view() const { return bytes_; }
 

@@ -1,16 +1,17 @@
-#include "simulator/services/pdc.h"
-
+// PDC, the standard service of carrier configurations. A request gets a standard response at once;
+// the outcome follows in an indication with the same message id: a QMI error code, and the
+// token by which the requester knows it.
 #include <algorithm>
 #include <optional>
 #include <utility>
 
-#include "simulator/modem/modem.h"
+#include "services/pdc_v01.h"
+#include "simulator/services/handlers.h"
+#include "simulator/services/messages.h"
 
 namespace sim {
 namespace {
 
-using protocol::append_le;
-using protocol::byte_reader;
 using protocol::byte_view;
 using protocol::qmi::error;
 using protocol::qmi::find_integer;
@@ -28,62 +29,31 @@ bool is_type(std::uint32_t type) {
   return type <= last_config_type;
 }
 
-bool is_id(byte_view id) {
-  return !id.empty() && id.size() <= max_config_id_size;
-}
-
 std::optional<std::uint32_t> token_of(const request& asked) {
   return find_integer<std::uint32_t>(asked.tlvs, token_tlv);
 }
 
-/// u8 count and as many bytes.
-std::optional<byte_view> take_id(byte_reader& in) {
-  const auto count = in.take<std::uint8_t>();
-  return count ? in.take_bytes(*count) : std::nullopt;
+std::uint32_t take_type(const request& asked) {
+  const auto type = take<std::uint32_t>(asked, subject_tlv);
+  if (!is_type(type)) refuse(error::invalid_argument);
+  return type;
 }
 
-/// The type and id at the front of `in`.
-error take_name(byte_reader& in, config_name& name) {
-  const auto type = in.take<std::uint32_t>();
-  const auto id = take_id(in);
-  if (!type || !id) return error::malformed_message;
-  if (!is_type(*type) || !is_id(*id)) return error::invalid_argument;
-  name = {*type, {id->begin(), id->end()}};
-  return error::none;
+/// The type and id at the front.
+config_name take_name(fields& in) {
+  const auto type = in.next<std::uint32_t>();
+  const byte_view id = in.counted();
+  if (!is_type(type) || id.empty() || id.size() > max_config_id_size) {
+    refuse(error::invalid_argument);
+  }
+  return {type, copied(id)};
 }
 
-error read_type(const request& asked, std::uint32_t& type) {
-  const auto value = find_tlv(asked.tlvs, subject_tlv);
-  if (!value) return error::missing_argument;
-  if (value->size() != sizeof(std::uint32_t)) return error::malformed_message;
-  type = protocol::load_le<std::uint32_t>(*value);
-  return is_type(type) ? error::none : error::invalid_argument;
-}
-
-error read_name(const request& asked, config_name& name) {
-  const auto value = find_tlv(asked.tlvs, subject_tlv);
-  if (!value) return error::missing_argument;
-  byte_reader in(*value);
-  if (const error wrong = take_name(in, name); wrong != error::none) return wrong;
-  return in.empty() ? error::none : error::malformed_message;
-}
-
-void append_id(std::vector<std::uint8_t>& out, byte_view id) {
-  out.push_back(static_cast<std::uint8_t>(id.size()));
-  out.insert(out.end(), id.begin(), id.end());
-}
-
-std::vector<std::uint8_t> bytes_of(byte_view id) {
-  std::vector<std::uint8_t> out;
-  append_id(out, id);
-  return out;
-}
-
-std::vector<std::uint8_t> bytes_of(std::uint32_t type, byte_view id) {
-  std::vector<std::uint8_t> out;
-  append_le(out, type);
-  append_id(out, id);
-  return out;
+config_name take_name(const request& asked) {
+  fields in(asked, subject_tlv);
+  config_name name = take_name(in);
+  in.end();
+  return name;
 }
 
 /// The beginning of every outcome.
@@ -108,23 +78,84 @@ reply reply_with_token(const request& asked, std::uint16_t message_id, tlv_write
   return out;
 }
 
-/// To the clients that registered for changes.
-void report_change(reply& out, const pdc_clients& clients, std::uint32_t type, byte_view id) {
-  for (const auto& [who, registered] : clients.all()) {
-    if (!registered.wants_changes) continue;
-    tlv_writer change;
-    change.bytes(subject_tlv, bytes_of(type, id));
-    out.indications.push_back({who, pdc_config_change_v01, change.take()});
-  }
+void report_change(reply& out, const modem& state, std::uint32_t type, byte_view active) {
+  tlv_writer change;
+  change.bytes(subject_tlv, packed().u32(type).counted(active).view());
+  indicate(out, state, watched::config_change, {{}, pdc_config_change_v01, change.take()});
 }
 
-void report_refresh(reply& out, const pdc_clients& clients, refresh what) {
-  for (const auto& [who, registered] : clients.all()) {
-    if (!registered.wants_refreshes) continue;
-    tlv_writer event;
-    event.integer(subject_tlv, static_cast<std::uint32_t>(what));
-    out.indications.push_back({who, pdc_refresh_v01, event.take()});
+void report_refresh(reply& out, const modem& state, refresh what) {
+  tlv_writer event;
+  event.integer(subject_tlv, static_cast<std::uint32_t>(what));
+  indicate(out, state, watched::config_refresh, {{}, pdc_refresh_v01, event.take()});
+}
+
+reply register_for_configs(const request& asked) {
+  watch(asked, 0x10, watched::config_change);
+  watch(asked, 0x11, watched::config_refresh);
+  return error::none;
+}
+
+reply get_selected_config(const request& asked) {
+  constexpr std::uint8_t active_tlv = 0x11;
+  constexpr std::uint8_t pending_tlv = 0x12;
+  const std::uint32_t type = take_type(asked);
+  const auto active = asked.state.configs.active(type);
+  const auto pending = asked.state.configs.pending(type);
+  auto out = outcome(asked, active || pending ? error::none : error::not_provisioned);
+  if (active) out.bytes(active_tlv, packed().counted(*active).view());
+  if (pending) out.bytes(pending_tlv, packed().counted(*pending).view());
+  return reply_with_token(asked, pdc_get_selected_config_v01, std::move(out));
+}
+
+reply set_selected_config(const request& asked) {
+  const bool is_there = asked.state.configs.select(take_name(asked));
+  return reply_with_token(asked, pdc_set_selected_config_v01,
+                          outcome(asked, is_there ? error::none : error::invalid_id));
+}
+
+reply list_configs(const request& asked) {
+  constexpr std::uint8_t type_tlv = 0x11;
+  constexpr std::uint8_t list_tlv = 0x11;
+  const auto type = find_integer<std::uint32_t>(asked.tlvs, type_tlv);
+  if (type && !is_type(*type)) return error::invalid_argument;
+  if (!type && find_tlv(asked.tlvs, type_tlv)) return error::malformed_message;
+
+  // The same token and type again ask for the next part.
+  auto& kept = asked.state.pdc_clients[asked.from].listing;
+  const auto token = token_of(asked);
+  auto listing = std::exchange(kept, std::nullopt);
+  if (!listing || !token || listing->token != *token || listing->type != type) {
+    listing = {token.value_or(0), type, 0};
   }
+  const auto part = asked.state.configs.list(type, listing->after, pdc_config_list_max_v01);
+  auto end = listing->after;
+  const bool has_more = !asked.state.configs.list(type, end, 1).empty();
+
+  packed entries = packed().u8(static_cast<std::uint8_t>(part.size()));
+  for (const config_name& each : part) entries.u32(each.type).counted(each.id);
+  auto out = outcome(asked, error::none);
+  out.bytes(list_tlv, entries.view());
+  if (has_more) {
+    out.integer(more_tlv, std::uint8_t{1});
+    kept = listing;
+  }
+  return reply_with(asked, pdc_list_configs_v01, std::move(out));
+}
+
+reply delete_config(const request& asked) {
+  constexpr std::uint8_t id_tlv = 0x11;
+  const std::uint32_t type = take_type(asked);
+  // Not in the indication: clients do not wait for it.
+  switch (asked.state.configs.erase({type, copied(take_counted(asked, id_tlv))})) {
+    case pdc_configs::erased::not_there:
+      return error::invalid_id;
+    case pdc_configs::erased::active:
+      return error::device_in_use;
+    case pdc_configs::erased::done:
+      break;
+  }
+  return reply_with_token(asked, pdc_delete_config_v01, outcome(asked, error::none));
 }
 
 /// A chunk of a configuration, from its request.
@@ -134,19 +165,17 @@ struct load_chunk {
   byte_view data;
 };
 
-error read_chunk(const request& asked, load_chunk& chunk) {
-  const auto value = find_tlv(asked.tlvs, subject_tlv);
-  if (!value) return error::missing_argument;
-  byte_reader in(*value);
-  if (const error wrong = take_name(in, chunk.name); wrong != error::none) return wrong;
-  const auto total = in.take<std::uint32_t>();
-  const auto count = in.take<std::uint16_t>();
-  const auto data = count ? in.take_bytes(*count) : std::nullopt;
-  if (!data || !in.empty()) return error::malformed_message;
-  if (*total == 0 || data->size() > pdc_config_frame_max_v01) return error::invalid_argument;
-  chunk.total = *total;
-  chunk.data = *data;
-  return error::none;
+load_chunk take_chunk(const request& asked) {
+  fields in(asked, subject_tlv);
+  load_chunk chunk;
+  chunk.name = take_name(in);
+  chunk.total = in.next<std::uint32_t>();
+  chunk.data = in.counted<std::uint16_t>();
+  in.end();
+  if (chunk.total == 0 || chunk.data.size() > pdc_config_frame_max_v01) {
+    refuse(error::invalid_argument);
+  }
+  return chunk;
 }
 
 /// Why no configuration of this name and size can be loaded.
@@ -167,7 +196,7 @@ struct load_progress {
 
 load_progress add_chunk(const request& asked, const load_chunk& chunk) {
   // Anything that ends this chunk early ends the load as well.
-  auto& kept = asked.state.pdc_clients.of(asked.from).loading;
+  auto& kept = asked.state.pdc_clients[asked.from].loading;
   auto loading = std::exchange(kept, std::nullopt);
   if (!loading || loading->name != chunk.name || loading->total != chunk.total) {
     if (const error wrong = refusal_of_load(asked.state, chunk); wrong != error::none) {
@@ -186,102 +215,11 @@ load_progress add_chunk(const request& asked, const load_chunk& chunk) {
   return {.received = received};
 }
 
-}  // namespace
-
-reply register_for_configs(const request& asked) {
-  constexpr std::uint8_t reporting_tlv = 0x10;
-  constexpr std::uint8_t refresh_tlv = 0x11;
-  pdc_client& registered = asked.state.pdc_clients.of(asked.from);
-  if (const auto on = find_integer<std::uint8_t>(asked.tlvs, reporting_tlv)) {
-    registered.wants_changes = *on != 0;
-  }
-  if (const auto on = find_integer<std::uint8_t>(asked.tlvs, refresh_tlv)) {
-    registered.wants_refreshes = *on != 0;
-  }
-  return error::none;
-}
-
-reply get_selected_config(const request& asked) {
-  constexpr std::uint8_t active_tlv = 0x11;
-  constexpr std::uint8_t pending_tlv = 0x12;
-  std::uint32_t type = 0;
-  if (const error wrong = read_type(asked, type); wrong != error::none) return wrong;
-  const auto active = asked.state.configs.active(type);
-  const auto pending = asked.state.configs.pending(type);
-  auto out = outcome(asked, active || pending ? error::none : error::not_provisioned);
-  if (active) out.bytes(active_tlv, bytes_of(*active));
-  if (pending) out.bytes(pending_tlv, bytes_of(*pending));
-  return reply_with_token(asked, pdc_get_selected_config_v01, std::move(out));
-}
-
-reply set_selected_config(const request& asked) {
-  config_name name;
-  if (const error wrong = read_name(asked, name); wrong != error::none) return wrong;
-  const bool is_there = asked.state.configs.select(name);
-  return reply_with_token(asked, pdc_set_selected_config_v01,
-                          outcome(asked, is_there ? error::none : error::invalid_id));
-}
-
-reply list_configs(const request& asked) {
-  constexpr std::uint8_t type_tlv = 0x11;
-  constexpr std::uint8_t list_tlv = 0x11;
-  const auto type = find_integer<std::uint32_t>(asked.tlvs, type_tlv);
-  if (type && !is_type(*type)) return error::invalid_argument;
-  if (!type && find_tlv(asked.tlvs, type_tlv)) return error::malformed_message;
-
-  // The same token and type again ask for the next part.
-  auto& kept = asked.state.pdc_clients.of(asked.from).listing;
-  const auto token = token_of(asked);
-  auto listing = std::exchange(kept, std::nullopt);
-  if (!listing || !token || listing->token != *token || listing->type != type) {
-    listing = {token.value_or(0), type, 0};
-  }
-  const auto part = asked.state.configs.list(type, listing->after, pdc_config_list_max_v01);
-  auto end = listing->after;
-  const bool has_more = !asked.state.configs.list(type, end, 1).empty();
-
-  std::vector<std::uint8_t> entries{static_cast<std::uint8_t>(part.size())};
-  for (const config_name& each : part) {
-    append_le(entries, each.type);
-    append_id(entries, each.id);
-  }
-  auto out = outcome(asked, error::none);
-  out.bytes(list_tlv, entries);
-  if (has_more) {
-    out.integer(more_tlv, std::uint8_t{1});
-    kept = listing;
-  }
-  return reply_with(asked, pdc_list_configs_v01, std::move(out));
-}
-
-reply delete_config(const request& asked) {
-  constexpr std::uint8_t id_tlv = 0x11;
-  config_name name;
-  if (const error wrong = read_type(asked, name.type); wrong != error::none) return wrong;
-  const auto value = find_tlv(asked.tlvs, id_tlv);
-  if (!value) return error::missing_argument;
-  byte_reader in(*value);
-  const auto id = take_id(in);
-  if (!id || !in.empty()) return error::malformed_message;
-  name.id.assign(id->begin(), id->end());
-  // Not in the indication: clients do not wait for it.
-  switch (asked.state.configs.erase(name)) {
-    case pdc_configs::erased::not_there:
-      return error::invalid_id;
-    case pdc_configs::erased::active:
-      return error::device_in_use;
-    case pdc_configs::erased::done:
-      break;
-  }
-  return reply_with_token(asked, pdc_delete_config_v01, outcome(asked, error::none));
-}
-
 reply load_config(const request& asked) {
   constexpr std::uint8_t received_tlv = 0x11;
   constexpr std::uint8_t remaining_tlv = 0x12;
   constexpr std::uint8_t starts_over_tlv = 0x13;
-  load_chunk chunk;
-  if (const error wrong = read_chunk(asked, chunk); wrong != error::none) return wrong;
+  const load_chunk chunk = take_chunk(asked);
   const load_progress progress = add_chunk(asked, chunk);
   auto out = outcome(asked, progress.result);
   if (progress.result == error::none) {
@@ -293,16 +231,15 @@ reply load_config(const request& asked) {
 }
 
 reply activate_config(const request& asked) {
-  std::uint32_t type = 0;
-  if (const error wrong = read_type(asked, type); wrong != error::none) return wrong;
+  const std::uint32_t type = take_type(asked);
   modem& state = asked.state;
   const bool was_pending = state.configs.activate(type);
   reply out = reply_with_token(asked, pdc_activate_config_v01,
                                outcome(asked, was_pending ? error::none : error::not_provisioned));
   if (was_pending) {
     const auto active = state.configs.active(type).value_or(config_id{});
-    report_change(out, state.pdc_clients, type, active);
-    report_refresh(out, state.pdc_clients, refresh::start);
+    report_change(out, state, type, active);
+    report_refresh(out, state, refresh::start);
     out.restart = true;
   }
   return out;
@@ -312,14 +249,11 @@ reply get_config_info(const request& asked) {
   constexpr std::uint8_t size_tlv = 0x11;
   constexpr std::uint8_t description_tlv = 0x12;
   constexpr std::uint8_t version_tlv = 0x13;
-  config_name name;
-  if (const error wrong = read_name(asked, name); wrong != error::none) return wrong;
-  const auto details = asked.state.configs.find(name);
+  const auto details = asked.state.configs.find(take_name(asked));
   auto out = outcome(asked, details ? error::none : error::invalid_id);
   if (details) {
-    const std::vector<std::uint8_t> text(details->description.begin(), details->description.end());
     out.integer(size_tlv, details->size);
-    out.bytes(description_tlv, bytes_of(text));
+    out.bytes(description_tlv, packed().counted_text(details->description).view());
     out.integer(version_tlv, details->version);
   }
   return reply_with(asked, pdc_get_config_info_v01, std::move(out));
@@ -328,8 +262,7 @@ reply get_config_info(const request& asked) {
 reply get_config_limits(const request& asked) {
   constexpr std::uint8_t most_tlv = 0x11;
   constexpr std::uint8_t used_tlv = 0x12;
-  std::uint32_t type = 0;
-  if (const error wrong = read_type(asked, type); wrong != error::none) return wrong;
+  const std::uint32_t type = take_type(asked);
   reply out = error::none;
   if (const auto token = token_of(asked)) out.tlvs.integer(token_tlv, *token);
   out.tlvs.integer(most_tlv, max_config_bytes);
@@ -338,23 +271,93 @@ reply get_config_limits(const request& asked) {
 }
 
 reply deactivate_config(const request& asked) {
-  std::uint32_t type = 0;
-  if (const error wrong = read_type(asked, type); wrong != error::none) return wrong;
+  const std::uint32_t type = take_type(asked);
   modem& state = asked.state;
   const bool was_active = state.configs.active(type).has_value();
   state.configs.deactivate(type);
   reply out = reply_with_token(asked, pdc_deactivate_config_v01,
                                outcome(asked, was_active ? error::none : error::not_provisioned));
   if (was_active) {
-    report_refresh(out, state.pdc_clients, refresh::start);
-    report_change(out, state.pdc_clients, type, {});
-    report_refresh(out, state.pdc_clients, refresh::complete);
+    report_refresh(out, state, refresh::start);
+    report_change(out, state, type, {});
+    report_refresh(out, state, refresh::complete);
   }
   return out;
 }
 
 reply set_config_feature(const request& asked) {
   return reply_with(asked, pdc_set_feature_v01, outcome(asked, error::none));
+}
+
+constexpr tlv_row register_request_tlvs[] = {{0x10, "reporting"}, {0x11, "refresh"}};
+constexpr tlv_row type_request_tlvs[] = {{0x01, "type"}, {0x10, "token"}};
+constexpr tlv_row config_request_tlvs[] = {{0x01, "type, id", shown_as::bytes}, {0x10, "token"}};
+constexpr tlv_row list_request_tlvs[] = {{0x10, "token"}, {0x11, "type"}};
+constexpr tlv_row delete_request_tlvs[] = {
+    {0x01, "type"}, {0x10, "token"}, {0x11, "id", shown_as::bytes}};
+constexpr tlv_row load_request_tlvs[] = {{0x01, "type, id, chunk", shown_as::bytes},
+                                         {0x10, "token"}};
+constexpr tlv_row response_tlvs[] = {{0x10, "token"}};
+constexpr tlv_row limits_response_tlvs[] = {
+    {0x10, "token"}, {0x11, "most bytes"}, {0x12, "bytes in use"}};
+constexpr tlv_row result_tlvs[] = {{0x01, "error"}, {0x10, "token"}};
+constexpr tlv_row selected_tlvs[] = {{0x01, "error"},
+                                     {0x10, "token"},
+                                     {0x11, "active id", shown_as::bytes},
+                                     {0x12, "pending id", shown_as::bytes}};
+constexpr tlv_row list_tlvs[] = {
+    {0x01, "error"}, {0x10, "token"}, {0x11, "configurations", shown_as::bytes}, {0xE0, "more"}};
+constexpr tlv_row load_tlvs[] = {{0x01, "error"},
+                                 {0x10, "token"},
+                                 {0x11, "bytes so far"},
+                                 {0x12, "bytes to come"},
+                                 {0x13, "starts over"}};
+constexpr tlv_row info_tlvs[] = {{0x01, "error"},
+                                 {0x10, "token"},
+                                 {0x11, "size"},
+                                 {0x12, "description", shown_as::bytes},
+                                 {0x13, "version"}};
+constexpr tlv_row change_tlvs[] = {{0x01, "type, id", shown_as::bytes}};
+constexpr tlv_row refresh_tlvs[] = {{0x01, "event"}};
+
+constexpr message_row message(std::uint16_t id, const char* name, message_handler answer,
+                              std::span<const tlv_row> request_tlvs,
+                              std::span<const tlv_row> indication_tlvs) {
+  return {.id = id,
+          .name = name,
+          .answer = answer,
+          .request_tlvs = request_tlvs,
+          .response_tlvs = response_tlvs,
+          .indication_tlvs = indication_tlvs};
+}
+
+constexpr message_row rows[] = {
+    message(pdc_register_v01, "register", register_for_configs, register_request_tlvs, {}),
+    message(pdc_config_change_v01, "config change", nullptr, {}, change_tlvs),
+    message(pdc_get_selected_config_v01, "get selected config", get_selected_config,
+            type_request_tlvs, selected_tlvs),
+    message(pdc_set_selected_config_v01, "set selected config", set_selected_config,
+            config_request_tlvs, result_tlvs),
+    message(pdc_list_configs_v01, "list configs", list_configs, list_request_tlvs, list_tlvs),
+    message(pdc_delete_config_v01, "delete config", delete_config, delete_request_tlvs,
+            result_tlvs),
+    message(pdc_load_config_v01, "load config", load_config, load_request_tlvs, load_tlvs),
+    message(pdc_activate_config_v01, "activate config", activate_config, type_request_tlvs,
+            result_tlvs),
+    message(pdc_get_config_info_v01, "get config info", get_config_info, config_request_tlvs,
+            info_tlvs),
+    {pdc_get_config_limits_v01, "get config limits", get_config_limits, type_request_tlvs,
+     limits_response_tlvs},
+    message(pdc_deactivate_config_v01, "deactivate config", deactivate_config, type_request_tlvs,
+            result_tlvs),
+    message(pdc_set_feature_v01, "set feature", set_config_feature, {}, result_tlvs),
+    message(pdc_refresh_v01, "refresh", nullptr, {}, refresh_tlvs),
+};
+
+}  // namespace
+
+std::span<const message_row> pdc_messages() {
+  return rows;
 }
 
 }  // namespace sim

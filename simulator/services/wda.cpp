@@ -1,10 +1,10 @@
-#include "simulator/services/wda.h"
-
+// WDA, the standard service of the data port: the format in which packets would pass there.
 #include <algorithm>
 #include <iterator>
 
 #include "simulator/services/handlers.h"
 #include "simulator/services/kept_rows.h"
+#include "simulator/services/messages.h"
 
 namespace sim {
 namespace {

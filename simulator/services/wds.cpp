@@ -1,8 +1,9 @@
-#include "simulator/services/wds.h"
-
+// WDS, the standard service of packet data: a call for each client, and the profiles of calls. No
+// packets are carried.
 #include <algorithm>
 
 #include "simulator/services/handlers.h"
+#include "simulator/services/messages.h"
 
 namespace sim {
 namespace {
@@ -11,6 +12,7 @@ using protocol::byte_view;
 using protocol::qmi::error;
 using protocol::qmi::find_tlv;
 using protocol::qmi::tlv_writer;
+using row = value_row<modem>;
 
 constexpr std::uint32_t any_call = 0xFFFFFFFF;
 constexpr std::uint32_t own_call = 0x01000001;  ///< a client has one at most
@@ -28,9 +30,12 @@ data_profile first_profile() {
   return data_service().all_profiles().at(default_profile);
 }
 
+bool is_attached(modem& state) {
+  return state.seen_by(0) && state.is_attached;
+}
+
 bool has_call(const request& asked) {
-  return asked.state.data.calls.contains(asked.from) && asked.state.seen_by(0) &&
-         asked.state.is_attached;
+  return asked.state.data.calls.contains(asked.from) && is_attached(asked.state);
 }
 
 reply indicated(const request& asked, bool is_connected, reply out) {
@@ -44,16 +49,12 @@ reply indicated(const request& asked, bool is_connected, reply out) {
 }
 
 reply start_call(const request& asked) {
-  constexpr std::uint16_t no_service = 3;
-  constexpr std::uint16_t call_manager = 3;
-  constexpr std::uint8_t reason_tlv = 0x10;
-  constexpr std::uint8_t verbose_reason_tlv = 0x11;
   const auto profile = protocol::qmi::find_integer<std::uint8_t>(asked.tlvs, 0x31);
   if (profile && !profiles_of(asked.state).contains(*profile)) return error::invalid_profile;
-  if (!asked.state.seen_by(0) || !asked.state.is_attached) {
+  if (!is_attached(asked.state)) {
+    // No service, which the call manager says.
     reply out = error::call_failed;
-    out.tlvs.integer(reason_tlv, no_service)
-        .bytes(verbose_reason_tlv, packed().u16(call_manager).u16(no_service).view());
+    out.tlvs.bytes(0x10, bytes_of_hex("03 00")).bytes(0x11, bytes_of_hex("03 00 03 00"));
     return out;
   }
   reply out = has_call(asked) ? error::no_effect : error::none;
@@ -75,48 +76,53 @@ reply get_packet_status(const request& asked) {
   return tlv_writer().integer(value_tlv, static_cast<std::uint8_t>(has_call(asked) ? 2 : 1));
 }
 
-void rates(modem& /*state*/, tlv_writer& out) {
-  constexpr std::uint32_t up = 50'000'000;
-  constexpr std::uint32_t down = 300'000'000;
-  out.bytes(value_tlv, packed().u32(up).u32(down).u32(up).u32(down).view());
-}
+/// Bits per second, up and down, now and at most.
+constexpr row rates[] = {{value_tlv, "80 f0 fa 02 00 a3 e1 11 80 f0 fa 02 00 a3 e1 11"}};
 
 /// No packets are carried, so all counters are 0; the mask chooses among the first ten TLVs.
 reply get_statistics(const request& asked) {
-  constexpr std::uint8_t counters[] = {0x10, 0x11, 0x12, 0x13, 0x14, 0x15, 0x19, 0x1A, 0x1D, 0x1E};
-  const auto mask = take<std::uint32_t>(asked, value_tlv);
-  const bool is_connected = has_call(asked);
-  reply out = is_connected ? error::none : error::out_of_call;
-  for (std::size_t i = 0; is_connected && i < std::size(counters); ++i) {
-    if ((mask >> i & 1) == 0) continue;
-    const bool is_bytes = counters[i] == 0x19 || counters[i] == 0x1A;
-    if (is_bytes) {
-      out.tlvs.integer(counters[i], std::uint64_t{0});
-    } else {
-      out.tlvs.integer(counters[i], std::uint32_t{0});
-    }
+  constexpr std::uint8_t zeros[8] = {};
+  constexpr struct {
+    std::uint8_t tlv;
+    std::size_t size;
+  } counters[] = {{0x10, 4}, {0x11, 4}, {0x12, 4}, {0x13, 4}, {0x14, 4},
+                  {0x15, 4}, {0x19, 8}, {0x1A, 8}, {0x1D, 4}, {0x1E, 4}};
+  auto mask = take<std::uint32_t>(asked, value_tlv);
+  if (!has_call(asked)) {
+    reply out = error::out_of_call;
+    out.tlvs.bytes(0x1B, zeros).bytes(0x1C, zeros);  // of the last call
+    return out;
   }
-  if (!is_connected) out.tlvs.integer(0x1B, std::uint64_t{0}).integer(0x1C, std::uint64_t{0});
-  return out;
+  tlv_writer chosen;
+  for (const auto& [tlv, size] : counters) {
+    if ((mask & 1) != 0) chosen.bytes(tlv, byte_view(zeros).first(size));
+    mask >>= 1;
+  }
+  return chosen;
+}
+
+void write_settings(const data_profile& settings, tlv_writer& out) {
+  for (const auto& [tlv, value] : settings) out.bytes(tlv, value);
 }
 
 /// Addresses of the documentation's networks.
+constexpr row call_settings[] = {
+    {0x15, "35 02 00 c0"},                         // DNS servers
+    {0x16, "36 02 00 c0"}, {0x1E, "02 02 00 c0"},  // the modem
+    {0x1F, "00 01"},                               // the profile
+    {0x20, "01 02 00 c0"},                         // the gateway
+    {0x21, "00 ff ff ff"},                         // the mask
+    {0x29, "dc 05 00 00"},                         // the most bytes of a packet: 1500
+    {0x2B, "04"},                                  // IPv4
+};
+
 reply get_call_settings(const request& asked) {
   if (!has_call(asked)) return error::out_of_call;
-  const auto ipv4 = [](std::uint8_t last) { return 0xC0000200U | last; };
   const auto& profiles = profiles_of(asked.state);
   const auto used = profiles.find(default_profile);
-  const data_profile profile = used == profiles.end() ? first_profile() : used->second;
   reply out = error::none;
-  for (const auto& [tlv, value] : profile) out.tlvs.bytes(tlv, value);
-  out.tlvs.integer(0x15, ipv4(53))
-      .integer(0x16, ipv4(54))
-      .integer(0x1E, ipv4(2))
-      .bytes(0x1F, packed().u8(0).u8(default_profile).view())
-      .integer(0x20, ipv4(1))
-      .integer(0x21, 0xFFFFFF00U)
-      .integer(0x29, 1500U)
-      .integer(0x2B, std::uint8_t{4});
+  write_settings(used == profiles.end() ? first_profile() : used->second, out.tlvs);
+  write(call_settings, asked.state, false, out.tlvs);
   return out;
 }
 
@@ -140,7 +146,7 @@ std::uint8_t profile_in(const request& asked) {
 
 void take_settings(const request& asked, data_profile& to) {
   for (const std::uint8_t tlv : settings_tlvs) {
-    if (const auto value = find_tlv(asked.tlvs, tlv)) to[tlv] = {value->begin(), value->end()};
+    if (const auto value = find_tlv(asked.tlvs, tlv)) to[tlv] = copied(*value);
   }
 }
 
@@ -165,50 +171,46 @@ reply delete_profile(const request& asked) {
   return error::none;
 }
 
-void list_profiles(modem& state, tlv_writer& out) {
+packed list_profiles(modem& state) {
   const auto& profiles = profiles_of(state);
-  packed list;
-  list.u8(static_cast<std::uint8_t>(profiles.size()));
+  packed list = packed().u8(static_cast<std::uint8_t>(profiles.size()));
   for (const auto& [number, settings] : profiles) {
     const auto name = settings.find(profile_tlv::name);
     list.u8(0).u8(number).counted(name == settings.end() ? byte_view() : byte_view(name->second));
   }
-  out.bytes(value_tlv, list.view());
+  return list;
 }
-
-void write_settings(const data_profile& settings, tlv_writer& out) {
-  for (const auto& [tlv, value] : settings) out.bytes(tlv, value);
-}
+constexpr row profile_list[] = {{value_tlv, list_profiles}};
 
 reply get_profile(const request& asked) {
-  reply out = error::none;
-  write_settings(profiles_of(asked.state)[profile_in(asked)], out.tlvs);
+  tlv_writer out;
+  write_settings(profiles_of(asked.state)[profile_in(asked)], out);
   return out;
 }
 
-void default_settings(modem& /*state*/, tlv_writer& out) {
+reply get_default_settings(const request& /*asked*/) {
+  tlv_writer out;
   write_settings(first_profile(), out);
+  return out;
 }
 
 // The bearer.
 
-void bearer(modem& /*state*/, tlv_writer& out) {
-  constexpr std::uint8_t of_3gpp = 2;
-  constexpr std::uint32_t lte = 1U << 5;
-  out.bytes(value_tlv, packed().u8(of_3gpp).u32(lte).u32(0).view());
-}
+constexpr row lte_bearer[] = {{value_tlv, "0a"}};
+constexpr row current_bearer[] = {{value_tlv, "02 20 00 00 00 00 00 00 00"}};  // of 3GPP, LTE
 
-reply get_dormancy(const request& asked) {
+packed dormancy_of(modem& state) {
   constexpr std::uint8_t dormant = 1;
   constexpr std::uint8_t active = 2;
-  const auto seen = asked.state.seen_by(0);
-  const bool is_active = seen && seen->rrc == lte_rrc_state::connected;
-  return tlv_writer().integer(value_tlv, is_active ? active : dormant);
+  const auto seen = state.seen_by(0);
+  return packed().u8(seen && seen->rrc == lte_rrc_state::connected ? active : dormant);
 }
+constexpr row dormancy[] = {{value_tlv, dormancy_of}};
 
-void autoconnect(modem& state, tlv_writer& out) {
-  out.integer(value_tlv, state.data.autoconnect).integer(0x10, std::uint8_t{0});
-}
+constexpr row autoconnect[] = {
+    {value_tlv, [](modem& state) { return packed().u8(state.data.autoconnect); }},
+    {0x10, "00"},
+};
 
 reply set_autoconnect(const request& asked) {
   const auto on = take<std::uint8_t>(asked, value_tlv);
@@ -217,19 +219,16 @@ reply set_autoconnect(const request& asked) {
   return error::none;
 }
 
-reply get_attach_parameters(const request& asked) {
-  constexpr std::uint8_t both_families = 2;
-  if (!asked.state.seen_by(0) || !asked.state.is_attached) return error::information_unavailable;
-  return tlv_writer()
-      .bytes(0x10, packed().text("internet").view())
-      .integer(0x11, both_families)
-      .integer(0x12, std::uint8_t{1});
+modem& attached(const request& asked) {
+  if (!is_attached(asked.state)) refuse(error::information_unavailable);
+  return asked.state;
 }
+/// The APN "internet", both families, and that it is attached.
+constexpr row attach_parameters[] = {{0x10, "69 6e 74 65 72 6e 65 74"}, {0x11, "02"}, {0x12, "01"}};
 
-void attach_list(modem& /*state*/, tlv_writer& out) {
-  const auto list = packed().u8(1).u16(default_profile);
-  out.bytes(0x10, list.view()).bytes(0x11, list.view());
-}
+constexpr row default_number[] = {{value_tlv, "01"}};
+constexpr row most_attached[] = {{0x10, "01"}};
+constexpr row attach_list[] = {{0x10, "01 01 00"}, {0x11, "01 01 00"}};
 
 constexpr message_row rows[] = {
     {0x0001, "set event report", accept},
@@ -242,20 +241,20 @@ constexpr message_row rows[] = {
     {0x0027, "create profile", create_profile},
     {0x0028, "modify profile", modify_profile},
     {0x0029, "delete profile", delete_profile},
-    {0x002A, "get profile list", tell<list_profiles>},
+    {0x002A, "get profile list", tell<profile_list>},
     {0x002B, "get profile settings", get_profile},
-    {0x002C, "get default settings", tell<default_settings>},
+    {0x002C, "get default settings", get_default_settings},
     {0x002D, "get current settings", get_call_settings},
-    {0x0030, "get dormancy status", get_dormancy},
+    {0x0030, "get dormancy status", tell<dormancy>},
     {0x0034, "get autoconnect settings", tell<autoconnect>},
-    {0x0037, "get data bearer technology", tell_number<std::uint8_t, 10>},
-    {0x0044, "get current data bearer technology", tell<bearer>},
-    {0x0049, "get default profile number", tell_number<std::uint8_t, default_profile>},
+    {0x0037, "get data bearer technology", tell<lte_bearer>},
+    {0x0044, "get current data bearer technology", tell<current_bearer>},
+    {0x0049, "get default profile number", tell<default_number>},
     {0x004D, "set IP family", accept},
     {0x0051, "set autoconnect settings", set_autoconnect},
-    {0x0085, "get LTE attach parameters", get_attach_parameters},
+    {0x0085, "get LTE attach parameters", tell<attach_parameters, attached>},
     {0x0089, "bind data port", accept},
-    {0x0092, "get LTE max attach PDNs", tell_number<std::uint8_t, 1, 0x10>},
+    {0x0092, "get LTE max attach PDNs", tell<most_attached>},
     {0x0094, "get LTE attach PDN list", tell<attach_list>},
     {0x00A2, "bind mux data port", accept},
 };

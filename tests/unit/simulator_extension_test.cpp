@@ -2,7 +2,7 @@
 #include <filesystem>
 
 #include "simulator/modem/modem.h"
-#include "simulator/services/extension.h"
+#include "simulator/services/messages.h"
 #include "support/extension_packets.h"
 #include "support/temp_dir.h"
 #include "support/test.h"
@@ -10,63 +10,58 @@
 namespace {
 
 using namespace support;
-using protocol::qmi::error;
 
 class extension_service : public testing::Test {
  protected:
-  error ask(const bytes& tlvs, std::uint32_t client_port = 1) {
+  bytes ask(const bytes& tlvs, std::uint32_t client_port = 1) {
     const sim::client who{nullptr, {1, client_port}};
-    const sim::reply said = sim::answer_extension({who, tlvs, modem_});
-    answer_ = said.tlvs.view();
+    const sim::reply said = sim::extension_messages()[0].answer({who, tlvs, modem_});
     restarts_ = said.restart;
-    return said.result;
-  }
-  bytes answer_to(const bytes& tlvs, std::uint32_t client_port = 1) {
-    EXPECT_EQ(ask(tlvs, client_port), error::none);
-    return answer_;
+    return said.tlvs.view();
   }
 
   support::temp_dir directory_;
   asio::io_context io_;
   sim::modem modem_{io_, directory_.path()};
-  bytes answer_;
   bool restarts_ = false;  ///< what was asked last
 };
 
 TEST_F(extension_service, echoes_the_bytes_that_count) {
   const bytes counted = hex("02 0400 03000000  10 0002 112233");
   for (const char* type : {"00", "01", "03", "05"}) {
-    EXPECT_EQ(answer_to(hex("01 0400") + hex(type) + fill(3) + counted + hex("44") + fill(508)),
+    EXPECT_EQ(ask(hex("01 0400") + hex(type) + fill(3) + counted + hex("44") + fill(508)),
               hex("01 0400 00000000") + counted + fill(509));
   }
   // Order is free; a shorter payload and an unknown optional TLV are accepted.
-  EXPECT_EQ(answer_to(hex("10 0200 5566  11 0100 09  02 0400 02000000  01 0400 00000000")),
+  EXPECT_EQ(ask(hex("10 0200 5566  11 0100 09  02 0400 02000000  01 0400 00000000")),
             hex("01 0400 00000000  02 0400 02000000  10 0002 5566") + fill(510));
   const bytes full = hex("02 0400 00020000  10 0002") + bytes(512, 0xAB);
-  EXPECT_EQ(answer_to(hex("01 0400 05000000") + full), hex("01 0400 00000000") + full);
+  EXPECT_EQ(ask(hex("01 0400 05000000") + full), hex("01 0400 00000000") + full);
 }
 
 TEST_F(extension_service, refuses_what_does_not_fit_the_layout) {
   const struct {
-    bytes tlvs;
-    error refusal;
+    const char* tlvs;
+    const char* error;
   } rows[] = {
-      {{}, error::missing_argument},
-      {hex("01 0400 00000000"), error::missing_argument},
-      {hex("02 0400 00000000"), error::missing_argument},
-      {hex("01 0300 000000  02 0400 00000000"), error::malformed_message},
-      {hex("01 0400 00000000  02 0400 00000000  03 0000"), error::malformed_message},
-      {hex("01 0400 00000000  02 0400 00000000  10 0102 00*513"), error::malformed_message},
-      {hex("01 0400 00000000  02 0400 01000000"), error::invalid_argument},
-      {hex("01 0400 00000000  02 0400 01020000  10 0002 00*512"), error::invalid_argument},
+      {"", "1100"},
+      {"01 0400 00000000", "1100"},
+      {"02 0400 00000000", "1100"},
+      {"01 0300 000000  02 0400 00000000", "0100"},
+      {"01 0400 00000000  02 0400 00000000  03 0000", "0100"},
+      {"01 0400 00000000  02 0400 00000000  10 0102 00*513", "0100"},
+      {"01 0400 00000000  02 0400 01000000", "3000"},
+      {"01 0400 00000000  02 0400 01020000  10 0002 00*512", "3000"},
   };
-  for (const auto& row : rows) EXPECT_EQ(ask(row.tlvs), row.refusal) << "row " << &row - rows;
+  for (const auto& [tlvs, error] : rows) {
+    EXPECT_EQ(ask(hex(tlvs)), hex("02 0400 0100") + hex(error)) << tlvs;
+  }
   // Unknown types, and common requests that are too short or of an unknown kind.
   const bytes sync = hex("10 1000 02000000 00000000 23000000 00000000");
   for (const bytes& nothing_there :
        {hex("01 0400 06000000  02 0400 00000000"), hex("01 0400 04000000  02 0400 0f000000") + sync,
         hex("01 0400 04000000  02 0400 04000000  10 0400 03000000")}) {
-    EXPECT_EQ(answer_to(nothing_there), hex("01 0400 03000000  02 0400 00000000"));
+    EXPECT_EQ(ask(nothing_there), hex("01 0400 03000000  02 0400 00000000"));
   }
   EXPECT_EQ(modem_.store.counter("common.35"), 0);
   ask(hex("01 0400 04000000  02 0400 10000000") + sync);
@@ -78,7 +73,7 @@ class common_request : public extension_service {
   /// What the payload begins with; the rest are zeros.
   void expect(const bytes& request, bytes begins) {
     begins.resize(512);
-    EXPECT_EQ(answer_to(extension_tlvs(4, request)),
+    EXPECT_EQ(ask(extension_tlvs(4, request)),
               hex("01 0400 00000000  02 0400 fc010000  10 0002") + begins);
   }
   void expect_value(std::uint32_t number, const bytes& arguments, std::uint32_t value) {
@@ -92,16 +87,13 @@ class common_request : public extension_service {
     bytes seen;
     for (const bytes& query : {common_message(39), common_message(55, u32(0)),
                                common_message(55, u32(1)), common_message(56)}) {
-      seen.push_back(answer_to(extension_tlvs(4, query)).at(25));
+      seen.push_back(ask(extension_tlvs(4, query)).at(25));
     }
     return seen;
   }
 };
 
 TEST_F(common_request, card_queries_show_what_was_set) {
-  expect_value(39, {}, 1);
-  expect_value(55, u32(1), 1);
-  expect_value(56, {}, 2);
   const struct {
     std::uint32_t slot, mode, level;
     bytes seen;
@@ -109,10 +101,12 @@ TEST_F(common_request, card_queries_show_what_was_set) {
       {1, 0, 0, {1, 1, 0, 1}}, {0, 1, 0, {0, 0, 0, 0}}, {0, 0, 1, {1, 1, 0, 1}},
       {1, 1, 1, {1, 1, 1, 2}}, {1, 1, 0, {1, 1, 0, 1}},
   };
-  for (const auto& row : rows) {
-    expect_result(57, u32(row.slot) + u32(row.mode) + u32(row.level), 0);
-    EXPECT_EQ(cards(), row.seen);
+  EXPECT_EQ(cards(), (bytes{1, 1, 1, 2}));
+  for (const auto& [slot, mode, level, seen] : rows) {
+    expect_result(57, u32(slot) + u32(mode) + u32(level), 0);
+    EXPECT_EQ(cards(), seen);
   }
+  expect_value(56, {}, 1);
   for (const bytes& wrong : {u32(2) + u32(0) + u32(0), u32(0) + u32(2) + u32(0),
                              u32(0) + u32(0) + u32(2), u32(0) + u32(0)}) {
     expect_result(57, wrong, 22);
@@ -203,9 +197,10 @@ enum nvefs_result : std::uint32_t { ok, not_found = 2, bad = 22, too_large = 27,
 
 class nvefs : public extension_service {
  protected:
+  using extension_service::ask;
   template <typename Request>
   nvefs_answer ask(const Request& request, std::uint32_t client_port = 1) {
-    return nvefs_answer(answer_to(extension_tlvs(2, request.payload()), client_port));
+    return nvefs_answer(ask(extension_tlvs(2, request.payload()), client_port));
   }
 };
 
@@ -236,7 +231,7 @@ TEST_F(nvefs, requests_that_cannot_be_met_get_their_result) {
       {file_request{.operation = 5, .total = 1, .data = hex("aabb")}.payload(), disorder},
   };
   for (const auto& row : rows) {
-    const nvefs_answer answer(answer_to(extension_tlvs(2, row.payload)));
+    const nvefs_answer answer(ask(extension_tlvs(2, row.payload)));
     EXPECT_EQ(answer.result, row.result) << "row " << &row - rows;
     EXPECT_EQ(answer.total, 0U);
     EXPECT_EQ(answer.data, bytes{});
@@ -249,7 +244,7 @@ TEST_F(nvefs, requests_that_cannot_be_met_get_their_result) {
       const auto size = static_cast<std::uint8_t>(cut);
       const bytes tlvs = hex("01 0400 02000000  02 0400") + u32(size) + hex("10") + bytes{size, 0} +
                          slice(whole, 0, size);
-      EXPECT_EQ(nvefs_answer(answer_to(tlvs)).result, bad) << int{size};
+      EXPECT_EQ(nvefs_answer(ask(tlvs)).result, bad) << int{size};
     }
   }
 }
