@@ -2,6 +2,7 @@
 // modem whose answers are written byte by byte.
 #include <stdlib.h>
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <mutex>
@@ -55,11 +56,14 @@ std::int32_t wait_for(pdc_wait_slot& slot) {
   return slot.result;
 }
 
+/// Sends the request and waits for the result of its slot.
 template <typename Request>
-std::int32_t ask(pdc_wait_slot& slot, std::uint16_t message_id, const Request& request) {
-  open_slot(slot);
-  if (const auto error = send(message_id, request); error != 0) return error;
-  return wait_for(slot);
+auto asking(pdc_wait_slot& slot, std::uint16_t message_id, const Request& request) {
+  return [&slot, message_id, &request] {
+    open_slot(slot);
+    const auto error = send(message_id, request);
+    return error != 0 ? error : wait_for(slot);
+  };
 }
 
 const pdc_config_v01 config{.config_type = software, .config_id_len = 2, .config_id = {0xAA, 0xBB}};
@@ -68,53 +72,40 @@ const pdc_config_type_req_v01 of_type{
 const pdc_config_req_v01 of_config{.config = config, .ind_token_valid = 1, .ind_token = token};
 const pdc_list_configs_req_v01 of_list{
     .ind_token_valid = 1, .ind_token = token, .config_type_valid = 1, .config_type = software};
+const pdc_load_config_req_v01 of_frame{.config = config,
+                                       .total_size = 1,
+                                       .config_frame_len = 1,
+                                       .config_frame = {0x3C},
+                                       .ind_token_valid = 1,
+                                       .ind_token = token};
+const pdc_delete_config_req_v01 of_id{.config_type = software,
+                                      .ind_token_valid = 1,
+                                      .ind_token = token,
+                                      .config_id_valid = 1,
+                                      .config_id_len = 2,
+                                      .config_id = {0xAA, 0xBB}};
+const pdc_set_feature_req_v01 of_feature{.ind_token_valid = 1, .ind_token = token};
 
-const auto list = [] { return ask(slots.list_configs, pdc_list_configs_v01, of_list); };
-const auto selected = [] {
-  return ask(slots.get_selected_config, pdc_get_selected_config_v01, of_type);
-};
-const auto info = [] { return ask(slots.get_config_info, pdc_get_config_info_v01, of_config); };
-const auto load = [] {
-  static pdc_load_config_req_v01 request;
-  request = {.config = config,
-             .total_size = 1,
-             .config_frame_len = 1,
-             .config_frame = {0x3C},
-             .ind_token_valid = 1,
-             .ind_token = token};
-  return ask(slots.load_config, pdc_load_config_v01, request);
-};
+const auto list = asking(slots.list_configs, pdc_list_configs_v01, of_list);
+const auto selected = asking(slots.get_selected_config, pdc_get_selected_config_v01, of_type);
+const auto info = asking(slots.get_config_info, pdc_get_config_info_v01, of_config);
+const auto load = asking(slots.load_config, pdc_load_config_v01, of_frame);
 
-struct operation {
-  const char* request;  ///< message id, length and TLVs
-  std::function<std::int32_t()> run;
-};
-const operation operations[] = {
+/// Message id, length and TLVs of the request.
+const std::pair<const char*, std::function<std::int32_t()>> operations[] = {
     {"2400 0e00  10 0400 70000000  11 0400 01000000", list},
     {"2200 0e00  01 0400 01000000  10 0400 70000000", selected},
     {"2800 1100  01 0700 01000000 02aabb  10 0400 70000000", info},
     {"2600 1800  01 0e00 01000000 02aabb 01000000 0100 3c  10 0400 70000000", load},
     {"2300 1100  01 0700 01000000 02aabb  10 0400 70000000",
-     [] { return ask(slots.select_config, pdc_set_selected_config_v01, of_config); }},
+     asking(slots.select_config, pdc_set_selected_config_v01, of_config)},
     {"2700 0e00  01 0400 01000000  10 0400 70000000",
-     [] { return ask(slots.activate_config, pdc_activate_config_v01, of_type); }},
+     asking(slots.activate_config, pdc_activate_config_v01, of_type)},
     {"2b00 0e00  01 0400 01000000  10 0400 70000000",
-     [] { return ask(slots.deactivate_config, pdc_deactivate_config_v01, of_type); }},
+     asking(slots.deactivate_config, pdc_deactivate_config_v01, of_type)},
     {"2500 1400  01 0400 01000000  10 0400 70000000  11 0300 02aabb",
-     [] {
-       return ask(slots.delete_config, pdc_delete_config_v01,
-                  pdc_delete_config_req_v01{.config_type = software,
-                                            .ind_token_valid = 1,
-                                            .ind_token = token,
-                                            .config_id_valid = 1,
-                                            .config_id_len = 2,
-                                            .config_id = {0xAA, 0xBB}});
-     }},
-    {"2e00 0700  10 0400 70000000",
-     [] {
-       return ask(slots.set_feature, pdc_set_feature_v01,
-                  pdc_set_feature_req_v01{.ind_token_valid = 1, .ind_token = token});
-     }},
+     asking(slots.delete_config, pdc_delete_config_v01, of_id)},
+    {"2e00 0700  10 0400 70000000", asking(slots.set_feature, pdc_set_feature_v01, of_feature)},
 };
 
 class pdc : public testing::Test {
@@ -165,15 +156,11 @@ class pdc : public testing::Test {
 
 TEST_F(pdc, every_operation_is_sent_and_fills_its_slot) {
   // Of the fields of all indications, each takes its own: 0x11 is an id, a list or a size.
-  for (const auto& each : operations) {
-    const bool lists = &each == operations;
-    const bool selects = &each == operations + 1;
-    indicate(with_token + hex(lists     ? "11 0800 01 01000000 02aabb"
-                              : selects ? "11 0300 02aabb"
-                                        : "11 0400 35000000"));
-    EXPECT_EQ(each.run(), 0) << each.request;
-    const auto sent = modem_.requests().back().data;
-    EXPECT_EQ(slice(sent, 3), hex(each.request));
+  const char* indicated[] = {"11 0800 01 01000000 02aabb", "11 0300 02aabb", "11 0400 35000000"};
+  for (std::size_t i = 0; i < std::size(operations); ++i) {
+    indicate(with_token + hex(indicated[std::min<std::size_t>(i, 2)]));
+    EXPECT_EQ(operations[i].second(), 0) << operations[i].first;
+    EXPECT_EQ(slice(modem_.requests().back().data, 3), hex(operations[i].first));
   }
   EXPECT_EQ(listed(), (std::vector<bytes>{hex("aabb")}));
   EXPECT_EQ(bytes(now_.active_id, now_.active_id + now_.active_id_len), hex("aabb"));
@@ -253,22 +240,18 @@ TEST_F(pdc, list_is_refused_when_it_is_too_long_unexpected_or_has_no_holder) {
 }
 
 TEST_F(pdc, outcomes_of_select_and_load_have_results_of_their_own) {
-  const struct {
-    bytes indication;
-    std::int32_t result;
-    std::uint32_t id_len;
-  } selections[] = {
+  const std::tuple<bytes, std::int32_t, std::uint32_t> selections[] = {
       {ok + hex("11 7d00 7c aa*124"), 0, 124},
       {ok + hex("11 7e00 7d aa*125"), -1, 0},
       {ok + hex("12 7e00 7d aa*125 11 0200 01bb"), -1, 0},
       {ok + hex("12 0200 01 aa"), -6, 0},
       {hex("01 0200 1000"), -1, 0},
   };
-  for (const auto& row : selections) {
+  for (const auto& [indication, result, id_len] : selections) {
     now_ = {};
-    indicate(row.indication);
-    EXPECT_EQ(selected(), row.result);
-    EXPECT_EQ(now_.active_id_len, row.id_len);
+    indicate(indication);
+    EXPECT_EQ(selected(), result);
+    EXPECT_EQ(now_.active_id_len, id_len);
   }
   slots.get_selected_config.holder = nullptr;
   EXPECT_EQ(selected(), -1);
@@ -296,7 +279,7 @@ TEST_F(pdc, indication_that_cannot_be_decoded_fails_its_slot) {
   };
   for (const auto& [what, indication] : damaged) {
     indicate(indication);
-    for (const auto& each : operations) EXPECT_EQ(each.run(), -1) << each.request << ": " << what;
+    for (const auto& [request, run] : operations) EXPECT_EQ(run(), -1) << request << ": " << what;
   }
 }
 
