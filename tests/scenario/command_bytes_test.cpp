@@ -23,11 +23,6 @@ namespace {
 
 using namespace support;
 
-std::vector<std::string> words(const std::string& line) {
-  std::istringstream in(line);
-  return {std::istream_iterator<std::string>(in), {}};
-}
-
 std::string repeated(const std::string& text, int times) {
   std::string out;
   for (int i = 0; i < times; ++i) out += text;
@@ -55,7 +50,8 @@ class command : public testing::Test {
   }
 
   process_result run(const std::string& line) {
-    return support::run(TVK_PROGRAM, words(line),
+    std::istringstream words(line);
+    return support::run(TVK_PROGRAM, {std::istream_iterator<std::string>(words), {}},
                         {{"TVK_MODEM", modem_.endpoint()}, {"TVK_PROPERTIES", properties()}});
   }
 
