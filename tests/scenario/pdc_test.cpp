@@ -195,38 +195,55 @@ TEST_F(pdc, list_in_parts_keeps_its_slot_open_until_the_last) {
   EXPECT_EQ(listed(), (std::vector<bytes>{{3}, {2}, {1}})) << "the newest is the head";
 }
 
-TEST_F(pdc, list_is_refused_when_it_is_too_long_unexpected_or_has_no_holder) {
+TEST_F(pdc, outcomes_of_list_select_and_load_have_results_of_their_own) {
   const bytes one_entry = with_token + hex("11 0800  01  01000000 02 aabb");
-  auto& slot = slots.list_configs;
-  slot.num_of_configs = nullptr;
-  indicate(one_entry);
-  EXPECT_EQ(list(), -1);
-  slot.num_of_configs = &count_;
-
   bytes too_many = with_token + hex("11 8300 1a");
   for (int i = 0; i < 26; ++i) too_many = too_many + hex("01000000 00");
-  const std::pair<bytes, std::int32_t> rows[] = {
-      {one_entry, 0},
+  const std::tuple<std::function<std::int32_t()>, bytes, std::int32_t> rows[] = {
+      {list, one_entry, 0},
       // Incomplete, but without a token to request more with.
-      {ok + hex("11 0800  01  01000000 02 ccdd  e0 0100 01"), 0},
-      {with_token + hex("11 0100 00"), -6},
-      {with_token, -6},
-      {too_many, -1},
-      {ok + hex("11 8900 02  01000000 7d aa*125 01000000 01bb"), -1},
-      {hex("01 0200 0300"), -1},
+      {list, ok + hex("11 0800  01  01000000 02 ccdd  e0 0100 01"), 0},
+      {list, with_token + hex("11 0100 00"), -6},
+      {list, with_token, -6},
+      {list, too_many, -1},
+      {list, ok + hex("11 8900 02  01000000 7d aa*125 01000000 01bb"), -1},
+      {list, hex("01 0200 0300"), -1},
+      {selected, ok + hex("12 0200 01 aa"), -6},
+      {selected, hex("01 0200 1000"), -1},
+      {selected, ok + hex("12 7e00 7d aa*125 11 0200 01bb"), -1},
+      {selected, ok + hex("11 7e00 7d aa*125"), -1},
+      {load, hex("01 0200 2900"), -4},
+      {load, hex("01 0200 0200"), -5},
+      {load, ok + hex("11 0400 00000000  13 0100 01"), -3},
+      {load, ok + hex("11 0400 05000000  12 0400 07000000"), 0},
   };
-  for (const auto& [indication, result] : rows) {
+  for (const auto& [run, indication, result] : rows) {
     indicate(indication);
-    EXPECT_EQ(list(), result);
+    EXPECT_EQ(run(), result);
   }
   EXPECT_EQ(listed(), (std::vector<bytes>{{0xCC, 0xDD}, {0xAA, 0xBB}}));
   EXPECT_EQ(count_, 2U);
   EXPECT_EQ(log_.count("PDC_ERROR, more_available_valid 0, ind_token_valid 1, more_available 0, "
                        "config_list_len 26"),
             1);
-  slot.config_list_holder = nullptr;
-  indicate(one_entry);
+  EXPECT_EQ(slots.load_config.received_size, 5U);
+  EXPECT_EQ(slots.load_config.remaining_size, 7U);
+  EXPECT_EQ(now_.active_id_len, 0U);
+  indicate(ok + hex("11 7d00 7c aa*124"));
+  EXPECT_EQ(selected(), 0);
+  EXPECT_EQ(now_.active_id_len, 124U);
+}
+
+TEST_F(pdc, answer_for_nobody_is_an_error) {
+  auto& slot = slots.list_configs;
+  indicate(with_token + hex("11 0800  01  01000000 02 aabb"));
+  slot.num_of_configs = nullptr;
   EXPECT_EQ(list(), -1);
+  slot.num_of_configs = &count_;
+  slot.config_list_holder = nullptr;
+  EXPECT_EQ(list(), -1);
+  slots.get_selected_config.holder = nullptr;
+  EXPECT_EQ(selected(), -1);
 
   // No list is running: the slot is done, but nothing is woken.
   slot.is_pdc_list_handling = 0;
@@ -237,37 +254,6 @@ TEST_F(pdc, list_is_refused_when_it_is_too_long_unexpected_or_has_no_holder) {
     return slot.is_done == 1;
   }));
   EXPECT_EQ(slot.result, -1);
-}
-
-TEST_F(pdc, outcomes_of_select_and_load_have_results_of_their_own) {
-  const std::tuple<bytes, std::int32_t, std::uint32_t> selections[] = {
-      {ok + hex("11 7d00 7c aa*124"), 0, 124},
-      {ok + hex("11 7e00 7d aa*125"), -1, 0},
-      {ok + hex("12 7e00 7d aa*125 11 0200 01bb"), -1, 0},
-      {ok + hex("12 0200 01 aa"), -6, 0},
-      {hex("01 0200 1000"), -1, 0},
-  };
-  for (const auto& [indication, result, id_len] : selections) {
-    now_ = {};
-    indicate(indication);
-    EXPECT_EQ(selected(), result);
-    EXPECT_EQ(now_.active_id_len, id_len);
-  }
-  slots.get_selected_config.holder = nullptr;
-  EXPECT_EQ(selected(), -1);
-
-  const std::pair<bytes, std::int32_t> loads[] = {
-      {hex("01 0200 2900"), -4},
-      {hex("01 0200 0200"), -5},
-      {ok + hex("11 0400 00000000  13 0100 01"), -3},
-      {ok + hex("11 0400 05000000  12 0400 07000000"), 0},
-  };
-  for (const auto& [indication, result] : loads) {
-    indicate(indication);
-    EXPECT_EQ(load(), result);
-  }
-  EXPECT_EQ(slots.load_config.received_size, 5U);
-  EXPECT_EQ(slots.load_config.remaining_size, 7U);
 }
 
 TEST_F(pdc, indication_that_cannot_be_decoded_fails_its_slot) {
