@@ -197,20 +197,17 @@ TEST_F(nvefs, transfer_ends_after_299_exchanges_or_102410_bytes) {
 
 TEST_F(nvefs, item_that_is_read) {
   const auto data = pattern(424, 2);
-  const struct {
-    std::uint32_t length;
-    int code;
-    std::size_t delivered;
-  } rows[] = {{1, 0, 1}, {365, 0, 365}, {366, 0, 365}, {0xFFFFFFFF, 0, 365}, {0, -108, 365}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.length);
-    modem_.answer_with_tlvs(answer(row.length, 0, 0, data));
+  for (const std::uint32_t length : {1U, 365U, 366U, 0xFFFFFFFFU}) {
+    modem_.answer_with_tlvs(answer(length, 0, 0, data));
     const auto got = read_item();
-    EXPECT_EQ(got.code, row.code);
-    EXPECT_EQ(got.delivered, row.code == 0 ? padded(data, row.delivered) : fill(365, 0xEE));
-    EXPECT_EQ(contains(got.printed, "RIL[norvel_nv_read:#]: rsp.data_len_all is invalid\n"),
-              row.code != 0);
+    EXPECT_EQ(got.code, 0);
+    EXPECT_EQ(got.delivered, padded(data, std::min(length, 365U)));
   }
+  modem_.answer_with_tlvs(answer(0, 0, 0, data));
+  const auto got = read_item();
+  EXPECT_EQ(got.code, -108);
+  EXPECT_EQ(got.delivered, fill(365, 0xEE));
+  EXPECT_PRED2(contains, got.printed, "RIL[norvel_nv_read:#]: rsp.data_len_all is invalid\n");
 }
 
 TEST_F(nvefs, transfers_of_two_threads_never_mix) {

@@ -140,17 +140,12 @@ TEST_F(uim_client, no_more_cards_are_taken_than_there_is_room_for) {
 TEST_F(uim_client, eid_is_taken_only_from_a_good_answer_that_has_it) {
   const bytes untouched(norvel_eid_size, 0xEE);
   const bytes eid = hex("89049032000000000000000000000066");
-  const struct {
-    bytes tlvs;
-    bytes expected;
-  } rows[] = {{done, untouched},
-              {refused + hex("10 1100 10") + eid, untouched},
-              {done + hex("10 1100 10") + eid, eid}};
-  for (const auto& row : rows) {
-    modem_.answer_with_tlvs(row.tlvs);
+  const auto eid_tlv = hex("10 1100 10") + eid;
+  for (const auto& tlvs : {done, refused + eid_tlv, done + eid_tlv}) {
+    modem_.answer_with_tlvs(tlvs);
     bytes got = untouched;
     printed_by([&] { norvel_uim_request_eid(2, got.data()); });
-    EXPECT_EQ(got, row.expected);
+    EXPECT_EQ(got, tlvs == done + eid_tlv ? eid : untouched);
   }
   EXPECT_EQ(modem_.requests().at(0).data, hex("00 0100 6500 0400 01 0100 02"));
 }
@@ -225,37 +220,32 @@ TEST_F(esim_switch, eid_is_saved_once_and_never_over_another) {
 }
 
 TEST_F(esim_switch, reset_believes_two_answers_of_the_card) {
-  const struct {
-    const char* apdu;  ///< TLV 0x10 of the answer
-    bool success;
-  } rows[] = {
-      {"10 0a00 0800 bf34038001009000", true},
-      {"10 0a00 0800 bf34038001019000", true},
-      {"10 0a00 0800 bf34038001059000", false},
-      {"10 0400 0200 6a82", false},
-      {"10 0b00 0900 bf3403800100900000", false},
-      {"10 0204 0004 bf34038001009000 00*1016", false},
-      {"", false},
-  };
-  for (const auto& row : rows) {
-    modem_.on_request([&row](const datagram& request) {
+  // TLV 0x10 of the answers; the first two succeed.
+  const char* const apdus[] = {"10 0a00 0800 bf34038001009000",
+                               "10 0a00 0800 bf34038001019000",
+                               "10 0a00 0800 bf34038001059000",
+                               "10 0400 0200 6a82",
+                               "10 0b00 0900 bf3403800100900000",
+                               "10 0204 0004 bf34038001009000 00*1016",
+                               ""};
+  for (const char* const& apdu : apdus) {
+    modem_.forget_requests();
+    modem_.on_request([apdu](const datagram& request) {
       if (id_of(request) == 0x42) return reply(request, done + hex("10 0100 03"));
-      if (id_of(request) == 0x3B) return reply(request, done + hex(row.apdu));
+      if (id_of(request) == 0x3B) return reply(request, done + hex(apdu));
       return reply(request, refused);  // a close that fails does not matter
     });
-    const auto before = modem_.requests().size();
+    const bool succeeds = &apdu < apdus + 2;
     EXPECT_EQ(printed_by([] { EXPECT_EQ(esim_test("5", "0"), 0); }),
-              row.success ? "value=SUCCEED\n" : "value=FAILED\n")
-        << row.apdu;
+              succeeds ? "value=SUCCEED\n" : "value=FAILED\n")
+        << apdu;
     const auto sent = modem_.requests();
-    ASSERT_EQ(sent.size() - before, row.success ? 3U : 2U);
-    const auto& apdu = sent[before + 1].data;
-    EXPECT_EQ(slice(apdu, 7),
+    ASSERT_EQ(sent.size(), succeeds ? 3U : 2U);
+    EXPECT_EQ(slice(sent[0].data, 7),
+              hex("01 0100 02  10 1100 10 a0000005591010ffffffff8900000100  11 0100 01"));
+    EXPECT_EQ(slice(sent[1].data, 7),
               hex("01 0100 02  02 0f00 0d00 80e2910007bf340482 0205e000  10 0100 03  11 0100 01"));
   }
-  const auto open = modem_.requests().at(0).data;
-  EXPECT_EQ(slice(open, 7),
-            hex("01 0100 02  10 1100 10 a0000005591010ffffffff8900000100  11 0100 01"));
 }
 
 }  // namespace
