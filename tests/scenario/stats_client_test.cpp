@@ -275,24 +275,22 @@ TEST_F(stats_client, service_that_comes_and_goes_under_two_threads_leaves_nothin
       for (int spins = 0; good == seen && spins < 3000; ++spins) std::this_thread::yield();
     }
   });
+  const auto request = [&](std::uint32_t id) {
+    vendor_stats_get_resp_v01 answer;
+    for (const auto result : {modem_api_set_orvax_feature_status(id),
+                              modem_api_get_stats_parameter(id, 1, 1, 100, answer)}) {
+      EXPECT_TRUE(result == 0 || result == 1 || result == 7) << result;
+    }
+    if (answer.entries_valid != 1) return std::this_thread::yield();
+    EXPECT_EQ(answer.entries[0].data[0], 9);
+    ++good;
+  };
   const auto use_clients = [&] {
     for (int i = 0; i < 40 || good == 0 || came_up == 0;) {
       std::uint32_t id = 0;
       if (add_client(MODEM_API_CLIENT_VS, &id) != 0) continue;
       ++i;
-      for (int request = 0; request < 10; ++request) {
-        const auto switched = modem_api_set_orvax_feature_status(id);
-        EXPECT_TRUE(switched == 0 || switched == 1 || switched == 7) << switched;
-        vendor_stats_get_resp_v01 answer;
-        const auto result = modem_api_get_stats_parameter(id, 1, 1, 100, answer);
-        EXPECT_TRUE(result == 0 || result == 1 || result == 7) << result;
-        if (result != 0 || answer.entries_valid != 1) {
-          std::this_thread::yield();
-          continue;
-        }
-        EXPECT_EQ(answer.entries[0].data[0], 9);
-        ++good;
-      }
+      for (int requests = 0; requests < 10; ++requests) request(id);
       modem_api_free_client(id);
     }
   };
