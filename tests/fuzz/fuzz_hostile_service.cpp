@@ -47,9 +47,6 @@ using namespace support;
 /// The one that runs: the modem takes its answers from it.
 std::optional<FuzzedDataProvider> g_input;
 
-bool input_is_over() {
-  return g_input->remaining_bytes() == 0;
-}
 std::uint8_t next_byte() {
   return g_input->ConsumeIntegral<std::uint8_t>();
 }
@@ -173,7 +170,7 @@ std::vector<datagram> next_answers(const datagram& asked) {
   // What the program sends is always good, whatever it was answered before.
   if (!protocol::qmi::well_formed(request)) __builtin_trap();
   std::vector<datagram> sent;
-  while (!input_is_over()) {
+  while (g_input->remaining_bytes() != 0) {
     const auto what = next_byte() % count;
     // For a lost service the statistics client starts threads, which have tests of their own.
     if (what == error || (what == lost && asked.port != uim)) break;
@@ -258,7 +255,7 @@ void indicate_configurations() {
     g_pdc_info.get_selected_config.holder = &selected;
   }
   // Each request brings the indications that the input has for it.
-  while (!input_is_over()) {
+  while (g_input->remaining_bytes() != 0) {
     pdc_register_req_v01 request{};
     pdc_resp_v01 response{};
     qmi_client_send_msg_sync(pdc_client_handle(), pdc_register_v01, &request, sizeof request,

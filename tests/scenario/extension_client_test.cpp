@@ -39,11 +39,9 @@ outcome exchange(bytes request, unsigned int capacity, unsigned int type = 0) {
   outcome got;
   got.length = capacity;
   got.received = fill(512 + 64, 0xEE);
-  const auto size = static_cast<int>(request.size());
-  request.push_back(0);  // so that an empty request has an address
   got.printed = printed_by([&] {
-    got.result =
-        norvel_extend_qmi_send_sync(type, request.data(), size, got.received.data(), &got.length);
+    got.result = norvel_extend_qmi_send_sync(type, request.data(), static_cast<int>(request.size()),
+                                             got.received.data(), &got.length);
   });
   return got;
 }
