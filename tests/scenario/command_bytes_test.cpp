@@ -183,11 +183,9 @@ std::string block(const std::string& name, const std::string& rows, int end) {
 }
 
 std::string debug_start(const std::string& mask) {
-  return "Get the debug info of modem_stats, mask = " + mask +
-         "\n"
-         "RIL[norvel_common_qmi_req:1068]: function entry ------------->\n" +
-         client_made + exchanged(508) +
-         "RIL[norvel_common_qmi_req:1106]: function exit <-------------\n";
+  return "Get the debug info of modem_stats, mask = " + mask + "\n" +
+         "RIL[norvel_common_qmi_req:1068]: function entry ------------->\n" + client_made +
+         exchanged(508) + "RIL[norvel_common_qmi_req:1106]: function exit <-------------\n";
 }
 
 TEST_F(command, debug_info_blocks) {

@@ -22,11 +22,10 @@ namespace {
 using namespace support;
 
 const bytes no_error = hex("01 0400 00000000");
-const bytes header = hex("02 0400 bc010000  10 0002");  // 444 bytes count, 512 follow
 bytes answer(std::size_t file_length, std::size_t chunk, std::uint32_t result,
              const bytes& data = {}) {
   const auto number = [](std::size_t value) { return u32(static_cast<std::uint32_t>(value)); };
-  return no_error + header +
+  return no_error + hex("02 0400 bc010000  10 0002") +  // 444 bytes count, 512 follow
          padded(fill(4, 0xEE) + number(file_length) + number(chunk) + fill(4, 0xEE) + u32(result) +
                 data);
 }

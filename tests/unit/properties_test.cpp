@@ -44,7 +44,6 @@ class properties : public testing::Test {
     std::ifstream in(path());
     return {std::istreambuf_iterator<char>(in), {}};
   }
-  [[nodiscard]] std::ptrdiff_t lines() const { return std::ranges::count(text(), '\n'); }
 
   temp_dir dir_;
 };
@@ -181,7 +180,7 @@ TEST_F(properties, two_processes_lose_nothing_and_a_reader_sees_whole_values) {
   for (int i = 0; i < each; ++i) {
     for (const std::string prefix : {"s", "L"}) EXPECT_EQ(get(prefix + std::to_string(i)), "value");
   }
-  EXPECT_EQ(lines(), 2 * each + 1);
+  EXPECT_EQ(std::ranges::count(text(), '\n'), 2 * each + 1);
 }
 
 TEST_F(properties, killed_writers_leave_a_readable_file_that_can_be_written) {
@@ -210,7 +209,7 @@ TEST_F(properties, killed_writers_leave_a_readable_file_that_can_be_written) {
     ASSERT_EQ(set("round", std::to_string(round)), 0);
     ASSERT_EQ(get("round"), std::to_string(round));
   }
-  EXPECT_LE(lines(), 41);
+  EXPECT_LE(std::ranges::count(text(), '\n'), 41);
   // A writer that was killed may leave its own unfinished file, not one each.
   const std::filesystem::directory_iterator files(dir_.path());
   EXPECT_LE(std::distance(begin(files), end(files)), 4);
