@@ -39,11 +39,9 @@ outcome exchange(bytes request, unsigned int capacity, unsigned int type = 0) {
   outcome got;
   got.length = capacity;
   got.received = fill(512 + 64, 0xEE);
-  const auto size = static_cast<int>(request.size());
-  request.push_back(0);  // so that an empty request has an address
   got.printed = printed_by([&] {
-    got.result =
-        norvel_extend_qmi_send_sync(type, request.data(), size, got.received.data(), &got.length);
+    got.result = norvel_extend_qmi_send_sync(type, request.data(), static_cast<int>(request.size()),
+                                             got.received.data(), &got.length);
   });
   return got;
 }
@@ -76,23 +74,19 @@ TEST(extension_client, answer_is_cut_to_the_callers_room_and_its_own) {
   hand_modem modem;
   use_modem(modem.endpoint());
   const bytes payload = hex("10 0002") + counting(512);
-  const struct {
-    const char* announced;
-    bytes payload;
-    unsigned int capacity;
-    std::size_t copied;
-  } rows[] = {
+  // The announced length, the payload, the caller's room, what is copied.
+  const std::tuple<std::string, bytes, unsigned int, std::size_t> rows[] = {
       {"00020000", payload, 512, 512}, {"2c010000", payload, 301, 300},
       {"2c010000", payload, 299, 299}, {"2c010000", payload, 0, 0},
       {"01020000", payload, 512, 512}, {"00000080", payload, 512, 512},
       {"ffffffff", payload, 7, 7},     {"2c010000", {}, 512, 0},
   };
-  for (const auto& row : rows) {
-    modem.answer_with_tlvs(hex("01 0400 00000000  02 0400") + hex(row.announced) + row.payload);
-    const auto got = exchange(counting(512), row.capacity);
+  for (const auto& [announced, sent, room, copied] : rows) {
+    modem.answer_with_tlvs(hex("01 0400 00000000  02 0400") + hex(announced) + sent);
+    const auto got = exchange(counting(512), room);
     EXPECT_EQ(got.result, 0);
-    EXPECT_EQ(got.length, row.copied);
-    EXPECT_EQ(got.received, counting(row.copied) + fill(512 + 64 - row.copied, 0xEE));
+    EXPECT_EQ(got.length, copied);
+    EXPECT_EQ(got.received, counting(copied) + fill(512 + 64 - copied, 0xEE));
   }
 }
 

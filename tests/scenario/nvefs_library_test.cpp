@@ -22,20 +22,15 @@ namespace {
 using namespace support;
 
 const bytes no_error = hex("01 0400 00000000");
-const bytes header = hex("02 0400 bc010000  10 0002");  // 444 bytes count, 512 follow
 bytes answer(std::size_t file_length, std::size_t chunk, std::uint32_t result,
              const bytes& data = {}) {
   const auto number = [](std::size_t value) { return u32(static_cast<std::uint32_t>(value)); };
-  return no_error + header +
+  return no_error + hex("02 0400 bc010000  10 0002") +  // 444 bytes count, 512 follow
          padded(fill(4, 0xEE) + number(file_length) + number(chunk) + fill(4, 0xEE) + u32(result) +
-                    data,
-                512);
+                data);
 }
 
-/// The 512 bytes of a request.
-bytes payload_of(const datagram& request) {
-  return {request.data.begin() + 24, request.data.end()};
-}
+constexpr std::size_t payload = 24;  ///< of a request's datagram
 
 bytes pattern(std::size_t size, unsigned seed) {
   bytes out(size);
@@ -52,7 +47,7 @@ class nvefs : public testing::Test {
   /// A modem that keeps the file of each path, and serves chunks of at most `chunk` bytes.
   void keep_files(std::size_t chunk) {
     modem_.on_request([this, chunk](const datagram& request) {
-      const auto asked = payload_of(request);
+      const auto asked = slice(request.data, payload);
       const auto offset = u32_at(asked, 84);
       const std::lock_guard lock(mutex_);
       auto& file = files_[std::string(asked.begin() + 5, asked.begin() + 5 + asked[4])];
@@ -76,21 +71,20 @@ class nvefs : public testing::Test {
 
 struct read_result {
   int code = 1;
-  unsigned int length = 0;
-  bytes data;  ///< followed by a guard of 64 bytes 0xEE
+  bytes delivered;
   std::string printed;
-
-  [[nodiscard]] bytes delivered() const { return padded(data, length); }
 };
 
-/// Checks that the guard is untouched.
+/// Checks that nothing is written past the room, which holds bytes 0xEE.
 read_result read_with(unsigned int capacity,
                       const std::function<int(unsigned char*, unsigned int*)>& call) {
-  read_result got{.length = capacity, .data = fill(capacity + 64, 0xEE), .printed = ""};
-  got.printed = printed_by([&] { got.code = call(got.data.data(), &got.length); });
-  EXPECT_LE(got.length, capacity);
-  got.length = std::min(got.length, capacity);
-  EXPECT_EQ(bytes(got.data.end() - 64, got.data.end()), fill(64, 0xEE));
+  read_result got;
+  auto room = fill(capacity + 64, 0xEE);
+  auto length = capacity;
+  got.printed = printed_by([&] { got.code = call(room.data(), &length); });
+  EXPECT_LE(length, capacity);
+  EXPECT_EQ(slice(room, capacity), fill(64, 0xEE));
+  got.delivered = padded(room, length);
   return got;
 }
 
@@ -147,13 +141,13 @@ TEST_F(nvefs, file_longer_than_the_room_is_cut_and_the_result_is_0) {
     SCOPED_TRACE(capacity);
     const auto got = read(capacity);
     EXPECT_EQ(got.code, 0);
-    EXPECT_EQ(got.delivered(), padded(pattern(1000, 1), capacity));
+    EXPECT_EQ(got.delivered, padded(pattern(1000, 1), capacity));
     EXPECT_TRUE(got.printed.ends_with(
         log_lines("norvel_efs_read", {"abort, buf_len <= data_len_recv", function_exit})))
         << got.printed;
   }
   for (const unsigned int capacity : {1000U, 102410U}) {
-    EXPECT_EQ(read(capacity).delivered(), pattern(1000, 1)) << capacity;
+    EXPECT_EQ(read(capacity).delivered, pattern(1000, 1)) << capacity;
   }
 }
 
@@ -182,7 +176,7 @@ TEST_F(nvefs, largest_file_is_written_and_read_back_in_248_exchanges_each_way) {
   const auto data = pattern(102410, 7);
   EXPECT_EQ(norvel_efs_write(1, "/nv/a", 5, data.data(), 102410), 0);
   EXPECT_EQ(modem_.requests().size(), 248U);
-  EXPECT_TRUE(read(102411).delivered() == data);
+  EXPECT_TRUE(read(102411).delivered == data);
   EXPECT_EQ(modem_.requests().size(), 2U * 248U);
 }
 
@@ -190,32 +184,29 @@ TEST_F(nvefs, transfer_ends_after_299_exchanges_or_102410_bytes) {
   quiet_notes = 1;
   files_["/nv/a"] = pattern(1000, 5);
   keep_files(1);
-  EXPECT_EQ(read(102410).delivered(), padded(pattern(1000, 5), 299));
+  EXPECT_EQ(read(102410).delivered, padded(pattern(1000, 5), 299));
   EXPECT_EQ(modem_.requests().size(), 299U);
   modem_.answer_with_tlvs(answer(0xFFFFFFFF, 414, 0, pattern(424, 5)));
   const auto got = read(200'000);
   EXPECT_EQ(got.code, 0);
   EXPECT_EQ(modem_.requests().size(), 299U + 248U);
-  EXPECT_GE(got.length, 102410U);
-  EXPECT_LE(got.length, 248U * 414U);
+  EXPECT_GE(got.delivered.size(), 102410U);
+  EXPECT_LE(got.delivered.size(), 248U * 414U);
 }
 
 TEST_F(nvefs, item_that_is_read) {
   const auto data = pattern(424, 2);
-  const struct {
-    std::uint32_t length;
-    int code;
-    std::size_t delivered;
-  } rows[] = {{1, 0, 1}, {365, 0, 365}, {366, 0, 365}, {0xFFFFFFFF, 0, 365}, {0, -108, 365}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.length);
-    modem_.answer_with_tlvs(answer(row.length, 0, 0, data));
+  for (const std::uint32_t length : {1U, 365U, 366U, 0xFFFFFFFFU}) {
+    modem_.answer_with_tlvs(answer(length, 0, 0, data));
     const auto got = read_item();
-    EXPECT_EQ(got.code, row.code);
-    EXPECT_EQ(got.delivered(), row.code == 0 ? padded(data, row.delivered) : fill(365, 0xEE));
-    EXPECT_EQ(contains(got.printed, "RIL[norvel_nv_read:#]: rsp.data_len_all is invalid\n"),
-              row.code != 0);
+    EXPECT_EQ(got.code, 0);
+    EXPECT_EQ(got.delivered, padded(data, std::min(length, 365U)));
   }
+  modem_.answer_with_tlvs(answer(0, 0, 0, data));
+  const auto got = read_item();
+  EXPECT_EQ(got.code, -108);
+  EXPECT_EQ(got.delivered, fill(365, 0xEE));
+  EXPECT_PRED2(contains, got.printed, "RIL[norvel_nv_read:#]: rsp.data_len_all is invalid\n");
 }
 
 TEST_F(nvefs, transfers_of_two_threads_never_mix) {
@@ -238,9 +229,10 @@ TEST_F(nvefs, transfers_of_two_threads_never_mix) {
   const auto requests = modem_.requests();
   ASSERT_EQ(requests.size(), rounds * 20);
   for (std::size_t i = 0; i < requests.size(); ++i) {
-    const auto first = payload_of(requests[i - i % 5]);
-    EXPECT_EQ(u32_at(first, 84), 0U);
-    EXPECT_EQ(padded(payload_of(requests[i]), 76), padded(first, 76)) << "request " << i;
+    const auto& first = requests[i - i % 5].data;
+    EXPECT_EQ(u32_at(first, payload + 84), 0U);
+    EXPECT_EQ(slice(requests[i].data, payload, payload + 76), slice(first, payload, payload + 76))
+        << "request " << i;
   }
 }
 

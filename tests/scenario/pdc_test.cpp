@@ -2,6 +2,7 @@
 // modem whose answers are written byte by byte.
 #include <stdlib.h>
 
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <mutex>
@@ -55,11 +56,14 @@ std::int32_t wait_for(pdc_wait_slot& slot) {
   return slot.result;
 }
 
+/// Sends the request and waits for the result of its slot.
 template <typename Request>
-std::int32_t ask(pdc_wait_slot& slot, std::uint16_t message_id, const Request& request) {
-  open_slot(slot);
-  if (const auto error = send(message_id, request); error != 0) return error;
-  return wait_for(slot);
+auto asking(pdc_wait_slot& slot, std::uint16_t message_id, const Request& request) {
+  return [&slot, message_id, &request] {
+    open_slot(slot);
+    const auto error = send(message_id, request);
+    return error != 0 ? error : wait_for(slot);
+  };
 }
 
 const pdc_config_v01 config{.config_type = software, .config_id_len = 2, .config_id = {0xAA, 0xBB}};
@@ -68,53 +72,40 @@ const pdc_config_type_req_v01 of_type{
 const pdc_config_req_v01 of_config{.config = config, .ind_token_valid = 1, .ind_token = token};
 const pdc_list_configs_req_v01 of_list{
     .ind_token_valid = 1, .ind_token = token, .config_type_valid = 1, .config_type = software};
+const pdc_load_config_req_v01 of_frame{.config = config,
+                                       .total_size = 1,
+                                       .config_frame_len = 1,
+                                       .config_frame = {0x3C},
+                                       .ind_token_valid = 1,
+                                       .ind_token = token};
+const pdc_delete_config_req_v01 of_id{.config_type = software,
+                                      .ind_token_valid = 1,
+                                      .ind_token = token,
+                                      .config_id_valid = 1,
+                                      .config_id_len = 2,
+                                      .config_id = {0xAA, 0xBB}};
+const pdc_set_feature_req_v01 of_feature{.ind_token_valid = 1, .ind_token = token};
 
-const auto list = [] { return ask(slots.list_configs, pdc_list_configs_v01, of_list); };
-const auto selected = [] {
-  return ask(slots.get_selected_config, pdc_get_selected_config_v01, of_type);
-};
-const auto info = [] { return ask(slots.get_config_info, pdc_get_config_info_v01, of_config); };
-const auto load = [] {
-  static pdc_load_config_req_v01 request;
-  request = {.config = config,
-             .total_size = 1,
-             .config_frame_len = 1,
-             .config_frame = {0x3C},
-             .ind_token_valid = 1,
-             .ind_token = token};
-  return ask(slots.load_config, pdc_load_config_v01, request);
-};
+const auto list = asking(slots.list_configs, pdc_list_configs_v01, of_list);
+const auto selected = asking(slots.get_selected_config, pdc_get_selected_config_v01, of_type);
+const auto info = asking(slots.get_config_info, pdc_get_config_info_v01, of_config);
+const auto load = asking(slots.load_config, pdc_load_config_v01, of_frame);
 
-struct operation {
-  const char* request;  ///< message id, length and TLVs
-  std::function<std::int32_t()> run;
-};
-const operation operations[] = {
+/// Message id, length and TLVs of the request.
+const std::pair<const char*, std::function<std::int32_t()>> operations[] = {
     {"2400 0e00  10 0400 70000000  11 0400 01000000", list},
     {"2200 0e00  01 0400 01000000  10 0400 70000000", selected},
     {"2800 1100  01 0700 01000000 02aabb  10 0400 70000000", info},
     {"2600 1800  01 0e00 01000000 02aabb 01000000 0100 3c  10 0400 70000000", load},
     {"2300 1100  01 0700 01000000 02aabb  10 0400 70000000",
-     [] { return ask(slots.select_config, pdc_set_selected_config_v01, of_config); }},
+     asking(slots.select_config, pdc_set_selected_config_v01, of_config)},
     {"2700 0e00  01 0400 01000000  10 0400 70000000",
-     [] { return ask(slots.activate_config, pdc_activate_config_v01, of_type); }},
+     asking(slots.activate_config, pdc_activate_config_v01, of_type)},
     {"2b00 0e00  01 0400 01000000  10 0400 70000000",
-     [] { return ask(slots.deactivate_config, pdc_deactivate_config_v01, of_type); }},
+     asking(slots.deactivate_config, pdc_deactivate_config_v01, of_type)},
     {"2500 1400  01 0400 01000000  10 0400 70000000  11 0300 02aabb",
-     [] {
-       return ask(slots.delete_config, pdc_delete_config_v01,
-                  pdc_delete_config_req_v01{.config_type = software,
-                                            .ind_token_valid = 1,
-                                            .ind_token = token,
-                                            .config_id_valid = 1,
-                                            .config_id_len = 2,
-                                            .config_id = {0xAA, 0xBB}});
-     }},
-    {"2e00 0700  10 0400 70000000",
-     [] {
-       return ask(slots.set_feature, pdc_set_feature_v01,
-                  pdc_set_feature_req_v01{.ind_token_valid = 1, .ind_token = token});
-     }},
+     asking(slots.delete_config, pdc_delete_config_v01, of_id)},
+    {"2e00 0700  10 0400 70000000", asking(slots.set_feature, pdc_set_feature_v01, of_feature)},
 };
 
 class pdc : public testing::Test {
@@ -165,15 +156,11 @@ class pdc : public testing::Test {
 
 TEST_F(pdc, every_operation_is_sent_and_fills_its_slot) {
   // Of the fields of all indications, each takes its own: 0x11 is an id, a list or a size.
-  for (const auto& each : operations) {
-    const bool lists = &each == operations;
-    const bool selects = &each == operations + 1;
-    indicate(with_token + hex(lists     ? "11 0800 01 01000000 02aabb"
-                              : selects ? "11 0300 02aabb"
-                                        : "11 0400 35000000"));
-    EXPECT_EQ(each.run(), 0) << each.request;
-    const auto sent = modem_.requests().back().data;
-    EXPECT_EQ(slice(sent, 3), hex(each.request));
+  const char* indicated[] = {"11 0800 01 01000000 02aabb", "11 0300 02aabb", "11 0400 35000000"};
+  for (std::size_t i = 0; i < std::size(operations); ++i) {
+    indicate(with_token + hex(indicated[std::min<std::size_t>(i, 2)]));
+    EXPECT_EQ(operations[i].second(), 0) << operations[i].first;
+    EXPECT_EQ(slice(modem_.requests().back().data, 3), hex(operations[i].first));
   }
   EXPECT_EQ(listed(), (std::vector<bytes>{hex("aabb")}));
   EXPECT_EQ(bytes(now_.active_id, now_.active_id + now_.active_id_len), hex("aabb"));
@@ -208,38 +195,55 @@ TEST_F(pdc, list_in_parts_keeps_its_slot_open_until_the_last) {
   EXPECT_EQ(listed(), (std::vector<bytes>{{3}, {2}, {1}})) << "the newest is the head";
 }
 
-TEST_F(pdc, list_is_refused_when_it_is_too_long_unexpected_or_has_no_holder) {
+TEST_F(pdc, outcomes_of_list_select_and_load_have_results_of_their_own) {
   const bytes one_entry = with_token + hex("11 0800  01  01000000 02 aabb");
-  auto& slot = slots.list_configs;
-  slot.num_of_configs = nullptr;
-  indicate(one_entry);
-  EXPECT_EQ(list(), -1);
-  slot.num_of_configs = &count_;
-
   bytes too_many = with_token + hex("11 8300 1a");
   for (int i = 0; i < 26; ++i) too_many = too_many + hex("01000000 00");
-  const std::pair<bytes, std::int32_t> rows[] = {
-      {one_entry, 0},
+  const std::tuple<std::function<std::int32_t()>, bytes, std::int32_t> rows[] = {
+      {list, one_entry, 0},
       // Incomplete, but without a token to request more with.
-      {ok + hex("11 0800  01  01000000 02 ccdd  e0 0100 01"), 0},
-      {with_token + hex("11 0100 00"), -6},
-      {with_token, -6},
-      {too_many, -1},
-      {ok + hex("11 8900 02  01000000 7d aa*125 01000000 01bb"), -1},
-      {hex("01 0200 0300"), -1},
+      {list, ok + hex("11 0800  01  01000000 02 ccdd  e0 0100 01"), 0},
+      {list, with_token + hex("11 0100 00"), -6},
+      {list, with_token, -6},
+      {list, too_many, -1},
+      {list, ok + hex("11 8900 02  01000000 7d aa*125 01000000 01bb"), -1},
+      {list, hex("01 0200 0300"), -1},
+      {selected, ok + hex("12 0200 01 aa"), -6},
+      {selected, hex("01 0200 1000"), -1},
+      {selected, ok + hex("12 7e00 7d aa*125 11 0200 01bb"), -1},
+      {selected, ok + hex("11 7e00 7d aa*125"), -1},
+      {load, hex("01 0200 2900"), -4},
+      {load, hex("01 0200 0200"), -5},
+      {load, ok + hex("11 0400 00000000  13 0100 01"), -3},
+      {load, ok + hex("11 0400 05000000  12 0400 07000000"), 0},
   };
-  for (const auto& [indication, result] : rows) {
+  for (const auto& [run, indication, result] : rows) {
     indicate(indication);
-    EXPECT_EQ(list(), result);
+    EXPECT_EQ(run(), result);
   }
   EXPECT_EQ(listed(), (std::vector<bytes>{{0xCC, 0xDD}, {0xAA, 0xBB}}));
   EXPECT_EQ(count_, 2U);
   EXPECT_EQ(log_.count("PDC_ERROR, more_available_valid 0, ind_token_valid 1, more_available 0, "
                        "config_list_len 26"),
             1);
-  slot.config_list_holder = nullptr;
-  indicate(one_entry);
+  EXPECT_EQ(slots.load_config.received_size, 5U);
+  EXPECT_EQ(slots.load_config.remaining_size, 7U);
+  EXPECT_EQ(now_.active_id_len, 0U);
+  indicate(ok + hex("11 7d00 7c aa*124"));
+  EXPECT_EQ(selected(), 0);
+  EXPECT_EQ(now_.active_id_len, 124U);
+}
+
+TEST_F(pdc, answer_for_nobody_is_an_error) {
+  auto& slot = slots.list_configs;
+  indicate(with_token + hex("11 0800  01  01000000 02 aabb"));
+  slot.num_of_configs = nullptr;
   EXPECT_EQ(list(), -1);
+  slot.num_of_configs = &count_;
+  slot.config_list_holder = nullptr;
+  EXPECT_EQ(list(), -1);
+  slots.get_selected_config.holder = nullptr;
+  EXPECT_EQ(selected(), -1);
 
   // No list is running: the slot is done, but nothing is woken.
   slot.is_pdc_list_handling = 0;
@@ -252,41 +256,6 @@ TEST_F(pdc, list_is_refused_when_it_is_too_long_unexpected_or_has_no_holder) {
   EXPECT_EQ(slot.result, -1);
 }
 
-TEST_F(pdc, outcomes_of_select_and_load_have_results_of_their_own) {
-  const struct {
-    bytes indication;
-    std::int32_t result;
-    std::uint32_t id_len;
-  } selections[] = {
-      {ok + hex("11 7d00 7c aa*124"), 0, 124},
-      {ok + hex("11 7e00 7d aa*125"), -1, 0},
-      {ok + hex("12 7e00 7d aa*125 11 0200 01bb"), -1, 0},
-      {ok + hex("12 0200 01 aa"), -6, 0},
-      {hex("01 0200 1000"), -1, 0},
-  };
-  for (const auto& row : selections) {
-    now_ = {};
-    indicate(row.indication);
-    EXPECT_EQ(selected(), row.result);
-    EXPECT_EQ(now_.active_id_len, row.id_len);
-  }
-  slots.get_selected_config.holder = nullptr;
-  EXPECT_EQ(selected(), -1);
-
-  const std::pair<bytes, std::int32_t> loads[] = {
-      {hex("01 0200 2900"), -4},
-      {hex("01 0200 0200"), -5},
-      {ok + hex("11 0400 00000000  13 0100 01"), -3},
-      {ok + hex("11 0400 05000000  12 0400 07000000"), 0},
-  };
-  for (const auto& [indication, result] : loads) {
-    indicate(indication);
-    EXPECT_EQ(load(), result);
-  }
-  EXPECT_EQ(slots.load_config.received_size, 5U);
-  EXPECT_EQ(slots.load_config.remaining_size, 7U);
-}
-
 TEST_F(pdc, indication_that_cannot_be_decoded_fails_its_slot) {
   const std::pair<const char*, bytes> damaged[] = {
       {"no error field", hex("10 0400 70000000")},
@@ -296,7 +265,7 @@ TEST_F(pdc, indication_that_cannot_be_decoded_fails_its_slot) {
   };
   for (const auto& [what, indication] : damaged) {
     indicate(indication);
-    for (const auto& each : operations) EXPECT_EQ(each.run(), -1) << each.request << ": " << what;
+    for (const auto& [request, run] : operations) EXPECT_EQ(run(), -1) << request << ": " << what;
   }
 }
 

@@ -43,19 +43,21 @@ class stats_client : public testing::Test {
  protected:
   stats_client() {
     went_down = came_up = 0;
+    setenv("TVK_MODEM", modem_.endpoint().c_str(), 1);
+    answer(done);
     EXPECT_EQ(modem_api_init(), 0U);
   }
   ~stats_client() override { modem_api_release(); }
 
   [[nodiscard]] int logged(const std::string& line) const { return log_.count(line); }
 
-  static void use(hand_modem& modem, const bytes& feature, const bytes& record) {
-    setenv("TVK_MODEM", modem.endpoint().c_str(), 1);
-    modem.on_request([=](const datagram& request) {
-      const bytes& tlvs = request.data.at(3) == 0x03 ? feature : record;
-      return reply(request, tlvs);
+  void answer(const bytes& record) {
+    modem_.on_request([=](const datagram& request) {
+      return reply(request, request.data.at(3) == 0x03 ? done : record);
     });
   }
+
+  hand_modem modem_{{statistics}};
 
  private:
   android_log log_;
@@ -99,42 +101,36 @@ TEST_F(stats_client, qmi_results_become_results_of_the_library) {
   }
 }
 
-std::uint32_t last_status;
-
 TEST_F(stats_client, response_that_comes_later_is_copied_unless_cancelled) {
+  static std::uint32_t last_status;
   struct answer {
     qmi_response_type_v01 resp;
     std::int32_t value;
   };
-  const struct {
-    bool cancelled;
-    qmi_response_type_v01 resp;
-    std::uint32_t status;
-    std::int32_t value;
-  } rows[] = {{false, {0, 0}, 2, 5}, {true, {1, 26}, 2, 0}, {false, {1, 94}, 4, 0}};
-  for (const auto& row : rows) {
+  const std::tuple<bool, qmi_response_type_v01, std::uint32_t, std::int32_t> rows[] = {
+      {false, {0, 0}, 2, 5}, {true, {1, 26}, 2, 0}, {false, {1, 94}, 4, 0}};
+  for (const auto& [cancelled, resp, wanted, value] : rows) {
     answer copied{};
     auto* context =
         static_cast<modem_api_cb_struct_type*>(orvax_malloc_adv(sizeof(modem_api_cb_struct_type)));
     *context = {[](int, int, void*, std::uint32_t status) { last_status = status; }, &copied};
     auto* response = static_cast<answer*>(orvax_malloc_adv(sizeof(answer)));
-    *response = {row.resp, 5};
-    modem_api_process_response(row.cancelled, response, sizeof(answer), context, 0);
-    EXPECT_EQ(last_status, row.status);
-    EXPECT_EQ(copied.value, row.value);
+    *response = {resp, 5};
+    modem_api_process_response(cancelled, response, sizeof(answer), context, 0);
+    EXPECT_EQ(last_status, wanted);
+    EXPECT_EQ(copied.value, value);
   }
 }
 
 TEST_F(stats_client, service_that_comes_late_is_tried_for_and_one_that_does_not_is_given_up) {
-  hand_modem modem(std::vector<qmi_server>{});
-  use(modem, done, done);
+  modem_.withdraw(statistics);
   std::uint32_t id = 99;
   EXPECT_EQ(add_client(MODEM_API_CLIENT_VS, &id), 1U);
   EXPECT_EQ(take_pauses(), seconds_between_tries);
   EXPECT_EQ(id, 99U);
   int tries = 0;
   during_pauses([&] {
-    if (++tries == 2) modem.publish(statistics);
+    if (++tries == 2) modem_.publish(statistics);
   });
   EXPECT_EQ(add_client(MODEM_API_CLIENT_VS, &id), 0U);
   during_pauses({});
@@ -146,114 +142,90 @@ TEST_F(stats_client, service_that_comes_late_is_tried_for_and_one_that_does_not_
   modem_api_free_client(0);  // closes the connection, which the next client needs again
   EXPECT_EQ(add_client(MODEM_API_CLIENT_VS, &id), 0U);
   EXPECT_EQ(modem_api_set_orvax_feature_status(id), 0U);
-  modem.withdraw(statistics);
+  modem_.withdraw(statistics);
   EXPECT_TRUE(eventually([] { return went_down == 2; }));
   EXPECT_EQ(add_client(MODEM_API_CLIENT_VS, &second), 1U);
   modem_api_free_client(0);
   modem_api_free_client(1);
 }
 
-/// What a callback of client 0 gets from the library.
-struct {
-  std::atomic<bool> made = false;
-  std::uint32_t request = 99, init = 99, init_client = 99, free_client = 99;
-} from_callback;
+/// What a callback of client 0 gets from the library; complete once it has called.
+std::vector<std::uint32_t> results;
+std::atomic<bool> has_called = false;
 
 void call_back(std::uint32_t event, std::uint32_t /*type*/) {
-  if (event != MODEM_API_EVENT_OPERATIONAL || from_callback.made) return;
+  if (event != MODEM_API_EVENT_OPERATIONAL || has_called) return;
   vendor_stats_get_resp_v01 answer;
   std::uint32_t id = 0;
-  from_callback.request = modem_api_get_stats_parameter(0, 1, 1, 100, answer);
-  from_callback.init = modem_api_init();
-  from_callback.init_client = modem_api_init_client(MODEM_API_CLIENT_VS, nullptr, nullptr, &id);
-  from_callback.free_client = modem_api_free_client(0);
-  from_callback.made = true;
+  results = {modem_api_get_stats_parameter(0, 1, 1, 100, answer), modem_api_init(),
+             add_client(MODEM_API_CLIENT_VS, &id), modem_api_free_client(0)};
+  has_called = true;
 }
 
 TEST_F(stats_client, callbacks_may_send_requests_but_not_make_or_free_clients) {
-  hand_modem modem({statistics});
-  use(modem, done, done);
   std::uint32_t id = 99;
   static std::atomic<int> indications = 0;
   const auto count = [](std::uint32_t event, const void* /*data*/, std::uint32_t length) {
     if (event == 3 && length == 4) ++indications;
   };
   ASSERT_EQ(modem_api_init_client(MODEM_API_CLIENT_VS, count, call_back, &id), 0U);
-  modem.withdraw(statistics);
-  modem.publish(statistics);
-  ASSERT_TRUE(eventually([] { return from_callback.made.load(); }));
-  EXPECT_EQ(from_callback.request, 0U);
-  EXPECT_EQ(from_callback.init, 4U);
-  EXPECT_EQ(from_callback.init_client, 4U);
-  EXPECT_EQ(from_callback.free_client, 4U);
-  modem.send({0, 0x101, hex("04 0000 0300 0000")});  // lacks its mandatory field
-  modem.send({0, 0x101, hex("04 0000 0300 0700 01 0400 01000000")});
+  modem_.withdraw(statistics);
+  modem_.publish(statistics);
+  ASSERT_TRUE(eventually([] { return has_called.load(); }));
+  EXPECT_EQ(results, (std::vector<std::uint32_t>{0, 4, 4, 4}));
+  modem_.send({0, 0x101, hex("04 0000 0300 0000")});  // lacks its mandatory field
+  modem_.send({0, 0x101, hex("04 0000 0300 0700 01 0400 01000000")});
   EXPECT_TRUE(eventually([] { return indications == 1; }));
   EXPECT_EQ(modem_api_free_client(id), 0U);
 }
 
-/// Group 9, without its first line.
-std::string group_9(const char* option) {
-  std::string words[] = {"tvk", "9", option, "0"};
-  char* argv[] = {words[0].data(), words[1].data(), words[2].data(), words[3].data(), nullptr};
-  g_qmi_modem_stats.number = 0;
-  const auto printed = printed_by([&] { norvel_test_qmi_modem_stats_do(4, argv); });
-  const auto start = printed.find("opt = ");
-  return printed.substr(printed.find('\n', start) + 1);
+bytes entries(std::uint8_t count, const bytes& list) {
+  return done + hex("10") + u16(list.size() + 1) + bytes{count} + list;
 }
 
-bytes entries(int count, const bytes& list) {
-  const auto size = list.size() + 1;
-  return done + bytes{0x10, static_cast<std::uint8_t>(size), static_cast<std::uint8_t>(size >> 8)} +
-         bytes{static_cast<std::uint8_t>(count)} + list;
-}
-
-bytes entry(const std::string& sub_and_id, std::size_t length, const bytes& data) {
-  return hex(sub_and_id) + u16(length) + data;
+bytes entry(const std::string& sub_and_id, const bytes& data) {
+  return hex(sub_and_id) + u16(data.size()) + data;
 }
 
 TEST_F(stats_client, group_9_says_what_is_wrong_with_an_answer) {
-  const std::string nr_rssi = "0000 0000 5e000000";
+  const auto nr_rssi = [](const bytes& data) { return entry("0000 0000 5e000000", data); };
+  const auto one = [&](const bytes& data) { return entries(1, nr_rssi(data)); };
   const bytes nr_20 = hex("01000000 0000a0c2 33b3a0c2 000000c3 0000803f");
   const std::string nr_line =
-      "ASDIV DATA: rssi_rx0: -80.00, rssi_rx1: -80.35, rssi_rx2: -128.00, rssi_rx3: 1.00\n";
-  const std::string request = "number = 1, sub = 0, ret id_num = 1, id = 94";
+      "ASDIV DATA: rssi_rx0: -80.00, rssi_rx1: -80.35, rssi_rx2: -128.00, rssi_rx3: 1.00";
+  const std::string start = "number = 1, sub = 0, ret id_num = ";
+  const std::string request = start + "1, id = 94";
+  const std::string success = "Success to get data, " + request + ", data_len = ";
+  const std::string fail = "Fail to get data";
   bytes eleven;
-  for (int i = 0; i < 11; ++i) eleven = eleven + entry(nr_rssi, 1, {0});
-  const struct {
-    bytes answer;
-    std::string printed;
-  } rows[] = {
-      {entries(1, entry(nr_rssi, 20, nr_20)),
-       "Success to get data, " + request + ", data_len = 20\n" + nr_line},
-      {entries(1, entry(nr_rssi, 700, nr_20 + fill(680))),
-       "Success to get data, " + request + ", data_len = 700\n" + nr_line},
-      {entries(1, entry(nr_rssi, 19, fill(19))),
-       "Success to get data, " + request + ", data_len = 19\n" +
-           "g_orvax_data_left(3) is not enough for rssi3, id(0x5e)\n"},
-      {entries(1, entry(nr_rssi, 0, {})),
-       "Fail to get data, data_len(0) is invalid, should be in (0, 700], " + request + "\n"},
-      {entries(1, entry(nr_rssi, 701, fill(701))),
-       "Fail to get data, data_len(701) is invalid, should be in (0, 700], " + request + "\n"},
-      {entries(0, {}), "Fail to get data, empty, number = 1, sub = 0, ret id_num = 0, id = 94\n"},
-      {entries(2, entry(nr_rssi, 20, nr_20) + entry(nr_rssi, 20, nr_20)),
-       "Fail to get data, id num error, number = 1, sub = 0, ret id_num = 2, id = 94\n"},
-      {entries(11, eleven),
-       "Fail to get data, id num error, number = 1, sub = 0, ret id_num = 10, id = 94\n"},
-      {entries(1, entry("0100 0000 5f000000", 20, nr_20)),
-       "Fail to get data, ret_id(95) is invalid, " + request + "\n"},
-      {entries(1, entry("0100 0000 5e000000", 20, nr_20)),
-       "Fail to get data, ret_sub(1) is invalid, " + request + "\n"},
-      {done, "Fail to get data fail, number = 1, ret = 1, sub = 0, id = 94\n"},
-      {hex("02 0400 0100 5e00"), "Fail to get data fail, number = 1, ret = 4, sub = 0, id = 94\n"},
+  for (int i = 0; i < 11; ++i) eleven = eleven + nr_rssi({0});
+  const std::pair<bytes, std::string> rows[] = {
+      {one(nr_20), success + "20\n" + nr_line},
+      {one(nr_20 + fill(680)), success + "700\n" + nr_line},
+      {one(fill(19)), success + "19\ng_orvax_data_left(3) is not enough for rssi3, id(0x5e)"},
+      {one({}), fail + ", data_len(0) is invalid, should be in (0, 700], " + request},
+      {one(fill(701)), fail + ", data_len(701) is invalid, should be in (0, 700], " + request},
+      {entries(0, {}), fail + ", empty, " + start + "0, id = 94"},
+      {entries(2, nr_rssi(nr_20) + nr_rssi(nr_20)),
+       fail + ", id num error, " + start + "2, id = 94"},
+      {entries(11, eleven), fail + ", id num error, " + start + "10, id = 94"},
+      {entries(1, entry("0100 0000 5f000000", nr_20)),
+       fail + ", ret_id(95) is invalid, " + request},
+      {entries(1, entry("0100 0000 5e000000", nr_20)),
+       fail + ", ret_sub(1) is invalid, " + request},
+      {done, fail + " fail, number = 1, ret = 1, sub = 0, id = 94"},
+      {hex("02 0400 0100 5e00"), fail + " fail, number = 1, ret = 4, sub = 0, id = 94"},
   };
-  hand_modem modem({statistics});
-  for (const auto& row : rows) {
-    use(modem, done, row.answer);
-    EXPECT_EQ(group_9("7"), row.printed);
+  char words[4][4] = {"tvk", "9", "7", "0"};
+  char* argv[] = {words[0], words[1], words[2], words[3], nullptr};
+  for (const auto& [record, printed] : rows) {
+    answer(record);
+    g_qmi_modem_stats.number = 0;
+    EXPECT_EQ(printed_by([&] { norvel_test_qmi_modem_stats_do(4, argv); }),
+              "opt = 7, sub = 0, g_orvax_client_id = 0\n" + printed + "\n");
     EXPECT_EQ(g_qmi_modem_stats.client_id, -1) << "freed";
   }
-  const auto sent = modem.requests();
+  const auto sent = modem_.requests();
   ASSERT_GE(sent.size(), 2U);
   EXPECT_EQ(sent[0].data, hex("00 0100 0300 0f00  01 0400 02000000  10 0100 01  11 0100 00"));
   EXPECT_EQ(sent[1].data,
@@ -264,21 +236,19 @@ TEST_F(stats_client, group_9_says_what_is_wrong_with_an_answer) {
 }
 
 TEST_F(stats_client, service_that_goes_again_at_once_is_followed_when_it_comes_to_stay) {
-  hand_modem modem({statistics});
-  use(modem, done, done);
   std::uint32_t id = 0;
   ASSERT_EQ(add_client(MODEM_API_CLIENT_VS, &id), 0U);
   EXPECT_EQ(modem_api_set_orvax_feature_status(id), 0U);
-  modem.withdraw(statistics);
+  modem_.withdraw(statistics);
   for (int round = 1; round <= 2; ++round) {
     ASSERT_TRUE(eventually([&] { return logged("qmi_client_register_notify_cb 0\n") == round; }));
     EXPECT_EQ(modem_api_set_orvax_feature_status(id), 7U);
-    modem.flap(statistics);
+    modem_.flap(statistics);
     ASSERT_TRUE(eventually(
         [&] { return logged("qmi_client_init_instance returned failure(-3)") == round; }));
     EXPECT_EQ(take_pauses(), seconds_between_tries);
   }
-  modem.publish(statistics);
+  modem_.publish(statistics);
   ASSERT_TRUE(eventually([] { return came_up == 1; }));
   EXPECT_EQ(went_down, 1);
   EXPECT_EQ(modem_api_set_orvax_feature_status(id), 0U);
@@ -293,37 +263,34 @@ std::size_t open_files() {
 // The service goes and comes after each request that succeeds, or after a while if none does. A
 // client that another one's end has cut off succeeds no more: each makes ten requests.
 TEST_F(stats_client, service_that_comes_and_goes_under_two_threads_leaves_nothing_behind) {
-  hand_modem modem({statistics});
-  use(modem, done, entries(1, entry("0100 0000 64000000", 1, {9})));
+  answer(entries(1, entry("0100 0000 64000000", {9})));
   const auto before = open_files();
   std::atomic<bool> over = false;
   std::atomic<int> good = 0;
   std::thread service([&] {
     while (!over) {
-      modem.withdraw(statistics);
-      modem.publish(statistics);
+      modem_.withdraw(statistics);
+      modem_.publish(statistics);
       const int seen = good;
       for (int spins = 0; good == seen && spins < 3000; ++spins) std::this_thread::yield();
     }
   });
+  const auto request = [&](std::uint32_t id) {
+    vendor_stats_get_resp_v01 answer;
+    for (const auto result : {modem_api_set_orvax_feature_status(id),
+                              modem_api_get_stats_parameter(id, 1, 1, 100, answer)}) {
+      EXPECT_TRUE(result == 0 || result == 1 || result == 7) << result;
+    }
+    if (answer.entries_valid != 1) return std::this_thread::yield();
+    EXPECT_EQ(answer.entries[0].data[0], 9);
+    ++good;
+  };
   const auto use_clients = [&] {
     for (int i = 0; i < 40 || good == 0 || came_up == 0;) {
       std::uint32_t id = 0;
       if (add_client(MODEM_API_CLIENT_VS, &id) != 0) continue;
       ++i;
-      for (int request = 0; request < 10; ++request) {
-        const auto switched = modem_api_set_orvax_feature_status(id);
-        EXPECT_TRUE(switched == 0 || switched == 1 || switched == 7) << switched;
-        vendor_stats_get_resp_v01 answer;
-        const auto result = modem_api_get_stats_parameter(id, 1, 1, 100, answer);
-        EXPECT_TRUE(result == 0 || result == 1 || result == 7) << result;
-        if (result != 0 || answer.entries_valid != 1) {
-          std::this_thread::yield();
-          continue;
-        }
-        EXPECT_EQ(answer.entries[0].data[0], 9);
-        ++good;
-      }
+      for (int requests = 0; requests < 10; ++requests) request(id);
       modem_api_free_client(id);
     }
   };

@@ -31,10 +31,6 @@ class uim_client : public testing::Test {
 };
 class esim_switch : public uim_client {};
 
-std::uint16_t id_of(const datagram& request) {
-  return static_cast<std::uint16_t>(request.data.at(3) | request.data.at(4) << 8);
-}
-
 int power(std::int32_t up, std::int32_t ignore_hotswap = 0) {
   const norvel_uicc_power params{up, 2, ignore_hotswap};
   return norvel_uim_request_uicc_power_ex(&params);
@@ -140,17 +136,12 @@ TEST_F(uim_client, no_more_cards_are_taken_than_there_is_room_for) {
 TEST_F(uim_client, eid_is_taken_only_from_a_good_answer_that_has_it) {
   const bytes untouched(norvel_eid_size, 0xEE);
   const bytes eid = hex("89049032000000000000000000000066");
-  const struct {
-    bytes tlvs;
-    bytes expected;
-  } rows[] = {{done, untouched},
-              {refused + hex("10 1100 10") + eid, untouched},
-              {done + hex("10 1100 10") + eid, eid}};
-  for (const auto& row : rows) {
-    modem_.answer_with_tlvs(row.tlvs);
+  const auto eid_tlv = hex("10 1100 10") + eid;
+  for (const auto& tlvs : {done, refused + eid_tlv, done + eid_tlv}) {
+    modem_.answer_with_tlvs(tlvs);
     bytes got = untouched;
     printed_by([&] { norvel_uim_request_eid(2, got.data()); });
-    EXPECT_EQ(got, row.expected);
+    EXPECT_EQ(got, tlvs == done + eid_tlv ? eid : untouched);
   }
   EXPECT_EQ(modem_.requests().at(0).data, hex("00 0100 6500 0400 01 0100 02"));
 }
@@ -190,7 +181,7 @@ int esim_test(std::string esim_on, std::string debug_on) {
 TEST_F(esim_switch, eid_with_letters_is_shown_as_a_failure_and_without_one_30_attempts_are_made) {
   int zeros = 0;
   modem_.on_request([&zeros](const datagram& request) {
-    if (id_of(request) != 0x65) return reply(request, done);
+    if (request.data.at(3) != 0x65) return reply(request, done);
     return reply(request, done + hex(zeros-- > 0 ? "10 1100 10 00*8 ff*8"
                                                  : "10 1100 10 8904903200000000000000000000ab66"));
   });
@@ -213,53 +204,44 @@ TEST_F(esim_switch, eid_with_letters_is_shown_as_a_failure_and_without_one_30_at
 TEST_F(esim_switch, eid_is_saved_once_and_never_over_another) {
   const simulated_modem modem;
   setenv("TVK_MODEM", modem.endpoint().c_str(), 1);
-  const auto switched = [] { return printed_by([] { EXPECT_EQ(esim_test("1", "1"), 0); }); };
-  const std::string eid = "\n\neID=89049032000000000000000000000066\n";
-  EXPECT_PRED2(contains, switched(),
-               "save eid efs result = 0\nRIL[save_eid_to_efs:#]: save eid successfully, "
-               "set IS_EID_SAVE TRUE" +
-                   eid);
-  EXPECT_PRED2(contains, switched(), "save_eid_to_efs:#]: EID already saved, skip" + eid);
-  EXPECT_TRUE(contains(run_console(modem.endpoint(), {"5", "10", "1", "1"}).output,
-                       "EID already exists, set IS_EID_SAVE TRUE" + eid));
-  EXPECT_TRUE(contains(
-      run_console(modem.endpoint(), {"4", "4", "1", "/nv/item_files/modem/uim/uimdrv/esim_eid"})
-          .output,
-      "data:  89 04 90 32 00 00 00 00 00 00 00 00 00 00 00 66\n"));
+  const auto output = [&](const std::vector<std::string>& arguments) {
+    return run_console(modem.endpoint(), arguments).output;
+  };
+  const auto twice = printed_by([] { EXPECT_EQ(esim_test("1", "1") + esim_test("1", "1"), 0); });
+  EXPECT_PRED2(contains, twice, "save eid successfully, set IS_EID_SAVE TRUE\n");
+  EXPECT_PRED2(contains, twice, "save_eid_to_efs:#]: EID already saved, skip\n");
+  EXPECT_PRED2(contains, output({"5", "10", "1", "1"}), "EID already exists, set IS_EID_SAVE TRUE");
+  EXPECT_PRED2(contains, output({"4", "4", "1", "/nv/item_files/modem/uim/uimdrv/esim_eid"}),
+               "data:  89 04 90 32 00 00 00 00 00 00 00 00 00 00 00 66\n");
 }
 
 TEST_F(esim_switch, reset_believes_two_answers_of_the_card) {
-  const struct {
-    const char* apdu;  ///< TLV 0x10 of the answer
-    bool success;
-  } rows[] = {
-      {"10 0a00 0800 bf34038001009000", true},
-      {"10 0a00 0800 bf34038001019000", true},
-      {"10 0a00 0800 bf34038001059000", false},
-      {"10 0400 0200 6a82", false},
-      {"10 0b00 0900 bf3403800100900000", false},
-      {"10 0204 0004 bf34038001009000 00*1016", false},
-      {"", false},
-  };
-  for (const auto& row : rows) {
-    modem_.on_request([&row](const datagram& request) {
-      if (id_of(request) == 0x42) return reply(request, done + hex("10 0100 03"));
-      if (id_of(request) == 0x3B) return reply(request, done + hex(row.apdu));
+  // TLV 0x10 of the answers; the first two succeed.
+  const char* const apdus[] = {"10 0a00 0800 bf34038001009000",
+                               "10 0a00 0800 bf34038001019000",
+                               "10 0a00 0800 bf34038001059000",
+                               "10 0400 0200 6a82",
+                               "10 0b00 0900 bf3403800100900000",
+                               "10 0204 0004 bf34038001009000 00*1016",
+                               ""};
+  for (const char* const& apdu : apdus) {
+    modem_.forget_requests();
+    modem_.on_request([apdu](const datagram& request) {
+      if (request.data.at(3) == 0x42) return reply(request, done + hex("10 0100 03"));
+      if (request.data.at(3) == 0x3B) return reply(request, done + hex(apdu));
       return reply(request, refused);  // a close that fails does not matter
     });
-    const auto before = modem_.requests().size();
+    const bool succeeds = &apdu < apdus + 2;
     EXPECT_EQ(printed_by([] { EXPECT_EQ(esim_test("5", "0"), 0); }),
-              row.success ? "value=SUCCEED\n" : "value=FAILED\n")
-        << row.apdu;
+              succeeds ? "value=SUCCEED\n" : "value=FAILED\n")
+        << apdu;
     const auto sent = modem_.requests();
-    ASSERT_EQ(sent.size() - before, row.success ? 3U : 2U);
-    const auto& apdu = sent[before + 1].data;
-    EXPECT_EQ(slice(apdu, 7),
+    ASSERT_EQ(sent.size(), succeeds ? 3U : 2U);
+    EXPECT_EQ(slice(sent[0].data, 7),
+              hex("01 0100 02  10 1100 10 a0000005591010ffffffff8900000100  11 0100 01"));
+    EXPECT_EQ(slice(sent[1].data, 7),
               hex("01 0100 02  02 0f00 0d00 80e2910007bf340482 0205e000  10 0100 03  11 0100 01"));
   }
-  const auto open = modem_.requests().at(0).data;
-  EXPECT_EQ(slice(open, 7),
-            hex("01 0100 02  10 1100 10 a0000005591010ffffffff8900000100  11 0100 01"));
 }
 
 }  // namespace

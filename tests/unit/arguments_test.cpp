@@ -1,4 +1,8 @@
-// Bytes and masks as text.
+// Numbers typed, and bytes and masks as text.
+#include "tvk/arguments.h"
+
+#include <climits>
+
 #include "norvel_extend_qmi/norvel_extend_cmn_text.h"
 #include "support/printed.h"
 #include "support/test.h"
@@ -6,6 +10,14 @@
 namespace {
 
 using namespace support;
+
+TEST(number_typed, counts_with_all_its_bits) {
+  const std::pair<std::string, int> rows[] = {{"2147483647", INT_MAX},
+                                              {"-2147483648", INT_MIN},
+                                              {"0x7FFFFFFF", INT_MAX},
+                                              {"0XabCDEF", 11259375}};
+  for (auto [text, number] : rows) EXPECT_EQ(norvel_string_to_int(text.data()), number);
+}
 
 TEST(bytes_as_text, buffer_is_printed_as_a_line) {
   auto data = hex("00 0a ff c3*4094");

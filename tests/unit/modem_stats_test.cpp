@@ -81,11 +81,12 @@ TEST(dispatch, slots_hold_the_last_record) {
 // A decoder of its own for each check.
 class reading : public testing::Test, line_sink, record_sink {
  protected:
-  packet_decoder decoder(window_end end = window_end::of_packet, const char* parser = "parser") {
-    return {parser, {packet_kind::log, 0x1234, 0, payload}, end, {this, this}, state_};
+  packet_decoder decoder(std::string_view bytes, window_end end = window_end::of_packet,
+                         const char* parser = "parser") {
+    payload_ = support::hex(bytes);
+    return {parser, {packet_kind::log, 0x1234, 0, payload_}, end, {this, this}, state_};
   }
 
-  support::bytes payload;
   std::string lines;
   std::vector<support::bytes> records;
 
@@ -95,6 +96,7 @@ class reading : public testing::Test, line_sink, record_sink {
     records.emplace_back(data.bytes.begin(), data.bytes.end());
   }
 
+  support::bytes payload_;
   stream_state state_;
 };
 
@@ -115,8 +117,7 @@ static_assert(!makes_three("a"_f = u8{1}, "b"_f = u8{2}, "c"_f = i8{3}));
 static_assert(!makes_three("a"_f = u8{1}, "b"_f = u16{2}, "c"_f = i8{3}, "a"_f = u8{1}));
 
 TEST_F(reading, byte_reads_stop_at_the_end_and_say_it_once) {
-  payload = support::hex("01 0203 04");
-  auto in = decoder();
+  auto in = decoder("01 0203 04");
   EXPECT_EQ(in.next<u8>("a"), 1);
   EXPECT_EQ(in.next<u16>("b"), 0x0302);
   EXPECT_EQ(in.next<u16>("c"), 0);
@@ -128,8 +129,7 @@ TEST_F(reading, byte_reads_stop_at_the_end_and_say_it_once) {
 }
 
 TEST_F(reading, field_at_the_end_of_a_packet_needs_no_word_behind_it) {
-  payload = support::hex("00 00 a5");
-  auto in = decoder();
+  auto in = decoder("00 00 a5");
   EXPECT_EQ(in.bits(bit_field<u8>{"high", 20, 4}), 0x0A);
   EXPECT_EQ(in.bits(bit_field<i8>{"sign", 20, 4}), -6);
   EXPECT_EQ(in.bits(bit_field<u8>{"beyond", 20, 5}), 0);
@@ -137,14 +137,13 @@ TEST_F(reading, field_at_the_end_of_a_packet_needs_no_word_behind_it) {
 }
 
 TEST_F(reading, sliding_window_reads_zeros_and_ends_after_2000_bytes) {
-  payload = support::hex("07");
-  auto in = decoder(window_end::sliding);
+  auto in = decoder("07", window_end::sliding);
   EXPECT_EQ(in.next<u8>("version"), 7);
   EXPECT_EQ(in.bits(bit_field<u64>{"far", 8 * 1000}), 0U);
   EXPECT_EQ(in.bits(bit_field<u8>{"last", 8 * (1008 + 1992)}), 0);  // from behind the one before
   EXPECT_TRUE(in.ok());
   EXPECT_EQ(in.bits(bit_field<u8>{"too_near_the_end", 8 * (3001 + 1993)}), 0);
-  auto outside = decoder(window_end::sliding);
+  auto outside = decoder("07", window_end::sliding);
   EXPECT_EQ(outside.bits(bit_field<u8>{"outside", 8 * 2000}), 0);
   EXPECT_EQ(lines,
             "g_pk_data_left(7) is not enough for too_near_the_end_tmp, id(0x1234)\n"
@@ -152,11 +151,9 @@ TEST_F(reading, sliding_window_reads_zeros_and_ends_after_2000_bytes) {
 }
 
 TEST_F(reading, field_that_does_not_fit_its_word_or_its_value_is_refused) {
-  payload = support::hex("ff*16");
   const auto refused = [&](const auto& field) {
     lines.clear();
-    auto in = decoder(window_end::sliding);
-    EXPECT_EQ(in.bits(field), 0U);
+    EXPECT_EQ(decoder("ff*16", window_end::sliding).bits(field), 0U);
     return lines;
   };
   EXPECT_EQ(refused(bit_field<u64>{"wide", 1, 64}),
@@ -167,28 +164,23 @@ TEST_F(reading, field_that_does_not_fit_its_word_or_its_value_is_refused) {
             "UNPK_MID, low(3) should <= high(2) for empty_tmp, id(0x1234)\n");
 }
 
-TEST_F(reading, payload_that_is_not_there) {
-  auto in = decoder();
-  EXPECT_EQ(in.next<u8>("version"), 0);
-  EXPECT_EQ(lines, "MODEM_STATS_DATA_UNPK, g_pk_data_ptr is NULL, name: version, id(0x1234)\n");
-}
-
-TEST_F(reading, cursor_before_the_window) {
-  payload = support::hex("00*40");
-  auto in = decoder(window_end::sliding);
+TEST_F(reading, cursor_before_the_window_and_payload_that_is_not_there) {
+  auto in = decoder("00*40", window_end::sliding);
   (void)in.bits(at_byte<u8>("far", 30));
   in.block_at(10);
   EXPECT_EQ(in.next<u8>("back"), 0);
-  EXPECT_EQ(lines, "g_pK_DATA_CNT(-21) is can not < 0 for back, id(0x1234)\n");
+  EXPECT_EQ(decoder("").next<u8>("version"), 0);
+  EXPECT_EQ(lines,
+            "g_pK_DATA_CNT(-21) is can not < 0 for back, id(0x1234)\n"
+            "MODEM_STATS_DATA_UNPK, g_pk_data_ptr is NULL, name: version, id(0x1234)\n");
 }
 
 TEST_F(reading, checks_name_what_they_refuse) {
-  payload = support::hex("00");
-  decoder(window_end::of_packet, __func__).check_valid(false, -1);
-  decoder().check_valid(false, 6, "sub_packet_id");
-  EXPECT_FALSE(decoder().check_count(21, 20, "num"));
-  decoder().check_version(2, {1, 3});
-  decoder().check_version(0x40009, {1, 3});
+  decoder("00", window_end::of_packet, __func__).check_valid(false, -1);
+  decoder("00").check_valid(false, 6, "sub_packet_id");
+  EXPECT_FALSE(decoder("00").check_count(21, 20, "num"));
+  decoder("00").check_version(2, {1, 3});
+  decoder("00").check_version(0x40009, {1, 3});
   EXPECT_EQ(lines,
             "DATA_IS_NOT_VALID(-1), name(TestBody), id(0x1234)\n"
             "DATA_IS_NOT_VALID(6), name(sub_packet_id), id(0x1234)\n"
@@ -198,8 +190,7 @@ TEST_F(reading, checks_name_what_they_refuse) {
 }
 
 TEST_F(reading, record_is_packed_as_its_rows_say_and_never_longer_than_700_bytes) {
-  payload = support::hex("00");
-  auto in = decoder();
+  auto in = decoder("00");
   in.publish(three, "a"_f = u8{1}, "b"_f = u16{0x0302}, "c"_f = i8{-1});
   in.publish(three, "c"_f = i8{-1}, "b"_f = u16{0x0302}, "a"_f = u8{2});
   EXPECT_EQ(records, (std::vector{support::hex("01 0203 ff"), support::hex("02 0203 ff")}));
