@@ -191,7 +191,7 @@ TEST(tvk_modem_exec, returns_the_status_and_removes_its_files) {
   } rows[] = {
       {{"sh", "-c", "echo \"$1\"; exit 3", "sh", "--help -- serve"}, 3, "--help -- serve\n"},
       {{"sh", "-c", "kill -9 $$"}, 137, ""},
-      {{"sh", "-c", "test -S \"${TVK_MODEM#unix:}\""}, 0, ""},
+      {{"sh", "-c", "test -S \"${TVK_MODEM#unix:}\" -a -S \"${TVK_DIAG#unix:}\""}, 0, ""},
       {{"sh", "-c", "kill -TERM $PPID; exec sleep 20"}, 143, ""},
       {{"sh", "-c", "kill -HUP $PPID; exec sleep 20"}, 129, ""},
       {{"sh", "-c", "trap 'exit 5' INT; kill -INT $PPID; while :; do sleep 0.01; done"}, 5, ""},

@@ -12,7 +12,8 @@ namespace support {
 
 using bytes = std::vector<std::uint8_t>;
 
-/// Pairs of hexadecimal digits; blanks are skipped; "00*4" is four times the byte.
+/// Pairs of hexadecimal digits; blanks are skipped; "00*4" is four times the byte, 'text' its
+/// letters.
 [[nodiscard]] inline bytes hex(std::string_view text) {
   const auto digit = [](char c) -> unsigned {
     if (c >= '0' && c <= '9') return static_cast<unsigned>(c - '0');
@@ -20,15 +21,21 @@ using bytes = std::vector<std::uint8_t>;
     if (c >= 'A' && c <= 'F') return static_cast<unsigned>(c - 'A' + 10);
     throw std::invalid_argument("not a hexadecimal digit in a test's bytes");
   };
+  const auto is_blank = [](char c) { return c == ' ' || c == '\n'; };
   bytes out;
   for (std::size_t i = 0; i < text.size();) {
-    if (text[i] == ' ') {
+    if (is_blank(text[i])) {
+      ++i;
+      continue;
+    }
+    if (text[i] == '\'') {
+      while (text.at(++i) != '\'') out.push_back(static_cast<std::uint8_t>(text[i]));
       ++i;
       continue;
     }
     if (text[i] == '*') {
       std::size_t times = 0;
-      while (++i < text.size() && text[i] != ' ') times = 10 * times + digit(text[i]);
+      while (++i < text.size() && !is_blank(text[i])) times = 10 * times + digit(text[i]);
       out.insert(out.end(), times - 1, out.back());
       continue;
     }

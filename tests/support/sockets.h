@@ -2,6 +2,7 @@
 #pragma once
 
 #include <asm/ioctls.h>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -47,6 +48,10 @@ inline int listening_at(const std::string& path, int type) {
 inline bool readable(int descriptor, std::chrono::milliseconds limit) {
   pollfd one{descriptor, POLLIN, 0};
   return ::poll(&one, 1, static_cast<int>(limit.count())) == 1;
+}
+
+inline int terminal_at(const std::string& path) {
+  return ::open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
 }
 
 /// Whether a client has a terminal for itself alone, which an open does not show to the superuser.
