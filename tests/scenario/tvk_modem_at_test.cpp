@@ -40,8 +40,6 @@ class terminal : public open_socket {
   void expect(const std::string& text, const std::string& answer) const {
     EXPECT_EQ(ask(text, answer), answer) << text;
   }
-
-  [[nodiscard]] int descriptor() const { return descriptor_; }
 };
 
 class tvk_modem_at : public testing::Test {

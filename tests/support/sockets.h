@@ -68,6 +68,7 @@ class open_socket {
   open_socket& operator=(const open_socket&) = delete;
   ~open_socket() { ::close(descriptor_); }
 
+  [[nodiscard]] int descriptor() const { return descriptor_; }
   [[nodiscard]] bool readable(std::chrono::milliseconds limit = std::chrono::seconds(30)) const {
     return support::readable(descriptor_, limit);
   }
