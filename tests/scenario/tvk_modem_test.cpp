@@ -1,7 +1,6 @@
 // tvk-modem as its clients meet it: lookups, requests, faults.
 #include <algorithm>
 #include <cstdlib>
-#include <functional>
 #include <optional>
 
 #include "support/diag_frame.h"
@@ -226,30 +225,25 @@ TEST(tvk_modem_idle, is_at_rest_before_and_after_clients_of_each_port) {
   const bytes asks_much = diag_frame(hex("73 000000 03000000 0B000000 08000000 FF")) +
                           diag_frame(hex("00")) + hex("1C 00");
   const struct {
-    const char* port;
-    std::function<int()> open;
+    std::string port;
+    int type;  ///< of the socket, -1 for a terminal
     bytes asks;
   } rows[] = {
-      {"modem socket", [&] { return connected(modem.socket(), SOCK_SEQPACKET); }, look_up_all},
-      {"QMUX", [&] { return connected(dir.file("qmux"), SOCK_STREAM); },
-       hex("01 0f00 00 00 00  00 07 2200 0400  01 0100 11 01")},
-      {"DIAG socket", [&] { return connected(modem.diag_socket(), SOCK_STREAM); }, asks_much},
-      {"DIAG terminal", [&] { return terminal_at(dir.file("tty")); }, asks_much},
-      {"AT terminal", [&] { return terminal_at(dir.file("at")); }, hex("41540D 4154")},
+      {modem.socket(), SOCK_SEQPACKET, look_up_all},
+      {dir.file("qmux"), SOCK_STREAM, hex("01 0f00 00 00 00  00 07 2200 0400  01 0100 11 01")},
+      {modem.diag_socket(), SOCK_STREAM, asks_much},
+      {dir.file("tty"), -1, asks_much},
+      {dir.file("at"), -1, hex("41540D 4154")},
   };
   int clients = 0;
   for (const auto& each : rows) {
     SCOPED_TRACE(each.port);
     // The first says nothing, and none reads what it asked for.
     for (const bool speaks : {false, true, true}) {
-      const int client = each.open();
-      ASSERT_GE(client, 0);
-      ::ioctl(client, TIOCEXCL);
-      if (speaks) {
-        EXPECT_EQ(::write(client, each.asks.data(), each.asks.size()),
-                  static_cast<ssize_t>(each.asks.size()));
-      }
-      ::close(client);
+      const open_socket client(each.type < 0 ? terminal_at(each.port)
+                                             : connected(each.port, each.type));
+      ::ioctl(client.descriptor(), TIOCEXCL);
+      if (speaks) client.write(each.asks);
       ++clients;
     }
     EXPECT_TRUE(modem.process().comes_to_rest(window));
