@@ -3,7 +3,7 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <memory>
+#include <list>
 #include <sstream>
 
 #include "support/extension_packets.h"
@@ -18,11 +18,6 @@ namespace {
 using namespace support;
 using namespace support::packets;
 using connection = modem_connection;
-
-process_result run_modem(const std::vector<std::string>& arguments,
-                         const environment& additions = {}) {
-  return run(TVK_MODEM_PROGRAM, arguments, additions);
-}
 
 std::vector<std::string> serve(const std::string& socket, const std::string& state) {
   return {"serve", "--socket", socket, "--state", state};
@@ -47,18 +42,14 @@ TEST(tvk_modem_serve, removes_its_socket_and_lock_when_a_signal_ends_it) {
 TEST(tvk_modem_serve, one_of_many_simultaneous_starts_wins) {
   const temp_dir dir;
   const std::string socket = dir.file("modem.sock");
-  constexpr std::size_t many = 8;
-  std::vector<std::unique_ptr<background_process>> starts;
-  starts.reserve(many);
-  while (starts.size() < many) {
-    starts.push_back(
-        std::make_unique<background_process>(TVK_MODEM_PROGRAM, serve(socket, dir.file("state"))));
-  }
-  int listening = 0;
-  for (auto& each : starts) listening += each->wait_for_error_text("listening on") ? 1 : 0;
+  std::list<background_process> starts;
+  while (starts.size() < 8)
+    starts.emplace_back(TVK_MODEM_PROGRAM, serve(socket, dir.file("state")));
+  const auto listening = std::ranges::count_if(
+      starts, [](auto& each) { return each.wait_for_error_text("listening on"); });
   EXPECT_EQ(listening, 1);
   const connection client(socket);
-  const auto late = run_modem(serve(socket, "/nowhere"));
+  const auto late = run(TVK_MODEM_PROGRAM, serve(socket, "/nowhere"));
   EXPECT_EQ(late.exit_status, 1);
   EXPECT_EQ(late.errors, "tvk-modem: another modem already listens on " + socket + "\n");
   EXPECT_EQ(client.ask(echo()), echo_answer());
@@ -69,9 +60,7 @@ TEST(tvk_modem_serve, what_others_have_at_the_path_stays) {
   const temp_dir dir;
   const std::string path = dir.file("modem.sock");
   const auto refusal = [&] {
-    const auto result = run_modem(serve(path, dir.file("state")));
-    EXPECT_EQ(result.exit_status, 1);
-    return result.errors;
+    return run(TVK_MODEM_PROGRAM, serve(path, dir.file("state"))).errors;
   };
   std::ofstream(path) << "mine";
   EXPECT_EQ(refusal(), "tvk-modem: " + path + " exists and is not a socket\n");
@@ -91,13 +80,11 @@ TEST(tvk_modem_serve, what_others_have_at_the_path_stays) {
 
 TEST(tvk_modem_serve, what_cannot_be_used_is_named) {
   const temp_dir dir;
-  const std::string made = run("sh", {"-c", R"(cd "$0" && mkdir -m 777 open && mkdir bad led &&
+  constexpr const char* make_them = R"(cd "$0" && mkdir -m 777 open && mkdir bad led &&
       echo 'not a directory, and not a database either' >file && cp file bad/modem.db &&
       ln -s led link && ln -s ../new led/modem.db && ln -s new locked.lock &&
-      head -c 102411 /dev/zero >large)",
-                                      dir.path()})
-                               .errors;
-  ASSERT_EQ(made, "");
+      head -c 102411 /dev/zero >large)";
+  ASSERT_EQ(run("sh", {"-c", make_them, dir.path()}).exit_status, 0);
   const std::string too_long = "/tmp/" + std::string(103, 'x');
   const struct {
     std::vector<std::string> arguments;
@@ -132,8 +119,8 @@ TEST(tvk_modem_serve, what_cannot_be_used_is_named) {
       {{"efs", "put", std::string(72, 'p')}, 2, {"an EFS path has 1 to 71 bytes"}},
   };
   for (const auto& each : rows) {
-    const auto result = run_modem(
-        each.arguments, {{"XDG_RUNTIME_DIR", dir.path()}, {"XDG_STATE_HOME", dir.path()}});
+    const auto result = run(TVK_MODEM_PROGRAM, each.arguments,
+                            {{"XDG_RUNTIME_DIR", dir.path()}, {"XDG_STATE_HOME", dir.path()}});
     SCOPED_TRACE(result.errors);
     EXPECT_EQ(result.exit_status, each.exit_status);
     EXPECT_EQ(result.output, "");
@@ -152,7 +139,7 @@ TEST(tvk_modem_serve, fault_rule_that_cannot_be_read_is_named_with_the_form) {
       "extension=result:4294967296 sar=result:1 diag/1C=silent diag/0x1=silent diag=down "
       "diag=split:0");
   for (std::string rule; rules >> rule;) {
-    const auto result = run_modem({"serve", "--fault", rule});
+    const auto result = run(TVK_MODEM_PROGRAM, {"serve", "--fault", rule});
     EXPECT_EQ(result.exit_status, 2) << rule;
     EXPECT_TRUE(result.errors.starts_with("tvk-modem: --fault " + rule + ": ")) << result.errors;
     EXPECT_PRED2(contains, result.errors, "SERVICE[/MESSAGE[@N]]=ACTION[:VALUE]");
@@ -180,7 +167,7 @@ TEST(tvk_modem_exec, returns_the_status_and_removes_its_files) {
   for (const auto& each : rows) {
     std::vector<std::string> arguments{"exec", "--state", state.path(), "--"};
     arguments.insert(arguments.end(), each.command.begin(), each.command.end());
-    const auto result = run_modem(arguments, {{"TMPDIR", dir.path()}});
+    const auto result = run(TVK_MODEM_PROGRAM, arguments, {{"TMPDIR", dir.path()}});
     EXPECT_EQ(result.exit_status, each.exit_status) << each.command.back();
     EXPECT_EQ(result.output, each.output);
     EXPECT_EQ(result.errors, each.errors);
