@@ -36,12 +36,12 @@ class byte_string {
   }
 
   byte_string& bytes(protocol::byte_view more) {
-    bytes_.insert(bytes_.end(), more.begin(), more.end());
+    for (const std::uint8_t each : more) u8(each);
     return *this;
   }
   byte_string& bytes(const byte_string& more) { return bytes(more.bytes_); }
   byte_string& text(std::string_view more) {
-    bytes_.insert(bytes_.end(), more.begin(), more.end());
+    for (const char each : more) u8(each);
     return *this;
   }
   byte_string& c_string(std::string_view more) { return text(more).u8(0); }
@@ -51,7 +51,7 @@ class byte_string {
   }
 
   [[nodiscard]] const std::vector<std::uint8_t>& view() const { return bytes_; }
-  operator const std::vector<std::uint8_t>&() const { return bytes_; }
+  operator std::vector<std::uint8_t>() const { return bytes_; }
 
  private:
   template <typename Field, typename... T>

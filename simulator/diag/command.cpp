@@ -48,14 +48,14 @@ const command_row* find(const command_id& id) {
 /// The row that allows a request of this length.
 const command_row& row_for(byte_view bytes) {
   const auto id = identify(bytes);
-  if (!id) throw refusal::bad_length;
+  if (!id) throw refused{refusal::bad_length};
   const command_row* const row = find(*id);
   if (row == nullptr) {
     // An unknown operation of a known command is a different error than an unknown command.
     const bool is_operation = id->code == wire::log_config || id->code == wire::message_config;
-    throw is_operation ? refusal::bad_parameter : refusal::bad_command;
+    throw refused{is_operation ? refusal::bad_parameter : refusal::bad_command};
   }
-  if (bytes.size() < row->least || bytes.size() > row->most) throw refusal::bad_length;
+  if (bytes.size() < row->least || bytes.size() > row->most) throw refused{refusal::bad_length};
   return *row;
 }
 
@@ -75,21 +75,19 @@ packet refuse(std::uint8_t code, byte_view bytes) {
 }
 
 reply answer(byte_view bytes, session& from, modem& state) {
-  const auto refused = [bytes](refusal code) {
-    return refuse(static_cast<std::uint8_t>(code), bytes);
-  };
+  auto code = refusal::bad_parameter;
   try {
     const command_row& row = row_for(bytes);
     reply made = row.answer({bytes, from, state});
     const byte_view repeated = bytes.first(row.repeated);
     made.answer.insert(made.answer.begin(), repeated.begin(), repeated.end());
     return made;
-  } catch (const refusal& code) {
-    return refused(code);
+  } catch (const refused& early) {
+    code = early.code;
   } catch (const failure& state_failed) {
     tell_user(state_failed.what());
-    return refused(refusal::bad_parameter);
   }
+  return refuse(static_cast<std::uint8_t>(code), bytes);
 }
 
 }  // namespace sim::diag

@@ -36,12 +36,16 @@ struct request {
   }
 };
 
-/// Thrown by a handler that does not act on a request. The answer is this code and the whole
-/// request.
+/// An answer that refuses is this code and the whole request.
 enum class refusal : std::uint8_t {
   bad_command = static_cast<std::uint8_t>(wire::error_code::bad_command),
   bad_parameter = static_cast<std::uint8_t>(wire::error_code::bad_parameter),
   bad_length = static_cast<std::uint8_t>(wire::error_code::bad_length),
+};
+
+/// Thrown by a handler that does not act on a request.
+struct refused {
+  refusal code;
 };
 
 /// What a request comes to. A handler's answer is without the bytes that its row repeats.

@@ -22,7 +22,7 @@ class text_reader {
 
   std::string text() {
     const auto end = std::ranges::find(rest_, std::uint8_t{0});
-    if (end == rest_.end()) throw refusal::bad_parameter;
+    if (end == rest_.end()) throw refused{refusal::bad_parameter};
     std::string taken(rest_.begin(), end);
     rest_ = {std::next(end), rest_.end()};
     return taken;

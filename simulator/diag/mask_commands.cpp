@@ -56,26 +56,26 @@ log_mask get_logs(const request& asked, std::uint32_t equipment) {
   return {log_items.at(equipment), asked.from.masks.logs(equipment)};
 }
 
-log_mask set_logs(const request& asked, std::uint32_t equipment) {
+log_mask keep_logs(const request& asked, std::uint32_t equipment) {
   asked.from.masks.set_logs(equipment, log_bits(asked), asked.bytes.subspan(log_mask_at));
   return {log_bits(asked), asked.from.masks.logs(equipment)};
 }
 
 /// A mask must be as long as its bits need, whatever it is for.
 void check_mask(const request& asked, std::uint32_t bits, std::uint32_t most, std::size_t mask_at) {
-  if (bits > most) throw refusal::bad_parameter;
-  if (asked.bytes.size() != mask_at + mask_bytes(bits)) throw refusal::bad_length;
+  if (bits > most) throw refused{refusal::bad_parameter};
+  if (asked.bytes.size() != mask_at + mask_bytes(bits)) throw refused{refusal::bad_length};
 }
 
-reply set_valid_logs(const request& asked) {
+reply set_logs(const request& asked) {
   check_mask(asked, log_bits(asked), items_per_equipment, log_mask_at);
-  return on_logs<set_logs>(asked);
+  return on_logs<keep_logs>(asked);
 }
 
 /// The answer is an event report without events.
 reply event_reports(const request& asked) {
   const auto on = asked.at<std::uint8_t>(1);
-  if (on > 1) throw refusal::bad_parameter;
+  if (on > 1) throw refused{refusal::bad_parameter};
   asked.from.masks.report_events(on == 1);
   return byte_string().u16(0);
 }
@@ -116,7 +116,7 @@ bool is_ours(const message_range& asked) {
 
 message_range range_of(const request& asked) {
   const message_range range{asked.at<std::uint16_t>(2), asked.at<std::uint16_t>(4)};
-  if (range.first > range.last) throw refusal::bad_parameter;
+  if (range.first > range.last) throw refused{refusal::bad_parameter};
   return range;
 }
 
@@ -144,7 +144,7 @@ reply set_messages(const request& asked) {
   constexpr std::size_t masks_at = 8;
   const message_range range = range_of(asked);
   const std::size_t count = range.last - range.first + 1U;
-  if (asked.bytes.size() != masks_at + 4 * count) throw refusal::bad_length;
+  if (asked.bytes.size() != masks_at + 4 * count) throw refused{refusal::bad_length};
   for (std::size_t i = 0; i < count && is_ours(range); ++i) {
     asked.from.masks.messages[static_cast<std::uint16_t>(range.first + i)] =
         asked.at<std::uint32_t>(masks_at + 4 * i);
@@ -170,7 +170,7 @@ constexpr command_row rows[] = {
     {log_config(log_operation::disable), "disable logs", 8, 8, 8, disable_logs},
     {log_config(log_operation::ranges), "log ranges", 8, 8, 8, log_ranges},
     {log_config(log_operation::valid_mask), "valid logs", 12, 12, 8, on_logs<valid_logs>},
-    {log_config(log_operation::set_mask), "set log mask", 16, any_size, 8, set_valid_logs},
+    {log_config(log_operation::set_mask), "set log mask", 16, any_size, 8, set_logs},
     {log_config(log_operation::get_mask), "get log mask", 12, 12, 8, on_logs<get_logs>},
     {message_config(1), "message ranges", 2, 2, 2, message_range_list},
     {message_config(2), "built messages", 6, 6, 6, built_messages},

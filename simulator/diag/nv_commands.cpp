@@ -59,7 +59,7 @@ constexpr std::size_t status_size = 2;  // some clients leave it out of their re
 
 template <nv_status (*act)(nv_store&, const nv_place&, std::span<std::uint8_t>)>
 reply plain_item(const request& asked) {
-  if (asked.bytes.size() == plain_size + 1) throw refusal::bad_length;
+  if (asked.bytes.size() == plain_size + 1) throw refused{refusal::bad_length};
   return exchange<act>(asked.state, {.subscription = 0,
                                      .item = asked.at<std::uint16_t>(1),
                                      .data = asked.bytes.subspan(plain_head, wire_size)});

@@ -67,7 +67,7 @@ enum class mode : std::uint8_t {
 
 reply control(const request& asked) {
   const auto wanted = asked.at<std::uint8_t>(1);
-  if (wanted > static_cast<std::uint8_t>(mode::power_off)) throw refusal::bad_parameter;
+  if (wanted > static_cast<std::uint8_t>(mode::power_off)) throw refused{refusal::bad_parameter};
   reply out = byte_string();
   radio& air = asked.state.radio;
   if (static_cast<mode>(wanted) == mode::reset) {

@@ -31,7 +31,7 @@ constexpr std::uint32_t max_32 = 0xFFFFFFFF;
 class rule_text {
  public:
   /// Throws as refuse() does.
-  rule_text(std::string_view text, std::span<const action_form> actions);
+  rule_text(std::string_view whole, std::span<const action_form> actions);
 
   /// Throws `usage_error`, which names the rule and the form expected.
   [[noreturn]] void refuse(const std::string& reason) const;

@@ -79,7 +79,7 @@ TEST_F(tvk_modem_at, commands_are_answered_line_by_line) {
   for (const auto& [line, answer] : rows) {
     at.expect(std::string(line) + "\r", "\r\n" + std::string(answer) + "\r\n");
   }
-  at.expect(std::string(600, 'A') + "\r\n\r\n", "\r\nERROR\r\n");
+  at.expect("AT" + std::string(600, 'Z') + "\r\n\r\n", "\r\nERROR\r\n");  // too long
   at.send("A");
   at.expect("T\nAT+NONE\r\n", "\r\nOK\r\n\r\nERROR\r\n");  // halves, and two at once
 }
