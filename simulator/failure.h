@@ -2,7 +2,11 @@
 // reads, without the program's name.
 #pragma once
 
+#include <cerrno>
+#include <cstring>
 #include <stdexcept>
+#include <string>
+#include <string_view>
 
 namespace sim {
 
@@ -15,5 +19,11 @@ struct usage_error : std::runtime_error {
 struct failure : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
+
+/// A call of the system has failed, for the reason in errno.
+[[noreturn]] inline void fail_to(std::string_view act, std::string_view on) {
+  const char* const reason = std::strerror(errno);
+  throw failure(std::string("cannot ").append(act).append(" ").append(on) + ": " + reason);
+}
 
 }  // namespace sim

@@ -32,7 +32,7 @@ node::node(std::span<const service_row> services, trace& trace)
 void node::attach(port& port) {
   ports_.push_back(&port);
   for (const entry& each : entries_) {
-    if (each.up) port.service_up(each.server);
+    if (each.up) port.announce(command::new_server, each.server);
   }
 }
 
@@ -70,26 +70,18 @@ void node::client_gone(const client& gone) {
   std::erase_if(lookups_, [&](const lookup& each) { return each.from == gone; });
 }
 
-void node::bring_up(const service_row& service) {
-  entry& found = entry_of(service);
-  if (found.up) return;
-  found.up = true;
-  trace_.note(fmt::format("{} is up", service.name));
-  for (port* const each : ports_) each->service_up(found.server);
-  announce(command::new_server, found.server);
-}
-
-void node::take_down(const service_row& service) {
-  entry& found = entry_of(service);
-  if (!found.up) return;
-  found.up = false;
-  trace_.note(fmt::format("{} is down", service.name));
-  for (port* const each : ports_) each->service_down(found.server);
-  announce(command::del_server, found.server);
-}
-
-bool node::is_up(const service_row& service) const {
-  return std::ranges::find(entries_, &service, &entry::service)->up;
+void node::turn(const service_row& service, bool up) {
+  entry& found = *std::ranges::find(entries_, &service, &entry::service);
+  if (found.up == up) return;
+  found.up = up;
+  trace_.note(fmt::format("{} is {}", service.name, up ? "up" : "down"));
+  const command change = up ? command::new_server : command::del_server;
+  for (port* const each : ports_) each->announce(change, found.server);
+  for (const lookup& each : lookups_) {
+    if (protocol::qrtr::lookup_matches(each.asked, found.server)) {
+      send(each.from, {change, found.server});
+    }
+  }
 }
 
 const service_row* node::service_at(protocol::qrtr::address at) const {
@@ -99,22 +91,12 @@ const service_row* node::service_at(protocol::qrtr::address at) const {
   return nullptr;
 }
 
-protocol::qrtr::address node::address_of(const service_row& service) const {
-  return std::ranges::find(entries_, &service, &entry::service)->server.at;
-}
-
-void node::announce(command change, const protocol::qrtr::server& server) {
-  for (const lookup& each : lookups_) {
-    if (protocol::qrtr::lookup_matches(each.asked, server)) send(each.from, {change, server});
-  }
-}
-
 void node::send(const client& to, const control_packet& packet) {
   trace_.control(trace::direction::from_modem, to, packet);
   to.send(control_address, protocol::qrtr::build_control(packet));
 }
 
-node::entry& node::entry_of(const service_row& service) {
+const node::entry& node::entry_of(const service_row& service) const {
   return *std::ranges::find(entries_, &service, &entry::service);
 }
 

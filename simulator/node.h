@@ -27,14 +27,16 @@ class node {
   void control(const client& from, protocol::byte_view datagram);
   void client_gone(const client& gone);
 
-  void bring_up(const service_row& service);
-  void take_down(const service_row& service);
+  void bring_up(const service_row& service) { turn(service, true); }
+  void take_down(const service_row& service) { turn(service, false); }
   [[nodiscard]] std::span<const service_row> services() const { return services_; }
-  [[nodiscard]] bool is_up(const service_row& service) const;
+  [[nodiscard]] bool is_up(const service_row& service) const { return entry_of(service).up; }
 
   /// The service that is up at the address, else null.
   [[nodiscard]] const service_row* service_at(protocol::qrtr::address at) const;
-  [[nodiscard]] protocol::qrtr::address address_of(const service_row& service) const;
+  [[nodiscard]] protocol::qrtr::address address_of(const service_row& service) const {
+    return entry_of(service).server.at;
+  }
 
  private:
   struct entry {
@@ -49,9 +51,9 @@ class node {
 
   void add_lookup(const lookup& added);
   void remove_lookup(const lookup& removed);
-  void announce(protocol::qrtr::command change, const protocol::qrtr::server& server);
+  void turn(const service_row& service, bool up);
   void send(const client& to, const protocol::qrtr::control_packet& packet);
-  [[nodiscard]] entry& entry_of(const service_row& service);
+  [[nodiscard]] const entry& entry_of(const service_row& service) const;
 
   std::span<const service_row> services_;
   trace& trace_;

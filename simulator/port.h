@@ -20,9 +20,9 @@ class port {
   virtual void send(protocol::qrtr::address to, protocol::qrtr::address from,
                     protocol::byte_view datagram) = 0;
 
-  /// For a port whose clients do not look services up at our node.
-  virtual void service_up(const protocol::qrtr::server& /*server*/) {}
-  virtual void service_down(const protocol::qrtr::server& /*server*/) {}
+  /// A service comes or goes: for a port whose clients do not look services up at our node.
+  virtual void announce(protocol::qrtr::command /*change*/,
+                        const protocol::qrtr::server& /*server*/) {}
 };
 
 /// A peer of a service. The same address may be in use at two ports at once.

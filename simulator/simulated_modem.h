@@ -11,7 +11,6 @@
 
 #include "simulator/diag/faults.h"
 #include "simulator/diag/play.h"
-#include "simulator/diag/server.h"
 #include "simulator/dispatcher.h"
 #include "simulator/faults/faults.h"
 #include "simulator/modem/modem.h"
@@ -68,7 +67,7 @@ class simulated_modem {
   std::optional<qrtr_link> qrtr_node_;
   std::optional<at_port> at_;
   std::shared_ptr<const diag::source> diag_packets_;
-  diag::server diag_;
+  diag_server diag_;
   std::optional<socket_path> qmux_path_;
   std::optional<qmux_port> qmux_;
   std::optional<qmux_port> proxy_;

@@ -26,15 +26,8 @@ const char* command_name(command which) {
 }
 
 const char* kind_name(qmi::message_kind kind) {
-  switch (kind) {
-    case qmi::message_kind::request:
-      return "request";
-    case qmi::message_kind::response:
-      return "response";
-    case qmi::message_kind::indication:
-      return "indication";
-  }
-  return "";
+  if (kind == qmi::message_kind::request) return "request";
+  return kind == qmi::message_kind::response ? "response" : "indication";
 }
 
 /// An answer without the service's own result is a standard response.
@@ -78,6 +71,10 @@ std::string describe_standard_response(byte_view value) {
   return *result == 0 ? "success" : fmt::format("failure, error {}", *error);
 }
 
+const char* arrow(trace::direction way) {
+  return way == trace::direction::to_modem ? "->" : "<-";
+}
+
 std::string meaning_line(std::string_view meaning) {
   return meaning.empty() ? "" : fmt::format("{}{}\n", indent, meaning);
 }
@@ -106,12 +103,11 @@ trace::trace(std::FILE* out, std::span<const service_row> services)
     : out_(out), services_(services) {}
 
 void trace::client_connects(const client& who) {
-  if (on()) write(fmt::format("{}client {}:{} connects\n", seconds(), who.at.node, who.at.port));
+  note(fmt::format("client {}:{} connects", who.at.node, who.at.port));
 }
 
 void trace::client_leaves(const client& who, std::string_view reason) {
-  if (!on()) return;
-  write(fmt::format("{}client {}:{} leaves: {}\n", seconds(), who.at.node, who.at.port, reason));
+  note(fmt::format("client {}:{} leaves: {}", who.at.node, who.at.port, reason));
 }
 
 void trace::control(direction way, const client& who,
@@ -184,9 +180,9 @@ void trace::message(direction way, const client& who, const service_row& service
 
 void trace::dropped(const client& who, protocol::qrtr::address to, std::size_t size) {
   if (!on()) return;
-  write(fmt::format("{}dropped, nothing is there, {} bytes\n",
-                    start_line(direction::to_modem, who, fmt::format("{}:{}", to.node, to.port)),
-                    size));
+  const std::string there = fmt::format("{}:{}", to.node, to.port);
+  write(start_line(direction::to_modem, who, there) +
+        fmt::format("dropped, nothing is there, {} bytes\n", size));
 }
 
 void trace::note(std::string_view text) {
@@ -194,22 +190,20 @@ void trace::note(std::string_view text) {
 }
 
 void trace::fault(std::string_view rule) {
-  if (on()) write(fmt::format("{}fault {}\n", seconds(), rule));
+  note(fmt::format("fault {}", rule));
 }
 
 void trace::diag(direction way, unsigned number, std::string_view name, byte_view packet) {
   if (!on()) return;
-  write(fmt::format("{}diag {} {} {}  {} bytes\n{}{}\n", seconds(), number,
-                    way == direction::to_modem ? "->" : "<-", name, packet.size(), indent,
-                    describe_bytes(packet)));
+  note(fmt::format("diag {} {} {}  {} bytes\n{}{}", number, arrow(way), name, packet.size(), indent,
+                   describe_bytes(packet)));
 }
 
 void trace::diag_note(unsigned number, std::string_view text) {
-  if (on()) write(fmt::format("{}diag {} {}\n", seconds(), number, text));
+  note(fmt::format("diag {} {}", number, text));
 }
 
 void trace::at(direction way, std::string_view text) {
-  if (!on()) return;
   std::string shown;
   for (const char each : text) {
     if (each == '\n') {
@@ -218,7 +212,7 @@ void trace::at(direction way, std::string_view text) {
       shown += std::isprint(static_cast<unsigned char>(each)) != 0 ? each : '?';
     }
   }
-  write(fmt::format("{}AT {} {}\n", seconds(), way == direction::to_modem ? "->" : "<-", shown));
+  note(fmt::format("AT {} {}", arrow(way), shown));
 }
 
 std::string trace::meaning_of_answer(const service_row& service, const qmi::message& request,
@@ -235,7 +229,7 @@ void trace::write(const std::string& lines) const {
 
 std::string trace::start_line(direction way, const client& who, std::string_view other) const {
   return fmt::format("{}{} {} {:<10} ", seconds(), fmt::format("{}:{}", who.at.node, who.at.port),
-                     way == direction::to_modem ? "->" : "<-", other);
+                     arrow(way), other);
 }
 
 std::string trace::service_name(std::uint32_t id) const {

@@ -3,7 +3,6 @@
 
 #include <array>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 
@@ -11,38 +10,35 @@
 
 namespace sim {
 
+/// Settings that are numbers: how much a registration command tells, and how errors look, 0 plain,
+/// 1 numbers, 2 texts.
+enum at_number : std::uint8_t { creg, cgreg, cereg, c5greg, cmee };
+
+/// What the commands of one terminal read and change.
+struct at_terminal {
+  /// What ATZ puts back.
+  struct settings {
+    bool echo = true;
+    std::array<unsigned, 5> numbers{0, 0, 0, 0, 1};  ///< by at_number
+  };
+
+  modem& state;
+  settings kept = {};
+};
+
 class at_commands {
  public:
-  explicit at_commands(modem& state) : state_(state) {}
+  explicit at_commands(modem& state) : terminal_{state} {}
 
   /// The answer to one line, without its line end: result code and what comes before it. Nothing
   /// for an empty line.
   [[nodiscard]] std::string answer(std::string_view line);
 
   /// Whether the terminal echoes what it receives.
-  [[nodiscard]] bool echo() const { return settings_.echo; }
+  [[nodiscard]] bool echo() const { return terminal_.kept.echo; }
 
  private:
-  friend struct at_rows;
-
-  /// What a command has come to: an error's number, or a text, which is empty for a plain OK.
-  struct outcome {
-    std::string text;
-    std::optional<unsigned> error = std::nullopt;
-  };
-
-  [[nodiscard]] outcome run(std::string_view& rest);
-  [[nodiscard]] std::string final_error(unsigned number) const;
-
-  /// What ATZ puts back.
-  struct line_settings {
-    bool echo = true;
-    unsigned errors = 1;                          ///< +CMEE: 0 plain, 1 numbers, 2 texts
-    std::array<unsigned, 4> reports{0, 0, 0, 0};  ///< +CREG, +CGREG, +CEREG, +C5GREG
-  };
-
-  modem& state_;
-  line_settings settings_;
+  at_terminal terminal_;
 };
 
 }  // namespace sim

@@ -45,24 +45,18 @@ const command_row* find(const command_id& id) {
   return nullptr;
 }
 
-/// An unknown operation of a known command is a different error than an unknown command.
-refusal unknown(const command_id& id) {
-  return id.code == wire::log_config || id.code == wire::message_config ? refusal::bad_parameter
-                                                                        : refusal::bad_command;
-}
-
-reply try_to_answer(byte_view bytes, session& from, modem& state) {
+/// The row that allows a request of this length.
+const command_row& row_for(byte_view bytes) {
   const auto id = identify(bytes);
-  if (!id) return refusal::bad_length;
+  if (!id) throw refused{refusal::bad_length};
   const command_row* const row = find(*id);
-  if (row == nullptr) return unknown(*id);
-  if (bytes.size() < row->least || bytes.size() > row->most) return refusal::bad_length;
-  try {
-    return row->answer({bytes, bytes.first(row->repeated), from, state});
-  } catch (const failure& state_failed) {
-    tell_user(state_failed.what());
-    return refusal::bad_parameter;
+  if (row == nullptr) {
+    // An unknown operation of a known command is a different error than an unknown command.
+    const bool is_operation = id->code == wire::log_config || id->code == wire::message_config;
+    throw refused{is_operation ? refusal::bad_parameter : refusal::bad_command};
   }
+  if (bytes.size() < row->least || bytes.size() > row->most) throw refused{refusal::bad_length};
+  return *row;
 }
 
 }  // namespace
@@ -81,9 +75,19 @@ packet refuse(std::uint8_t code, byte_view bytes) {
 }
 
 reply answer(byte_view bytes, session& from, modem& state) {
-  reply made = try_to_answer(bytes, from, state);
-  if (made.refused) made.answer = refuse(static_cast<std::uint8_t>(*made.refused), bytes);
-  return made;
+  auto code = refusal::bad_parameter;
+  try {
+    const command_row& row = row_for(bytes);
+    reply made = row.answer({bytes, from, state});
+    const byte_view repeated = bytes.first(row.repeated);
+    made.answer.insert(made.answer.begin(), repeated.begin(), repeated.end());
+    return made;
+  } catch (const refused& early) {
+    code = early.code;
+  } catch (const failure& state_failed) {
+    tell_user(state_failed.what());
+  }
+  return refuse(static_cast<std::uint8_t>(code), bytes);
 }
 
 }  // namespace sim::diag

@@ -8,6 +8,7 @@
 
 #include "protocol/bytes.h"
 #include "protocol/diag_commands.h"
+#include "simulator/diag/byte_string.h"
 #include "simulator/diag/efs_handles.h"
 #include "simulator/diag/masks.h"
 #include "simulator/modem/modem.h"
@@ -25,8 +26,7 @@ struct session {
 using packet = std::vector<std::uint8_t>;
 
 struct request {
-  byte_view bytes;     ///< the whole packet, as long as its row allows
-  byte_view repeated;  ///< its first bytes, which the answer repeats
+  byte_view bytes;  ///< the whole packet, as long as its row allows
   session& from;
   modem& state;
 
@@ -34,9 +34,6 @@ struct request {
   [[nodiscard]] T at(std::size_t offset) const {
     return protocol::load_le<T>(bytes.subspan(offset));
   }
-
-  /// What every answer to it begins with.
-  [[nodiscard]] packet begin_answer() const { return {repeated.begin(), repeated.end()}; }
 };
 
 /// An answer that refuses is this code and the whole request.
@@ -46,13 +43,17 @@ enum class refusal : std::uint8_t {
   bad_length = static_cast<std::uint8_t>(wire::error_code::bad_length),
 };
 
-/// What a request comes to.
+/// Thrown by a handler that does not act on a request.
+struct refused {
+  refusal code;
+};
+
+/// What a request comes to. A handler's answer is without the bytes that its row repeats.
 struct reply {
   reply(packet given) : answer(std::move(given)) {}
-  reply(refusal code) : refused(code) {}
+  reply(const byte_string& given) : answer(given) {}
 
   packet answer;
-  std::optional<refusal> refused;
   bool restart = false;  ///< the modem restarts once the answer is on its way
 };
 
@@ -85,6 +86,7 @@ constexpr command_id message_config(std::uint8_t operation) {
 }
 
 constexpr std::size_t any_size = 16384;  ///< the longest packet
+constexpr std::uint16_t esn_item = 0;    ///< the NV item
 
 struct command_row {
   command_id id;

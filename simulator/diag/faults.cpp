@@ -4,14 +4,9 @@
 
 #include <algorithm>
 #include <charconv>
-#include <limits>
 
 namespace sim::diag {
 namespace {
-
-constexpr std::uint32_t max_8 = std::numeric_limits<std::uint8_t>::max();
-constexpr std::uint32_t max_16 = std::numeric_limits<std::uint16_t>::max();
-constexpr std::uint32_t max_32 = std::numeric_limits<std::uint32_t>::max();
 
 /// In the order of `fault_action`.
 constexpr action_form actions[] = {
@@ -41,22 +36,15 @@ std::optional<std::vector<std::uint8_t>> parse_bytes(std::string_view text) {
 }  // namespace
 
 fault_rule parse_fault_rule(std::string_view text) {
-  const rule_text read = read_rule(text, actions);
-  fault_rule rule{.text = read.text,
-                  .bytes = {},
-                  .nth = read.nth,
-                  .action = static_cast<fault_action>(read.action),
-                  .value = read.value};
-  if (read.message) {
-    auto bytes = parse_bytes(*read.message);
-    if (!bytes) {
-      refuse_rule(
-          text,
-          fmt::format("'{}' is not the beginning of a request, such as 0x4B0B", *read.message),
-          actions);
-    }
-    rule.bytes = *std::move(bytes);
+  const rule_text read(text, actions);
+  fault_rule rule(read);
+  if (!read.message) return rule;
+  auto bytes = parse_bytes(*read.message);
+  if (!bytes) {
+    read.refuse(
+        fmt::format("'{}' is not the beginning of a request, such as 0x4B0B", *read.message));
   }
+  rule.bytes = *std::move(bytes);
   return rule;
 }
 

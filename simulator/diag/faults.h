@@ -4,8 +4,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -25,12 +23,10 @@ enum class fault_action : std::uint8_t {
   disconnect,  ///< the connection is closed, the request is not acted on
 };
 
-struct fault_rule {
-  std::string text;  ///< as the user wrote it
+struct fault_rule : rule<fault_action> {
+  using rule::rule;
+
   std::vector<std::uint8_t> bytes;
-  std::optional<std::uint32_t> nth;
-  fault_action action = fault_action::silent;
-  std::optional<std::uint32_t> value;
 };
 
 constexpr std::string_view fault_target = "diag";

@@ -1,7 +1,6 @@
 // Who the modem is: versions, build, serial number, security codes, sizes of the channel.
 #include <algorithm>
 #include <chrono>
-#include <string_view>
 
 #include "protocol/log_packet.h"
 #include "simulator/diag/command.h"
@@ -9,128 +8,85 @@
 namespace sim::diag {
 namespace {
 
-using protocol::append_le;
-
-constexpr std::uint16_t esn_item = 0;
 constexpr std::uint16_t security_code_item = 85;
 
-void append(packet& out, std::string_view text) {
-  out.insert(out.end(), text.begin(), text.end());
-}
-
-void append_c_string(packet& out, std::string_view text) {
-  append(out, text);
-  out.push_back(0);
-}
-
-std::uint32_t esn(modem& state) {
-  constexpr std::uint32_t none = 0xDEADD00D;
-  const auto item = state.nv.read(0, esn_item);
-  return item && item->size() >= sizeof(none) ? protocol::load_le<std::uint32_t>(*item) : none;
-}
-
 /// Compiled, released, version directory, then numbers of the mobile.
-reply version(const request& asked) {
-  packet answer = asked.begin_answer();
-  append(answer,
-         "Jan 15 2026"
-         "10:20:30");
-  append(answer,
-         "Jan 15 2026"
-         "10:20:30");
-  append(answer, "TVKMODEM");
-  for (const int each : {0x3A, 0x09, 0xFF, 0x64, 0x00, 0x02, 0x09, 0x0B}) {
-    answer.push_back(static_cast<std::uint8_t>(each));
-  }
-  return answer;
+reply version(const request& /*asked*/) {
+  constexpr std::string_view built = "Jan 15 202610:20:30";
+  return byte_string()
+      .text(built)
+      .text(built)
+      .text("TVKMODEM")
+      .u8(0x3A, 0x09, 0xFF, 0x64, 0x00, 0x02, 0x09, 0x0B);
 }
 
 reply serial_number(const request& asked) {
-  packet answer = asked.begin_answer();
-  append_le(answer, esn(asked.state));
-  return answer;
+  constexpr std::uint32_t none = 0xDEADD00D;
+  const auto item = asked.state.nv.read(0, esn_item);
+  const bool is_whole = item && item->size() >= sizeof(none);
+  return byte_string().u32(is_whole ? protocol::load_le<std::uint32_t>(*item) : none);
 }
 
-reply diag_version(const request& asked) {
-  packet answer = asked.begin_answer();
-  append_le(answer, std::uint16_t{8});
-  return answer;
+reply diag_version(const request& /*asked*/) {
+  return byte_string().u16(8);
 }
 
-reply time_stamp(const request& asked) {
+reply time_stamp(const request& /*asked*/) {
   const auto now = std::chrono::system_clock::now().time_since_epoch();
-  packet answer = asked.begin_answer();
-  append_le(answer, protocol::diag::from_unix_microseconds(
-                        std::chrono::duration_cast<std::chrono::microseconds>(now).count()));
-  return answer;
+  return byte_string().u64(protocol::diag::from_unix_microseconds(
+      std::chrono::duration_cast<std::chrono::microseconds>(now).count()));
 }
 
 /// The answer is the request.
-reply repeat(const request& asked) {
-  return asked.begin_answer();
+reply repeat(const request& /*asked*/) {
+  return byte_string();
 }
 
 reply security_code(const request& asked) {
   const auto code = asked.state.nv.read(0, security_code_item);
-  packet answer = asked.begin_answer();
-  answer.push_back(code && std::ranges::equal(*code, asked.bytes.subspan(1)) ? 1 : 0);
-  return answer;
+  return byte_string().u8(code && std::ranges::equal(*code, asked.bytes.subspan(1)));
 }
 
 reply password(const request& asked) {
-  const bool right = std::ranges::all_of(asked.bytes.subspan(1), [](auto b) { return b == 0xFF; });
-  packet answer = asked.begin_answer();
-  answer.push_back(right ? 1 : 0);
-  return answer;
+  return byte_string().u8(
+      std::ranges::all_of(asked.bytes.subspan(1), [](auto byte) { return byte == 0xFF; }));
 }
 
 constexpr std::uint32_t chip = 0x000090B0;
 constexpr std::uint32_t family = 0x00001007;
 
 /// Both strings must be terminated; a client cuts the build id when a model follows it.
-reply build_id(const request& asked) {
-  packet answer = asked.begin_answer();
-  answer.push_back(1);
-  append_le(answer, std::uint16_t{0});
-  append_le(answer, chip);
-  append_le(answer, family);
-  append_c_string(answer, "TVK-MODEM-" TVK_MODEM_VERSION);
-  append_c_string(answer, "");
-  return answer;
+reply build_id(const request& /*asked*/) {
+  constexpr std::string_view no_model;
+  return byte_string()
+      .u8(1)
+      .u16(0)
+      .u32(chip, family)
+      .c_string("TVK-MODEM-" TVK_MODEM_VERSION)
+      .c_string(no_model);
 }
 
-reply largest_packet(const request& asked) {
-  packet answer = asked.begin_answer();
-  append_le(answer, static_cast<std::uint32_t>(any_size));
-  return answer;
+reply largest_packet(const request& /*asked*/) {
+  return byte_string().u32(any_size);
 }
 
-reply diag_ids(const request& asked) {
-  packet answer = asked.begin_answer();
-  answer.push_back(1);
-  answer.push_back(0);
-  return answer;
+reply diag_ids(const request& /*asked*/) {
+  return byte_string().u8(1, 0);
 }
 
-reply poll(const request& asked) {
-  packet answer = asked.begin_answer();
-  answer.resize(16);
-  return answer;
+reply poll(const request& /*asked*/) {
+  return byte_string().zeros(13);
 }
 
-reply mobile_id(const request& asked) {
-  packet answer = asked.begin_answer();
-  append_le(answer, std::uint32_t{2});
-  append_le(answer, family);
-  append_le(answer, chip);
-  return answer;
+reply mobile_id(const request& /*asked*/) {
+  return byte_string().u32(2, family, chip);
 }
 
 /// Counting bytes after the header, so that a reader sees at once what is missing.
 reply factory_test(const request& asked) {
-  packet answer = asked.begin_answer();
-  const std::size_t size = std::max<std::size_t>(asked.state.factory_answer, answer.size());
-  while (answer.size() < size) answer.push_back(static_cast<std::uint8_t>(answer.size() - 4));
+  constexpr std::uint32_t header = 4;
+  byte_string answer;
+  for (std::uint32_t n = 0; header + n < asked.state.factory_answer; ++n) answer.u8(n);
   return answer;
 }
 

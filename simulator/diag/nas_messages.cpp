@@ -1,9 +1,6 @@
 #include "simulator/diag/nas_messages.h"
 
-#include <algorithm>
-#include <array>
-
-#include "protocol/bytes.h"
+#include "simulator/diag/byte_string.h"
 
 namespace sim::diag {
 
@@ -24,39 +21,29 @@ enum security_header : std::uint8_t {
   new_context_and_ciphering = 4,
 };
 
-void append(message_bytes& out, protocol::byte_view bytes) {
-  out.insert(out.end(), bytes.begin(), bytes.end());
-}
-
-void append_big(message_bytes& out, unsigned bytes, std::uint32_t value) {
-  while (bytes-- > 0) out.push_back(static_cast<std::uint8_t>(value >> 8 * bytes & 0xFF));
-}
-
 /// A whole message within another, with its length in two bytes.
-void append_container(message_bytes& out, const message_bytes& inner) {
-  append_big(out, 2, static_cast<std::uint32_t>(inner.size()));
-  append(out, inner);
+byte_string container(const message_bytes& inner) {
+  return byte_string().big_endian(2, inner.size()).bytes(inner);
 }
 
 /// Digits in pairs, the lower half of a byte first; the third of the network code shares a byte
 /// with the country's, and is F where there are two.
-void append_network(message_bytes& out, const radio_network& network) {
+byte_string network_code(const radio_network& network) {
   const bool three = network.mnc_digits == 3;
   const unsigned mnc = three ? network.mnc : network.mnc * 10U;
   const unsigned third = three ? mnc % 10 : 0xF;
   const unsigned mcc = network.mcc;
-  out.push_back(static_cast<std::uint8_t>(mcc / 10 % 10 << 4 | mcc / 100 % 10));
-  out.push_back(static_cast<std::uint8_t>(third << 4 | mcc % 10));
-  out.push_back(static_cast<std::uint8_t>(mnc / 10 % 10 << 4 | mnc / 100 % 10));
+  return byte_string().u8(mcc / 10 % 10 << 4 | mcc / 100 % 10, third << 4 | mcc % 10,
+                          mnc / 10 % 10 << 4 | mnc / 100 % 10);
 }
 
 message_bytes secured(security_header how, std::uint8_t count, const message_bytes& inner) {
   constexpr std::uint32_t checksum = 0x5A5A0000;
-  message_bytes out{static_cast<std::uint8_t>(how << 4 | mobility)};
-  append_big(out, 4, checksum | count);
-  out.push_back(count);
-  append(out, inner);
-  return out;
+  return byte_string()
+      .u8(how << 4 | mobility)
+      .big_endian(4, checksum | count)
+      .u8(count)
+      .bytes(inner);
 }
 
 }  // namespace
@@ -69,19 +56,20 @@ message_bytes pdn_connectivity_request(const radio_values& /*seen*/) {
 message_bytes attach_request(const radio_values& seen) {
   constexpr std::uint8_t no_key_eps_attach = 0x71;
   constexpr std::uint8_t imsi[] = {0x08, 0x09, 0x10, 0x10, 0x10, 0x32, 0x54, 0x76, 0x98};
-  message_bytes out{mobility, 0x41, no_key_eps_attach};
-  append(out, imsi);
-  append(out, capabilities);
-  append_container(out, pdn_connectivity_request(seen));
-  return out;
+  return byte_string()
+      .u8(mobility, 0x41, no_key_eps_attach)
+      .bytes(imsi)
+      .bytes(capabilities)
+      .bytes(container(pdn_connectivity_request(seen)));
 }
 
 message_bytes authentication_request(const radio_values& /*seen*/) {
-  constexpr std::uint8_t token_size = 16;
-  message_bytes out{mobility, 0x52, 0};
-  for (unsigned i = 0; i < 16; ++i) out.push_back(static_cast<std::uint8_t>(0xA0 + i));
-  out.push_back(token_size);
-  for (unsigned i = 0; i < token_size; ++i) out.push_back(static_cast<std::uint8_t>(0x50 + i));
+  constexpr std::uint8_t size = 16;
+  byte_string out;
+  out.u8(mobility, 0x52, 0);
+  for (unsigned i = 0; i < size; ++i) out.u8(0xA0 + i);
+  out.u8(size);  // of the token
+  for (unsigned i = 0; i < size; ++i) out.u8(0x50 + i);
   return out;
 }
 
@@ -90,9 +78,7 @@ message_bytes authentication_response(const radio_values& /*seen*/) {
 }
 
 message_bytes nas_security_mode_command(const radio_values& /*seen*/) {
-  message_bytes out{mobility, 0x5D, chosen_algorithms, 0};
-  append(out, capabilities);
-  return out;
+  return byte_string().u8(mobility, 0x5D, chosen_algorithms, 0).bytes(capabilities);
 }
 
 message_bytes nas_security_mode_complete(const radio_values& /*seen*/) {
@@ -101,12 +87,12 @@ message_bytes nas_security_mode_complete(const radio_values& /*seen*/) {
 
 message_bytes default_bearer_request(const radio_values& /*seen*/) {
   constexpr std::uint8_t best_effort = 9;
-  message_bytes out{default_bearer, transaction, 0xC1, 1, best_effort};
   // The access point's name, labelled, and the address 10.0.0.2.
-  constexpr std::uint8_t name_and_address[] = {9,   8,   'i', 'n', 't', 'e', 'r', 'n',
-                                               'e', 't', 5,   1,   10,  0,   0,   2};
-  append(out, name_and_address);
-  return out;
+  return byte_string()
+      .u8(default_bearer, transaction, 0xC1, 1, best_effort)
+      .u8(9, 8)
+      .text("internet")
+      .u8(5, 1, 10, 0, 0, 2);
 }
 
 message_bytes attach_accept(const radio_values& seen) {
@@ -116,16 +102,16 @@ message_bytes attach_accept(const radio_values& seen) {
   constexpr std::uint8_t guti = 0x50;
   constexpr std::uint8_t guti_form = 0xF6;
   constexpr std::uint16_t mme_group = 1;
-  message_bytes out{mobility, 0x42, eps_only, updated_after_54_minutes, 6, one_area};
-  append_network(out, seen.network);
-  append_big(out, 2, seen.lte.tracking_area);
-  append_container(out, default_bearer_request(seen));
-  append(out, std::array{guti, std::uint8_t{11}, guti_form});
-  append_network(out, seen.network);
-  append_big(out, 2, mme_group);
-  out.push_back(mme_code);
-  append_big(out, 4, m_tmsi);
-  return out;
+  return byte_string()
+      .u8(mobility, 0x42, eps_only, updated_after_54_minutes, 6, one_area)
+      .bytes(network_code(seen.network))
+      .big_endian(2, seen.lte.tracking_area)
+      .bytes(container(default_bearer_request(seen)))
+      .u8(guti, 11, guti_form)
+      .bytes(network_code(seen.network))
+      .big_endian(2, mme_group)
+      .u8(mme_code)
+      .big_endian(4, m_tmsi);
 }
 
 message_bytes default_bearer_accept(const radio_values& /*seen*/) {
@@ -133,9 +119,7 @@ message_bytes default_bearer_accept(const radio_values& /*seen*/) {
 }
 
 message_bytes attach_complete(const radio_values& seen) {
-  message_bytes out{mobility, 0x43};
-  append_container(out, default_bearer_accept(seen));
-  return out;
+  return byte_string().u8(mobility, 0x43).bytes(container(default_bearer_accept(seen)));
 }
 
 message_bytes service_request(const radio_values& /*seen*/) {

@@ -41,7 +41,7 @@ nv_status write(nv_store& items, const nv_place& asked, std::span<std::uint8_t> 
 
 /// data, status
 template <nv_status (*act)(nv_store&, const nv_place&, std::span<std::uint8_t>)>
-void exchange(modem& state, const nv_place& asked, packet& answer) {
+reply exchange(modem& state, const nv_place& asked) {
   packet data(wire_size);
   nv_status status = nv_status::bad_parameter;
   try {
@@ -50,8 +50,7 @@ void exchange(modem& state, const nv_place& asked, packet& answer) {
     tell_user(state_failed.what());
     status = nv_status::failed;
   }
-  answer.insert(answer.end(), data.begin(), data.end());
-  protocol::append_le(answer, static_cast<std::uint16_t>(status));
+  return byte_string().bytes(data).u16(static_cast<std::uint16_t>(status));
 }
 
 constexpr std::size_t plain_head = 3;
@@ -60,14 +59,10 @@ constexpr std::size_t status_size = 2;  // some clients leave it out of their re
 
 template <nv_status (*act)(nv_store&, const nv_place&, std::span<std::uint8_t>)>
 reply plain_item(const request& asked) {
-  if (asked.bytes.size() == plain_size + 1) return refusal::bad_length;
-  packet answer = asked.begin_answer();
-  exchange<act>(asked.state,
-                {.subscription = 0,
-                 .item = asked.at<std::uint16_t>(1),
-                 .data = asked.bytes.subspan(plain_head, wire_size)},
-                answer);
-  return answer;
+  if (asked.bytes.size() == plain_size + 1) throw refused{refusal::bad_length};
+  return exchange<act>(asked.state, {.subscription = 0,
+                                     .item = asked.at<std::uint16_t>(1),
+                                     .data = asked.bytes.subspan(plain_head, wire_size)});
 }
 
 constexpr std::size_t indexed_head = 8;
@@ -75,14 +70,10 @@ constexpr std::size_t indexed_size = indexed_head + wire_size + status_size;
 
 template <nv_status (*act)(nv_store&, const nv_place&, std::span<std::uint8_t>)>
 reply indexed_item(const request& asked) {
-  const auto index = asked.at<std::uint16_t>(6);
-  packet answer = asked.begin_answer();
-  exchange<act>(asked.state,
-                {.subscription = static_cast<std::uint8_t>(std::min<std::uint16_t>(index, 0xFF)),
-                 .item = asked.at<std::uint16_t>(4),
-                 .data = asked.bytes.subspan(indexed_head, wire_size)},
-                answer);
-  return answer;
+  const auto index = std::min<std::uint16_t>(asked.at<std::uint16_t>(6), 0xFF);
+  return exchange<act>(asked.state, {.subscription = static_cast<std::uint8_t>(index),
+                                     .item = asked.at<std::uint16_t>(4),
+                                     .data = asked.bytes.subspan(indexed_head, wire_size)});
 }
 
 constexpr command_row rows[] = {

@@ -40,22 +40,6 @@ bit_string& put_head(bit_string& out, unsigned choice_bits) {
   return out.put(transaction_bits, transaction).put(choice_bits, 0);
 }
 
-message_bytes setup_complete(const message_bytes& nas) {
-  auto out = on_dcch(set_up);
-  put_head(out, 3).put(2, 0b00);
-  constexpr unsigned first_network = 0;
-  return out.put(3, first_network).put_octets(nas).bytes();
-}
-
-message_bytes downlink_nas(const message_bytes& nas) {
-  auto out = on_dcch(information_transfer_down);
-  return put_head(out, 3).put(1, 0b0).put(2, 0).put_octets(nas).bytes();
-}
-
-message_bytes uplink_nas(const message_bytes& nas) {
-  return on_dcch(information_transfer_up).put(3, 0).put(1, 0b0).put(2, 0).put_octets(nas).bytes();
-}
-
 /// A signalling bearer with default configurations, as SRB-ToAddMod.
 bit_string& put_signalling_bearer(bit_string& out, unsigned number) {
   constexpr unsigned defaults = 0b11;
@@ -165,28 +149,20 @@ message_bytes connection_setup(const radio_values& /*seen*/) {
   return put_signalling_bearer(out.put(1, 0), 1).put(1, default_mac).bytes();
 }
 
-message_bytes setup_complete_with_attach(const radio_values& seen) {
-  return setup_complete(attach_request(seen));
+message_bytes setup_complete(const message_bytes& nas) {
+  auto out = on_dcch(set_up);
+  put_head(out, 3).put(2, 0b00);
+  constexpr unsigned first_network = 0;
+  return out.put(3, first_network).put_octets(nas).bytes();
 }
 
-message_bytes setup_complete_with_service(const radio_values& seen) {
-  return setup_complete(service_request(seen));
+message_bytes downlink_nas(const message_bytes& nas) {
+  auto out = on_dcch(information_transfer_down);
+  return put_head(out, 3).put(1, 0b0).put(2, 0).put_octets(nas).bytes();
 }
 
-message_bytes downlink_authentication(const radio_values& seen) {
-  return downlink_nas(authentication_request(seen));
-}
-
-message_bytes uplink_authentication(const radio_values& seen) {
-  return uplink_nas(authentication_response(seen));
-}
-
-message_bytes downlink_nas_security(const radio_values& seen) {
-  return downlink_nas(protected_security_mode_command(seen));
-}
-
-message_bytes uplink_nas_security(const radio_values& seen) {
-  return uplink_nas(protected_security_mode_complete(seen));
+message_bytes uplink_nas(const message_bytes& nas) {
+  return on_dcch(information_transfer_up).put(3, 0).put(1, 0b0).put(2, 0).put_octets(nas).bytes();
 }
 
 message_bytes security_mode_command(const radio_values& /*seen*/) {
@@ -201,10 +177,10 @@ message_bytes security_mode_complete(const radio_values& /*seen*/) {
   return put_head(out, 1).put(1, 0b0).bytes();
 }
 
-message_bytes reconfiguration_with_attach(const radio_values& seen) {
+message_bytes reconfiguration_with(const message_bytes& nas) {
   auto out = on_dcch(reconfigure);
   put_head(out, 4).put(6, 0b001100);
-  return put_bearers(out.put(4, 0).put_octets(protected_attach_accept(seen))).bytes();
+  return put_bearers(out.put(4, 0).put_octets(nas)).bytes();
 }
 
 message_bytes reconfiguration(const radio_values& /*seen*/) {
@@ -215,10 +191,6 @@ message_bytes reconfiguration(const radio_values& /*seen*/) {
 message_bytes reconfiguration_complete(const radio_values& /*seen*/) {
   auto out = on_dcch(reconfigured);
   return put_head(out, 1).put(1, 0b0).bytes();
-}
-
-message_bytes uplink_attach_complete(const radio_values& seen) {
-  return uplink_nas(protected_attach_complete(seen));
 }
 
 message_bytes measurement_report(const radio_values& seen) {

@@ -17,21 +17,19 @@ namespace sim::diag {
 [[nodiscard]] message_bytes connection_request_to_attach(const radio_values& seen);
 [[nodiscard]] message_bytes connection_request_when_paged(const radio_values& seen);
 [[nodiscard]] message_bytes connection_setup(const radio_values& seen);
-[[nodiscard]] message_bytes setup_complete_with_attach(const radio_values& seen);
-[[nodiscard]] message_bytes setup_complete_with_service(const radio_values& seen);
-[[nodiscard]] message_bytes downlink_authentication(const radio_values& seen);
-[[nodiscard]] message_bytes uplink_authentication(const radio_values& seen);
-[[nodiscard]] message_bytes downlink_nas_security(const radio_values& seen);
-[[nodiscard]] message_bytes uplink_nas_security(const radio_values& seen);
 [[nodiscard]] message_bytes security_mode_command(const radio_values& seen);
 [[nodiscard]] message_bytes security_mode_complete(const radio_values& seen);
-[[nodiscard]] message_bytes reconfiguration_with_attach(const radio_values& seen);
 [[nodiscard]] message_bytes reconfiguration(const radio_values& seen);
 [[nodiscard]] message_bytes reconfiguration_complete(const radio_values& seen);
-[[nodiscard]] message_bytes uplink_attach_complete(const radio_values& seen);
 [[nodiscard]] message_bytes measurement_report(const radio_values& seen);
 /// To the cell itself if it is the only one that the radio has.
 [[nodiscard]] message_bytes handover_command(const radio_values& seen);
 [[nodiscard]] message_bytes connection_release(const radio_values& seen);
+
+// With a NAS message in them.
+[[nodiscard]] message_bytes setup_complete(const message_bytes& nas);
+[[nodiscard]] message_bytes downlink_nas(const message_bytes& nas);
+[[nodiscard]] message_bytes uplink_nas(const message_bytes& nas);
+[[nodiscard]] message_bytes reconfiguration_with(const message_bytes& nas);
 
 }  // namespace sim::diag

@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "protocol/log_packet.h"
+#include "simulator/diag/byte_string.h"
 #include "simulator/diag/signalling.h"
 #include "simulator/modem/receive_paths.h"
 
@@ -14,7 +15,6 @@ namespace sim::diag {
 namespace {
 
 namespace wire = protocol::diag;
-using protocol::append_le;
 using std::chrono::milliseconds;
 
 using payload = std::vector<std::uint8_t>;
@@ -43,27 +43,24 @@ using number = std::uint32_t;
 /// Version 3.
 payload lte_serving_cell(const radio_values& seen, number /*nth*/) {
   const lte_cell& cell = seen.lte;
-  payload out{3};
-  append_le(out, cell.pci);
-  append_le(out, cell.dl_earfcn);
-  append_le(out, cell.ul_earfcn);
-  out.push_back(cell.resource_blocks);
-  out.push_back(cell.resource_blocks);
-  append_le(out, cell.cell_identity);
-  append_le(out, cell.tracking_area);
-  append_le(out, std::uint32_t{cell.band});
-  append_le(out, seen.network.mcc);
-  out.push_back(seen.network.mnc_digits);
-  append_le(out, seen.network.mnc);
-  out.push_back(1);
-  return out;
+  return byte_string()
+      .u8(3)
+      .u16(cell.pci)
+      .u32(cell.dl_earfcn, cell.ul_earfcn)
+      .u8(cell.resource_blocks, cell.resource_blocks)
+      .u32(cell.cell_identity)
+      .u16(cell.tracking_area)
+      .u32(cell.band)
+      .u16(seen.network.mcc)
+      .u8(seen.network.mnc_digits)
+      .u16(seen.network.mnc)
+      .u8(1);
 }
 
 /// Version 1, sub-packet 25 version 36: four cells, of which one is there, with four antennas.
 payload lte_measurement(const radio_values& seen, number nth) {
   constexpr std::size_t size = 528;
-  constexpr std::size_t body = 8;
-  constexpr std::size_t cell = body + 8;
+  constexpr std::size_t cell = 16;
   constexpr std::uint16_t sub_packet = 25 | 36 << 8;
   constexpr std::uint32_t serving = 1U << 12;
   // Most levels are there twice.
@@ -89,15 +86,9 @@ payload lte_measurement(const radio_values& seen, number nth) {
   const auto snr = [](double db) { return steps(db, -20, 10, 0x1FF); };
 
   const lte_cell& from = seen.lte;
-  payload out(size);
-  const std::span whole(out);
-  out[0] = 1;
-  out[1] = 1;
-  protocol::store_le(sub_packet, whole.subspan(4));
-  protocol::store_le(static_cast<std::uint16_t>(size - 4), whole.subspan(6));
-  protocol::store_le(from.dl_earfcn, whole.subspan(body));
-  protocol::store_le(std::uint16_t{1}, whole.subspan(body + 4));
-  protocol::store_le(std::uint16_t{0xF}, whole.subspan(body + 6));
+  payload out =
+      byte_string().u8(1, 1, 0, 0).u16(sub_packet, size - 4).u32(from.dl_earfcn).u16(1, 0xF);
+  out.resize(size);
   const std::uint32_t frame = nth * 50 % 1024;
   put_bits(out, cell, 0, from.pci | serving);
   put_bits(out, cell + 4, 0, frame);
@@ -145,21 +136,16 @@ const modulation& modulation_at(double sinr) {
 
 /// Version 24: one record with one block, of which every tenth fails.
 payload lte_downlink(const radio_values& seen, number nth) {
-  constexpr std::uint8_t passed = 0x80;
+  constexpr unsigned passed = 0x80;
   const modulation& best = modulation_at(seen.lte.sinr);
-  payload out{24, 1, 0, 0};
-  append_le(out, static_cast<std::uint16_t>(nth % 10 | nth * 30 % 1024 << 4));
-  for (const unsigned each : {unsigned{block_resources}, 2U, 1U, 0U}) {
-    out.push_back(static_cast<std::uint8_t>(each));
-  }
-  out.push_back(static_cast<std::uint8_t>(nth % 8 | (nth % 10 == 9 ? 0U : passed)));
-  out.push_back(0);
-  append_le(out, best.bytes);
-  for (const std::uint8_t each : {best.mcs, block_resources, best.code, std::uint8_t{0}}) {
-    out.push_back(each);
-  }
-  out.resize(28);
-  return out;
+  return byte_string()
+      .u8(24, 1, 0, 0)
+      .u16(nth % 10 | nth * 30 % 1024 << 4)
+      .u8(block_resources, 2, 1, 0)
+      .u8(nth % 8 | (nth % 10 == 9 ? 0 : passed), 0)
+      .u16(best.bytes)
+      .u8(best.mcs, block_resources, best.code, 0)
+      .zeros(10);
 }
 
 /// Version 1, sub-packet 8 version 2: one sample with a short buffer status and a power headroom.
@@ -169,67 +155,30 @@ payload lte_uplink(const radio_values& seen, number nth) {
   // 23 dBm less what the path takes; the index counts from -23 dB.
   const double loss = power_at_cell - seen.lte.rsrp;
   const auto headroom = steps(23 - (loss - 90), -23, 1, 63);
-  payload out{1, 1, 0, 0, 8, 2};
-  append_le(out, std::uint16_t{24});
-  for (const unsigned each : {1U, 1U, 0U, nth % 8, 0U}) {
-    out.push_back(static_cast<std::uint8_t>(each));
-  }
-  append_le(out, static_cast<std::uint16_t>(nth % 10 | nth * 50 % 1024 << 4));
-  append_le(out, std::uint16_t{57});
-  out.push_back(1);
-  append_le(out, std::uint16_t{0});
-  out.push_back(1);
-  out.push_back(3);
-  out.push_back(5);
-  for (const unsigned each : {0x3DU, 0x3AU, 0x03U, group_3 | nth % 40, headroom}) {
-    out.push_back(static_cast<std::uint8_t>(each));
-  }
-  return out;
+  return byte_string()
+      .u8(1, 1, 0, 0, 8, 2)
+      .u16(24)
+      .u8(1, 1, 0, nth % 8, 0)
+      .u16(nth % 10 | nth * 50 % 1024 << 4, 57)
+      .u8(1)
+      .u16(0)
+      .u8(1, 3, 5)
+      .u8(0x3D, 0x3A, 0x03, group_3 | nth % 40, headroom);
 }
 
 /// Version 2.7: one layer with its serving cell, whose one beam two antennas receive.
 payload nr_measurement(const radio_values& seen, number nth) {
-  const auto raw = [](double level) {
-    return static_cast<std::uint32_t>(static_cast<std::int32_t>(std::lround(level * 128)));
-  };
+  const auto raw = [](double level) { return std::lround(level * 128); };
   constexpr std::uint16_t none = 0xFFFF;
   const nr_cell& cell = seen.nr;
-  payload out;
-  append_le(out, std::uint32_t{0x20007});
-  for (const int each : {1, 20, 0, 0}) out.push_back(static_cast<std::uint8_t>(each));
-  append_le(out, std::uint32_t{0});
-  append_le(out, std::uint32_t{0});
-
-  append_le(out, cell.arfcn);
-  out.push_back(1);
-  out.push_back(0);
-  append_le(out, cell.pci);
-  append_le(out, std::uint32_t{0});
-  append_le(out, std::uint32_t{0});
-  append_le(out, std::uint32_t{0});
-  for (const std::uint16_t each : {none, none, std::uint16_t{0}, std::uint16_t{0}, none, none}) {
-    append_le(out, each);
-  }
-
-  append_le(out, cell.pci);
-  append_le(out, static_cast<std::uint16_t>(nth * 100 % 1024));
-  append_le(out, std::uint32_t{1});
-  append_le(out, raw(cell.rsrp));
-  append_le(out, raw(cell.rsrq));
-
-  out.resize(out.size() + 20);
-  append_le(out, raw(cell.rsrp));
-  append_le(out, raw(at_antenna(cell, 1).rsrp));
-  append_le(out, raw(cell.rsrp));
-  append_le(out, raw(cell.rsrq));
-  append_le(out, raw(cell.rsrp));
-  append_le(out, raw(cell.rsrq));
+  const auto rsrp = raw(cell.rsrp);
+  const auto rsrq = raw(cell.rsrq);
+  byte_string out;
+  out.u32(0x20007).u8(1, 20, 0, 0).u32(0, 0);
+  out.u32(cell.arfcn).u8(1, 0).u16(cell.pci).u32(0, 0, 0).u16(none, none, 0, 0, none, none);
+  out.u16(cell.pci, nth * 100 % 1024).u32(1, rsrp, rsrq);
+  out.zeros(20).u32(rsrp, raw(at_antenna(cell, 1).rsrp), rsrp, rsrq, rsrp, rsrq);
   return out;
-}
-
-/// As an s16.
-std::uint16_t rounded(double value) {
-  return static_cast<std::uint16_t>(static_cast<std::int16_t>(std::lround(value)));
 }
 
 /// Version 5: two chains of the first carrier, none of the second, and one task that searched for
@@ -237,38 +186,33 @@ std::uint16_t rounded(double value) {
 payload wcdma_search(const radio_values& seen, number /*nth*/) {
   constexpr std::uint16_t unused = 512;
   constexpr std::uint16_t transmits_nothing = 0xFE00;
-  constexpr std::uint16_t scrambling_code = 397;
+  constexpr unsigned scrambling_code = 397;
   constexpr std::size_t between = 11;
-  const auto level = [](double dbm) { return rounded((dbm + 106) * 10 - 512); };
-  const double rssi = seen.wcdma.rssi;
-  payload out{5, 0, 1};
-  for (const std::uint16_t each : {level(rssi_at_antenna(rssi, 0)), level(rssi_at_antenna(rssi, 1)),
-                                   unused, unused, transmits_nothing, transmits_nothing}) {
-    append_le(out, each);
-  }
-  out.push_back(0);
-  append_le(out, seen.wcdma.dl_uarfcn);
-  out.insert(out.end(), 6, 0xFF);
-  // How many tasks, and the head of the one: of its 11 bytes these, the code, and 4 more.
-  constexpr std::uint8_t tasks[] = {0, 0, 1, 4, 1, 0x23, 0, 0, 0, 0};
-  out.insert(out.end(), std::begin(tasks), std::end(tasks));
-  append_le(out, static_cast<std::uint16_t>(16 * scrambling_code));
-  out.resize(out.size() + 4 + between);
-  // Where the peaks are, and their energies, the strongest first.
-  for (const std::uint32_t each :
-       {217436U, 217004U, 217848U, 217380U, 217112U, 217088U, 120U, 120U, 116U, 113U, 112U, 110U}) {
-    append_le(out, each);
-  }
-  return out;
+  constexpr std::uint8_t no_cells[] = {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
+  const auto level = [&seen](unsigned antenna) {
+    return std::lround((rssi_at_antenna(seen.wcdma.rssi, antenna) + 106) * 10 - 512);
+  };
+  return byte_string()
+      .u8(5, 0, 1)
+      .u16(level(0), level(1), unused, unused, transmits_nothing, transmits_nothing)
+      .u8(0)
+      .u16(seen.wcdma.dl_uarfcn)
+      .bytes(no_cells)
+      // How many tasks, and the head of the one: of its 11 bytes these, the code, and 4 more.
+      .u8(0, 0, 1, 4, 1, 0x23, 0, 0, 0, 0)
+      .u16(16 * scrambling_code)
+      .zeros(4 + between)
+      // Where the peaks are, and their energies, the strongest first.
+      .u32(217436, 217004, 217848, 217380, 217112, 217088)
+      .u32(120, 120, 116, 113, 112, 110);
 }
 
 /// Version 1: channel and band, primary and diversity level.
 payload gsm_diversity(const radio_values& seen, number /*nth*/) {
-  payload out{1, 0};
-  append_le(out, static_cast<std::uint16_t>(seen.gsm.arfcn | seen.gsm.band << 12));
-  append_le(out, rounded(rssi_at_antenna(seen.gsm.rssi, 0) * 16));
-  append_le(out, rounded(rssi_at_antenna(seen.gsm.rssi, 1) * 16));
-  return out;
+  const auto level = [&seen](unsigned antenna) {
+    return std::lround(rssi_at_antenna(seen.gsm.rssi, antenna) * 16);
+  };
+  return byte_string().u8(1, 0).u16(seen.gsm.arfcn | seen.gsm.band << 12, level(0), level(1));
 }
 
 enum class logged_when : std::uint8_t { camped, connected };

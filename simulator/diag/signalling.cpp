@@ -2,14 +2,13 @@
 
 #include <utility>
 
-#include "protocol/bytes.h"
+#include "simulator/diag/byte_string.h"
 #include "simulator/diag/rrc_messages.h"
 
 namespace sim::diag {
 
 namespace {
 
-using protocol::append_le;
 using std::chrono::milliseconds;
 using enum lte_rrc_state;
 
@@ -37,16 +36,16 @@ signalling_log lte_rrc_packet(lte_channel channel, milliseconds at, const radio_
   constexpr std::uint8_t first_dcch_bearer = 1;
   const bool is_dcch = channel == dl_dcch || channel == ul_dcch;
   const bool is_uplink = channel == ul_ccch || channel == ul_dcch;
-  std::vector<std::uint8_t> out{26, 15, 0x10, 15, 0x10};  // release 15.1 of both RRCs
-  out.push_back(is_dcch ? first_dcch_bearer : 0);
-  append_le(out, seen.lte.pci);
-  append_le(out, seen.lte.dl_earfcn);
-  append_le(out, static_cast<std::uint16_t>(is_uplink ? 0 : frame_at(at) << 4));
-  out.push_back(channel);
-  append_le(out, std::uint32_t{0});
-  append_le(out, static_cast<std::uint16_t>(message.size()));
-  out.insert(out.end(), message.begin(), message.end());
-  return {lte_rrc_log, std::move(out)};
+  return {lte_rrc_log, byte_string()
+                           .u8(26, 15, 0x10, 15, 0x10)  // release 15.1 of both RRCs
+                           .u8(is_dcch ? first_dcch_bearer : 0)
+                           .u16(seen.lte.pci)
+                           .u32(seen.lte.dl_earfcn)
+                           .u16(is_uplink ? 0 : frame_at(at) << 4)
+                           .u8(std::uint8_t{channel})
+                           .u32(0)
+                           .u16(message.size())
+                           .bytes(message)};
 }
 
 /// Log 0xB821, version 17: the master information block.
@@ -54,24 +53,21 @@ signalling_log nr_mib_packet(milliseconds at, const radio_values& seen) {
   constexpr std::uint8_t no_bearer = 0xFF;
   constexpr std::uint8_t nr_bcch_bch = 1;
   const auto message = nr_master_information(seen, frame_at(at));
-  std::vector<std::uint8_t> out;
-  append_le(out, std::uint32_t{17});
-  out.insert(out.end(), {15, 0x60, no_bearer});
-  append_le(out, seen.nr.pci);
-  append_le(out, std::uint64_t{0});
-  append_le(out, seen.nr.arfcn);
-  out.insert(out.end(), {0, 0, 0, nr_bcch_bch});
-  append_le(out, std::uint32_t{0});
-  append_le(out, static_cast<std::uint16_t>(message.size()));
-  out.insert(out.end(), message.begin(), message.end());
-  return {nr_rrc_log, std::move(out)};
+  return {nr_rrc_log, byte_string()
+                          .u32(17)
+                          .u8(15, 0x60, no_bearer)
+                          .u16(seen.nr.pci)
+                          .u64(0)
+                          .u32(seen.nr.arfcn)
+                          .u8(0, 0, 0, nr_bcch_bch)
+                          .u32(0)
+                          .u16(message.size())
+                          .bytes(message)};
 }
 
 /// The logs of NAS, version 1.
 signalling_log nas_packet(std::uint16_t code, const message_bytes& message) {
-  std::vector<std::uint8_t> out{1, 9, 5, 0};
-  out.insert(out.end(), message.begin(), message.end());
-  return {code, std::move(out)};
+  return {code, byte_string().u8(1, 9, 5, 0).bytes(message)};
 }
 
 enum class occasion : std::uint8_t { attach, later, always };
@@ -93,6 +89,12 @@ constexpr message_row nas(lte_rrc_state state, int after, occasion when, std::ui
                           message_bytes (*build)(const radio_values& seen)) {
   return {state, when, {}, log, milliseconds(after), build};
 }
+/// An RRC message with a NAS message in it.
+template <message_bytes (*outer)(const message_bytes&),
+          message_bytes (*inner)(const radio_values& seen)>
+message_bytes carrying(const radio_values& seen) {
+  return outer(inner(seen));
+}
 constexpr message_row messages[] = {
     rrc(connecting, 0, occasion::later, pcch, paging),
     nas(connecting, 0, occasion::attach, 0xB0E3, pdn_connectivity_request),
@@ -101,21 +103,24 @@ constexpr message_row messages[] = {
     nas(connecting, 0, occasion::later, 0xB0ED, service_request),
     rrc(connecting, 0, occasion::later, ul_ccch, connection_request_when_paged),
     rrc(connecting, 100, occasion::always, dl_ccch, connection_setup),
-    rrc(connected, 0, occasion::attach, ul_dcch, setup_complete_with_attach),
-    rrc(connected, 0, occasion::later, ul_dcch, setup_complete_with_service),
-    rrc(connected, 100, occasion::attach, dl_dcch, downlink_authentication),
+    rrc(connected, 0, occasion::attach, ul_dcch, carrying<setup_complete, attach_request>),
+    rrc(connected, 0, occasion::later, ul_dcch, carrying<setup_complete, service_request>),
+    rrc(connected, 100, occasion::attach, dl_dcch, carrying<downlink_nas, authentication_request>),
     nas(connected, 100, occasion::attach, 0xB0EC, authentication_request),
     nas(connected, 200, occasion::attach, 0xB0ED, authentication_response),
-    rrc(connected, 200, occasion::attach, ul_dcch, uplink_authentication),
-    rrc(connected, 300, occasion::attach, dl_dcch, downlink_nas_security),
+    rrc(connected, 200, occasion::attach, ul_dcch, carrying<uplink_nas, authentication_response>),
+    rrc(connected, 300, occasion::attach, dl_dcch,
+        carrying<downlink_nas, protected_security_mode_command>),
     nas(connected, 300, occasion::attach, 0xB0EA, protected_security_mode_command),
     nas(connected, 300, occasion::attach, 0xB0EC, nas_security_mode_command),
     nas(connected, 400, occasion::attach, 0xB0ED, nas_security_mode_complete),
     nas(connected, 400, occasion::attach, 0xB0EB, protected_security_mode_complete),
-    rrc(connected, 400, occasion::attach, ul_dcch, uplink_nas_security),
+    rrc(connected, 400, occasion::attach, ul_dcch,
+        carrying<uplink_nas, protected_security_mode_complete>),
     rrc(connected, 500, occasion::always, dl_dcch, security_mode_command),
     rrc(connected, 600, occasion::always, ul_dcch, security_mode_complete),
-    rrc(connected, 700, occasion::attach, dl_dcch, reconfiguration_with_attach),
+    rrc(connected, 700, occasion::attach, dl_dcch,
+        carrying<reconfiguration_with, protected_attach_accept>),
     nas(connected, 700, occasion::attach, 0xB0EA, protected_attach_accept),
     nas(connected, 700, occasion::attach, 0xB0EC, attach_accept),
     nas(connected, 700, occasion::attach, 0xB0E2, default_bearer_request),
@@ -124,7 +129,7 @@ constexpr message_row messages[] = {
     nas(connected, 900, occasion::attach, 0xB0E3, default_bearer_accept),
     nas(connected, 900, occasion::attach, 0xB0ED, attach_complete),
     nas(connected, 900, occasion::attach, 0xB0EB, protected_attach_complete),
-    rrc(connected, 900, occasion::attach, ul_dcch, uplink_attach_complete),
+    rrc(connected, 900, occasion::attach, ul_dcch, carrying<uplink_nas, protected_attach_complete>),
     rrc(connected, 9000, occasion::always, ul_dcch, measurement_report),
     rrc(connected, 9100, occasion::always, dl_dcch, handover_command),
     rrc(connected, 9200, occasion::always, ul_dcch, reconfiguration_complete),

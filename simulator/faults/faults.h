@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <string>
 #include <string_view>
 #include <vector>
 
@@ -26,13 +25,11 @@ enum class fault_action : std::uint8_t {
   down,      ///< the service goes down instead, for VALUE milliseconds or for good
 };
 
-struct fault_rule {
-  std::string text;  ///< as the user wrote it
+struct fault_rule : rule<fault_action> {
+  using rule::rule;
+
   const service_row* service = nullptr;
   std::optional<std::uint16_t> message;
-  std::optional<std::uint32_t> nth;
-  fault_action action = fault_action::silent;
-  std::optional<std::uint32_t> value;
 
   /// A rule that takes down a whole service strikes at the start; no request triggers it.
   [[nodiscard]] bool strikes_at_start() const { return action == fault_action::down && !message; }

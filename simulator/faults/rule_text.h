@@ -22,25 +22,52 @@ struct action_form {
   const char* form;
 };
 
-struct rule_text {
-  std::string text;  ///< as the user wrote it
+// Limits of what a value stands for.
+constexpr std::uint32_t max_8 = 0xFF;
+constexpr std::uint32_t max_16 = 0xFFFF;
+constexpr std::uint32_t max_32 = 0xFFFFFFFF;
+
+/// The parts of a rule, which lie in its text.
+class rule_text {
+ public:
+  /// Throws as refuse() does.
+  rule_text(std::string_view whole, std::span<const action_form> actions);
+
+  /// Throws `usage_error`, which names the rule and the form expected.
+  [[noreturn]] void refuse(const std::string& reason) const;
+
+  std::string_view text;  ///< as the user wrote it
   std::string_view target;
   std::optional<std::string_view> message;
   std::optional<std::uint32_t> nth;
   std::size_t action = 0;  ///< its index among the forms
   std::optional<std::uint32_t> value;
-};
 
-/// Throws `usage_error`, which names the rule and the form expected. The views lie in `text`.
-[[nodiscard]] rule_text read_rule(std::string_view text, std::span<const action_form> actions);
+ private:
+  void read_action(std::string_view action_text);
+
+  std::span<const action_form> actions_;
+};
 
 /// What the rule is about.
 [[nodiscard]] std::string_view target_of_rule(std::string_view text);
 
-[[noreturn]] void refuse_rule(std::string_view rule, const std::string& reason,
-                              std::span<const action_form> actions);
+/// What rules of all kinds have. Action is an enumeration in the order of the forms.
+template <typename Action>
+struct rule {
+  explicit rule(const rule_text& read)
+      : text(read.text),
+        nth(read.nth),
+        action(static_cast<Action>(read.action)),
+        value(read.value) {}
 
-/// Rules, and how many requests each has matched so far. Rule has an optional `nth`.
+  std::string text;
+  std::optional<std::uint32_t> nth;
+  Action action;
+  std::optional<std::uint32_t> value;
+};
+
+/// Rules, and how many requests each has matched so far.
 template <typename Rule>
 class counted_rules {
  public:

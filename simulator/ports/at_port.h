@@ -9,7 +9,7 @@
 #include <asio/posix/stream_descriptor.hpp>
 
 #include "simulator/at/at_commands.h"
-#include "simulator/ports/shared_terminal.h"
+#include "simulator/ports/terminals.h"
 #include "simulator/trace.h"
 
 namespace sim {

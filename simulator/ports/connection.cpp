@@ -28,11 +28,12 @@ std::optional<std::size_t> write_now(int stream, byte_view bytes) {
 }  // namespace
 
 connection::connection(peer_stream stream, boundaries kept, std::size_t most_received,
-                       std::size_t most_waiting)
+                       std::size_t most_waiting, left_handler left)
     : stream_(std::move(stream)),
       kept_(kept),
       most_received_(most_received),
       most_waiting_(most_waiting),
+      left_(std::move(left)),
       buffer_(std::make_unique_for_overwrite<std::uint8_t[]>(most_received)) {
   stream_.non_blocking(true);
 }
@@ -94,7 +95,7 @@ void connection::write_queued() {
 void connection::close(std::string_view reason) {
   if (std::exchange(is_closed_, true)) return;
   asio::post(stream_.get_executor(), [self = shared_from_this(), reason] {
-    self->left(reason);
+    self->left_(reason);
     std::error_code ignored;
     self->stream_.close(ignored);
   });

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <string_view>
@@ -28,6 +29,9 @@ class connection : public std::enable_shared_from_this<connection> {
   connection& operator=(const connection&) = delete;
   virtual ~connection() = default;
 
+  /// Called from the event loop when the connection ends, with the reason.
+  using left_handler = std::function<void(std::string_view reason)>;
+
   /// Begins to receive.
   void start() { receive(); }
   /// Stops sending and receiving. The connection is removed later from the event loop, because the
@@ -41,7 +45,7 @@ class connection : public std::enable_shared_from_this<connection> {
   /// Receives up to `most_received` bytes at a time. A peer that leaves more than `most_waiting`
   /// unread is dropped.
   connection(peer_stream stream, boundaries kept, std::size_t most_received,
-             std::size_t most_waiting);
+             std::size_t most_waiting, left_handler left);
 
   /// Waits for bytes once and hands them to received().
   void receive();
@@ -56,8 +60,6 @@ class connection : public std::enable_shared_from_this<connection> {
   virtual void received(protocol::byte_view bytes) = 0;
   /// The peer has read some of the queue.
   virtual void made_room() {}
-  /// Called when the connection ends, with the reason.
-  virtual void left(std::string_view reason) = 0;
 
  private:
   void enqueue(protocol::byte_view bytes);
@@ -68,6 +70,7 @@ class connection : public std::enable_shared_from_this<connection> {
   const boundaries kept_;
   const std::size_t most_received_;
   const std::size_t most_waiting_;
+  const left_handler left_;
   std::unique_ptr<std::uint8_t[]> buffer_;
   std::deque<std::vector<std::uint8_t>> queue_;
   std::size_t written_ = 0;  ///< of the first in the queue

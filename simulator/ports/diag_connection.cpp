@@ -36,21 +36,19 @@ protocol::diag::time_stamp stamp_of_now() {
 
 }  // namespace
 
-diag_connection::diag_connection(asio::io_context& io, diag::server& server, unsigned number,
+diag_connection::diag_connection(asio::io_context& io, diag_server& server, unsigned number,
                                  peer_stream stream, left_handler left)
-    : connection(std::move(stream), boundaries::none, most_received, no_limit),
+    : connection(std::move(stream), boundaries::none, most_received, no_limit,
+                 [this, tell = std::move(left)](std::string_view reason) {
+                   pause_.cancel();
+                   stream_timer_.cancel();
+                   tell(reason);
+                 }),
       server_(server),
       number_(number),
-      left_(std::move(left)),
       restarts_(server.state.activity.of(event::restart)),
       pause_(io),
       stream_timer_(io) {}
-
-void diag_connection::left(std::string_view reason) {
-  pause_.cancel();
-  stream_timer_.cancel();
-  left_(reason);
-}
 
 void diag_connection::received(byte_view bytes) {
   unread_ = bytes;

@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
-#include <string_view>
 #include <vector>
 
 #include <asio/io_context.hpp>
@@ -14,22 +13,30 @@
 #include "protocol/hdlc.h"
 #include "simulator/clock.h"
 #include "simulator/diag/command.h"
-#include "simulator/diag/server.h"
+#include "simulator/diag/faults.h"
+#include "simulator/diag/stream.h"
 #include "simulator/ports/connection.h"
+#include "simulator/trace.h"
 
 namespace sim {
 
+/// What all clients share.
+struct diag_server {
+  modem& state;
+  const diag::source& packets;  ///< sent unasked
+  diag::faults faults;
+  sim::trace& trace;
+  std::function<void()> restart;  ///< of the whole modem
+};
+
 class diag_connection : public connection {
  public:
-  /// Calls `left` from the event loop when the stream ends, with the reason.
-  using left_handler = std::function<void(std::string_view reason)>;
-  diag_connection(asio::io_context& io, diag::server& server, unsigned number, peer_stream stream,
+  diag_connection(asio::io_context& io, diag_server& server, unsigned number, peer_stream stream,
                   left_handler left);
 
  private:
   void received(protocol::byte_view bytes) override;
   void made_room() override;
-  void left(std::string_view reason) override;
 
   void work_off_requests();
   void serve(protocol::byte_view request);
@@ -46,9 +53,8 @@ class diag_connection : public connection {
 
   void send_packet(protocol::byte_view packet);
 
-  diag::server& server_;
+  diag_server& server_;
   unsigned number_;
-  left_handler left_;
 
   protocol::byte_view unread_;  ///< of what was received last
   protocol::hdlc::deframer deframer_;

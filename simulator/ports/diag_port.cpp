@@ -6,9 +6,7 @@
 #include <netinet/tcp.h>
 #include <sys/socket.h>
 
-#include <cerrno>
 #include <chrono>
-#include <cstring>
 #include <utility>
 
 #include "simulator/failure.h"
@@ -18,18 +16,15 @@ namespace {
 
 constexpr std::chrono::milliseconds terminal_retry{100};
 
-[[noreturn]] void fail(const char* what, unsigned port) {
-  throw failure(fmt::format("cannot {} TCP port {}: {}", what, port, std::strerror(errno)));
-}
-
 sockaddr* generic(sockaddr_in& address) {
   return reinterpret_cast<sockaddr*>(&address);
 }
 
 /// Bound to this host only. Sets `port` to the port that the kernel chose.
 host::file_descriptor bind_tcp(std::uint16_t& port) {
+  const std::string name = fmt::format("TCP port {}", port);
   host::file_descriptor made(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  if (!made.valid()) fail("make a socket for", port);
+  if (!made.valid()) fail_to("make a socket for", name);
   const int on = 1;
   ::setsockopt(made.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof(on));
   sockaddr_in address{};
@@ -37,8 +32,8 @@ host::file_descriptor bind_tcp(std::uint16_t& port) {
   address.sin_family = AF_INET;
   address.sin_port = htons(port);
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  if (::bind(made.get(), generic(address), size) != 0) fail("use", port);
-  if (::getsockname(made.get(), generic(address), &size) != 0) fail("ask for", port);
+  if (::bind(made.get(), generic(address), size) != 0) fail_to("use", name);
+  if (::getsockname(made.get(), generic(address), &size) != 0) fail_to("ask for", name);
   port = ntohs(address.sin_port);
   return made;
 }
@@ -69,7 +64,7 @@ diag_port::diag_port(asio::io_context& io, const diag_ways& ways)
 
 diag_port::~diag_port() = default;
 
-void diag_port::start(diag::server& server) {
+void diag_port::start(diag_server& server) {
   server_ = &server;
   unix_.start([this](peer_stream socket) { add(std::move(socket)); });
   if (tcp_) {

@@ -13,11 +13,10 @@
 #include <asio/io_context.hpp>
 #include <asio/steady_timer.hpp>
 
-#include "simulator/diag/server.h"
 #include "simulator/ports/diag_connection.h"
 #include "simulator/ports/listener.h"
 #include "simulator/ports/socket_path.h"
-#include "simulator/ports/terminal_link.h"
+#include "simulator/ports/terminals.h"
 
 namespace sim {
 
@@ -34,7 +33,7 @@ class diag_port {
   ~diag_port();
 
   /// Starts to accept clients.
-  void start(diag::server& server);
+  void start(diag_server& server);
 
   /// 0 when there is none.
   [[nodiscard]] std::uint16_t tcp_port() const { return tcp_port_; }
@@ -57,7 +56,7 @@ class diag_port {
   peer_stream terminal_;  ///< our side of the one for the next client
   std::optional<terminal_link> link_;
   asio::steady_timer terminal_again_;
-  diag::server* server_ = nullptr;
+  diag_server* server_ = nullptr;
   std::map<unsigned, std::shared_ptr<diag_connection>> connections_;
   unsigned next_ = 1;
 };

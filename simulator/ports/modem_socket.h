@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <unordered_map>
 
 #include <asio/generic/seq_packet_protocol.hpp>
@@ -19,8 +18,6 @@
 
 namespace sim {
 
-class modem_connection;
-
 class modem_socket_port : public port {
  public:
   /// Binds; throws `failure`.
@@ -33,21 +30,17 @@ class modem_socket_port : public port {
   void send(protocol::qrtr::address to, protocol::qrtr::address from,
             protocol::byte_view datagram) override;
 
-  // For the connections.
-  void receive(std::uint32_t client_port, protocol::byte_view packet);
-  void remove(std::uint32_t client_port, std::string_view reason);
-
  private:
+  class client_connection;
   using protocol_type = asio::generic::seq_packet_protocol;
 
   void accepted(peer_stream socket);
-  [[nodiscard]] client client_at(std::uint32_t client_port);
 
   socket_path path_;
   listener<protocol_type> listener_;
   trace& trace_;
   dispatcher* dispatcher_ = nullptr;
-  std::unordered_map<std::uint32_t, std::shared_ptr<modem_connection>> connections_;
+  std::unordered_map<std::uint32_t, std::shared_ptr<client_connection>> connections_;
   std::uint32_t next_port_;
 };
 

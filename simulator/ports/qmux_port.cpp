@@ -12,7 +12,6 @@
 #include "protocol/modem_socket.h"
 #include "protocol/qmi_message.h"
 #include "simulator/failure.h"
-#include "simulator/ports/qmux_connection.h"
 #include "simulator/ports/qmux_control.h"
 
 namespace sim {
@@ -31,6 +30,51 @@ host::file_descriptor bind_proxy_socket() {
   return bound;
 }
 
+class qmux_port::client_connection : public connection {
+ public:
+  /// The terminal, if it is one, must outlive the connection.
+  client_connection(qmux_port& owner, connection_number number, peer_stream stream,
+                    shared_terminal* terminal, left_handler left)
+      : connection(std::move(stream), boundaries::none, most_received, usual_most_waiting,
+                   std::move(left)),
+        owner_(owner),
+        number_(number),
+        terminal_(terminal) {}
+
+  using connection::send;
+
+  /// What came of a frame and what was not read belong to a client that has gone.
+  void forget_client() {
+    frames_ = {};
+    terminal_->discard_unread();
+  }
+
+ private:
+  static constexpr std::size_t most_received = 16384;
+
+  void received(protocol::byte_view bytes) override {
+    if (terminal_ != nullptr) terminal_->note_closings();
+    frames_.add(bytes);
+    while (!is_closed()) {
+      const auto frame = frames_.next();
+      if (!frame) break;
+      owner_.receive(number_, *frame);
+    }
+    if (frames_.broken()) {
+      constexpr std::string_view reason = "it sent something that is not a QMUX frame";
+      if (terminal_ == nullptr) return close(reason);
+      owner_.ignore(number_, reason);
+      frames_ = {};
+    }
+    if (!is_closed()) receive();
+  }
+
+  qmux_port& owner_;
+  const connection_number number_;
+  shared_terminal* const terminal_;
+  qmux::frame_cutter frames_;
+};
+
 qmux_port::qmux_port(asio::io_context& io, const node& node, dispatcher& dispatcher, trace& trace)
     : io_(io), node_(node), dispatcher_(dispatcher), trace_(trace) {}
 
@@ -38,9 +82,7 @@ qmux_port::~qmux_port() = default;
 
 void qmux_port::listen(host::file_descriptor bound) {
   listener_.emplace(io_, std::move(bound));
-  listener_->start([this](peer_stream socket) {
-    add(std::make_shared<qmux_connection>(*this, next_connection_, std::move(socket)));
-  });
+  listener_->start([this](peer_stream socket) { add(std::move(socket)); });
 }
 
 void qmux_port::open_terminal(const std::string& path) {
@@ -49,13 +91,19 @@ void qmux_port::open_terminal(const std::string& path) {
     trace_.note(fmt::format("QMUX connection {}: a client has closed the terminal", number));
     connections_.at(number)->forget_client();
   });
-  add(std::make_shared<qmux_connection>(
-      *this, number, peer_stream(io_, terminal_->take_ours().release()), *terminal_));
+  add(peer_stream(io_, terminal_->take_ours().release()));
 }
 
-void qmux_port::add(const std::shared_ptr<qmux_connection>& connection) {
-  connections_.emplace(next_connection_, connection);
-  trace_.note(fmt::format("QMUX connection {} opens", next_connection_++));
+void qmux_port::add(peer_stream stream) {
+  const connection_number number = next_connection_++;
+  const auto connection = std::make_shared<client_connection>(
+      *this, number, std::move(stream), terminal_ ? &*terminal_ : nullptr,
+      [this, number](std::string_view reason) {
+        connections_.erase(number);
+        trace_.note(fmt::format("QMUX connection {} ends: {}", number, reason));
+      });
+  connections_.emplace(number, connection);
+  trace_.note(fmt::format("QMUX connection {} opens", number));
   connection->start();
 }
 
@@ -115,11 +163,6 @@ void qmux_port::write(connection_number to, const qmux::frame& frame) {
 
 void qmux_port::ignore(connection_number from, std::string_view reason) {
   trace_.note(fmt::format("QMUX connection {}, ignored: {}", from, reason));
-}
-
-void qmux_port::remove(connection_number gone, std::string_view reason) {
-  connections_.erase(gone);
-  trace_.note(fmt::format("QMUX connection {} ends: {}", gone, reason));
 }
 
 const service_row* qmux_port::find_service(std::uint8_t id) const {

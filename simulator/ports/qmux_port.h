@@ -20,12 +20,10 @@
 #include "simulator/ports/connection.h"
 #include "simulator/ports/listener.h"
 #include "simulator/ports/qmux_clients.h"
-#include "simulator/ports/shared_terminal.h"
+#include "simulator/ports/terminals.h"
 #include "simulator/trace.h"
 
 namespace sim {
-
-class qmux_connection;
 
 /// A socket bound to the abstract address at which stock clients look for their proxy. Throws
 /// `failure` if another program has the address.
@@ -44,11 +42,6 @@ class qmux_port : public port {
   void send(protocol::qrtr::address to, protocol::qrtr::address from,
             protocol::byte_view datagram) override;
 
-  // For the connections.
-  void receive(connection_number from, const protocol::qmux::frame& frame);
-  void ignore(connection_number from, std::string_view reason);
-  void remove(connection_number gone, std::string_view reason);
-
   // For CTL.
   [[nodiscard]] const node& services() const { return node_; }
   /// The service if it is up and its number fits, otherwise null.
@@ -61,9 +54,13 @@ class qmux_port : public port {
   void release_all();
 
  private:
+  /// A socket's, which ends with its client, or the terminal, which stays.
+  class client_connection;
   using protocol_type = asio::generic::stream_protocol;
 
-  void add(const std::shared_ptr<qmux_connection>& connection);
+  void add(peer_stream stream);
+  void receive(connection_number from, const protocol::qmux::frame& frame);
+  void ignore(connection_number from, std::string_view reason);
   /// Not silence, which a client would wait out.
   void refuse(connection_number from, const protocol::qmux::frame& frame);
   void control(connection_number from, protocol::byte_view message);
@@ -78,7 +75,7 @@ class qmux_port : public port {
   qmux_clients clients_;
   std::optional<listener<protocol_type>> listener_;
   std::optional<shared_terminal> terminal_;
-  std::map<connection_number, std::shared_ptr<qmux_connection>> connections_;
+  std::map<connection_number, std::shared_ptr<client_connection>> connections_;
   connection_number next_connection_ = 1;
 };
 

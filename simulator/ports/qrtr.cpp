@@ -22,10 +22,6 @@ using endpoint = asio::generic::datagram_protocol::endpoint;
 
 constexpr std::size_t max_datagram = 65535;
 
-[[noreturn]] void fail(const char* what) {
-  throw failure(fmt::format("cannot {} AF_QIPCRTR: {}", what, std::strerror(errno)));
-}
-
 endpoint endpoint_of(protocol::qrtr::address at) {
   sockaddr_qrtr address{};
   address.sq_family = AF_QIPCRTR;
@@ -42,7 +38,7 @@ protocol::qrtr::address address_of(const endpoint& from) {
 
 socket_type open_socket(asio::io_context& io) {
   host::file_descriptor made(::socket(AF_QIPCRTR, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-  if (!made.valid()) fail("listen on");
+  if (!made.valid()) fail_to("listen on", "AF_QIPCRTR");
   return {io, asio::generic::datagram_protocol(AF_QIPCRTR, 0), made.release()};
 }
 
@@ -85,15 +81,7 @@ void qrtr_port::send(protocol::qrtr::address to, protocol::qrtr::address from,
   (void)send_to(socket_of(from).socket, endpoint_of(to), datagram);
 }
 
-void qrtr_port::service_up(const protocol::qrtr::server& server) {
-  publish(protocol::qrtr::command::new_server, server);
-}
-
-void qrtr_port::service_down(const protocol::qrtr::server& server) {
-  publish(protocol::qrtr::command::del_server, server);
-}
-
-void qrtr_port::publish(protocol::qrtr::command change, const protocol::qrtr::server& server) {
+void qrtr_port::announce(protocol::qrtr::command change, const protocol::qrtr::server& server) {
   service_socket& from = socket_of(server.at);
   const auto packet = protocol::qrtr::build_control({change, server});
   if (!send_to(from.socket, from.name_service, packet)) {

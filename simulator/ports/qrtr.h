@@ -24,14 +24,12 @@ class qrtr_port : public port {
 
   void send(protocol::qrtr::address to, protocol::qrtr::address from,
             protocol::byte_view datagram) override;
-  void service_up(const protocol::qrtr::server& server) override;
-  void service_down(const protocol::qrtr::server& server) override;
+  void announce(protocol::qrtr::command change, const protocol::qrtr::server& server) override;
 
  private:
   struct service_socket;
 
   service_socket& socket_of(protocol::qrtr::address service);
-  void publish(protocol::qrtr::command change, const protocol::qrtr::server& server);
   void receive(service_socket& socket);
   void received(const service_socket& socket, std::size_t size);
 

@@ -73,17 +73,10 @@ void qrtr_link::resume(address to) {
   }
 }
 
-void qrtr_link::service_up(const protocol::qrtr::server& server) {
-  announce(command::new_server, server);
-}
-
-void qrtr_link::service_down(const protocol::qrtr::server& server) {
-  announce(command::del_server, server);
-}
-
-void qrtr_link::announce(command change, protocol::qrtr::server server) {
-  server.at.node = number_;
-  const auto payload = protocol::qrtr::build_control({change, server});
+void qrtr_link::announce(command change, const protocol::qrtr::server& server) {
+  protocol::qrtr::server ours = server;
+  ours.at.node = number_;
+  const auto payload = protocol::qrtr::build_control({change, ours});
   write({change, {number_, control_port}, control_address, payload});
 }
 

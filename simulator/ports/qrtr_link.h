@@ -32,8 +32,7 @@ class qrtr_link : public port {
 
   void send(protocol::qrtr::address to, protocol::qrtr::address from,
             protocol::byte_view datagram) override;
-  void service_up(const protocol::qrtr::server& server) override;
-  void service_down(const protocol::qrtr::server& server) override;
+  void announce(protocol::qrtr::command change, const protocol::qrtr::server& server) override;
 
  private:
   /// To one client. What it has not confirmed is limited, and the rest waits.
@@ -45,7 +44,6 @@ class qrtr_link : public port {
   void receive();
   void received(const protocol::qrtr::link_packet& packet);
   void resume(protocol::qrtr::address to);
-  void announce(protocol::qrtr::command change, protocol::qrtr::server server);
   void write(const protocol::qrtr::link_packet& packet);
 
   asio::posix::stream_descriptor link_;

@@ -7,7 +7,6 @@
 #include <sys/stat.h>
 
 #include <cerrno>
-#include <cstring>
 #include <optional>
 
 #include "host/directories.h"
@@ -20,10 +19,6 @@ namespace {
 
 constexpr mode_t owner_only = 0600;
 
-[[noreturn]] void fail(const char* what, const std::string& path, int reason) {
-  throw failure(fmt::format("cannot {} {}: {}", what, path, std::strerror(reason)));
-}
-
 host::unix_address address_of(const std::string& path) {
   const auto address = host::unix_address::of_path(path);
   if (!address) {
@@ -35,14 +30,14 @@ host::unix_address address_of(const std::string& path) {
 
 host::file_descriptor make_socket(int type, const std::string& path) {
   host::file_descriptor made(::socket(AF_UNIX, type | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-  if (!made.valid()) fail("make a socket for", path, errno);
+  if (!made.valid()) fail_to("make a socket for", path);
   return made;
 }
 
 std::optional<struct stat> status_of(const std::string& path) {
   struct stat status {};
   if (::lstat(path.c_str(), &status) == 0) return status;
-  if (errno != ENOENT) fail("look at", path, errno);
+  if (errno != ENOENT) fail_to("look at", path);
   return std::nullopt;
 }
 
@@ -50,7 +45,7 @@ std::optional<struct stat> status_of(const std::string& path) {
 /// clients to that user.
 std::string checked(std::string path) {
   (void)address_of(path);
-  if (!host::make_directories(host::parent_of(path))) fail("make the directory of", path, errno);
+  if (!host::make_directories(host::parent_of(path))) fail_to("make the directory of", path);
   if (const auto distrust = host::distrust_of_socket(path); !distrust.empty()) {
     throw failure(fmt::format("cannot listen on {}: {}", path, distrust));
   }
@@ -64,7 +59,7 @@ path_lock::path_lock(const std::string& path) : file_(path + ".lock") {
     auto [opened, error] = host::open_lock(file_);
     if (!opened.valid()) throw failure(fmt::format("cannot use the lock {}: {}", file_, error));
     if (::flock(opened.get(), LOCK_EX | LOCK_NB) != 0) {
-      if (errno != EWOULDBLOCK) fail("lock", file_, errno);
+      if (errno != EWOULDBLOCK) fail_to("lock", file_);
       throw failure("another modem already listens on " + path);
     }
     // An owner that is just ending may have removed the file that was opened.
@@ -103,7 +98,7 @@ void socket_path::make_room() {
   if (::connect(probe.get(), address.get(), address.size()) == 0 || errno != ECONNREFUSED) {
     throw failure("another program already listens on " + path_);
   }
-  if (::unlink(path_.c_str()) != 0) fail("remove the stale socket", path_, errno);
+  if (::unlink(path_.c_str()) != 0) fail_to("remove the stale socket", path_);
 }
 
 void socket_path::bind() {
@@ -112,7 +107,7 @@ void socket_path::bind() {
   // The file in the directory gets the mode of the socket.
   if (::fchmod(socket_.get(), owner_only) != 0 ||
       ::bind(socket_.get(), address.get(), address.size()) != 0) {
-    fail("bind", path_, errno);
+    fail_to("bind", path_);
   }
   if (const auto status = status_of(path_)) inode_ = status->st_ino;
 }

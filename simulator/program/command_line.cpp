@@ -24,25 +24,13 @@
 namespace sim {
 namespace {
 
+/// What the library reads: the options as they are, and texts that are looked at afterwards.
 struct raw_options {
-  std::string socket;
-  std::string state = default_state_directory();
-  bool qrtr = false;
-  std::optional<std::uint32_t> qrtr_node;
-  bool trace = false;
+  modem_options modem;
   std::vector<std::string> faults;
   std::vector<std::string> settings;
   std::uint32_t restart_time = 2000;
-  std::string at_device;
-  std::string diag_socket;
-  std::optional<std::uint16_t> diag_tcp;
-  std::string diag_pty;
-  std::string play;
-  std::optional<std::uint32_t> rate;
-  bool play_now = false;
-  std::string qmux;
-  bool qmi_proxy = false;
-  std::string qmux_pty;
+  diag::play_options play;
 };
 
 constexpr const char* no_separator =
@@ -52,94 +40,64 @@ std::string not_empty(const std::string& path) {
   return path.empty() ? "empty path" : "";
 }
 
-void add_options(CLI::App& command, raw_options& options, const std::string& default_socket) {
-  command.add_option("--socket", options.socket, "the modem socket [" + default_socket + "]")
-      ->type_name("PATH")
-      ->check(not_empty);
-  command.add_option("--state", options.state, "where the modem keeps its state")
-      ->type_name("DIR")
-      ->check(not_empty)
-      ->capture_default_str();
-  command.add_flag("--qrtr", options.qrtr, "serve the kernel's AF_QIPCRTR sockets as well");
+void add_options(CLI::App& command, raw_options& raw, const std::string& default_socket) {
+  modem_options& modem = raw.modem;
+  const auto add_path = [&command](const char* name, std::string& path, const std::string& help,
+                                   const char* type = "PATH") {
+    return command.add_option(name, path, help)->type_name(type)->check(not_empty);
+  };
+  const auto add_texts = [&command](const char* name, std::vector<std::string>& texts,
+                                    const char* help, const char* type) {
+    command.add_option(name, texts, help)->type_name(type)->allow_extra_args(false);
+  };
+  add_path("--socket", modem.socket, "the modem socket [" + default_socket + "]");
+  add_path("--state", modem.state, "where the modem keeps its state", "DIR")->capture_default_str();
+  command.add_flag("--qrtr", modem.qrtr, "serve the kernel's AF_QIPCRTR sockets as well");
   command
-      .add_option("--qrtr-node", options.qrtr_node,
+      .add_option("--qrtr-node", modem.qrtr_node,
                   "be a QRTR node of this number as well, by the kernel's /dev/qrtr-tun")
       ->type_name("NUMBER");
-  command.add_flag("--trace", options.trace, "show every message on standard error");
-  command.add_option("--fault", options.faults, "SERVICE[/MESSAGE[@N]]=ACTION[:VALUE]; repeatable")
-      ->type_name("RULE")
-      ->allow_extra_args(false);
-  command.add_option("--set", options.settings, "a setting of the modem at its start; repeatable")
-      ->type_name("KEY=VALUE")
-      ->allow_extra_args(false);
-  command.add_option("--restart-time", options.restart_time, "how long a restart takes")
+  command.add_flag("--trace", modem.trace, "show every message on standard error");
+  add_texts("--fault", raw.faults, "SERVICE[/MESSAGE[@N]]=ACTION[:VALUE]; repeatable", "RULE");
+  add_texts("--set", raw.settings, "a setting of the modem at its start; repeatable", "KEY=VALUE");
+  command.add_option("--restart-time", raw.restart_time, "how long a restart takes")
       ->type_name("MS")
       ->capture_default_str();
-  command.add_option("--at-device", options.at_device, "a terminal that answers AT commands")
-      ->type_name("PATH")
-      ->check(not_empty);
+  add_path("--at-device", modem.at_device, "a terminal that answers AT commands");
+  add_path(
+      "--diag-socket", modem.diag.socket,
+      fmt::format("the DIAG socket [{} beside the modem socket]", protocol::diag::port_socket));
   command
-      .add_option(
-          "--diag-socket", options.diag_socket,
-          fmt::format("the DIAG socket [{} beside the modem socket]", protocol::diag::port_socket))
-      ->type_name("PATH")
-      ->check(not_empty);
-  command
-      .add_option("--diag-tcp", options.diag_tcp,
+      .add_option("--diag-tcp", modem.diag.tcp,
                   "DIAG on a TCP port of 127.0.0.1 as well, 0 for a free one")
       ->type_name("PORT");
-  command.add_option("--diag-pty", options.diag_pty, "DIAG on a terminal as well")
-      ->type_name("LINK")
-      ->check(not_empty);
+  add_path("--diag-pty", modem.diag.terminal, "DIAG on a terminal as well", "LINK");
   CLI::Option* const play =
-      command.add_option("--play", options.play, "send what a capture of HDLC frames holds")
-          ->type_name("FILE")
-          ->check(not_empty);
+      add_path("--play", raw.play.file, "send what a capture of HDLC frames holds", "FILE");
   command
-      .add_option("--rate", options.rate,
+      .add_option("--rate", raw.play.rate,
                   "packets played a second, 0 for no limit [as their time stamps say]")
       ->type_name("N")
       ->needs(play);
-  command.add_flag("--play-now", options.play_now, "play with the time stamps of now")->needs(play);
-  command.add_option("--qmux", options.qmux, "a stream socket that speaks QMUX")
-      ->type_name("PATH")
-      ->check(not_empty);
-  command.add_flag("--qmi-proxy", options.qmi_proxy,
+  command.add_flag("--play-now", raw.play.now, "play with the time stamps of now")->needs(play);
+  add_path("--qmux", modem.qmux, "a stream socket that speaks QMUX");
+  command.add_flag("--qmi-proxy", modem.qmi_proxy,
                    "speak QMUX where qmicli -p looks for its proxy");
-  command.add_option("--qmux-pty", options.qmux_pty, "a terminal that speaks QMUX")
-      ->type_name("LINK")
-      ->check(not_empty);
+  add_path("--qmux-pty", modem.qmux_terminal, "a terminal that speaks QMUX", "LINK");
 }
 
 /// Reads the capture, which may take a while: nothing is open yet that would have to be removed, so
 /// any signal may end the program.
 modem_options checked(const raw_options& raw) {
-  modem_options options{
-      .socket = raw.socket,
-      .state = raw.state,
-      .qrtr = raw.qrtr,
-      .qrtr_node = raw.qrtr_node,
-      .trace = raw.trace,
-      .faults = {},
-      .settings = {},
-      .restart_time = std::chrono::milliseconds(raw.restart_time),
-      .at_device = raw.at_device,
-      .qmux = raw.qmux,
-      .qmi_proxy = raw.qmi_proxy,
-      .qmux_terminal = raw.qmux_pty,
-      .diag = {.socket = raw.diag_socket, .tcp = raw.diag_tcp, .terminal = raw.diag_pty},
-      .diag_faults = {},
-      .played = nullptr};
+  modem_options options = raw.modem;
+  options.restart_time = std::chrono::milliseconds(raw.restart_time);
   constexpr std::uint32_t all_nodes = 0xFFFFFFFF;
-  const std::uint32_t number = raw.qrtr_node.value_or(protocol::modem_socket::modem_node);
+  const std::uint32_t number = options.qrtr_node.value_or(protocol::modem_socket::modem_node);
   if (number == protocol::modem_socket::local_node || number == all_nodes) {
     throw usage_error(fmt::format("--qrtr-node {}: this is the number of {}", number,
                                   number == all_nodes ? "all nodes" : "the kernel's node"));
   }
-  if (!raw.play.empty()) {
-    options.played = std::make_shared<diag::capture>(
-        diag::play_options{.file = raw.play, .rate = raw.rate, .now = raw.play_now});
-  }
+  if (!raw.play.file.empty()) options.played = std::make_shared<diag::capture>(raw.play);
   for (const std::string& rule : raw.faults) {
     if (target_of_rule(rule) == diag::fault_target) {
       options.diag_faults.push_back(diag::parse_fault_rule(rule));
@@ -174,6 +132,7 @@ command parse_command_line(int argc, const char* const* argv) {
   const auto ours = static_cast<int>(separator - all.begin());
 
   raw_options raw;
+  raw.modem.state = default_state_directory();
   CLI::App app("A simulated modem.", "tvk-modem");
   app.set_version_flag("--version", "tvk-modem " TVK_MODEM_VERSION);
   app.require_subcommand(1);

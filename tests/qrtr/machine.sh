@@ -1,6 +1,15 @@
-# Shared by the checks of this folder: a virtual machine with a stock kernel, unpacked and not
-# installed. `work` is a folder for what is only needed meanwhile, `root` becomes the machine's.
-# shellcheck shell=bash disable=SC2154
+# Shared by the checks of this folder, each with its `name` and the build folder as its first
+# argument: a virtual machine with a stock kernel, unpacked and not installed. `work` is a folder for
+# what is only needed meanwhile, `root` becomes the machine's.
+# shellcheck shell=bash disable=SC2154,SC2034
+set -Eeuo pipefail
+trap 'echo "$name: cannot be checked, line $LINENO failed: $BASH_COMMAND" >&2' ERR
+cd "$(dirname "${BASH_SOURCE[0]}")/../.."
+. tools/packages.sh
+bin=$(realpath "$1")/bin
+work=$(mktemp -d)
+root=$work/root
+trap 'rm -rf "$work"' EXIT
 
 # Sets kernel, version, and modules, the folder of the kernel's modules.
 fetch_kernel() {

@@ -1,13 +1,9 @@
 // The AT channel of tvk-modem, over its pseudo-terminal.
-#include <fcntl.h>
-#include <sys/ioctl.h>
 #include <termios.h>
-#include <unistd.h>
 
 #include <array>
 #include <filesystem>
 #include <fstream>
-#include <utility>
 
 #include "support/eventually.h"
 #include "support/process.h"
@@ -22,45 +18,41 @@ using namespace support;
 
 class terminal : public open_socket {
  public:
-  explicit terminal(const std::string& path)
-      : open_socket(::open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC)) {
+  explicit terminal(const std::string& path) : open_socket(terminal_at(path)) {
     // Answers that the client before did not read.
     ::tcflush(descriptor_, TCIFLUSH);
   }
 
-  void take_for_itself() const { ASSERT_EQ(::ioctl(descriptor_, TIOCEXCL), 0); }
-  /// Waits until it is not exclusive. Opening it would prove nothing: root always can.
-  [[nodiscard]] bool is_shared() const {
-    return eventually([this] { return !is_exclusive(descriptor_); });
-  }
-
   void send(const std::string& text) const { write(ascii(text)); }
 
-  /// Up to `end`, or what came in half a minute.
-  [[nodiscard]] std::string receive(const std::string& end) const {
-    std::string text;
-    while (!text.ends_with(end) && readable()) {
+  /// Sends the text and reads as far as `end`, or what comes in half a minute.
+  [[nodiscard]] std::string ask(const std::string& text, const std::string& end) const {
+    send(text);
+    std::string answer;
+    while (!answer.ends_with(end) && readable()) {
       std::array<char, 256> buffer{};
       const ssize_t size = ::read(descriptor_, buffer.data(), buffer.size());
       if (size <= 0) break;
-      text.append(buffer.data(), static_cast<std::size_t>(size));
+      answer.append(buffer.data(), static_cast<std::size_t>(size));
     }
-    return text;
+    return answer;
+  }
+  void expect(const std::string& text, const std::string& answer) const {
+    EXPECT_EQ(ask(text, answer), answer) << text;
   }
 };
 
-std::vector<std::string> at_options(const temp_dir& dir) {
-  return {"--trace", "--at-device", dir.file("at")};
-}
+class tvk_modem_at : public testing::Test {
+ protected:
+  const temp_dir dir_;
+  const std::string path_ = dir_.file("at");
+  simulated_modem modem_{{}, {"--trace", "--at-device", path_}};
+};
 
-TEST(tvk_modem_at, commands_are_answered_line_by_line) {
-  const temp_dir dir;
-  const simulated_modem modem({}, at_options(dir));
-  const terminal at(dir.file("at"));
-  at.send("AT\r");
-  EXPECT_EQ(at.receive("OK\r\n"), "AT\r\r\nOK\r\n") << "echoes at first";
-  at.send("ate0\r");
-  EXPECT_EQ(at.receive("OK\r\n"), "ate0\r\r\nOK\r\n");
+TEST_F(tvk_modem_at, commands_are_answered_line_by_line) {
+  const terminal at(path_);
+  at.expect("AT\r", "AT\r\r\nOK\r\n");  // echoes at first
+  at.expect("ate0\r", "ate0\r\r\nOK\r\n");
   const std::pair<const char*, const char*> rows[] = {
       {"AT+CGSN", "001017001234569\r\n\r\nOK"},
       {"at+cpin?", "+CPIN: READY\r\n\r\nOK"},
@@ -85,70 +77,58 @@ TEST(tvk_modem_at, commands_are_answered_line_by_line) {
       {"AT=", "ERROR"},
   };
   for (const auto& [line, answer] : rows) {
-    at.send(std::string(line) + "\r");
-    const std::string expected = "\r\n" + std::string(answer) + "\r\n";
-    EXPECT_EQ(at.receive(expected), expected) << line;
+    at.expect(std::string(line) + "\r", "\r\n" + std::string(answer) + "\r\n");
   }
-  at.send(std::string(600, 'A') + "\r\n\r\n");
-  EXPECT_EQ(at.receive("ERROR\r\n"), "\r\nERROR\r\n");
+  at.expect("AT" + std::string(600, 'Z') + "\r\n\r\n", "\r\nERROR\r\n");  // too long
   at.send("A");
-  at.send("T\nAT+NONE\r\n");
-  EXPECT_EQ(at.receive("ERROR\r\n"), "\r\nOK\r\n\r\nERROR\r\n") << "halves, and two at once";
+  at.expect("T\nAT+NONE\r\n", "\r\nOK\r\n\r\nERROR\r\n");  // halves, and two at once
 }
 
-TEST(tvk_modem_at, survives_writers_that_never_read) {
-  const temp_dir dir;
-  simulated_modem modem({}, at_options(dir));
+TEST_F(tvk_modem_at, survives_writers_that_never_read) {
   const std::string echo = "for i in 1 2 3; do echo \"AT+CGSN\\r\" > \"$0\"; done";
-  EXPECT_EQ(run("sh", {"-c", echo, dir.file("at")}).exit_status, 0);
-  EXPECT_TRUE(modem.process().wait_for_error_text("AT <- 001017001234569 |  | OK\n"));
+  EXPECT_EQ(run("sh", {"-c", echo, path_}).exit_status, 0);
+  EXPECT_TRUE(modem_.process().wait_for_error_text("AT <- 001017001234569 |  | OK\n"));
   {
-    const terminal deaf(dir.file("at"));
-    deaf.take_for_itself();
+    const terminal deaf(path_);
+    ASSERT_EQ(::ioctl(deaf.descriptor(), TIOCEXCL), 0);
     for (int i = 0; i < 20000; ++i) deaf.send("ATI\r");
     deaf.send("AT+LAST\r");
-    EXPECT_TRUE(modem.process().wait_for_error_text("AT -> AT+LAST\n"));
+    EXPECT_TRUE(modem_.process().wait_for_error_text("AT -> AT+LAST\n"));
   }
-  const terminal at(dir.file("at"));
-  EXPECT_TRUE(at.is_shared());
-  at.send("ATE0\rAT+CFUN?\r");
-  EXPECT_TRUE(at.receive("+CFUN: 1\r\n\r\nOK\r\n").ends_with("+CFUN: 1\r\n\r\nOK\r\n"));
+  const terminal at(path_);
+  // Opening it would prove nothing: root always can.
+  EXPECT_TRUE(eventually([&] { return !is_exclusive(at.descriptor()); }));
+  const std::string end = "+CFUN: 1\r\n\r\nOK\r\n";
+  EXPECT_TRUE(at.ask("ATE0\rAT+CFUN?\r", end).ends_with(end));
 }
 
-TEST(tvk_modem_at, link_of_a_killed_modem_is_replaced_and_nothing_else) {
-  const temp_dir dir;
-  const std::string path = dir.file("at");
-  simulated_modem modem({}, at_options(dir));
-  const auto refusal = [&] {
+TEST_F(tvk_modem_at, link_of_a_killed_modem_is_replaced_and_nothing_else) {
+  const auto expect_refusal = [this](const std::string& reason) {
     const temp_dir other;
-    return run(TVK_MODEM_PROGRAM, {"serve", "--socket", other.file("s"), "--state",
-                                   other.file("state"), "--at-device", path})
-        .errors;
+    const auto ended = run(TVK_MODEM_PROGRAM, {"serve", "--socket", other.file("s"), "--state",
+                                               other.file("state"), "--at-device", path_});
+    EXPECT_EQ(ended.errors, "tvk-modem: " + reason + "\n");
   };
-  EXPECT_EQ(refusal(), "tvk-modem: another modem already listens on " + path + "\n");
-  modem.kill();
-  ASSERT_TRUE(std::filesystem::is_symlink(path));
-  modem.start();
-  {
-    const terminal at(path);
-    at.send("AT\r");
-    EXPECT_EQ(at.receive("OK\r\n"), "AT\r\r\nOK\r\n");
-  }
-  modem.stop();
-  EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
+  expect_refusal("another modem already listens on " + path_);
+  modem_.kill();
+  ASSERT_TRUE(std::filesystem::is_symlink(path_));
+  modem_.start();
+  terminal(path_).expect("AT\r", "AT\r\r\nOK\r\n");
+  modem_.stop();
+  EXPECT_TRUE(std::filesystem::is_empty(dir_.path()));
 
-  const auto in_the_way = [&path](const std::string& what) {
-    return "tvk-modem: " + path + " exists, " + what +
-           ", and is not the terminal of a modem that was killed\n";
+  const auto expect_in_the_way = [&](const std::string& what) {
+    expect_refusal(path_ + " exists, " + what +
+                   ", and is not the terminal of a modem that was killed");
   };
-  std::ofstream(path) << "mine";
-  EXPECT_EQ(refusal(), in_the_way("a plain file"));
-  EXPECT_EQ(std::filesystem::file_size(path), 4U);
+  std::ofstream(path_) << "mine";
+  expect_in_the_way("a plain file");
+  EXPECT_EQ(std::filesystem::file_size(path_), 4U);
   for (const char* target : {"/dev/null", "/dev/pts/0"}) {
-    std::filesystem::remove(path);
-    std::filesystem::create_symlink(target, path);
-    EXPECT_EQ(refusal(), in_the_way(std::string("a link to ") + target));
-    EXPECT_EQ(std::filesystem::read_symlink(path), target);
+    std::filesystem::remove(path_);
+    std::filesystem::create_symlink(target, path_);
+    expect_in_the_way(std::string("a link to ") + target);
+    EXPECT_EQ(std::filesystem::read_symlink(path_), target);
   }
 }
 

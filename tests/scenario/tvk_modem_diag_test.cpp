@@ -1,10 +1,8 @@
 // The DIAG port of tvk-modem: what its clients ask, and what each of them is answered.
-#include <fcntl.h>
-#include <sys/ioctl.h>
-#include <sys/socket.h>
 #include <termios.h>
 
 #include <chrono>
+#include <sstream>
 #include <stdexcept>
 
 #include "support/diag_client.h"
@@ -17,26 +15,16 @@ namespace {
 
 using namespace support;
 
-struct exchange {
-  bytes request;
-  bytes answer;
-};
-
-void replay(diag_client& client, const std::vector<exchange>& all) {
-  for (const exchange& each : all) {
-    SCOPED_TRACE(::testing::PrintToString(each.request));
-    EXPECT_EQ(client.ask(each.request), each.answer);
+/// Asks each request of "request = answer;" pairs, in hexadecimal, and returns how many there are.
+int replay(diag_client& client, const std::string& pairs) {
+  int count = 0;
+  std::istringstream in(pairs);
+  for (std::string pair; std::getline(in, pair, ';'); ++count) {
+    SCOPED_TRACE(pair);
+    const std::size_t middle = pair.find('=');
+    EXPECT_EQ(client.ask(hex(pair.substr(0, middle))), hex(pair.substr(middle + 1)));
   }
-}
-
-/// Operation 3 for `equipment` with `bits` bits, all of which are `byte`.
-exchange set_logs(const char* equipment, const char* bits, std::size_t size, std::uint8_t byte,
-                  std::uint8_t last) {
-  bytes mask(size, byte);
-  mask.back() = last;
-  const bytes head = hex("73 000000 03000000");
-  const bytes rest = hex(equipment) + hex(bits) + mask;
-  return {head + rest, head + hex("00000000") + rest};
+  return count;
 }
 
 // Some clients mistake whatever comes between two of their first requests for an answer, and some
@@ -50,35 +38,32 @@ TEST(tvk_modem_diag, first_requests_of_a_client_get_their_answers_and_nothing_el
   EXPECT_EQ(client.receive_frame(), diag_frame(hex("13 4B 12 04 00")));
 
   const int before = client.reads();
-  const bytes message_masks = bytes(std::size_t{4} * 33);
-  const std::vector<exchange> steps = {
-      {hex("60 00"), hex("60 0000")},
-      {hex("73 000000 00000000"), hex("73 000000 00000000 00000000")},
-      {hex("7D 05 0000 00000000"), hex("7D 05 01 00 00000000")},
-      {hex("00"), hex("00") + ascii("Jan 15 202610:20:30Jan 15 202610:20:30TVKMODEM") +
-                      hex("3A 09 FF 64 00 02 09 0B")},
-      {hex("7C"),
-       hex("7C 01 0000 B0900000 07100000") + ascii("TVK-MODEM-" TVK_MODEM_VERSION) + hex("0000")},
-      {hex("1C"), hex("1C 0800")},
-      {hex("01"), hex("01 00000080")},
-      {hex("73 000000 01000000"),
-       hex("73 000000 01000000 00000000  00000000 D40F0000 00000000 00000000 21090000 010E0000"
-           "00000000 570B0000 00000000 00000000 92030000 FF0F0000 00000000 07020000 00000000"
-           "00000000")},
-      set_logs("01000000", "D40F0000", 507, 0xFF, 0x0F),
-      set_logs("05000000", "010E0000", 449, 0xFF, 0x01),
-      set_logs("0B000000", "FF0F0000", 512, 0xFF, 0x7F),
-      set_logs("0B000000", "FF0F0000", 512, 0, 0),
-      {hex("7D 01"), hex("7D 01 01 00 02000000 0000 2000 9411 A011")},
-      {hex("7D 04 0000 2000 0000") + message_masks, hex("7D 04 0000 2000 01 00") + message_masks},
-      {hex("7D 02 0000 0100"), hex("7D 02 0000 0100 01 00 1F000000 1F000000")},
-      {hex("73 000000 00000000"), hex("73 000000 00000000 00000000")},
-      {hex("60 01"), hex("60 0000")},
-  };
-  replay(client, steps);
-  EXPECT_EQ(client.reads() - before, static_cast<int>(steps.size()));
+  const int asked = replay(client, R"(60 00 = 60 0000;
+      73 000000 00000000 = 73 000000 00000000 00000000;
+      7D 05 0000 00000000 = 7D 05 01 00 00000000;
+      00 = 00 'Jan 15 202610:20:30Jan 15 202610:20:30TVKMODEM' 3A 09 FF 64 00 02 09 0B;
+      7C = 7C 01 0000 B0900000 07100000 'TVK-MODEM-)" TVK_MODEM_VERSION R"(' 0000;
+      1C = 1C 0800;
+      01 = 01 00000080;
+      73 000000 01000000 = 73 000000 01000000 00000000
+          00000000 D40F0000 00000000 00000000 21090000 010E0000 00000000 570B0000
+          00000000 00000000 92030000 FF0F0000 00000000 07020000 00000000 00000000;
+      73 000000 03000000 01000000 D40F0000 FF*506 0F
+          = 73 000000 03000000 00000000 01000000 D40F0000 FF*506 0F;
+      73 000000 03000000 05000000 010E0000 FF*448 01
+          = 73 000000 03000000 00000000 05000000 010E0000 FF*448 01;
+      73 000000 03000000 0B000000 FF0F0000 FF*511 7F
+          = 73 000000 03000000 00000000 0B000000 FF0F0000 FF*511 7F;
+      73 000000 03000000 0B000000 FF0F0000 00*512
+          = 73 000000 03000000 00000000 0B000000 FF0F0000 00*512;
+      7D 01 = 7D 01 01 00 02000000 0000 2000 9411 A011;
+      7D 04 0000 2000 0000 00*132 = 7D 04 0000 2000 01 00 00*132;
+      7D 02 0000 0100 = 7D 02 0000 0100 01 00 1F000000 1F000000;
+      73 000000 00000000 = 73 000000 00000000 00000000;
+      60 01 = 60 0000)");
+  EXPECT_EQ(client.reads() - before, asked);
   modem.let_pass(1499);
-  replay(client, {{hex("1C"), hex("1C 0800")}});
+  replay(client, "1C = 1C 0800");
   modem.let_pass(1499);
   EXPECT_FALSE(client.readable(std::chrono::milliseconds(0))) << "not long enough after the last";
   modem.let_pass(1);
@@ -92,21 +77,20 @@ TEST(tvk_modem_diag, what_is_wrong_comes_back_with_its_error) {
   const simulated_modem modem;
   diag_client client(modem.diag_socket());
   client.write(hex("00 78 F1 7E 7E 00 7E"));  // wrong CRC, empty, too short
-  replay(client, {{hex("FE 01"), hex("13 FE 01")},
-                  {hex("4B FF 0000"), hex("13 4BFF0000")},
-                  {hex("73 000000 09000000"), hex("14 73000000 09000000")},
-                  {hex("7D 09"), hex("14 7D09")},
-                  {hex("60 02"), hex("14 6002")},
-                  {hex("00 00"), hex("15 0000")},
-                  {hex("4B 13"), hex("15 4B13")},
-                  {hex("4B13 0400 00000000"), hex("15 4B13 0400 00000000")},
-                  {hex("41 30"), hex("15 4130")},
-                  {hex("73"), hex("15 73")},
-                  {hex("73 000000 03000000 0B000000 10000000 00"),
-                   hex("15 73 000000 03000000 0B000000 10000000 00")},
-                  {hex("73 000000 04000000 02000000"),
-                   hex("73 000000 04000000 01000000 02000000 00000000")},
-                  {hex("26") + bytes(131), hex("15 26") + bytes(131)}});
+  replay(client, R"(FE 01 = 13 FE 01;
+      4B FF 0000 = 13 4B FF 0000;
+      73 000000 09000000 = 14 73 000000 09000000;
+      7D 09 = 14 7D 09;
+      60 02 = 14 60 02;
+      00 00 = 15 00 00;
+      4B 13 = 15 4B 13;
+      4B13 0400 00000000 = 15 4B13 0400 00000000;
+      41 30 = 15 41 30;
+      73 = 15 73;
+      73 000000 03000000 0B000000 10000000 00 = 15 73 000000 03000000 0B000000 10000000 00;
+      73 000000 03000000 0B000000 01100000 00*513 = 14 73 000000 03000000 0B000000 01100000 00*513;
+      73 000000 04000000 02000000 = 73 000000 04000000 01000000 02000000 00000000;
+      26 00*131 = 15 26 00*131)");
 }
 
 TEST(tvk_modem_diag, logs_and_events_follow_the_masks_of_each_client) {
@@ -115,14 +99,9 @@ TEST(tvk_modem_diag, logs_and_events_follow_the_masks_of_each_client) {
   diag_client events(modem.diag_socket());
   diag_client idle(modem.diag_socket());
   // B0C2 alone; only event 1605, which never comes.
-  bytes mask(25);
-  mask[24] = 0x04;
-  cells.ask(hex("73 000000 03000000 0B000000 C8000000") + mask);
+  cells.ask(hex("73 000000 03000000 0B000000 C8000000 00*24 04"));
   EXPECT_EQ(cells.ask(hex("73 000000 04000000 0B000000")).at(20 + 24), 0x04);
-  bytes event_mask(201);
-  event_mask[200] = 0x20;
-  EXPECT_EQ(events.ask(hex("82 00 0000 4806") + event_mask), hex("82 00 0000 4806") + event_mask);
-  EXPECT_EQ(events.ask(hex("60 01")), hex("60 0000"));
+  replay(events, "82 00 0000 4806 00*200 20 = 82 00 0000 4806 00*200 20; 60 01 = 60 0000");
   modem.let_pass(1500);
   modem.let_pass(10000);
   for (int i = 0; i < 3; ++i) {
@@ -131,81 +110,65 @@ TEST(tvk_modem_diag, logs_and_events_follow_the_masks_of_each_client) {
     EXPECT_EQ(slice(log, 0, 8), hex("10 00 2900 2900 C2B0"));
     EXPECT_EQ(slice(log, 16, 19), hex("03 0700")) << "PCI 7";
   }
-  EXPECT_EQ(events.ask(hex("1C")), hex("1C 0800"));
-  EXPECT_EQ(idle.ask(hex("1C")), hex("1C 0800"));
+  for (diag_client* const each : {&events, &idle}) replay(*each, "1C = 1C 0800");
 }
 
-std::string nv_get(const simulated_modem& modem, const char* item) {
-  return run(TVK_MODEM_PROGRAM, {"nv", "get", "--state", modem.state(), item}).output;
+std::string output_of(const std::vector<std::string>& arguments) {
+  const auto ended = run(TVK_MODEM_PROGRAM, arguments);
+  EXPECT_EQ(ended.exit_status, 0) << ended.errors;
+  return ended.output;
 }
 
 TEST(tvk_modem_diag, items_are_those_of_the_other_ways) {
   const simulated_modem modem;
   diag_client client(modem.diag_socket());
-  const bytes imei = hex("080A1010071032 5496");
-  replay(client, {{hex("26 2602") + bytes(130), hex("26 2602") + imei + bytes(121)},
-                  // The second subscription's; its item 549 was never written.
-                  {hex("4B30 0100 2602 0100") + bytes(130),
-                   hex("4B30 0100 2602 0100 080A10100710325477") + bytes(121)},
-                  {hex("4B30 0100 2502 0100") + bytes(130),
-                   hex("4B30 0100 2502 0100") + bytes(128) + hex("0400")},
-                  {hex("26 411C") + bytes(128), hex("26 411C") + bytes(128) + hex("0500")},
-                  {hex("27 0500 03") + bytes(129), hex("27 0500 03") + bytes(129)}});
-  // It keeps its length.
-  EXPECT_EQ(nv_get(modem, "5"), "03\n");
+  // The IMEI, the second subscription's, its item 549 that was never written, and 7233.
+  replay(client, R"(26 2602 00*130 = 26 2602 080A1010071032 5496 00*121;
+      4B30 0100 2602 0100 00*130 = 4B30 0100 2602 0100 080A10100710325477 00*121;
+      4B30 0100 2502 0100 00*130 = 4B30 0100 2502 0100 00*128 0400;
+      26 411C 00*128 = 26 411C 00*128 0500;
+      27 0500 03 00*129 = 27 0500 03 00*129)");
+  EXPECT_EQ(output_of({"nv", "get", "--state", modem.state(), "5"}), "03\n") << "keeps its length";
 }
 
 TEST(tvk_modem_diag, files_are_those_of_the_other_ways) {
   const simulated_modem modem;
   diag_client client(modem.diag_socket());
-  const bytes path = ascii("/a/file") + hex("00");
-  const bytes hello = hex("00100000 00100000 00100000 00100000 00100000 00100000");
-  const bytes no_handle = hex("FFFFFFFF");
-  replay(
-      client,
-      {{hex("4B13 0000") + hello + hex("01000000 01000000 01000000 FFFFFFFF"),
-        hex("4B13 0000") + hello + hex("01000000 01000000 01000000 FFFFFFFF")},
-       // There is no directory yet, then there is.
-       {hex("4B13 0200 41020000 FF810000") + path, hex("4B13 0200") + no_handle + hex("02000000")},
-       {hex("4B13 0900 ED01") + ascii("/a") + hex("00"), hex("4B13 0900 00000000")},
-       {hex("4B13 0900 ED01") + ascii("/a") + hex("00"), hex("4B13 0900 11000000")},
-       {hex("4B13 0200 41020000 FF810000") + path, hex("4B13 0200 00000000 00000000")},
-       {hex("4B13 0500 00000000 00000000 313233"),
-        hex("4B13 0500 00000000 00000000 03000000 00000000")},
-       {hex("4B13 0500 00000000 02000000 7D7E"),
-        hex("4B13 0500 00000000 02000000 02000000 00000000")},
-       {hex("4B13 0400 00000000 00040000 01000000"),
-        hex("4B13 0400 00000000 01000000 03000000 00000000 327D7E")},
-       {hex("4B13 0300 00000000"), hex("4B13 0300 00000000")},
-       {hex("4B13 0300 00000000"), hex("4B13 0300 09000000")},
-       // For reading only, and past its end.
-       {hex("4B13 0200 00000000 00000000") + path, hex("4B13 0200 00000000 00000000")},
-       {hex("4B13 0500 00000000 00000000 39"),
-        hex("4B13 0500 00000000 00000000 FFFFFFFF 09000000")},
-       {hex("4B13 0400 00000000 00040000 09000000"),
-        hex("4B13 0400 00000000 09000000 00000000 00000000")},
-       {hex("4B13 0300 00000000"), hex("4B13 0300 00000000")},
-       {hex("4B13 0A00") + ascii("/a") + hex("00"), hex("4B13 0A00 27000000")},
-       {hex("4B13 1200 8001") + path, hex("4B13 1200 00000000")},
-       {hex("4B13 0F00") + path, hex("4B13 0F00 00000000 80810000 04000000 01000000") + bytes(12)},
-       {hex("4B13 0B00") + ascii("/a/") + hex("00"), hex("4B13 0B00 01000000 00000000")},
-       {hex("4B13 0C00 01000000 01000000"),
-        hex("4B13 0C00 01000000 01000000 00000000 00000000 80810000 04000000") + bytes(12) +
-            ascii("file") + hex("00")},
-       {hex("4B13 0C00 01000000 02000000"), hex("4B13 0C00 01000000 02000000") + bytes(29)},
-       {hex("4B13 0D00 01000000"), hex("4B13 0D00 00000000")},
-       {hex("4B13 0C00 01000000 01000000"),
-        hex("4B13 0C00 01000000 01000000 03000040") + bytes(25)},
-       {hex("4B13 0E00") + path + ascii("/a/b") + hex("00"), hex("4B13 0E00 00000000")}});
-  const std::vector<std::string> cat = {"efs", "cat", "--state", modem.state(), "/a/b"};
-  EXPECT_EQ(run(TVK_MODEM_PROGRAM, cat).output, "12}~");
-
-  const auto removed = run(TVK_MODEM_PROGRAM, {"efs", "rm", "--state", modem.state(), "/a/b"});
-  EXPECT_EQ(removed.exit_status, 0) << removed.errors;
-  replay(client,
-         {{hex("4B13 0800") + ascii("/a/b") + hex("00"), hex("4B13 0800 02000000")},
-          {hex("4B13 0A00") + ascii("/a") + hex("00"), hex("4B13 0A00 00000000")},
-          {hex("4B13 0F00") + ascii("/a") + hex("00"), hex("4B13 0F00 02000000") + bytes(24)}});
+  // There is no directory yet, then there is.
+  replay(client, R"(4B13 0000 00100000 00100000 00100000 00100000 00100000 00100000
+              01000000 01000000 01000000 FFFFFFFF
+          = 4B13 0000 00100000 00100000 00100000 00100000 00100000 00100000
+              01000000 01000000 01000000 FFFFFFFF;
+      4B13 0200 41020000 FF810000 '/a/file' 00 = 4B13 0200 FFFFFFFF 02000000;
+      4B13 0900 ED01 '/a' 00 = 4B13 0900 00000000;
+      4B13 0900 ED01 '/a' 00 = 4B13 0900 11000000;
+      4B13 0200 41020000 FF810000 '/a/file' 00 = 4B13 0200 00000000 00000000;
+      4B13 0500 00000000 00000000 313233 = 4B13 0500 00000000 00000000 03000000 00000000;
+      4B13 0500 00000000 02000000 7D7E = 4B13 0500 00000000 02000000 02000000 00000000;
+      4B13 0400 00000000 00040000 01000000
+          = 4B13 0400 00000000 01000000 03000000 00000000 327D7E;
+      4B13 0300 00000000 = 4B13 0300 00000000;
+      4B13 0300 00000000 = 4B13 0300 09000000)");
+  // For reading only, and past its end.
+  replay(client, R"(4B13 0200 00000000 00000000 '/a/file' 00 = 4B13 0200 00000000 00000000;
+      4B13 0500 00000000 00000000 39 = 4B13 0500 00000000 00000000 FFFFFFFF 09000000;
+      4B13 0400 00000000 00040000 09000000 = 4B13 0400 00000000 09000000 00000000 00000000;
+      4B13 0300 00000000 = 4B13 0300 00000000)");
+  replay(client, R"(4B13 0A00 '/a' 00 = 4B13 0A00 27000000;
+      4B13 1200 8001 '/a/file' 00 = 4B13 1200 00000000;
+      4B13 0F00 '/a/file' 00 = 4B13 0F00 00000000 80810000 04000000 01000000 00*12;
+      4B13 0B00 '/a/' 00 = 4B13 0B00 01000000 00000000;
+      4B13 0C00 01000000 01000000
+          = 4B13 0C00 01000000 01000000 00000000 00000000 80810000 04000000 00*12 'file' 00;
+      4B13 0C00 01000000 02000000 = 4B13 0C00 01000000 02000000 00*29;
+      4B13 0D00 01000000 = 4B13 0D00 00000000;
+      4B13 0C00 01000000 01000000 = 4B13 0C00 01000000 01000000 03000040 00*25;
+      4B13 0E00 '/a/file' 00 '/a/b' 00 = 4B13 0E00 00000000)");
+  EXPECT_EQ(output_of({"efs", "cat", "--state", modem.state(), "/a/b"}), "12}~");
+  EXPECT_EQ(output_of({"efs", "rm", "--state", modem.state(), "/a/b"}), "");
+  replay(client, R"(4B13 0800 '/a/b' 00 = 4B13 0800 02000000;
+      4B13 0A00 '/a' 00 = 4B13 0A00 00000000;
+      4B13 0F00 '/a' 00 = 4B13 0F00 02000000 00*24)");
 }
 
 TEST(tvk_modem_diag, faults_strike_as_ordered) {
@@ -245,9 +208,8 @@ TEST(tvk_modem_diag, faults_strike_as_ordered) {
   EXPECT_EQ(client.ask(poll).at(0), 0x10);
   EXPECT_EQ(client.receive().at(0), 0x10);
   EXPECT_EQ(client.receive(), polled);
-  EXPECT_EQ(client.ask(poll), hex("42") + poll);
-  EXPECT_EQ(client.ask(poll), hex("4B32030000"));
-  EXPECT_EQ(client.ask(hex("01")), bytes());  // hung up
+  // The last hangs up.
+  replay(client, "4B32 0300 = 42 4B32 0300; 4B32 0300 = 4B32 0300 00; 01 =");
   EXPECT_EQ(diag_client(modem.diag_socket()).ask(hex("1C")), hex("1C 0800"));
 }
 
@@ -255,7 +217,7 @@ TEST(tvk_modem_diag, terminal_is_new_for_each_client) {
   const temp_dir dir;
   const simulated_modem modem({}, {"--diag-pty", dir.file("tty")});
   for (int i = 0; i < 3; ++i) {
-    const int terminal = ::open(dir.file("tty").c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    const int terminal = terminal_at(dir.file("tty"));
     diag_client client(terminal);
     // Nothing is left of the client before: no exclusive use, no mode, no masks, no unread answer.
     EXPECT_FALSE(is_exclusive(terminal));
@@ -268,13 +230,6 @@ TEST(tvk_modem_diag, terminal_is_new_for_each_client) {
     EXPECT_EQ(::tcsetattr(terminal, TCSANOW, &cooked), 0);
     client.send(hex("00"));
   }
-}
-
-TEST(tvk_modem_diag, exec_tells_the_command_where_diag_is) {
-  const temp_dir dir;
-  const auto shown = run(TVK_MODEM_PROGRAM, {"exec", "--state", dir.path(), "--", "sh", "-c",
-                                             "test -S \"${TVK_DIAG#unix:}\" && echo yes"});
-  EXPECT_EQ(shown.output, "yes\n") << shown.errors;
 }
 
 }  // namespace

@@ -16,20 +16,15 @@ namespace {
 
 using namespace support;
 
-/// To 1C: nothing came before it.
-const bytes still_there = hex("1C 0800");
-
 class tvk_modem_play : public testing::Test {
  protected:
   std::string made(const std::string& name, const bytes& content) {
-    std::ofstream(dir.file(name), std::ios::binary)
-        .write(reinterpret_cast<const char*>(content.data()),
-               static_cast<std::streamsize>(content.size()));
+    std::ofstream(dir.file(name), std::ios::binary) << std::string(content.begin(), content.end());
     return dir.file(name);
   }
   /// Plays at once, or what the options say; its time is held until then.
-  simulated_modem player(const bytes& capture, std::vector<std::string> more = {"--rate", "0"}) {
-    more.insert(more.end(), {"--play", made("capture", capture), "--hold-time"});
+  simulated_modem player(const bytes& file, std::vector<std::string> more = {"--rate", "0"}) {
+    more.insert(more.end(), {"--play", made("capture", file), "--hold-time"});
     return simulated_modem({}, std::move(more));
   }
 
@@ -37,10 +32,14 @@ class tvk_modem_play : public testing::Test {
 };
 constexpr int quiet = 1500;  ///< ms before a client that asks for packets gets the first
 
+/// Nothing has come before the answer to 1C.
+void expect_nothing_more(diag_client& client) {
+  EXPECT_EQ(client.ask(hex("1C")), hex("1C 0800"));
+}
+
 void want_everything(diag_client& client) {
-  const bytes bits = hex("00100000") + bytes(512, 0xFF);
-  for (const char* equipment : {"01", "04", "05", "07", "0A", "0B", "0D"}) {
-    client.ask(hex("73000000 03000000") + hex(equipment) + hex("000000") + bits);
+  for (const std::uint32_t equipment : {1U, 4U, 5U, 7U, 10U, 11U, 13U}) {
+    client.ask(hex("73000000 03000000") + u32(equipment) + hex("00100000 FF*512"));
   }
   client.ask(hex("60 01"));
 }
@@ -51,39 +50,30 @@ std::vector<bytes> receive(diag_client& client, std::size_t count) {
   return packets;
 }
 
-/// Of 2016-03-23; the payload is 4 bytes.
-bytes log_packet(const char* code, const char* payload = "01020304") {
-  return hex("10 00 1000 1000") + hex(code) + hex("28B79C9C34DDD400") + hex(payload);
-}
-
-const bytes first = log_packet("C2B0");
-const bytes wrapped = hex("98 01 0000 02000000") + log_packet("93B1", "7D7E0000");
+// Of 2016-03-23.
+const bytes first = hex("10 00 1000 1000 C2B0 28B79C9C34DDD400 01020304");
+const bytes wrapped = hex("98 01 0000 02000000 10 00 1000 1000 93B1 28B79C9C34DDD400 7D7E0000");
 const bytes report = hex("60 1400 4A46 BE0C0A9E34DDD400 0689  4686 0F0D 0A84 1F0D");
-const bytes last = log_packet("7941");
+const bytes last = hex("10 00 1000 1000 7941 28B79C9C34DDD400 01020304");
 
-bytes capture() {
-  bytes broken = diag_frame(first);
-  broken[16] ^= 1;
-  return hex("AABB 7E") + diag_frame(first) + diag_frame(hex("79 00 0000")) + broken +
-         diag_frame(wrapped) + diag_frame(report) + diag_frame(last) + hex("10 00 10");
-}
+/// With half a frame at either end, a message, and a log whose CRC is wrong.
+const bytes capture = hex("AABB 7E") + diag_frame(first) + diag_frame(hex("79 00 0000")) + first +
+                      hex("0000 7E") + diag_frame(wrapped) + diag_frame(report) + diag_frame(last) +
+                      hex("10 00 10");
 
 TEST_F(tvk_modem_play, logs_and_events_come_as_they_are) {
-  auto modem = player(capture());
+  auto modem = player(capture);
   diag_client all(modem.diag_socket());
   diag_client some(modem.diag_socket());
   want_everything(all);
   // Event 1610 is not wanted: the other two, whose times were relative to it, get full ones.
-  bytes mask(512, 0xFF);
-  mask[201] = 0xFB;
-  some.ask(hex("82 00 0000 0010") + mask);
+  some.ask(hex("82 00 0000 0010 FF*201 FB FF*310"));
   some.ask(hex("60 01"));
 
   modem.let_pass(quiet);
   EXPECT_EQ(receive(all, 4), (std::vector<bytes>{first, wrapped, report, last}));
   EXPECT_EQ(some.receive(), hex("60 1400 4606 000F0D9E34DDD400 0A04 001F0D9E34DDD400"));
-  EXPECT_EQ(all.ask(hex("1C")), still_there);
-  EXPECT_EQ(some.ask(hex("1C")), still_there);
+  for (diag_client* const each : {&all, &some}) expect_nothing_more(*each);
 
   // A client that asks again after it wanted nothing gets the capture from its start.
   all.ask(hex("60 00"));
@@ -100,7 +90,7 @@ std::int64_t unix_seconds(const bytes& packet, std::size_t at) {
 }
 
 TEST_F(tvk_modem_play, rate_and_times_are_those_of_the_playing) {
-  auto modem = player(capture(), {"--rate", "20", "--play-now"});
+  auto modem = player(capture, {"--rate", "20", "--play-now"});
   diag_client client(modem.diag_socket());
   want_everything(client);
   const std::int64_t first_second = std::time(nullptr);
@@ -108,7 +98,7 @@ TEST_F(tvk_modem_play, rate_and_times_are_those_of_the_playing) {
   modem.let_pass(100);
   auto packets = receive(client, 3);
   modem.let_pass(49);
-  EXPECT_EQ(client.ask(hex("1C")), still_there) << "a twentieth of a second apart";
+  expect_nothing_more(client);  // a twentieth of a second apart
   modem.let_pass(1);
   packets.push_back(client.receive());
   const std::int64_t last_second = std::time(nullptr);
@@ -123,34 +113,34 @@ TEST_F(tvk_modem_play, rate_and_times_are_those_of_the_playing) {
 TEST_F(tvk_modem_play, gaps_are_those_of_the_time_stamps_and_ten_seconds_at_most) {
   // In ticks of 1.25 ms: 0.25 s later, 20 ms earlier, a day later.
   std::vector<bytes> packets;
-  for (const char* ticks : {"00000000", "C8000000", "B8000000", "B8B01E04"}) {
-    packets.push_back(hex("10 00 0C00 0C00 C2B0 0000") + hex(ticks) + hex("0100"));
-  }
   bytes stream;
-  for (const bytes& each : packets) stream = stream + diag_frame(each);
+  for (const std::uint32_t ticks : {0U, 200U, 184U, 69120184U}) {
+    packets.push_back(hex("10 00 0C00 0C00 C2B0 0000") + u32(ticks) + hex("0100"));
+    stream = stream + diag_frame(packets.back());
+  }
   auto modem = player(stream, {});
   diag_client client(modem.diag_socket());
   want_everything(client);
   modem.let_pass(quiet);
-  std::vector<bytes> seen = receive(client, 1);
-  for (const auto& [time, due] : {std::pair(250, 2), {10000, 1}}) {
-    modem.let_pass(time - 1);
-    EXPECT_EQ(client.ask(hex("1C")), still_there) << time;
-    modem.let_pass(1);
-    for (const bytes& each : receive(client, static_cast<std::size_t>(due))) seen.push_back(each);
-  }
-  EXPECT_EQ(seen, packets);
+  EXPECT_EQ(client.receive(), packets[0]);
+  modem.let_pass(249);
+  expect_nothing_more(client);
+  modem.let_pass(1);
+  EXPECT_EQ(receive(client, 2), std::vector(packets.begin() + 1, packets.end() - 1));
+  modem.let_pass(9999);
+  expect_nothing_more(client);
+  modem.let_pass(1);
+  EXPECT_EQ(client.receive(), packets[3]);
 }
 
 TEST_F(tvk_modem_play, slow_client_gets_all_and_delays_no_other) {
   constexpr std::size_t count = 20000;
   bytes stream;
   std::vector<bytes> packets;
+  const bytes head = hex("10 00 D000 D000 C2B0 28B79C9C34DDD400");
   for (std::size_t i = 0; i < count; ++i) {
-    packets.push_back(hex("10 00 D000 D000 C2B0 28B79C9C34DDD400") +
-                      bytes(196, static_cast<std::uint8_t>(i % 251)));
-    const bytes frame = diag_frame(packets.back());
-    stream.insert(stream.end(), frame.begin(), frame.end());
+    packets.push_back(head + bytes(196, static_cast<std::uint8_t>(i % 251)));
+    std::ranges::copy(diag_frame(packets.back()), std::back_inserter(stream));
   }
   auto modem = player(stream);
   diag_client slow(modem.diag_socket());
@@ -160,23 +150,22 @@ TEST_F(tvk_modem_play, slow_client_gets_all_and_delays_no_other) {
   modem.let_pass(quiet);
   EXPECT_TRUE(receive(fast, count) == packets);
   EXPECT_TRUE(receive(slow, count) == packets);
-  EXPECT_EQ(slow.ask(hex("1C")), still_there);
+  expect_nothing_more(slow);
 }
 
-TEST_F(tvk_modem_play, file_without_packets_is_refused) {
+TEST_F(tvk_modem_play, file_without_packets_is_refused_and_a_pipe_can_be_waited_for_and_left) {
+  const auto serve = [this](const std::string& name) {
+    return std::vector<std::string>{"serve",       "--socket", dir.file("s"), "--state",
+                                    dir.file("d"), "--play",   name};
+  };
   for (const std::string& name : {made("noise", bytes(5000, 0x33)), dir.file("nowhere"), dir.path(),
                                   std::string("/dev/zero")}) {
-    const auto ended = run(TVK_MODEM_PROGRAM, {"serve", "--socket", dir.file("s"), "--state",
-                                               dir.file("d"), "--play", name});
+    const auto ended = run(TVK_MODEM_PROGRAM, serve(name));
     EXPECT_EQ(ended.exit_status, 1);
     EXPECT_PRED2(contains, ended.errors, name);
   }
-}
-
-TEST_F(tvk_modem_play, can_be_ended_while_it_waits_for_a_pipe) {
   ASSERT_EQ(::mkfifo(dir.file("pipe").c_str(), 0600), 0);
-  background_process modem(TVK_MODEM_PROGRAM, {"serve", "--socket", dir.file("s"), "--state",
-                                               dir.file("d"), "--play", dir.file("pipe")});
+  background_process modem(TVK_MODEM_PROGRAM, serve(dir.file("pipe")));
   const std::ofstream writer(dir.file("pipe"));  // opens when the modem does
   modem.send_signal(SIGTERM);
   EXPECT_FALSE(modem.wait().timed_out);

@@ -1,13 +1,9 @@
 // tvk-modem as its user meets it: starting and stopping, what it refuses, exec, the trace.
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <memory>
+#include <list>
 #include <sstream>
 
 #include "support/extension_packets.h"
@@ -23,58 +19,37 @@ using namespace support;
 using namespace support::packets;
 using connection = modem_connection;
 
-const bytes closed = {};
-
-process_result run_modem(const std::vector<std::string>& arguments,
-                         const environment& additions = {}) {
-  return run(TVK_MODEM_PROGRAM, arguments, additions);
-}
-
-std::vector<std::string> names_in(const std::string& directory) {
-  std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(directory)) {
-    names.push_back(entry.path().filename());
-  }
-  return names;
+std::vector<std::string> serve(const std::string& socket, const std::string& state) {
+  return {"serve", "--socket", socket, "--state", state};
 }
 
 TEST(tvk_modem_serve, removes_its_socket_and_lock_when_a_signal_ends_it) {
   for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
     const temp_dir dir;
     const std::string socket = dir.file("run/modem.sock");
-    background_process modem(TVK_MODEM_PROGRAM,
-                             {"serve", "--socket", socket, "--state", dir.file("state")});
+    background_process modem(TVK_MODEM_PROGRAM, serve(socket, dir.file("state")));
     ASSERT_TRUE(modem.wait_for_error_text("tvk-modem: listening on unix:" + socket + "\n"));
-    struct stat status {};
-    ASSERT_EQ(::stat(socket.c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777, 0600U);
-    ASSERT_EQ(::stat(dir.file("run").c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0777, 0700U);
-
+    EXPECT_EQ(std::filesystem::status(socket).permissions(), std::filesystem::perms(0600));
+    EXPECT_EQ(std::filesystem::status(dir.file("run")).permissions(), std::filesystem::perms(0700));
     const connection client(socket);
     modem.send_signal(signal);
     EXPECT_EQ(modem.wait().exit_status, 0);
-    EXPECT_EQ(client.receive(), closed);
-    EXPECT_EQ(names_in(dir.file("run")), std::vector<std::string>{});
+    EXPECT_EQ(client.receive(), bytes());
+    EXPECT_TRUE(std::filesystem::is_empty(dir.file("run")));
   }
 }
 
 TEST(tvk_modem_serve, one_of_many_simultaneous_starts_wins) {
   const temp_dir dir;
   const std::string socket = dir.file("modem.sock");
-  constexpr std::size_t many = 8;
-  std::vector<std::unique_ptr<background_process>> starts;
-  starts.reserve(many);
-  while (starts.size() < many) {
-    starts.push_back(std::make_unique<background_process>(
-        TVK_MODEM_PROGRAM,
-        std::vector<std::string>{"serve", "--socket", socket, "--state", dir.file("state")}));
-  }
-  int listening = 0;
-  for (auto& each : starts) listening += each->wait_for_error_text("listening on") ? 1 : 0;
+  std::list<background_process> starts;
+  while (starts.size() < 8)
+    starts.emplace_back(TVK_MODEM_PROGRAM, serve(socket, dir.file("state")));
+  const auto listening = std::ranges::count_if(
+      starts, [](auto& each) { return each.wait_for_error_text("listening on"); });
   EXPECT_EQ(listening, 1);
   const connection client(socket);
-  const auto late = run_modem({"serve", "--socket", socket, "--state", "/nowhere"});
+  const auto late = run(TVK_MODEM_PROGRAM, serve(socket, "/nowhere"));
   EXPECT_EQ(late.exit_status, 1);
   EXPECT_EQ(late.errors, "tvk-modem: another modem already listens on " + socket + "\n");
   EXPECT_EQ(client.ask(echo()), echo_answer());
@@ -85,40 +60,31 @@ TEST(tvk_modem_serve, what_others_have_at_the_path_stays) {
   const temp_dir dir;
   const std::string path = dir.file("modem.sock");
   const auto refusal = [&] {
-    const auto result = run_modem({"serve", "--socket", path, "--state", dir.file("state")});
-    EXPECT_EQ(result.exit_status, 1);
-    return result.errors;
+    return run(TVK_MODEM_PROGRAM, serve(path, dir.file("state"))).errors;
   };
   std::ofstream(path) << "mine";
   EXPECT_EQ(refusal(), "tvk-modem: " + path + " exists and is not a socket\n");
   EXPECT_EQ(std::filesystem::file_size(path), 4U);
+  std::filesystem::remove(path);
 
   for (const int type : {SOCK_SEQPACKET, SOCK_STREAM, SOCK_DGRAM}) {
-    std::filesystem::remove(path);
-    const int theirs = ::socket(AF_UNIX, type | SOCK_CLOEXEC, 0);
-    const sockaddr_un address = address_of(path);
-    ASSERT_EQ(::bind(theirs, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    const open_socket theirs(socket_at(path, type, ::bind));
     if (type != SOCK_DGRAM) {
-      ASSERT_EQ(::listen(theirs, 1), 0);
+      ASSERT_EQ(::listen(theirs.descriptor(), 1), 0);
     }
     EXPECT_EQ(refusal(), "tvk-modem: another program already listens on " + path + "\n");
-    EXPECT_TRUE(std::filesystem::exists(path));
-    ::close(theirs);
+    EXPECT_TRUE(std::filesystem::remove(path));
+    EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
   }
-  EXPECT_EQ(names_in(dir.path()), std::vector<std::string>{"modem.sock"});
 }
 
 TEST(tvk_modem_serve, what_cannot_be_used_is_named) {
   const temp_dir dir;
-  std::ofstream(dir.file("file")) << "not a directory, and not a database either";
-  std::filesystem::create_directory(dir.file("bad"));
-  std::filesystem::copy(dir.file("file"), dir.file("bad/modem.db"));
-  for (const char* name : {"open", "led"}) std::filesystem::create_directory(dir.file(name));
-  std::filesystem::permissions(dir.file("open"), std::filesystem::perms::all);
-  std::filesystem::create_symlink("led", dir.file("link"));
-  std::filesystem::create_symlink("../new", dir.file("led/modem.db"));
-  std::filesystem::create_symlink("new", dir.file("locked.lock"));
-  std::ofstream(dir.file("large")) << std::string(102411, 'x');
+  constexpr const char* make_them = R"(cd "$0" && mkdir -m 777 open && mkdir bad led &&
+      echo 'not a directory, and not a database either' >file && cp file bad/modem.db &&
+      ln -s led link && ln -s ../new led/modem.db && ln -s new locked.lock &&
+      head -c 102411 /dev/zero >large)";
+  ASSERT_EQ(run("sh", {"-c", make_them, dir.path()}).exit_status, 0);
   const std::string too_long = "/tmp/" + std::string(103, 'x');
   const struct {
     std::vector<std::string> arguments;
@@ -153,8 +119,8 @@ TEST(tvk_modem_serve, what_cannot_be_used_is_named) {
       {{"efs", "put", std::string(72, 'p')}, 2, {"an EFS path has 1 to 71 bytes"}},
   };
   for (const auto& each : rows) {
-    const auto result = run_modem(
-        each.arguments, {{"XDG_RUNTIME_DIR", dir.path()}, {"XDG_STATE_HOME", dir.path()}});
+    const auto result = run(TVK_MODEM_PROGRAM, each.arguments,
+                            {{"XDG_RUNTIME_DIR", dir.path()}, {"XDG_STATE_HOME", dir.path()}});
     SCOPED_TRACE(result.errors);
     EXPECT_EQ(result.exit_status, each.exit_status);
     EXPECT_EQ(result.output, "");
@@ -173,7 +139,7 @@ TEST(tvk_modem_serve, fault_rule_that_cannot_be_read_is_named_with_the_form) {
       "extension=result:4294967296 sar=result:1 diag/1C=silent diag/0x1=silent diag=down "
       "diag=split:0");
   for (std::string rule; rules >> rule;) {
-    const auto result = run_modem({"serve", "--fault", rule});
+    const auto result = run(TVK_MODEM_PROGRAM, {"serve", "--fault", rule});
     EXPECT_EQ(result.exit_status, 2) << rule;
     EXPECT_TRUE(result.errors.starts_with("tvk-modem: --fault " + rule + ": ")) << result.errors;
     EXPECT_PRED2(contains, result.errors, "SERVICE[/MESSAGE[@N]]=ACTION[:VALUE]");
@@ -187,29 +153,26 @@ TEST(tvk_modem_exec, returns_the_status_and_removes_its_files) {
   const struct {
     std::vector<std::string> command;
     int exit_status;
-    std::string output;
+    std::string output = {};
+    std::string errors = {};
   } rows[] = {
       {{"sh", "-c", "echo \"$1\"; exit 3", "sh", "--help -- serve"}, 3, "--help -- serve\n"},
-      {{"sh", "-c", "kill -9 $$"}, 137, ""},
-      {{"sh", "-c", "test -S \"${TVK_MODEM#unix:}\""}, 0, ""},
-      {{"sh", "-c", "kill -TERM $PPID; exec sleep 20"}, 143, ""},
-      {{"sh", "-c", "kill -HUP $PPID; exec sleep 20"}, 129, ""},
-      {{"sh", "-c", "trap 'exit 5' INT; kill -INT $PPID; while :; do sleep 0.01; done"}, 5, ""},
+      {{"sh", "-c", "kill -9 $$"}, 137},
+      {{"sh", "-c", "test -S \"${TVK_MODEM#unix:}\" -a -S \"${TVK_DIAG#unix:}\""}, 0},
+      {{"sh", "-c", "kill -TERM $PPID; exec sleep 20"}, 143},
+      {{"sh", "-c", "kill -HUP $PPID; exec sleep 20"}, 129},
+      {{"sh", "-c", "trap 'exit 5' INT; kill -INT $PPID; while :; do sleep 0.01; done"}, 5},
+      {{"/no/such"}, 127, "", "tvk-modem: cannot run /no/such: No such file or directory\n"},
   };
   for (const auto& each : rows) {
     std::vector<std::string> arguments{"exec", "--state", state.path(), "--"};
     arguments.insert(arguments.end(), each.command.begin(), each.command.end());
-    const auto result = run_modem(arguments, {{"TMPDIR", dir.path()}});
-    EXPECT_EQ(result.exit_status, each.exit_status) << each.command[2];
+    const auto result = run(TVK_MODEM_PROGRAM, arguments, {{"TMPDIR", dir.path()}});
+    EXPECT_EQ(result.exit_status, each.exit_status) << each.command.back();
     EXPECT_EQ(result.output, each.output);
-    EXPECT_EQ(result.errors, "");
-    EXPECT_EQ(names_in(dir.path()), std::vector<std::string>{});
+    EXPECT_EQ(result.errors, each.errors);
+    EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
   }
-  const auto missing =
-      run_modem({"exec", "--state", state.path(), "--", "/no/such"}, {{"TMPDIR", dir.path()}});
-  EXPECT_EQ(missing.exit_status, 127);
-  EXPECT_EQ(missing.errors, "tvk-modem: cannot run /no/such: No such file or directory\n");
-  EXPECT_EQ(names_in(dir.path()), std::vector<std::string>{});
 }
 
 TEST(tvk_modem, standard_streams_that_are_closed_or_full) {
@@ -220,22 +183,21 @@ TEST(tvk_modem, standard_streams_that_are_closed_or_full) {
   const struct {
     const char* command;  ///< $0 the program, $1 a state directory
     int exit_status;
-    std::string errors;
-    std::string output;
+    std::string errors = {};
+    std::string output = {};
   } rows[] = {
-      {R"("$0" nv list --state "$1" >/dev/full)", 1, full, ""},
-      {R"("$0" efs cat --state "$1" /nv/item_files/modem/geran/vamos_support >&-)", 1, not_open,
-       ""},
+      {R"("$0" nv list --state "$1" >/dev/full)", 1, full},
+      {R"("$0" efs cat --state "$1" /nv/item_files/modem/geran/vamos_support >&-)", 1, not_open},
       {R"("$0" efs put --state "$1" /a <&-)", 1,
-       "tvk-modem: cannot read standard input: Bad file descriptor\n", ""},
-      {R"("$0" --help >/dev/full)", 1, full, ""},
+       "tvk-modem: cannot read standard input: Bad file descriptor\n"},
+      {R"("$0" --help >/dev/full)", 1, full},
       // The message has nowhere to go.
-      {R"("$0" nv get --state "$1" 7000 2>/dev/full)", 1, "", ""},
-      {R"("$0" --colour 2>&-)", 2, "", ""},
-      {R"("$0" exec --state "$1" --trace -- /no/such 2>/dev/full)", 127, "", ""},
+      {R"("$0" nv get --state "$1" 7000 2>/dev/full)", 1},
+      {R"("$0" --colour 2>&-)", 2},
+      {R"("$0" exec --state "$1" --trace -- /no/such 2>/dev/full)", 127},
       {R"("$0" serve --socket "$1/s" --state "$1" --trace --diag-pty "$1/tty" 2>/dev/full &
           until test -L "$1/tty" -a -S "$1/s"; do sleep 0.01; done; kill $!; wait $!)",
-       0, "", ""},
+       0},
       {R"("$0" exec --state "$1" --trace -- \
           sh -c 'readlink /proc/$PPID/fd/0 /proc/$PPID/fd/2' <&- 2>&-)",
        0, "", "/dev/null\n/dev/null\n"},

@@ -1,10 +1,13 @@
 // tvk-modem as its clients meet it: lookups, requests, faults.
 #include <algorithm>
+#include <cstdlib>
 #include <optional>
 
+#include "support/diag_frame.h"
 #include "support/eventually.h"
 #include "support/modem_connection.h"
 #include "support/simulated_modem.h"
+#include "support/temp_dir.h"
 #include "support/test.h"
 
 namespace {
@@ -13,7 +16,6 @@ using namespace support;
 using namespace support::packets;
 using connection = modem_connection;
 
-const bytes closed = {};
 const std::vector<std::string> held = {"--hold-time"};
 
 TEST(tvk_modem, lookup_finds_by_service_and_whole_instance_word) {
@@ -32,7 +34,7 @@ TEST(tvk_modem, lookup_finds_by_service_and_whole_instance_word) {
   EXPECT_EQ(look_up("0c00", "0000"), listed({}));
 }
 
-TEST(tvk_modem, what_is_not_a_request_gets_error_1_or_nothing_and_the_connection_stays) {
+TEST(tvk_modem, what_is_not_a_request_gets_error_1_or_nothing_and_without_an_address_an_end) {
   const simulated_modem modem;
   const connection client(modem.socket());
   const bytes no_answer[] = {
@@ -48,37 +50,25 @@ TEST(tvk_modem, what_is_not_a_request_gets_error_1_or_nothing_and_the_connection
   };
   for (const bytes& packet : no_answer) ASSERT_TRUE(client.send(packet));
 
-  struct row {
-    bytes packet;
-    bytes answer;
-  };
-  const bytes error_1 = hex("0700  02 0400 0100 0100");
-  const row malformed[] = {
-      {hex("00 0200 9900 0000"), hex("02 0200 9900 0700  02 0400 0100 4700")},  // unknown
-      {hex("00 0900"), hex("02 0900 0000") + error_1},
-      {hex("00 0900 0300"), hex("02 0900 0300") + error_1},
-      {hex("00 0900 0200 0100"), hex("02 0900 0200") + error_1},
-      {hex("00 0900 0200 0000 00"), hex("02 0900 0200") + error_1},
-      {hex("00 0900 0200 0500 01 0400 0000"), hex("02 0900 0200") + error_1},
-      {hex("01 0900 0200 0000"), hex("02 0900 0200") + error_1},
-      {hex("00 0900 0200 ffff") + bytes(65536), hex("02 0900 0200") + error_1},
+  const std::pair<const char*, const char*> malformed[] = {
+      {"00 0200 9900 0000", "02 0200 9900 0700  02 0400 0100 4700"},  // unknown
+      {"00 0900", "02 0900 0000 0700  02 0400 0100 0100"},
+      {"00 0900 0300", "02 0900 0300 0700  02 0400 0100 0100"},
+      {"00 0900 0200 0100", "02 0900 0200 0700  02 0400 0100 0100"},
+      {"00 0900 0200 0000 00", "02 0900 0200 0700  02 0400 0100 0100"},
+      {"00 0900 0200 0500 01 0400 0000", "02 0900 0200 0700  02 0400 0100 0100"},
+      {"01 0900 0200 0000", "02 0900 0200 0700  02 0400 0100 0100"},
+      {"00 0900 0200 ffff 00*65536", "02 0900 0200 0700  02 0400 0100 0100"},
       // The longest packet there is: one unknown optional TLV, so two mandatory ones are missing.
-      {hex("00 0a00 0200 ffff  20 fcff") + bytes(65532),
-       hex("02 0a00 0200 0700  02 0400 0100 1100")},
+      {"00 0a00 0200 ffff  20 fcff 00*65532", "02 0a00 0200 0700  02 0400 0100 1100"},
   };
-  for (const row& each : malformed) {
-    EXPECT_EQ(client.ask(service + each.packet), service + each.answer);
+  for (const auto& [packet, answer] : malformed) {
+    EXPECT_EQ(client.ask(service + hex(packet)), service + hex(answer)) << packet;
+  }
+  for (const bytes& packet : {hex("00"), hex("00000000 010000")}) {
+    EXPECT_EQ(connection(modem.socket()).ask(packet), bytes()) << "closed";
   }
   EXPECT_EQ(client.ask(echo()), echo_answer());
-}
-
-TEST(tvk_modem, packet_without_an_address_closes_the_connection) {
-  const simulated_modem modem;
-  const connection bystander(modem.socket());
-  for (const bytes& packet : {hex("00"), hex("00000000 010000")}) {
-    EXPECT_EQ(connection(modem.socket()).ask(packet), closed);
-  }
-  EXPECT_EQ(bystander.ask(echo()), echo_answer());
 }
 
 TEST(tvk_modem, lookups_see_the_service_go_and_come_back) {
@@ -127,26 +117,25 @@ TEST(tvk_modem, one_client_cannot_hold_lookups_or_channels_without_end) {
 }
 
 TEST(tvk_modem, faults_change_the_answer) {
-  const struct {
-    const char* rule;
-    bytes answer;
-  } rows[] = {
-      {"0xFFE4/2@1=error:0x5e", service + hex("02 0100 0200 0700  02 0400 0100 5e00")},
+  const std::pair<const char*, bytes> rows[] = {
+      {"0xFFE4/2@1=error:0x5e", hex("0200 0700  02 0400 0100 5e00")},
       {"65508/0x0002@2=result:4294967295",
-       service + hex("02 0100 0200 1102  01 0400 ffffffff") + slice(answer_tlvs, 7)},
-      {"extension/2@3=truncate:9", service + hex("02 0100 0200 0900  01 0400 00000000  02 04")},
-      {"extension/2@4=truncate:0", service + hex("02 0100 0200 0000")},
-      {"extension/2@5=truncate:600", echo_answer()},
-      {"extension/2@6=wrong-id", service + hex("02 0100 0300 1102") + answer_tlvs},
-      {"extension/2@7=wrong-id:0x1234", service + hex("02 0100 3412 1102") + answer_tlvs},
-      {"extension/3=silent", echo_answer()},
-      {"sar=down", echo_answer()},
+       hex("0200 1102  01 0400 ffffffff") + slice(answer_tlvs, 7)},
+      {"extension/2@3=truncate:9", hex("0200 0900  01 0400 00000000  02 04")},
+      {"extension/2@4=truncate:0", hex("0200 0000")},
+      {"extension/2@5=truncate:600", hex("0200 1102") + answer_tlvs},
+      {"extension/2@6=wrong-id", hex("0300 1102") + answer_tlvs},
+      {"extension/2@7=wrong-id:0x1234", hex("3412 1102") + answer_tlvs},
+      {"extension/3=silent", hex("0200 1102") + answer_tlvs},
+      {"sar=down", hex("0200 1102") + answer_tlvs},
   };
   std::vector<std::string> rules;
-  for (const auto& each : rows) rules.emplace_back(each.rule);
+  for (const auto& [rule, answer] : rows) rules.emplace_back(rule);
   const simulated_modem modem(rules);
   const connection client(modem.socket());
-  for (const auto& each : rows) EXPECT_EQ(client.ask(echo()), each.answer) << each.rule;
+  for (const auto& [rule, answer] : rows) {
+    EXPECT_EQ(client.ask(echo()), service + hex("02 0100") + answer) << rule;
+  }
   auto all_but_sar = all_up;
   std::erase(all_but_sar, sar_up);
   EXPECT_EQ(client.look_up(look_up_all), listed(all_but_sar)) << "down from the start";
@@ -193,7 +182,7 @@ TEST(tvk_modem, delayed_answer_is_dropped_with_its_client_or_service) {
   EXPECT_EQ(client.receive(), echo_answer("0400"));
 }
 
-TEST(tvk_modem, client_that_never_reads_is_dropped_and_disturbs_no_other) {
+TEST(tvk_modem, client_that_never_reads_is_dropped_and_a_slow_one_gets_every_answer_in_order) {
   const simulated_modem modem;
   const connection deaf(modem.socket());
   const connection client(modem.socket());
@@ -207,11 +196,7 @@ TEST(tvk_modem, client_that_never_reads_is_dropped_and_disturbs_no_other) {
   }
   EXPECT_TRUE(cut_off);
   EXPECT_EQ(client.ask(echo()), echo_answer());
-}
 
-TEST(tvk_modem, slow_reader_gets_every_answer_in_order) {
-  const simulated_modem modem;
-  const connection client(modem.socket());
   constexpr std::size_t asked = 1000;  // more than a socket holds, less than the modem keeps
   for (std::size_t i = 0; i < asked; ++i) {
     bytes request = echo();
@@ -220,6 +205,49 @@ TEST(tvk_modem, slow_reader_gets_every_answer_in_order) {
   }
   EXPECT_EQ(connection(modem.socket()).ask(echo()), echo_answer());
   for (std::size_t i = 0; i < asked; ++i) ASSERT_EQ(slice(client.receive(), 9, 11), u16(i));
+}
+
+// It uses no processor time, however its clients left. TVK_IDLE_WINDOW sets for how many
+// milliseconds it is watched.
+TEST(tvk_modem_idle, is_at_rest_before_and_after_clients_of_each_port) {
+  const char* const set = std::getenv("TVK_IDLE_WINDOW");
+  const std::chrono::milliseconds window(set == nullptr ? 250 : std::atoi(set));
+  const temp_dir dir;
+  simulated_modem modem({}, {"--trace", "--diag-pty", dir.file("tty"), "--at-device",
+                             dir.file("at"), "--qmux", dir.file("qmux")});
+  EXPECT_TRUE(modem.process().comes_to_rest(window)) << "before the first client";
+
+  // All logs of equipment 11, then the version, and half a request.
+  const bytes asks_much = diag_frame(hex("73 000000 03000000 0B000000 08000000 FF")) +
+                          diag_frame(hex("00")) + hex("1C 00");
+  const struct {
+    std::string port;
+    int type;  ///< of the socket, -1 for a terminal
+    bytes asks;
+  } rows[] = {
+      {modem.socket(), SOCK_SEQPACKET, look_up_all},
+      {dir.file("qmux"), SOCK_STREAM, hex("01 0f00 00 00 00  00 07 2200 0400  01 0100 11 01")},
+      {modem.diag_socket(), SOCK_STREAM, asks_much},
+      {dir.file("tty"), -1, asks_much},
+      {dir.file("at"), -1, hex("41540D 4154")},
+  };
+  int clients = 0;
+  for (const auto& each : rows) {
+    SCOPED_TRACE(each.port);
+    // The first says nothing, and none reads what it asked for.
+    for (const bool speaks : {false, true, true}) {
+      const open_socket client(each.type < 0 ? terminal_at(each.port)
+                                             : connected(each.port, each.type));
+      ::ioctl(client.descriptor(), TIOCEXCL);
+      if (speaks) client.write(each.asks);
+      ++clients;
+    }
+    EXPECT_TRUE(modem.process().comes_to_rest(window));
+  }
+  const std::string said = modem.stop();
+  int lines = 0;
+  for (std::size_t at = 0; (at = said.find(" connects\n", at)) != std::string::npos; ++at) ++lines;
+  EXPECT_LE(lines, clients);
 }
 
 }  // namespace

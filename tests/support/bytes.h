@@ -15,17 +15,23 @@ namespace support {
 
 using bytes = std::vector<std::uint8_t>;
 
-/// Pairs of hexadecimal digits; blanks are skipped; "00*4" is four times the byte.
+/// Pairs of hexadecimal digits; blanks are skipped; "00*4" is four times the byte, 'text' its
+/// letters.
 [[nodiscard]] inline bytes hex(std::string_view text) {
   bytes out;
   const char* const end = text.data() + text.size();
   for (const char* at = text.data(); at != end;) {
     unsigned value = 0;
-    if (*at == ' ') {
+    if (*at == ' ' || *at == '\n') {
       ++at;
     } else if (*at == '*') {
       at = std::from_chars(at + 1, end, value).ptr;
       out.insert(out.end(), value - 1, out.back());
+    } else if (*at == '\'') {
+      const char* const close = std::find(at + 1, end, '\'');
+      if (close == end) throw std::invalid_argument(at);
+      out.insert(out.end(), at + 1, close);
+      at = close + 1;
     } else {
       const char* const pair = std::exchange(at, at + std::min<std::ptrdiff_t>(2, end - at));
       if (std::from_chars(pair, at, value, 16).ptr != pair + 2) throw std::invalid_argument(pair);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <asm/ioctls.h>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
@@ -44,6 +45,10 @@ inline int listening_at(const std::string& path, int type) {
   return made;
 }
 
+inline int terminal_at(const std::string& path) {
+  return ::open(path.c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC);
+}
+
 /// Whether a client has a terminal for itself alone, which an open does not show to the superuser.
 /// False also where the request is unknown, as under qemu-user.
 inline bool is_exclusive(int terminal) {
@@ -58,6 +63,7 @@ class open_socket {
   open_socket& operator=(const open_socket&) = delete;
   ~open_socket() { ::close(descriptor_); }
 
+  [[nodiscard]] int descriptor() const { return descriptor_; }
   [[nodiscard]] bool readable(std::chrono::milliseconds limit = std::chrono::seconds(30)) const {
     pollfd one{descriptor_, POLLIN, 0};
     return ::poll(&one, 1, static_cast<int>(limit.count())) == 1;

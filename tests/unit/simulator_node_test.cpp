@@ -22,16 +22,12 @@ class listening_port : public sim::port {
   void send(protocol::qrtr::address to, protocol::qrtr::address, protocol::byte_view) override {
     heard.push_back("to " + std::to_string(to.port));
   }
-  void service_up(const protocol::qrtr::server& server) override { hear("up", server); }
-  void service_down(const protocol::qrtr::server& server) override { hear("down", server); }
+  void announce(protocol::qrtr::command change, const protocol::qrtr::server& server) override {
+    heard.push_back(std::to_string(server.at.port) + " " + std::to_string(server.instance_word) +
+                    (change == protocol::qrtr::command::new_server ? " up" : " down"));
+  }
 
   std::vector<std::string> heard;
-
- private:
-  void hear(const char* what, const protocol::qrtr::server& server) {
-    heard.push_back(std::to_string(server.at.port) + " " + std::to_string(server.instance_word) +
-                    " " + what);
-  }
 };
 
 TEST(node, ports_hear_of_services) {
