@@ -89,7 +89,11 @@ int open_path(const request& asked, const std::string& given, std::int64_t& hand
   const auto opened = files.open({*path, writable});
   if (!opened) return EMFILE;
   if (!found || (writable && (flags & truncate_flag) != 0)) {
-    if (const int error = tree.write(*path, {}); error != 0) {
+    int error = tree.write(*path, {});
+    if (error == 0 && !found) {
+      error = tree.change_mode(*path, asked.at<std::uint32_t>(header + sizeof(flags)));
+    }
+    if (error != 0) {
       (void)files.close(*opened);
       return error;
     }
