@@ -160,7 +160,8 @@ const decoder_row samples[] = {
      "115:04000000180002003100"},
     {0xB872,  // five ways to end: with the octets, padding, unknown, long length, cut
      "04000000 51000000 0700 2c01 f5000000 00*16 0a 00*3 b60802010000a8df6364  00*16 06 00*3 "
-     "373d453f0000  00*16 05 00*3 3d45320102 00*16 06 00*3 7e0003052011  00*16 c6 00*3 3d453e040520",
+     "373d453f0000  00*16 05 00*3 3d45320102 00*16 06 00*3 7e0003052011  00*16 c6 00*3 "
+     "3d453e040520",
      "sample 1 0; tti 0 7 300 5; mc4 0 40 31; mc4_virtual 1 35; mc4_virtual 8 36; block_end 0; "
      "short 2 5; block_end 1; short 2 5; block_end 2; long 0x5 32; long 0x5 17; block_end 3; short "
      "2 5; block_end 4; tti_end 0; sizes 4 12 5 64",
