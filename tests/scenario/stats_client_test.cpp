@@ -276,7 +276,7 @@ TEST_F(stats_client, service_that_comes_and_goes_under_two_threads_leaves_nothin
     }
   });
   const auto request = [&](std::uint32_t id) {
-    vendor_stats_get_resp_v01 answer;
+    vendor_stats_get_resp_v01 answer{};
     for (const auto result : {modem_api_set_orvax_feature_status(id),
                               modem_api_get_stats_parameter(id, 1, 1, 100, answer)}) {
       EXPECT_TRUE(result == 0 || result == 1 || result == 7) << result;
