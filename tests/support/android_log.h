@@ -15,13 +15,13 @@ namespace support {
 class android_log {
  public:
   android_log() {
-    setenv("TVK_ANDROID_LOG", dir_.file("log").c_str(), 1);
-    std::ofstream(dir_.file("log"), std::ios::app) << "of the process before\n";
+    setenv("TVK_ANDROID_LOG", dir.file("log").c_str(), 1);
+    std::ofstream(dir.file("log"), std::ios::app) << "of the process before\n";
     begin_ = text().size();
   }
 
   [[nodiscard]] std::string text() const {
-    std::ifstream in(dir_.file("log"));
+    std::ifstream in(dir.file("log"));
     return std::string(std::istreambuf_iterator<char>(in), {}).substr(begin_);
   }
   [[nodiscard]] int count(const std::string& line) const {
@@ -32,7 +32,7 @@ class android_log {
   }
 
  private:
-  static inline const temp_dir dir_;
+  static inline const temp_dir dir;
   std::size_t begin_ = 0;
 };
 
