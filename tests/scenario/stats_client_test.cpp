@@ -129,11 +129,15 @@ TEST_F(stats_client, service_that_comes_late_is_tried_for_and_one_that_does_not_
   EXPECT_EQ(take_pauses(), seconds_between_tries);
   EXPECT_EQ(id, 99U);
   int tries = 0;
+  std::string said;
+  testing::internal::CaptureStderr();
   during_pauses([&] {
-    if (++tries == 2) modem_.publish(statistics);
+    if (++tries == 1) said = testing::internal::GetCapturedStderr();
+    if (tries == 2) modem_.publish(statistics);
   });
   EXPECT_EQ(add_client(MODEM_API_CLIENT_VS, &id), 0U);
   during_pauses({});
+  EXPECT_EQ(said, "tvk: trying again for up to 9 s\n") << "before the first pause";
   EXPECT_EQ(logged("Trying qmi_client_init_instance() try # 2 port[0]\n"), 2);
   EXPECT_EQ(logged("Trying qmi_client_init_instance() try # 3 port[0]\n"), 1);
   EXPECT_EQ(id, 0U) << "the slot of the client that failed";
