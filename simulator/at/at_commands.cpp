@@ -26,10 +26,10 @@ constexpr std::pair<unsigned, const char*> error_texts[] = {
     {sim_failure, "SIM failure"},
     {wrong_parameter, "incorrect parameters"},
 };
-/// What is no command at all, which has no number of its own.
+/// For text that is not a command: an error without a number of its own.
 constexpr unsigned unknown = 100;
 
-/// What a command has come to: a text, which is empty for a plain OK, or an error's number.
+/// The outcome of a command: a text, empty for a plain OK, or the number of an error.
 struct outcome {
   outcome() = default;
   outcome(std::string said) : text(std::move(said)) {}
@@ -124,7 +124,7 @@ outcome set_number(terminal& at, argument of) {
 outcome error_form(terminal& at, argument /*of*/) {
   return fmt::format("+CMEE: {}", at.kept.numbers[cmee]);
 }
-/// Registration, which four commands tell alike. The fourth is about 5G without LTE.
+/// Registration, which four commands report alike. The fourth is about 5G without LTE.
 template <at_number which>
 outcome registration(terminal& at, argument /*of*/) {
   constexpr const char* names[] = {"+CREG", "+CGREG", "+CEREG", "+C5GREG"};

@@ -10,8 +10,8 @@
 
 namespace sim {
 
-/// Settings that are numbers: how much a registration command tells, and how errors look, 0 plain,
-/// 1 numbers, 2 texts.
+/// Settings that are numbers: how much a registration command reports, and how errors look, 0
+/// plain, 1 numbers, 2 texts.
 enum at_number : std::uint8_t { creg, cgreg, cereg, c5greg, cmee };
 
 /// What the commands of one terminal read and change.

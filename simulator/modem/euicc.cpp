@@ -299,7 +299,7 @@ content get_challenge(byte_view /*request*/, euicc_state& /*card*/) {
   return ber::made(0x80, challenge);
 }
 
-/// A request tells something, or changes something with an outcome.
+/// A request either reads something, or changes something and has an outcome.
 struct request_row {
   using teller = content (*)(byte_view request, euicc_state& card);
   using change = outcome (*)(byte_view request, euicc_state& card);

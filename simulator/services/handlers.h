@@ -1,4 +1,5 @@
-// The handlers of messages that need nothing of their own but what they tell.
+// What the handlers of all services share: tables of what a message reports, readers of requests,
+// and indications.
 #pragma once
 
 #include <algorithm>
@@ -35,7 +36,7 @@ template <typename T>
   return *std::move(value);
 }
 
-// What messages tell: a table of TLVs.
+// What messages report: a table of TLVs.
 
 /// A TLV and its value: bytes that never change, in hexadecimal, or what `make` makes of the state.
 /// An indication may have another TLV for it, or leave it out, which is TLV 0.
@@ -68,7 +69,7 @@ void write(const Rows& rows, State& from, bool is_indication, protocol::qmi::tlv
   }
 }
 
-/// What most tables are made of.
+/// What most tables read.
 [[nodiscard]] inline modem& state_of(const request& asked) {
   return asked.state;
 }

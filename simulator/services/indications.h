@@ -1,5 +1,5 @@
-// What services tell of their own accord when something has changed, to the clients that have asked
-// for it; some of it follows from requests to other services.
+// Indications that services send when something has changed, to the clients that asked for them;
+// some follow from requests to other services.
 #pragma once
 
 #include "simulator/modem/modem.h"

@@ -3,8 +3,7 @@
 //
 // The records, packed and little-endian, f32 in dBm or dB:
 //   LTE carrier      u8 version | u8 | u32 earfcn | u16 pci | u8 serving | u16 antennas, a bit each
-//   |
-//                    for each antenna f32 RSRP, RSRQ, RSSI, SNR
+//                    | f32 RSRP, RSRQ, RSSI, SNR for each antenna
 //   NR RSSI, SNR     u32 version | f32 for each antenna
 //   NR antennas      u32 version | u8 before and after for each receive, then each transmit path
 //   NR carrier       u32 version | f32 RSRP for each antenna | f32 RSRQ

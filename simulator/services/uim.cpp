@@ -16,7 +16,7 @@ using protocol::qmi::tlv_writer;
 
 constexpr std::uint8_t slot_tlv = 0x01;
 
-/// A success, of which those are told who have asked of the cards' changes.
+/// Success, and indications to the clients that watch the cards.
 reply with_news(const request& asked) {
   reply out = error::none;
   indicate_cards(asked.state, out);

@@ -30,7 +30,7 @@ inline double number(const json& value) {
   return word == words.end() ? std::stod(text) : word->second;
 }
 
-// What has to be made of theirs before their values can be looked up.
+// Changes to their output, so that its values can be looked up.
 
 inline void find_cell_a(json& one) {
   auto cell = one["Subpackets"][0];
@@ -119,8 +119,7 @@ inline void find_layer_c(json& one) {
   one["layer"] = layer;
 }
 
-/// Names of theirs, within each other behind a slash, and ours, unless they are the same; # is each
-/// antenna.
+/// Their names, nested ones separated by a slash, and ours where they differ; # is each antenna.
 const struct {
   char decoder;
   std::uint16_t code;

@@ -75,7 +75,7 @@ TEST_F(tvk_decode_input, of_packed_captures_gives_all_that_can_be_unpacked) {
   expect("gzip, wrong length", with_flipped(gzip, 4), all, "incorrect length check");
   expect("zstd, a frame to skip first",
          hex("5F2A4D18 04000000 41424344") + packed("zstd", voice_frames(1, all)), all, "");
-  // Window of 1 MiB, no size, no checksum; blocks as they are, then one of a kind that is none.
+  // Window of 1 MiB, no size, no checksum; blocks as they are, then one of an invalid kind.
   bytes bad_block = hex("28B52FFD 00 50");
   for (std::uint32_t i = 1; i <= 9; ++i) bad_block = bad_block + zstd_block(voice_frame(i));
   expect("zstd, a bad block behind good ones", bad_block + hex("060000 41*99"), 9, ": ");

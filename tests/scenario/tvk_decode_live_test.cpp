@@ -46,7 +46,7 @@ struct live_port {
     return all;
   }
 
-  // Of 0xBnnn one that nobody decodes, and 0xB193.
+  // 0xB000, which has no decoder, and 0xB193.
   static inline const bytes logs_before = hex("01 00*49 08 00*461");
   static inline const bytes events_before = hex("00*511 80");
 

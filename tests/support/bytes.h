@@ -53,7 +53,7 @@ using bytes = std::vector<std::uint8_t>;
   return bytes(count, value);
 }
 
-/// Itself and zeros, or its first bytes; an extension message has 512.
+/// The bytes and zeros after them, or the first of them: an extension message has 512.
 [[nodiscard]] inline bytes padded(bytes data, std::size_t size = 512) {
   data.resize(size);
   return data;

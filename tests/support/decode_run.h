@@ -41,7 +41,7 @@ inline std::string voice_line(std::size_t radio = 1) {
 }
 
 inline const bytes radio_two = hex("98010000 02000000");
-/// A record that is told by its radio.
+/// A record known by its radio.
 inline bytes voice_frame(std::uint32_t radio) {
   return diag_frame(hex("98010000") + u32(radio) + voice);
 }
@@ -103,7 +103,7 @@ class with_captures : public testing::Test {
                static_cast<std::streamsize>(content.size()));
     return file(name);
   }
-  /// What the shell's command makes of this on its standard input.
+  /// The output of a shell command that gets this on its standard input.
   bytes packed(const std::string& command, const bytes& content) const {
     const auto got =
         run("/bin/sh", {"-c", "exec < \"$0\"; " + command, made("not_packed", content)});

@@ -16,7 +16,7 @@ namespace support {
 
 namespace {
 
-/// What a packet socket has given is a request.
+/// Each packet of a packet socket is a request.
 std::optional<bytes> take_all(bytes& come) {
   if (come.empty()) return {};
   return std::exchange(come, {});

@@ -1,4 +1,4 @@
-// What a test takes from its own process, and from the programs that it starts.
+// Limits that a test sets for its own process and for the programs that it starts.
 #pragma once
 
 #include <linux/capability.h>

@@ -1,4 +1,4 @@
-// What every test begins with.
+// What every test includes first.
 #pragma once
 
 #include <gtest/gtest.h>

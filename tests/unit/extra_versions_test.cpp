@@ -67,7 +67,7 @@ const std::string levels_of_srv_meas =
     "rsrq_rx0 = -13.75, rsrq_rx1 = -13.50, rsrq_rx2 = -15.75, rsrq_rx3 = -16.31\n"
     "rssi_rx0 = -69.13, rssi_rx1 = -72.81, rssi_rx2 = -79.06, rssi_rx3 = -74.13\n"
     "avg_rsrp = -102.88, avg_rsrq = -13.50, max_rssi = -69.13\n";
-const std::string record_of_srv_meas =  // behind its version
+const std::string record_of_srv_meas =  // after its version
     "14050000e401010f008fc2cdc200005cc18f428ac20000c07f0080d4c2000058c1b89e91c20000c07f"
     "b89ee5c200007cc1b81e9ec20000c07f48e1dcc2e17a82c18f4294c20000c07f";
 

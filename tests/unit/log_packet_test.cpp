@@ -62,7 +62,7 @@ TEST(event_report, gives_what_is_whole_of_a_damaged_one) {
       {"60 0D00 4606 BE0C0A9E34DDD400 4666 00", 1},     // cut time
       {"60 0E00 4606 BE0C0A9E34DDD400", 1},             // too few
       {"60 0900 4606 BE0C0A9E34DDD400", 0},             // too many, within the event
-      {"60 0A00 4606 BE0C0A9E34DDD400 00", 1},          // too many, behind it
+      {"60 0A00 4606 BE0C0A9E34DDD400 00", 1},          // too many, after it
       {"60 0E00 4606 BE0C0A9E34DDD400 46A6 0100", 1}};  // no payload
   for (const auto& [report, whole] : rows) {
     const bytes content = hex(report);
